@@ -1,0 +1,55 @@
+include(GNUInstallDirs)
+
+# Warnings and sanitizers, for every target of the house.
+function(corvo_configure target)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /W4 /utf-8 $<$<BOOL:${CORVO_WARNINGS_AS_ERRORS}>:/WX>)
+  else()
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow
+      $<$<BOOL:${CORVO_WARNINGS_AS_ERRORS}>:-Werror>)
+  endif()
+  if(CORVO_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${CORVO_SANITIZE} -fno-omit-frame-pointer
+      -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${CORVO_SANITIZE})
+  endif()
+endfunction()
+
+# A library corvo::<name> with its public headers; its sources are listed in the folders of src.
+function(corvo_library name)
+  set(target corvo_${name})
+  list(TRANSFORM ARGN PREPEND ${PROJECT_SOURCE_DIR}/include/corvo/)
+  add_library(${target})
+  target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/include
+    FILES ${ARGN})
+  set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+  add_library(corvo::${name} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_include_directories(${target}
+    PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  corvo_configure(${target})
+  install(TARGETS ${target} EXPORT CorvoTargets FILE_SET HEADERS)
+endfunction()
+
+# What find_package(Corvo) needs of an installed library.
+function(corvo_install_package)
+  include(CMakePackageConfigHelpers)
+  set(folder ${CMAKE_INSTALL_LIBDIR}/cmake/Corvo)
+  configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/CorvoConfig.cmake.in CorvoConfig.cmake
+    INSTALL_DESTINATION ${folder})
+  write_basic_package_version_file(CorvoConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/CorvoConfig.cmake
+    ${CMAKE_CURRENT_BINARY_DIR}/CorvoConfigVersion.cmake DESTINATION ${folder})
+  install(EXPORT CorvoTargets NAMESPACE corvo:: DESTINATION ${folder})
+endfunction()
+
+# A GoogleTest program of one folder of tests: corvo_test(base md5_test.cc ...).
+function(corvo_test folder)
+  set(target corvo_${folder}_tests)
+  add_executable(${target} ${ARGN})
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${target} PRIVATE corvo::core corvo::fakes GTest::gmock_main)
+  corvo_configure(${target})
+  add_test(NAME ${folder} COMMAND ${target} --gtest_shuffle --gtest_brief=1)
+endfunction()
