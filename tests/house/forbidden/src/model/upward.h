@@ -1,0 +1,3 @@
+#pragma once
+
+#include "client/client_impl.h"
