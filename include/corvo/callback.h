@@ -1,0 +1,166 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+namespace corvo {
+
+/// Second argument of the constructor by which a target may tell apart that it is moved out of its
+/// callback only to be called there and then.
+struct MovedToBeCalled {};
+
+template <class Signature>
+class Callback;
+
+namespace base {
+/// Whether a target of that type is itself null when it converts to false.
+template <class Target>
+inline constexpr bool isNullable = std::is_pointer_v<Target> || std::is_member_pointer_v<Target>;
+template <class Signature>
+inline constexpr bool isNullable<std::function<Signature>> = true;
+template <class Signature>
+inline constexpr bool isNullable<Callback<Signature>> = true;
+}  // namespace base
+
+/// A function that is called at most once and then forgets its target.
+///
+/// Move-only, so it takes move-only lambdas. Small targets live inside it, without an allocation.
+/// It is null when made from `nullptr` (never from a literal 0), from a null function pointer, an
+/// empty `std::function` or another null callback; calling a null callback does nothing. An
+/// exception of the target leaves through the call. Not synchronised.
+template <class... Args>
+class Callback<void(Args...)> {
+ public:
+  Callback() noexcept = default;
+
+  template <std::same_as<std::nullptr_t> Null>
+  Callback(Null) noexcept {}
+
+  template <class F, class Target = std::decay_t<F>>
+  requires(!std::same_as<Target, Callback> && std::invocable<Target&, Args...> &&
+           std::constructible_from<Target, F>) Callback(F&& target) {
+    if constexpr (base::isNullable<Target>) {
+      if (!static_cast<const Target&>(target)) return;
+    }
+    emplace<Target>(std::forward<F>(target));
+  }
+
+  /// Makes the target in its place, without moving it.
+  template <class Target, class... Parts>
+  Callback(std::in_place_type_t<Target>, Parts&&... parts) {
+    emplace<Target>(std::forward<Parts>(parts)...);
+  }
+
+  Callback(Callback&& other) noexcept { take(other); }
+
+  Callback& operator=(Callback&& other) noexcept {
+    Callback taken(std::move(other));  // the target that is cleared may own the other callback
+    clear();
+    take(taken);
+    return *this;
+  }
+
+  ~Callback() { clear(); }
+
+  explicit operator bool() const noexcept { return operations_ != nullptr; }
+
+  /// Calls the target, if there is one. The target is moved out first: it may destroy this object.
+  void operator()(Args... args) {
+    if (operations_ == nullptr) return;
+    std::exchange(operations_, nullptr)->call(buffer_, static_cast<Args&&>(args)...);
+  }
+
+ private:
+  static constexpr std::size_t kInlineSize = 6 * sizeof(void*);
+
+  struct Operations {
+    void (*call)(void* buffer, Args&&... args);  // leaves the buffer empty
+    void (*move)(void* from, void* to) noexcept;
+    void (*destroy)(void* buffer) noexcept;
+  };
+
+  template <class Target>
+  static constexpr bool fitsInline =
+      sizeof(Target) <= kInlineSize &&
+      alignof(Target) <= alignof(std::max_align_t) && std::is_nothrow_move_constructible_v<Target>;
+
+  template <class Target>
+  struct Inline {
+    static Target& in(void* buffer) { return *std::launder(static_cast<Target*>(buffer)); }
+
+    template <class... Parts>
+    static void make(void* buffer, Parts&&... parts) {
+      ::new (buffer) Target(std::forward<Parts>(parts)...);
+    }
+    static Target takeOut(void* buffer) {
+      if constexpr (std::constructible_from<Target, Target, MovedToBeCalled>) {
+        return Target(std::move(in(buffer)), MovedToBeCalled{});
+      } else {
+        return std::move(in(buffer));
+      }
+    }
+    static void call(void* buffer, Args&&... args) {
+      Target target = takeOut(buffer);
+      destroy(buffer);
+      static_cast<void>(std::invoke(target, static_cast<Args&&>(args)...));
+    }
+    static void move(void* from, void* to) noexcept {
+      make(to, std::move(in(from)));
+      destroy(from);
+    }
+    static void destroy(void* buffer) noexcept { in(buffer).~Target(); }
+    static constexpr Operations operations{&call, &move, &destroy};
+  };
+
+  template <class Target>
+  struct Boxed : Inline<std::unique_ptr<Target>> {
+    using Pointer = Inline<std::unique_ptr<Target>>;
+
+    template <class... Parts>
+    static void make(void* buffer, Parts&&... parts) {
+      Pointer::make(buffer, std::make_unique<Target>(std::forward<Parts>(parts)...));
+    }
+    static void call(void* buffer, Args&&... args) {
+      const std::unique_ptr<Target> target = std::move(Pointer::in(buffer));
+      Pointer::destroy(buffer);
+      static_cast<void>(std::invoke(*target, static_cast<Args&&>(args)...));
+    }
+    static constexpr Operations operations{&call, &Pointer::move, &Pointer::destroy};
+  };
+
+  template <class Target, class... Parts>
+  void emplace(Parts&&... parts) {
+    using Holder = std::conditional_t<fitsInline<Target>, Inline<Target>, Boxed<Target>>;
+    Holder::make(buffer_, std::forward<Parts>(parts)...);
+    operations_ = &Holder::operations;
+  }
+
+  void take(Callback& other) noexcept {
+    if (other.operations_ == nullptr) return;
+    other.operations_->move(other.buffer_, buffer_);
+    operations_ = std::exchange(other.operations_, nullptr);
+  }
+
+  void clear() noexcept {
+    if (operations_ != nullptr) std::exchange(operations_, nullptr)->destroy(buffer_);
+  }
+
+  const Operations* operations_ = nullptr;
+  alignas(alignof(std::max_align_t)) std::byte buffer_[kInlineSize];
+};
+
+/// A boolean argument that nothing but a `bool` converts to: beside overloads that take callbacks,
+/// neither a captureless lambda nor a pointer may pass as one.
+struct ExactBool {
+  template <std::same_as<bool> Bool>
+  ExactBool(Bool given) noexcept : value(given) {}
+
+  bool value;
+};
+
+}  // namespace corvo

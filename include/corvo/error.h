@@ -1,0 +1,238 @@
+#pragma once
+
+#include <corvo/callback.h>
+
+#include <atomic>
+#include <cstdint>
+#include <exception>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace corvo {
+
+namespace base {
+
+/// The text behind a `what()`: made once, on first use, from any thread. A copy starts without it.
+class WhatText {
+ public:
+  WhatText() noexcept = default;
+  WhatText(const WhatText&) noexcept {}
+  WhatText& operator=(const WhatText&) noexcept;
+  ~WhatText();
+
+  /// The text kept, or else the one given, which is kept from now on.
+  const char* keep(std::string text) const;
+  const char* get() const noexcept;
+
+ private:
+  mutable std::atomic<const std::string*> text_{nullptr};
+};
+
+}  // namespace base
+
+/// Why a request to the backend failed. A value of one of six cases, each with its payload. Reaches
+/// the application inside a `CorvoError`. Copyable; reading is safe from any thread.
+class CorvoNetworkError : public std::exception {
+ public:
+  /// The base address and the path do not make an URI reference (RFC 3986).
+  struct IncorrectURL {
+    std::string address;
+    bool operator==(const IncorrectURL&) const = default;
+  };
+  /// The request failed in transport. Never made by this library.
+  struct UrlError {
+    std::string localizedDescription;
+    bool operator==(const UrlError&) const = default;
+  };
+  /// The last answer had an HTTP status outside 200 to 299.
+  struct WrongStatusCode {
+    int statusCode = 0;
+    bool operator==(const WrongStatusCode&) const = default;
+  };
+  /// The answer does not fit the type that was asked for.
+  struct DecodingError {
+    std::string localizedDescription;
+    bool operator==(const DecodingError&) const = default;
+  };
+  /// Never made by this library.
+  struct CustomError {
+    std::string text;
+    bool operator==(const CustomError&) const = default;
+  };
+  /// No data came, also because the transfer failed.
+  struct NoData {
+    bool operator==(const NoData&) const = default;
+  };
+
+  /// The cases in their order; a payload's position is that of its case.
+  enum class Case { incorrectURL, urlError, wrongStatusCode, decodingError, customError, noData };
+  using Payload =
+      std::variant<IncorrectURL, UrlError, WrongStatusCode, DecodingError, CustomError, NoData>;
+
+  CorvoNetworkError(Payload payload) : payload_(std::move(payload)) {}
+
+  [[nodiscard]] Case which() const noexcept { return static_cast<Case>(payload_.index()); }
+  [[nodiscard]] const Payload& payload() const noexcept { return payload_; }
+
+  /// The payload of that case, or null when this is another case.
+  template <class P>
+  [[nodiscard]] const P* as() const noexcept {
+    return std::get_if<P>(&payload_);
+  }
+
+  /// A text for people, made anew at each call.
+  [[nodiscard]] std::string description() const;
+
+  /// The description, made on first call.
+  [[nodiscard]] const char* what() const noexcept override;
+
+  friend bool operator==(const CorvoNetworkError& a, const CorvoNetworkError& b) {
+    return a.payload_ == b.payload_;
+  }
+
+ private:
+  Payload payload_;
+  base::WhatText what_;
+};
+
+/// Why a question could not be answered. A value of one of fifteen cases, each with its payload.
+/// Handed to `onError`, or thrown by a suspending form. Copyable; reading is safe from any thread.
+class CorvoError : public std::exception {
+ public:
+  /// A client is already registered under the tag.
+  struct InitializationOfExistingClient {
+    std::string tag;
+    bool operator==(const InitializationOfExistingClient&) const = default;
+  };
+  /// The configuration could not be fetched.
+  struct RequestConfigFailed {
+    CorvoNetworkError error;
+    bool operator==(const RequestConfigFailed&) const = default;
+  };
+  /// The location could not be fetched.
+  struct RequestLocationFailed {
+    CorvoNetworkError error;
+    bool operator==(const RequestLocationFailed&) const = default;
+  };
+  /// No flag has that name.
+  struct FeatureFlagNotFound {
+    std::string featureFlag;
+    bool operator==(const FeatureFlagNotFound&) const = default;
+  };
+  /// The rules that decide the flag for this user are an empty list.
+  struct FeatureFlagNoRules {
+    std::string featureFlag;
+    bool operator==(const FeatureFlagNoRules&) const = default;
+  };
+  /// No rule of the flag holds for this user.
+  struct FeatureFlagRulesNotSatisfied {
+    std::string featureFlag;
+    bool operator==(const FeatureFlagRulesNotSatisfied&) const = default;
+  };
+  /// No experiment has that name.
+  struct ExperimentNotFound {
+    std::string experiment;
+    bool operator==(const ExperimentNotFound&) const = default;
+  };
+  /// The flag that the experiment carries has no group of the name of the user's group.
+  struct ExperimentGroupNotMatchingFeatureFlagGroup {
+    std::string experiment;
+    std::string featureFlag;
+    std::string userGroup;
+    std::vector<std::string> featureFlagGroups;
+    bool operator==(const ExperimentGroupNotMatchingFeatureFlagGroup&) const = default;
+  };
+  /// The user has no identifier of the kind that the experiment splits by.
+  struct ExperimentSplitIdNotFound {
+    std::string experiment;
+    bool operator==(const ExperimentSplitIdNotFound&) const = default;
+  };
+  /// The experiment has no group of that index.
+  struct ExperimentGroupIndexNotFound {
+    std::string experiment;
+    std::int64_t index = 0;
+    bool operator==(const ExperimentGroupIndexNotFound&) const = default;
+  };
+  /// Never made by this library: forcing a forced user succeeds.
+  struct ExperimentAlreadyContainsUser {
+    std::string experiment;
+    bool operator==(const ExperimentAlreadyContainsUser&) const = default;
+  };
+  /// Never made by this library: forcing a forced user succeeds.
+  struct ExperimentGroupAlreadyContainsUser {
+    std::string experiment;
+    std::int64_t index = 0;
+    bool operator==(const ExperimentGroupAlreadyContainsUser&) const = default;
+  };
+  /// No holdout has that name.
+  struct HoldoutNotFound {
+    std::string holdout;
+    bool operator==(const HoldoutNotFound&) const = default;
+  };
+  /// The configuration holds no experiments to force the user into.
+  struct ExperimentsEmpty {
+    bool operator==(const ExperimentsEmpty&) const = default;
+  };
+  /// Nothing was ever forced, so nothing can be excluded.
+  struct NoForceIncludedExperiments {
+    bool operator==(const NoForceIncludedExperiments&) const = default;
+  };
+
+  /// The cases in their order; a payload's position is that of its case.
+  enum class Case {
+    initializationOfExistingClient,
+    requestConfigFailed,
+    requestLocationFailed,
+    featureFlagNotFound,
+    featureFlagNoRules,
+    featureFlagRulesNotSatisfied,
+    experimentNotFound,
+    experimentGroupNotMatchingFeatureFlagGroup,
+    experimentSplitIdNotFound,
+    experimentGroupIndexNotFound,
+    experimentAlreadyContainsUser,
+    experimentGroupAlreadyContainsUser,
+    holdoutNotFound,
+    experimentsEmpty,
+    noForceIncludedExperiments
+  };
+  using Payload =
+      std::variant<InitializationOfExistingClient, RequestConfigFailed, RequestLocationFailed,
+                   FeatureFlagNotFound, FeatureFlagNoRules, FeatureFlagRulesNotSatisfied,
+                   ExperimentNotFound, ExperimentGroupNotMatchingFeatureFlagGroup,
+                   ExperimentSplitIdNotFound, ExperimentGroupIndexNotFound,
+                   ExperimentAlreadyContainsUser, ExperimentGroupAlreadyContainsUser,
+                   HoldoutNotFound, ExperimentsEmpty, NoForceIncludedExperiments>;
+
+  CorvoError(Payload payload) : payload_(std::move(payload)) {}
+
+  [[nodiscard]] Case which() const noexcept { return static_cast<Case>(payload_.index()); }
+  [[nodiscard]] const Payload& payload() const noexcept { return payload_; }
+
+  /// The payload of that case, or null when this is another case.
+  template <class P>
+  [[nodiscard]] const P* as() const noexcept {
+    return std::get_if<P>(&payload_);
+  }
+
+  /// A text for people, made anew at each call. Payload texts stand in it as they are.
+  [[nodiscard]] std::string description() const;
+
+  /// The description, made on first call.
+  [[nodiscard]] const char* what() const noexcept override;
+
+  friend bool operator==(const CorvoError& a, const CorvoError& b) {
+    return a.payload_ == b.payload_;
+  }
+
+ private:
+  Payload payload_;
+  base::WhatText what_;
+};
+
+/// Receives the error of a question, at most once.
+using OnError = Callback<void(const CorvoError&)>;
+
+}  // namespace corvo

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+namespace corvo::base {
+
+/// The 16 bytes of an MD5 digest, in digest order.
+using Md5Digest = std::array<std::uint8_t, 16>;
+/// A digest as 32 lower-case hexadecimal digits.
+using Md5Hex = std::array<char, 32>;
+
+/// The MD5 digest (RFC 1321) of the two texts' bytes joined with nothing between. Allocates
+/// nothing.
+[[nodiscard]] Md5Digest md5(std::string_view head, std::string_view tail = {}) noexcept;
+
+[[nodiscard]] Md5Hex md5Hex(std::string_view text) noexcept;
+[[nodiscard]] Md5Hex hexDigits(const Md5Digest& digest) noexcept;
+
+[[nodiscard]] inline std::string_view view(const Md5Hex& hex) noexcept {
+  return {hex.data(), hex.size()};
+}
+
+}  // namespace corvo::base

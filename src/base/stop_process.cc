@@ -1,0 +1,13 @@
+#include "base/stop_process.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace corvo::base {
+
+void stopProcess(const char* reason) noexcept {
+  std::fprintf(stderr, "Corvo: %s\n", reason);
+  std::abort();
+}
+
+}  // namespace corvo::base

@@ -1,0 +1,187 @@
+#include "base/text.h"
+
+#include <utf8proc.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <vector>
+
+namespace corvo::base {
+namespace {
+
+using CodePoint = utf8proc_int32_t;
+
+constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
+
+bool isAscii(char byte) noexcept { return static_cast<unsigned char>(byte) < 0x80; }
+
+std::size_t asciiPrefix(std::string_view text) noexcept {
+  constexpr std::uint64_t kHighBits = 0x8080808080808080;
+  std::size_t at = 0;
+  for (std::uint64_t eight = 0; text.size() - at >= sizeof eight; at += sizeof eight) {
+    std::memcpy(&eight, text.data() + at, sizeof eight);
+    if ((eight & kHighBits) != 0) break;
+  }
+  while (at < text.size() && isAscii(text[at])) ++at;
+  return at;
+}
+
+// Takes the first character off the text; none at its end and at an ill-formed sequence.
+std::optional<CodePoint> takeCharacter(std::string_view& text) noexcept {
+  CodePoint character = 0;
+  const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                       static_cast<utf8proc_ssize_t>(text.size()), &character);
+  if (length <= 0) return std::nullopt;
+  text.remove_prefix(static_cast<std::size_t>(length));
+  return character;
+}
+
+// What is left from the first ill-formed sequence on.
+std::string_view illFormedRest(std::string_view text) noexcept {
+  do {
+    text.remove_prefix(asciiPrefix(text));
+  } while (takeCharacter(text));
+  return text;
+}
+
+// How many bytes of an ill-formed sequence stand for one U+FFFD: as many as a character can begin
+// with. From the second byte on, a beginning that any bytes complete is completed by 0x80 too.
+std::size_t maximalSubpart(std::string_view illFormed) noexcept {
+  constexpr std::size_t kLongest = 3;
+  for (std::size_t kept = std::min(kLongest, illFormed.size()); kept > 1; --kept) {
+    std::array<char, kLongest + 1> completed{'\x80', '\x80', '\x80', '\x80'};
+    std::copy_n(illFormed.begin(), kept, completed.begin());
+    std::string_view rest(completed.data(), completed.size());
+    if (takeCharacter(rest)) return kept;
+  }
+  return 1;
+}
+
+std::string mend(std::string_view text) {
+  std::string mended;
+  while (!text.empty()) {
+    const std::string_view rest = illFormedRest(text);
+    mended.append(text.substr(0, text.size() - rest.size()));
+    text = rest;
+    if (text.empty()) break;
+    mended += kReplacementCharacter;
+    text.remove_prefix(maximalSubpart(text));
+  }
+  return mended;
+}
+
+auto combiningClass(CodePoint character) noexcept {
+  return utf8proc_get_property(character)->combining_class;
+}
+
+// The canonical ordering of marks. The library's own takes quadratic time on long runs of them.
+void orderMarks(std::vector<CodePoint>& text) {
+  const auto isMark = [](CodePoint character) { return combiningClass(character) != 0; };
+  const auto before = [](CodePoint a, CodePoint b) {
+    return combiningClass(a) < combiningClass(b);
+  };
+  for (auto first = text.begin(); first != text.end();) {
+    first = std::find_if(first, text.end(), isMark);
+    const auto last = std::find_if_not(first, text.end(), isMark);
+    if (!std::is_sorted(first, last, before)) std::stable_sort(first, last, before);
+    first = last;
+  }
+}
+
+// A text in NFD, read character by character, and no further than it is asked.
+class Decomposition {
+ public:
+  explicit Decomposition(std::string_view text) : rest_(text) {}
+
+  // The next character; none at the end.
+  std::optional<CodePoint> next() {
+    if (at_ == run_.size()) readRun();
+    return at_ == run_.size() ? std::nullopt : std::optional(run_[at_++]);
+  }
+
+ private:
+  // A run begins with what the one before it left and goes up to the next character that is no
+  // mark: marks are put in order within it.
+  void readRun() {
+    run_.clear();
+    at_ = 0;
+    std::string_view after = rest_;
+    while (const auto character = takeCharacter(after)) {
+      const std::size_t size = run_.size();
+      append(*character);
+      if (size > 0 && combiningClass(run_[size]) == 0) {
+        run_.resize(size);
+        break;
+      }
+      rest_ = after;
+    }
+    orderMarks(run_);
+  }
+
+  void append(CodePoint character) {
+    std::array<CodePoint, 8> parts{};  // Unicode has none of more than four
+    int boundary = 0;
+    const auto count = utf8proc_decompose_char(character, parts.data(), parts.size(),
+                                               UTF8PROC_DECOMPOSE, &boundary);
+    const auto kept = std::clamp<utf8proc_ssize_t>(count, 0, parts.size());
+    run_.insert(run_.end(), parts.begin(), parts.begin() + kept);
+  }
+
+  std::string_view rest_;
+  std::vector<CodePoint> run_;
+  std::size_t at_ = 0;
+};
+
+bool sameDecomposition(std::string_view a, std::string_view b) {
+  Decomposition left(a);
+  Decomposition right(b);
+  while (true) {
+    const auto character = left.next();
+    if (character != right.next()) return false;
+    if (!character) return true;
+  }
+}
+
+char lowerCased(char c) noexcept {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+}  // namespace
+
+bool isWellFormed(std::string_view text) noexcept { return illFormedRest(text).empty(); }
+
+WellFormed::WellFormed(std::string_view text) : text_(text) {
+  if (!isWellFormed(text)) mended_ = mend(text);
+}
+
+bool canonicallyEqual(std::string_view a, std::string_view b) {
+  if (a == b) return true;
+  const auto [inA, inB] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
+  // ASCII neither decomposes nor moves, so where both go on in ASCII, or end, they differ for good.
+  const bool plainA = inA == a.end() || isAscii(*inA);
+  const bool plainB = inB == b.end() || isAscii(*inB);
+  if (plainA && plainB) return false;
+  return sameDecomposition(a, b);
+}
+
+bool contains(std::string_view whole, std::string_view part) {
+  constexpr std::size_t kShort = 64;  // up to here the plain search is quick on any text
+  if (part.size() <= kShort) return whole.find(part) != std::string_view::npos;
+  const std::boyer_moore_searcher searcher(part.begin(), part.end());
+  return std::search(whole.begin(), whole.end(), searcher) != whole.end();
+}
+
+std::string wellFormed(std::string_view text) {
+  return std::string(std::string_view(WellFormed(text)));
+}
+
+bool equalsLowerCased(std::string_view text, std::string_view lowerCase) noexcept {
+  return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(),
+                    [](char given, char lower) { return lowerCased(given) == lower; });
+}
+
+}  // namespace corvo::base

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace corvo::base {
+
+/// Whether the bytes are well-formed UTF-8 (Unicode 15, table 3-7).
+[[nodiscard]] bool isWellFormed(std::string_view text) noexcept;
+
+/// A text made well-formed: each maximal ill-formed sequence becomes U+FFFD (Unicode 15, section
+/// 3.9, "substitution of maximal subparts"). A well-formed text is only looked at, not copied.
+class WellFormed {
+ public:
+  explicit WellFormed(std::string_view text);
+  WellFormed(const WellFormed&) = delete;
+  WellFormed& operator=(const WellFormed&) = delete;
+
+  /// Valid as long as this object and the text it was made from.
+  operator std::string_view() const noexcept { return mended_ ? *mended_ : text_; }
+
+ private:
+  std::string_view text_;
+  std::optional<std::string> mended_;
+};
+
+/// The text itself, or mended.
+[[nodiscard]] std::string wellFormed(std::string_view text);
+
+/// Whether the bytes of `part` stand in `whole`; in time that grows with their sum, not product.
+[[nodiscard]] bool contains(std::string_view whole, std::string_view part);
+
+/// Whether two well-formed texts are canonically equivalent (Unicode TR15: equal in NFD).
+[[nodiscard]] bool canonicallyEqual(std::string_view a, std::string_view b);
+
+/// Whether the text equals `lowerCase`, which is ASCII without upper-case letters, once the text is
+/// lower-cased. For the words that the library asks for, ASCII lower-casing is full Unicode
+/// lower-casing: no other character has their letters for its lower case.
+[[nodiscard]] bool equalsLowerCased(std::string_view text, std::string_view lowerCase) noexcept;
+
+}  // namespace corvo::base

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+#ifdef _MSC_VER
+#include <intrin.h>
+#endif
+
+namespace corvo::base {
+
+/// Another number in every process, so that nobody can choose texts that hash alike.
+inline const std::uint64_t kHashSeed = [] {
+  const auto moment = std::chrono::steady_clock::now().time_since_epoch().count();
+  static const char place = 0;
+  return static_cast<std::uint64_t>(moment) ^ reinterpret_cast<std::uintptr_t>(&place) << 20;
+}();
+
+/// A fast hash of short texts, for tables that are asked by `string_view`. Differs from run to run.
+struct TextHash {
+  using is_transparent = void;
+
+  [[nodiscard]] std::size_t operator()(std::string_view text) const noexcept {
+    std::uint64_t hash = kHashSeed ^ text.size();
+    while (text.size() >= sizeof(std::uint64_t)) {
+      std::uint64_t word = 0;
+      std::memcpy(&word, text.data(), sizeof word);
+      hash = mixed(hash ^ word);
+      text.remove_prefix(sizeof word);
+    }
+    std::uint64_t rest = 0;
+    std::memcpy(&rest, text.data(), text.size());
+    return static_cast<std::size_t>(mixed(hash ^ rest));
+  }
+
+ private:
+  // Both halves of the product with 2^64 over the golden ratio, folded together.
+  static std::uint64_t mixed(std::uint64_t word) noexcept {
+    constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15;
+#ifdef _MSC_VER
+    std::uint64_t high = 0;
+    const std::uint64_t low = _umul128(word, kMultiplier, &high);
+    return low ^ high;
+#else
+    const auto product = static_cast<unsigned __int128>(word) * kMultiplier;
+    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+#endif
+  }
+};
+
+}  // namespace corvo::base
