@@ -1,0 +1,23 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace corvo {
+
+/// Describes the device and the application. A registry of clients asks each of these once.
+class Device {
+ public:
+  virtual ~Device() = default;
+
+  /// A stable identifier of this installation, a UUID in upper-case canonical text form.
+  [[nodiscard]] virtual std::optional<std::string> vendorIdentifier() const = 0;
+  /// The name of the operating system.
+  [[nodiscard]] virtual std::optional<std::string> systemName() const = 0;
+  /// The version of the operating system: numbers joined by dots.
+  [[nodiscard]] virtual std::optional<std::string> systemVersion() const = 0;
+  /// The version of the application, as its users know it.
+  [[nodiscard]] virtual std::optional<std::string> applicationVersion() const = 0;
+};
+
+}  // namespace corvo

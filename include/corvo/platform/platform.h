@@ -1,0 +1,27 @@
+#pragma once
+
+#include <corvo/platform/clock.h>
+#include <corvo/platform/device.h>
+#include <corvo/platform/main_queue.h>
+#include <corvo/platform/preferences_store.h>
+#include <corvo/platform/secure_random.h>
+#include <corvo/platform/time_zone.h>
+#include <corvo/platform/url_session.h>
+
+#include <memory>
+
+namespace corvo {
+
+/// All that the library asks of its surroundings. Services of any origin mix: a fake clock goes
+/// with the host's time zone. None may be null.
+struct Platform {
+  std::shared_ptr<Clock> clock;
+  std::shared_ptr<TimeZone> timeZone;
+  std::shared_ptr<MainQueue> mainQueue;
+  std::shared_ptr<UrlSession> urlSession;
+  std::shared_ptr<PreferencesStore> preferencesStore;
+  std::shared_ptr<Device> device;
+  std::shared_ptr<SecureRandom> secureRandom;
+};
+
+}  // namespace corvo

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace corvo {
+
+/// One edit of a suite: the bytes to keep under a key, or none to remove the key.
+struct PreferencesChange {
+  std::string key;
+  std::optional<std::string> value;
+};
+
+/// A named set of binary values under text keys. Every handle to the suite of one name, within one
+/// process and one store, shows the same values at once. Nothing here throws.
+class PreferencesSuite {
+ public:
+  virtual ~PreferencesSuite() = default;
+
+  /// The bytes stored under the key; none when there are none or they cannot be read.
+  [[nodiscard]] virtual std::optional<std::string> read(std::string_view key) const = 0;
+
+  /// Makes all the changes, or, when that is impossible, none of them and answers false.
+  virtual bool apply(std::span<const PreferencesChange> changes) = 0;
+
+  /// Grows with every change made in this process through any handle. Costs no more than a load.
+  [[nodiscard]] virtual std::uint64_t revision() const = 0;
+
+  /// The revision of the suite at which the key was last changed in this process, 0 when it was
+  /// not: the same number twice means the same bytes.
+  [[nodiscard]] virtual std::uint64_t revisionOf(std::string_view key) const = 0;
+};
+
+/// Opens suites.
+class PreferencesStore {
+ public:
+  virtual ~PreferencesStore() = default;
+
+  /// The suite of that name, which is any UTF-8 text. Null when it cannot be opened: what is
+  /// stored is then left untouched, and a client keeps its records in memory only.
+  [[nodiscard]] virtual std::shared_ptr<PreferencesSuite> open(std::string_view suiteName) = 0;
+};
+
+}  // namespace corvo

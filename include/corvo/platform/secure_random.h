@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+
+namespace corvo {
+
+/// A source of cryptographically secure random bytes.
+class SecureRandom {
+ public:
+  virtual ~SecureRandom() = default;
+
+  /// Fills all the bytes, or throws a `std::exception`: never leaves weak bytes.
+  virtual void fill(std::span<std::byte> bytes) = 0;
+};
+
+}  // namespace corvo

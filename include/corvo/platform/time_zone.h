@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+
+namespace corvo {
+
+/// The time zone in which expiries and condition dates are written and read.
+class TimeZone {
+ public:
+  virtual ~TimeZone() = default;
+
+  /// The offset of local time from UTC at a moment (seconds since 1970), in seconds, positive east
+  /// of Greenwich and less than a day either way. Any moment may be asked, also one that is far
+  /// outside the calendar. Changes of the offset must lie an hour apart or more.
+  [[nodiscard]] virtual std::int32_t offsetAt(std::int64_t moment) const = 0;
+
+  /// A number that changes whenever the zone or its rules do. What the library remembers about
+  /// local times is forgotten with it. Asked at every question, so it must be cheap.
+  [[nodiscard]] virtual std::uint64_t identifier() const = 0;
+};
+
+}  // namespace corvo
