@@ -1,0 +1,70 @@
+// Any text: decoded, encoded, decoded again and compared, as each type that is stored or received.
+
+#include <corvo/property.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "model/codec.h"
+
+namespace {
+
+using namespace corvo;
+using namespace corvo::model;
+
+void require(bool condition) {
+  if (!condition) std::abort();
+}
+
+template <class T>
+void roundTrip(std::string_view text) {
+  const auto first = decodeJson<T>(text);
+  if (const auto* failure = std::get_if<DecodingFailure>(&first))
+    return require(!failure->description().empty());
+
+  const auto written = encodeJson(std::get<T>(first));
+  if (!written) return;  // it holds a number that JSON lacks
+  const auto second = decodeJson<T>(*written);
+  require(std::holds_alternative<T>(second));
+  require(std::get<T>(second) == std::get<T>(first));
+  require(encodeJson(std::get<T>(second)) == written);
+}
+
+void drops(std::string_view text) {
+  std::vector<Drop> drops;
+  const bool decoded = std::holds_alternative<ConfigResponse>(decodeConfig(text, drops));
+  require(decoded == std::holds_alternative<ConfigResponse>(decodeJson<ConfigResponse>(text)));
+  for (const auto& [pointer, reason] : drops) require(!pointer.empty() && !reason.empty());
+}
+
+// A number may change its kind when first written ("-1e-999" is written "-0"), but not its text
+// from then on.
+void dictionary(std::string_view text) {
+  const auto object = fromCorvoString<JsonObject>(text);
+  if (!object) return;
+  const auto once = fromCorvoString<JsonObject>(JsonValue(*object).toJson());
+  require(once.has_value());
+  const auto written = JsonValue(*once).toJson();
+  const auto twice = fromCorvoString<JsonObject>(written);
+  require(twice && JsonValue(*twice).toJson() == written);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  roundTrip<ConfigResponse>(text);
+  roundTrip<CorvoUser>(text);
+  roundTrip<PropertyMap>(text);
+  roundTrip<ForcedExperiments>(text);
+  roundTrip<std::string>(text);
+  drops(text);
+  dictionary(text);
+  static_cast<void>(decodeJson<StoredDate>(text));
+  static_cast<void>(typedProperty(text));
+  return 0;
+}

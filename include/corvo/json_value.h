@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace corvo {
+
+class JsonValue;
+
+/// An ordered list of JSON values.
+using JsonArray = std::vector<JsonValue>;
+/// A JSON object: values by key, in the order of the keys' bytes.
+using JsonObject = std::map<std::string, JsonValue, std::less<>>;
+
+/// One JSON value of the eight kinds that a document can hold. Numbers keep the kind in which they
+/// were read: an integer, also one written 1.0 or 1e0, is signed where it fits 64 bits, else
+/// unsigned; every other number is a double. Values of different kinds are never equal. A plain
+/// value; reading is safe from any thread.
+class JsonValue {
+ public:
+  using Null = std::monostate;
+  using Kinds = std::variant<Null, bool, std::int64_t, std::uint64_t, double, std::string,
+                             JsonArray, JsonObject>;
+
+  JsonValue() = default;
+  JsonValue(Kinds value) : value_(std::move(value)) {}
+
+  /// The value, for `std::visit` and `std::get_if`.
+  [[nodiscard]] const Kinds& value() const noexcept { return value_; }
+
+  /// The value if it is of that kind, or null.
+  template <class Kind>
+  [[nodiscard]] const Kind* as() const noexcept {
+    return std::get_if<Kind>(&value_);
+  }
+  [[nodiscard]] bool isNull() const noexcept { return as<Null>() != nullptr; }
+
+  /// The member of an object, or null when this is no object or has no such member.
+  [[nodiscard]] const JsonValue* find(std::string_view key) const;
+
+  /// This value as compact JSON text (RFC 8259), doubles in the shortest form that reads back.
+  /// Numbers that JSON cannot express (infinities, not-a-number) are written as null.
+  [[nodiscard]] std::string toJson() const;
+
+  friend bool operator==(const JsonValue& a, const JsonValue& b) { return a.value_ == b.value_; }
+
+ private:
+  Kinds value_;
+};
+
+}  // namespace corvo

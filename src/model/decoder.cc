@@ -1,0 +1,137 @@
+#include "model/decoder.h"
+
+#include <cmath>
+
+#include "base/number.h"
+#include "model/json_number.h"
+
+namespace corvo::model {
+namespace {
+
+std::string_view nameOf(JsonKind kind) {
+  constexpr std::array<std::string_view, 6> kNames{"null",   "boolean", "number",
+                                                   "string", "array",   "object"};
+  return kNames.at(static_cast<std::size_t>(kind));
+}
+
+std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
+
+}  // namespace
+
+std::string ReadFailure::reason() const {
+  const std::string what(detail);
+  switch (why) {
+    case Why::wrongKind:
+      return "expected " + what + ", found " + std::string(nameOf(node->kind));
+    case Why::missingKey:
+      return "missing key " + quoted(what);
+    case Why::unknownValue:
+      return "unknown " + what + ' ' +
+             (node->kind == JsonKind::string ? quoted(node->text()) : std::string(node->text()));
+    case Why::notNumeric:
+      return "Expected Double value, but got String value " + quoted(node->text());
+    case Why::notInteger:
+      return "not a signed 64-bit integer";
+    case Why::notDouble:
+      return "beyond the range of a double";
+  }
+  return {};
+}
+
+bool Decoder::read(const JsonNode& node, bool& value) {
+  if (node.kind != JsonKind::boolean) return wrongKind(node, "boolean");
+  value = node.isTrue();
+  return true;
+}
+
+bool Decoder::read(const JsonNode& node, std::int64_t& value) {
+  if (node.kind != JsonKind::number) return wrongKind(node, "number");
+  const auto integer = JsonNumber::parse(node.text())->asSigned();
+  value = integer.value_or(0);
+  return integer || fail(node, Why::notInteger);
+}
+
+bool Decoder::read(const JsonNode& node, double& value) {
+  if (node.kind != JsonKind::number) return wrongKind(node, "number");
+  value = base::parseDouble(node.text()).value_or(HUGE_VAL);
+  return std::isfinite(value) || fail(node, Why::notDouble);
+}
+
+bool Decoder::read(const JsonNode& node, std::string& value) {
+  if (node.kind != JsonKind::string) return wrongKind(node, "string");
+  value.assign(node.text());
+  return true;
+}
+
+bool Decoder::read(const JsonNode& node, NumberOrText field) {
+  if (node.kind == JsonKind::number) return read(node, field.wrappedValue);
+  if (node.kind != JsonKind::string) return wrongKind(node, "number or string");
+  const auto number = base::parseDouble(node.text());
+  field.wrappedValue = number.value_or(0);
+  return number || fail(node, Why::notNumeric);
+}
+
+bool Decoder::read(const JsonNode& node, TextOrList field) {
+  if (node.kind == JsonKind::string) return read(node, SingleText(field.wrappedValue));
+  if (node.kind != JsonKind::array) return wrongKind(node, "array or string");
+  return read(node, field.wrappedValue);
+}
+
+bool Decoder::read(const JsonNode& node, SingleText field) {
+  return read(node, field.wrappedValue.emplace_back());
+}
+
+bool Decoder::read(const JsonNode& node, ExperimentType& value) {
+  std::int64_t number = 0;
+  if (!read(node, number)) return false;
+  const bool known = number >= static_cast<int>(ExperimentType::featureFlag) &&
+                     number <= static_cast<int>(ExperimentType::holdout);
+  if (!known) return fail(node, Why::unknownValue, "experiment type");
+  value = static_cast<ExperimentType>(number);
+  return true;
+}
+
+bool Decoder::read(const JsonNode& node, StoredDate& value) {
+  double seconds = 0;
+  if (!read(node, seconds)) return false;
+  value.secondsSince1970 = seconds + kStoredDateEpoch;
+  return true;
+}
+
+bool Decoder::read(const JsonNode& node, JsonValue& value) {
+  switch (node.kind) {
+    case JsonKind::null:
+      return true;
+    case JsonKind::boolean:
+      return readKind<bool>(node, value);
+    case JsonKind::number:
+      return readNumber(node, value);
+    case JsonKind::string:
+      return readKind<std::string>(node, value);
+    case JsonKind::array:
+      return readKind<JsonArray>(node, value);
+    case JsonKind::object:
+      return readKind<JsonObject>(node, value);
+  }
+  return false;
+}
+
+bool Decoder::readNumber(const JsonNode& node, JsonValue& value) {
+  const auto number = *JsonNumber::parse(node.text());
+  if (const auto integer = number.asSigned()) {
+    value = JsonValue(*integer);
+  } else if (const auto natural = number.asUnsigned()) {
+    value = JsonValue(*natural);
+  } else {
+    return readKind<double>(node, value);
+  }
+  return true;
+}
+
+void Decoder::drop(const JsonNode& node, std::size_t listed) {
+  if (!drops_) return;
+  drops_->erase(drops_->begin() + static_cast<std::ptrdiff_t>(listed), drops_->end());
+  drops_->push_back({&node, failure_});
+}
+
+}  // namespace corvo::model

@@ -1,0 +1,231 @@
+#pragma once
+
+#include <corvo/json_value.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "model/codec.h"
+#include "model/fields.h"
+#include "model/json_tree.h"
+
+namespace corvo::model {
+
+/// Why a value could not be read. Only a note: nobody may ever want its text.
+struct ReadFailure {
+  enum class Why : std::uint8_t {
+    wrongKind,
+    missingKey,
+    unknownValue,
+    notNumeric,
+    notInteger,
+    notDouble
+  };
+
+  const JsonNode* node = nullptr;
+  Why why{};
+  std::string_view detail;  ///< The kind wanted, the key missing, or what is unknown.
+
+  [[nodiscard]] std::string reason() const;
+};
+
+/// An element or a field that was given up, and the failure for which it was.
+struct DroppedNode {
+  const JsonNode* node;
+  ReadFailure failure;
+};
+
+/// Reads the values of a tree into records by the tables of fields. Each `read` answers whether it
+/// succeeded; where not, the value is to be thrown away and `failure` tells why. For one thread.
+class Decoder {
+ public:
+  /// Lists what is dropped in `drops`, which may be null.
+  explicit Decoder(std::vector<DroppedNode>* drops) : drops_(drops) {}
+
+  [[nodiscard]] const ReadFailure& failure() const noexcept { return failure_; }
+
+  bool read(const JsonNode& node, bool& value);
+  bool read(const JsonNode& node, std::int64_t& value);
+  bool read(const JsonNode& node, double& value);
+  bool read(const JsonNode& node, std::string& value);
+  bool read(const JsonNode& node, NumberOrText field);
+  bool read(const JsonNode& node, TextOrList field);
+  bool read(const JsonNode& node, SingleText field);
+  bool read(const JsonNode& node, ExperimentType& value);
+  bool read(const JsonNode& node, StoredDate& value);
+  bool read(const JsonNode& node, JsonValue& value);
+
+  template <TextEnum E>
+  bool read(const JsonNode& node, E& value) {
+    constexpr auto& texts = EnumTexts<E>::list;
+    if (node.kind != JsonKind::string) return wrongKind(node, "string");
+    const auto found = std::find(texts.begin(), texts.end(), node.text());
+    value = static_cast<E>(found - texts.begin());
+    return found != texts.end() || fail(node, Why::unknownValue, EnumTexts<E>::what);
+  }
+
+  /// Null is an absent value.
+  template <class T>
+  bool read(const JsonNode& node, std::optional<T>& value) {
+    return node.kind == JsonKind::null || read(node, value.emplace());
+  }
+
+  template <class T>
+  bool read(const JsonNode& node, std::vector<T>& list) {
+    if (node.kind != JsonKind::array) return wrongKind(node, "array");
+    list.reserve(roomFor<T>(node));
+    for (const JsonNode& element : JsonElements(node)) {
+      if (!read(element, list.emplace_back())) return false;
+    }
+    return true;
+  }
+
+  template <class T>
+  bool read(const JsonNode& node, LossyArray<T> field) {
+    auto& list = field.wrappedValue;
+    if (node.kind != JsonKind::array) return wrongKind(node, "array");
+    if constexpr (JsonRecord<T>)
+      list.reserve(roomFor<T>(node));  // dropped texts must leave no room
+    for (const JsonNode& element : JsonElements(node)) {
+      const auto listed = dropCount();
+      if (read(element, list.emplace_back())) continue;
+      list.pop_back();
+      drop(element, listed);
+    }
+    return true;
+  }
+
+  template <class T>
+  bool read(const JsonNode& node, LossyOrEmpty<T> field) {
+    const auto listed = dropCount();
+    if (!read(node, LossyArray<T>(field.wrappedValue))) drop(node, listed);
+    return true;
+  }
+
+  template <class T>
+  bool read(const JsonNode& node, std::map<std::string, T, std::less<>>& map) {
+    if (node.kind != JsonKind::object) return wrongKind(node, "object");
+    std::map<std::string_view, const JsonNode*> last;
+    for (const auto [key, value] : JsonMembers(node)) last[key] = &value;
+    for (const auto [key, value] : JsonMembers(node)) {
+      if (last.find(key)->second == &value && !read(value, map[std::string(key)])) return false;
+    }
+    return true;
+  }
+
+  template <JsonRecord R>
+  bool read(const JsonNode& node, R& record) {
+    if (node.kind != JsonKind::object) return wrongKind(node, "object");
+    return readFields(node, findFields<R>(node), record, FieldIndexes<R>());
+  }
+
+ private:
+  using Why = ReadFailure::Why;
+
+  template <class R>
+  static constexpr std::size_t kFieldCount = std::tuple_size_v<decltype(Fields<R>::list)>;
+  template <class R>
+  using FieldIndexes = std::make_index_sequence<kFieldCount<R>>;
+  /// The value of each field of a record, null where its key is absent.
+  template <class R>
+  using FoundFields = std::array<const JsonNode*, kFieldCount<R>>;
+
+  bool fail(const JsonNode& node, Why why, std::string_view detail = {}) {
+    failure_ = {&node, why, detail};
+    return false;
+  }
+  bool wrongKind(const JsonNode& node, std::string_view wanted) {
+    return fail(node, Why::wrongKind, wanted);
+  }
+
+  bool readNumber(const JsonNode& node, JsonValue& value);
+  template <class Kind>
+  bool readKind(const JsonNode& node, JsonValue& value) {
+    Kind kind;
+    if (!read(node, kind)) return false;
+    value = JsonValue(std::move(kind));
+    return true;
+  }
+
+  [[nodiscard]] std::size_t dropCount() const { return drops_ ? drops_->size() : 0; }
+  void drop(const JsonNode& node, std::size_t listed);
+
+  // One pass over the members, so that the fields can then be read in the order of their table. The
+  // search goes on where the last key was found: most documents have that order themselves.
+  template <class R>
+  static FoundFields<R> findFields(const JsonNode& object) {
+    constexpr auto keys =
+        std::apply([](const auto&... field) { return std::array{field.key...}; }, Fields<R>::list);
+    FoundFields<R> found{};
+    std::size_t next = 0;
+    for (const auto [key, value] : JsonMembers(object)) {
+      for (std::size_t tried = 0; tried < keys.size(); ++tried, ++next) {
+        if (next == keys.size()) next = 0;
+        if (keys[next] != key) continue;
+        found[next++] = &value;
+        break;
+      }
+    }
+    return found;
+  }
+
+  template <class R, std::size_t... I>
+  bool readFields(const JsonNode& owner, const FoundFields<R>& found, R& record,
+                  std::index_sequence<I...>) {
+    return (readField<I>(owner, found, record) && ...);
+  }
+
+  template <std::size_t I, class R>
+  bool readField(const JsonNode& owner, const FoundFields<R>& found, R& record) {
+    constexpr auto& field = std::get<I>(Fields<R>::list);
+    using Form = typename std::remove_cvref_t<decltype(field)>::ReadAs;
+    const JsonNode* node = found[I];
+    if constexpr (field.presence == Presence::required) {
+      if (!node) return fail(owner, Why::missingKey, field.key);
+    } else if (isNone(node)) {
+      return true;
+    }
+    if constexpr (field.presence == Presence::fallback) {
+      if (!isNone(found[I - 1])) return true;
+    }
+    return read(*node, Form(record.*field.member));
+  }
+
+  static bool isNone(const JsonNode* node) { return !node || node->kind == JsonKind::null; }
+
+  // Room for the elements that can succeed. A record needs nodes of its own for what is required,
+  // so an array of a million zeros makes no room for a million records.
+  template <class T>
+  static std::size_t roomFor(const JsonNode& array) {
+    return std::min<std::size_t>(array.size, (array.span - 1) / kLeastSpan<T>);
+  }
+  template <class T>
+  static constexpr std::uint32_t leastSpan() {
+    if constexpr (JsonRecord<T>) {
+      constexpr auto isRequired = [](const auto& field) -> std::uint32_t {
+        return field.presence == Presence::required ? 1 : 0;
+      };
+      return std::apply([&](const auto&... field) { return 1 + 2 * (isRequired(field) + ... + 0); },
+                        Fields<T>::list);
+    } else {
+      return 1;
+    }
+  }
+  template <class T>
+  static constexpr std::uint32_t kLeastSpan = leastSpan<T>();
+
+  std::vector<DroppedNode>* drops_;
+  ReadFailure failure_;
+};
+
+}  // namespace corvo::model

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <corvo/json_value.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "model/codec.h"
+#include "model/fields.h"
+#include "model/json_writer.h"
+
+namespace corvo::model {
+
+/// Writes values and, by the tables of fields, records.
+class Encoder {
+ public:
+  explicit Encoder(JsonWriter& out) : out_(out) {}
+
+  void write(bool value) { out_.boolean(value); }
+  void write(std::int64_t value) { out_.integer(value); }
+  void write(std::uint64_t value) { out_.integer(value); }
+  void write(double value) { out_.real(value); }
+  void write(const std::string& value) { out_.string(value); }
+  void write(std::monostate) { out_.null(); }
+  void write(ExperimentType value) { out_.integer(static_cast<std::int64_t>(value)); }
+  void write(const StoredDate& value) { out_.real(value.secondsSince1970 - kStoredDateEpoch); }
+  void write(const JsonValue& value) {
+    std::visit([this](const auto& kind) { write(kind); }, value.value());
+  }
+
+  template <TextEnum E>
+  void write(E value) {
+    out_.string(EnumTexts<E>::list.at(static_cast<std::size_t>(value)));
+  }
+
+  template <class T>
+  void write(const std::optional<T>& value) {
+    value ? write(*value) : out_.null();
+  }
+
+  template <class T>
+  void write(const std::vector<T>& list) {
+    out_.beginArray();
+    for (const auto& element : list) write(element);
+    out_.endArray();
+  }
+
+  template <class T>
+  void write(const std::map<std::string, T, std::less<>>& map) {
+    out_.beginObject();
+    for (const auto& [key, value] : map) {
+      out_.key(key);
+      write(value);
+    }
+    out_.endObject();
+  }
+
+  template <JsonRecord R>
+  void write(const R& record) {
+    out_.beginObject();
+    std::apply([&](const auto&... field) { (writeField(field, record), ...); }, Fields<R>::list);
+    out_.endObject();
+  }
+
+ private:
+  template <class F, class R>
+  void writeField(const F& field, const R& record) {
+    const auto& value = record.*field.member;
+    if (field.presence == Presence::fallback) return;
+    if (field.presence == Presence::optional && isAbsent(value)) return;
+    out_.key(field.key);
+    write(value);
+  }
+
+  template <class T>
+  static bool isAbsent(const T&) {
+    return false;
+  }
+  template <class T>
+  static bool isAbsent(const std::optional<T>& value) {
+    return !value;
+  }
+
+  JsonWriter& out_;
+};
+
+}  // namespace corvo::model

@@ -1,0 +1,238 @@
+#pragma once
+
+#include <corvo/user.h>
+
+#include <array>
+#include <string_view>
+#include <tuple>
+
+#include "model/config.h"
+
+namespace corvo::model {
+
+/// A list from which elements that cannot be decoded are dropped one by one.
+template <class T>
+struct LossyArray {
+  explicit LossyArray(std::vector<T>& list) : wrappedValue(list) {}
+  std::vector<T>& wrappedValue;
+};
+
+/// A lossy list that is empty where there is no list at all.
+template <class T>
+struct LossyOrEmpty {
+  explicit LossyOrEmpty(std::vector<T>& list) : wrappedValue(list) {}
+  std::vector<T>& wrappedValue;
+};
+
+/// A number, or a string that reads as one.
+struct NumberOrText {
+  explicit NumberOrText(double& number) : wrappedValue(number) {}
+  double& wrappedValue;
+};
+
+/// A list of strings, or a single string for a list of one.
+struct TextOrList {
+  explicit TextOrList(std::vector<std::string>& list) : wrappedValue(list) {}
+  std::vector<std::string>& wrappedValue;
+};
+
+/// A single string, for a list of one.
+struct SingleText {
+  explicit SingleText(std::vector<std::string>& list) : wrappedValue(list) {}
+  std::vector<std::string>& wrappedValue;
+};
+
+enum class Presence : std::uint8_t {
+  required,  ///< The key must be there.
+  optional,  ///< May be absent or null; an absent value is not written.
+  nullable,  ///< May be absent or null; an absent value is written as null.
+  fallback   ///< Read where the field before it is absent or null; never written.
+};
+
+/// One key of a record. The member is read as a `Form`: itself, or one of the wrappers above.
+template <class Form, class Record, class Member>
+struct Field {
+  using ReadAs = Form;
+  std::string_view key;
+  Member Record::*member;
+  Presence presence;
+};
+
+template <class R, class M>
+constexpr Field<M&, R, M> required(std::string_view key, M R::*member) {
+  return {key, member, Presence::required};
+}
+template <class Form, class R, class M>
+constexpr Field<Form, R, M> requiredAs(std::string_view key, M R::*member) {
+  return {key, member, Presence::required};
+}
+template <class R, class M>
+constexpr Field<M&, R, M> optional(std::string_view key, M R::*member) {
+  return {key, member, Presence::optional};
+}
+template <class R, class M>
+constexpr Field<M&, R, M> nullable(std::string_view key, M R::*member) {
+  return {key, member, Presence::nullable};
+}
+template <class R, class T>
+constexpr Field<LossyArray<T>, R, std::vector<T>> lossy(std::string_view key,
+                                                        std::vector<T> R::*member) {
+  return {key, member, Presence::optional};
+}
+template <class R, class T>
+constexpr Field<LossyOrEmpty<T>, R, std::vector<T>> lossyOrEmpty(std::string_view key,
+                                                                 std::vector<T> R::*member) {
+  return {key, member, Presence::optional};
+}
+template <class R>
+constexpr Field<SingleText, R, std::vector<std::string>> otherwise(
+    std::string_view key, std::vector<std::string> R::*member) {
+  return {key, member, Presence::fallback};
+}
+
+/// The keys of each record, in the order in which they are read and written.
+template <class Record>
+struct Fields;
+
+template <>
+struct Fields<Condition> {
+  static constexpr auto list = std::tuple(required("name", &Condition::name),
+                                          required("condition_sign", &Condition::conditionSign),
+                                          requiredAs<TextOrList>("value", &Condition::values));
+};
+
+template <>
+struct Fields<Rule> {
+  static constexpr auto list =
+      std::tuple(required("is_default", &Rule::isDefault), required("value", &Rule::value),
+                 required("conditional_statement", &Rule::conditionalStatement),
+                 required("conditions", &Rule::conditions));
+};
+
+template <>
+struct Fields<FeatureFlagGroup> {
+  static constexpr auto list = std::tuple(required("group", &FeatureFlagGroup::name),
+                                          lossy("rules", &FeatureFlagGroup::rules));
+};
+
+template <>
+struct Fields<FeatureFlag> {
+  static constexpr auto list =
+      std::tuple(optional("id", &FeatureFlag::id), optional("project_id", &FeatureFlag::projectId),
+                 required("name", &FeatureFlag::name), required("type", &FeatureFlag::type),
+                 lossy("rules", &FeatureFlag::rules), lossy("groups", &FeatureFlag::groups),
+                 optional("is_private", &FeatureFlag::isPrivate),
+                 optional("platform", &FeatureFlag::platform));
+};
+
+template <>
+struct Fields<Target> {
+  static constexpr auto list =
+      std::tuple(required("conditional_statement", &Target::conditionalStatement),
+                 required("conditions", &Target::conditions));
+};
+
+template <>
+struct Fields<LayerBounds> {
+  static constexpr auto list =
+      std::tuple(requiredAs<NumberOrText>("lower_bound", &LayerBounds::lowerBound),
+                 requiredAs<NumberOrText>("upper_bound", &LayerBounds::upperBound));
+};
+
+template <>
+struct Fields<Group> {
+  static constexpr auto list =
+      std::tuple(required("name", &Group::name), optional("label", &Group::label),
+                 requiredAs<NumberOrText>("weight", &Group::weight),
+                 lossy("forced_user_list", &Group::forcedUserList));
+};
+
+template <>
+struct Fields<Param::Value> {
+  static constexpr auto list =
+      std::tuple(required("group", &Param::Value::group), required("value", &Param::Value::value));
+};
+
+template <>
+struct Fields<Param> {
+  static constexpr auto list =
+      std::tuple(required("name", &Param::name), required("type", &Param::type),
+                 lossy("values", &Param::values));
+};
+
+template <>
+struct Fields<Experiment> {
+  static constexpr auto list = std::tuple(
+      required("name", &Experiment::name), required("salt", &Experiment::salt),
+      requiredAs<NumberOrText>("allocation", &Experiment::allocation),
+      nullable("layer_id", &Experiment::layerId), lossy("layer_bounds", &Experiment::layerBounds),
+      lossy("groups", &Experiment::groups), lossy("params", &Experiment::params),
+      nullable("targets", &Experiment::targets), lossy("feature_flags", &Experiment::featureFlags),
+      lossy("forced_user_list", &Experiment::forcedUserList),
+      nullable("is_private", &Experiment::isPrivate), nullable("split_by", &Experiment::splitMode),
+      optional("platforms", &Experiment::platforms), otherwise("platform", &Experiment::platforms),
+      lossyOrEmpty("holdouts", &Experiment::holdouts), nullable("type", &Experiment::type));
+};
+
+template <>
+struct Fields<ConfigResponse> {
+  static constexpr auto list = std::tuple(lossy("feature_flags", &ConfigResponse::featureFlags),
+                                          lossy("experiments", &ConfigResponse::experiments));
+};
+
+template <>
+struct Fields<CorvoUser> {
+  static constexpr auto list = std::tuple(required("properties", &CorvoUser::properties),
+                                          optional("corvoExpiration", &CorvoUser::corvoExpiration));
+};
+
+/// The texts of an enumeration in the order of its enumerators, and what it is called.
+template <class E>
+struct EnumTexts;
+
+template <>
+struct EnumTexts<ConditionalStatement> {
+  static constexpr std::string_view what = "conditional statement";
+  static constexpr std::array<std::string_view, 3> list{"AND", "OR", "-"};
+};
+
+template <>
+struct EnumTexts<SplitMode> {
+  static constexpr std::string_view what = "split mode";
+  static constexpr std::array<std::string_view, 3> list{"userId", "deviceId", "profileId"};
+};
+
+template <>
+struct EnumTexts<ConditionSign> {
+  static constexpr std::string_view what = "condition sign";
+  static constexpr std::array<std::string_view, kConditionSignCount> list{"equal",
+                                                                          "not equal",
+                                                                          "any of",
+                                                                          "none of",
+                                                                          "contains any of",
+                                                                          "contains none of",
+                                                                          "on date",
+                                                                          "after time",
+                                                                          "before time",
+                                                                          "greater",
+                                                                          "less",
+                                                                          "greater equal",
+                                                                          "less equal",
+                                                                          "starts with",
+                                                                          "not starts with",
+                                                                          "ends with",
+                                                                          "not ends with",
+                                                                          "contains",
+                                                                          "not contains"};
+};
+
+template <class T>
+concept JsonRecord = requires {
+  Fields<T>::list;
+};
+template <class T>
+concept TextEnum = requires {
+  EnumTexts<T>::list;
+};
+
+}  // namespace corvo::model

@@ -1,0 +1,59 @@
+#include "model/json_pointer.h"
+
+namespace corvo::model {
+namespace {
+
+class Search {
+ public:
+  explicit Search(const std::vector<const JsonNode*>& wanted) : wanted_(wanted) {}
+
+  // Goes below the node only where a wanted one is.
+  void visit(const JsonNode& node) {
+    while (isWanted(node.first()) && wanted_[found_.size()] == &node) found_.push_back(path_);
+    if (!isWanted(node.next())) return;
+    if (node.kind == JsonKind::array) {
+      std::size_t index = 0;
+      for (const JsonNode& element : JsonElements(node)) step(std::to_string(index++), element);
+    } else {
+      for (const auto [key, value] : JsonMembers(node)) step(key, value);
+    }
+  }
+
+  std::vector<std::string> found_;
+
+ private:
+  [[nodiscard]] bool isWanted(const JsonNode* before) const {
+    return found_.size() < wanted_.size() && wanted_[found_.size()] < before;
+  }
+
+  void step(std::string_view token, const JsonNode& node) {
+    if (!isWanted(node.next())) return;
+    const auto length = path_.size();
+    path_ += '/';
+    for (const char c : token) appendEscaped(c);
+    visit(node);
+    path_.resize(length);
+  }
+
+  void appendEscaped(char c) {
+    if (c == '~' || c == '/') {
+      path_ += c == '~' ? "~0" : "~1";
+    } else {
+      path_ += c;
+    }
+  }
+
+  const std::vector<const JsonNode*>& wanted_;
+  std::string path_;
+};
+
+}  // namespace
+
+std::vector<std::string> pointersTo(const std::vector<const JsonNode*>& nodes,
+                                    const JsonNode& root) {
+  Search search(nodes);
+  search.visit(root);
+  return std::move(search.found_);
+}
+
+}  // namespace corvo::model

@@ -1,0 +1,152 @@
+#include "model/json_tree.h"
+
+#include <simdjson.h>
+
+#include <string>
+
+#include "base/text.h"
+#include "model/json_number.h"
+
+namespace corvo::model {
+namespace {
+
+namespace ondemand = simdjson::ondemand;
+
+constexpr int kMaxDepth = 512;
+// No text has more values than bytes.
+constexpr std::size_t kMaxSize = (std::size_t{1} << JsonNode::kSpanBits) - 1;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+constexpr std::string_view kNotJson = "not a JSON text";
+constexpr std::string_view kNotUtf8 = "not UTF-8";
+constexpr std::string_view kTooDeep = "nested deeper than 512 levels";
+constexpr std::string_view kTooLarge = "too large";
+
+bool isOfSize(simdjson::error_code error) {
+  return error == simdjson::CAPACITY || error == simdjson::MEMALLOC;
+}
+
+// Reads every value: simdjson checks only what is read, and of numbers and atoms less than we want.
+// Its own values are handed on by reference, for the copies cost more than the reading.
+class Walk {
+ public:
+  explicit Walk(std::vector<JsonNode>& nodes) : nodes_(nodes) {}
+
+  [[nodiscard]] std::string_view error() const { return error_; }
+
+  // The list that was put around the text must hold one value and end where it was put.
+  bool wrapped(ondemand::document& document) {
+    ondemand::array list;
+    if (document.get_array().get(list) != simdjson::SUCCESS) return fail(kNotJson);
+    if (!container(JsonKind::array, list)) return false;
+    const bool atEnd = document.current_location().error() == simdjson::OUT_OF_BOUNDS;
+    return (nodes_.front().size == 1 && atEnd) || fail(kNotJson);
+  }
+
+ private:
+  bool fail(std::string_view error) {
+    error_ = error;
+    return false;
+  }
+
+  bool add(JsonKind kind, std::string_view text) {
+    nodes_.push_back(JsonNode{text.data(), static_cast<std::uint32_t>(text.size()), 1, kind});
+    return true;
+  }
+
+  template <class Container>
+  bool container(JsonKind kind, Container& children) {
+    if (++depth_ > kMaxDepth) return fail(kTooDeep);
+    const auto index = nodes_.size();
+    add(kind, {});
+    std::uint32_t count = 0;
+    for (auto item : children) {
+      if (item.error() != simdjson::SUCCESS) return fail(kNotJson);
+      auto&& found = std::move(item).value_unsafe();
+      if (!child(found)) return false;
+      ++count;
+    }
+    nodes_[index].size = count;
+    nodes_[index].span = static_cast<std::uint32_t>(nodes_.size() - index) & kMaxSize;
+    --depth_;
+    return true;
+  }
+
+  bool child(ondemand::field& member) {
+    return string(member.unescaped_key()) && child(member.value());
+  }
+
+  bool child(ondemand::value& value) {
+    ondemand::json_type type{};
+    if (value.type().get(type) != simdjson::SUCCESS) return fail(kNotJson);
+    switch (type) {
+      case ondemand::json_type::object: {
+        ondemand::object members;
+        const auto error = value.get_object().get(members);
+        return error != simdjson::SUCCESS ? fail(kNotJson) : container(JsonKind::object, members);
+      }
+      case ondemand::json_type::array: {
+        ondemand::array list;
+        const auto error = value.get_array().get(list);
+        return error != simdjson::SUCCESS ? fail(kNotJson) : container(JsonKind::array, list);
+      }
+      case ondemand::json_type::string:
+        return string(value.get_string());
+      default:
+        return scalar(value.raw_json_token());
+    }
+  }
+
+  bool string(simdjson::simdjson_result<std::string_view>&& unescaped) {
+    std::string_view text;
+    if (std::move(unescaped).get(text) != simdjson::SUCCESS) return fail(kNotJson);
+    return add(JsonKind::string, text);
+  }
+
+  // A token reaches to the next one, blanks included.
+  bool scalar(std::string_view token) {
+    token = token.substr(0, token.find_last_not_of(" \t\n\r") + 1);
+    if (token == "null") return add(JsonKind::null, token);
+    if (token == "true" || token == "false") return add(JsonKind::boolean, token);
+    return JsonNumber::parse(token) ? add(JsonKind::number, token) : fail(kNotJson);
+  }
+
+  std::vector<JsonNode>& nodes_;
+  std::string_view error_;
+  int depth_ = -1;  // the list around the text is no level of it
+};
+
+}  // namespace
+
+struct JsonTree::Source {
+  std::string text;
+  ondemand::parser parser;
+};
+
+JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) {
+  if (json.starts_with(kByteOrderMark)) json.remove_prefix(kByteOrderMark.size());
+  if (json.size() > kMaxSize - 2) {
+    error_ = kTooLarge;
+    return;
+  }
+
+  // Read as the only element of a list, so that a scalar at the root needs no path of its own.
+  auto& text = source_->text;
+  text.reserve(json.size() + 2 + simdjson::SIMDJSON_PADDING);
+  text.append("[").append(json).append("]");
+  nodes_.reserve(json.size() / 8 + 2);
+
+  ondemand::document document;
+  Walk walk(nodes_);
+  if (const auto error = source_->parser.iterate(text).get(document)) {
+    error_ = isOfSize(error) ? kTooLarge : kNotJson;
+  } else if (!walk.wrapped(document)) {
+    error_ = walk.error();
+  }
+  // Which of two faults simdjson meets first depends on the processor.
+  if (error_ == kNotJson && !base::isWellFormed(json)) error_ = kNotUtf8;
+}
+
+JsonTree::~JsonTree() = default;
+
+}  // namespace corvo::model

@@ -1,0 +1,21 @@
+#include <corvo/json_value.h>
+
+#include "model/encoder.h"
+#include "model/json_writer.h"
+
+namespace corvo {
+
+const JsonValue* JsonValue::find(std::string_view key) const {
+  const auto* object = as<JsonObject>();
+  if (!object) return nullptr;
+  const auto found = object->find(key);
+  return found == object->end() ? nullptr : &found->second;
+}
+
+std::string JsonValue::toJson() const {
+  model::JsonWriter writer;
+  model::Encoder(writer).write(*this);
+  return writer.take();
+}
+
+}  // namespace corvo

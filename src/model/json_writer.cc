@@ -1,0 +1,93 @@
+#include "model/json_writer.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+
+namespace corvo::model {
+namespace {
+
+// What follows the backslash for each byte that RFC 8259 wants escaped; zero for the others.
+constexpr auto kEscapeLetters = [] {
+  std::array<char, 256> letters{};
+  for (std::size_t control = 0; control < 0x20; ++control) letters[control] = 'u';
+  letters['\b'] = 'b';
+  letters['\t'] = 't';
+  letters['\n'] = 'n';
+  letters['\f'] = 'f';
+  letters['\r'] = 'r';
+  letters['"'] = '"';
+  letters['\\'] = '\\';
+  return letters;
+}();
+
+}  // namespace
+
+void JsonWriter::key(std::string_view key) {
+  separate();
+  quote(key);
+  text_ += ':';
+}
+
+template <class Number>
+void JsonWriter::number(Number value) {
+  std::array<char, 32> digits;
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+  raw({digits.data(), static_cast<std::size_t>(end - digits.data())});
+}
+
+void JsonWriter::integer(std::int64_t value) { number(value); }
+
+void JsonWriter::integer(std::uint64_t value) { number(value); }
+
+void JsonWriter::real(double value) {
+  if (std::isfinite(value)) return number(value);
+  faithful_ = false;
+  null();
+}
+
+void JsonWriter::string(std::string_view value) {
+  separate();
+  quote(value);
+}
+
+// A value needs a comma before it unless it is the first one or follows its key.
+void JsonWriter::separate() {
+  if (text_.empty()) return;
+  const char last = text_.back();
+  if (last != '[' && last != '{' && last != ':') text_ += ',';
+}
+
+void JsonWriter::open(char bracket) {
+  separate();
+  text_ += bracket;
+}
+
+void JsonWriter::raw(std::string_view literal) {
+  separate();
+  text_ += literal;
+}
+
+void JsonWriter::quote(std::string_view value) {
+  text_ += '"';
+  std::size_t copied = 0;
+  for (std::size_t at = 0; at < value.size(); ++at) {
+    const char letter = kEscapeLetters[static_cast<unsigned char>(value[at])];
+    if (letter == 0) continue;
+    text_.append(value, copied, at - copied);
+    escape(value[at], letter);
+    copied = at + 1;
+  }
+  text_.append(value, copied);
+  text_ += '"';
+}
+
+void JsonWriter::escape(char c, char letter) {
+  text_ += '\\';
+  text_ += letter;
+  if (letter != 'u') return;
+  text_ += c < 0x10 ? "000" : "001";
+  text_ += "0123456789abcdef"[c % 0x10];
+}
+
+}  // namespace corvo::model

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace corvo::model {
+
+/// Appends JSON text (RFC 8259) without blanks to one string. The caller keeps to JSON's grammar;
+/// the commas are set here. Texts must be well-formed UTF-8; only what must be is escaped.
+class JsonWriter {
+ public:
+  void beginObject() { open('{'); }
+  void endObject() { text_ += '}'; }
+  void beginArray() { open('['); }
+  void endArray() { text_ += ']'; }
+  void key(std::string_view key);
+
+  void null() { raw("null"); }
+  void boolean(bool value) { raw(value ? "true" : "false"); }
+  void integer(std::int64_t value);
+  void integer(std::uint64_t value);
+  /// The shortest digits that read back; null when JSON has no such number.
+  void real(double value);
+  void string(std::string_view value);
+
+  /// Whether every number was one that JSON has.
+  [[nodiscard]] bool isFaithful() const noexcept { return faithful_; }
+  [[nodiscard]] std::string take() { return std::move(text_); }
+
+ private:
+  void separate();
+  void open(char bracket);
+  void raw(std::string_view literal);
+  void quote(std::string_view value);
+  void escape(char c, char letter);
+  template <class Number>
+  void number(Number value);
+
+  std::string text_;
+  bool faithful_ = true;
+};
+
+}  // namespace corvo::model

@@ -1,0 +1,42 @@
+#include <corvo/property.h>
+
+#include "base/number.h"
+#include "base/text.h"
+#include "model/decoder.h"
+#include "model/json_tree.h"
+
+namespace corvo {
+
+std::optional<bool> CorvoPropertyTraits<bool>::fromCorvoString(std::string_view text) noexcept {
+  if (base::equalsLowerCased(text, "true")) return true;
+  if (base::equalsLowerCased(text, "false")) return false;
+  return std::nullopt;
+}
+
+std::optional<std::int64_t> CorvoPropertyTraits<std::int64_t>::fromCorvoString(
+    std::string_view text) noexcept {
+  return base::parseInteger(text);
+}
+
+std::optional<double> CorvoPropertyTraits<double>::fromCorvoString(std::string_view text) {
+  return base::parseDouble(text);
+}
+
+std::optional<JsonObject> CorvoPropertyTraits<JsonObject>::fromCorvoString(std::string_view text) {
+  // Most texts that are asked hold no brace, and a parser is not made for nothing.
+  if (text.find('{') == std::string_view::npos) return std::nullopt;
+  const model::JsonTree tree(text);
+  JsonObject object;
+  if (!tree.root() || !model::Decoder(nullptr).read(*tree.root(), object)) return std::nullopt;
+  return object;
+}
+
+CorvoProperty typedProperty(std::string_view text) {
+  if (auto object = fromCorvoString<JsonObject>(text)) return *std::move(object);
+  if (auto boolean = fromCorvoString<bool>(text)) return *boolean;
+  if (auto integer = fromCorvoString<std::int64_t>(text)) return *integer;
+  if (auto number = fromCorvoString<double>(text)) return *number;
+  return std::string(text);
+}
+
+}  // namespace corvo

@@ -1,0 +1,160 @@
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "model/codec.h"
+#include "tests/base/case_table.h"
+
+namespace corvo::model {
+namespace {
+
+ConfigResponse decoded(const std::string& json) {
+  auto result = decodeJson<ConfigResponse>(json);
+  if (const auto* failure = std::get_if<DecodingFailure>(&result))
+    ADD_FAILURE() << failure->description() << " in " << json;
+  return std::holds_alternative<ConfigResponse>(result) ? std::get<ConfigResponse>(result)
+                                                        : ConfigResponse();
+}
+
+std::vector<Drop> dropsOf(const std::string& json) {
+  std::vector<Drop> drops;
+  EXPECT_TRUE(std::holds_alternative<ConfigResponse>(decodeConfig(json, drops))) << json;
+  return drops;
+}
+
+/// The text with another in place of its @.
+std::string filled(std::string text, const std::string& with) {
+  const auto at = text.find('@');
+  return at == std::string::npos ? text : text.replace(at, 1, with);
+}
+
+/// Every key of every record, in the order in which they are written.
+std::string everything() {
+  std::string json;
+  for (const auto& [line] : tests::caseTable<1>(CORVO_MODEL_CASES "config.json")) json += line;
+  return json;
+}
+
+TEST(ConfigCodec, WritesWhatItReads) {
+  const auto config = decoded(everything());
+  EXPECT_EQ(encodeJson(config), everything());
+
+  const Experiment& experiment = config.experiments.at(0);
+  EXPECT_EQ(experiment.layerBounds.at(0).upperBound, 1e-7);
+  EXPECT_EQ(experiment.groups.at(0).label, "A");
+  EXPECT_EQ(experiment.params.at(0).values.at(0), (Param::Value{"g", "1"}));
+  EXPECT_EQ(config.featureFlags.at(0).projectId, -7);
+  EXPECT_EQ(config.featureFlags.at(0).groups.at(0).name, "g");
+  EXPECT_EQ(config.featureFlags.at(0).rules.at(0).conditions.at(0),
+            (Condition{"os.name", ConditionSign::notEndsWith, {"a", "b"}}));
+}
+
+TEST(ConfigCodec, ReadsAndWritesAsTheTableSays) {
+  std::string frame;
+  for (const auto& [given, part] : tests::caseTable<2>(CORVO_MODEL_CASES "config_reads.txt")) {
+    if (given.starts_with("in ")) {
+      frame = given.substr(3);
+      continue;
+    }
+    const auto written = encodeJson(decoded(filled(frame, given))).value_or("none");
+    EXPECT_NE(written.find(part), std::string::npos) << given << " is written " << written;
+  }
+}
+
+TEST(ConfigCodec, DropsWhatTheTableSaysAndNothingElse) {
+  std::string frame;
+  std::string place;
+  for (const auto& [given, reason] : tests::caseTable<2>(CORVO_MODEL_CASES "config_drops.txt")) {
+    if (given.starts_with("in ")) {
+      frame = given.substr(3);
+    } else if (given.starts_with("at ")) {
+      place = given.substr(3);
+    } else {
+      const auto drops = dropsOf(filled(frame, given));
+      ASSERT_EQ(drops.size(), 1u) << given;
+      EXPECT_EQ(drops[0].pointer, place) << given;
+      EXPECT_EQ(drops[0].reason, filled(reason, place)) << given;
+    }
+  }
+  EXPECT_TRUE(dropsOf(everything()).empty());
+}
+
+/// Puts each text of a list with commas into the document: what it reads must count up.
+template <class Get>
+void expectCount(int from, const char* texts, const std::string& document, Get get) {
+  std::istringstream in(texts);
+  for (std::string text; std::getline(in, text, ','); ++from) {
+    EXPECT_EQ(static_cast<int>(get(decoded(filled(document, text)))), from) << text;
+  }
+}
+
+TEST(ConfigCodec, KnowsEveryTextOfItsEnumerations) {
+  const std::string rule = R"({"feature_flags":[{"name":"f","type":"","rules":[{"is_default":true,)"
+                           R"("value":"v","conditional_statement":)";
+  const std::string experiment = R"({"experiments":[{"name":"e","salt":"s","allocation":1,)";
+  expectCount(0,
+              "equal,not equal,any of,none of,contains any of,contains none of,on date,after time,"
+              "before time,greater,less,greater equal,less equal,starts with,not starts with,"
+              "ends with,not ends with,contains,not contains",
+              rule + R"("-","conditions":[{"name":"n","condition_sign":"@","value":[]}]}]}]})",
+              [](const ConfigResponse& read) {
+                return read.featureFlags.at(0).rules.at(0).conditions.at(0).conditionSign;
+              });
+  expectCount(0, "AND,OR,-", rule + R"("@","conditions":[]}]}]})", [](const ConfigResponse& read) {
+    return read.featureFlags.at(0).rules.at(0).conditionalStatement;
+  });
+  expectCount(0, "userId,deviceId,profileId", experiment + R"("split_by":"@"}]})",
+              [](const ConfigResponse& read) { return *read.experiments.at(0).splitMode; });
+  expectCount(1, "1,2.0,30e-1,0.4e1,5", experiment + R"("type":@}]})",
+              [](const ConfigResponse& read) { return *read.experiments.at(0).type; });
+}
+
+TEST(ConfigCodec, ListsDropsInDocumentOrderAndNoneInsideADrop) {
+  const std::string json =
+      R"({"experiments":[{"name":"e","salt":"s","allocation":1,"holdouts":7,)"
+      R"("forced_user_list":[1,"u",2],"groups":[0,{"name":"g","forced_user_list":[3],"weight":1},)"
+      R"({"name":"h","forced_user_list":[4]}]},)"
+      R"({"name":"e","salt":"s","allocation":1,"groups":[0],"holdouts":0,"type":6}],)"
+      R"("feature_flags":[5,{"name":"f","type":"t","rules":[6]}]})";
+  std::vector<Drop> drops{{"left", "over"}};
+  const auto result = std::get<ConfigResponse>(decodeConfig(json, drops));
+  std::string seen;
+  for (const auto& drop : drops) seen += drop.pointer + ' ';
+  EXPECT_EQ(seen,
+            "/experiments/0/holdouts /experiments/0/forced_user_list/0 "
+            "/experiments/0/forced_user_list/2 /experiments/0/groups/0 "
+            "/experiments/0/groups/1/forced_user_list/0 /experiments/0/groups/2 /experiments/1 "
+            "/feature_flags/0 /feature_flags/1/rules/0 ");
+  EXPECT_EQ(result, decoded(json));
+}
+
+TEST(ConfigCodec, FailsAsAWholeOnlyAtTheTop) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"[]", "expected object, found array"},
+      {"null", "expected object, found null"},
+      {R"({"experiments":7,"feature_flags":{}})", "expected array, found object at /feature_flags"},
+      {R"({"feature_flags":[],"experiments":"x"})", "expected array, found string at /experiments"},
+      {R"({"feature_flags":[})", "not a JSON text"}};
+  for (const auto& [json, description] : cases) {
+    std::vector<Drop> drops{{"left", "over"}};
+    const auto result = decodeConfig(json, drops);
+    EXPECT_EQ(std::get<DecodingFailure>(result).description(), description) << json;
+    EXPECT_TRUE(drops.empty());
+  }
+}
+
+// A list of what cannot be a record must not make room for as many records.
+TEST(ConfigCodec, LongListsOfNothing) {
+  std::string nothing = "0";
+  for (int i = 0; i < 20'000; ++i) nothing += ",0";
+  std::vector<Drop> drops;
+  const auto result = decodeConfig(R"({"experiments":[)" + nothing + "]}", drops);
+  EXPECT_EQ(drops.size(), 20'001u);
+  EXPECT_EQ(drops.back().pointer, "/experiments/20000");
+  EXPECT_LT(std::get<ConfigResponse>(result).experiments.capacity(), 10'000u);
+}
+
+}  // namespace
+}  // namespace corvo::model
