@@ -1,0 +1,101 @@
+#include <corvo/fakes.h>
+
+namespace corvo::fakes {
+
+class MemoryPreferencesStore::Suite final : public PreferencesSuite {
+ public:
+  Suite(std::shared_ptr<const bool> failsWriting,
+        const std::map<std::string, std::string>& contents)
+      : failsWriting_(std::move(failsWriting)) {
+    for (const auto& [key, value] : contents) entries_[key].value = value;
+  }
+
+  [[nodiscard]] std::optional<std::string> read(std::string_view key) const override {
+    Entry& entry = entryOf(key);
+    ++entry.reads;
+    return entry.value;
+  }
+
+  bool apply(std::span<const PreferencesChange> changes) override {
+    if (*failsWriting_) return false;
+    if (!changes.empty()) ++revision_;
+    for (const PreferencesChange& change : changes) {
+      Entry& entry = entryOf(change.key);
+      entry.value = change.value;
+      entry.revision = revision_;
+    }
+    return true;
+  }
+
+  [[nodiscard]] std::uint64_t revision() const override { return revision_; }
+
+  [[nodiscard]] std::uint64_t revisionOf(std::string_view key) const override {
+    const auto found = entries_.find(key);
+    return found == entries_.end() ? 0 : found->second.revision;
+  }
+
+  [[nodiscard]] std::size_t reads(std::string_view key) const {
+    const auto found = entries_.find(key);
+    return found == entries_.end() ? 0 : found->second.reads;
+  }
+
+  [[nodiscard]] std::map<std::string, std::string> contents() const {
+    std::map<std::string, std::string> values;
+    for (const auto& [key, entry] : entries_) {
+      if (entry.value) values.emplace(key, *entry.value);
+    }
+    return values;
+  }
+
+ private:
+  struct Entry {
+    std::optional<std::string> value;
+    std::uint64_t revision = 0;
+    std::size_t reads = 0;
+  };
+
+  Entry& entryOf(std::string_view key) const {
+    const auto found = entries_.find(key);
+    return found != entries_.end() ? found->second : entries_[std::string(key)];
+  }
+
+  std::shared_ptr<const bool> failsWriting_;
+  std::uint64_t revision_ = 0;
+  mutable std::map<std::string, Entry, std::less<>> entries_;  // also of keys only read so far
+};
+
+MemoryPreferencesStore::MemoryPreferencesStore(const MemoryPreferencesStore& other)
+    : PreferencesStore(other) {
+  for (const auto& [name, suite] : other.suites_) {
+    suites_.emplace(name, std::make_shared<Suite>(failsWriting_, suite->contents()));
+  }
+}
+
+std::shared_ptr<PreferencesSuite> MemoryPreferencesStore::open(std::string_view suiteName) {
+  if (failsOpening_) return nullptr;
+  auto& suite = suites_[std::string(suiteName)];
+  if (suite == nullptr) {
+    suite = std::make_shared<Suite>(failsWriting_, std::map<std::string, std::string>());
+  }
+  return suite;
+}
+
+std::vector<std::string> MemoryPreferencesStore::suiteNames() const {
+  std::vector<std::string> names;
+  for (const auto& [name, suite] : suites_) names.push_back(name);
+  return names;
+}
+
+std::map<std::string, std::string> MemoryPreferencesStore::contents(
+    std::string_view suiteName) const {
+  const auto found = suites_.find(suiteName);
+  if (found == suites_.end()) return {};
+  return found->second->contents();
+}
+
+std::size_t MemoryPreferencesStore::reads(std::string_view suiteName, std::string_view key) const {
+  const auto found = suites_.find(suiteName);
+  return found == suites_.end() ? 0 : found->second->reads(key);
+}
+
+}  // namespace corvo::fakes
