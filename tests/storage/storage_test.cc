@@ -1,0 +1,193 @@
+#include <corvo/fakes.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "base/exclusive_access.h"
+#include "storage/storage_client.h"
+#include "storage/storage_property.h"
+
+namespace corvo::storage {
+namespace {
+
+constexpr double kWritten = 1'714'564'800;
+
+class StoragePropertyTest : public testing::Test {
+ protected:
+  std::shared_ptr<StorageProtocol> protocol() {
+    return std::make_shared<StorageProtocol>(store_.open("suite"));
+  }
+  StorageProperty<std::string> slot(std::optional<std::uint64_t> cacheTTL = std::nullopt) {
+    return {"key", protocol(), cacheTTL};
+  }
+  void put(const std::string& key, std::optional<std::string> blob) {
+    const PreferencesChange change{key, std::move(blob)};
+    store_.open("suite")->apply({&change, 1});
+  }
+  static std::shared_ptr<const std::string> text(const char* value) {
+    return std::make_shared<const std::string>(value);
+  }
+
+  fakes::MemoryPreferencesStore store_;
+};
+
+TEST_F(StoragePropertyTest, LivesForLessThanItsTimeToLive) {
+  struct Case {
+    double age;
+    bool valid;
+  };
+  for (const auto& [age, valid] :
+       {Case{0, true}, Case{9.9, true}, Case{10, false}, Case{1e9, false}, Case{-3600, true},
+        Case{std::numeric_limits<double>::quiet_NaN(), false}}) {
+    auto written = slot(10);
+    written.write(text("a"), kWritten);
+    auto restarted = slot(10);
+    for (auto* property : {&written, &restarted}) {
+      EXPECT_EQ(property->isValid(kWritten + age), valid) << age;
+      EXPECT_EQ(property->read(kWritten + age) != nullptr, valid) << age;
+    }
+  }
+}
+
+TEST_F(StoragePropertyTest, WithoutTimeToLiveIsAlwaysValidAndEmptyAtFirst) {
+  auto property = slot();
+  EXPECT_TRUE(property.isValid(kWritten));
+  EXPECT_EQ(property.read(kWritten), nullptr);
+}
+
+TEST_F(StoragePropertyTest, NeedsItsUpdateTimeAfterARestart) {
+  slot(10).write(text("a"), kWritten);
+  put("key.update_time", std::nullopt);
+  EXPECT_FALSE(slot(10).isValid(kWritten));
+  EXPECT_EQ(*slot().read(kWritten), "a");
+}
+
+TEST_F(StoragePropertyTest, StoresValueAndTimeInOneChange) {
+  slot().write(text("a"), kWritten);
+  const auto suite = store_.open("suite");
+  EXPECT_EQ(suite->read("key.value"), "\"a\"");
+  EXPECT_EQ(suite->read("key.update_time"), "736257600");  // seconds from 2001 to 2024-05-01 12:00
+  EXPECT_EQ(suite->revisionOf("key.value"), suite->revisionOf("key.update_time"));
+}
+
+TEST_F(StoragePropertyTest, ClearingRemovesTheValueAndRestartsTheTime) {
+  auto property = slot(10);
+  property.write(text("a"), kWritten);
+  property.write(nullptr, kWritten + 5);
+  EXPECT_EQ(property.read(kWritten + 5), nullptr);
+  EXPECT_TRUE(property.isValid(kWritten + 14));
+  EXPECT_EQ(store_.contents("suite"),
+            (std::map<std::string, std::string>{{"key.update_time", "736257605"}}));
+}
+
+TEST_F(StoragePropertyTest, ReadsWhatDoesNotDecodeAsNone) {
+  for (const char* blob : {"", "{}", "1", "\"a", "\"\xff\"", "\"a\" b", "null"}) {
+    put("key.value", blob);
+    EXPECT_EQ(slot().read(kWritten), nullptr) << blob;
+  }
+}
+
+TEST_F(StoragePropertyTest, ReadsAndDecodesTheSameBytesOnce) {
+  put("key.value", "\"a\"");
+  auto property = slot();
+  const std::string* first = property.read(kWritten).get();
+  put("other", "1");
+  EXPECT_EQ(property.read(kWritten).get(), first);
+  EXPECT_EQ(store_.reads("suite", "key.value"), 1U);
+  put("key.value", "\"b\"");
+  EXPECT_EQ(*property.read(kWritten), "b");
+}
+
+TEST_F(StoragePropertyTest, PrefersWhatItWroteItself) {
+  auto property = slot();
+  property.write(text("mine"), kWritten);
+  put("key.value", "\"theirs\"");
+  EXPECT_EQ(*property.read(kWritten), "mine");
+  EXPECT_EQ(*slot().read(kWritten), "theirs");
+}
+
+TEST_F(StoragePropertyTest, KeepsInMemoryWhatTheStoreRefuses) {
+  auto property = slot(10);
+  store_.failWriting(true);
+  property.write(text("a"), kWritten);
+  EXPECT_EQ(*property.read(kWritten), "a");
+  EXPECT_TRUE(store_.contents("suite").empty());
+
+  StorageProperty<std::string> homeless("key", nullptr, 10);
+  EXPECT_EQ(homeless.read(kWritten), nullptr);
+  homeless.write(text("b"), kWritten);
+  EXPECT_EQ(*homeless.read(kWritten + 9), "b");
+  EXPECT_EQ(homeless.read(kWritten + 10), nullptr);
+}
+
+TEST_F(StoragePropertyTest, KeepsInMemoryWhatCannotBeEncoded) {
+  put("config.value", "{}");
+  StorageProperty<model::ConfigResponse> property("config", protocol(), 10);
+  model::ConfigResponse config;
+  config.experiments.emplace_back().allocation = std::numeric_limits<double>::infinity();
+  property.write(std::make_shared<const model::ConfigResponse>(config), kWritten);
+  EXPECT_EQ(*property.read(kWritten), config);
+  EXPECT_EQ(store_.contents("suite"),
+            (std::map<std::string, std::string>{{"config.value", "{}"},
+                                                {"config.update_time", "736257600"}}));
+}
+
+TEST(StorageClientTest, KeepsSuitesOfDifferentClientsApart) {
+  fakes::MemoryPreferencesStore store;
+  StorageClient a(store, "a", "token", 10);
+  StorageClient b(store, "b", "token", 10);
+  a.user.write(std::make_shared<const CorvoUser>(CorvoUser{{{"userId", "1"}}, {}}), kWritten);
+  EXPECT_EQ(b.user.read(kWritten), nullptr);
+  EXPECT_EQ(store.suiteNames(), (std::vector<std::string>{"storageatoken", "storagebtoken"}));
+
+  StorageClient joined(store, "at", "oken", 10);
+  EXPECT_EQ(joined.user.read(kWritten)->properties.at("userId"), "1");
+}
+
+TEST(StorageClientTest, LetsConfigurationAndLocationExpireButNothingElse) {
+  fakes::MemoryPreferencesStore store;
+  StorageClient client(store, "a", "token", 10);
+  const model::ForcedExperiments forced{{"with", 2}, {"without", std::nullopt}};
+  client.config.write(std::make_shared<const model::ConfigResponse>(), kWritten);
+  client.location.write(std::make_shared<const PropertyMap>(), kWritten);
+  client.user.write(std::make_shared<const CorvoUser>(), kWritten);
+  client.corvoPrivateId.write(std::make_shared<const std::string>("id"), kWritten);
+  client.corvoForcedExperiments.write(std::make_shared<const model::ForcedExperiments>(forced),
+                                      kWritten);
+
+  StorageClient restarted(store, "a", "token", 10);
+  for (StorageClient* each : {&client, &restarted}) {
+    EXPECT_EQ(each->config.read(kWritten + 10), nullptr);
+    EXPECT_EQ(each->location.read(kWritten + 10), nullptr);
+    EXPECT_NE(each->user.read(kWritten + 1e9), nullptr);
+    EXPECT_EQ(*each->corvoPrivateId.read(kWritten + 1e9), "id");
+    EXPECT_EQ(*each->corvoForcedExperiments.read(kWritten + 1e9), forced);
+  }
+}
+
+TEST(StorageClientTest, WorksWithoutItsSuite) {
+  fakes::MemoryPreferencesStore store;
+  store.failOpening(true);
+  StorageClient client(store, "a", "token", 10);
+  client.corvoPrivateId.write(std::make_shared<const std::string>("id"), kWritten);
+  EXPECT_EQ(*client.corvoPrivateId.read(kWritten), "id");
+}
+
+TEST(ExclusiveAccessDeathTest, StopsOverlapsWithAWriter) {
+  base::ExclusiveAccess access;
+  {
+    const auto reader = access.reading();
+    const auto another = access.reading();
+  }
+  {
+    const auto reader = access.reading();
+    EXPECT_DEATH(access.writing(), "used from two threads at once");
+  }
+  const auto writer = access.writing();
+  EXPECT_DEATH(access.reading(), "used from two threads at once");
+  EXPECT_DEATH(access.writing(), "used from two threads at once");
+}
+
+}  // namespace
+}  // namespace corvo::storage
