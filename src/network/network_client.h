@@ -1,0 +1,46 @@
+#pragma once
+
+#include <corvo/callback.h>
+#include <corvo/error.h>
+
+#include <string>
+#include <utility>
+#include <variant>
+
+#include "model/codec.h"
+#include "network/network_route.h"
+
+namespace corvo::network {
+
+/// Through which a client talks to its backend.
+///
+/// For the thread that asks questions. A question's outcome comes once and on the main queue, or
+/// not at all: it is dropped when this object is gone by then.
+class NetworkClient {
+ public:
+  virtual ~NetworkClient() = default;
+
+  /// Makes the call and hands its answer, decoded, to `onSuccess`, or why there is none to
+  /// `onFailure`. Only an address that is no URI reference fails before this returns.
+  template <class Route>
+  void request(const Route& route, Callback<void(typename Route::ResponseType)> onSuccess,
+               Callback<void(const CorvoNetworkError&)> onFailure) {
+    send(route, [onSuccess = std::move(onSuccess),
+                 onFailure = std::move(onFailure)](Answer answer) mutable {
+      if (const auto* error = std::get_if<CorvoNetworkError>(&answer)) return onFailure(*error);
+      using Response = typename Route::ResponseType;
+      auto decoded = model::decodeJson<Response>(std::get<std::string>(answer));
+      if (auto* response = std::get_if<Response>(&decoded)) return onSuccess(std::move(*response));
+      const auto& failure = std::get<model::DecodingFailure>(decoded);
+      onFailure(CorvoNetworkError(CorvoNetworkError::DecodingError{failure.description()}));
+    });
+  }
+
+ protected:
+  /// The body of a usable answer, never empty, or why there is none.
+  using Answer = std::variant<std::string, CorvoNetworkError>;
+
+  virtual void send(const NetworkRoute& route, Callback<void(Answer)> done) = 0;
+};
+
+}  // namespace corvo::network

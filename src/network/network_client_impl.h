@@ -1,0 +1,44 @@
+#pragma once
+
+#include <corvo/platform/main_queue.h>
+#include <corvo/platform/url_session.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "network/network_client.h"
+
+namespace corvo::network {
+
+/// Sends routes over a URL session, again as often as it may while the answers are unusable.
+///
+/// The session's completions may come on any thread, also inside `start`: they only post to the
+/// main queue, where everything else happens. Nothing is locked. Must be owned by a `shared_ptr`;
+/// what is under way holds it weakly.
+class NetworkClientImpl final : public NetworkClient,
+                                public std::enable_shared_from_this<NetworkClientImpl> {
+ public:
+  /// The base address is kept unchanged. A request is sent at most `retryCount` + 1 times.
+  NetworkClientImpl(std::shared_ptr<UrlSession> session, std::shared_ptr<MainQueue> mainQueue,
+                    std::string apiURL, std::uint64_t retryCount);
+
+ protected:
+  void send(const NetworkRoute& route, Callback<void(Answer)> done) override;
+
+ private:
+  struct Exchange;  // one request with what is left to do for it
+  using ExchangePointer = std::unique_ptr<Exchange>;
+
+  void start(ExchangePointer exchange);
+  static void handle(const std::weak_ptr<NetworkClientImpl>& client, ExchangePointer exchange,
+                     UrlResponse response);
+  static Answer answerOf(UrlResponse response);
+
+  std::shared_ptr<UrlSession> session_;
+  std::shared_ptr<MainQueue> mainQueue_;
+  std::string apiURL_;
+  std::uint64_t retryCount_;
+};
+
+}  // namespace corvo::network

@@ -1,0 +1,24 @@
+#include "network/routes.h"
+
+#include <utility>
+
+namespace corvo::network {
+namespace {
+
+// Credentials are header fields, so that neither the address nor its logs show them.
+NetworkRoute getRoute(std::string path, std::string token, std::string userId) {
+  return {.method = Method::get,
+          .path = std::move(path),
+          .headers = {{"token", std::move(token)}, {"user-id", std::move(userId)}},
+          .queryItems = {}};
+}
+
+}  // namespace
+
+ConfigRoute::ConfigRoute(std::string token, std::string userId)
+    : NetworkRoute(getRoute("config.json", std::move(token), std::move(userId))) {}
+
+LocationRoute::LocationRoute(std::string token, std::string userId)
+    : NetworkRoute(getRoute("geo", std::move(token), std::move(userId))) {}
+
+}  // namespace corvo::network
