@@ -1,0 +1,138 @@
+#pragma once
+
+#include <corvo/platform/clock.h>
+#include <corvo/platform/time_zone.h>
+#include <corvo/user.h>
+
+#include <concepts>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+namespace corvo {
+
+/// A text that a parameter takes: whatever is seen as a `std::string_view`. Not a bare `nullptr`.
+template <class T>
+concept CorvoText = std::convertible_to<const T&, std::string_view> &&
+    !std::same_as<std::remove_cv_t<T>, std::nullptr_t>;
+
+/// A text or none, as a parameter. Made from a text, an optional text or `std::nullopt`; a null
+/// `const char*` is none. Refers to the text, so it is no type to keep one in.
+class OptionalText {
+ public:
+  OptionalText(std::nullopt_t) noexcept {}
+
+  template <CorvoText T>
+  OptionalText(const T& text) {
+    if constexpr (std::is_pointer_v<T>) {
+      if (text == nullptr) return;
+    }
+    view_ = text;
+  }
+
+  template <CorvoText T>
+  OptionalText(const std::optional<T>& text) : OptionalText(std::nullopt) {
+    if (text) *this = OptionalText(*text);
+  }
+
+  [[nodiscard]] const std::optional<std::string_view>& view() const noexcept { return view_; }
+
+ private:
+  std::optional<std::string_view> view_;
+};
+
+/// A type whose values describe themselves.
+template <class V>
+concept CorvoDescribable = requires(const V& value) {
+  { value.description() } -> std::convertible_to<std::string_view>;
+};
+
+/// An integer type, but none of the types for characters.
+template <class V>
+concept CorvoInteger = std::integral<V> && !std::same_as<V, bool> && !std::same_as<V, char> &&
+                       !std::same_as<V, wchar_t> && !std::same_as<V, char8_t> &&
+                       !std::same_as<V, char16_t> && !std::same_as<V, char32_t>;
+
+template <class V>
+inline constexpr bool isCorvoCustomValue =
+    CorvoText<V> || CorvoDescribable<V> || CorvoInteger<V> || std::floating_point<V> ||
+    std::same_as<V, bool> || std::same_as<V, std::nullopt_t>;
+template <class V>
+inline constexpr bool isCorvoCustomValue<std::optional<V>> = isCorvoCustomValue<V>;
+
+/// What a custom property may be set to: a text, a boolean, a number, a value that describes
+/// itself, an optional of these, or `std::nullopt`.
+template <class V>
+concept CorvoCustomValue = isCorvoCustomValue<V>;
+
+/// Sets and removes the properties of a user. Every property set is stamped to expire 24 hours
+/// later; setting it again renews it. An absent value removes the property and its expiry.
+/// Texts that are no UTF-8 are mended with U+FFFD. Setters return the builder, so calls chain.
+///
+/// For one thread at a time. Shares its clock and its time zone.
+class CorvoUser::Builder {
+ public:
+  /// Stamps with the system's clock and time zone.
+  Builder();
+  /// Stamps with the given clock and zone, which must not be null.
+  Builder(std::shared_ptr<const Clock> clock, std::shared_ptr<const TimeZone> timeZone);
+  Builder(const Builder&) = delete;  // edits of a copy would be lost
+  Builder& operator=(const Builder&) = delete;
+
+  Builder& setUserId(OptionalText value) { return set("userId", value); }
+  Builder& setProfileId(OptionalText value) { return set("profileId", value); }
+  Builder& setDeviceId(OptionalText value) { return set("deviceId", value); }
+  Builder& setAppVersion(OptionalText value) { return set("appVersion", value); }
+  Builder& setOsName(OptionalText value) { return set("os.name", value); }
+  Builder& setOsVersion(OptionalText value) { return set("os.version", value); }
+  Builder& setGeoCode(OptionalText value) { return set("geo.code", value); }
+  Builder& setGeoCountry(OptionalText value) { return set("geo.country", value); }
+  Builder& setGeoState(OptionalText value) { return set("geo.state", value); }
+  Builder& setGeoCity(OptionalText value) { return set("geo.city", value); }
+  Builder& setEmail(OptionalText value) { return set("email", value); }
+
+  /// Sets the property "custom." + key to the value's text. Booleans are "true" and "false";
+  /// floating-point numbers have the shortest digits that read back: "42.0", "0.0001", "1e+16".
+  template <CorvoCustomValue V>
+  Builder& setCustomProperty(const V& value, std::string_view key) {
+    if constexpr (CorvoDescribable<V>) {
+      return setCustom(key, value.description());
+    } else if constexpr (CorvoText<V> || std::same_as<V, std::nullopt_t>) {
+      return setCustom(key, value);
+    } else if constexpr (std::same_as<V, bool>) {
+      return setCustom(key, value ? "true" : "false");
+    } else if constexpr (CorvoInteger<V>) {
+      return setCustom(key, std::to_string(value));
+    } else if constexpr (std::same_as<V, float>) {
+      return setCustom(key, describe(value));
+    } else {
+      return setCustom(key, describe(static_cast<double>(value)));
+    }
+  }
+  template <CorvoCustomValue V>
+  Builder& setCustomProperty(const std::optional<V>& value, std::string_view key) {
+    return value ? setCustomProperty(*value, key) : setCustom(key, std::nullopt);
+  }
+
+  /// The user with the properties and expiries as they are now.
+  [[nodiscard]] CorvoUser build() const { return {properties, corvoExpiration}; }
+
+  PropertyMap properties;
+  /// For each property the local moment at which it expires, "yyyy-MM-dd HH:mm:ss".
+  PropertyMap corvoExpiration;
+
+ private:
+  Builder& set(std::string_view key, OptionalText value);
+  Builder& setCustom(std::string_view key, OptionalText value);
+  static std::string describe(double value);
+  static std::string describe(float value);
+
+  std::shared_ptr<const Clock> clock_;
+  std::shared_ptr<const TimeZone> timeZone_;
+};
+
+}  // namespace corvo

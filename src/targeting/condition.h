@@ -1,0 +1,61 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "model/config.h"
+#include "targeting/context.h"
+#include "targeting/version.h"
+
+namespace corvo::targeting {
+
+/// The property that a condition tests: its value, null where it is missing, and whether texts are
+/// compared with its digest instead.
+struct Subject {
+  const std::string* value;
+  bool hashed;
+  const LocalTime& localTime;
+
+  /// A missing property reads as the empty text.
+  [[nodiscard]] std::string_view plain() const {
+    return value == nullptr ? std::string_view{} : *value;
+  }
+};
+
+/// What the sign of a condition compares the property with, parsed: one text, several texts, a
+/// number, a version, or a local date.
+using Operand = std::variant<std::string_view, std::span<const std::string>, double, Version,
+                             base::LocalSeconds>;
+
+/// How a sign compares. Only called with the kind of operand that it asks for.
+using Match = bool (*)(const Operand& operand, const Subject& subject);
+
+/// One test of one property, prepared once so that it can be made often: the sign is looked up and
+/// the values are parsed. Testing allocates nothing, but where texts differ at a character that is
+/// not ASCII or are searched for long parts.
+///
+/// Immutable. Refers to the texts of the record it is made from, which must outlive it.
+class PreparedCondition {
+ public:
+  explicit PreparedCondition(const model::Condition& condition);
+
+  [[nodiscard]] const PropertyName& name() const noexcept { return name_; }
+
+  [[nodiscard]] bool matches(const Subject& subject) const { return match_(operand_, subject); }
+
+ private:
+  PropertyName name_;
+  Match match_;
+  Operand operand_;
+};
+
+/// Whether a condition holds for a context. `hashed` tells whether texts are compared with the
+/// digest of the property.
+[[nodiscard]] inline bool conditionMatches(const PreparedCondition& condition,
+                                           const Context& context, bool hashed) {
+  return condition.matches({context.find(condition.name()), hashed, context.localTime});
+}
+
+}  // namespace corvo::targeting

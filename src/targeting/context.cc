@@ -1,0 +1,50 @@
+#include "targeting/context.h"
+
+#include "base/civil_time.h"
+
+namespace corvo::targeting {
+namespace {
+
+const std::string* find(const PropertyMap& map, std::string_view name) {
+  const auto found = map.find(name);
+  return found == map.end() ? nullptr : &found->second;
+}
+
+const std::string* expiryText(const CorvoUser& user, std::string_view name) {
+  if (name == "userId") {
+    if (const std::string* own = find(user.properties, "corvoExpiration")) return own;
+  }
+  return user.corvoExpiration ? find(*user.corvoExpiration, name) : nullptr;
+}
+
+}  // namespace
+
+PropertyLayer userLayer(const CorvoUser& user, const LocalTime& localTime) {
+  PropertyLayer layer;
+  for (const auto& [name, value] : user.properties) {
+    const std::string* text = expiryText(user, name);
+    if (text == nullptr) continue;
+    const auto expiry = base::parseDate(*text, base::DatePattern::second);
+    if (expiry) layer.put(name, value, static_cast<double>(localTime.momentOf(*expiry)));
+  }
+  return layer;
+}
+
+PropertyLayer lastingLayer(const PropertyMap& properties) {
+  PropertyLayer layer;
+  for (const auto& [name, value] : properties) layer.put(name, value);
+  return layer;
+}
+
+PropertyLayer merged(const Context& context) {
+  PropertyLayer result;
+  for (const PropertyLayer* layer : {context.location, context.device, context.user}) {
+    if (layer == nullptr) continue;
+    for (const auto& [name, value, expiry] : layer->entries()) {
+      if (!(expiry < context.now)) result.put(name, value);
+    }
+  }
+  return result;
+}
+
+}  // namespace corvo::targeting

@@ -1,0 +1,50 @@
+#include "targeting/device_properties.h"
+
+#include <array>
+
+#include "base/number.h"
+
+namespace corvo::targeting {
+namespace {
+
+// The local time at the start of its minute.
+base::LocalSeconds minuteOf(base::LocalSeconds local) {
+  const base::LocalSeconds second = local % 60;
+  return local - (second < 0 ? second + 60 : second);
+}
+
+}  // namespace
+
+DeviceProperties::DeviceProperties(const DeviceFacts& facts) {
+  layer_.put("appVersion", facts.appVersion.value_or(""));
+  layer_.put("deviceId", facts.deviceId.value_or(""));
+  layer_.put("os.name", facts.osName.value_or(""));
+  layer_.put("os.version", normalisedVersion(facts.osVersion.value_or("")));
+}
+
+const PropertyLayer& DeviceProperties::at(double now, const LocalTime& localTime) {
+  const Tick tick{base::wholeSeconds(now), localTime.zone().identifier()};
+  if (tick_ == tick) return layer_;
+  const base::LocalSeconds minute = minuteOf(localTime.at(now));
+  if (minute_ != minute) {
+    const std::string text = base::formatDate(minute, base::DatePattern::minute);
+    layer_.put("time", text);
+    layer_.put("date", text);
+  }
+  tick_ = tick;
+  minute_ = minute;
+  return layer_;
+}
+
+std::string normalisedVersion(std::string_view version) {
+  std::array<std::int64_t, 3> numbers{};
+  for (std::int64_t& number : numbers) {
+    const std::size_t dot = version.find('.');
+    number = base::parseInteger(version.substr(0, dot)).value_or(0);
+    version = dot == std::string_view::npos ? "" : version.substr(dot + 1);
+  }
+  const std::string text = std::to_string(numbers[0]) + '.' + std::to_string(numbers[1]);
+  return numbers[2] > 0 ? text + '.' + std::to_string(numbers[2]) : text;
+}
+
+}  // namespace corvo::targeting

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/civil_time.h"
+#include "targeting/local_time.h"
+#include "targeting/property_layer.h"
+
+namespace corvo::targeting {
+
+/// What is known about the device and the application.
+struct DeviceFacts {
+  std::optional<std::string> appVersion;
+  std::optional<std::string> deviceId;
+  std::optional<std::string> osName;
+  std::optional<std::string> osVersion;
+};
+
+/// The layer of device, application and clock: "appVersion", "deviceId", "os.name", "os.version",
+/// and "time" and "date", which both show date, hour and minute. For one thread at a time.
+class DeviceProperties {
+ public:
+  explicit DeviceProperties(const DeviceFacts& facts);
+
+  /// The layer at a moment. Cheap to ask at every question: the clock's text is made anew when the
+  /// local minute has changed, and that is looked at once per second. Valid until the next call.
+  [[nodiscard]] const PropertyLayer& at(double now, const LocalTime& localTime);
+
+ private:
+  struct Tick {
+    std::int64_t second;
+    std::uint64_t zone;
+
+    bool operator==(const Tick&) const = default;
+  };
+
+  PropertyLayer layer_;
+  std::optional<Tick> tick_;
+  std::optional<base::LocalSeconds> minute_;
+};
+
+/// Major and minor number of a system's version joined by a dot, and the patch number where it is
+/// greater than 0. What is missing or no number is 0; a fourth number is dropped.
+[[nodiscard]] std::string normalisedVersion(std::string_view version);
+
+}  // namespace corvo::targeting

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <corvo/platform/time_zone.h>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "base/civil_time.h"
+
+namespace corvo::targeting {
+
+/// Converts between moments and the local times that a zone's clocks show then, and remembers the
+/// conversions asked for most recently until the zone changes.
+///
+/// For one thread at a time; others use a `LocalTime` of their own. The zone must outlive it.
+/// Moments are seconds since 1970-01-01 00:00:00 UTC. Moments and local times may lie anywhere
+/// within the reach of `base::wholeSeconds`.
+class LocalTime {
+ public:
+  explicit LocalTime(const TimeZone& zone) : zone_(zone) {}
+
+  [[nodiscard]] const TimeZone& zone() const noexcept { return zone_; }
+
+  /// What the clocks show at a moment, fractions of a second dropped downwards.
+  [[nodiscard]] base::LocalSeconds at(double moment) const;
+
+  /// The first moment at which the clocks show a local time. A local time that a change of the
+  /// clocks skips is moved forward by the gap. Right as long as the zone's changes are an hour
+  /// apart or more; in the tz database they are nearly four days apart.
+  [[nodiscard]] std::int64_t momentOf(base::LocalSeconds local) const;
+
+  /// Whether no whole day lies between two moments. A whole day after `from` (before it, where `to`
+  /// is earlier) the clocks show the same time on the neighbouring date, so it may have 23 or 25
+  /// hours.
+  [[nodiscard]] bool withinOneDay(std::int64_t from, std::int64_t to) const;
+
+ private:
+  // Conversions by their input, each with one place to be in.
+  class Memo {
+   public:
+    template <class Convert>
+    std::int64_t get(std::int64_t from, Convert convert);
+    void forget() noexcept { entries_.clear(); }
+
+   private:
+    struct Entry {
+      std::int64_t from = INT64_MIN;
+      std::int64_t to = 0;
+    };
+    std::vector<Entry> entries_;
+  };
+
+  void forgetFormerZone() const;
+  [[nodiscard]] base::LocalSeconds localAt(std::int64_t moment) const;
+  [[nodiscard]] std::int64_t search(base::LocalSeconds local) const;
+  [[nodiscard]] std::optional<std::int64_t> changeAfter(std::int64_t from, std::int64_t until,
+                                                        std::int32_t offset) const;
+
+  const TimeZone& zone_;
+  mutable std::uint64_t identifier_ = 0;
+  mutable Memo moments_;
+  mutable Memo locals_;
+};
+
+}  // namespace corvo::targeting

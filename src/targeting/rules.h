@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "model/config.h"
+#include "targeting/condition.h"
+#include "targeting/context.h"
+
+namespace corvo::targeting {
+
+/// Why a list of rules chose a rule or none.
+enum class RuleOutcome : std::uint8_t { chosen, noRules, noneSatisfied };
+
+/// What a list of rules answers: a rule with its position in the list, or which no.
+struct RuleChoice {
+  const model::Rule* rule = nullptr;
+  std::uint32_t position = 0;
+  RuleOutcome outcome = RuleOutcome::noRules;
+};
+
+/// The rules of a flag, or of a flag's group, prepared for choosing: arranged with the default
+/// rules last, in flat arrays. Choosing allocates nothing.
+///
+/// Immutable. Refers to the records it is made from, which must outlive it and stay where they are.
+class RuleList {
+ public:
+  RuleList() = default;
+  explicit RuleList(const std::vector<model::Rule>& rules);
+
+  /// The first rule that holds, default rules tried last. `hashed` is the privacy of whoever owns
+  /// the decision.
+  [[nodiscard]] RuleChoice choose(const Context& context, bool hashed) const;
+
+ private:
+  struct PreparedRule {
+    const model::Rule* rule;
+    std::uint32_t position;
+    std::uint32_t firstCondition;
+    std::uint32_t conditionCount = 0;
+    model::ConditionalStatement statement = model::ConditionalStatement::and_;
+  };
+
+  void add(const model::Rule& rule, std::size_t position);
+  [[nodiscard]] bool ruleMatches(const PreparedRule& rule, const Context& context,
+                                 bool hashed) const;
+
+  std::vector<PreparedRule> rules_;
+  std::vector<PreparedCondition> conditions_;
+};
+
+/// The test whether an experiment is for a user, prepared. Refers to the record it is made from,
+/// which must outlive it and stay where it is.
+struct PreparedTarget {
+  explicit PreparedTarget(const model::Target& target);
+
+  model::ConditionalStatement statement;
+  std::vector<PreparedCondition> conditions;
+};
+
+/// Whether a target's conditions hold; always where it has none.
+[[nodiscard]] bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed);
+
+}  // namespace corvo::targeting

@@ -1,0 +1,50 @@
+#include "targeting/version.h"
+
+#include <algorithm>
+
+#include "base/number.h"
+
+namespace corvo::targeting {
+namespace {
+
+// Calls `use` with every piece; false when one of them is no number.
+template <class Use>
+bool eachPiece(std::string_view text, Use use) {
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('.'), text.size());
+    if (end != 0) {
+      const auto piece = base::parseInteger(text.substr(0, end));
+      if (!piece) return false;
+      use(*piece);
+    }
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return true;
+}
+
+int compare(std::int64_t a, std::int64_t b) noexcept { return (a > b) - (a < b); }
+
+}  // namespace
+
+std::optional<Version> parseVersion(std::string_view text) {
+  Version version;
+  if (!eachPiece(text, [&](std::int64_t piece) { version.push_back(piece); })) return std::nullopt;
+  return version;
+}
+
+std::optional<int> compareVersion(std::string_view text,
+                                  std::span<const std::int64_t> other) noexcept {
+  int order = 0;
+  // Pieces behind the one that decides are read all the same: they too must be numbers.
+  const auto take = [&](std::int64_t piece) {
+    if (order == 0) order = compare(piece, other.empty() ? 0 : other.front());
+    if (!other.empty()) other = other.subspan(1);
+  };
+  if (!eachPiece(text, take)) return std::nullopt;
+  for (const std::int64_t piece : other) {
+    if (order == 0) order = compare(0, piece);
+  }
+  return order;
+}
+
+}  // namespace corvo::targeting

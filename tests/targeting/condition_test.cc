@@ -1,0 +1,98 @@
+#include "targeting/condition.h"
+
+#include <corvo/fakes.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iomanip>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace corvo::targeting {
+namespace {
+
+using model::ConditionSign;
+
+constexpr std::array<const char*, model::kConditionSignCount> kSigns{
+    "equal",          "notEqual",     "anyOf",     "noneOf",     "containsAnyOf",
+    "containsNoneOf", "onDate",       "afterTime", "beforeTime", "greater",
+    "less",           "greaterEqual", "lessEqual", "startsWith", "notStartsWith",
+    "endsWith",       "notEndsWith",  "contains",  "notContains"};
+
+struct Question {
+  std::string name;
+  bool hashed = false;
+};
+
+bool answer(const Question& question, const std::optional<std::string>& property, std::size_t sign,
+            const std::vector<std::string>& values) {
+  const fakes::FakeTimeZone zone;
+  const LocalTime localTime(zone);
+  PropertyLayer layer;
+  if (property) layer.put(question.name, *property);
+  const model::Condition record{question.name, static_cast<ConditionSign>(sign), values};
+  return conditionMatches(PreparedCondition(record), {.user = &layer, .localTime = localTime},
+                          question.hashed);
+}
+
+void expectAnswer(const Question& question, const std::string& line) {
+  std::istringstream in(line);
+  std::string expected;
+  std::string property;
+  std::string sign;
+  in >> expected >> std::ws;
+  const bool present = in.peek() == '\'';
+  in >> std::quoted(property, '\'') >> sign;
+  std::vector<std::string> values;
+  for (std::string value; in >> std::quoted(value, '\'');) values.push_back(value);
+  const auto at = static_cast<std::size_t>(std::ranges::find(kSigns, sign) - kSigns.begin());
+  ASSERT_LT(at, kSigns.size()) << line;
+  ASSERT_FALSE(values.empty()) << line;
+  EXPECT_EQ(answer(question, present ? std::optional(property) : std::nullopt, at, values),
+            expected == "yes")
+      << question.name << ": " << line;
+}
+
+TEST(Condition, AnswersAsTheTableSays) {
+  std::ifstream table(CORVO_TARGETING_CASES "conditions.txt");
+  Question question;
+  int lines = 0;
+  for (std::string line; std::getline(table, line);) {
+    if (line.starts_with("on ")) {
+      question = {line.substr(3, line.find(' ', 3) - 3), line.ends_with(" hashed")};
+    } else if (!line.empty() && line.front() != '#') {
+      expectAnswer(question, line);
+      ++lines;
+    }
+  }
+  EXPECT_GT(lines, 100);
+}
+
+TEST(Condition, OfNoValuesIsFalseWhateverItsSign) {
+  for (std::size_t sign = 0; sign < kSigns.size(); ++sign) {
+    for (const char* name : {"custom.text", "appVersion"}) {
+      EXPECT_FALSE(answer({name}, {}, sign, {})) << kSigns[sign];
+      EXPECT_FALSE(answer({name}, "1", sign, {})) << kSigns[sign];
+    }
+  }
+}
+
+TEST(Condition, KeepsItsDateWhenTheZoneChanges) {
+  const model::Condition record{"date", ConditionSign::afterTime, {"2024-03-31 02:30"}};
+  const PreparedCondition condition(record);
+  fakes::FakeTimeZone zone;
+  const LocalTime localTime(zone);
+  PropertyLayer layer;
+  layer.put("date", "2024-03-31 03:15");
+  const Context context{.user = &layer, .localTime = localTime};
+  EXPECT_TRUE(conditionMatches(condition, context, false));
+  zone.change(3'600, {{1'711'846'800, 7'200}});  // skips 02:30, which is then 03:30
+  EXPECT_FALSE(conditionMatches(condition, context, false));
+}
+
+}  // namespace
+}  // namespace corvo::targeting

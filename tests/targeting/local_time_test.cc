@@ -1,0 +1,89 @@
+#include "targeting/local_time.h"
+
+#include <corvo/fakes.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <limits>
+#include <map>
+#include <sstream>
+#include <string>
+
+namespace corvo::targeting {
+namespace {
+
+using base::DatePattern;
+using fakes::FakeTimeZone;
+
+constexpr std::int32_t kHour = 3'600;
+
+std::int64_t seconds(std::string text) {
+  std::ranges::replace(text, 'T', ' ');
+  return base::parseDate(text, text.size() > 16 ? DatePattern::second : DatePattern::minute)
+      .value();
+}
+
+TEST(LocalTime, GoesByTheZonesOfTheTable) {
+  const std::map<std::string, FakeTimeZone> zones{
+      {"berlin", FakeTimeZone(kHour, {{seconds("2024-03-31T01:00"), 2 * kHour},
+                                      {seconds("2024-10-27T01:00"), kHour}})},
+      {"lordHowe", FakeTimeZone(11 * kHour, {{seconds("2024-04-06T15:00"), 10 * kHour + 1'800},
+                                             {seconds("2024-10-05T15:30"), 11 * kHour}})},
+      {"apia", FakeTimeZone(-10 * kHour, {{seconds("2011-12-30T10:00"), 14 * kHour}})},
+      {"forthAndBack", FakeTimeZone(0, {{seconds("2024-06-01T10:00"), 2 * kHour},
+                                        {seconds("2024-06-01T11:30"), 0}})},
+      {"backAndForth", FakeTimeZone(0, {{seconds("2024-06-01T10:00"), -2 * kHour},
+                                        {seconds("2024-06-01T11:15"), 0}})}};
+  std::ifstream table(CORVO_TARGETING_CASES "local_times.txt");
+  int lines = 0;
+  for (std::string line; std::getline(table, line);) {
+    if (line.empty() || line.front() == '#') continue;
+    std::istringstream in(line);
+    std::string zone;
+    std::string kind;
+    std::string from;
+    std::string to;
+    std::string within;
+    in >> zone >> kind >> from >> to >> within;
+    const LocalTime time(zones.at(zone));
+    const std::int64_t moment = time.momentOf(seconds(from));
+    EXPECT_EQ(time.momentOf(seconds(from)), moment) << line;
+    if (kind == "day") {
+      EXPECT_EQ(time.withinOneDay(moment, time.momentOf(seconds(to))), within == "yes") << line;
+    } else {
+      EXPECT_EQ(moment, seconds(to)) << line;
+    }
+    ++lines;
+  }
+  EXPECT_GT(lines, 30);
+}
+
+TEST(LocalTime, ForgetsTheFormerZone) {
+  FakeTimeZone zone;
+  const LocalTime time(zone);
+  EXPECT_EQ(time.momentOf(0), 0);
+  EXPECT_TRUE(time.withinOneDay(0, 86'399));
+  zone.change(kHour, {{kHour, 0}});
+  EXPECT_EQ(time.momentOf(0), -kHour);
+  EXPECT_TRUE(time.withinOneDay(0, 86'400 + kHour - 1));
+}
+
+TEST(LocalTime, DropsFractionsDownwardsAndBearsAnyMoment) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(LocalTime(FakeTimeZone(kHour)).at(0.9), kHour);
+  EXPECT_EQ(LocalTime(FakeTimeZone(kHour)).at(-0.1), kHour - 1);
+  for (const std::int32_t offset : {-86'399, 0, 86'399}) {
+    const FakeTimeZone zone(offset);
+    const LocalTime time(zone);
+    for (const double moment : {-kInfinity, -1e300, 1e300, kInfinity, std::nan("")}) {
+      const std::int64_t whole = base::wholeSeconds(moment);
+      EXPECT_EQ(time.momentOf(time.at(moment)), whole);
+      EXPECT_TRUE(time.withinOneDay(whole, whole));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace corvo::targeting
