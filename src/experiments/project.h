@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "base/text_hash.h"
+#include "model/config.h"
+#include "targeting/rules.h"
+
+namespace corvo::experiments {
+
+/// A flag that an experiment carries: its rules for each of the flag's groups, by position.
+struct CarriedFlag {
+  const model::FeatureFlag* record;
+  std::vector<targeting::RuleList> groupRules;
+};
+
+/// An experiment with everything prepared that a question about it needs.
+struct PreparedExperiment {
+  const model::Experiment* record;
+  std::vector<CarriedFlag> flags;
+};
+
+/// All that decides one flag: the flag of that name, and the first experiment that carries one.
+struct FlagEntry {
+  const model::FeatureFlag* record = nullptr;  // null where only an experiment knows the name
+  targeting::RuleList rules;
+  const PreparedExperiment* carrier = nullptr;  // null where no experiment carries the flag
+  const CarriedFlag* carried = nullptr;
+};
+
+/// A configuration prepared for evaluation: the records, arranged and indexed once, so that the
+/// work of a question does not grow with the project.
+///
+/// Immutable, so any thread may read it. Keeps the records alive that it refers to.
+class Project {
+ public:
+  explicit Project(std::shared_ptr<const model::ConfigResponse> config);
+  Project(const Project&) = delete;
+  Project& operator=(const Project&) = delete;
+
+  [[nodiscard]] const model::ConfigResponse& config() const noexcept { return *config_; }
+
+  /// What decides the flag of that name, or null when nothing of the project has the name.
+  [[nodiscard]] const FlagEntry* findFlag(std::string_view name) const;
+
+ private:
+  void addFlags();
+  void addExperiments();
+
+  std::shared_ptr<const model::ConfigResponse> config_;
+  std::vector<PreparedExperiment> experiments_;
+  std::unordered_map<std::string_view, FlagEntry, base::TextHash> flags_;
+};
+
+}  // namespace corvo::experiments
