@@ -1,0 +1,159 @@
+#pragma once
+
+#include <corvo/answer.h>
+#include <corvo/callback.h>
+#include <corvo/error.h>
+#include <corvo/property.h>
+#include <corvo/user_builder.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+namespace corvo {
+
+/// Fills the builder that it is given.
+using EditUser = Callback<void(CorvoUser::Builder&)>;
+
+/// The typed value of every flag that has one for the user, by the flag's name.
+using FlagReport = std::unordered_map<std::string, CorvoProperty>;
+
+namespace client {
+
+/// Something that a question needs: lent by the asker as long as the question is on his stack,
+/// owned from the moment it must wait.
+template <class Thing>
+class Lent {
+ public:
+  Lent(Thing& lent) noexcept : lent_(&lent) {}
+
+  [[nodiscard]] Thing& get() noexcept { return owned_ ? *owned_ : *lent_; }
+  /// The same, owned. The thing is moved away from here.
+  [[nodiscard]] Lent detach() {
+    Lent detached(*lent_);
+    detached.owned_.emplace(std::move(get()));
+    return detached;
+  }
+
+ private:
+  Thing* lent_;
+  std::optional<Thing> owned_;
+};
+
+}  // namespace client
+
+/// Receives the text of a flag, or an error: the untyped end of `CorvoClient::checkFlag`. Lives on
+/// the asker's stack; a client that must wait for the answer detaches it first.
+/// The text is valid until the client is used again or released.
+class FlagSink {
+ public:
+  virtual ~FlagSink() = default;
+  virtual void onText(std::string_view text) = 0;
+  virtual void onError(const CorvoError& error) = 0;
+  /// A sink on the heap, never null, that takes this one's place.
+  [[nodiscard]] virtual std::unique_ptr<FlagSink> detach() = 0;
+};
+
+/// Answers questions about one user of one project. `Corvo` and `ClientRegistry` make clients.
+///
+/// Every question has a callback form and a suspending form. With a fresh configuration and
+/// location at hand it is answered on the caller's thread before the call returns; otherwise what
+/// is missing is fetched and the answer comes on the main queue (but the failure of an address that
+/// is no URI reference comes before the call returns, too). Exactly one of the two callbacks
+/// is called, once; a null one is skipped and the work is done all the same. It is called last, so
+/// it may ask again, release the client, or throw: the exception leaves through whoever called. A
+/// question whose client is released before the answer came is dropped: neither callback is called.
+///
+/// Any question fails with `requestConfigFailed` or `requestLocationFailed` where a fetch does, and
+/// throws what `SecureRandom::fill` throws when the client's private identifier is to be made.
+/// Text is UTF-8; what is ill-formed is replaced by U+FFFD. For one thread at a time, usually that
+/// of the main queue; overlapping use that is noticed stops the process.
+class CorvoClient {
+ public:
+  virtual ~CorvoClient() = default;
+
+  /// Replaces the stored user.
+  virtual void setUser(CorvoUser user) = 0;
+
+  /// Hands an empty builder to the callback, at once, and replaces the stored user by what the
+  /// builder then holds. A null callback changes nothing; after one that throws nothing is stored.
+  virtual void setUserProperties(EditUser edit) = 0;
+
+  /// The same with a builder that holds the stored user's properties and expiries, so that what is
+  /// not set again keeps both. Without a stored user an empty one is stored first.
+  virtual void editUserProperties(EditUser edit) = 0;
+
+  /// Replaces the stored user by one without properties.
+  virtual void clearUserProperties() = 0;
+
+  /// The value that a flag has for the user, as the type asked for; absent when its text is no
+  /// valid form of that type. The group of an experiment that carries the flag decides, else the
+  /// flag's own rules. Fails with `featureFlagNotFound`, `featureFlagNoRules`,
+  /// `featureFlagRulesNotSatisfied` or `experimentGroupNotMatchingFeatureFlagGroup`.
+  template <CorvoPropertyType T>
+  void checkFlag(std::string_view flagName, Callback<void(std::optional<T>)> onSuccess,
+                 OnError onError = {});
+  template <CorvoPropertyType T>
+  Answer<std::optional<T>> checkFlag(std::string_view flagName) {
+    return answer<std::optional<T>>(
+        [&](auto& box) { checkFlag<T>(flagName, box.onValue(), box.onError()); });
+  }
+
+  /// The values of all flags of the configuration that have one for the user, each typed by its
+  /// text: a JSON object, a boolean, an integer, a double, else text.
+  virtual void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess,
+                                          OnError onError = {}) = 0;
+  Answer<FlagReport> getUserFeatureFlagsDetails() {
+    return answer<FlagReport>(
+        [&](auto& box) { getUserFeatureFlagsDetails(box.onValue(), box.onError()); });
+  }
+
+  /// What `checkFlag` rests on: delivers the flag's text to the sink.
+  virtual void checkFlagText(std::string_view flagName, FlagSink& sink) = 0;
+
+  /// The queue on which answers come after a fetch; `Answer::get` runs it.
+  [[nodiscard]] virtual std::shared_ptr<MainQueue> mainQueue() const = 0;
+
+ private:
+  /// The sink of a typed question.
+  template <class T>
+  class TypedSink;
+
+  /// Makes the suspending form of a question from its callback form.
+  template <class T, class Ask>
+  Answer<T> answer(Ask&& ask) {
+    client::Mailbox<T> mailbox;
+    ask(mailbox);
+    const bool waits = mailbox.pending != nullptr;
+    return Answer<T>(std::move(mailbox), waits ? mainQueue() : nullptr);
+  }
+};
+
+template <class T>
+class CorvoClient::TypedSink final : public FlagSink {
+ public:
+  TypedSink(client::Lent<Callback<void(std::optional<T>)>> onSuccess, client::Lent<OnError> onError)
+      : onSuccess_(std::move(onSuccess)), onError_(std::move(onError)) {}
+
+  void onText(std::string_view text) override { onSuccess_.get()(fromCorvoString<T>(text)); }
+  void onError(const CorvoError& error) override { onError_.get()(error); }
+  std::unique_ptr<FlagSink> detach() override {
+    return std::make_unique<TypedSink>(onSuccess_.detach(), onError_.detach());
+  }
+
+ private:
+  client::Lent<Callback<void(std::optional<T>)>> onSuccess_;
+  client::Lent<OnError> onError_;
+};
+
+template <CorvoPropertyType T>
+void CorvoClient::checkFlag(std::string_view flagName, Callback<void(std::optional<T>)> onSuccess,
+                            OnError onError) {
+  TypedSink<T> sink(onSuccess, onError);
+  checkFlagText(flagName, sink);
+}
+
+}  // namespace corvo

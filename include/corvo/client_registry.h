@@ -1,0 +1,52 @@
+#pragma once
+
+#include <corvo/client.h>
+#include <corvo/platform/platform.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace corvo {
+
+namespace api {
+class Clients;
+}  // namespace api
+
+/// The clients of an application by tag, all on one platform. What is read once per process (the
+/// application's version, the device's identifier) is read once per registry. Any thread may use a
+/// registry: a lock guards it.
+class ClientRegistry {
+ public:
+  /// Throws `std::invalid_argument` when a service of the platform is null.
+  explicit ClientRegistry(Platform platform);
+  ~ClientRegistry();
+  ClientRegistry(const ClientRegistry&) = delete;
+  ClientRegistry& operator=(const ClientRegistry&) = delete;
+
+  /// Makes a client and registers it under the tag. Nothing is fetched; token and address are not
+  /// checked. What an earlier run stored under the same tag and token is found again. An initial
+  /// user replaces the stored one.
+  ///
+  /// `cacheTTL`: how long a fetched configuration or location serves, in seconds, at least 10.
+  /// `retryCount`: how often a failed request is sent again, at once.
+  /// Throws `CorvoError` with `initializationOfExistingClient` when the tag is taken.
+  std::shared_ptr<CorvoClient> initializeClient(std::string_view projectToken,
+                                                std::optional<CorvoUser> initialUser,
+                                                std::string_view apiURL, std::uint64_t cacheTTL,
+                                                std::uint64_t retryCount, std::string_view tag);
+
+  /// The client registered under the tag, or null.
+  [[nodiscard]] std::shared_ptr<CorvoClient> getClient(std::string_view tag) const;
+
+  /// Forgets the client of the tag, if there is one. What it stored stays; whoever holds the client
+  /// can go on using it.
+  void removeClient(std::string_view tag);
+
+ private:
+  std::unique_ptr<api::Clients> clients_;
+};
+
+}  // namespace corvo

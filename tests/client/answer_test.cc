@@ -1,0 +1,127 @@
+#include <corvo/answer.h>
+
+#include <coroutine>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "tests/client/client_fixture.h"
+
+namespace corvo {
+namespace {
+
+// The least of a coroutine type: runs at once, and destroys itself at its end.
+struct FireAndForget {
+  struct promise_type {
+    FireAndForget get_return_object() { return {}; }
+    std::suspend_never initial_suspend() { return {}; }
+    std::suspend_never final_suspend() noexcept { return {}; }
+    void return_void() {}
+    void unhandled_exception() { throw; }
+  };
+};
+
+// One whose frame its owner destroys.
+struct Owned {
+  struct promise_type {
+    Owned get_return_object() { return {std::coroutine_handle<promise_type>::from_promise(*this)}; }
+    std::suspend_never initial_suspend() { return {}; }
+    std::suspend_always final_suspend() noexcept { return {}; }
+    void return_void() {}
+    void unhandled_exception() { throw; }
+  };
+  std::coroutine_handle<promise_type> handle;
+};
+
+class AnswerTest : public ClientTest {
+ protected:
+  FireAndForget record(std::vector<std::string>& seen) {
+    seen.emplace_back(*co_await client->checkFlag<bool>("on") ? "on" : "off");
+    try {
+      co_await client->checkFlag<bool>("nothing");
+    } catch (const CorvoError& error) {
+      seen.push_back(error.description());
+    }
+  }
+  Owned touch(bool& resumed) {
+    co_await client->checkFlag<bool>("on");
+    resumed = true;
+  }
+
+  std::shared_ptr<CorvoClient> client = makeClient();
+};
+
+TEST_F(AnswerTest, SuspendsForAFetchAndResumesWhereTheCallbackWouldRun) {
+  std::vector<std::string> seen;
+  const std::vector<std::string> all{"on", "Corvo warn: Feature flag \"nothing\" not found"};
+  record(seen);
+  EXPECT_TRUE(seen.empty());
+  fake.time->run();
+  EXPECT_EQ(seen, all);
+  seen.clear();
+  record(seen);
+  EXPECT_EQ(seen, all) << "from fresh copies it does not suspend";
+}
+
+TEST_F(AnswerTest, DoesNotGrowTheStackInALoop) {
+  client->checkFlag<bool>("on").get();
+  int count = 0;
+  const auto loop = [](CorvoClient& asked, int& answers) -> FireAndForget {
+    for (int i = 0; i < 100'000; ++i) answers += *co_await asked.checkFlag<bool>("on") ? 1 : 0;
+  };
+  loop(*client, count);
+  EXPECT_EQ(count, 100'000);
+}
+
+TEST_F(AnswerTest, NeverResumesACoroutineThatItsOwnerDestroyed) {
+  bool resumed = false;
+  const Owned coroutine = touch(resumed);
+  coroutine.handle.destroy();
+  fake.time->run();
+  EXPECT_FALSE(resumed);
+}
+
+TEST_F(AnswerTest, LeavesADroppedCoroutineToItsOwner) {
+  bool resumed = false;
+  const Owned coroutine = touch(resumed);
+  registry.removeClient("tag");
+  client.reset();
+  fake.time->run();
+  EXPECT_FALSE(resumed);
+  coroutine.handle.destroy();
+}
+
+TEST_F(AnswerTest, GetsItsAnswerByRunningTheQueueAndItsTime) {
+  fake.session->next("config.json", fakes::after(5, fakes::ok(kConfig)));
+  const double start = fake.time->now();
+  EXPECT_EQ(client->checkFlag<bool>("on").get(), true);
+  EXPECT_EQ(fake.time->now(), start + 5);
+}
+
+TEST_F(AnswerTest, GetDoesNotHangWhenNothingCanAnswer) {
+  fake.session->next("config.json", fakes::silence());
+  EXPECT_THROW(client->checkFlag<bool>("on").get(), QuestionDropped);
+}
+
+TEST_F(AnswerTest, MovesBeforeAndAfterItIsSettled) {
+  auto answer = client->checkFlag<bool>("on");
+  auto moved = std::move(answer);
+  fake.time->run();
+  auto again = std::move(moved);
+  EXPECT_EQ(again.get(), true);
+}
+
+TEST_F(AnswerTest, MayBeAwaitedOnAnotherThreadThanTheOneThatBringsIt) {
+  fake.session->next("config.json", fakes::after(1, fakes::ok(kConfig)));
+  auto answer = client->checkFlag<bool>("on");
+  std::optional<bool> seen;
+  const auto wait = [](Answer<std::optional<bool>>& awaited,
+                       std::optional<bool>& result) -> FireAndForget { result = co_await awaited; };
+  std::thread waiter([&] { wait(answer, seen); });
+  waiter.join();
+  fake.time->advance(1);
+  EXPECT_EQ(seen, true);
+}
+
+}  // namespace
+}  // namespace corvo

@@ -1,0 +1,241 @@
+#include <stdexcept>
+
+#include "tests/client/client_fixture.h"
+
+namespace corvo {
+namespace {
+
+CorvoUser user(const char* plan) {
+  return CorvoUser{{{"custom.plan", plan}}, PropertyMap{{"custom.plan", "2024-05-02 12:00:00"}}};
+}
+
+TEST_F(ClientTest, AnswersOnTheMainQueueAfterAFetchAndAtOnceFromFreshCopies) {
+  const auto client = makeClient();
+  int calls = 0;
+  const auto ask = [&] {
+    client->checkFlag<bool>("on", [&](std::optional<bool> on) { calls += on == true ? 1 : 100; });
+  };
+  ask();
+  EXPECT_EQ(calls, 0);
+  fake.time->run();
+  EXPECT_EQ(calls, 1);
+  ask();
+  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(fake.session->requests().size(), 2U);
+}
+
+TEST_F(ClientTest, AsksForTheConfigurationAndThenTheLocation) {
+  const auto client = makeClient();
+  client->checkFlag<bool>("on", nullptr);
+  ASSERT_EQ(fake.session->requests().size(), 1U);
+  EXPECT_EQ(stored("user.value"), "") << "the user is looked at once the configuration is there";
+  fake.time->run();
+
+  ASSERT_EQ(fake.session->requests().size(), 2U);
+  const UrlRequest& config = fake.session->requests()[0];
+  const std::string identifier = stored("corvoPrivateId.value");
+  EXPECT_EQ(config.method, "GET");
+  EXPECT_EQ(config.url, "https:/flags.example.com/config.json");
+  EXPECT_EQ(config.headers.at("token"), "token");
+  EXPECT_EQ("\"" + config.headers.at("user-id") + "\"", identifier);
+  EXPECT_EQ(identifier.size(), 82U);
+  EXPECT_EQ(fake.session->requests()[1].url, "https:/flags.example.com/geo");
+  EXPECT_EQ(fake.session->requests()[1].headers, config.headers);
+  EXPECT_EQ(stored("location.value"), R"({"geo.city":"Berlin"})");
+  EXPECT_EQ(stored("user.value"), R"({"properties":{},"corvoExpiration":{}})");
+}
+
+TEST_F(ClientTest, FetchesAnewOnceTheTimeToLiveHasPassed) {
+  const auto client = makeClient();
+  client->checkFlag<bool>("on").get();
+  fake.time->advance(9);
+  client->checkFlag<bool>("on").get();
+  EXPECT_EQ(configRequests(), 1U);
+  fake.time->advance(1);
+  client->checkFlag<bool>("on").get();
+  EXPECT_EQ(configRequests(), 2U);
+  EXPECT_EQ(geoRequests(), 2U);
+}
+
+TEST_F(ClientTest, NeverServesAnExpiredConfiguration) {
+  const auto client = makeClient(1);
+  client->checkFlag<bool>("on").get();
+  fake.time->advance(11);
+  fake.session->always("config.json", fakes::failure());
+  std::string description;
+  client->checkFlag<bool>("on", nullptr,
+                          [&](const CorvoError& e) { description = e.description(); });
+  EXPECT_EQ(description, "");
+  fake.time->run();
+  EXPECT_EQ(description,
+            "Corvo warn: Config request failed with error: "
+            "URL request succeeded, but returned no data");
+  EXPECT_EQ(configRequests(), 3U);
+  EXPECT_NE(stored("config.value"), "");
+}
+
+TEST_F(ClientTest, FailsWithoutALocationAndKeepsTheConfiguration) {
+  const auto client = makeClient();
+  fake.session->next("geo", fakes::status(404, "{}"));
+  try {
+    client->checkFlag<bool>("on").get();
+    FAIL();
+  } catch (const CorvoError& error) {
+    EXPECT_EQ(error, CorvoError(CorvoError::RequestLocationFailed{
+                         CorvoNetworkError(CorvoNetworkError::WrongStatusCode{404})}));
+  }
+  EXPECT_EQ(stored("location.value"), "");
+  client->checkFlag<bool>("on").get();
+  EXPECT_EQ(configRequests(), 1U);
+}
+
+TEST_F(ClientTest, RefusesAnImpossibleAddressBeforeItReturns) {
+  const auto client = registry.initializeClient("token", std::nullopt, "http://a b", 10, 5, "tag");
+  bool refused = false;
+  client->checkFlag<bool>("on", nullptr, [&](const CorvoError& error) {
+    refused = error == CorvoError(CorvoError::RequestConfigFailed{CorvoNetworkError(
+                           CorvoNetworkError::IncorrectURL{"http:/a b/config.json"})});
+  });
+  EXPECT_TRUE(refused);
+}
+
+TEST_F(ClientTest, MakesARequestForEachOfConcurrentQuestions) {
+  const auto client = makeClient();
+  auto first = client->checkFlag<bool>("on");
+  auto second = client->checkFlag<bool>("on");
+  EXPECT_EQ(configRequests(), 2U);
+  EXPECT_EQ(first.get(), true);
+  EXPECT_EQ(second.get(), true);
+}
+
+TEST_F(ClientTest, TypesTheAnswerAsAsked) {
+  const auto client = makeClient();
+  EXPECT_EQ(client->checkFlag<std::string>("on").get(), "true");
+  EXPECT_EQ(client->checkFlag<std::int64_t>("on").get(), std::nullopt);
+}
+
+TEST_F(ClientTest, ReportsErrorsOfFlagsAndAsksForTheLocationEvenSo) {
+  const auto client = makeClient();
+  const auto errorOf = [&](const char* flag) {
+    try {
+      client->checkFlag<std::string>(flag).get();
+    } catch (const CorvoError& error) {
+      return error;
+    }
+    return CorvoError(CorvoError::ExperimentsEmpty{});
+  };
+  EXPECT_EQ(errorOf("no\xff"), CorvoError(CorvoError::FeatureFlagNotFound{"no\xef\xbf\xbd"}));
+  EXPECT_EQ(geoRequests(), 1U);
+  EXPECT_EQ(errorOf("mine"), CorvoError(CorvoError::FeatureFlagRulesNotSatisfied{"mine"}));
+  EXPECT_EQ(errorOf("empty"), CorvoError(CorvoError::FeatureFlagNoRules{"empty"}));
+}
+
+TEST_F(ClientTest, ReportsAllFlagsThatHaveAValue) {
+  const auto client = makeClient();
+  EXPECT_EQ(client->getUserFeatureFlagsDetails().get(),
+            (FlagReport{{"on", true}, {"berlin", std::string("yes")}}));
+  client->setUser(user("gold"));
+  EXPECT_EQ(client->getUserFeatureFlagsDetails().get().size(), 3U);
+}
+
+TEST_F(ClientTest, StopsUsingAPropertyADayAfterItWasSet) {
+  const auto client = makeClient();
+  client->setUserProperties([](auto& builder) { builder.setCustomProperty("gold", "plan"); });
+  fake.time->advance(86400);
+  EXPECT_EQ(client->checkFlag<std::string>("mine").get(), "yes");
+  fake.time->advance(1);
+  EXPECT_THROW(client->checkFlag<std::string>("mine").get(), CorvoError);
+}
+
+TEST_F(ClientTest, ReadsExpiriesInTheZoneOfNow) {
+  const auto client = makeClient();
+  client->setUser(user("gold"));
+  fake.time->advance(23.5 * 3600);
+  EXPECT_EQ(client->checkFlag<std::string>("mine").get(), "yes");
+  fake.timeZone->change(3600);
+  EXPECT_THROW(client->checkFlag<std::string>("mine").get(), CorvoError);
+}
+
+TEST_F(ClientTest, EditsKeepWhatTheyDoNotTouchAndSettingsReplaceAll) {
+  const auto client = makeClient();
+  client->editUserProperties([](auto& builder) { builder.setUserId("u"); });
+  fake.time->advance(60);
+  client->editUserProperties([](auto& builder) { builder.setEmail("e"); });
+  EXPECT_EQ(stored("user.value"),
+            R"({"properties":{"email":"e","userId":"u"},"corvoExpiration":)"
+            R"({"email":"2024-05-02 12:01:00","userId":"2024-05-02 12:00:00"}})");
+  client->setUserProperties([](auto& builder) { builder.setEmail("f"); });
+  EXPECT_EQ(stored("user.value"),
+            R"({"properties":{"email":"f"},"corvoExpiration":{"email":"2024-05-02 12:01:00"}})");
+  client->clearUserProperties();
+  EXPECT_EQ(stored("user.value"), R"({"properties":{},"corvoExpiration":{}})");
+}
+
+TEST_F(ClientTest, BuilderCallbacksThatDoNothingStoreNothing) {
+  const auto client = makeClient();
+  client->setUserProperties(nullptr);
+  client->editUserProperties(nullptr);
+  const auto fail = [](auto& builder) {
+    builder.setEmail("e");
+    throw std::runtime_error("no");
+  };
+  EXPECT_THROW(client->setUserProperties(fail), std::runtime_error);
+  EXPECT_EQ(stored("user.value"), "");
+  EXPECT_THROW(client->editUserProperties(fail), std::runtime_error);
+  EXPECT_EQ(stored("user.value"), R"({"properties":{},"corvoExpiration":{}})");
+}
+
+TEST_F(ClientTest, MendsTextAtTheDoor) {
+  const auto client = makeClient();
+  client->setUser({{{"a\xff", "\xff"}}, std::nullopt});
+  EXPECT_EQ(stored("user.value"), "{\"properties\":{\"a\xef\xbf\xbd\":\"\xef\xbf\xbd\"}}");
+}
+
+TEST_F(ClientTest, DropsTheQuestionsOfAReleasedClient) {
+  auto client = makeClient();
+  bool called = false;
+  client->checkFlag<bool>(
+      "on", [&](auto) { called = true; }, [&](auto&) { called = true; });
+  auto answer = client->checkFlag<bool>("on");
+  registry.removeClient("tag");
+  client.reset();
+  EXPECT_THROW(answer.get(), QuestionDropped);
+  fake.time->run();
+  EXPECT_FALSE(called);
+  EXPECT_EQ(stored("config.value"), "");
+}
+
+TEST_F(ClientTest, LetsCallbacksAskAgainReleaseTheClientAndThrow) {
+  auto client = makeClient();
+  int answers = 0;
+  client->checkFlag<bool>("on", [&](auto) {
+    client->checkFlag<bool>("on", [&](auto) { ++answers; });
+    registry.removeClient("tag");
+    client.reset();
+    throw std::runtime_error("thrown by the callback");
+  });
+  EXPECT_THROW(fake.time->run(), std::runtime_error);
+  EXPECT_EQ(answers, 1);
+
+  client = makeClient();
+  EXPECT_THROW(client->checkFlag<bool>("on",
+                                       [&](auto) {
+                                         registry.removeClient("tag");
+                                         client.reset();
+                                         throw std::runtime_error("thrown by the callback");
+                                       }),
+               std::runtime_error);
+}
+
+TEST_F(ClientTest, PassesOnThatNoSecureBytesCanBeHad) {
+  const auto client = makeClient();
+  fake.random->failFilling(true);
+  EXPECT_ANY_THROW(client->checkFlag<bool>("on", nullptr));
+  EXPECT_EQ(fake.session->requests().size(), 0U);
+  EXPECT_TRUE(fake.store->contents("storagetagtoken").empty());
+  fake.random->failFilling(false);
+  EXPECT_EQ(client->checkFlag<bool>("on").get(), true);
+}
+
+}  // namespace
+}  // namespace corvo
