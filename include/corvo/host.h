@@ -1,0 +1,77 @@
+#pragma once
+
+#include <corvo/platform/platform.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace corvo {
+
+/// What the ready-made platform lets the application choose.
+struct HostOptions {
+  /// Where records and the identifier of this installation are kept; made when it is missing. By
+  /// default the program's own folder in the user's data folder. One application has one folder.
+  std::filesystem::path dataFolder = defaultDataFolder();
+  /// Keeps everything in memory instead: a new run is a new installation.
+  bool inMemory = false;
+  /// The application's version, as its users know it.
+  std::optional<std::string> applicationVersion = std::nullopt;
+  /// How long a transfer may make no progress, in seconds. A request that asks for less gets less.
+  double timeoutSeconds = 60.0;
+  /// The largest decoded body that is accepted. A larger one fails the transfer.
+  std::size_t maxBodyBytes = std::size_t{64} << 20;
+
+  /// The program's name in $XDG_DATA_HOME or ~/.local/share (Linux), ~/Library/Application Support
+  /// (macOS), %LOCALAPPDATA% (Windows). Empty, which keeps nothing, when the user has no such
+  /// folder.
+  [[nodiscard]] static std::filesystem::path defaultDataFolder();
+};
+
+/// The main queue of the ready-made platform, which also carries its network transfers: answers
+/// arrive while somebody runs it. It starts no thread and stops with the last one who shares it.
+///
+/// One thread at a time runs it, by `run`, `tick` or `runUntil` (which `Answer::get` calls); a task
+/// may call each of them in turn. `post`, `stop`, `busy` and `onWork` may be called from any
+/// thread. An exception that a task throws leaves through whoever runs; the other tasks stay
+/// queued.
+class HostLoop : public MainQueue {
+ public:
+  /// Runs tasks and transfers, and waits for more, until `stop`.
+  virtual void run() = 0;
+  /// Makes one `run` return after its present task: the innermost, or, when there is none, the
+  /// next.
+  virtual void stop() = 0;
+
+  /// Moves the transfers on as far as they go without waiting and runs the tasks that are queued
+  /// then, but not those that these post. For a frame or a timer, while `busy`.
+  virtual void tick() = 0;
+  /// Whether a task is queued or a transfer is under way.
+  [[nodiscard]] virtual bool busy() const = 0;
+
+  /// Has a function called, on the thread that made the work, whenever a first task is queued or a
+  /// transfer starts: the moment to arrange for `tick`. It must not run the loop itself, and should
+  /// not throw. Replaces the function given before; null for none.
+  virtual void onWork(std::function<void()> told) = 0;
+};
+
+/// The ready-made platform, and the loop that its main queue and its URL session share.
+struct Host {
+  std::shared_ptr<HostLoop> loop;
+  Platform platform;
+};
+
+/// A platform for Linux, macOS and Windows: the system's clock, zone and random source, HTTP and
+/// HTTPS by the proxy that the environment names, preferences in one file in the data folder. Opens
+/// no file and no connection yet. Where the folder cannot be used later, nothing is kept, and there
+/// is no vendor identifier. Throws `std::bad_alloc` only.
+[[nodiscard]] Host makeHost(HostOptions options = {});
+
+/// The platform of `makeHost`, for an application that only ever blocks (`Answer::get`) or that
+/// finds the loop as the platform's main queue.
+[[nodiscard]] Platform hostPlatform(HostOptions options = {});
+
+}  // namespace corvo

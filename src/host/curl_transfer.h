@@ -1,0 +1,72 @@
+#pragma once
+
+#include <corvo/platform/url_session.h>
+#include <curl/curl.h>
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace corvo::host {
+
+/// What a transfer may take.
+struct TransferLimits {
+  double secondsWithoutProgress = 60.0;
+  std::size_t bodyBytes = std::size_t{64} << 20;
+};
+
+struct FreeEasy {
+  void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
+};
+struct FreeList {
+  void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
+};
+
+/// One request on its way, through the redirects that it follows. For the thread that runs the
+/// loop. Owns its libcurl handle, which points back at this object.
+class CurlTransfer {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+
+  /// Prepares a handle for a request that nothing speaks against.
+  CurlTransfer(UrlRequest request, const TransferLimits& limits);
+  CurlTransfer(const CurlTransfer&) = delete;
+  CurlTransfer& operator=(const CurlTransfer&) = delete;
+
+  [[nodiscard]] CURL* handle() const noexcept { return handle_.get(); }
+  /// False when libcurl refused to prepare it.
+  [[nodiscard]] bool isPrepared() const noexcept { return prepared_; }
+
+  /// After an answer: turns the handle to where it redirects, if that is followed.
+  bool follow();
+  /// After the end: what came of it.
+  [[nodiscard]] UrlResponse response(CURLcode result);
+
+  /// How long it may still go without progress, in seconds.
+  [[nodiscard]] double patience(Time now) const noexcept;
+
+ private:
+  template <class Value>
+  void set(CURLoption option, Value value);
+  void setHeaders();
+  void noteProgress() noexcept { progressed_ = std::chrono::steady_clock::now(); }
+
+  static std::size_t onBody(char* data, std::size_t unit, std::size_t size, void* self) noexcept;
+  static std::size_t onHeader(char* data, std::size_t unit, std::size_t size, void* self) noexcept;
+  static int onProgress(void* self, curl_off_t total, curl_off_t received, curl_off_t toSend,
+                        curl_off_t sent) noexcept;
+
+  UrlRequest request_;
+  const TransferLimits limits_;
+  std::unique_ptr<curl_slist, FreeList> headers_;
+  std::string body_;
+  char error_[CURL_ERROR_SIZE] = "";
+  int redirects_ = 0;
+  curl_off_t moved_ = 0;
+  Time progressed_ = std::chrono::steady_clock::now();
+  bool prepared_ = true;
+  std::unique_ptr<CURL, FreeEasy> handle_;  // last: it dies before what it points at
+};
+
+}  // namespace corvo::host

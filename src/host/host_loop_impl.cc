@@ -1,0 +1,133 @@
+#include "host/host_loop_impl.h"
+
+#include <optional>
+#include <utility>
+
+namespace corvo::host {
+
+void HostLoopImpl::post(Callback<void()> task) {
+  bool isFirst = false;
+  {
+    const std::lock_guard lock(mutex_);
+    isFirst = tasks_.empty();
+    tasks_.push_back(std::move(task));
+  }
+  tell(isFirst);
+}
+
+void HostLoopImpl::start(Order order) {
+  {
+    const std::lock_guard lock(mutex_);
+    orders_.push_back(std::move(order));
+  }
+  tell(true);
+}
+
+void HostLoopImpl::tell(bool isNews) {
+  bool isWaiting = false;
+  std::shared_ptr<const std::function<void()>> told;
+  {
+    const std::lock_guard lock(mutex_);
+    isWaiting = waiting_;
+    if (isNews) told = told_;
+  }
+  if (isWaiting) transfers_.wake();
+  if (told != nullptr && *told) (*told)();
+}
+
+void HostLoopImpl::onWork(std::function<void()> told) {
+  auto shared = std::make_shared<const std::function<void()>>(std::move(told));
+  const std::lock_guard lock(mutex_);
+  told_.swap(shared);
+}
+
+bool HostLoopImpl::busy() const {
+  const std::lock_guard lock(mutex_);
+  return !tasks_.empty() || !orders_.empty() || transfers_.count() > 0;
+}
+
+bool HostLoopImpl::runUntil(const std::function<bool()>& condition) {
+  const auto self = shared_from_this();  // a task may let go of the loop
+  while (!turn(condition)) {
+    if (!busy()) return condition();
+    wait();
+  }
+  return true;
+}
+
+void HostLoopImpl::run() {
+  const auto self = shared_from_this();
+  const auto stopped = [this] { return stop_.exchange(false); };
+  while (!turn(stopped)) wait();
+}
+
+void HostLoopImpl::stop() {
+  stop_ = true;
+  transfers_.wake();
+}
+
+void HostLoopImpl::tick() {
+  const auto self = shared_from_this();
+  turn([] { return false; });
+}
+
+bool HostLoopImpl::turn(const std::function<bool()>& condition) {
+  if (condition()) return true;
+  moveTransfers();
+  std::size_t left = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    left = tasks_.size();
+  }
+  for (; left > 0; --left) {
+    if (condition()) return true;
+    runTask();
+  }
+  return condition();
+}
+
+void HostLoopImpl::moveTransfers() {
+  std::vector<Order> orders;
+  {
+    const std::lock_guard lock(mutex_);
+    orders.swap(orders_);
+    for (Order& order : orders) transfers_.start(std::move(order));
+  }
+  transfers_.perform();
+  while (std::optional<Answered> answered = transfers_.takeAnswered()) {
+    answered->order.completion(std::move(answered->response));
+  }
+}
+
+void HostLoopImpl::runTask() {
+  Callback<void()> task;
+  {
+    const std::lock_guard lock(mutex_);
+    if (tasks_.empty()) return;  // a task before this one ran the loop itself
+    task = std::move(tasks_.front());
+    tasks_.pop_front();
+  }
+  task();
+}
+
+void HostLoopImpl::wait() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!tasks_.empty() || !orders_.empty()) return;
+    waiting_ = true;
+  }
+  transfers_.wait();
+  const std::lock_guard lock(mutex_);
+  waiting_ = false;
+}
+
+CurlSession::~CurlSession() {
+  life_.reset();
+  loop_->wake();
+}
+
+void CurlSession::start(UrlRequest request, Callback<void(UrlResponse)> completion) {
+  loop_->start({std::move(request), std::move(completion), life_});
+}
+
+}  // namespace corvo::host

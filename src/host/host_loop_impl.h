@@ -1,0 +1,69 @@
+#pragma once
+
+#include <corvo/host.h>
+
+#include <atomic>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "host/curl_transfers.h"
+
+namespace corvo::host {
+
+/// The queue of tasks and the transfers, moved on in turns by whoever runs the loop. Which thread
+/// may call what is said at `HostLoop`.
+class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<HostLoopImpl> {
+ public:
+  explicit HostLoopImpl(const TransferLimits& limits) : transfers_(limits) {}
+
+  void post(Callback<void()> task) override;
+  bool runUntil(const std::function<bool()>& condition) override;
+  void run() override;
+  void stop() override;
+  void tick() override;
+  [[nodiscard]] bool busy() const override;
+  void onWork(std::function<void()> told) override;
+
+  /// Starts a transfer. Any thread.
+  void start(Order order);
+  /// Makes the runner look around. Any thread.
+  void wake() noexcept { transfers_.wake(); }
+
+ private:
+  /// Moves the transfers on and runs the tasks that are queued by then. Answers true, at once, when
+  /// the condition holds.
+  bool turn(const std::function<bool()>& condition);
+  void moveTransfers();
+  void runTask();
+  void wait();
+  void tell(bool isNews);
+
+  mutable std::mutex mutex_;
+  std::deque<Callback<void()>> tasks_;                 // guarded by the mutex
+  std::vector<Order> orders_;                          // guarded: not yet among the transfers
+  bool waiting_ = false;                               // guarded
+  std::shared_ptr<const std::function<void()>> told_;  // guarded
+  std::atomic<bool> stop_ = false;
+  CurlTransfers transfers_;  // the runner's, but for what is safe there
+};
+
+/// Loads URLs on a loop. Any thread; an answer comes while the loop is run. Shares the loop.
+class CurlSession final : public UrlSession {
+ public:
+  explicit CurlSession(std::shared_ptr<HostLoopImpl> loop) : loop_(std::move(loop)) {}
+  CurlSession(const CurlSession&) = delete;
+  CurlSession& operator=(const CurlSession&) = delete;
+  ~CurlSession() override;
+
+  void start(UrlRequest request, Callback<void(UrlResponse)> completion) override;
+
+ private:
+  std::shared_ptr<HostLoopImpl> loop_;
+  std::shared_ptr<const void> life_ = std::make_shared<char>();
+};
+
+}  // namespace corvo::host

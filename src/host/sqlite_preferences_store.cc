@@ -1,0 +1,73 @@
+#include "host/sqlite_preferences_store.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <utility>
+
+namespace corvo::host {
+namespace {
+
+/// The one object of a suite, shared by all its handles in this process.
+class SqliteSuite final : public PreferencesSuite {
+ public:
+  SqliteSuite(std::shared_ptr<Database> database, std::string name)
+      : database_(std::move(database)), name_(std::move(name)) {}
+
+  [[nodiscard]] std::optional<std::string> read(std::string_view key) const override {
+    return database_->read(name_, key);
+  }
+
+  bool apply(std::span<const PreferencesChange> changes) override {
+    const std::lock_guard lock(mutex_);
+    if (!database_->apply(name_, changes)) return false;
+    const std::uint64_t revision = revision_.load(std::memory_order_relaxed) + 1;
+    for (const PreferencesChange& change : changes) revisions_[change.key] = revision;
+    if (!changes.empty()) revision_.store(revision, std::memory_order_relaxed);
+    return true;
+  }
+
+  [[nodiscard]] std::uint64_t revision() const override {
+    return revision_.load(std::memory_order_relaxed);
+  }
+
+  [[nodiscard]] std::uint64_t revisionOf(std::string_view key) const override {
+    const std::lock_guard lock(mutex_);
+    const auto found = revisions_.find(key);
+    return found == revisions_.end() ? 0 : found->second;
+  }
+
+ private:
+  const std::shared_ptr<Database> database_;
+  const std::string name_;
+  mutable std::mutex mutex_;
+  std::atomic<std::uint64_t> revision_ = 0;
+  std::map<std::string, std::uint64_t, std::less<>> revisions_;
+};
+
+/// The suite of that name of that database that is in use, or a new one.
+std::shared_ptr<PreferencesSuite> sharedSuite(std::shared_ptr<Database> database,
+                                              std::string name) {
+  static std::mutex mutex;
+  static std::map<std::pair<Database*, std::string>, std::weak_ptr<SqliteSuite>> inUse;
+
+  const std::lock_guard lock(mutex);
+  std::erase_if(inUse, [](const auto& entry) { return entry.second.expired(); });
+  std::weak_ptr<SqliteSuite>& known = inUse[{database.get(), name}];
+  std::shared_ptr<SqliteSuite> suite = known.lock();
+  if (suite == nullptr) {
+    suite = std::make_shared<SqliteSuite>(std::move(database), std::move(name));
+    known = suite;
+  }
+  return suite;
+}
+
+}  // namespace
+
+std::shared_ptr<PreferencesSuite> SqlitePreferencesStore::open(std::string_view suiteName) {
+  std::shared_ptr<Database> database = database_->get();
+  if (database == nullptr) return nullptr;
+  return sharedSuite(std::move(database), std::string(suiteName));
+}
+
+}  // namespace corvo::host

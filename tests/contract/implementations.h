@@ -1,0 +1,21 @@
+#pragma once
+
+#include <corvo/fakes.h>
+#include <gtest/gtest.h>
+
+#ifdef CORVO_TEST_HOST
+#include <corvo/host.h>
+#endif
+
+namespace corvo::tests {
+
+/// The implementations that a contract is held against: the fake, and the host's where it is built.
+#ifdef CORVO_TEST_HOST
+template <class Fake, class Host>
+using Implementations = testing::Types<Fake, Host>;
+#else
+template <class Fake, class Host>
+using Implementations = testing::Types<Fake>;
+#endif
+
+}  // namespace corvo::tests

@@ -1,0 +1,115 @@
+#include <corvo/host.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "tests/host/loopback_server.h"
+
+namespace corvo {
+namespace {
+
+std::shared_ptr<HostLoop> makeLoop() { return makeHost({.inMemory = true}).loop; }
+
+TEST(HostLoopTest, RunsUntilStoppedFromAnotherThread) {
+  const auto loop = makeLoop();
+  std::string order;
+  std::thread other([&] {
+    loop->post([&] { order += 'a'; });
+    loop->post([&] { order += 'b'; });
+    loop->post([&] { loop->stop(); });
+    loop->post([&] { order += 'c'; });
+  });
+  loop->run();
+  EXPECT_EQ(order, "ab");
+  other.join();
+  EXPECT_TRUE(loop->runUntil([&] { return order == "abc"; }));
+}
+
+TEST(HostLoopTest, StopEndsTheInnermostRunOrTheNext) {
+  const auto loop = makeLoop();
+  std::string order;
+  loop->stop();
+  loop->run();
+  loop->post([&] {
+    loop->post([&] { loop->stop(); });
+    loop->run();
+    order += "inner ";
+    loop->stop();
+  });
+  loop->run();
+  EXPECT_EQ(order, "inner ");
+}
+
+TEST(HostLoopTest, ATickRunsWhatIsQueuedAndNotWhatThatPosts) {
+  const auto loop = makeLoop();
+  std::string order;
+  loop->post([&] {
+    loop->post([&] { order += 'c'; });
+    order += 'a';
+  });
+  loop->post([&] { order += 'b'; });
+  EXPECT_TRUE(loop->busy());
+  loop->tick();
+  EXPECT_EQ(order, "ab");
+  EXPECT_TRUE(loop->busy());
+  loop->tick();
+  EXPECT_EQ(order, "abc");
+  EXPECT_FALSE(loop->busy());
+  loop->tick();
+}
+
+TEST(HostLoopTest, ATaskMayTickAndThenThrow) {
+  const auto loop = makeLoop();
+  std::string order;
+  loop->post([&] {
+    loop->tick();
+    throw std::runtime_error("the task's own");
+  });
+  loop->post([&] { order += 'a'; });
+  loop->post([&] { order += 'b'; });
+  EXPECT_THROW(loop->tick(), std::runtime_error);
+  EXPECT_EQ(order, "ab");
+}
+
+TEST(HostLoopTest, TellsOfTheFirstTaskAndOfEveryTransfer) {
+  const Host host = makeHost({.inMemory = true});
+  int told = 0;
+  host.loop->onWork([&] { ++told; });
+  host.loop->post([] {});
+  host.loop->post([] {});
+  EXPECT_EQ(told, 1);
+  host.loop->tick();
+  host.loop->post([] {});
+  EXPECT_EQ(told, 2);
+  host.platform.urlSession->start({"GET", "nowhere", {}}, {});
+  EXPECT_EQ(told, 3);
+  host.loop->onWork(nullptr);
+  host.loop->tick();
+  host.loop->post([] {});
+  EXPECT_EQ(told, 3);
+}
+
+TEST(HostLoopTest, OutlivesATaskThatLetsGoOfIt) {
+  Host host = makeHost({.inMemory = true});
+  const std::weak_ptr<HostLoop> loop = host.loop;
+  host.loop->post([&] { host = Host(); });
+  host.loop->post([] {});
+  loop.lock()->tick();
+  EXPECT_TRUE(loop.expired());
+}
+
+TEST(HostLoopTest, ATickNeverWaitsForATransfer) {
+  const tests::LoopbackServer silent;
+  Host host = makeHost({.inMemory = true});
+  host.platform.urlSession->start({"GET", silent.url("/"), {}}, [](const UrlResponse&) { FAIL(); });
+  for (int i = 0; i < 3; ++i) host.loop->tick();
+  EXPECT_TRUE(host.loop->busy());
+  host.platform.urlSession.reset();
+  EXPECT_TRUE(host.loop->runUntil([&] { return !host.loop->busy(); }));
+}
+
+}  // namespace
+}  // namespace corvo

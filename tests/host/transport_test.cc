@@ -1,0 +1,211 @@
+#include <corvo/host.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/url_rules.h"
+#include "tests/base/case_table.h"
+#include "tests/host/loopback_server.h"
+
+namespace corvo {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+using tests::answer;
+using tests::LoopbackServer;
+using tests::RawReply;
+using Then = RawReply::Then;
+
+constexpr std::size_t kMaxBody = 1000;
+
+template <std::size_t Size>
+std::string bytes(const char (&text)[Size]) {
+  return {text, Size - 1};
+}
+
+auto hasLine(const std::string& line) { return HasSubstr("\r\n" + line + "\r\n"); }
+
+class TransportTest : public testing::Test {
+ protected:
+  TransportTest() { setenv("no_proxy", "127.0.0.1,localhost", 1); }
+
+  UrlResponse ask(UrlRequest request, double timeoutSeconds = 30) {
+    request.timeoutSeconds = timeoutSeconds;
+    std::optional<UrlResponse> response;
+    host_.platform.urlSession->start(std::move(request),
+                                     [&](UrlResponse came) { response = std::move(came); });
+    EXPECT_TRUE(host_.loop->runUntil([&] { return response.has_value(); }));
+    return response.value_or(UrlResponse{{}, {}, "never answered"});
+  }
+  UrlResponse get(const std::string& url, double timeoutSeconds = 30) {
+    return ask({"GET", url, {}}, timeoutSeconds);
+  }
+
+  Host host_ = makeHost({.inMemory = true, .maxBodyBytes = kMaxBody});
+};
+
+TEST_F(TransportTest, AnAnswerIsItsStatusAndDecodedBodyOrAFailure) {
+  const std::string helloGzip = bytes(
+      "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\xcb\x48\xcd\xc9\xc9\x07\x00\x86\xa6\x10\x36\x05\x00"
+      "\x00\x00");
+  const std::string bombGzip = bytes(  // 1001 letters
+      "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\x4b\x4c\x1c\x05\xa3\x60\x14\x0c\x7b\x00\x00"
+      "\x23\xd7\x24\x71\xe9\x03\x00\x00");
+  const std::string gzip = "Content-Encoding: gzip\r\n";
+  const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+  const struct {
+    const char* what;
+    RawReply reply;
+    std::optional<int> status;  // none: a failure
+    std::string body;
+  } cases[] = {
+      {"plain", answer(200, "{}"), 200, "{}"},
+      {"no content", {{"HTTP/1.1 204 No Content\r\n\r\n"}}, 204, ""},
+      {"not found", answer(404, "gone"), 404, "gone"},
+      {"server error", answer(500, ""), 500, ""},
+      {"a redirect to nowhere", answer(302, "x"), 302, "x"},
+      {"not modified is no redirect", {{"HTTP/1.1 304 N\r\nLocation: /other\r\n\r\n"}}, 304, ""},
+      {"until the end", {{"HTTP/1.1 200 OK\r\n\r\nabc"}, Then::close}, 200, "abc"},
+      {"chunked", {{chunked + "3\r\nabc\r\n", "2\r\nde\r\n", "0\r\n\r\n"}}, 200, "abcde"},
+      {"chunks cut short", {{chunked + "3\r\nabc\r\n"}, Then::close}, {}, ""},
+      {"truncated", {{"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nabc"}, Then::close}, {}, ""},
+      {"closed without a word", {{}, Then::close}, {}, ""},
+      {"reset", {{}, Then::reset}, {}, ""},
+      {"reset halfway", {{"HTTP/1.1 200 OK\r\nContent-Le"}, Then::reset}, {}, ""},
+      {"not HTTP", {{"SSH-2.0-x\r\n\r\n"}, Then::close}, {}, ""},
+      {"gzip", answer(200, helloGzip, gzip), 200, "hello"},
+      {"broken gzip", answer(200, "hello, no gzip", gzip), {}, ""},
+      {"as large as may be", answer(200, std::string(kMaxBody, 'a')), 200,
+       std::string(kMaxBody, 'a')},
+      {"too large", answer(200, std::string(kMaxBody + 1, 'a')), {}, ""},
+      {"too large once decoded", answer(200, bombGzip, gzip), {}, ""},
+  };
+  LoopbackServer server;
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.what);
+    server.say(each.reply);
+    const UrlResponse response = get(server.url("/config.json"));
+    EXPECT_EQ(response.failure.has_value(), !each.status.has_value());
+    EXPECT_EQ(response.status, each.status);
+    EXPECT_EQ(response.body, each.body);
+  }
+}
+
+TEST_F(TransportTest, SendsWhatItIsGivenAndNoMore) {
+  LoopbackServer server;
+  server.say(answer(200, "{}"));
+  const UrlRequest get{"GET",
+                       server.url("/a/config.json?q=1"),
+                       {{"token", "t\xC3\xBC"}, {"none", ""}, {"blank", "  "}, {"x", " y "}}};
+  EXPECT_EQ(ask(get).status, 200);
+  EXPECT_EQ(ask({"POST", server.url("/p"), {}}).status, 200);
+  EXPECT_EQ(ask({"POST", server.url("/p"), {{"Content-Type", "application/json"}}}).status, 200);
+
+  const auto requests = server.requests();
+  ASSERT_EQ(requests.size(), 3U);
+  EXPECT_THAT(requests[0].head,
+              AllOf(StartsWith("GET /a/config.json?q=1 HTTP/1.1\r\n"),
+                    hasLine("Host: 127.0.0.1:" + server.port()), hasLine("token: t\xC3\xBC"),
+                    hasLine("none:"), hasLine("blank:"), hasLine("x:  y "), HasSubstr("gzip"),
+                    Not(HasSubstr("Content-"))));
+  EXPECT_THAT(requests[1].head,
+              AllOf(StartsWith("POST /p HTTP/1.1\r\n"), hasLine("Content-Length: 0"),
+                    Not(HasSubstr("Content-Type"))));
+  EXPECT_THAT(requests[2].head, hasLine("Content-Type: application/json"));
+  EXPECT_EQ(requests[2].connection, 1) << "the connection was not kept";
+}
+
+TEST_F(TransportTest, RefusesWhatMustNotBeSent) {
+  LoopbackServer server;
+  server.say(answer(200, "{}"));
+  const std::string authority = "127.0.0.1:" + server.port();
+  for (auto [method, url, name, value] : tests::caseTable<4>(CORVO_HOST_CASES "refused.txt")) {
+    if (const auto at = url.find('@'); at < url.size()) url.replace(at, 1, authority);
+    UrlRequest request{method, url, {}};
+    if (!name.empty() || !value.empty()) request.headers = {{name, value}};
+    EXPECT_TRUE(ask(request).failure.has_value()) << method << ' ' << url << ' ' << name;
+  }
+  EXPECT_TRUE(server.requests().empty());
+}
+
+TEST_F(TransportTest, FollowsAtMostTenRedirectsWithinTheOrigin) {
+  LoopbackServer server([](const std::string& head) {
+    if (head.find(" /loop") != std::string::npos) return answer(302, "", "Location: /loop\r\n");
+    if (head.find(" /303") != std::string::npos) return answer(303, "old", "Location: end\r\n");
+    if (head.find(" /307") != std::string::npos) return answer(307, "old", "Location: end\r\n");
+    return answer(200, "new");
+  });
+  EXPECT_EQ(get(server.url("/loop")).status, 302);
+  EXPECT_EQ(server.requests().size(), 11U);
+
+  for (const char* const path : {"/303", "/307"}) {
+    const UrlResponse response = ask({"POST", server.url(path), {{"token", "t"}}});
+    EXPECT_EQ(response.status, 200);
+    EXPECT_EQ(response.body, "new");
+  }
+  const auto requests = server.requests();
+  ASSERT_EQ(requests.size(), 15U);
+  EXPECT_THAT(requests[12].head, AllOf(StartsWith("GET /end "), hasLine("token: t")));
+  EXPECT_THAT(requests[14].head, StartsWith("POST /end "));
+}
+
+TEST_F(TransportTest, NeverSpeaksToAnotherHost) {
+  LoopbackServer other;
+  other.say(answer(200, "stolen"));
+  LoopbackServer server;
+  const std::string locations[] = {
+      "http://127.0.0.1:" + other.port() + "/", "//127.0.0.1:" + other.port() + "/",
+      "http://localhost:" + server.port() + "/", "file:///dev/null", "http://127.0.0.1:99999/"};
+  for (const std::string& location : locations) {
+    server.say(answer(302, "", "Location: " + location + "\r\n"));
+    const std::size_t before = server.requests().size();
+    EXPECT_EQ(get(server.url("/")).status, 302) << location;
+    EXPECT_EQ(server.requests().size(), before + 1) << location;
+  }
+  EXPECT_TRUE(other.requests().empty());
+}
+
+TEST(RedirectTest, StaysWithTheHostAndNeverLeavesHttps) {
+  for (const auto& [follows, from, to] : tests::caseTable<3>(CORVO_HOST_CASES "redirects.txt")) {
+    EXPECT_EQ(host::mayFollow(from, to), follows == "yes") << from << " to " << to;
+  }
+}
+
+TEST_F(TransportTest, GivesUpWithoutProgressOnly) {
+  LoopbackServer server;
+  const std::string head = "HTTP/1.1 200 OK\r\nContent-Length: 25\r\n\r\n";
+  for (const auto& stuck : {RawReply{}, RawReply{{head}}, RawReply{{head, "a", "b"}}}) {
+    server.say(stuck);
+    EXPECT_TRUE(get(server.url("/"), 0.05).failure.has_value());
+  }
+  RawReply moving{std::deque<std::string>(25, "a")};  // one every 10 ms: longer than the timeout
+  moving.pieces.push_front(head);
+  server.say(std::move(moving));
+  EXPECT_EQ(get(server.url("/"), 0.2).body, std::string(25, 'a'));
+}
+
+TEST_F(TransportTest, FailsWhereNobodyListens) {
+  const std::string url = LoopbackServer().url("/");
+  EXPECT_TRUE(get(url).failure.has_value());
+}
+
+TEST_F(TransportTest, UsesTheProxyOfTheEnvironment) {
+  LoopbackServer proxy;
+  proxy.say(answer(200, "by proxy"));
+  setenv("http_proxy", proxy.url("").c_str(), 1);
+  EXPECT_EQ(get("http:/flags.example/config.json").body, "by proxy");
+  unsetenv("http_proxy");
+  EXPECT_THAT(proxy.requests().at(0).head, StartsWith("GET http://flags.example/config.json "));
+}
+
+}  // namespace
+}  // namespace corvo
