@@ -1,0 +1,38 @@
+#pragma once
+
+#include <corvo/client.h>
+#include <corvo/client_registry.h>
+#include <corvo/host.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace corvo {
+
+/// The library's entry point: one registry of clients for the whole process, made on first use on
+/// the host's platform. The operations are those of `ClientRegistry`.
+class Corvo {
+ public:
+  Corvo() = delete;
+
+  /// The tag for applications that need only one client.
+  static constexpr std::string_view defaultClientTag = "default";
+
+  static std::shared_ptr<CorvoClient> initializeClient(
+      std::string_view projectToken, std::optional<CorvoUser> initialUser, std::string_view apiURL,
+      std::uint64_t cacheTTL, std::uint64_t retryCount, std::string_view tag);
+  [[nodiscard]] static std::shared_ptr<CorvoClient> getClient(std::string_view tag);
+  static void removeClient(std::string_view tag);
+
+  /// The host's loop, on which answers come after a fetch: the application runs it, or ticks it, on
+  /// its own thread. Null where `usePlatform` put another platform in the host's place.
+  [[nodiscard]] static std::shared_ptr<HostLoop> loop();
+
+  /// Puts another platform in the host's place. To be called before any other operation; throws
+  /// `std::logic_error` afterwards, and changes nothing.
+  static void usePlatform(Platform platform);
+};
+
+}  // namespace corvo
