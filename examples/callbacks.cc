@@ -1,0 +1,39 @@
+// Asks a shop's backend through callbacks: callbacks URL DATA_FOLDER [USER]
+// Without USER it goes on with the user of its last run in that folder.
+
+#include <corvo/corvo.h>
+#include <corvo/host.h>
+
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+
+using namespace corvo;
+
+int main(int argc, char** argv) {
+  if (argc < 3) return 2;
+  const Host host = makeHost({.dataFolder = argv[2]});
+  Corvo::usePlatform(host.platform);
+
+  const auto client =
+      Corvo::initializeClient("shop-token", std::nullopt, argv[1],
+                              /*cacheTTL*/ 300, /*retryCount*/ 2, Corvo::defaultClientTag);
+  if (argc > 3) client->setUserProperties([&](auto& user) { user.setUserId(argv[3]); });
+
+  const auto complain = [](const CorvoError& error) { std::cerr << error.description() << '\n'; };
+  client->checkFlag<std::string>(
+      "welcome-text",
+      [&](const std::optional<std::string>& text) {
+        std::cout << text.value_or("Hello!") << '\n';
+        client->checkFlag<double>(  // answered at once: what it needs has just been fetched
+            "free-shipping-from",
+            [](std::optional<double> amount) {
+              if (amount) std::cout << "Shipping is free from " << *amount << " euros.\n";
+            },
+            complain);
+      },
+      complain);
+
+  host.loop->runUntil([] { return false; });  // until nothing is under way any more
+}

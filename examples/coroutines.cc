@@ -1,0 +1,39 @@
+// Asks a shop's backend in a coroutine: coroutines URL DATA_FOLDER
+
+#include <corvo/corvo.h>
+#include <corvo/host.h>
+
+#include <coroutine>
+#include <iostream>
+#include <memory>
+
+using namespace corvo;
+
+struct Task {  // answers can be awaited in coroutines of any type; this is the smallest
+  struct promise_type {
+    Task get_return_object() { return {}; }
+    std::suspend_never initial_suspend() noexcept { return {}; }
+    std::suspend_never final_suspend() noexcept { return {}; }
+    void return_void() {}
+    void unhandled_exception() { std::terminate(); }
+  };
+};
+
+Task visit(std::shared_ptr<CorvoClient> client) try {
+  const auto sale = co_await client->checkFlag<JsonObject>("sale");
+  const JsonValue off = sale && sale->contains("discount") ? sale->at("discount") : JsonValue();
+  std::cout << "Today's discount: " << off.toJson() << '\n';
+  const FlagReport flags = co_await client->getUserFeatureFlagsDetails();
+  std::cout << flags.size() << " flags have a value for this visitor.\n";
+} catch (const CorvoError& error) {
+  std::cerr << error.description() << '\n';
+}
+
+int main(int argc, char** argv) {
+  if (argc < 3) return 2;
+  const Host host = makeHost({.dataFolder = argv[2]});
+  Corvo::usePlatform(host.platform);
+  visit(Corvo::initializeClient("shop-token", std::nullopt, argv[1], /*cacheTTL*/ 300,
+                                /*retryCount*/ 2, Corvo::defaultClientTag));
+  host.loop->runUntil([] { return false; });  // until nothing is under way any more
+}

@@ -1,0 +1,69 @@
+#include "tests/tool/backend.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace corvo::tool {
+namespace {
+
+std::string readAll(FILE* stream) {
+  std::string text;
+  for (int c = std::fgetc(stream); c != EOF; c = std::fgetc(stream)) text += static_cast<char>(c);
+  return text;
+}
+
+std::string readLine(FILE* stream) {
+  std::array<char, 256> line{};
+  if (!std::fgets(line.data(), line.size(), stream)) throw std::runtime_error("no line");
+  const std::string text = line.data();
+  return text.substr(0, text.find('\n'));
+}
+
+int exitStatus(int status) { return WIFEXITED(status) ? WEXITSTATUS(status) : -1; }
+
+}  // namespace
+
+std::string readFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+Ran runCorvo(const std::string& arguments) {
+  const std::string errors = testing::TempDir() + "corvo_errors_" + std::to_string(getpid());
+  const std::string command = CORVO_COMMAND " " + arguments + " 2>" + errors;
+  FILE* output = popen(command.c_str(), "r");
+  Ran ran;
+  ran.out = readAll(output);
+  ran.status = exitStatus(pclose(output));
+  ran.err = readFile(errors);
+  return ran;
+}
+
+Backend::Backend(const std::string& arguments)
+    : output_(popen(("echo $$; exec " CORVO_COMMAND " serve " + arguments).c_str(), "r")) {
+  process_ = std::stoi(readLine(output_));
+  const std::string ready = readLine(output_);
+  const std::string promise = "Serving ";
+  if (!ready.starts_with(promise)) throw std::runtime_error("not ready: " + ready);
+  url_ = ready.substr(promise.size());
+}
+
+Backend::~Backend() {
+  if (output_) stop(SIGKILL);
+}
+
+int Backend::stop(int signal) {
+  kill(process_, signal);
+  const int status = pclose(output_);
+  output_ = nullptr;
+  return exitStatus(status);
+}
+
+}  // namespace corvo::tool

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdio>
+#include <string>
+
+namespace corvo::tool {
+
+/// What became of a command.
+struct Ran {
+  int status = 0;
+  std::string out;
+  std::string err;
+};
+
+/// Runs `corvo` with the arguments, written as for the shell.
+Ran runCorvo(const std::string& arguments);
+
+std::string readFile(const std::string& path);
+
+/// `corvo serve` on a free port, from its construction until it is stopped or destroyed.
+class Backend {
+ public:
+  explicit Backend(const std::string& arguments);
+  Backend(const Backend&) = delete;
+  Backend& operator=(const Backend&) = delete;
+  ~Backend();
+
+  [[nodiscard]] const std::string& url() const { return url_; }
+
+  /// Ends it with the signal; its exit status.
+  int stop(int signal);
+
+ private:
+  FILE* output_;
+  pid_t process_ = 0;
+  std::string url_;
+};
+
+}  // namespace corvo::tool

@@ -1,0 +1,86 @@
+#include <gmock/gmock.h>
+#include <httplib.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+
+#include "tests/tool/backend.h"
+
+namespace corvo::tool {
+namespace {
+
+using testing::HasSubstr;
+
+const httplib::Headers kHeaders{{"token", "t"}, {"user-id", "u"}};
+
+class Serve : public testing::Test {
+ protected:
+  void write(const std::string& name, const std::string& content) const {
+    std::ofstream(folder_ + name) << content;
+  }
+  std::string arguments() const {
+    return "--config " + folder_ + "config.json --geo " + folder_ + "geo.json";
+  }
+  void SetUp() override {
+    write("config.json", "{}");
+    write("geo.json", R"({"city": "Porto"})");
+  }
+  void TearDown() override {
+    for (const char* name : {"config.json", "geo.json"}) std::remove((folder_ + name).c_str());
+  }
+
+  std::string folder_ = testing::TempDir() + "corvo_serve_" + std::to_string(getpid()) + "_";
+};
+
+TEST_F(Serve, AnswersTheTwoRoutesToThoseWhoSayWhoTheyAre) {
+  Backend backend(arguments());
+  httplib::Client http(backend.url());
+  const struct {
+    const char* path;
+    httplib::Headers headers;
+    int status;
+    const char* body;
+  } cases[] = {
+      {"/config.json", kHeaders, 200, "{}"},
+      {"/geo", kHeaders, 200, R"({"city": "Porto"})"},
+      {"/elsewhere", kHeaders, 404, ""},
+      {"/config.json", {}, 400, "token"},
+      {"/config.json", {{"token", "t"}}, 400, "user-id"},
+      {"/geo", {{"user-id", "u"}}, 400, "token"},
+      {"/geo", {{"token", "t"}, {"user-id", ""}}, 400, "user-id"},
+  };
+  for (const auto& [path, headers, status, body] : cases) {
+    const httplib::Result result = http.Get(path, headers);
+    ASSERT_TRUE(result) << path;
+    EXPECT_EQ(result->status, status) << path;
+    EXPECT_THAT(result->body, HasSubstr(body)) << path;
+  }
+}
+
+TEST_F(Serve, ShowsAnEditedFileAtTheNextRequest) {
+  Backend backend(arguments());
+  httplib::Client http(backend.url());
+  ASSERT_EQ(http.Get("/geo", kHeaders)->body, R"({"city": "Porto"})");
+  write("geo.json", R"({"city": "Faro"})");
+  EXPECT_EQ(http.Get("/geo", kHeaders)->body, R"({"city": "Faro"})");
+  std::remove((folder_ + "geo.json").c_str());
+  EXPECT_EQ(http.Get("/geo", kHeaders)->status, 404);
+}
+
+TEST_F(Serve, EndsInPeaceWhenToldTo) {
+  for (const int signal : {SIGINT, SIGTERM}) EXPECT_EQ(Backend(arguments()).stop(signal), 0);
+}
+
+TEST_F(Serve, RefusesWhatItCannotDo) {
+  Backend backend(arguments());
+  const std::string port = backend.url().substr(backend.url().rfind(':') + 1);
+  const Ran taken = runCorvo("serve " + arguments() + " --port " + port);
+  EXPECT_EQ(taken.status, 1);
+  EXPECT_EQ(taken.err, "cannot listen on 127.0.0.1:" + port + "\n");
+  EXPECT_EQ(runCorvo("serve --config " + folder_ + "none --geo " + folder_ + "geo.json").status, 2);
+}
+
+}  // namespace
+}  // namespace corvo::tool

@@ -1,0 +1,115 @@
+#include <httplib.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "tool/commands.h"
+
+namespace corvo::tool {
+namespace {
+
+constexpr const char* kHost = "127.0.0.1";
+
+struct ServeOptions {
+  std::string configFile;
+  std::string geoFile;
+  int port = 0;
+  bool log = false;
+};
+
+std::optional<std::string> readFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) return std::nullopt;
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+/// The header that a request of the library would have and this one has not, or null.
+const char* missingHeader(const httplib::Request& request) {
+  for (const char* name : {"token", "user-id"}) {
+    if (request.get_header_value(name).empty()) return name;
+  }
+  return nullptr;
+}
+
+void refuse(httplib::Response& response, int status, const std::string& reason) {
+  response.status = status;
+  response.set_content(reason + "\n", "text/plain; charset=utf-8");
+}
+
+/// Answers with what the file holds at that moment, so that an edit shows at the next request.
+httplib::Server::Handler answerWith(const std::string& path) {
+  return [path](const httplib::Request& request, httplib::Response& response) {
+    if (const char* header = missingHeader(request)) {
+      return refuse(response, 400, std::string("missing header: ") + header);
+    }
+    const std::optional<std::string> content = readFile(path);
+    if (!content) return refuse(response, 404, "cannot read " + path);
+    response.set_content(*content, "application/json");
+  };
+}
+
+void logRequest(const httplib::Request& request, const httplib::Response& response) {
+  std::cout << request.method + " " + request.path + " " + std::to_string(response.status) + "\n"
+            << std::flush;
+}
+
+/// Without the library's default of sharing the port with whoever listens on it already.
+void reuseOnlyFreedAddress([[maybe_unused]] socket_t socket) {
+#ifndef _WIN32
+  const int yes = 1;
+  setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+#endif
+}
+
+/// The port that the server now listens on.
+int listenOn(httplib::Server& server, int port) {
+  server.set_socket_options(reuseOnlyFreedAddress);
+  if (port == 0) return server.bind_to_any_port(kHost);
+  if (!server.bind_to_port(kHost, port)) {
+    throw std::runtime_error("cannot listen on " + std::string(kHost) + ":" + std::to_string(port));
+  }
+  return port;
+}
+
+void serve(const ServeOptions& options) {
+  httplib::Server server;
+  server.Get("/config.json", answerWith(options.configFile));
+  server.Get("/geo", answerWith(options.geoFile));
+  // Before the answer leaves, so that whoever has the answer finds the line.
+  if (options.log) server.set_post_routing_handler(logRequest);
+  const int port = listenOn(server, options.port);
+  // Nothing here needs an orderly end, and idle connections must not delay it.
+  for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { std::_Exit(0); });
+  std::cout << "Serving http://" << kHost << ":" << port << std::endl;
+  server.listen_after_bind();
+}
+
+}  // namespace
+
+void addServe(CLI::App& app) {
+  auto options = std::make_shared<ServeOptions>();
+  CLI::App& command =
+      *app.add_subcommand("serve", "Be a local backend: prints its address, runs until stopped");
+  command
+      .add_option("--config", options->configFile, "The configuration document, re-read as needed")
+      ->required()
+      ->check(CLI::ExistingFile);
+  command.add_option("--geo", options->geoFile, "The location answer, re-read as needed")
+      ->required()
+      ->check(CLI::ExistingFile);
+  command.add_option("--port", options->port, "The port to listen on; 0 picks a free one")
+      ->check(CLI::Range(0, 65535))
+      ->capture_default_str();
+  command.add_flag("--log", options->log, "Print a line for each request");
+  command.callback([options] { serve(*options); });
+}
+
+}  // namespace corvo::tool
