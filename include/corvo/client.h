@@ -32,14 +32,12 @@ class Lent {
 
   [[nodiscard]] Thing& get() noexcept { return owned_ ? *owned_ : *lent_; }
   /// The same, owned. The thing is moved away from here.
-  [[nodiscard]] Lent detach() {
-    Lent detached(*lent_);
-    detached.owned_.emplace(std::move(get()));
-    return detached;
-  }
+  [[nodiscard]] Lent detach() { return Lent(std::optional<Thing>(std::move(get()))); }
 
  private:
-  Thing* lent_;
+  explicit Lent(std::optional<Thing> owned) noexcept : owned_(std::move(owned)) {}
+
+  Thing* lent_ = nullptr;
   std::optional<Thing> owned_;
 };
 
