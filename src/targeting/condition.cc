@@ -54,14 +54,13 @@ std::optional<base::LocalSeconds> parseConditionDate(std::string_view text) {
   return minute ? minute : base::parseDate(text, base::DatePattern::day);
 }
 
-std::optional<Operand> allTexts(Texts values) { return values; }
+std::optional<Texts> allTexts(Texts values) { return values; }
 
 // The single value, as `parse` reads it.
 template <auto parse>
-std::optional<Operand> single(Texts values) {
+auto single(Texts values) -> decltype(parse(values.front())) {
   if (values.size() != 1) return std::nullopt;
-  auto parsed = parse(values.front());
-  return parsed ? std::optional<Operand>(*std::move(parsed)) : std::nullopt;
+  return parse(values.front());
 }
 
 std::optional<std::string_view> asText(std::string_view text) { return text; }
@@ -73,60 +72,62 @@ constexpr auto oneDate = single<parseConditionDate>;
 
 // --- Lifting a test to the property it is made on ------------------------------------------------
 
-template <class T>
-const T& get(const Operand& operand) {
-  return *std::get_if<T>(&operand);
-}
-
 // The property as it is, or its digest where texts are compared hashed. That of a missing property
 // is the empty text, not a digest.
-template <auto test, bool wanted, class T>
-bool onText(const Operand& operand, const Subject& subject) {
-  if (!subject.hashed || subject.value == nullptr) {
-    return test(subject.plain(), get<T>(operand)) == wanted;
-  }
+template <auto test, bool wanted>
+constexpr auto onText = [](const auto& values, const Subject& subject) {
+  if (!subject.hashed || subject.value == nullptr) return test(subject.plain(), values) == wanted;
   const base::Md5Hex digest = base::md5Hex(*subject.value);
-  return test(base::view(digest), get<T>(operand)) == wanted;
-}
+  return test(base::view(digest), values) == wanted;
+};
 
 template <auto test, bool wanted>
-constexpr Match onOne = onText<test, wanted, std::string_view>;
-
-template <auto test, bool wanted>
-constexpr Match onMany = onText<test, wanted, Texts>;
-
-template <auto test, bool wanted>
-bool onPlain(const Operand& operand, const Subject& subject) {
-  return test(subject.plain(), get<Texts>(operand)) == wanted;
-}
+constexpr auto onPlain =
+    [](Texts values, const Subject& subject) { return test(subject.plain(), values) == wanted; };
 
 template <auto test>
-bool onDate(const Operand& operand, const Subject& subject) {
+constexpr auto onDate = [](base::LocalSeconds date, const Subject& subject) {
   const auto local = parseConditionDate(subject.plain());
   if (!local) return false;
   const LocalTime& time = subject.localTime;
-  return test(time.momentOf(*local), time.momentOf(get<base::LocalSeconds>(operand)), time);
-}
+  return test(time.momentOf(*local), time.momentOf(date), time);
+};
 
 template <class Order>
-bool onNumber(const Operand& operand, const Subject& subject) {
+constexpr auto onNumber = [](double value, const Subject& subject) {
   const auto number = base::parseDecimal(subject.plain());
-  return number && Order{}(*number, get<double>(operand));
-}
+  return number && Order{}(*number, value);
+};
 
 template <class Order>
-bool onVersion(const Operand& operand, const Subject& subject) {
-  const auto order = compareVersion(subject.plain(), get<Version>(operand));
+constexpr auto onVersion = [](const Version& value, const Subject& subject) {
+  const auto order = compareVersion(subject.plain(), value);
   return order && Order{}(*order, 0);
-}
+};
 
 // --- The signs -----------------------------------------------------------------------------------
 
 struct Sign {
   std::optional<Operand> (*read)(Texts values);
   Match match;
-  bool unread = false;  // the answer where there are values, but not such as the sign can use
+  bool unread;  // the answer where there are values, but not such as the sign can use
 };
+
+// A sign that compares as `test` does with what `read` makes of the values: of one type, or this
+// does not compile.
+template <auto read, auto test>
+constexpr Sign sign(bool unread = false) {
+  using Value = typename decltype(read(Texts()))::value_type;
+  return {[](Texts values) -> std::optional<Operand> {
+            auto value = read(values);
+            if (!value) return std::nullopt;
+            return Operand(std::in_place_type<Value>, *std::move(value));
+          },
+          [](const Operand& operand, const Subject& subject) {
+            return test(*std::get_if<Value>(&operand), subject);
+          },
+          unread};
+}
 
 using model::kConditionSignCount;
 using Greater = std::greater<>;
@@ -134,34 +135,34 @@ using Less = std::less<>;
 using GreaterEqual = std::greater_equal<>;
 using LessEqual = std::less_equal<>;
 
-constexpr std::array<Sign, kConditionSignCount> kSigns{{
-    {oneText, onOne<equal, true>},         // equal
-    {oneText, onOne<equal, false>, true},  // notEqual
-    {allTexts, onMany<isAny, true>},       // anyOf
-    {allTexts, onMany<isAny, false>},      // noneOf
-    {allTexts, onPlain<holdsAny, true>},   // containsAnyOf
-    {allTexts, onPlain<holdsAny, false>},  // containsNoneOf
-    {oneDate, onDate<sameDay>},            // onDate
-    {oneDate, onDate<after>},              // afterTime
-    {oneDate, onDate<before>},             // beforeTime
-    {oneNumber, onNumber<Greater>},        // greater
-    {oneNumber, onNumber<Less>},           // less
-    {oneNumber, onNumber<GreaterEqual>},   // greaterEqual
-    {oneNumber, onNumber<LessEqual>},      // lessEqual
-    {oneText, onOne<starts, true>},        // startsWith
-    {oneText, onOne<starts, false>},       // notStartsWith
-    {oneText, onOne<ends, true>},          // endsWith
-    {oneText, onOne<ends, false>},         // notEndsWith
-    {oneText, onOne<isPart, true>},        // contains
-    {oneText, onOne<isPart, false>},       // notContains
-}};
+constexpr std::array<Sign, kConditionSignCount> kSigns{
+    sign<oneText, onText<equal, true>>(),        // equal
+    sign<oneText, onText<equal, false>>(true),   // notEqual
+    sign<allTexts, onText<isAny, true>>(),       // anyOf
+    sign<allTexts, onText<isAny, false>>(),      // noneOf
+    sign<allTexts, onPlain<holdsAny, true>>(),   // containsAnyOf
+    sign<allTexts, onPlain<holdsAny, false>>(),  // containsNoneOf
+    sign<oneDate, onDate<sameDay>>(),            // onDate
+    sign<oneDate, onDate<after>>(),              // afterTime
+    sign<oneDate, onDate<before>>(),             // beforeTime
+    sign<oneNumber, onNumber<Greater>>(),        // greater
+    sign<oneNumber, onNumber<Less>>(),           // less
+    sign<oneNumber, onNumber<GreaterEqual>>(),   // greaterEqual
+    sign<oneNumber, onNumber<LessEqual>>(),      // lessEqual
+    sign<oneText, onText<starts, true>>(),       // startsWith
+    sign<oneText, onText<starts, false>>(),      // notStartsWith
+    sign<oneText, onText<ends, true>>(),         // endsWith
+    sign<oneText, onText<ends, false>>(),        // notEndsWith
+    sign<oneText, onText<isPart, true>>(),       // contains
+    sign<oneText, onText<isPart, false>>(),      // notContains
+};
 
-constexpr std::array<Sign, 4> kVersionSigns{{
-    {oneVersion, onVersion<Greater>},
-    {oneVersion, onVersion<Less>},
-    {oneVersion, onVersion<GreaterEqual>},
-    {oneVersion, onVersion<LessEqual>},
-}};
+constexpr std::array<Sign, 4> kVersionSigns{
+    sign<oneVersion, onVersion<Greater>>(),
+    sign<oneVersion, onVersion<Less>>(),
+    sign<oneVersion, onVersion<GreaterEqual>>(),
+    sign<oneVersion, onVersion<LessEqual>>(),
+};
 
 const Sign& signOf(const model::Condition& condition) {
   constexpr auto kFirst = static_cast<std::size_t>(model::ConditionSign::greater);
