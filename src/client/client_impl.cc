@@ -41,11 +41,10 @@ void CorvoClientImpl::settleUser(std::optional<CorvoUser> initialUser) {
     storeUser(*initialUser);
     return;
   }
-  const double now = clock_->now();
-  const UserPointer stored = storage_->user.read(now);
+  const UserPointer stored = storage_->user.read();
   if (!stored || stored->corvoExpiration) return;
   CorvoUser stamped{stored->properties, PropertyMap()};
-  const std::string expiry = targeting::expiryText(now, *timeZone_);
+  const std::string expiry = targeting::expiryText(clock_->now(), *timeZone_);
   for (const auto& property : stamped.properties) {
     stamped.corvoExpiration->emplace(property.first, expiry);
   }
@@ -62,7 +61,7 @@ void CorvoClientImpl::setUserProperties(EditUser edit) {
 
 void CorvoClientImpl::editUserProperties(EditUser edit) {
   if (!edit) return;
-  const CorvoUser& user = *currentUser(clock_->now());
+  const CorvoUser& user = *currentUser();
   CorvoUser::Builder builder(clock_, timeZone_);
   builder.properties = user.properties;
   builder.corvoExpiration = user.corvoExpiration.value_or(PropertyMap());
@@ -82,11 +81,11 @@ void CorvoClientImpl::storeUser(const CorvoUser& user) {
 }
 
 // Without a stored user an empty one is stored, and used.
-const CorvoClientImpl::UserPointer& CorvoClientImpl::currentUser(double now) {
-  const UserPointer& stored = storage_->user.read(now);
+const CorvoClientImpl::UserPointer& CorvoClientImpl::currentUser() {
+  const UserPointer& stored = storage_->user.read();
   if (stored) return stored;
   storeUser(nobody());
-  return storage_->user.read(now);
+  return storage_->user.read();
 }
 
 void CorvoClientImpl::checkFlagText(std::string_view flagName, FlagSink& sink) {
@@ -136,7 +135,7 @@ void CorvoClientImpl::locate(Question& question, const ProjectPointer& project, 
   if (const LocationPointer& location = storage_->location.read(now)) {
     return decide(question, project, location, now);
   }
-  currentUser(now);  // an empty user is stored before the location is asked for
+  currentUser();  // an empty user is stored before the location is asked for
   const std::shared_ptr<Question> waiting = question.detach();
   synchronisation_->fetchLocation(
       whenFetched<LocationPointer>(
@@ -148,7 +147,7 @@ void CorvoClientImpl::locate(Question& question, const ProjectPointer& project, 
 
 void CorvoClientImpl::decide(Question& question, const ProjectPointer& project,
                              const LocationPointer& location, double now) {
-  const targeting::Context context = contexts_.at(now, currentUser(now), location);
+  const targeting::Context context = contexts_.at(now, currentUser(), location);
   question.answer({project, context});
 }
 

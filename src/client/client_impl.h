@@ -60,7 +60,7 @@ class CorvoClientImpl final : public CorvoClient,
               double now);
 
   const ProjectPointer& projectOf(const ConfigPointer& config);
-  const UserPointer& currentUser(double now);
+  const UserPointer& currentUser();
   void storeUser(const CorvoUser& user);
   void storeEdited(CorvoUser::Builder& builder, EditUser edit);
 

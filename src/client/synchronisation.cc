@@ -30,7 +30,7 @@ void Synchronisation::fetch(OnSuccess onSuccess, OnFailure onFailure) {
 // The identifier is made on first need and then kept for the life of the suite.
 std::string Synchronisation::privateIdentifier() {
   auto& slot = parts_.storage->corvoPrivateId;
-  if (const auto& stored = slot.read(parts_.clock->now())) return *stored;
+  if (const auto& stored = slot.read()) return *stored;
   auto made = std::make_shared<const std::string>(network::makePrivateIdentifier(*parts_.random));
   slot.write(made, parts_.clock->now());
   return *made;

@@ -88,6 +88,9 @@ class StorageProperty {
     return storedValue_.read(*storage_);
   }
 
+  /// The value of a slot that never expires.
+  const std::shared_ptr<const T>& read() { return read(0); }
+
   /// Replaces the value, or removes it where it is null, and stamps the slot with the moment.
   void write(std::shared_ptr<const T> value, double now) {
     const auto access = access_.writing();
