@@ -182,11 +182,11 @@ TEST(ExclusiveAccessDeathTest, StopsOverlapsWithAWriter) {
   }
   {
     const auto reader = access.reading();
-    EXPECT_DEATH(access.writing(), "used from two threads at once");
+    EXPECT_DEATH((void)access.writing(), "used from two threads at once");
   }
   const auto writer = access.writing();
-  EXPECT_DEATH(access.reading(), "used from two threads at once");
-  EXPECT_DEATH(access.writing(), "used from two threads at once");
+  EXPECT_DEATH((void)access.reading(), "used from two threads at once");
+  EXPECT_DEATH((void)access.writing(), "used from two threads at once");
 }
 
 }  // namespace
