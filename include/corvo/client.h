@@ -3,15 +3,19 @@
 #include <corvo/answer.h>
 #include <corvo/callback.h>
 #include <corvo/error.h>
+#include <corvo/experiment.h>
+#include <corvo/experiment_detail.h>
 #include <corvo/property.h>
 #include <corvo/user_builder.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace corvo {
 
@@ -107,6 +111,119 @@ class CorvoClient {
   Answer<FlagReport> getUserFeatureFlagsDetails() {
     return answer<FlagReport>(
         [&](auto& box) { getUserFeatureFlagsDetails(box.onValue(), box.onError()); });
+  }
+
+  /// The experiments that the user takes part in, holdouts included, in the configuration's order.
+  virtual void getAllUserExperiments(Callback<void(std::vector<CorvoExperimentPointer>)> onSuccess,
+                                     OnError onError = {}) = 0;
+  Answer<std::vector<CorvoExperimentPointer>> getAllUserExperiments() {
+    return answer<std::vector<CorvoExperimentPointer>>(
+        [&](auto& box) { getAllUserExperiments(box.onValue(), box.onError()); });
+  }
+
+  /// The same as one text: for each experiment its name, "." and the index of the user's group,
+  /// joined by "|"; absent when there are none. `estimateHoldouts` tells whether holdouts count.
+  virtual void getAllUserExperimentsText(ExactBool estimateHoldouts,
+                                         Callback<void(std::optional<std::string>)> onSuccess,
+                                         OnError onError = {}) = 0;
+  Answer<std::optional<std::string>> getAllUserExperimentsText(ExactBool estimateHoldouts) {
+    return answer<std::optional<std::string>>([&](auto& box) {
+      getAllUserExperimentsText(estimateHoldouts, box.onValue(), box.onError());
+    });
+  }
+
+  /// The same with holdouts.
+  virtual void getAllUserExperimentsText(Callback<void(std::optional<std::string>)> onSuccess,
+                                         OnError onError = {}) = 0;
+  Answer<std::optional<std::string>> getAllUserExperimentsText() {
+    return answer<std::optional<std::string>>(
+        [&](auto& box) { getAllUserExperimentsText(box.onValue(), box.onError()); });
+  }
+
+  /// The first experiment of that name that the user takes part in; null when he is in none. Fails
+  /// with `experimentNotFound`, without asking for the location.
+  virtual void getExperiment(std::string_view name,
+                             Callback<void(CorvoExperimentPointer)> onSuccess,
+                             OnError onError = {}) = 0;
+  Answer<CorvoExperimentPointer> getExperiment(std::string_view name) {
+    return answer<CorvoExperimentPointer>(
+        [&](auto& box) { getExperiment(name, box.onValue(), box.onError()); });
+  }
+
+  /// Whether the user is in the first holdout of that name. The holdouts that this one itself names
+  /// play no part. Fails with `holdoutNotFound`, without asking for the location.
+  virtual void getHoldout(std::string_view name, Callback<void(bool)> onSuccess,
+                          OnError onError = {}) = 0;
+  Answer<bool> getHoldout(std::string_view name) {
+    return answer<bool>([&](auto& box) { getHoldout(name, box.onValue(), box.onError()); });
+  }
+
+  /// The holdouts that the user is in and that none of those they name keeps him out of, as one
+  /// text like that of `getAllUserExperimentsText`; absent when there are none.
+  virtual void getAllUserHoldouts(Callback<void(std::optional<std::string>)> onSuccess,
+                                  OnError onError = {}) = 0;
+  Answer<std::optional<std::string>> getAllUserHoldouts() {
+    return answer<std::optional<std::string>>(
+        [&](auto& box) { getAllUserHoldouts(box.onValue(), box.onError()); });
+  }
+
+  /// The experiments that the user takes part in, each with the values that he gets from it, in the
+  /// configuration's order. `estimateHoldouts` tells whether holdouts are among them.
+  virtual void getUserExperimentsDetails(
+      ExactBool estimateHoldouts, Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
+      OnError onError = {}) = 0;
+  Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails(ExactBool estimateHoldouts) {
+    return answer<std::vector<CorvoExperimentDetail>>([&](auto& box) {
+      getUserExperimentsDetails(estimateHoldouts, box.onValue(), box.onError());
+    });
+  }
+
+  /// The same with holdouts.
+  virtual void getUserExperimentsDetails(
+      Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess, OnError onError = {}) = 0;
+  Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails() {
+    return answer<std::vector<CorvoExperimentDetail>>(
+        [&](auto& box) { getUserExperimentsDetails(box.onValue(), box.onError()); });
+  }
+
+  /// Forces the user of now into the first experiment of that name: into the group of that index,
+  /// from 0, or, without an index, into whichever group the weights give him. Allocation, layer and
+  /// targets no longer count for him there, holdouts still do. Kept, in place of an earlier choice
+  /// for the experiment, until it is excluded. Fails with `experimentsEmpty`, `experimentNotFound`,
+  /// `experimentSplitIdNotFound` or `experimentGroupIndexNotFound`, and then changes nothing.
+  virtual void includeForce(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
+                            Callback<void()> onSuccess, OnError onError = {}) = 0;
+  Answer<void> includeForce(std::string_view experimentName,
+                            std::optional<std::int64_t> groupIndex) {
+    return answer<void>(
+        [&](auto& box) { includeForce(experimentName, groupIndex, box.onValue(), box.onError()); });
+  }
+
+  /// The same without an index.
+  virtual void includeForce(std::string_view experimentName, Callback<void()> onSuccess,
+                            OnError onError = {}) = 0;
+  Answer<void> includeForce(std::string_view experimentName) {
+    return answer<void>(
+        [&](auto& box) { includeForce(experimentName, box.onValue(), box.onError()); });
+  }
+
+  /// Takes back what `includeForce` did for that experiment and fetches the configuration anew,
+  /// always. Should the fetch fail, the inclusion is forgotten all the same, and the cached
+  /// configuration, while it is fresh, still carries it. Fails with `noForceIncludedExperiments`
+  /// when nothing was ever included, and with `experimentNotFound` when this experiment is not.
+  virtual void excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
+                            OnError onError = {}) = 0;
+  Answer<void> excludeForce(std::string_view experimentName) {
+    return answer<void>(
+        [&](auto& box) { excludeForce(experimentName, box.onValue(), box.onError()); });
+  }
+
+  /// The same for all experiments. Fails with `noForceIncludedExperiments` when nothing was ever
+  /// included or all is excluded already; succeeds without a fetch when the last inclusion was
+  /// taken back by `excludeForce`.
+  virtual void excludeForceAll(Callback<void()> onSuccess, OnError onError = {}) = 0;
+  Answer<void> excludeForceAll() {
+    return answer<void>([&](auto& box) { excludeForceAll(box.onValue(), box.onError()); });
   }
 
   /// What `checkFlag` rests on: delivers the flag's text to the sink.

@@ -48,20 +48,28 @@ class Clients {
     }
     auto storage = std::make_shared<storage::StorageClient>(
         *platform_.preferencesStore, tag, projectToken, std::max(cacheTTL, kShortestCacheTTL));
-    auto synchronisation = std::make_shared<client::Synchronisation>(client::Synchronisation::Parts{
-        .projectToken = std::move(projectToken),
-        .storage = storage,
-        .network = std::move(network),
-        .clock = platform_.clock,
-        .random = platform_.secureRandom,
-        .reapplyForced = [](model::ConfigResponse&) {}});  // no inclusion can be forced yet
+    auto contexts = std::make_shared<client::ContextSource>(
+        client::ContextSource::Parts{.storage = storage,
+                                     .clock = platform_.clock,
+                                     .timeZone = platform_.timeZone,
+                                     .device = device_});
+    auto forced = std::make_shared<client::ForcedInclusions>(client::ForcedInclusions::Parts{
+        .storage = storage, .contexts = contexts, .clock = platform_.clock});
+    auto synchronisation = std::make_shared<client::Synchronisation>(
+        client::Synchronisation::Parts{.projectToken = std::move(projectToken),
+                                       .storage = storage,
+                                       .network = std::move(network),
+                                       .clock = platform_.clock,
+                                       .random = platform_.secureRandom,
+                                       .forced = forced});
     auto made = std::make_shared<client::CorvoClientImpl>(
         client::CorvoClientImpl::Parts{.storage = std::move(storage),
+                                       .contexts = std::move(contexts),
+                                       .forced = std::move(forced),
                                        .synchronisation = std::move(synchronisation),
                                        .clock = platform_.clock,
                                        .timeZone = platform_.timeZone,
-                                       .mainQueue = platform_.mainQueue,
-                                       .device = device_});
+                                       .mainQueue = platform_.mainQueue});
     made->settleUser(std::move(initialUser));
     clients_.emplace(std::move(tag), made);
     return made;

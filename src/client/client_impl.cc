@@ -4,11 +4,20 @@
 #include <variant>
 
 #include "base/text.h"
+#include "client/experiment_questions.h"
 #include "client/flag_question.h"
+#include "experiments/details.h"
 #include "targeting/expiry.h"
 
 namespace corvo::client {
+
+using experiments::Scope;
+
 namespace {
+
+Scope scopeWith(ExactBool estimateHoldouts) {
+  return estimateHoldouts.value ? Scope::all : Scope::withoutHoldouts;
+}
 
 PropertyMap wellFormed(const PropertyMap& properties) {
   PropertyMap result;
@@ -24,24 +33,23 @@ CorvoUser wellFormed(const CorvoUser& user) {
   return result;
 }
 
-CorvoUser nobody() { return {PropertyMap(), PropertyMap()}; }
-
 }  // namespace
 
 CorvoClientImpl::CorvoClientImpl(Parts parts)
     : storage_(std::move(parts.storage)),
+      contexts_(std::move(parts.contexts)),
+      forced_(std::move(parts.forced)),
       synchronisation_(std::move(parts.synchronisation)),
       clock_(std::move(parts.clock)),
       timeZone_(std::move(parts.timeZone)),
-      mainQueue_(std::move(parts.mainQueue)),
-      contexts_(std::move(parts.device), timeZone_) {}
+      mainQueue_(std::move(parts.mainQueue)) {}
 
 void CorvoClientImpl::settleUser(std::optional<CorvoUser> initialUser) {
   if (initialUser) {
     storeUser(*initialUser);
     return;
   }
-  const UserPointer stored = storage_->user.read();
+  const std::shared_ptr<const CorvoUser> stored = storage_->user.read();
   if (!stored || stored->corvoExpiration) return;
   CorvoUser stamped{stored->properties, PropertyMap()};
   const std::string expiry = targeting::expiryText(clock_->now(), *timeZone_);
@@ -61,14 +69,14 @@ void CorvoClientImpl::setUserProperties(EditUser edit) {
 
 void CorvoClientImpl::editUserProperties(EditUser edit) {
   if (!edit) return;
-  const CorvoUser& user = *currentUser();
+  const CorvoUser& user = *contexts_->currentUser();
   CorvoUser::Builder builder(clock_, timeZone_);
   builder.properties = user.properties;
   builder.corvoExpiration = user.corvoExpiration.value_or(PropertyMap());
   storeEdited(builder, std::move(edit));
 }
 
-void CorvoClientImpl::clearUserProperties() { storeUser(nobody()); }
+void CorvoClientImpl::clearUserProperties() { storeUser({PropertyMap(), PropertyMap()}); }
 
 void CorvoClientImpl::storeEdited(CorvoUser::Builder& builder, EditUser edit) {
   const auto self = shared_from_this();  // the callback may release the client
@@ -80,28 +88,157 @@ void CorvoClientImpl::storeUser(const CorvoUser& user) {
   storage_->user.write(std::make_shared<const CorvoUser>(wellFormed(user)), clock_->now());
 }
 
-// Without a stored user an empty one is stored, and used.
-const CorvoClientImpl::UserPointer& CorvoClientImpl::currentUser() {
-  const UserPointer& stored = storage_->user.read();
-  if (stored) return stored;
-  storeUser(nobody());
-  return storage_->user.read();
-}
-
 void CorvoClientImpl::checkFlagText(std::string_view flagName, FlagSink& sink) {
   const base::WellFormed name(flagName);
-  FlagQuestion question(name, sink);
+  FlagQuestion question(Name(name), sink);
   ask(question);
 }
 
 void CorvoClientImpl::getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess,
                                                  OnError onError) {
   CallbackQuestion question(
-      [](const Evidence& evidence) -> std::variant<FlagReport, CorvoError> {
-        return reportFlags(evidence);
+      Question::About::user,
+      [](const Evidence& evidence) -> Decision<FlagReport> { return reportFlags(evidence); },
+      onSuccess, onError);
+  ask(question);
+}
+
+void CorvoClientImpl::getAllUserExperiments(
+    Callback<void(std::vector<CorvoExperimentPointer>)> onSuccess, OnError onError) {
+  CallbackQuestion question(
+      Question::About::user,
+      [](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentPointer>> {
+        return experiments::experimentHandles(
+            evidence.project,
+            experiments::eligibleExperiments(*evidence.project, Scope::all, evidence.context),
+            evidence.context);
       },
       onSuccess, onError);
   ask(question);
+}
+
+void CorvoClientImpl::getAllUserExperimentsText(
+    ExactBool estimateHoldouts, Callback<void(std::optional<std::string>)> onSuccess,
+    OnError onError) {
+  askMemberships(scopeWith(estimateHoldouts), onSuccess, onError);
+}
+
+void CorvoClientImpl::getAllUserExperimentsText(
+    Callback<void(std::optional<std::string>)> onSuccess, OnError onError) {
+  askMemberships(Scope::all, onSuccess, onError);
+}
+
+void CorvoClientImpl::getAllUserHoldouts(Callback<void(std::optional<std::string>)> onSuccess,
+                                         OnError onError) {
+  askMemberships(Scope::onlyHoldouts, onSuccess, onError);
+}
+
+void CorvoClientImpl::askMemberships(Scope scope,
+                                     Callback<void(std::optional<std::string>)>& onSuccess,
+                                     OnError& onError) {
+  CallbackQuestion question(
+      Question::About::user,
+      [scope](const Evidence& evidence) -> Decision<std::optional<std::string>> {
+        return experiments::membershipText(
+            experiments::eligibleExperiments(*evidence.project, scope, evidence.context));
+      },
+      onSuccess, onError);
+  ask(question);
+}
+
+void CorvoClientImpl::getExperiment(std::string_view name,
+                                    Callback<void(CorvoExperimentPointer)> onSuccess,
+                                    OnError onError) {
+  const base::WellFormed wellFormedName(name);
+  ExperimentQuestion question(Name(wellFormedName), onSuccess, onError);
+  ask(question);
+}
+
+void CorvoClientImpl::getHoldout(std::string_view name, Callback<void(bool)> onSuccess,
+                                 OnError onError) {
+  const base::WellFormed wellFormedName(name);
+  HoldoutQuestion question(Name(wellFormedName), onSuccess, onError);
+  ask(question);
+}
+
+void CorvoClientImpl::getUserExperimentsDetails(
+    ExactBool estimateHoldouts, Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
+    OnError onError) {
+  askDetails(scopeWith(estimateHoldouts), onSuccess, onError);
+}
+
+void CorvoClientImpl::getUserExperimentsDetails(
+    Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess, OnError onError) {
+  askDetails(Scope::all, onSuccess, onError);
+}
+
+void CorvoClientImpl::askDetails(Scope scope,
+                                 Callback<void(std::vector<CorvoExperimentDetail>)>& onSuccess,
+                                 OnError& onError) {
+  CallbackQuestion question(
+      Question::About::user,
+      [scope](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentDetail>> {
+        return experiments::experimentDetails(
+            experiments::eligibleExperiments(*evidence.project, scope, evidence.context),
+            evidence.context);
+      },
+      onSuccess, onError);
+  ask(question);
+}
+
+void CorvoClientImpl::includeForce(std::string_view experimentName,
+                                   std::optional<std::int64_t> groupIndex,
+                                   Callback<void()> onSuccess, OnError onError) {
+  askInclusion(experimentName, groupIndex, onSuccess, onError);
+}
+
+void CorvoClientImpl::includeForce(std::string_view experimentName, Callback<void()> onSuccess,
+                                   OnError onError) {
+  askInclusion(experimentName, std::nullopt, onSuccess, onError);
+}
+
+// About the project alone: the user is looked at only once the experiment is found, the location
+// not at all.
+void CorvoClientImpl::askInclusion(std::string_view experimentName,
+                                   std::optional<std::int64_t> groupIndex,
+                                   Callback<void()>& onSuccess, OnError& onError) {
+  CallbackQuestion question(
+      Question::About::project,
+      [this, name = base::wellFormed(experimentName), groupIndex](const Evidence& evidence) {
+        return include(evidence.project->config(), name, groupIndex);
+      },
+      onSuccess, onError);
+  ask(question);
+}
+
+Decision<void> CorvoClientImpl::include(const model::ConfigResponse& config,
+                                        std::string_view experimentName,
+                                        std::optional<std::int64_t> groupIndex) {
+  auto edited = std::make_shared<model::ConfigResponse>(config);
+  if (auto error = forced_->include(*edited, experimentName, groupIndex)) return *std::move(error);
+  storage_->config.write(std::move(edited), clock_->now());
+  return {};
+}
+
+void CorvoClientImpl::excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
+                                   OnError onError) {
+  if (const auto error = forced_->forget(base::WellFormed(experimentName))) return onError(*error);
+  refresh(onSuccess, onError);
+}
+
+void CorvoClientImpl::excludeForceAll(Callback<void()> onSuccess, OnError onError) {
+  const std::variant<bool, CorvoError> forgotten = forced_->forgetAll();
+  if (const auto* error = std::get_if<CorvoError>(&forgotten)) return onError(*error);
+  if (!std::get<bool>(forgotten)) return onSuccess();
+  refresh(onSuccess, onError);
+}
+
+// Done as soon as a new configuration is in hand.
+void CorvoClientImpl::refresh(Callback<void()>& onSuccess, OnError& onError) {
+  CallbackQuestion question(
+      Question::About::project, [](const Evidence&) -> Decision<void> { return {}; }, onSuccess,
+      onError);
+  askAnew(question);
 }
 
 template <class Fetched, class Step>
@@ -123,19 +260,26 @@ void CorvoClientImpl::ask(Question& question) {
   if (const ConfigPointer& config = storage_->config.read(now)) {
     return locate(question, projectOf(config), now);
   }
+  askAnew(question);
+}
+
+void CorvoClientImpl::askAnew(Question& question) {
   const std::shared_ptr<Question> waiting = question.detach();
   synchronisation_->fetchConfiguration(
       whenFetched<ConfigPointer>(
           waiting, [](CorvoClientImpl& self, Question& asked, const ConfigPointer& config,
-                      double later) { self.locate(asked, self.projectOf(config), later); }),
+                      double now) { self.locate(asked, self.projectOf(config), now); }),
       whenFailed<CorvoError::RequestConfigFailed>(waiting));
 }
 
 void CorvoClientImpl::locate(Question& question, const ProjectPointer& project, double now) {
+  if (question.about(*project) == Question::About::project) {
+    return question.answer({project, contexts_->bare(now)});
+  }
   if (const LocationPointer& location = storage_->location.read(now)) {
     return decide(question, project, location, now);
   }
-  currentUser();  // an empty user is stored before the location is asked for
+  contexts_->currentUser();  // an empty user is stored before the location is asked for
   const std::shared_ptr<Question> waiting = question.detach();
   synchronisation_->fetchLocation(
       whenFetched<LocationPointer>(
@@ -147,8 +291,7 @@ void CorvoClientImpl::locate(Question& question, const ProjectPointer& project, 
 
 void CorvoClientImpl::decide(Question& question, const ProjectPointer& project,
                              const LocationPointer& location, double now) {
-  const targeting::Context context = contexts_.at(now, currentUser(), location);
-  question.answer({project, context});
+  question.answer({project, contexts_->at(now, location)});
 }
 
 const CorvoClientImpl::ProjectPointer& CorvoClientImpl::projectOf(const ConfigPointer& config) {

@@ -5,15 +5,18 @@
 #include <corvo/platform/main_queue.h>
 #include <corvo/platform/time_zone.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "client/context_source.h"
-#include "client/device_once.h"
+#include "client/forced_inclusions.h"
 #include "client/question.h"
 #include "client/synchronisation.h"
+#include "experiments/memberships.h"
 #include "experiments/project.h"
 #include "model/config.h"
 #include "storage/storage_client.h"
@@ -27,11 +30,13 @@ class CorvoClientImpl final : public CorvoClient,
  public:
   struct Parts {
     std::shared_ptr<storage::StorageClient> storage;
-    std::shared_ptr<Synchronisation> synchronisation;  // on the same storage
+    // The next three on the same storage.
+    std::shared_ptr<ContextSource> contexts;
+    std::shared_ptr<ForcedInclusions> forced;
+    std::shared_ptr<Synchronisation> synchronisation;
     std::shared_ptr<Clock> clock;
     std::shared_ptr<TimeZone> timeZone;
     std::shared_ptr<MainQueue> mainQueue;
-    std::shared_ptr<DeviceOnce> device;
   };
   explicit CorvoClientImpl(Parts parts);
 
@@ -45,24 +50,60 @@ class CorvoClientImpl final : public CorvoClient,
   void clearUserProperties() override;
   void checkFlagText(std::string_view flagName, FlagSink& sink) override;
   void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess, OnError onError) override;
+  void getAllUserExperiments(Callback<void(std::vector<CorvoExperimentPointer>)> onSuccess,
+                             OnError onError) override;
+  void getAllUserExperimentsText(ExactBool estimateHoldouts,
+                                 Callback<void(std::optional<std::string>)> onSuccess,
+                                 OnError onError) override;
+  void getAllUserExperimentsText(Callback<void(std::optional<std::string>)> onSuccess,
+                                 OnError onError) override;
+  void getExperiment(std::string_view name, Callback<void(CorvoExperimentPointer)> onSuccess,
+                     OnError onError) override;
+  void getHoldout(std::string_view name, Callback<void(bool)> onSuccess, OnError onError) override;
+  void getAllUserHoldouts(Callback<void(std::optional<std::string>)> onSuccess,
+                          OnError onError) override;
+  void getUserExperimentsDetails(ExactBool estimateHoldouts,
+                                 Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
+                                 OnError onError) override;
+  void getUserExperimentsDetails(Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
+                                 OnError onError) override;
+  void includeForce(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
+                    Callback<void()> onSuccess, OnError onError) override;
+  void includeForce(std::string_view experimentName, Callback<void()> onSuccess,
+                    OnError onError) override;
+  void excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
+                    OnError onError) override;
+  void excludeForceAll(Callback<void()> onSuccess, OnError onError) override;
   [[nodiscard]] std::shared_ptr<MainQueue> mainQueue() const override { return mainQueue_; }
 
  private:
   using ProjectPointer = std::shared_ptr<const experiments::Project>;
   using ConfigPointer = std::shared_ptr<const model::ConfigResponse>;
   using LocationPointer = std::shared_ptr<const PropertyMap>;
-  using UserPointer = std::shared_ptr<const CorvoUser>;
 
-  // A question goes through these three, each at once or after a fetch.
+  // A question goes through the first, or the second, and the others, each at once or after a
+  // fetch.
   void ask(Question& question);
+  void askAnew(Question& question);
   void locate(Question& question, const ProjectPointer& project, double now);
   void decide(Question& question, const ProjectPointer& project, const LocationPointer& location,
               double now);
 
   const ProjectPointer& projectOf(const ConfigPointer& config);
-  const UserPointer& currentUser();
   void storeUser(const CorvoUser& user);
   void storeEdited(CorvoUser::Builder& builder, EditUser edit);
+
+  // The operations that come with and without an argument. The callbacks stay where they are, which
+  // is what keeps the suspending forms from allocating.
+  void askMemberships(experiments::Scope scope,
+                      Callback<void(std::optional<std::string>)>& onSuccess, OnError& onError);
+  void askDetails(experiments::Scope scope,
+                  Callback<void(std::vector<CorvoExperimentDetail>)>& onSuccess, OnError& onError);
+  void askInclusion(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
+                    Callback<void()>& onSuccess, OnError& onError);
+  Decision<void> include(const model::ConfigResponse& config, std::string_view experimentName,
+                         std::optional<std::int64_t> groupIndex);
+  void refresh(Callback<void()>& onSuccess, OnError& onError);
 
   // What a waiting question goes on with: a step of the client, unless that has been released by
   // then, or a failure.
@@ -72,11 +113,12 @@ class CorvoClientImpl final : public CorvoClient,
   auto whenFailed(std::shared_ptr<Question> waiting);
 
   std::shared_ptr<storage::StorageClient> storage_;
+  std::shared_ptr<ContextSource> contexts_;
+  std::shared_ptr<ForcedInclusions> forced_;
   std::shared_ptr<Synchronisation> synchronisation_;
   std::shared_ptr<Clock> clock_;
   std::shared_ptr<TimeZone> timeZone_;
   std::shared_ptr<MainQueue> mainQueue_;
-  ContextSource contexts_;
   ConfigPointer config_;  // what project_ is made from
   ProjectPointer project_;
 };

@@ -4,25 +4,42 @@
 
 namespace corvo::client {
 
-ContextSource::ContextSource(std::shared_ptr<DeviceOnce> device,
-                             std::shared_ptr<const TimeZone> timeZone)
-    : device_(std::move(device)), timeZone_(std::move(timeZone)), localTime_(*timeZone_) {}
+ContextSource::ContextSource(Parts parts)
+    : parts_(std::move(parts)), localTime_(*parts_.timeZone) {}
 
-targeting::Context ContextSource::at(double now, const std::shared_ptr<const CorvoUser>& user,
-                                     const std::shared_ptr<const PropertyMap>& location) {
-  if (!deviceProperties_) deviceProperties_.emplace(device_->facts());
-  const std::uint64_t zone = timeZone_->identifier();
+const std::shared_ptr<const CorvoUser>& ContextSource::currentUser() {
+  auto& slot = parts_.storage->user;
+  if (const auto& stored = slot.read()) return stored;
+  slot.write(std::make_shared<const CorvoUser>(CorvoUser{PropertyMap(), PropertyMap()}),
+             parts_.clock->now());
+  return slot.read();
+}
+
+targeting::Context ContextSource::bare(double now) { return {.now = now, .localTime = localTime_}; }
+
+targeting::Context ContextSource::ofUser(double now) {
+  const std::shared_ptr<const CorvoUser>& user = currentUser();
+  const std::uint64_t zone = parts_.timeZone->identifier();
   if (user_.record != user || user_.zone != zone) {
     user_ = {user, zone, targeting::userLayer(*user, localTime_)};
   }
+  const targeting::DeviceFacts& facts = parts_.device->facts();
+  if (!deviceProperties_) deviceProperties_.emplace(facts);
+  targeting::Context context = bare(now);
+  context.user = &user_.layer;
+  context.device = &deviceProperties_->at(now, localTime_);
+  context.vendorIdentifier = facts.deviceId ? &*facts.deviceId : nullptr;
+  return context;
+}
+
+targeting::Context ContextSource::at(double now,
+                                     const std::shared_ptr<const PropertyMap>& location) {
   if (location_.record != location) {
     location_ = {location, targeting::lastingLayer(*location)};
   }
-  return {.user = &user_.layer,
-          .device = &deviceProperties_->at(now, localTime_),
-          .location = &location_.layer,
-          .now = now,
-          .localTime = localTime_};
+  targeting::Context context = ofUser(now);
+  context.location = &location_.layer;
+  return context;
 }
 
 }  // namespace corvo::client

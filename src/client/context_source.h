@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvo/platform/clock.h>
 #include <corvo/platform/time_zone.h>
 #include <corvo/user.h>
 
@@ -8,6 +9,7 @@
 #include <optional>
 
 #include "client/device_once.h"
+#include "storage/storage_client.h"
 #include "targeting/context.h"
 #include "targeting/device_properties.h"
 #include "targeting/local_time.h"
@@ -15,14 +17,30 @@
 
 namespace corvo::client {
 
-/// Makes the targeting context of each question. The layers of user and location are made once per
-/// record and time zone, and served until another takes its place. For one thread at a time.
+/// Makes the targeting contexts of one client's questions. The layers of user and location are made
+/// once per record and time zone, and served until another takes its place. Every context is valid
+/// until the next one is made. For one thread at a time.
 class ContextSource {
  public:
-  ContextSource(std::shared_ptr<DeviceOnce> device, std::shared_ptr<const TimeZone> timeZone);
+  struct Parts {
+    std::shared_ptr<storage::StorageClient> storage;
+    std::shared_ptr<const Clock> clock;
+    std::shared_ptr<const TimeZone> timeZone;
+    std::shared_ptr<DeviceOnce> device;
+  };
+  explicit ContextSource(Parts parts);
 
-  /// The context at a moment. Valid until the next call.
-  [[nodiscard]] targeting::Context at(double now, const std::shared_ptr<const CorvoUser>& user,
+  /// The stored user. Without one an empty user is stored, and used. Valid until the next write.
+  const std::shared_ptr<const CorvoUser>& currentUser();
+
+  /// A context of nobody and nothing.
+  [[nodiscard]] targeting::Context bare(double now);
+
+  /// That of the stored user on this device, wherever he is.
+  [[nodiscard]] targeting::Context ofUser(double now);
+
+  /// The whole context.
+  [[nodiscard]] targeting::Context at(double now,
                                       const std::shared_ptr<const PropertyMap>& location);
 
  private:
@@ -38,8 +56,7 @@ class ContextSource {
     targeting::PropertyLayer layer;
   };
 
-  std::shared_ptr<DeviceOnce> device_;
-  std::shared_ptr<const TimeZone> timeZone_;
+  Parts parts_;
   targeting::LocalTime localTime_;
   std::optional<targeting::DeviceProperties> deviceProperties_;
   UserLayer user_;

@@ -1,15 +1,16 @@
 #include "client/flag_question.h"
 
+#include "experiments/group_values.h"
 #include "flags/flag_decision.h"
 #include "model/config.h"
 
 namespace corvo::client {
 
 void FlagQuestion::answer(const Evidence& evidence) {
-  const experiments::FlagEntry* entry = evidence.project->findFlag(flagName_);
+  const experiments::FlagEntry* entry = evidence.project->findFlag(flagName_.get());
   const flags::FlagDecision decision = flags::decideFlag(entry, evidence.context);
   if (decision.rule != nullptr) return sink_->onText(decision.rule->value);
-  sink_->onError(flags::errorOf(decision, flagName_, entry));
+  sink_->onError(experiments::errorOf(decision, flagName_.get()));
 }
 
 FlagReport reportFlags(const Evidence& evidence) {

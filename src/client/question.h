@@ -4,7 +4,12 @@
 #include <corvo/client.h>
 #include <corvo/error.h>
 
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
 #include <utility>
 #include <variant>
 
@@ -16,7 +21,7 @@ namespace corvo::client {
 /// What a question is decided from. Valid until its callback is called.
 struct Evidence {
   const std::shared_ptr<const experiments::Project>& project;
-  const targeting::Context& context;
+  const targeting::Context& context;  ///< Bare for a question that is about the project alone.
 };
 
 /// One question on its way to its answer. Lives on the asker's stack; to wait for a fetch it is
@@ -24,42 +29,81 @@ struct Evidence {
 /// touched afterwards.
 class Question {
  public:
+  enum class About : std::uint8_t { user, project };
+
   virtual ~Question() = default;
+  /// Whether user and location count for the answer. Where not, neither is touched.
+  [[nodiscard]] virtual About about(const experiments::Project& project) const = 0;
   virtual void answer(const Evidence& evidence) = 0;
   virtual void fail(const CorvoError& error) = 0;
   /// A question on the heap that takes this one's place.
   [[nodiscard]] virtual std::unique_ptr<Question> detach() = 0;
 };
 
-/// A question that a function of the evidence decides, to a value or an error.
-template <class Value, class Decide>
+/// The name that a question is about: lent by the asker, or, where the question waits, owned.
+class Name {
+ public:
+  explicit Name(std::string_view lent) : lent_(lent) {}
+
+  [[nodiscard]] std::string_view get() const { return owned_ ? *owned_ : lent_; }
+  [[nodiscard]] Name detach() const {
+    Name name({});
+    name.owned_ = get();
+    return name;
+  }
+
+ private:
+  std::string_view lent_;
+  std::optional<std::string> owned_;
+};
+
+/// What a question comes to; for a question without a value, that it is done.
+template <class Value>
+using Decision =
+    std::variant<std::conditional_t<std::is_void_v<Value>, std::monostate, Value>, CorvoError>;
+
+/// Hands a decision to the callback that it is for.
+template <class Value>
+void deliver(Decision<Value> decision, Callback<void(Value)>& onSuccess, OnError& onError) {
+  if (const auto* error = std::get_if<CorvoError>(&decision)) return onError(*error);
+  onSuccess(std::get<0>(std::move(decision)));
+}
+inline void deliver(const Decision<void>& decision, Callback<void()>& onSuccess, OnError& onError) {
+  if (const auto* error = std::get_if<CorvoError>(&decision)) return onError(*error);
+  onSuccess();
+}
+
+/// A question that a function of the evidence decides.
+template <class OnSuccess, class Decide>
 class CallbackQuestion final : public Question {
  public:
-  using OnSuccess = Callback<void(Value)>;
-
-  CallbackQuestion(Decide decide, Lent<OnSuccess> onSuccess, Lent<OnError> onError)
-      : decide_(std::move(decide)),
+  CallbackQuestion(About about, Decide decide, Lent<OnSuccess> onSuccess, Lent<OnError> onError)
+      : about_(about),
+        decide_(std::move(decide)),
         onSuccess_(std::move(onSuccess)),
         onError_(std::move(onError)) {}
 
+  [[nodiscard]] About about(const experiments::Project& /*project*/) const override {
+    return about_;
+  }
   void answer(const Evidence& evidence) override {
-    std::variant<Value, CorvoError> decision = decide_(evidence);
-    if (auto* error = std::get_if<CorvoError>(&decision)) return onError_.get()(*error);
-    onSuccess_.get()(std::get<Value>(std::move(decision)));
+    deliver(decide_(evidence), onSuccess_.get(), onError_.get());
   }
   void fail(const CorvoError& error) override { onError_.get()(error); }
   std::unique_ptr<Question> detach() override {
-    return std::make_unique<CallbackQuestion>(std::move(decide_), onSuccess_.detach(),
+    return std::make_unique<CallbackQuestion>(about_, std::move(decide_), onSuccess_.detach(),
                                               onError_.detach());
   }
 
  private:
+  About about_;
   Decide decide_;
   Lent<OnSuccess> onSuccess_;
   Lent<OnError> onError_;
 };
 
-template <class Decide, class Value>
-CallbackQuestion(Decide, Callback<void(Value)>&, OnError&) -> CallbackQuestion<Value, Decide>;
+template <class Decide, class OnSuccess>
+CallbackQuestion(Question::About, Decide, OnSuccess&, OnError&)
+    -> CallbackQuestion<OnSuccess, Decide>;
 
 }  // namespace corvo::client

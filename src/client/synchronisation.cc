@@ -38,7 +38,7 @@ std::string Synchronisation::privateIdentifier() {
 
 std::shared_ptr<const model::ConfigResponse> Synchronisation::keep(model::ConfigResponse config) {
   filterByPlatform(config);
-  parts_.reapplyForced(config);
+  parts_.forced->reapply(config);
   auto kept = std::make_shared<const model::ConfigResponse>(std::move(config));
   parts_.storage->config.write(kept, parts_.clock->now());
   return kept;

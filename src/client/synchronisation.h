@@ -6,10 +6,10 @@
 #include <corvo/platform/secure_random.h>
 #include <corvo/user.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 
+#include "client/forced_inclusions.h"
 #include "model/config.h"
 #include "network/network_client.h"
 #include "storage/storage_client.h"
@@ -22,8 +22,6 @@ namespace corvo::client {
 /// thread at a time.
 class Synchronisation : public std::enable_shared_from_this<Synchronisation> {
  public:
-  /// Puts the stored forced inclusions into a fresh configuration.
-  using ReapplyForced = std::function<void(model::ConfigResponse&)>;
   using OnConfig = Callback<void(std::shared_ptr<const model::ConfigResponse>)>;
   using OnLocation = Callback<void(std::shared_ptr<const PropertyMap>)>;
   using OnFailure = Callback<void(const CorvoNetworkError&)>;
@@ -34,7 +32,7 @@ class Synchronisation : public std::enable_shared_from_this<Synchronisation> {
     std::shared_ptr<network::NetworkClient> network;
     std::shared_ptr<const Clock> clock;
     std::shared_ptr<SecureRandom> random;
-    ReapplyForced reapplyForced;
+    std::shared_ptr<ForcedInclusions> forced;  // on the same storage
   };
   explicit Synchronisation(Parts parts) : parts_(std::move(parts)) {}
 

@@ -5,8 +5,8 @@
 namespace corvo::experiments {
 namespace {
 
-CarriedFlag prepared(const model::FeatureFlag& flag) {
-  CarriedFlag carried{&flag, {}};
+CarriedFlag prepared(const model::FeatureFlag& flag, const model::Experiment& experiment) {
+  CarriedFlag carried{&flag, &experiment, {}};
   carried.groupRules.reserve(flag.groups.size());
   for (const model::FeatureFlagGroup& group : flag.groups) {
     carried.groupRules.emplace_back(group.rules);
@@ -15,10 +15,12 @@ CarriedFlag prepared(const model::FeatureFlag& flag) {
 }
 
 PreparedExperiment prepared(const model::Experiment& experiment) {
-  PreparedExperiment result{&experiment, {}};
+  PreparedExperiment result;
+  result.record = &experiment;
+  if (experiment.targets) result.target.emplace(*experiment.targets);
   result.flags.reserve(experiment.featureFlags.size());
   for (const model::FeatureFlag& flag : experiment.featureFlags) {
-    result.flags.push_back(prepared(flag));
+    result.flags.push_back(prepared(flag, experiment));
   }
   return result;
 }
@@ -26,9 +28,14 @@ PreparedExperiment prepared(const model::Experiment& experiment) {
 }  // namespace
 
 Project::Project(std::shared_ptr<const model::ConfigResponse> config)
-    : config_(std::move(config)), flags_(config_->featureFlags.size()) {
+    : config_(std::move(config)),
+      flags_(config_->featureFlags.size()),
+      firstOfName_(config_->experiments.size()) {
   addFlags();
   addExperiments();
+  addCarriedFlags();
+  addNames();
+  addHoldouts();
 }
 
 // Of two flags with one name the first decides.
@@ -41,16 +48,37 @@ void Project::addFlags() {
   }
 }
 
-// The first experiment that carries a flag decides it, by the first flag of that name.
 void Project::addExperiments() {
-  experiments_.reserve(config_->experiments.size());  // entries point into it
+  experiments_.reserve(config_->experiments.size());  // much points into it
   for (const model::Experiment& experiment : config_->experiments) {
-    const PreparedExperiment& added = experiments_.emplace_back(prepared(experiment));
-    for (const CarriedFlag& flag : added.flags) {
+    experiments_.push_back(prepared(experiment));
+  }
+}
+
+// The first experiment that carries a flag decides it, by the first flag of that name.
+void Project::addCarriedFlags() {
+  for (const PreparedExperiment& experiment : experiments_) {
+    for (const CarriedFlag& flag : experiment.flags) {
       FlagEntry& entry = flags_[flag.record->name];
       if (entry.carrier != nullptr) continue;
-      entry.carrier = &added;
+      entry.carrier = &experiment;
       entry.carried = &flag;
+    }
+  }
+}
+
+// Backwards, so that each experiment comes before those of its name that follow it.
+void Project::addNames() {
+  for (auto at = experiments_.rbegin(); at != experiments_.rend(); ++at) {
+    at->nextOfName = std::exchange(firstOfName_[at->record->name], &*at);
+    if (at->isHoldout()) firstHoldoutOfName_[at->record->name] = &*at;
+  }
+}
+
+void Project::addHoldouts() {
+  for (PreparedExperiment& experiment : experiments_) {
+    for (const std::string& name : experiment.record->holdouts) {
+      if (const auto* holdout = findHoldout(name)) experiment.holdouts.push_back(holdout);
     }
   }
 }
@@ -58,6 +86,16 @@ void Project::addExperiments() {
 const FlagEntry* Project::findFlag(std::string_view name) const {
   const auto found = flags_.find(name);
   return found == flags_.end() ? nullptr : &found->second;
+}
+
+const PreparedExperiment* Project::findExperiment(std::string_view name) const {
+  const auto found = firstOfName_.find(name);
+  return found == firstOfName_.end() ? nullptr : found->second;
+}
+
+const PreparedExperiment* Project::findHoldout(std::string_view name) const {
+  const auto found = firstHoldoutOfName_.find(name);
+  return found == firstHoldoutOfName_.end() ? nullptr : found->second;
 }
 
 }  // namespace corvo::experiments

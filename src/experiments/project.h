@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -14,13 +15,19 @@ namespace corvo::experiments {
 /// A flag that an experiment carries: its rules for each of the flag's groups, by position.
 struct CarriedFlag {
   const model::FeatureFlag* record;
+  const model::Experiment* experiment;
   std::vector<targeting::RuleList> groupRules;
 };
 
 /// An experiment with everything prepared that a question about it needs.
 struct PreparedExperiment {
-  const model::Experiment* record;
+  const model::Experiment* record = nullptr;
+  std::optional<targeting::PreparedTarget> target;
   std::vector<CarriedFlag> flags;
+  std::vector<const PreparedExperiment*> holdouts;  // those it names that there are, in its order
+  const PreparedExperiment* nextOfName = nullptr;
+
+  [[nodiscard]] bool isHoldout() const { return record->type == model::ExperimentType::holdout; }
 };
 
 /// All that decides one flag: the flag of that name, and the first experiment that carries one.
@@ -46,13 +53,32 @@ class Project {
   /// What decides the flag of that name, or null when nothing of the project has the name.
   [[nodiscard]] const FlagEntry* findFlag(std::string_view name) const;
 
+  /// All experiments, holdouts included, in the configuration's order.
+  [[nodiscard]] const std::vector<PreparedExperiment>& experiments() const noexcept {
+    return experiments_;
+  }
+
+  /// The first experiment of that name, of any type, or null; the others follow it.
+  [[nodiscard]] const PreparedExperiment* findExperiment(std::string_view name) const;
+
+  /// The first holdout of that name, or null.
+  [[nodiscard]] const PreparedExperiment* findHoldout(std::string_view name) const;
+
  private:
+  using ExperimentsByName =
+      std::unordered_map<std::string_view, const PreparedExperiment*, base::TextHash>;
+
   void addFlags();
   void addExperiments();
+  void addCarriedFlags();
+  void addNames();
+  void addHoldouts();
 
   std::shared_ptr<const model::ConfigResponse> config_;
   std::vector<PreparedExperiment> experiments_;
   std::unordered_map<std::string_view, FlagEntry, base::TextHash> flags_;
+  ExperimentsByName firstOfName_;
+  ExperimentsByName firstHoldoutOfName_;
 };
 
 }  // namespace corvo::experiments

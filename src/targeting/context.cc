@@ -36,15 +36,4 @@ PropertyLayer lastingLayer(const PropertyMap& properties) {
   return layer;
 }
 
-PropertyLayer merged(const Context& context) {
-  PropertyLayer result;
-  for (const PropertyLayer* layer : {context.location, context.device, context.user}) {
-    if (layer == nullptr) continue;
-    for (const auto& [name, value, expiry] : layer->entries()) {
-      if (!(expiry < context.now)) result.put(name, value);
-    }
-  }
-  return result;
-}
-
 }  // namespace corvo::targeting

@@ -9,8 +9,8 @@
 
 namespace corvo::targeting {
 
-/// All that a targeting decision reads besides the configuration: three layers of properties, the
-/// moment of the question, and the local time of the device.
+/// All that a decision reads besides the configuration: three layers of properties, the moment of
+/// the question, the local time of the device and its identifier, null where it has none.
 ///
 /// A value made for one question; refers to its parts. A layer may be null, which is an empty one.
 struct Context {
@@ -19,6 +19,7 @@ struct Context {
   const PropertyLayer* location = nullptr;
   double now = 0;
   const LocalTime& localTime;
+  const std::string* vendorIdentifier = nullptr;
 
   /// The user's property of that name, else the device's, else the location's; else null. An
   /// expired one does not hide those behind it.
@@ -40,8 +41,5 @@ struct Context {
 
 /// Properties that do not expire, as those of the location.
 [[nodiscard]] PropertyLayer lastingLayer(const PropertyMap& properties);
-
-/// What a context shows, kept for good: one layer that needs no clock and none of the others.
-[[nodiscard]] PropertyLayer merged(const Context& context);
 
 }  // namespace corvo::targeting

@@ -32,12 +32,6 @@ constexpr double kNever = std::numeric_limits<double>::infinity();
 /// valid until the next `put`.
 class PropertyLayer {
  public:
-  struct Entry {
-    std::string name;
-    std::string value;
-    double expiry;
-  };
-
   /// Enters a property, or replaces the one of that name.
   void put(const PropertyName& name, std::string_view value, double expiry = kNever);
 
@@ -48,10 +42,12 @@ class PropertyLayer {
     return &entries_[slot.entry - 1].value;
   }
 
-  /// All properties, the expired ones too, in the order in which they were first put.
-  [[nodiscard]] const std::vector<Entry>& entries() const noexcept { return entries_; }
-
  private:
+  struct Entry {
+    std::string name;
+    std::string value;
+    double expiry;
+  };
   // Open addressing with linear probing, at most half full.
   struct Slot {
     std::uint32_t hash = 0;

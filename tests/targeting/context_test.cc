@@ -25,7 +25,6 @@ TEST(PropertyLayer, FindsEachOfManyByItsExactName) {
   EXPECT_EQ(at(layer, "0"), "(none)");
   for (int i = 0; i < 1'000; ++i) layer.put(std::to_string(i), "old", i);
   for (int i = 0; i < 1'000; ++i) layer.put(std::to_string(i), std::to_string(2 * i));
-  ASSERT_EQ(layer.entries().size(), 1'000U);
   for (int i = 0; i < 1'000; ++i) EXPECT_EQ(at(layer, std::to_string(i)), std::to_string(2 * i));
   layer.put("Name", "1");
   EXPECT_EQ(at(layer, "name"), "(none)");
@@ -90,15 +89,10 @@ TEST(Context, AsksUserThenDeviceThenLocation) {
   const PropertyLayer location =
       lastingLayer({{"geo.city", "Wien"}, {"deviceId", "x"}, {"os.name", "y"}});
   const Context context{&user, &device, &location, kNow, localTime};
-  const PropertyLayer kept = merged(context);
-  const Context alone{.user = &kept, .now = kNow + 1e9, .localTime = localTime};
-  for (const Context* c : {&context, &alone}) {
-    EXPECT_EQ(*c->find("os.name"), "tvOS");
-    EXPECT_EQ(*c->find("geo.city"), "Wien");  // an expired one does not hide it
-    EXPECT_EQ(*c->find("deviceId"), "d");
-    EXPECT_EQ(c->find("gone"), nullptr);
-  }
-  EXPECT_EQ(kept.entries().size(), 3U);
+  EXPECT_EQ(*context.find("os.name"), "tvOS");
+  EXPECT_EQ(*context.find("geo.city"), "Wien");  // an expired one does not hide it
+  EXPECT_EQ(*context.find("deviceId"), "d");
+  EXPECT_EQ(context.find("gone"), nullptr);
   EXPECT_EQ((Context{.localTime = localTime}.find("os.name")), nullptr);
 }
 
@@ -115,7 +109,6 @@ TEST(DeviceProperties, DescribeDeviceAndApplication) {
     EXPECT_EQ(at(known.at(kNow, localTime), name), text);
     EXPECT_EQ(at(unknown.at(kNow, localTime), name), otherwise);
   }
-  EXPECT_EQ(known.at(kNow, localTime).entries().size(), 6U);
 }
 
 TEST(DeviceProperties, NormaliseTheSystemVersion) {

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <corvo/error.h>
+#include <corvo/property.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace corvo {
+
+/// An experiment that the user takes part in: his group, and the values that the group carries.
+///
+/// A snapshot of the moment of the question: what changes later (configuration, user, clock, time
+/// zone) does not change it. Reading is safe from any thread. Texts are UTF-8; ill-formed names are
+/// mended as everywhere.
+class CorvoExperiment {
+ public:
+  virtual ~CorvoExperiment() = default;
+
+  /// The position of the user's group among the experiment's groups, from 0; absent without a
+  /// group.
+  [[nodiscard]] virtual std::optional<std::int64_t> groupIndex() const = 0;
+
+  [[nodiscard]] virtual std::string name() const = 0;
+
+  /// The name of the user's group; absent without a group.
+  [[nodiscard]] virtual std::optional<std::string> userGroupName() const = 0;
+
+  /// The value of a parameter in the user's group, as the type asked for. Absent when the first
+  /// parameter of that name has no value for the group, or its text is no valid form of the type.
+  template <CorvoPropertyType T>
+  [[nodiscard]] std::optional<T> getParamValue(std::string_view name) const {
+    return typed<T>(paramText(name));
+  }
+
+  /// The value in the user's group of a flag that the experiment carries, as the type asked for.
+  /// Absent without a group, when the experiment carries no flag of that name, or when the text is
+  /// no valid form of the type. Throws `CorvoError`: `experimentGroupNotMatchingFeatureFlagGroup`,
+  /// `featureFlagNoRules` or `featureFlagRulesNotSatisfied`.
+  template <CorvoPropertyType T>
+  [[nodiscard]] std::optional<T> getFeatureValue(std::string_view flagName) const {
+    return typed<T>(featureText(flagName));
+  }
+
+  /// Another name for `getFeatureValue`.
+  template <CorvoPropertyType T>
+  [[nodiscard]] std::optional<T> getFeatureFlagValue(std::string_view flagName) const {
+    return getFeatureValue<T>(flagName);
+  }
+
+  /// What the typed values are made from; valid as long as this object.
+  [[nodiscard]] virtual std::optional<std::string_view> paramText(std::string_view name) const = 0;
+  [[nodiscard]] virtual std::optional<std::string_view> featureText(
+      std::string_view flagName) const = 0;
+
+ private:
+  template <class T>
+  static std::optional<T> typed(std::optional<std::string_view> text) {
+    return text ? fromCorvoString<T>(*text) : std::nullopt;
+  }
+};
+
+/// How the application holds an experiment; null where the user is not in it.
+using CorvoExperimentPointer = std::shared_ptr<const CorvoExperiment>;
+
+}  // namespace corvo

@@ -1,0 +1,30 @@
+#include "client/experiment_questions.h"
+
+#include <memory>
+#include <string>
+
+#include "experiments/experiment_impl.h"
+#include "experiments/resolution.h"
+
+namespace corvo::client {
+
+Decision<CorvoExperimentPointer> decideExperiment(const Evidence& evidence, std::string_view name) {
+  const experiments::PreparedExperiment* each = evidence.project->findExperiment(name);
+  if (each == nullptr) return CorvoError(CorvoError::ExperimentNotFound{std::string(name)});
+  for (; each != nullptr; each = each->nextOfName) {
+    const auto placement = experiments::resolveExperiment(*each, evidence.context);
+    if (placement.group == nullptr) continue;
+    return std::make_shared<const experiments::CorvoExperimentImpl>(evidence.project, *each,
+                                                                    placement, evidence.context);
+  }
+  return nullptr;
+}
+
+// The holdouts that a holdout itself names do not count here, though they do in the list of all.
+Decision<bool> decideHoldout(const Evidence& evidence, std::string_view name) {
+  const experiments::PreparedExperiment* holdout = evidence.project->findHoldout(name);
+  if (holdout == nullptr) return CorvoError(CorvoError::HoldoutNotFound{std::string(name)});
+  return experiments::resolveIgnoringHoldouts(*holdout, evidence.context).group != nullptr;
+}
+
+}  // namespace corvo::client

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <corvo/error.h>
+#include <corvo/platform/clock.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "client/context_source.h"
+#include "model/config.h"
+#include "storage/storage_client.h"
+
+namespace corvo::client {
+
+/// The experiments that the application forced its user into: what is remembered of them in the
+/// store, and what they change in the configuration. For one thread at a time.
+class ForcedInclusions {
+ public:
+  struct Parts {
+    std::shared_ptr<storage::StorageClient> storage;
+    std::shared_ptr<ContextSource> contexts;
+    std::shared_ptr<const Clock> clock;
+  };
+  explicit ForcedInclusions(Parts parts) : parts_(std::move(parts)) {}
+
+  /// Forces the stored user into an experiment and remembers it. On an error only an empty user may
+  /// have been stored.
+  std::optional<CorvoError> include(model::ConfigResponse& config, std::string_view experimentName,
+                                    std::optional<std::int64_t> groupIndex);
+
+  /// Forces the user of now into all that is remembered. What does not fit the configuration, or
+  /// him, stays remembered.
+  void reapply(model::ConfigResponse& config);
+
+  /// Forgets one inclusion.
+  std::optional<CorvoError> forget(std::string_view experimentName);
+
+  /// Whether there were inclusions, all of which are now forgotten; or the error that there never
+  /// was one.
+  std::variant<bool, CorvoError> forgetAll();
+
+ private:
+  std::optional<CorvoError> force(model::ConfigResponse& config, std::string_view experimentName,
+                                  std::optional<std::int64_t> groupIndex);
+  void store(model::ForcedExperiments forced);
+
+  Parts parts_;
+};
+
+}  // namespace corvo::client

@@ -1,0 +1,49 @@
+#include "experiments/experiment_impl.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/text.h"
+
+namespace corvo::experiments {
+
+CorvoExperimentImpl::CorvoExperimentImpl(std::shared_ptr<const Project> project,
+                                         const PreparedExperiment& experiment,
+                                         const Placement& placement,
+                                         const targeting::Context& context)
+    : project_(std::move(project)),
+      experiment_(experiment),
+      userGroup_(placement.group),
+      groupIndex_(placement.index) {
+  if (userGroup_ == nullptr) return;
+  decisions_.reserve(experiment.flags.size());
+  for (const CarriedFlag& flag : experiment.flags) {
+    decisions_.push_back(decideInGroup(flag, *userGroup_, context));
+  }
+}
+
+std::optional<std::int64_t> CorvoExperimentImpl::groupIndex() const {
+  return userGroup_ ? std::optional<std::int64_t>(groupIndex_) : std::nullopt;
+}
+
+std::optional<std::string> CorvoExperimentImpl::userGroupName() const {
+  return userGroup_ ? std::optional(userGroup_->name) : std::nullopt;
+}
+
+std::optional<std::string_view> CorvoExperimentImpl::paramText(std::string_view name) const {
+  if (userGroup_ == nullptr) return std::nullopt;
+  const std::string* text = paramValue(*experiment_.record, *userGroup_, base::WellFormed(name));
+  return text ? std::optional<std::string_view>(*text) : std::nullopt;
+}
+
+std::optional<std::string_view> CorvoExperimentImpl::featureText(std::string_view flagName) const {
+  const base::WellFormed name(flagName);
+  const auto found = std::ranges::find(
+      decisions_, std::string_view(name),
+      [](const auto& decision) { return std::string_view(decision.carried->record->name); });
+  if (found == decisions_.end()) return std::nullopt;
+  if (found->rule == nullptr) throw errorOf(*found, name);
+  return found->rule->value;
+}
+
+}  // namespace corvo::experiments

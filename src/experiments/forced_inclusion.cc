@@ -1,0 +1,45 @@
+#include "experiments/forced_inclusion.h"
+
+#include <algorithm>
+#include <string>
+
+#include "experiments/split_identifier.h"
+
+namespace corvo::experiments {
+namespace {
+
+bool isGroupOf(const model::Experiment& experiment, std::int64_t index) {
+  return index >= 0 && static_cast<std::uint64_t>(index) < experiment.groups.size();
+}
+
+}  // namespace
+
+std::variant<model::Experiment*, CorvoError> findToForceInto(
+    std::vector<model::Experiment>& experiments, std::string_view name) {
+  if (experiments.empty()) return CorvoError(CorvoError::ExperimentsEmpty{});
+  const auto found = std::ranges::find(experiments, name, &model::Experiment::name);
+  if (found == experiments.end()) {
+    return CorvoError(CorvoError::ExperimentNotFound{std::string(name)});
+  }
+  return &*found;
+}
+
+std::optional<CorvoError> applyForcedInclusion(model::Experiment& experiment,
+                                               std::optional<std::int64_t> groupIndex,
+                                               const targeting::Context& context) {
+  const std::string* splitId = splitIdentifier(experiment.splitMode, context);
+  if (splitId == nullptr) {
+    return CorvoError(CorvoError::ExperimentSplitIdNotFound{experiment.name});
+  }
+  if (groupIndex && !isGroupOf(experiment, *groupIndex)) {
+    return CorvoError(CorvoError::ExperimentGroupIndexNotFound{experiment.name, *groupIndex});
+  }
+  std::erase(experiment.forcedUserList, *splitId);
+  for (model::Group& group : experiment.groups) std::erase(group.forcedUserList, *splitId);
+  auto& list = groupIndex ? experiment.groups[static_cast<std::size_t>(*groupIndex)].forcedUserList
+                          : experiment.forcedUserList;
+  list.push_back(*splitId);
+  return std::nullopt;
+}
+
+}  // namespace corvo::experiments

@@ -1,0 +1,79 @@
+#include "experiments/group_values.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace corvo::experiments {
+namespace {
+
+using Reason = FlagDecision::Reason;
+
+CorvoError groupNotMatching(const FlagDecision& decision, std::string flagName) {
+  std::vector<std::string> names;
+  for (const model::FeatureFlagGroup& candidate : decision.carried->record->groups) {
+    names.push_back(candidate.name);
+  }
+  return CorvoError(CorvoError::ExperimentGroupNotMatchingFeatureFlagGroup{
+      decision.carried->experiment->name, std::move(flagName), decision.group->name,
+      std::move(names)});
+}
+
+}  // namespace
+
+FlagDecision decideByRules(const targeting::RuleList& rules, const targeting::Context& context,
+                           bool hashed) {
+  const targeting::RuleChoice choice = rules.choose(context, hashed);
+  switch (choice.outcome) {
+    case targeting::RuleOutcome::chosen:
+      return {Reason::rule, choice.rule};
+    case targeting::RuleOutcome::noRules:
+      return {Reason::noRules};
+    case targeting::RuleOutcome::noneSatisfied:
+      break;
+  }
+  return {Reason::rulesNotSatisfied};
+}
+
+// The experiment's privacy counts, not the flag's.
+FlagDecision decideInGroup(const CarriedFlag& flag, const model::Group& group,
+                           const targeting::Context& context) {
+  const std::vector<model::FeatureFlagGroup>& groups = flag.record->groups;
+  FlagDecision decision{Reason::groupNotMatching};
+  for (std::size_t i = 0; i < groups.size(); ++i) {
+    if (groups[i].name != group.name) continue;
+    decision =
+        decideByRules(flag.groupRules[i], context, flag.experiment->isPrivate.value_or(false));
+    break;
+  }
+  decision.group = &group;
+  decision.carried = &flag;
+  return decision;
+}
+
+CorvoError errorOf(const FlagDecision& decision, std::string_view flagName) {
+  std::string name(flagName);
+  switch (decision.reason) {
+    case Reason::noRules:
+      return CorvoError(CorvoError::FeatureFlagNoRules{std::move(name)});
+    case Reason::rulesNotSatisfied:
+      return CorvoError(CorvoError::FeatureFlagRulesNotSatisfied{std::move(name)});
+    case Reason::groupNotMatching:
+      return groupNotMatching(decision, std::move(name));
+    case Reason::rule:
+    case Reason::notFound:
+      break;
+  }
+  return CorvoError(CorvoError::FeatureFlagNotFound{std::move(name)});
+}
+
+// Of two parameters with one name only the first counts, even where it has nothing for the group.
+const std::string* paramValue(const model::Experiment& experiment, const model::Group& group,
+                              std::string_view name) {
+  const auto param = std::ranges::find(experiment.params, name, &model::Param::name);
+  if (param == experiment.params.end()) return nullptr;
+  const auto value = std::ranges::find(param->values, group.name, &model::Param::Value::group);
+  return value == param->values.end() ? nullptr : &value->value;
+}
+
+}  // namespace corvo::experiments

@@ -1,0 +1,48 @@
+#include "experiments/memberships.h"
+
+#include "experiments/experiment_impl.h"
+#include "experiments/resolution.h"
+
+namespace corvo::experiments {
+namespace {
+
+bool isWithin(Scope scope, const PreparedExperiment& experiment) {
+  return scope == Scope::all || experiment.isHoldout() == (scope == Scope::onlyHoldouts);
+}
+
+}  // namespace
+
+std::vector<Membership> eligibleExperiments(const Project& project, Scope scope,
+                                            const targeting::Context& context) {
+  std::vector<Membership> memberships;
+  for (const PreparedExperiment& experiment : project.experiments()) {
+    if (!isWithin(scope, experiment)) continue;
+    const Placement placement = resolveExperiment(experiment, context);
+    if (placement.group) memberships.push_back({&experiment, placement});
+  }
+  return memberships;
+}
+
+std::optional<std::string> membershipText(const std::vector<Membership>& memberships) {
+  if (memberships.empty()) return std::nullopt;
+  std::string text;
+  for (const auto& [experiment, placement] : memberships) {
+    if (!text.empty()) text += '|';
+    text.append(experiment->record->name).append(1, '.').append(std::to_string(placement.index));
+  }
+  return text;
+}
+
+std::vector<CorvoExperimentPointer> experimentHandles(const std::shared_ptr<const Project>& project,
+                                                      const std::vector<Membership>& memberships,
+                                                      const targeting::Context& context) {
+  std::vector<CorvoExperimentPointer> handles;
+  handles.reserve(memberships.size());
+  for (const auto& [experiment, placement] : memberships) {
+    handles.push_back(
+        std::make_shared<CorvoExperimentImpl>(project, *experiment, placement, context));
+  }
+  return handles;
+}
+
+}  // namespace corvo::experiments

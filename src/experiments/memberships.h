@@ -1,0 +1,40 @@
+#pragma once
+
+#include <corvo/experiment.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "experiments/placement.h"
+#include "experiments/project.h"
+#include "targeting/context.h"
+
+namespace corvo::experiments {
+
+/// Which experiments of a project a question is about.
+enum class Scope : std::uint8_t { all, withoutHoldouts, onlyHoldouts };
+
+/// An experiment that the user takes part in, with his group there.
+struct Membership {
+  const PreparedExperiment* experiment;
+  Placement placement;
+};
+
+/// The experiments within the scope that the user of the context takes part in, in the project's
+/// order.
+[[nodiscard]] std::vector<Membership> eligibleExperiments(const Project& project, Scope scope,
+                                                          const targeting::Context& context);
+
+/// The name and the group's index of each, as "name.index", joined by "|"; none where there are no
+/// memberships. Names stand as they are, whatever they hold.
+[[nodiscard]] std::optional<std::string> membershipText(const std::vector<Membership>& memberships);
+
+/// The handle of each.
+[[nodiscard]] std::vector<CorvoExperimentPointer> experimentHandles(
+    const std::shared_ptr<const Project>& project, const std::vector<Membership>& memberships,
+    const targeting::Context& context);
+
+}  // namespace corvo::experiments

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "model/config.h"
+#include "targeting/context.h"
+
+namespace corvo::experiments {
+
+/// The text by which an experiment places the user of the context: the user's property that its
+/// split mode names, "userId" where it has none. Read from the user's own properties only, but the
+/// device's identifier stands in for a missing "deviceId". Null when there is none, or it has
+/// expired. Valid as long as the context's layers.
+[[nodiscard]] const std::string* splitIdentifier(std::optional<model::SplitMode> splitMode,
+                                                 const targeting::Context& context);
+
+}  // namespace corvo::experiments
