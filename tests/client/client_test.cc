@@ -205,28 +205,6 @@ TEST_F(ClientTest, DropsTheQuestionsOfAReleasedClient) {
   EXPECT_EQ(stored("config.value"), "");
 }
 
-TEST_F(ClientTest, LetsCallbacksAskAgainReleaseTheClientAndThrow) {
-  auto client = makeClient();
-  int answers = 0;
-  client->checkFlag<bool>("on", [&](auto) {
-    client->checkFlag<bool>("on", [&](auto) { ++answers; });
-    registry.removeClient("tag");
-    client.reset();
-    throw std::runtime_error("thrown by the callback");
-  });
-  EXPECT_THROW(fake.time->run(), std::runtime_error);
-  EXPECT_EQ(answers, 1);
-
-  client = makeClient();
-  EXPECT_THROW(client->checkFlag<bool>("on",
-                                       [&](auto) {
-                                         registry.removeClient("tag");
-                                         client.reset();
-                                         throw std::runtime_error("thrown by the callback");
-                                       }),
-               std::runtime_error);
-}
-
 TEST_F(ClientTest, PassesOnThatNoSecureBytesCanBeHad) {
   const auto client = makeClient();
   fake.random->failFilling(true);
