@@ -69,9 +69,11 @@ void Project::addCarriedFlags() {
 
 // Backwards, so that each experiment comes before those of its name that follow it.
 void Project::addNames() {
-  for (auto at = experiments_.rbegin(); at != experiments_.rend(); ++at) {
-    at->nextOfName = std::exchange(firstOfName_[at->record->name], &*at);
-    if (at->isHoldout()) firstHoldoutOfName_[at->record->name] = &*at;
+  for (std::size_t i = experiments_.size(); i-- > 0;) {
+    PreparedExperiment& experiment = experiments_[i];
+    const std::string& name = experiment.record->name;
+    experiment.nextOfName = std::exchange(firstOfName_[name], &experiment);
+    if (experiment.isHoldout()) firstHoldoutOfName_[name] = &experiment;
   }
 }
 
