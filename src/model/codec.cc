@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "model/any_codable.h"
 #include "model/decoder.h"
 #include "model/encoder.h"
 #include "model/json_pointer.h"
@@ -78,6 +79,8 @@ template Decoded<PropertyMap> decodeJson(std::string_view);
 template Decoded<ForcedExperiments> decodeJson(std::string_view);
 template Decoded<std::string> decodeJson(std::string_view);
 template Decoded<StoredDate> decodeJson(std::string_view);
+template Decoded<AnyCodable> decodeJson(std::string_view);
+template Decoded<AnyDecodable> decodeJson(std::string_view);
 
 template std::optional<std::string> encodeJson(const ConfigResponse&);
 template std::optional<std::string> encodeJson(const CorvoUser&);

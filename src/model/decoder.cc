@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "base/number.h"
+#include "model/dynamic_value.h"
 #include "model/json_number.h"
 
 namespace corvo::model {
@@ -34,6 +35,8 @@ std::string ReadFailure::reason() const {
       return "not a signed 64-bit integer";
     case Why::notDouble:
       return "beyond the range of a double";
+    case Why::notDynamic:
+      return "AnyDecodable value cannot be decoded";
   }
   return {};
 }
@@ -125,6 +128,13 @@ bool Decoder::readNumber(const JsonNode& node, JsonValue& value) {
   } else {
     return readKind<double>(node, value);
   }
+  return true;
+}
+
+bool Decoder::read(const JsonNode& node, DynamicValue& value) {
+  JsonValue json;
+  if (!read(node, json)) return fail(node, Why::notDynamic);
+  value = DynamicValue(json);
   return true;
 }
 

@@ -21,6 +21,8 @@
 
 namespace corvo::model {
 
+class DynamicValue;
+
 /// Why a value could not be read. Only a note: nobody may ever want its text.
 struct ReadFailure {
   enum class Why : std::uint8_t {
@@ -29,7 +31,8 @@ struct ReadFailure {
     unknownValue,
     notNumeric,
     notInteger,
-    notDouble
+    notDouble,
+    notDynamic
   };
 
   const JsonNode* node = nullptr;
@@ -64,6 +67,14 @@ class Decoder {
   bool read(const JsonNode& node, ExperimentType& value);
   bool read(const JsonNode& node, StoredDate& value);
   bool read(const JsonNode& node, JsonValue& value);
+  /// Fails at the value as a whole, wherever in it the cause lies.
+  bool read(const JsonNode& node, DynamicValue& value);
+
+  /// Wrappers of a dynamic value.
+  template <class W>
+  requires(W::kDecodes) bool read(const JsonNode& node, W& wrapper) {
+    return read(node, wrapper.value);
+  }
 
   template <TextEnum E>
   bool read(const JsonNode& node, E& value) {

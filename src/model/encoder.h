@@ -31,6 +31,10 @@ class Encoder {
     std::visit([this](const auto& kind) { write(kind); }, value.value());
   }
 
+  /// Wrappers of a dynamic value. Where one fails, the writer knows.
+  template <class W>
+  requires(W::kEncodes) void write(const W& wrapper) { static_cast<void>(wrapper.encode(out_)); }
+
   template <TextEnum E>
   void write(E value) {
     out_.string(EnumTexts<E>::list.at(static_cast<std::size_t>(value)));

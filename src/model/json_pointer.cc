@@ -29,18 +29,9 @@ class Search {
   void step(std::string_view token, const JsonNode& node) {
     if (!isWanted(node.next())) return;
     const auto length = path_.size();
-    path_ += '/';
-    for (const char c : token) appendEscaped(c);
+    appendToken(path_, token);
     visit(node);
     path_.resize(length);
-  }
-
-  void appendEscaped(char c) {
-    if (c == '~' || c == '/') {
-      path_ += c == '~' ? "~0" : "~1";
-    } else {
-      path_ += c;
-    }
   }
 
   const std::vector<const JsonNode*>& wanted_;
@@ -48,6 +39,17 @@ class Search {
 };
 
 }  // namespace
+
+void appendToken(std::string& pointer, std::string_view token) {
+  pointer += '/';
+  for (const char c : token) {
+    if (c == '~' || c == '/') {
+      pointer += c == '~' ? "~0" : "~1";
+    } else {
+      pointer += c;
+    }
+  }
+}
 
 std::vector<std::string> pointersTo(const std::vector<const JsonNode*>& nodes,
                                     const JsonNode& root) {

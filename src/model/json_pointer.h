@@ -1,11 +1,15 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "model/json_tree.h"
 
 namespace corvo::model {
+
+/// Extends a JSON pointer (RFC 6901) by one step: a key, or the index of an element.
+void appendToken(std::string& pointer, std::string_view token);
 
 /// The JSON pointers (RFC 6901) of nodes of one tree, which must be given in document order. One
 /// pass over the tree for all of them.

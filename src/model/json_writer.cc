@@ -40,11 +40,16 @@ void JsonWriter::integer(std::int64_t value) { number(value); }
 
 void JsonWriter::integer(std::uint64_t value) { number(value); }
 
-void JsonWriter::real(double value) {
+template <class Float>
+void JsonWriter::finite(Float value) {
   if (std::isfinite(value)) return number(value);
-  faithful_ = false;
+  refuse();
   null();
 }
+
+void JsonWriter::real(double value) { finite(value); }
+
+void JsonWriter::real(float value) { finite(value); }
 
 void JsonWriter::string(std::string_view value) {
   separate();

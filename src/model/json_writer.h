@@ -23,9 +23,12 @@ class JsonWriter {
   void integer(std::uint64_t value);
   /// The shortest digits that read back; null when JSON has no such number.
   void real(double value);
+  void real(float value);
   void string(std::string_view value);
 
-  /// Whether every number was one that JSON has.
+  /// Notes that a value could not be written: the text is of no use any more.
+  void refuse() { faithful_ = false; }
+  /// Whether nothing was refused, and every number was one that JSON has.
   [[nodiscard]] bool isFaithful() const noexcept { return faithful_; }
   [[nodiscard]] std::string take() { return std::move(text_); }
 
@@ -37,6 +40,8 @@ class JsonWriter {
   void escape(char c, char letter);
   template <class Number>
   void number(Number value);
+  template <class Float>
+  void finite(Float value);
 
   std::string text_;
   bool faithful_ = true;

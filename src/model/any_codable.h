@@ -1,0 +1,54 @@
+#pragma once
+
+#include <array>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "model/dynamic_value.h"
+
+namespace corvo::model {
+
+enum class Offers : std::uint8_t { decoding, encoding, both };
+
+/// A dynamic value that `Decoder` reads, `Encoder` writes, or both, beside the typed records and
+/// inside them. Those that can be encoded are made of literals, too.
+template <Offers offers>
+struct Any {
+  static constexpr bool kDecodes = offers != Offers::encoding;
+  static constexpr bool kEncodes = offers != Offers::decoding;
+  static constexpr std::string_view kName =
+      std::array{"AnyDecodable", "AnyEncodable", "AnyCodable"}[static_cast<std::size_t>(offers)];
+
+  DynamicValue value;
+
+  Any() = default;
+  template <std::convertible_to<DynamicValue> V>
+  explicit(!kEncodes) Any(V&& wrapped) : value(std::forward<V>(wrapped)) {}
+
+  /// Into a place for one value of a longer text. A failure's place is counted from here.
+  [[nodiscard]] std::optional<EncodingFailure> encode(JsonWriter& out) const requires kEncodes {
+    return value.encode(out);
+  }
+  [[nodiscard]] std::variant<std::string, EncodingFailure> toJson() const requires kEncodes {
+    return value.toJson();
+  }
+
+  bool operator==(const Any&) const = default;
+  [[nodiscard]] std::size_t hash() const { return value.hash(); }
+  [[nodiscard]] std::string description() const { return value.description(); }
+  [[nodiscard]] std::string debugDescription() const {
+    return std::string(kName) + '(' + value.debugDescription() + ')';
+  }
+};
+
+using AnyDecodable = Any<Offers::decoding>;
+using AnyEncodable = Any<Offers::encoding>;
+using AnyCodable = Any<Offers::both>;
+
+}  // namespace corvo::model

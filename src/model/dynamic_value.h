@@ -1,0 +1,86 @@
+#pragma once
+
+#include <corvo/json_value.h>
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <map>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "model/dynamic_kinds.h"
+#include "model/json_writer.h"
+
+namespace corvo::model {
+
+class DynamicValue;
+
+using DynamicArray = std::vector<DynamicValue>;
+using DynamicObject = std::map<std::string, DynamicValue, std::less<>>;
+
+/// Carries a JSON value whose kind is not fixed in advance through the same reader and writer as
+/// the typed records. Values of a document have the kinds of `JsonValue`; the others are for values
+/// built in code. The kind is part of the value: the integers 1 of two widths and 1.0 are three
+/// values. Texts are well-formed UTF-8. A plain value; the stack bounds how deep it may nest.
+class DynamicValue {
+ public:
+  using Null = JsonValue::Null;
+  using Kinds = std::variant<None, Null, bool, std::int64_t, Sized<std::int8_t>,
+                             Sized<std::int16_t>, Sized<std::int32_t>, Sized<std::int64_t>,
+                             std::uint64_t, Sized<std::uint8_t>, Sized<std::uint16_t>,
+                             Sized<std::uint32_t>, Sized<std::uint64_t>, float, double, std::string,
+                             BoxedNumber, Date, Url, DynamicArray, DynamicObject, OtherEncodable>;
+
+  DynamicValue(std::nullptr_t = nullptr) {}
+  /// A value of any kind, or a literal: integers are native and signed, texts strings.
+  template <class Kind>
+  requires(!std::same_as<std::remove_cvref_t<Kind>, DynamicValue> &&
+           std::constructible_from<Kinds, Kind>) DynamicValue(Kind&& kind)
+      : value_(std::forward<Kind>(kind)) {}
+  explicit DynamicValue(const JsonValue& json);
+
+  [[nodiscard]] static DynamicValue array(std::initializer_list<DynamicValue> elements);
+  /// Keeps the first of duplicate keys.
+  [[nodiscard]] static DynamicValue object(
+      std::initializer_list<std::pair<std::string, DynamicValue>> members);
+
+  [[nodiscard]] const Kinds& value() const noexcept { return value_; }
+
+  /// Writes this as one JSON value: dates as the encoder writes moments, URLs as strings, boxed
+  /// numbers as their code says. Fails for a number that JSON does not have and for an unknown
+  /// code; `out` is then no longer faithful.
+  [[nodiscard]] std::optional<EncodingFailure> encode(JsonWriter& out) const;
+  /// This as JSON text, or the failure.
+  [[nodiscard]] std::variant<std::string, EncodingFailure> toJson() const;
+
+  friend bool operator==(const DynamicValue& a, const DynamicValue& b) {
+    return a.value_ == b.value_;
+  }
+  /// Equal for equal values. Kinds that are equal to nothing, or only to themselves, add nothing.
+  [[nodiscard]] std::size_t hash() const;
+
+  /// Stable texts for people: nil, null, true, 1, 0.5, [1, "a"], ["k": 1] with sorted keys, [:] for
+  /// the empty object, dates in UTC, URLs as they are, other encodables as the JSON that they
+  /// write. A string is quoted and escaped as in JSON, but not if it is the value described.
+  [[nodiscard]] std::string description() const;
+  [[nodiscard]] std::string debugDescription() const;
+
+ private:
+  Kinds value_;
+};
+
+/// Why a value could not be encoded, and where in what was encoded it lies (RFC 6901).
+struct EncodingFailure {
+  DynamicValue value;
+  std::string reason;
+  std::string pointer;
+};
+
+}  // namespace corvo::model

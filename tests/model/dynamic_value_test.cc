@@ -1,0 +1,122 @@
+#include "model/dynamic_value.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "model/any_codable.h"
+#include "model/decoder.h"
+#include "model/encoder.h"
+#include "model/json_pointer.h"
+#include "tests/base/case_table.h"
+
+namespace corvo::model {
+namespace {
+
+using Value = DynamicValue;
+using Null = DynamicValue::Null;
+
+// Literals make only what can be encoded; any value can be wrapped.
+static_assert(std::convertible_to<int, AnyCodable> && std::convertible_to<bool, AnyEncodable>);
+static_assert(!std::convertible_to<int, AnyDecodable> &&
+              std::constructible_from<AnyDecodable, int>);
+
+constexpr std::uint64_t kMax = UINT64_MAX;
+constexpr auto list = Value::array;
+constexpr auto dict = Value::object;
+DynamicArray of(const auto&... kinds) { return {Value(kinds)...}; }
+OtherEncodable other(const Value& value) {
+  return {[value](JsonWriter& out) { return value.encode(out); }};
+}
+
+/// The text that is written, or which of the two reasons there is for none, and where.
+std::string written(const AnyEncodable& any) {
+  const std::map<std::string, std::string> reasons{
+      {"AnyEncodable value cannot be encoded", "unencodable"},
+      {"NSNumber cannot be encoded because its type is not handled", "unhandled"}};
+  const auto result = any.toJson();
+  const auto* failure = std::get_if<EncodingFailure>(&result);
+  return failure ? reasons.at(failure->reason) + failure->pointer : std::get<std::string>(result);
+}
+
+TEST(DynamicValue, DecodesTheKindsOfADocumentOrFailsAsAWhole) {
+  const std::pair<const char*, Value> cases[] = {
+      {R"([1,"a",true,null,2.5,{"k":[]}])",
+       list({1, "a", true, Null(), 2.5, dict({{"k", list({})}})})},
+      {"[9223372036854775807,18446744073709551615]", list({INT64_MAX, kMax})},
+      {"[1.0,1e0,-0.5,1e20]", list({1, 1, -0.5, 1e20})},
+      {R"({"a":1e999,"a":2})", dict({{"a", 2}})}};
+  for (const auto& [json, value] : cases) {
+    EXPECT_EQ(std::get<AnyDecodable>(decodeJson<AnyDecodable>(json)), AnyDecodable(value)) << json;
+  }
+  const JsonTree tree(R"({"a":[1],"b":[{"c":1e999}]})");
+  std::map<std::string, AnyCodable, std::less<>> map;
+  Decoder decoder(nullptr);
+  EXPECT_FALSE(decoder.read(*tree.root(), map));
+  EXPECT_EQ(decoder.failure().reason(), "AnyDecodable value cannot be decoded");
+  EXPECT_EQ(pointersTo({decoder.failure().node}, *tree.root()).front(), "/b");
+}
+
+TEST(DynamicValue, IsEqualWithinItsKindOnly) {
+  const auto distinct = [] {
+    return of(nullptr, Null(), true, 1, std::uint64_t{1}, 1.0F, 1.0, "1", Sized<std::int8_t>{1},
+              Sized<std::uint8_t>{1}, Sized<std::int64_t>{1}, Sized<std::uint64_t>{1}, list({}),
+              list({1, 2}), list({2, 1}), dict({}), dict({{"a", 1}, {"b", 2}, {"a", 3}}),
+              dict({{"b", 1}, {"a", 2}}));
+  };
+  const auto values = distinct();
+  const auto again = distinct();
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    EXPECT_EQ(values[i].hash(), again[i].hash()) << i;
+    for (std::size_t j = 0; j < values.size(); ++j) EXPECT_EQ(values[i] == again[j], i == j) << i;
+  }
+  EXPECT_NE(list({1, 2}).hash(), list({2, 1}).hash());
+  EXPECT_EQ(dict({{"b", 2}, {"a", 1}}), dict({{"a", 1}, {"b", 2}, {"a", 3}}));
+  EXPECT_EQ(Value(-0.0), Value(0.0));
+  EXPECT_EQ(Value(-0.0).hash(), Value(0.0).hash());
+  for (const Value& value : of(Date{{7}}, Url{"u"}, other(1), BoxedNumber(7, 'q'))) {
+    EXPECT_FALSE(value == value || list({value}) == list({value})) << value.description();
+    EXPECT_EQ(value.hash(), Value(Null()).hash()) << value.description();
+  }
+}
+
+TEST(DynamicValue, IsPrintedAndEncodedByItsKind) {
+  const std::tuple<Value, const char*, const char*> cases[] = {
+      {list({nullptr, Null(), Sized<std::int8_t>{-65}, 1.0, 0.1F, BoxedNumber(1, 'B')}),
+       "[nil, null, -65, 1.0, 0.1, 1]", "[null,null,-65,1,0.1,true]"},
+      {Date{{978307200.5}}, "2001-01-01 00:00:00 UTC", "0.5"},
+      {list({"x\"", nullptr, Url{"a/b"}, kMax}), R"(["x\"", nil, a/b, 18446744073709551615])",
+       R"(["x\"",null,"a/b",18446744073709551615])"},
+      {dict({{"b", dict({})}, {"\n", other(true)}}), R"(["\n": true, "b": [:]])",
+       R"({"\n":true,"b":{}})"},
+      {list({1, std::nanf("")}), "[1, nan]", "unencodable/1"},
+      {Date{{std::nan("")}}, "1970-01-01 00:00:00 UTC", "unencodable"},
+      {dict({{"b/~", list({0, BoxedNumber(1, 'x'), HUGE_VAL})}}), R"(["b/~": [0, 1, inf]])",
+       "unhandled/b~1~0/1"},
+      {list({other(list({HUGE_VAL})), BoxedNumber(1, '\0')}),
+       "[<AnyEncodable value cannot be encoded>, 1]", "unencodable/0/0"}};
+  for (const auto& [value, text, json] : cases) {
+    EXPECT_EQ(AnyEncodable(value).description(), text);
+    EXPECT_EQ(AnyEncodable(value).debugDescription(), "AnyEncodable(" + std::string(text) + ')');
+    EXPECT_EQ(written(value), json);
+  }
+  EXPECT_EQ(AnyCodable("x\"").description(), "x\"");
+  EXPECT_EQ(AnyCodable("x\"").debugDescription(), R"(AnyCodable("x\""))");
+  EXPECT_EQ(AnyDecodable("x\"").debugDescription(), R"(AnyDecodable("x\""))");
+
+  JsonWriter out;
+  Encoder(out).write(std::vector<AnyCodable>{1, BoxedNumber(1, 'x'), "a"});
+  EXPECT_FALSE(out.isFaithful());
+}
+
+TEST(DynamicValue, EncodesBoxedNumbersByTheirCode) {
+  const BoxedNumber::Number numbers[] = {-4294967496, kMax, -1.5, 1e300};
+  for (const auto& row : tests::caseTable<5>(CORVO_MODEL_CASES "boxed_numbers.txt")) {
+    for (std::size_t i = 0; i < 4; ++i)
+      EXPECT_EQ(written(BoxedNumber(numbers[i], row[0][0])), row.at(i + 1)) << row[0] << i;
+  }
+  EXPECT_DEATH(BoxedNumber(1, '\x80'), "not ASCII");
+}
+
+}  // namespace
+}  // namespace corvo::model
