@@ -190,11 +190,11 @@ class CorvoClient {
   /// from 0, or, without an index, into whichever group the weights give him. Allocation, layer and
   /// targets no longer count for him there, holdouts still do. Kept, in place of an earlier choice
   /// for the experiment, until it is excluded. Fails with `experimentsEmpty`, `experimentNotFound`,
-  /// `experimentSplitIdNotFound` or `experimentGroupIndexNotFound`, and then changes nothing.
-  virtual void includeForce(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
+  /// `experimentSplitIdNotFound` or `experimentGroupIndexNotFound`, and then forces and keeps
+  /// nothing.
+  virtual void includeForce(std::string_view experimentName, OptionalIndex groupIndex,
                             Callback<void()> onSuccess, OnError onError = {}) = 0;
-  Answer<void> includeForce(std::string_view experimentName,
-                            std::optional<std::int64_t> groupIndex) {
+  Answer<void> includeForce(std::string_view experimentName, OptionalIndex groupIndex) {
     return answer<void>(
         [&](auto& box) { includeForce(experimentName, groupIndex, box.onValue(), box.onError()); });
   }
@@ -210,7 +210,8 @@ class CorvoClient {
   /// Takes back what `includeForce` did for that experiment and fetches the configuration anew,
   /// always. Should the fetch fail, the inclusion is forgotten all the same, and the cached
   /// configuration, while it is fresh, still carries it. Fails with `noForceIncludedExperiments`
-  /// when nothing was ever included, and with `experimentNotFound` when this experiment is not.
+  /// before the first inclusion and after `excludeForceAll`, else with `experimentNotFound` where
+  /// this experiment is not included.
   virtual void excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
                             OnError onError = {}) = 0;
   Answer<void> excludeForce(std::string_view experimentName) {
@@ -218,8 +219,8 @@ class CorvoClient {
         [&](auto& box) { excludeForce(experimentName, box.onValue(), box.onError()); });
   }
 
-  /// The same for all experiments. Fails with `noForceIncludedExperiments` when nothing was ever
-  /// included or all is excluded already; succeeds without a fetch when the last inclusion was
+  /// The same for all experiments. Fails with `noForceIncludedExperiments` before the first
+  /// inclusion and after `excludeForceAll`; succeeds without a fetch when the last inclusion was
   /// taken back by `excludeForce`.
   virtual void excludeForceAll(Callback<void()> onSuccess, OnError onError = {}) = 0;
   Answer<void> excludeForceAll() {

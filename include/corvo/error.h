@@ -175,7 +175,7 @@ class CorvoError : public std::exception {
   struct ExperimentsEmpty {
     bool operator==(const ExperimentsEmpty&) const = default;
   };
-  /// Nothing was ever forced, so nothing can be excluded.
+  /// No inclusion is remembered, so none can be excluded.
   struct NoForceIncludedExperiments {
     bool operator==(const NoForceIncludedExperiments&) const = default;
   };

@@ -29,8 +29,9 @@ class CorvoExperiment {
   /// The name of the user's group; absent without a group.
   [[nodiscard]] virtual std::optional<std::string> userGroupName() const = 0;
 
-  /// The value of a parameter in the user's group, as the type asked for. Absent when the first
-  /// parameter of that name has no value for the group, or its text is no valid form of the type.
+  /// The value of a parameter in the user's group, as the type asked for. Absent without a group,
+  /// without a parameter of that name, when the first one of that name has no value for the group,
+  /// or when its text is no valid form of the type.
   template <CorvoPropertyType T>
   [[nodiscard]] std::optional<T> getParamValue(std::string_view name) const {
     return typed<T>(paramText(name));

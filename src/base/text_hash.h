@@ -11,19 +11,23 @@
 
 namespace corvo::base {
 
-/// Another number in every process, so that nobody can choose texts that hash alike.
-inline const std::uint64_t kHashSeed = [] {
-  const auto moment = std::chrono::steady_clock::now().time_since_epoch().count();
-  static const char place = 0;
-  return static_cast<std::uint64_t>(moment) ^ reinterpret_cast<std::uintptr_t>(&place) << 20;
-}();
+/// Another number in every process, so that nobody can choose texts that hash alike. Made on first
+/// use, for objects of static duration may ask, too.
+inline std::uint64_t hashSeed() noexcept {
+  static const std::uint64_t seed = [] {
+    const auto moment = std::chrono::steady_clock::now().time_since_epoch().count();
+    static const char place = 0;
+    return static_cast<std::uint64_t>(moment) ^ reinterpret_cast<std::uintptr_t>(&place) << 20;
+  }();
+  return seed;
+}
 
 /// A fast hash of short texts, for tables that are asked by `string_view`. Differs from run to run.
 struct TextHash {
   using is_transparent = void;
 
   [[nodiscard]] std::size_t operator()(std::string_view text) const noexcept {
-    std::uint64_t hash = kHashSeed ^ text.size();
+    std::uint64_t hash = hashSeed() ^ text.size();
     while (text.size() >= sizeof(std::uint64_t)) {
       std::uint64_t word = 0;
       std::memcpy(&word, text.data(), sizeof word);

@@ -96,23 +96,22 @@ void CorvoClientImpl::checkFlagText(std::string_view flagName, FlagSink& sink) {
 
 void CorvoClientImpl::getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess,
                                                  OnError onError) {
-  CallbackQuestion question(
-      Question::About::user,
-      [](const Evidence& evidence) -> Decision<FlagReport> { return reportFlags(evidence); },
-      onSuccess, onError);
+  CallbackQuestion question(aboutUser([](const Evidence& evidence) -> Decision<FlagReport> {
+                              return reportFlags(evidence);
+                            }),
+                            onSuccess, onError);
   ask(question);
 }
 
 void CorvoClientImpl::getAllUserExperiments(
     Callback<void(std::vector<CorvoExperimentPointer>)> onSuccess, OnError onError) {
   CallbackQuestion question(
-      Question::About::user,
-      [](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentPointer>> {
+      aboutUser([](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentPointer>> {
         return experiments::experimentHandles(
             evidence.project,
             experiments::eligibleExperiments(*evidence.project, Scope::all, evidence.context),
             evidence.context);
-      },
+      }),
       onSuccess, onError);
   ask(question);
 }
@@ -137,11 +136,10 @@ void CorvoClientImpl::askMemberships(Scope scope,
                                      Callback<void(std::optional<std::string>)>& onSuccess,
                                      OnError& onError) {
   CallbackQuestion question(
-      Question::About::user,
-      [scope](const Evidence& evidence) -> Decision<std::optional<std::string>> {
+      aboutUser([scope](const Evidence& evidence) -> Decision<std::optional<std::string>> {
         return experiments::membershipText(
             experiments::eligibleExperiments(*evidence.project, scope, evidence.context));
-      },
+      }),
       onSuccess, onError);
   ask(question);
 }
@@ -150,14 +148,14 @@ void CorvoClientImpl::getExperiment(std::string_view name,
                                     Callback<void(CorvoExperimentPointer)> onSuccess,
                                     OnError onError) {
   const base::WellFormed wellFormedName(name);
-  ExperimentQuestion question(Name(wellFormedName), onSuccess, onError);
+  CallbackQuestion question(DecidingExperiment{Name(wellFormedName)}, onSuccess, onError);
   ask(question);
 }
 
 void CorvoClientImpl::getHoldout(std::string_view name, Callback<void(bool)> onSuccess,
                                  OnError onError) {
   const base::WellFormed wellFormedName(name);
-  HoldoutQuestion question(Name(wellFormedName), onSuccess, onError);
+  CallbackQuestion question(DecidingHoldout{Name(wellFormedName)}, onSuccess, onError);
   ask(question);
 }
 
@@ -176,20 +174,18 @@ void CorvoClientImpl::askDetails(Scope scope,
                                  Callback<void(std::vector<CorvoExperimentDetail>)>& onSuccess,
                                  OnError& onError) {
   CallbackQuestion question(
-      Question::About::user,
-      [scope](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentDetail>> {
+      aboutUser([scope](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentDetail>> {
         return experiments::experimentDetails(
             experiments::eligibleExperiments(*evidence.project, scope, evidence.context),
             evidence.context);
-      },
+      }),
       onSuccess, onError);
   ask(question);
 }
 
-void CorvoClientImpl::includeForce(std::string_view experimentName,
-                                   std::optional<std::int64_t> groupIndex,
+void CorvoClientImpl::includeForce(std::string_view experimentName, OptionalIndex groupIndex,
                                    Callback<void()> onSuccess, OnError onError) {
-  askInclusion(experimentName, groupIndex, onSuccess, onError);
+  askInclusion(experimentName, groupIndex.value, onSuccess, onError);
 }
 
 void CorvoClientImpl::includeForce(std::string_view experimentName, Callback<void()> onSuccess,
@@ -202,22 +198,15 @@ void CorvoClientImpl::includeForce(std::string_view experimentName, Callback<voi
 void CorvoClientImpl::askInclusion(std::string_view experimentName,
                                    std::optional<std::int64_t> groupIndex,
                                    Callback<void()>& onSuccess, OnError& onError) {
-  CallbackQuestion question(
-      Question::About::project,
-      [this, name = base::wellFormed(experimentName), groupIndex](const Evidence& evidence) {
-        return include(evidence.project->config(), name, groupIndex);
-      },
-      onSuccess, onError);
+  CallbackQuestion question(aboutProject([this, name = base::wellFormed(experimentName),
+                                          groupIndex](const Evidence& evidence) -> Decision<void> {
+                              auto error =
+                                  forced_->include(evidence.project->config(), name, groupIndex);
+                              if (error) return *std::move(error);
+                              return {};
+                            }),
+                            onSuccess, onError);
   ask(question);
-}
-
-Decision<void> CorvoClientImpl::include(const model::ConfigResponse& config,
-                                        std::string_view experimentName,
-                                        std::optional<std::int64_t> groupIndex) {
-  auto edited = std::make_shared<model::ConfigResponse>(config);
-  if (auto error = forced_->include(*edited, experimentName, groupIndex)) return *std::move(error);
-  storage_->config.write(std::move(edited), clock_->now());
-  return {};
 }
 
 void CorvoClientImpl::excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
@@ -235,9 +224,8 @@ void CorvoClientImpl::excludeForceAll(Callback<void()> onSuccess, OnError onErro
 
 // Done as soon as a new configuration is in hand.
 void CorvoClientImpl::refresh(Callback<void()>& onSuccess, OnError& onError) {
-  CallbackQuestion question(
-      Question::About::project, [](const Evidence&) -> Decision<void> { return {}; }, onSuccess,
-      onError);
+  CallbackQuestion question(aboutProject([](const Evidence&) -> Decision<void> { return {}; }),
+                            onSuccess, onError);
   askAnew(question);
 }
 

@@ -67,7 +67,7 @@ class CorvoClientImpl final : public CorvoClient,
                                  OnError onError) override;
   void getUserExperimentsDetails(Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
                                  OnError onError) override;
-  void includeForce(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
+  void includeForce(std::string_view experimentName, OptionalIndex groupIndex,
                     Callback<void()> onSuccess, OnError onError) override;
   void includeForce(std::string_view experimentName, Callback<void()> onSuccess,
                     OnError onError) override;
@@ -101,8 +101,6 @@ class CorvoClientImpl final : public CorvoClient,
                   Callback<void(std::vector<CorvoExperimentDetail>)>& onSuccess, OnError& onError);
   void askInclusion(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
                     Callback<void()>& onSuccess, OnError& onError);
-  Decision<void> include(const model::ConfigResponse& config, std::string_view experimentName,
-                         std::optional<std::int64_t> groupIndex);
   void refresh(Callback<void()>& onSuccess, OnError& onError);
 
   // What a waiting question goes on with: a step of the client, unless that has been released by

@@ -2,9 +2,7 @@
 
 #include <corvo/experiment.h>
 
-#include <memory>
 #include <string_view>
-#include <utility>
 
 #include "client/question.h"
 #include "experiments/project.h"
@@ -23,34 +21,22 @@ namespace corvo::client {
 using Find =
     const experiments::PreparedExperiment* (experiments::Project::*)(std::string_view) const;
 
-/// A question about what has that name: about the user only where there is such a thing.
-template <class Value, Find find, Decision<Value> (*decide)(const Evidence&, std::string_view)>
-class NamedQuestion final : public Question {
- public:
-  using OnSuccess = Callback<void(Value)>;
+/// Decides about what has that name: about the user only where there is such a thing.
+template <class Value, Find find, Decision<Value> (*decideBy)(const Evidence&, std::string_view)>
+struct DecidingByName {
+  Name name;
 
-  NamedQuestion(Name name, Lent<OnSuccess> onSuccess, Lent<OnError> onError)
-      : name_(std::move(name)), onSuccess_(std::move(onSuccess)), onError_(std::move(onError)) {}
-
-  [[nodiscard]] About about(const experiments::Project& project) const override {
-    return (project.*find)(name_.get()) ? About::user : About::project;
+  [[nodiscard]] Question::About about(const experiments::Project& project) const {
+    return (project.*find)(name.get()) ? Question::About::user : Question::About::project;
   }
-  void answer(const Evidence& evidence) override {
-    deliver(decide(evidence, name_.get()), onSuccess_.get(), onError_.get());
+  [[nodiscard]] Decision<Value> decide(const Evidence& evidence) const {
+    return decideBy(evidence, name.get());
   }
-  void fail(const CorvoError& error) override { onError_.get()(error); }
-  std::unique_ptr<Question> detach() override {
-    return std::make_unique<NamedQuestion>(name_.detach(), onSuccess_.detach(), onError_.detach());
-  }
-
- private:
-  Name name_;
-  Lent<OnSuccess> onSuccess_;
-  Lent<OnError> onError_;
+  [[nodiscard]] DecidingByName detach() const { return {name.detach()}; }
 };
 
-using ExperimentQuestion =
-    NamedQuestion<CorvoExperimentPointer, &experiments::Project::findExperiment, decideExperiment>;
-using HoldoutQuestion = NamedQuestion<bool, &experiments::Project::findHoldout, decideHoldout>;
+using DecidingExperiment =
+    DecidingByName<CorvoExperimentPointer, &experiments::Project::findExperiment, decideExperiment>;
+using DecidingHoldout = DecidingByName<bool, &experiments::Project::findHoldout, decideHoldout>;
 
 }  // namespace corvo::client

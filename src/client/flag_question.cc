@@ -15,12 +15,13 @@ void FlagQuestion::answer(const Evidence& evidence) {
 
 FlagReport reportFlags(const Evidence& evidence) {
   FlagReport report;
+  experiments::Resolver resolver(*evidence.project, evidence.context);
   const auto& records = evidence.project->config().featureFlags;
   report.reserve(records.size());
   for (const model::FeatureFlag& flag : records) {
     const experiments::FlagEntry* entry = evidence.project->findFlag(flag.name);
     if (entry->record != &flag) continue;  // the first flag of a name speaks for it
-    const flags::FlagDecision decision = flags::decideFlag(entry, evidence.context);
+    const flags::FlagDecision decision = flags::decideFlag(*entry, resolver, evidence.context);
     if (decision.rule != nullptr) report[flag.name] = typedProperty(decision.rule->value);
   }
   return report;

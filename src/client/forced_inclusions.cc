@@ -7,14 +7,21 @@
 
 namespace corvo::client {
 
-std::optional<CorvoError> ForcedInclusions::include(model::ConfigResponse& config,
+std::optional<CorvoError> ForcedInclusions::include(const model::ConfigResponse& config,
                                                     std::string_view experimentName,
                                                     std::optional<std::int64_t> groupIndex) {
-  if (auto error = force(config, experimentName, groupIndex)) return error;
+  auto edited = edit(config, experimentName, groupIndex);
+  if (auto* error = std::get_if<CorvoError>(&edited)) return std::move(*error);
+  auto& [position, experiment] = std::get<Edit>(edited);
+
   const auto& remembered = parts_.storage->corvoForcedExperiments.read();
   model::ForcedExperiments forced = remembered ? *remembered : model::ForcedExperiments();
   forced.insert_or_assign(std::string(experimentName), groupIndex);
-  store(std::move(forced));
+  remember(std::move(forced));
+
+  auto changed = std::make_shared<model::ConfigResponse>(config);
+  changed->experiments[position] = std::move(experiment);
+  parts_.storage->config.write(std::move(changed), parts_.clock->now());
   return std::nullopt;
 }
 
@@ -24,20 +31,27 @@ void ForcedInclusions::reapply(model::ConfigResponse& config) {
   if (!remembered) return;
   bool anyForced = false;
   for (const auto& [name, groupIndex] : *remembered) {
-    if (!force(config, name, groupIndex)) anyForced = true;
+    auto edited = edit(config, name, groupIndex);
+    if (std::holds_alternative<CorvoError>(edited)) continue;
+    auto& [position, experiment] = std::get<Edit>(edited);
+    config.experiments[position] = std::move(experiment);
+    anyForced = true;
   }
-  if (anyForced) store(*remembered);
+  if (anyForced) remember(*remembered);
 }
 
 // The user is looked for, and where there is none an empty one stored, only once the experiment is
 // found.
-std::optional<CorvoError> ForcedInclusions::force(model::ConfigResponse& config,
-                                                  std::string_view experimentName,
-                                                  std::optional<std::int64_t> groupIndex) {
-  auto found = experiments::findToForceInto(config.experiments, experimentName);
-  if (auto* error = std::get_if<CorvoError>(&found)) return std::move(*error);
-  return experiments::applyForcedInclusion(*std::get<model::Experiment*>(found), groupIndex,
-                                           parts_.contexts->ofUser(parts_.clock->now()));
+std::variant<ForcedInclusions::Edit, CorvoError> ForcedInclusions::edit(
+    const model::ConfigResponse& config, std::string_view experimentName,
+    std::optional<std::int64_t> groupIndex) {
+  const auto found = experiments::findToForceInto(config.experiments, experimentName);
+  if (const auto* error = std::get_if<CorvoError>(&found)) return *error;
+  const std::size_t position = std::get<std::size_t>(found);
+  auto edited = experiments::applyForcedInclusion(config.experiments[position], groupIndex,
+                                                  parts_.contexts->ofUser(parts_.clock->now()));
+  if (auto* error = std::get_if<CorvoError>(&edited)) return std::move(*error);
+  return Edit{position, std::get<model::Experiment>(std::move(edited))};
 }
 
 std::optional<CorvoError> ForcedInclusions::forget(std::string_view experimentName) {
@@ -49,7 +63,7 @@ std::optional<CorvoError> ForcedInclusions::forget(std::string_view experimentNa
     return CorvoError(CorvoError::ExperimentNotFound{std::string(experimentName)});
   }
   forced.erase(found);
-  store(std::move(forced));
+  remember(std::move(forced));
   return std::nullopt;
 }
 
@@ -62,7 +76,7 @@ std::variant<bool, CorvoError> ForcedInclusions::forgetAll() {
   return true;
 }
 
-void ForcedInclusions::store(model::ForcedExperiments forced) {
+void ForcedInclusions::remember(model::ForcedExperiments forced) {
   parts_.storage->corvoForcedExperiments.write(
       std::make_shared<const model::ForcedExperiments>(std::move(forced)), parts_.clock->now());
 }

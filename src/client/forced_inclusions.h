@@ -3,6 +3,7 @@
 #include <corvo/error.h>
 #include <corvo/platform/clock.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -27,26 +28,33 @@ class ForcedInclusions {
   };
   explicit ForcedInclusions(Parts parts) : parts_(std::move(parts)) {}
 
-  /// Forces the stored user into an experiment and remembers it. On an error only an empty user may
-  /// have been stored.
-  std::optional<CorvoError> include(model::ConfigResponse& config, std::string_view experimentName,
+  /// Forces the stored user into an experiment of the configuration, caches that configuration and
+  /// remembers the inclusion. On an error only an empty user may have been stored.
+  std::optional<CorvoError> include(const model::ConfigResponse& config,
+                                    std::string_view experimentName,
                                     std::optional<std::int64_t> groupIndex);
 
   /// Forces the user of now into all that is remembered. What does not fit the configuration, or
   /// him, stays remembered.
   void reapply(model::ConfigResponse& config);
 
-  /// Forgets one inclusion.
+  /// Forgets one inclusion, or answers the error that it is not remembered.
   std::optional<CorvoError> forget(std::string_view experimentName);
 
-  /// Whether there were inclusions, all of which are now forgotten; or the error that there never
-  /// was one.
+  /// Forgets all inclusions and tells whether there were any; or answers the error that nothing is
+  /// remembered, not even that there are none.
   std::variant<bool, CorvoError> forgetAll();
 
  private:
-  std::optional<CorvoError> force(model::ConfigResponse& config, std::string_view experimentName,
-                                  std::optional<std::int64_t> groupIndex);
-  void store(model::ForcedExperiments forced);
+  /// An experiment to be put into a configuration in place of the one at that position.
+  struct Edit {
+    std::size_t position;
+    model::Experiment experiment;
+  };
+  std::variant<Edit, CorvoError> edit(const model::ConfigResponse& config,
+                                      std::string_view experimentName,
+                                      std::optional<std::int64_t> groupIndex);
+  void remember(model::ForcedExperiments forced);
 
   Parts parts_;
 };

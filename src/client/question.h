@@ -73,37 +73,55 @@ inline void deliver(const Decision<void>& decision, Callback<void()>& onSuccess,
   onSuccess();
 }
 
-/// A question that a function of the evidence decides.
-template <class OnSuccess, class Decide>
+/// A question with two callbacks. What decides it tells what it is about, decides by the evidence,
+/// and can be detached, as the question itself.
+template <class OnSuccess, class Decider>
 class CallbackQuestion final : public Question {
  public:
-  CallbackQuestion(About about, Decide decide, Lent<OnSuccess> onSuccess, Lent<OnError> onError)
-      : about_(about),
-        decide_(std::move(decide)),
+  CallbackQuestion(Decider decider, Lent<OnSuccess> onSuccess, Lent<OnError> onError)
+      : decider_(std::move(decider)),
         onSuccess_(std::move(onSuccess)),
         onError_(std::move(onError)) {}
 
-  [[nodiscard]] About about(const experiments::Project& /*project*/) const override {
-    return about_;
+  [[nodiscard]] About about(const experiments::Project& project) const override {
+    return decider_.about(project);
   }
   void answer(const Evidence& evidence) override {
-    deliver(decide_(evidence), onSuccess_.get(), onError_.get());
+    deliver(decider_.decide(evidence), onSuccess_.get(), onError_.get());
   }
   void fail(const CorvoError& error) override { onError_.get()(error); }
   std::unique_ptr<Question> detach() override {
-    return std::make_unique<CallbackQuestion>(about_, std::move(decide_), onSuccess_.detach(),
+    return std::make_unique<CallbackQuestion>(decider_.detach(), onSuccess_.detach(),
                                               onError_.detach());
   }
 
  private:
-  About about_;
-  Decide decide_;
+  Decider decider_;
   Lent<OnSuccess> onSuccess_;
   Lent<OnError> onError_;
 };
 
-template <class Decide, class OnSuccess>
-CallbackQuestion(Question::About, Decide, OnSuccess&, OnError&)
-    -> CallbackQuestion<OnSuccess, Decide>;
+template <class Decider, class OnSuccess>
+CallbackQuestion(Decider, OnSuccess&, OnError&) -> CallbackQuestion<OnSuccess, Decider>;
+
+/// Decides by a function that needs nothing of the asker's.
+template <Question::About what, class Function>
+struct Deciding {
+  Function decide;
+
+  [[nodiscard]] Question::About about(const experiments::Project& /*project*/) const {
+    return what;
+  }
+  [[nodiscard]] Deciding detach() const { return *this; }
+};
+
+template <class Function>
+Deciding<Question::About::user, Function> aboutUser(Function decide) {
+  return {std::move(decide)};
+}
+template <class Function>
+Deciding<Question::About::project, Function> aboutProject(Function decide) {
+  return {std::move(decide)};
+}
 
 }  // namespace corvo::client

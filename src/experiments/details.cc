@@ -1,6 +1,5 @@
 #include "experiments/details.h"
 
-#include <algorithm>
 #include <array>
 #include <string>
 
@@ -15,26 +14,24 @@ using Results = std::vector<CorvoExperimentDetail::Result>;
 using Collect = Results (*)(const PreparedExperiment& experiment, const model::Group& group,
                             const targeting::Context& context);
 
-// Of two flags with one name both entries show the first one's value.
 Results flagResults(const PreparedExperiment& experiment, const model::Group& group,
                     const targeting::Context& context) {
   Results results;
-  for (const CarriedFlag& flag : experiment.flags) {
-    const std::string& name = flag.record->name;
-    const auto first = std::ranges::find(
-        experiment.flags, name, [](const auto& other) -> auto& { return other.record->name; });
-    const FlagDecision decision = decideInGroup(*first, group, context);
-    if (decision.rule) results.push_back({name, decision.rule->value});
+  for (const FlagDecision& decision : decideFlags(experiment, group, context)) {
+    if (decision.rule) results.push_back({decision.carried->record->name, decision.rule->value});
   }
   return results;
 }
 
+// Of two parameters with one name both entries show the first one's value.
 Results paramResults(const PreparedExperiment& experiment, const model::Group& group,
                      const targeting::Context& /*context*/) {
   Results results;
-  for (const model::Param& param : experiment.record->params) {
-    const std::string* value = paramValue(*experiment.record, group, param.name);
-    if (value) results.push_back({param.name, *value});
+  std::vector<const std::string*> values;
+  for (const std::uint32_t first : experiment.firstParams) {
+    const model::Param& param = experiment.record->params[first];
+    values.push_back(first < values.size() ? values[first] : paramValue(param, group));
+    if (values.back()) results.push_back({param.name, *values.back()});
   }
   return results;
 }

@@ -15,11 +15,7 @@ CorvoExperimentImpl::CorvoExperimentImpl(std::shared_ptr<const Project> project,
       experiment_(experiment),
       userGroup_(placement.group),
       groupIndex_(placement.index) {
-  if (userGroup_ == nullptr) return;
-  decisions_.reserve(experiment.flags.size());
-  for (const CarriedFlag& flag : experiment.flags) {
-    decisions_.push_back(decideInGroup(flag, *userGroup_, context));
-  }
+  if (userGroup_) decisions_ = decideFlags(experiment, *userGroup_, context);
 }
 
 std::optional<std::int64_t> CorvoExperimentImpl::groupIndex() const {
@@ -30,9 +26,14 @@ std::optional<std::string> CorvoExperimentImpl::userGroupName() const {
   return userGroup_ ? std::optional(userGroup_->name) : std::nullopt;
 }
 
+// Of two parameters with one name only the first counts, even where it has nothing for the group.
 std::optional<std::string_view> CorvoExperimentImpl::paramText(std::string_view name) const {
   if (userGroup_ == nullptr) return std::nullopt;
-  const std::string* text = paramValue(*experiment_.record, *userGroup_, base::WellFormed(name));
+  const std::vector<model::Param>& params = experiment_.record->params;
+  const base::WellFormed wanted(name);
+  const auto param = std::ranges::find(params, std::string_view(wanted), &model::Param::name);
+  if (param == params.end()) return std::nullopt;
+  const std::string* text = paramValue(*param, *userGroup_);
   return text ? std::optional<std::string_view>(*text) : std::nullopt;
 }
 

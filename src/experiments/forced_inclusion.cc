@@ -14,19 +14,19 @@ bool isGroupOf(const model::Experiment& experiment, std::int64_t index) {
 
 }  // namespace
 
-std::variant<model::Experiment*, CorvoError> findToForceInto(
-    std::vector<model::Experiment>& experiments, std::string_view name) {
+std::variant<std::size_t, CorvoError> findToForceInto(
+    const std::vector<model::Experiment>& experiments, std::string_view name) {
   if (experiments.empty()) return CorvoError(CorvoError::ExperimentsEmpty{});
   const auto found = std::ranges::find(experiments, name, &model::Experiment::name);
   if (found == experiments.end()) {
     return CorvoError(CorvoError::ExperimentNotFound{std::string(name)});
   }
-  return &*found;
+  return static_cast<std::size_t>(found - experiments.begin());
 }
 
-std::optional<CorvoError> applyForcedInclusion(model::Experiment& experiment,
-                                               std::optional<std::int64_t> groupIndex,
-                                               const targeting::Context& context) {
+std::variant<model::Experiment, CorvoError> applyForcedInclusion(
+    const model::Experiment& experiment, std::optional<std::int64_t> groupIndex,
+    const targeting::Context& context) {
   const std::string* splitId = splitIdentifier(experiment.splitMode, context);
   if (splitId == nullptr) {
     return CorvoError(CorvoError::ExperimentSplitIdNotFound{experiment.name});
@@ -34,12 +34,13 @@ std::optional<CorvoError> applyForcedInclusion(model::Experiment& experiment,
   if (groupIndex && !isGroupOf(experiment, *groupIndex)) {
     return CorvoError(CorvoError::ExperimentGroupIndexNotFound{experiment.name, *groupIndex});
   }
-  std::erase(experiment.forcedUserList, *splitId);
-  for (model::Group& group : experiment.groups) std::erase(group.forcedUserList, *splitId);
-  auto& list = groupIndex ? experiment.groups[static_cast<std::size_t>(*groupIndex)].forcedUserList
-                          : experiment.forcedUserList;
+  model::Experiment edited = experiment;
+  std::erase(edited.forcedUserList, *splitId);
+  for (model::Group& group : edited.groups) std::erase(group.forcedUserList, *splitId);
+  auto& list = groupIndex ? edited.groups[static_cast<std::size_t>(*groupIndex)].forcedUserList
+                          : edited.forcedUserList;
   list.push_back(*splitId);
-  return std::nullopt;
+  return edited;
 }
 
 }  // namespace corvo::experiments

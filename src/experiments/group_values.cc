@@ -51,6 +51,19 @@ FlagDecision decideInGroup(const CarriedFlag& flag, const model::Group& group,
   return decision;
 }
 
+std::vector<FlagDecision> decideFlags(const PreparedExperiment& experiment,
+                                      const model::Group& group,
+                                      const targeting::Context& context) {
+  std::vector<FlagDecision> decisions;
+  decisions.reserve(experiment.flags.size());
+  for (const std::uint32_t first : experiment.firstFlags) {
+    decisions.push_back(first < decisions.size()
+                            ? decisions[first]
+                            : decideInGroup(experiment.flags[first], group, context));
+  }
+  return decisions;
+}
+
 CorvoError errorOf(const FlagDecision& decision, std::string_view flagName) {
   std::string name(flagName);
   switch (decision.reason) {
@@ -67,13 +80,9 @@ CorvoError errorOf(const FlagDecision& decision, std::string_view flagName) {
   return CorvoError(CorvoError::FeatureFlagNotFound{std::move(name)});
 }
 
-// Of two parameters with one name only the first counts, even where it has nothing for the group.
-const std::string* paramValue(const model::Experiment& experiment, const model::Group& group,
-                              std::string_view name) {
-  const auto param = std::ranges::find(experiment.params, name, &model::Param::name);
-  if (param == experiment.params.end()) return nullptr;
-  const auto value = std::ranges::find(param->values, group.name, &model::Param::Value::group);
-  return value == param->values.end() ? nullptr : &value->value;
+const std::string* paramValue(const model::Param& param, const model::Group& group) {
+  const auto value = std::ranges::find(param.values, group.name, &model::Param::Value::group);
+  return value == param.values.end() ? nullptr : &value->value;
 }
 
 }  // namespace corvo::experiments

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "experiments/project.h"
 #include "model/config.h"
@@ -33,15 +34,20 @@ struct FlagDecision {
                                          const targeting::Context& context, bool hashed);
 
 /// Decides a flag that an experiment carries for a user who has that group there: by the rules of
-/// the flag's first group of the same name. Pure; allocates nothing.
+/// the flag's first group of the same name. Pure.
 [[nodiscard]] FlagDecision decideInGroup(const CarriedFlag& flag, const model::Group& group,
                                          const targeting::Context& context);
+
+/// The decisions about all flags that an experiment carries, by position. Of two flags with one
+/// name the first decides for both.
+[[nodiscard]] std::vector<FlagDecision> decideFlags(const PreparedExperiment& experiment,
+                                                    const model::Group& group,
+                                                    const targeting::Context& context);
 
 /// The error of a decision without a value.
 [[nodiscard]] CorvoError errorOf(const FlagDecision& decision, std::string_view flagName);
 
-/// The text of the first parameter of that name in that group, or null.
-[[nodiscard]] const std::string* paramValue(const model::Experiment& experiment,
-                                            const model::Group& group, std::string_view name);
+/// The first text that a parameter has for that group, or null.
+[[nodiscard]] const std::string* paramValue(const model::Param& param, const model::Group& group);
 
 }  // namespace corvo::experiments

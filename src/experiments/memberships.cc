@@ -15,10 +15,12 @@ bool isWithin(Scope scope, const PreparedExperiment& experiment) {
 std::vector<Membership> eligibleExperiments(const Project& project, Scope scope,
                                             const targeting::Context& context) {
   std::vector<Membership> memberships;
+  Resolver resolver(project, context);
   for (const PreparedExperiment& experiment : project.experiments()) {
-    if (!isWithin(scope, experiment)) continue;
-    const Placement placement = resolveExperiment(experiment, context);
-    if (placement.group) memberships.push_back({&experiment, placement});
+    const Placement& placement = resolver.resolve(experiment);
+    if (placement.group && isWithin(scope, experiment)) {
+      memberships.push_back({&experiment, placement});
+    }
   }
   return memberships;
 }

@@ -23,8 +23,8 @@ struct Membership {
   Placement placement;
 };
 
-/// The experiments within the scope that the user of the context takes part in, in the project's
-/// order.
+/// The experiments that the user of the context takes part in, in the project's order. All are
+/// resolved; those within the scope are kept.
 [[nodiscard]] std::vector<Membership> eligibleExperiments(const Project& project, Scope scope,
                                                           const targeting::Context& context);
 

@@ -14,6 +14,19 @@ CarriedFlag prepared(const model::FeatureFlag& flag, const model::Experiment& ex
   return carried;
 }
 
+template <class Record>
+FirstOfName firstOfName(const std::vector<Record>& list) {
+  if (list.size() == 1) return {0};
+  std::unordered_map<std::string_view, std::uint32_t, base::TextHash> positions(list.size());
+  FirstOfName first;
+  first.reserve(list.size());
+  for (const Record& record : list) {
+    const auto position = static_cast<std::uint32_t>(first.size());
+    first.push_back(positions.try_emplace(record.name, position).first->second);
+  }
+  return first;
+}
+
 PreparedExperiment prepared(const model::Experiment& experiment) {
   PreparedExperiment result;
   result.record = &experiment;
@@ -22,6 +35,8 @@ PreparedExperiment prepared(const model::Experiment& experiment) {
   for (const model::FeatureFlag& flag : experiment.featureFlags) {
     result.flags.push_back(prepared(flag, experiment));
   }
+  result.firstFlags = firstOfName(experiment.featureFlags);
+  result.firstParams = firstOfName(experiment.params);
   return result;
 }
 
@@ -77,10 +92,15 @@ void Project::addNames() {
   }
 }
 
+// A holdout that is named again could only answer the same again.
 void Project::addHoldouts() {
+  std::unordered_map<const PreparedExperiment*, const PreparedExperiment*> namedLastBy;
   for (PreparedExperiment& experiment : experiments_) {
     for (const std::string& name : experiment.record->holdouts) {
-      if (const auto* holdout = findHoldout(name)) experiment.holdouts.push_back(holdout);
+      const PreparedExperiment* holdout = findHoldout(name);
+      if (holdout == nullptr) continue;
+      if (std::exchange(namedLastBy[holdout], &experiment) == &experiment) continue;
+      experiment.holdouts.push_back(holdout);
     }
   }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -19,11 +20,16 @@ struct CarriedFlag {
   std::vector<targeting::RuleList> groupRules;
 };
 
+/// For each element of a list the position of the first one that has the same name.
+using FirstOfName = std::vector<std::uint32_t>;
+
 /// An experiment with everything prepared that a question about it needs.
 struct PreparedExperiment {
   const model::Experiment* record = nullptr;
   std::optional<targeting::PreparedTarget> target;
   std::vector<CarriedFlag> flags;
+  FirstOfName firstFlags;
+  FirstOfName firstParams;
   std::vector<const PreparedExperiment*> holdouts;  // those it names that there are, in its order
   const PreparedExperiment* nextOfName = nullptr;
 

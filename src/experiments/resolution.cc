@@ -8,17 +8,27 @@ namespace corvo::experiments {
 
 using Reason = PlacementReason;
 
-Placement resolveExperiment(const PreparedExperiment& experiment,
-                            const targeting::Context& context) {
+namespace {
+
+template <class IsInHoldout>
+Placement resolve(const PreparedExperiment& experiment, const targeting::Context& context,
+                  IsInHoldout isInHoldout) {
   if (!splitIdentifier(experiment.record->splitMode, context)) {
     return {.reason = Reason::noSplitIdentifier};
   }
   for (const PreparedExperiment* holdout : experiment.holdouts) {
-    if (resolveIgnoringHoldouts(*holdout, context).group) {
-      return {.reason = Reason::heldOut, .holdout = holdout->record};
-    }
+    if (isInHoldout(*holdout)) return {.reason = Reason::heldOut, .holdout = holdout->record};
   }
   return resolveIgnoringHoldouts(experiment, context);
+}
+
+}  // namespace
+
+Placement resolveExperiment(const PreparedExperiment& experiment,
+                            const targeting::Context& context) {
+  return resolve(experiment, context, [&](const PreparedExperiment& holdout) {
+    return resolveIgnoringHoldouts(holdout, context).group != nullptr;
+  });
 }
 
 Placement resolveIgnoringHoldouts(const PreparedExperiment& experiment,
@@ -32,6 +42,27 @@ Placement resolveIgnoringHoldouts(const PreparedExperiment& experiment,
     return placement;
   }
   return {.reason = Reason::targetsNotMet, .bucket = placement.bucket};
+}
+
+Resolver::Resolver(const Project& project, const targeting::Context& context)
+    : project_(project),
+      context_(context),
+      placements_(project.experiments().size()),
+      isInHoldout_(project.experiments().size()) {}
+
+const Placement& Resolver::resolve(const PreparedExperiment& experiment) {
+  std::optional<Placement>& placement = placements_[positionOf(experiment)];
+  if (placement) return *placement;
+  return placement.emplace(
+      experiments::resolve(experiment, context_, [&](const PreparedExperiment& holdout) {
+        std::optional<bool>& isIn = isInHoldout_[positionOf(holdout)];
+        if (!isIn) isIn = resolveIgnoringHoldouts(holdout, context_).group != nullptr;
+        return *isIn;
+      }));
+}
+
+std::size_t Resolver::positionOf(const PreparedExperiment& experiment) const {
+  return static_cast<std::size_t>(&experiment - project_.experiments().data());
 }
 
 }  // namespace corvo::experiments

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <vector>
+
 #include "experiments/placement.h"
 #include "experiments/project.h"
 #include "targeting/context.h"
@@ -15,5 +18,23 @@ namespace corvo::experiments {
 /// The same without regard to holdouts: what counts for being in a holdout oneself.
 [[nodiscard]] Placement resolveIgnoringHoldouts(const PreparedExperiment& experiment,
                                                 const targeting::Context& context);
+
+/// Resolves each experiment of a project at most once, and so each holdout. For a question about
+/// many of them; project and context must outlive it.
+class Resolver {
+ public:
+  Resolver(const Project& project, const targeting::Context& context);
+
+  /// What `resolveExperiment` answers for an experiment of the project.
+  const Placement& resolve(const PreparedExperiment& experiment);
+
+ private:
+  [[nodiscard]] std::size_t positionOf(const PreparedExperiment& experiment) const;
+
+  const Project& project_;
+  const targeting::Context& context_;
+  std::vector<std::optional<Placement>> placements_;  // by position
+  std::vector<std::optional<bool>> isInHoldout_;      // by position
+};
 
 }  // namespace corvo::experiments

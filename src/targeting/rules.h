@@ -21,7 +21,7 @@ struct RuleChoice {
 };
 
 /// The rules of a flag, or of a flag's group, prepared for choosing: arranged with the default
-/// rules last, in flat arrays. Choosing allocates nothing.
+/// rules last, in flat arrays. Choosing allocates only what a condition does.
 ///
 /// Immutable. Refers to the records it is made from, which must outlive it and stay where they are.
 class RuleList {

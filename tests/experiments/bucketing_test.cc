@@ -33,7 +33,7 @@ TEST(Bucketing, AgreesWithTheGoldenVectors) {
 }
 
 TEST(Bucketing, HashesTheDigitsOfTheDigest) {
-  EXPECT_EQ(stringHash32(base::md5("user-1", "salt1")), 385'719'871);  // the worked example
+  EXPECT_EQ(stringHash32(base::md5("user-1", "salt1")), 385'719'871);
   EXPECT_EQ(base::md5("user-1", "salt1"), base::md5("user-1salt1"));
 }
 
