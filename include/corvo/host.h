@@ -16,6 +16,10 @@ struct HostOptions {
   /// Where records and the identifier of this installation are kept; made when it is missing. By
   /// default the program's own folder in the user's data folder. One application has one folder.
   std::filesystem::path dataFolder = defaultDataFolder();
+  /// The file itself that they are kept in, made with its folder when it is missing. By default
+  /// "corvo.db" in the data folder. While it is in use, files of its name and an ending lie beside
+  /// it.
+  std::optional<std::filesystem::path> dataFile = std::nullopt;
   /// Keeps everything in memory instead: a new run is a new installation.
   bool inMemory = false;
   /// The application's version, as its users know it.
@@ -65,9 +69,9 @@ struct Host {
 };
 
 /// A platform for Linux, macOS and Windows: the system's clock, zone and random source, HTTP and
-/// HTTPS by the proxy that the environment names, preferences in one file in the data folder. Opens
-/// no file and no connection yet. Where the folder cannot be used later, nothing is kept, and there
-/// is no vendor identifier. Throws `std::bad_alloc` only.
+/// HTTPS by the proxy that the environment names, preferences in one file. Opens no file and no
+/// connection yet. Where the file cannot be used later, nothing is kept, and there is no vendor
+/// identifier. Throws `std::bad_alloc` only.
 [[nodiscard]] Host makeHost(HostOptions options = {});
 
 /// The platform of `makeHost`, for an application that only ever blocks (`Answer::get`) or that

@@ -13,7 +13,6 @@
 namespace corvo::host {
 namespace {
 
-constexpr std::string_view kFileName = "corvo.db";
 constexpr std::string_view kSchemaVersion = "1";
 
 // A table with a row identifier: without one, a large value would lie in the index itself, and
@@ -37,13 +36,11 @@ void makeFile([[maybe_unused]] const std::filesystem::path& file) {
 #endif
 }
 
-/// The one spelling of a folder that the process uses; empty when there is none.
-std::filesystem::path spelled(const std::filesystem::path& folder) {
+/// The one spelling of a file that the process uses; empty when there is none.
+std::filesystem::path spelled(const std::filesystem::path& file) {
   std::error_code error;
-  const auto full =
-      std::filesystem::weakly_canonical(std::filesystem::absolute(folder, error), error);
-  if (folder.empty() || error) return {};
-  return full.has_filename() ? full : full.parent_path();
+  auto full = std::filesystem::weakly_canonical(std::filesystem::absolute(file, error), error);
+  return file.has_filename() && !error ? full : std::filesystem::path();
 }
 
 void makeFolder(const std::filesystem::path& folder) {
@@ -88,20 +85,19 @@ std::string nativeText(const std::filesystem::path& path) {
 
 }  // namespace
 
-std::shared_ptr<Database> Database::inFolder(const std::filesystem::path& folder) {
+std::shared_ptr<Database> Database::inFile(const std::filesystem::path& file) {
   static std::mutex mutex;
   static std::map<std::filesystem::path, std::weak_ptr<Database>> opened;
 
-  const std::filesystem::path place = spelled(folder);
+  const std::filesystem::path place = spelled(file);
   if (place.empty()) return nullptr;
-  const std::filesystem::path file = place / kFileName;
   const std::lock_guard lock(mutex);
-  std::weak_ptr<Database>& known = opened[file];
+  std::weak_ptr<Database>& known = opened[place];
   std::shared_ptr<Database> database = known.lock();
   if (database == nullptr) {
-    makeFolder(place);
-    makeFile(file);
-    database = openDatabase(nativeText(file));
+    makeFolder(place.parent_path());
+    makeFile(place);
+    database = openDatabase(nativeText(place));
     known = database;
   }
   return database;
@@ -150,7 +146,7 @@ std::optional<std::string> Database::installation(std::string_view proposed) {
 std::shared_ptr<Database> LazyDatabase::get() {
   const std::lock_guard lock(mutex_);
   if (database_ == nullptr) {
-    database_ = folder_ ? Database::inFolder(*folder_) : Database::inMemory();
+    database_ = file_ ? Database::inFile(*file_) : Database::inMemory();
   }
   return database_;
 }

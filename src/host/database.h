@@ -18,9 +18,10 @@ namespace corvo::host {
 /// Any thread. Nothing throws but for want of memory. Whoever uses it shares it.
 class Database {
  public:
-  /// The database in a folder, both made when they are missing: one object per file and process.
-  /// Null when it cannot be opened or was written by a later version; it is then left as it is.
-  [[nodiscard]] static std::shared_ptr<Database> inFolder(const std::filesystem::path& folder);
+  /// The database in a file, made with its folder when it is missing: one object per file and
+  /// process. Null when it cannot be opened or was written by a later version; it is then left as
+  /// it is.
+  [[nodiscard]] static std::shared_ptr<Database> inFile(const std::filesystem::path& file);
   /// A database that ends with its last user.
   [[nodiscard]] static std::shared_ptr<Database> inMemory();
 
@@ -49,13 +50,13 @@ class Database {
 class LazyDatabase {
  public:
   /// None keeps everything in memory.
-  explicit LazyDatabase(std::optional<std::filesystem::path> folder) : folder_(std::move(folder)) {}
+  explicit LazyDatabase(std::optional<std::filesystem::path> file) : file_(std::move(file)) {}
 
   /// Null while it cannot be opened.
   [[nodiscard]] std::shared_ptr<Database> get();
 
  private:
-  const std::optional<std::filesystem::path> folder_;
+  const std::optional<std::filesystem::path> file_;
   std::mutex mutex_;
   std::shared_ptr<Database> database_;
 };

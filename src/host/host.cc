@@ -1,5 +1,6 @@
 #include <corvo/host.h>
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <system_error>
@@ -12,16 +13,25 @@
 #include "platform/system.h"
 
 namespace corvo {
+namespace {
+
+/// The file that the options name, none for memory. Absolute, since the program may change its
+/// folder before the file is needed; empty, which no file is, when they name none.
+std::optional<std::filesystem::path> databaseFile(const HostOptions& options) {
+  if (options.inMemory) return std::nullopt;
+  const std::filesystem::path& folder = options.dataFolder;
+  const std::filesystem::path usual = folder.empty() ? folder : folder / "corvo.db";
+  const std::filesystem::path file = options.dataFile.value_or(usual);
+  std::error_code unknown;
+  return file.empty() ? file : std::filesystem::absolute(file, unknown);
+}
+
+}  // namespace
 
 Host makeHost(HostOptions options) {
   const host::TransferLimits limits{options.timeoutSeconds, options.maxBodyBytes};
-  std::optional<std::filesystem::path> folder;
-  std::error_code unknown;
-  if (!options.inMemory) folder = std::move(options.dataFolder);
-  if (folder && !folder->empty()) folder = std::filesystem::absolute(*folder, unknown);
-
   const auto loop = std::make_shared<host::HostLoopImpl>(limits);
-  const auto database = std::make_shared<host::LazyDatabase>(std::move(folder));
+  const auto database = std::make_shared<host::LazyDatabase>(databaseFile(options));
   const auto random = std::make_shared<host::SystemRandom>();
   return {loop,
           {.clock = platform::systemClock(),

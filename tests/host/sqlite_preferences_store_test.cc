@@ -8,6 +8,7 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 
@@ -59,6 +60,21 @@ TEST_F(SqlitePreferencesStoreTest, TwoStoresOfOneFolderShareTheirSuites) {
   EXPECT_EQ(two->read("a"), "1");
   EXPECT_EQ(two->revision(), 1U);
   EXPECT_EQ(two->revisionOf("a"), 1U);
+}
+
+TEST_F(SqlitePreferencesStoreTest, AnotherFileCanBeNamed) {
+  const auto openFile = [](const fs::path& file) {
+    return hostPlatform({.dataFile = file}).preferencesStore->open("s");
+  };
+  const auto usual = open().preferencesStore->open("s");
+  ASSERT_TRUE(put(*usual, "a", "1"));
+  EXPECT_EQ(openFile(file()), usual);
+  ASSERT_TRUE(put(*openFile(folder_ / "mine" / "b.state"), "a", "2"));
+  EXPECT_EQ(openFile(folder_ / "mine" / "b.state")->read("a"), "2");
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_ / "mine"), {}), 1) << "just the file";
+  for (const fs::path& none : {fs::path(), folder_, folder_ / ""}) {
+    EXPECT_EQ(openFile(none), nullptr) << none;
+  }
 }
 
 TEST_F(SqlitePreferencesStoreTest, LeavesWhatItCannotReadAsItIs) {
