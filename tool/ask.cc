@@ -8,6 +8,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,7 @@ struct AskOptions {
   std::string token;
   std::optional<std::string> userId;
   std::vector<std::string> properties;
+  std::optional<std::string> store;
   bool json = false;
 };
 
@@ -46,7 +48,9 @@ void setProperty(CorvoUser::Builder& builder, std::string_view name, std::string
   builder.corvoExpiration[key] = one.corvoExpiration.begin()->second;
 }
 
-CorvoUser describedUser(const AskOptions& options) {
+/// None, which leaves a stored user as he is, when nothing is said of the user.
+std::optional<CorvoUser> describedUser(const AskOptions& options) {
+  if (!options.userId && options.properties.empty()) return std::nullopt;
   CorvoUser::Builder builder;
   builder.setUserId(options.userId);
   for (const std::string_view property : options.properties) {
@@ -56,16 +60,25 @@ CorvoUser describedUser(const AskOptions& options) {
   return builder.build();
 }
 
-void ask(const Question& question, const std::string& argument, const AskOptions& options) {
-  ClientRegistry registry(hostPlatform({.inMemory = true}));
+/// A platform that keeps things where the options say, which is certain to be possible.
+Platform platformFor(const AskOptions& options) {
+  if (!options.store) return hostPlatform({.inMemory = true});
+  Platform platform = hostPlatform({.dataFile = options.store});
+  const std::shared_ptr<PreferencesSuite> trial = platform.preferencesStore->open("");
+  if (!trial || !trial->apply({})) throw std::runtime_error("cannot write to " + *options.store);
+  return platform;
+}
+
+void ask(const Question& question, const Arguments& arguments, const AskOptions& options) {
+  ClientRegistry registry(platformFor(options));
   const std::shared_ptr<CorvoClient> client =
       registry.initializeClient(options.token, describedUser(options), options.url, kCacheSeconds,
                                 kRetries, Corvo::defaultClientTag);
-  const Report report = question.ask(*client, argument);
+  const Report report = question.ask(*client, arguments);
   if (options.json) {
     std::cout << report.json.toJson() << '\n';
   } else {
-    printTable(report, std::cout);
+    printReport(report, std::cout);
   }
 }
 
@@ -76,15 +89,18 @@ void addOptions(CLI::App& command, AskOptions& options) {
   command.add_option("--property", options.properties, "A property of the user; may be repeated")
       ->check(CLI::Validator(complainAboutProperty, "NAME=TEXT"))
       ->allow_extra_args(false);
+  command.add_option(
+      "--store", options.store,
+      "Keep the client's state in a file; a user in it stays until one is described");
   command.add_flag("--json", options.json, "Answer in JSON");
 }
 
 void addQuestion(CLI::App& command, const Question& question,
                  const std::shared_ptr<AskOptions>& options) {
   CLI::App& word = *command.add_subcommand(question.word, question.help);
-  auto argument = std::make_shared<std::string>();
-  if (question.argument) word.add_option(question.argument, *argument)->required();
-  word.callback([&question, argument, options] { ask(question, *argument, *options); });
+  auto arguments = std::make_shared<Arguments>();
+  question.takes(word, *arguments);
+  word.callback([&question, arguments, options] { ask(question, *arguments, *options); });
 }
 
 }  // namespace

@@ -1,24 +1,92 @@
 #include "tool/questions.h"
 
-#include <map>
-#include <optional>
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <vector>
+
+#include "tool/experiment_report.h"
 
 namespace corvo::tool {
 namespace {
 
-Report askFlag(CorvoClient& client, const std::string& name) {
-  const std::optional<std::string> text = client.checkFlag<std::string>(name).get();
-  return flagReport({{name, typedProperty(text.value())}});
+void takesNothing(CLI::App& /*command*/, Arguments& /*arguments*/) {}
+
+void takesName(CLI::App& command, Arguments& arguments) {
+  command.add_option("NAME", arguments.name)->required();
 }
 
-Report askFlags(CorvoClient& client, const std::string&) {
+void takesNameAndIndex(CLI::App& command, Arguments& arguments) {
+  takesName(command, arguments);
+  command.add_option("INDEX", arguments.index, "The position of a group, from 0");
+}
+
+void takesNameOrAll(CLI::App& command, Arguments& arguments) {
+  command.add_option("NAME", arguments.name);
+  command.add_flag("--all", arguments.all, "All experiments");
+  command.require_option(1);
+}
+
+Report askFlag(CorvoClient& client, const Arguments& arguments) {
+  const std::optional<std::string> text = client.checkFlag<std::string>(arguments.name).get();
+  return valueReport("FLAG", {{arguments.name, typedProperty(text.value())}});
+}
+
+Report askFlags(CorvoClient& client, const Arguments&) {
   const FlagReport values = client.getUserFeatureFlagsDetails().get();
-  return flagReport({values.begin(), values.end()});
+  return valueReport("FLAG", {values.begin(), values.end()});
+}
+
+Report askExperiment(CorvoClient& client, const Arguments& arguments) {
+  const CorvoExperimentPointer experiment = client.getExperiment(arguments.name).get();
+  if (!experiment) return absenceReport(arguments.name);
+  // A handle lists no names of values; the details do, and come from the same fresh copies.
+  for (const CorvoExperimentDetail& detail : client.getUserExperimentsDetails().get()) {
+    if (detail.id == arguments.name) return experimentReport(*experiment, detail);
+  }
+  return experimentReport(*experiment, {});
+}
+
+Report askExperiments(CorvoClient& client, const Arguments&) {
+  return experimentsReport(client.getAllUserExperiments().get());
+}
+
+Report askHoldout(CorvoClient& client, const Arguments& arguments) {
+  return holdoutReport(arguments.name, client.getHoldout(arguments.name).get());
+}
+
+Report askHoldouts(CorvoClient& client, const Arguments&) {
+  return holdoutsReport(client.getAllUserHoldouts().get());
+}
+
+Report askDetails(CorvoClient& client, const Arguments&) {
+  return detailsReport(client.getUserExperimentsDetails().get());
+}
+
+Report force(CorvoClient& client, const Arguments& arguments) {
+  client.includeForce(arguments.name, arguments.index).get();
+  return forcedReport(arguments.name, arguments.index);
+}
+
+Report unforce(CorvoClient& client, const Arguments& arguments) {
+  if (arguments.all) {
+    client.excludeForceAll().get();
+    return unforcedReport(std::nullopt);
+  }
+  client.excludeForce(arguments.name).get();
+  return unforcedReport(arguments.name);
 }
 
 constexpr Question kQuestions[] = {
-    {"flag", "NAME", "The value of one flag", askFlag},
-    {"flags", nullptr, "The values of all flags that have one for the user", askFlags},
+    {"flag", takesName, "The value of one flag", askFlag},
+    {"flags", takesNothing, "The values of all flags that have one for the user", askFlags},
+    {"experiment", takesName, "The user's group in an experiment, and its values", askExperiment},
+    {"experiments", takesNothing, "All experiments that the user is in", askExperiments},
+    {"holdout", takesName, "Whether the user is in a holdout", askHoldout},
+    {"holdouts", takesNothing, "All holdouts that the user is in", askHoldouts},
+    {"details", takesNothing, "All experiments that the user is in, and their values", askDetails},
+    {"force", takesNameAndIndex,
+     "Put the user into an experiment, or its group INDEX; lasts with --store", force},
+    {"unforce", takesNameOrAll, "Take back what force did, for one experiment or all", unforce},
 };
 
 }  // namespace

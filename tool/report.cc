@@ -18,13 +18,6 @@ JsonValue toJsonValue(const CorvoProperty& property) {
   return std::visit([](const auto& value) { return JsonValue(JsonValue::Kinds(value)); }, property);
 }
 
-/// JSON text, which shows where a text ends and hides no control character.
-std::string shown(const CorvoProperty& property) {
-  const double* number = std::get_if<double>(&property);
-  if (number && !std::isfinite(*number)) return std::to_string(*number);
-  return toJsonValue(property).toJson();
-}
-
 std::size_t characterCount(const std::string& text) {
   return static_cast<std::size_t>(
       std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
@@ -50,8 +43,16 @@ void printRow(const std::vector<std::string>& cells, const std::vector<std::size
 
 }  // namespace
 
-Report flagReport(const std::map<std::string, CorvoProperty>& values) {
-  Report report{{"FLAG", "TYPE", "VALUE"}, {}, {}};
+JsonValue asJson(const JsonValue::Kinds& value) { return JsonValue(value); }
+
+std::string shown(const CorvoProperty& value) {
+  const double* number = std::get_if<double>(&value);
+  if (number && !std::isfinite(*number)) return std::to_string(*number);
+  return toJsonValue(value).toJson();
+}
+
+Report valueReport(const std::string& kind, const std::map<std::string, CorvoProperty>& values) {
+  Report report{{}, {kind, "TYPE", "VALUE"}, {}, {}};
   JsonObject json;
   for (const auto& [name, value] : values) {
     report.rows.push_back({name, kTypeNames[value.index()], shown(value)});
@@ -61,10 +62,13 @@ Report flagReport(const std::map<std::string, CorvoProperty>& values) {
   return report;
 }
 
-void printTable(const Report& report, std::ostream& out) {
+void printReport(const Report& report, std::ostream& out) {
+  if (!report.sentence.empty()) out << report.sentence << '\n';
+  if (report.columns.empty()) return;
   const std::vector<std::size_t> widths = columnWidths(report);
   printRow(report.columns, widths, out);
   for (const auto& row : report.rows) printRow(row, widths, out);
+  if (report.rows.empty()) out << "(none)\n";
 }
 
 }  // namespace corvo::tool

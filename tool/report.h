@@ -10,17 +10,28 @@
 
 namespace corvo::tool {
 
-/// An answer made ready to be shown: as a table to people, as JSON to programs.
+/// An answer made ready to be shown: as a sentence and a table to people, as JSON to programs.
 struct Report {
-  std::vector<std::string> columns;
+  std::string sentence;                        ///< May be empty.
+  std::vector<std::string> columns;            ///< None when there is no table.
   std::vector<std::vector<std::string>> rows;  ///< As many cells each as there are columns.
   JsonValue json;
 };
 
-/// The report of some flags' values by the flags' names; the JSON is an object of the values.
-[[nodiscard]] Report flagReport(const std::map<std::string, CorvoProperty>& values);
+/// The report of some values by the names of what has them; the JSON is an object of the values.
+/// `kind` heads the column of the names.
+[[nodiscard]] Report valueReport(const std::string& kind,
+                                 const std::map<std::string, CorvoProperty>& values);
 
-/// Writes the rows under the columns' heads, aligned. For terminals with one cell per character.
-void printTable(const Report& report, std::ostream& out);
+/// A JSON value. Not inline: g++ 12 takes the move of a temporary whose kind it sees for a read of
+/// what is uninitialised.
+[[nodiscard]] JsonValue asJson(const JsonValue::Kinds& value);
+
+/// A value as JSON text, which shows where a text ends and hides no control character.
+[[nodiscard]] std::string shown(const CorvoProperty& value);
+
+/// Writes the sentence, then the rows under the columns' heads, aligned. For terminals with one
+/// cell per character.
+void printReport(const Report& report, std::ostream& out);
 
 }  // namespace corvo::tool

@@ -1,0 +1,129 @@
+#include "tool/experiment_report.h"
+
+#include <corvo/json_value.h>
+
+#include <map>
+#include <utility>
+
+namespace corvo::tool {
+namespace {
+
+constexpr const char* kNone = "-";
+
+template <class T>
+JsonValue toJson(const std::optional<T>& value) {
+  return value ? asJson(JsonValue::Kinds(*value)) : JsonValue();
+}
+
+JsonObject place(const CorvoExperiment& experiment) {
+  return {{"name", asJson(experiment.name())},
+          {"groupIndex", toJson(experiment.groupIndex())},
+          {"groupName", toJson(experiment.userGroupName())}};
+}
+
+std::string shownIndex(const std::optional<std::int64_t>& index) {
+  return index ? std::to_string(*index) : kNone;
+}
+
+JsonValue toJson(const CorvoExperimentDetail& detail) {
+  JsonArray results;
+  for (const auto& [name, value] : detail.results) {
+    results.push_back(asJson(JsonObject{{"name", asJson(name)}, {"value", asJson(value)}}));
+  }
+  return asJson(JsonObject{{"id", asJson(detail.id)},
+                           {"type", toJson(detail.type)},
+                           {"group", asJson(JsonObject{{"index", asJson(detail.group.index)}})},
+                           {"results", asJson(std::move(results))}});
+}
+
+/// A row for each value, or one without.
+void addRows(Report& report, const CorvoExperimentDetail& detail) {
+  const auto add = [&](const std::string& name, const std::string& value) {
+    report.rows.push_back(
+        {detail.id, detail.type.value_or(kNone), std::to_string(detail.group.index), name, value});
+  };
+  for (const auto& [name, value] : detail.results) add(name, shown(typedProperty(value)));
+  if (detail.results.empty()) add(kNone, kNone);
+}
+
+}  // namespace
+
+Report experimentReport(const CorvoExperiment& experiment, const CorvoExperimentDetail& detail) {
+  std::map<std::string, CorvoProperty> values;
+  for (const auto& [name, value] : detail.results) values.emplace(name, typedProperty(value));
+  Report report = valueReport(detail.type == "featureFlag" ? "FLAG" : "PARAMETER", values);
+  if (values.empty()) report.columns.clear();
+  report.sentence = experiment.name() + ": group " + shownIndex(experiment.groupIndex()) + ", " +
+                    shown(experiment.userGroupName().value_or(kNone));
+  JsonObject json = place(experiment);
+  json.emplace("type", toJson(detail.type));
+  json.emplace("values", std::exchange(report.json, {}));
+  report.json = asJson(std::move(json));
+  return report;
+}
+
+Report absenceReport(const std::string& experimentName) {
+  Report report;
+  report.sentence = experimentName + ": the user is not in it";
+  report.json = asJson(JsonObject{{"name", asJson(experimentName)},
+                                  {"groupIndex", {}},
+                                  {"groupName", {}},
+                                  {"type", {}},
+                                  {"values", asJson(JsonObject())}});
+  return report;
+}
+
+Report experimentsReport(const std::vector<CorvoExperimentPointer>& experiments) {
+  Report report{{}, {"EXPERIMENT", "INDEX", "GROUP"}, {}, {}};
+  JsonArray json;
+  for (const CorvoExperimentPointer& each : experiments) {
+    report.rows.push_back(
+        {each->name(), shownIndex(each->groupIndex()), each->userGroupName().value_or(kNone)});
+    json.push_back(asJson(place(*each)));
+  }
+  report.json = asJson(std::move(json));
+  return report;
+}
+
+Report holdoutReport(const std::string& name, bool isIn) {
+  const JsonValue answer = asJson(isIn);
+  return {
+      {}, {"HOLDOUT", "HELD OUT"}, {{name, answer.toJson()}}, asJson(JsonObject{{name, answer}})};
+}
+
+Report holdoutsReport(const std::optional<std::string>& holdouts) {
+  Report report{{}, {"HOLDOUTS"}, {}, toJson(holdouts)};
+  if (holdouts) report.rows.push_back({*holdouts});
+  return report;
+}
+
+Report detailsReport(const std::vector<CorvoExperimentDetail>& details) {
+  Report report{{}, {"EXPERIMENT", "TYPE", "INDEX", "NAME", "VALUE"}, {}, {}};
+  JsonArray json;
+  for (const CorvoExperimentDetail& detail : details) {
+    addRows(report, detail);
+    json.push_back(toJson(detail));
+  }
+  report.json = asJson(std::move(json));
+  return report;
+}
+
+Report forcedReport(const std::string& experimentName,
+                    const std::optional<std::int64_t>& groupIndex) {
+  Report report;
+  report.sentence = experimentName + ": forced";
+  if (groupIndex) report.sentence += " into group " + std::to_string(*groupIndex);
+  report.json = asJson(JsonObject{{"forced", asJson(true)},
+                                  {"name", asJson(experimentName)},
+                                  {"groupIndex", toJson(groupIndex)}});
+  return report;
+}
+
+Report unforcedReport(const std::optional<std::string>& experimentName) {
+  Report report;
+  report.sentence = experimentName.value_or("all experiments") + ": no longer forced";
+  report.json = asJson(JsonObject{{"forced", asJson(false)}, {"name", toJson(experimentName)}});
+  return report;
+}
+
+}  // namespace corvo::tool
