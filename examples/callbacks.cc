@@ -4,6 +4,7 @@
 #include <corvo/corvo.h>
 #include <corvo/host.h>
 
+#include <cstdint>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -26,10 +27,13 @@ int main(int argc, char** argv) {
       "welcome-text",
       [&](const std::optional<std::string>& text) {
         std::cout << text.value_or("Hello!") << '\n';
-        client->checkFlag<double>(  // answered at once: what it needs has just been fetched
-            "free-shipping-from",
-            [](std::optional<double> amount) {
-              if (amount) std::cout << "Shipping is free from " << *amount << " euros.\n";
+        client->getExperiment(  // answered at once: what it needs has just been fetched
+            "short-checkout",
+            [](const CorvoExperimentPointer& checkout) {
+              if (!checkout) return;  // this user is not in the experiment
+              const auto steps = checkout->getFeatureValue<std::int64_t>("checkout-steps");
+              std::cout << "In group " << checkout->userGroupName().value_or("none")
+                        << " the checkout has " << steps.value_or(3) << " step(s).\n";
             },
             complain);
       },

@@ -1,9 +1,10 @@
-// Asks a shop's backend in a coroutine: coroutines URL DATA_FOLDER
+// Asks a shop's backend in a coroutine: coroutines URL DATA_FOLDER [USER]
 
 #include <corvo/corvo.h>
 #include <corvo/host.h>
 
 #include <coroutine>
+#include <cstdint>
 #include <iostream>
 #include <memory>
 
@@ -23,8 +24,9 @@ Task visit(std::shared_ptr<CorvoClient> client) try {
   const auto sale = co_await client->checkFlag<JsonObject>("sale");
   const JsonValue off = sale && sale->contains("discount") ? sale->at("discount") : JsonValue();
   std::cout << "Today's discount: " << off.toJson() << '\n';
-  const FlagReport flags = co_await client->getUserFeatureFlagsDetails();
-  std::cout << flags.size() << " flags have a value for this visitor.\n";
+  const CorvoExperimentPointer page = co_await client->getExperiment("product-page");
+  const auto columns = page ? page->getParamValue<std::int64_t>("columns") : std::nullopt;
+  std::cout << "The product page has " << columns.value_or(1) << " column(s).\n";
 } catch (const CorvoError& error) {
   std::cerr << error.description() << '\n';
 }
@@ -33,7 +35,8 @@ int main(int argc, char** argv) {
   if (argc < 3) return 2;
   const Host host = makeHost({.dataFolder = argv[2]});
   Corvo::usePlatform(host.platform);
-  visit(Corvo::initializeClient("shop-token", std::nullopt, argv[1], /*cacheTTL*/ 300,
+  const auto user = CorvoUser::Builder().setUserId(argc > 3 ? argv[3] : nullptr).build();
+  visit(Corvo::initializeClient("shop-token", user, argv[1], /*cacheTTL*/ 300,
                                 /*retryCount*/ 2, Corvo::defaultClientTag));
   host.loop->runUntil([] { return false; });  // until nothing is under way any more
 }
