@@ -20,9 +20,12 @@ TEST(Shop, DecodesWithoutADrop) {
   EXPECT_EQ(config->experiments.size(), 7);
 }
 
-/// The text of a flag, or the description of the error, at noon of 2024-05-01 in Lisbon's shop.
-std::string answer(const PropertyMap& properties, const char* flag) {
+/// The answer to a question, or the description of the error, at noon of 2024-05-01 in Lisbon's
+/// shop.
+template <class Question>
+std::string answer(const PropertyMap& properties, Question question) {
   fakes::FakePlatform fake;
+  fake.device->vendor = std::nullopt;
   fake.session->always("config.json", fakes::ok(readFile(CORVO_SHOP "/config.json")));
   fake.session->always("geo", fakes::ok(readFile(CORVO_SHOP "/geo.json")));
   CorvoUser user{properties, PropertyMap()};
@@ -32,7 +35,7 @@ std::string answer(const PropertyMap& properties, const char* flag) {
   ClientRegistry registry(fake.platform());
   const auto client = registry.initializeClient("t", user, "http://shop", 300, 0, "shop");
   try {
-    return client->checkFlag<std::string>(flag).get().value();
+    return question(*client);
   } catch (const CorvoError& error) {
     return error.description();
   }
@@ -79,7 +82,44 @@ TEST(Shop, AnswersItsFlags) {
       {{}, "home-widget", "Corvo warn: Feature flag \"home-widget\" not found"},
   };
   for (const auto& [user, flag, value] : cases) {
-    EXPECT_EQ(answer(user, flag), value) << flag << " " << testing::PrintToString(user);
+    const auto ask = [name = flag](CorvoClient& client) {
+      return client.checkFlag<std::string>(name).get().value();
+    };
+    EXPECT_EQ(answer(user, ask), value) << flag << " " << testing::PrintToString(user);
+  }
+}
+
+// Who is where was worked out apart from the library, in Python: h is the polynomial hash (base 31,
+// 32 bits, signed) of hashlib's hexadecimal MD5 of identifier + salt, b = |h * 85407170560000.0 *
+// 2**-64|; b / 100 is compared with 100 * allocation, fmod(b, 100) with the weights' running sum,
+// b // 10 of identifier + layer with the layer's bounds. The cases name the numbers that decide.
+TEST(Shop, PlacesItsCustomers) {
+  const struct {
+    const char* why;
+    PropertyMap user;
+    const char* experiments;
+  } cases[] = {
+      {"groups 62.7, 59.2; layer 479", {{"userId", "ann"}}, "short-checkout.1|product-page.1"},
+      {"layer 522, share 74.7", {{"userId", "bob"}}, "short-checkout.1|landing-page.1"},
+      {"group 10.0; share 92.4", {{"userId", "bruno"}}, "short-checkout.0"},
+      {"held out 1.5", {{"userId", "leo"}, {"custom.plan", "gold"}}, "quiet-customers.0"},
+      {"target, group 83.4",
+       {{"userId", "ann"}, {"custom.plan", "gold"}},
+       "short-checkout.1|product-page.1|gold-offer.1"},
+      {"group 51.5", {{"deviceId", "ann-phone"}}, "top-banner.1"},
+      {"share 58.4", {{"deviceId", "ann-tablet"}}, "none"},
+      {"private target, group 38.6",
+       {{"profileId", "partner-7"}, {"email", "ann@home.example"}},
+       "partner-prices.0"},
+      {"private target", {{"profileId", "partner-7"}, {"email", "bob@home.example"}}, "none"},
+      {"listed, group 88.2", {{"profileId", "partner-0"}}, "partner-prices.1"},
+      {"listed for group 0", {{"userId", "qa-3"}}, "short-checkout.0|landing-page.1"},
+  };
+  for (const auto& [why, user, experiments] : cases) {
+    const auto ask = [](CorvoClient& client) {
+      return client.getAllUserExperimentsText().get().value_or("none");
+    };
+    EXPECT_EQ(answer(user, ask), experiments) << why;
   }
 }
 
