@@ -43,7 +43,7 @@ void printRow(const std::vector<std::string>& cells, const std::vector<std::size
 
 }  // namespace
 
-JsonValue asJson(const JsonValue::Kinds& value) { return JsonValue(value); }
+JsonValue asJson(const JsonValue::Kinds& value) { return {value}; }
 
 std::string shown(const CorvoProperty& value) {
   const double* number = std::get_if<double>(&value);
