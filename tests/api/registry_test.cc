@@ -92,7 +92,8 @@ TEST_F(RegistryTest, MayBeUsedFromManyThreads) {
     threads.emplace_back([this, i] {
       const std::string tag = std::to_string(i);
       for (int round = 0; round < 50; ++round) {
-        const auto client = registry.getClient(tag);
+        registry.initializeClient("token", std::nullopt, "https://a", 10, 0, tag);
+        EXPECT_NE(registry.getClient(tag), nullptr);
         registry.removeClient(tag);
       }
     });

@@ -85,6 +85,7 @@ TEST_F(ClientTest, FailsWithoutALocationAndKeepsTheConfiguration) {
                          CorvoNetworkError(CorvoNetworkError::WrongStatusCode{404})}));
   }
   EXPECT_EQ(stored("location.value"), "");
+  EXPECT_NE(stored("user.value"), "") << "the user comes before the location";
   client->checkFlag<bool>("on").get();
   EXPECT_EQ(configRequests(), 1U);
 }

@@ -113,15 +113,34 @@ TEST_F(ClientTest, LooksForANameBeforeItAsksForUserAndLocation) {
   EXPECT_NE(stored("user.value"), "");
 }
 
-// A handle decides its flags when it is made: in the zone, and for the user, of that moment.
+TEST_F(ClientTest, PlacesAUserWithoutADeviceIdByTheDevice) {
+  fake.session->always("config.json", fakes::ok(R"({"experiments": [
+      {"name": "e", "split_by": "deviceId", "salt": "s", "allocation": 1,
+       "groups": [{"name": "g", "weight": 1}]}]})"));
+  EXPECT_EQ(makeClient()->getAllUserExperimentsText().get(), "e.0");
+  fake.device->vendor = std::nullopt;
+  ClientRegistry another(fake.platform());
+  const auto client = another.initializeClient("token", {}, "https://a", 10, 0, "tag");
+  EXPECT_EQ(client->getAllUserExperimentsText().get(), std::nullopt);
+}
+
+// Local half past two is before three, unless the clocks skip that hour.
 TEST_F(ClientTest, AHandleStaysAsItWasMade) {
   fake.session->always("config.json", fakes::ok(R"({"experiments": [
       {"name": "e", "salt": "s", "allocation": 1, "groups": [{"name": "g", "weight": 1}],
        "feature_flags": [{"name": "f", "type": "t", "groups": [{"group": "g", "rules": [
          {"is_default": false, "value": "12", "conditional_statement": "AND", "conditions": [
-           {"name": "userId", "condition_sign": "equal", "value": "u"}]}]}]}]}]})"));
-  auto client = makeClient(0, CorvoUser::Builder(fake.time, fake.timeZone).setUserId("u").build());
+           {"name": "userId", "condition_sign": "equal", "value": "u"},
+           {"name": "custom.at", "condition_sign": "before time",
+            "value": "2024-03-31 03:00"}]}]}]}]}]})"));
+  auto client = makeClient(0, CorvoUser::Builder(fake.time, fake.timeZone)
+                                  .setUserId("u")
+                                  .setCustomProperty("2024-03-31 02:30", "at")
+                                  .build());
   const CorvoExperimentPointer experiment = client->getExperiment("e").get();
+  fake.timeZone->change(3600, {{1'711'846'800, 7200}});  // 2024-03-31 01:00 UTC
+  const CorvoExperimentPointer later = client->getExperiment("e").get();
+  EXPECT_THROW(static_cast<void>(later->getFeatureValue<bool>("f")), CorvoError);
   fake.session->always("config.json", fakes::ok("{}"));
   client->clearUserProperties();
   fake.time->advance(1e6);

@@ -47,8 +47,10 @@ TEST_F(ForcingTest, MovesTheUserToTheEndOfTheLatestList) {
   EXPECT_EQ(lists(), R"(["x","y"][]["z","u"])");
   EXPECT_EQ(forced(), R"({"e":1})");
   EXPECT_EQ(client->getAllUserExperimentsText().get(), "e.1");
+  fake.time->advance(9);
   EXPECT_EQ(outcome(client->includeForce("e", 0)), "");
   EXPECT_EQ(lists(), R"(["x","y"]["u"]["z"])");
+  fake.time->advance(9);  // an inclusion makes the cached copy as new
   EXPECT_EQ(outcome(client->includeForce("e")), "");
   EXPECT_EQ(lists(), R"(["x","y","u"][]["z"])");
   EXPECT_EQ(forced(), R"({"e":null})");
@@ -95,6 +97,7 @@ TEST_F(ForcingTest, AppliesWhatIsRememberedToEveryNewConfiguration) {
       {"name": "bare", "salt": "s", "allocation": -1, "groups": [{"name": "a", "weight": 1}]}]})"));
   EXPECT_EQ(client->getAllUserExperimentsText().get(), "bare.0") << "e is for the web";
   EXPECT_EQ(forced(), R"({"bare":null,"e":0})");
+  EXPECT_EQ(stored("corvoForcedExperiments.update_time"), stored("config.update_time"));
   fake.time->advance(10);
   EXPECT_EQ(client->getAllUserExperimentsText().get(), "e.0");
   EXPECT_EQ(lists(), R"(["x","u","y","u"]["u","u","z"][])") << "the user of now is moved";

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -25,10 +26,20 @@ TEST(PlatformFilterTest, KeepsWhatIsMeantForThisPlatform) {
     flag.platform = platform;
     if (kept) expected.emplace_back(platform);
   }
+  for (const auto& [name, platforms] : std::map<std::string, std::vector<std::string>>{
+           {"any", {}}, {"none of ours", {"web", "iOS"}}, {"one of ours", {"web", "all"}}}) {
+    model::Experiment& experiment = config.experiments.emplace_back();
+    experiment.name = name;
+    experiment.platforms = platforms;
+    if (name == "any") experiment.featureFlags = {config.featureFlags.back()};  // for the web
+  }
   filterByPlatform(config);
   std::vector<std::string> kept;
   for (const auto& flag : config.featureFlags) kept.push_back(flag.name);
   EXPECT_EQ(kept, expected);
+  ASSERT_EQ(config.experiments.size(), 2U);
+  EXPECT_EQ(config.experiments[0].featureFlags.size(), 1U) << "what an experiment carries stays";
+  EXPECT_EQ(config.experiments[1].name, "one of ours");
 }
 
 }  // namespace

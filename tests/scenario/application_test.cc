@@ -7,6 +7,36 @@ namespace {
 
 constexpr double kDay = 86'400;
 
+/// Asks whether a flag is known.
+bool knows(CorvoClient& client) {
+  bool known = false;
+  client.checkFlag<bool>("f", [&](auto) { known = true; });
+  return known;
+}
+
+/// A client that is made, and asked, before `main`.
+struct EarlyClient {
+  fakes::FakePlatform fake;
+  ClientRegistry registry{fake.platform()};
+  std::shared_ptr<CorvoClient> client =
+      registry.initializeClient("t", std::nullopt, "https://a", 60, 0, "t");
+
+  EarlyClient() {
+    fake.session->always("config.json", fakes::ok(R"({"feature_flags": [
+        {"name": "f", "type": "t", "rules": [{"is_default": true, "value": "true",
+         "conditional_statement": "-", "conditions": []}]}]})"));
+    fake.session->always("geo", fakes::ok("{}"));
+    client->getAllUserHoldouts().get();
+  }
+};
+const EarlyClient early;
+const bool knownEarly = knows(*early.client);
+
+TEST(EarlyClientTest, AnswersTheSameBeforeMainAndAfter) {
+  EXPECT_TRUE(knownEarly);
+  EXPECT_TRUE(knows(*early.client));
+}
+
 /// An application over days: each start makes a registry and a client of its own on the platform.
 class ApplicationTest : public testing::Test {
  protected:
