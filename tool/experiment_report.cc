@@ -12,11 +12,11 @@ constexpr const char* kNone = "-";
 
 template <class T>
 JsonValue toJson(const std::optional<T>& value) {
-  return value ? asJson(JsonValue::Kinds(*value)) : JsonValue();
+  return value ? JsonValue(*value) : JsonValue();
 }
 
 JsonObject place(const CorvoExperiment& experiment) {
-  return {{"name", asJson(experiment.name())},
+  return {{"name", experiment.name()},
           {"groupIndex", toJson(experiment.groupIndex())},
           {"groupName", toJson(experiment.userGroupName())}};
 }
@@ -28,12 +28,12 @@ std::string shownIndex(const std::optional<std::int64_t>& index) {
 JsonValue toJson(const CorvoExperimentDetail& detail) {
   JsonArray results;
   for (const auto& [name, value] : detail.results) {
-    results.push_back(asJson(JsonObject{{"name", asJson(name)}, {"value", asJson(value)}}));
+    results.push_back(JsonObject{{"name", name}, {"value", value}});
   }
-  return asJson(JsonObject{{"id", asJson(detail.id)},
-                           {"type", toJson(detail.type)},
-                           {"group", asJson(JsonObject{{"index", asJson(detail.group.index)}})},
-                           {"results", asJson(std::move(results))}});
+  return JsonObject{{"id", detail.id},
+                    {"type", toJson(detail.type)},
+                    {"group", JsonObject{{"index", detail.group.index}}},
+                    {"results", std::move(results)}};
 }
 
 /// A row for each value, or one without.
@@ -58,18 +58,18 @@ Report experimentReport(const CorvoExperiment& experiment, const CorvoExperiment
   JsonObject json = place(experiment);
   json.emplace("type", toJson(detail.type));
   json.emplace("values", std::exchange(report.json, {}));
-  report.json = asJson(std::move(json));
+  report.json = std::move(json);
   return report;
 }
 
 Report absenceReport(const std::string& experimentName) {
   Report report;
   report.sentence = experimentName + ": the user is not in it";
-  report.json = asJson(JsonObject{{"name", asJson(experimentName)},
-                                  {"groupIndex", {}},
-                                  {"groupName", {}},
-                                  {"type", {}},
-                                  {"values", asJson(JsonObject())}});
+  report.json = JsonObject{{"name", experimentName},
+                           {"groupIndex", {}},
+                           {"groupName", {}},
+                           {"type", {}},
+                           {"values", JsonObject()}};
   return report;
 }
 
@@ -79,16 +79,15 @@ Report experimentsReport(const std::vector<CorvoExperimentPointer>& experiments)
   for (const CorvoExperimentPointer& each : experiments) {
     report.rows.push_back(
         {each->name(), shownIndex(each->groupIndex()), each->userGroupName().value_or(kNone)});
-    json.push_back(asJson(place(*each)));
+    json.push_back(place(*each));
   }
-  report.json = asJson(std::move(json));
+  report.json = std::move(json);
   return report;
 }
 
 Report holdoutReport(const std::string& name, bool isIn) {
-  const JsonValue answer = asJson(isIn);
-  return {
-      {}, {"HOLDOUT", "HELD OUT"}, {{name, answer.toJson()}}, asJson(JsonObject{{name, answer}})};
+  const JsonValue answer = isIn;
+  return {{}, {"HOLDOUT", "HELD OUT"}, {{name, answer.toJson()}}, JsonObject{{name, answer}}};
 }
 
 Report holdoutsReport(const std::optional<std::string>& holdouts) {
@@ -104,7 +103,7 @@ Report detailsReport(const std::vector<CorvoExperimentDetail>& details) {
     addRows(report, detail);
     json.push_back(toJson(detail));
   }
-  report.json = asJson(std::move(json));
+  report.json = std::move(json);
   return report;
 }
 
@@ -113,16 +112,15 @@ Report forcedReport(const std::string& experimentName,
   Report report;
   report.sentence = experimentName + ": forced";
   if (groupIndex) report.sentence += " into group " + std::to_string(*groupIndex);
-  report.json = asJson(JsonObject{{"forced", asJson(true)},
-                                  {"name", asJson(experimentName)},
-                                  {"groupIndex", toJson(groupIndex)}});
+  report.json =
+      JsonObject{{"forced", true}, {"name", experimentName}, {"groupIndex", toJson(groupIndex)}};
   return report;
 }
 
 Report unforcedReport(const std::optional<std::string>& experimentName) {
   Report report;
   report.sentence = experimentName.value_or("all experiments") + ": no longer forced";
-  report.json = asJson(JsonObject{{"forced", asJson(false)}, {"name", toJson(experimentName)}});
+  report.json = JsonObject{{"forced", false}, {"name", toJson(experimentName)}};
   return report;
 }
 

@@ -15,7 +15,7 @@ constexpr std::array kTypeNames{"dictionary", "boolean", "integer", "double", "s
 static_assert(kTypeNames.size() == std::variant_size_v<CorvoProperty>);
 
 JsonValue toJsonValue(const CorvoProperty& property) {
-  return std::visit([](const auto& value) { return JsonValue(JsonValue::Kinds(value)); }, property);
+  return std::visit([](const auto& value) { return JsonValue(value); }, property);
 }
 
 std::size_t characterCount(const std::string& text) {
@@ -42,8 +42,6 @@ void printRow(const std::vector<std::string>& cells, const std::vector<std::size
 }
 
 }  // namespace
-
-JsonValue asJson(const JsonValue::Kinds& value) { return {value}; }
 
 std::string shown(const CorvoProperty& value) {
   const double* number = std::get_if<double>(&value);

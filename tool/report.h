@@ -23,10 +23,6 @@ struct Report {
 [[nodiscard]] Report valueReport(const std::string& kind,
                                  const std::map<std::string, CorvoProperty>& values);
 
-/// A JSON value. Not inline: g++ 12 takes the move of a temporary whose kind it sees for a read of
-/// what is uninitialised.
-[[nodiscard]] JsonValue asJson(const JsonValue::Kinds& value);
-
 /// A value as JSON text, which shows where a text ends and hides no control character.
 [[nodiscard]] std::string shown(const CorvoProperty& value);
 

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -29,7 +31,17 @@ class JsonValue {
                              JsonArray, JsonObject>;
 
   JsonValue() = default;
-  JsonValue(Kinds value) : value_(std::move(value)) {}
+  // Moves are not inline: in one that is, g++ 12 sees reads of what is uninitialised.
+  JsonValue(JsonValue&& other) noexcept;
+  JsonValue& operator=(JsonValue&& other) noexcept;
+  JsonValue(const JsonValue&) = default;
+  JsonValue& operator=(const JsonValue&) = default;
+  ~JsonValue() = default;
+  /// A value of one of the kinds, or a literal: integers are signed, texts strings.
+  template <class Kind>
+  requires(!std::same_as<std::remove_cvref_t<Kind>, JsonValue> &&
+           std::constructible_from<Kinds, Kind>) JsonValue(Kind&& kind)
+      : value_(std::forward<Kind>(kind)) {}
 
   /// The value, for `std::visit` and `std::get_if`.
   [[nodiscard]] const Kinds& value() const noexcept { return value_; }

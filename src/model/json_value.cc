@@ -5,6 +5,9 @@
 
 namespace corvo {
 
+JsonValue::JsonValue(JsonValue&& other) noexcept = default;
+JsonValue& JsonValue::operator=(JsonValue&& other) noexcept = default;
+
 const JsonValue* JsonValue::find(std::string_view key) const {
   const auto* object = as<JsonObject>();
   if (!object) return nullptr;
