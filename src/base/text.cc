@@ -19,12 +19,19 @@ constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
 bool isAscii(char byte) noexcept { return static_cast<unsigned char>(byte) < 0x80; }
 
+bool isAsciiWord(const char* eightBytes) noexcept {
+  std::uint64_t word = 0;
+  std::memcpy(&word, eightBytes, sizeof word);
+  return (word & 0x8080808080808080) == 0;
+}
+
 std::size_t asciiPrefix(std::string_view text) noexcept {
-  constexpr std::uint64_t kHighBits = 0x8080808080808080;
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
   std::size_t at = 0;
-  for (std::uint64_t eight = 0; text.size() - at >= sizeof eight; at += sizeof eight) {
-    std::memcpy(&eight, text.data() + at, sizeof eight);
-    if ((eight & kHighBits) != 0) break;
+  while (text.size() - at >= kWord && isAsciiWord(text.data() + at)) at += kWord;
+  // The last bytes are looked at together with some of those before them.
+  if (at != 0 && text.size() - at < kWord && isAsciiWord(text.data() + text.size() - kWord)) {
+    return text.size();
   }
   while (at < text.size() && isAscii(text[at])) ++at;
   return at;
@@ -44,7 +51,7 @@ std::optional<CodePoint> takeCharacter(std::string_view& text) noexcept {
 std::string_view illFormedRest(std::string_view text) noexcept {
   do {
     text.remove_prefix(asciiPrefix(text));
-  } while (takeCharacter(text));
+  } while (!text.empty() && takeCharacter(text));
   return text;
 }
 

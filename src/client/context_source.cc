@@ -23,12 +23,11 @@ targeting::Context ContextSource::ofUser(double now) {
   if (user_.record != user || user_.zone != zone) {
     user_ = {user, zone, targeting::userLayer(*user, localTime_)};
   }
-  const targeting::DeviceFacts& facts = parts_.device->facts();
-  if (!deviceProperties_) deviceProperties_.emplace(facts);
+  if (facts_ == nullptr) deviceProperties_.emplace(*(facts_ = &parts_.device->facts()));
   targeting::Context context = bare(now);
   context.user = &user_.layer;
-  context.device = &deviceProperties_->at(now, localTime_);
-  context.vendorIdentifier = facts.deviceId ? &*facts.deviceId : nullptr;
+  context.device = &deviceProperties_->at(now, zone, localTime_);
+  context.vendorIdentifier = facts_->deviceId ? &*facts_->deviceId : nullptr;
   return context;
 }
 

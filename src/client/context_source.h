@@ -58,6 +58,7 @@ class ContextSource {
 
   Parts parts_;
   targeting::LocalTime localTime_;
+  const targeting::DeviceFacts* facts_ = nullptr;  // asked for on first need
   std::optional<targeting::DeviceProperties> deviceProperties_;
   UserLayer user_;
   LocationLayer location_;

@@ -1,6 +1,7 @@
 #include "experiments/bucketing.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cfloat>
 #include <cmath>
@@ -26,6 +27,14 @@ constexpr double kPercent = 100.0;
 constexpr double kLayerDivisor = 10.0;
 constexpr std::string_view kDefaultLayerSalt = "sad";
 constexpr std::string_view kFallbackGroup = "a";
+
+// What each digit counts in the hash: the last one 1, the one before it 31, modulo 2^32.
+constexpr auto kPowersOf31 = [] {
+  std::array<std::uint32_t, std::tuple_size_v<base::Md5Hex>> powers{};
+  std::uint32_t power = 1;
+  for (auto at = powers.rbegin(); at != powers.rend(); ++at, power *= 31) *at = power;
+  return powers;
+}();
 
 template <class List>
 bool contains(const List& list, std::string_view splitId) {
@@ -69,10 +78,12 @@ bool insideLayer(std::string_view splitId, const model::Experiment& experiment) 
 
 }  // namespace
 
+// As a sum of digits times powers, whose terms do not wait for one another.
 std::int32_t stringHash32(const base::Md5Digest& digest) noexcept {
+  const base::Md5Hex digits = base::hexDigits(digest);
   std::uint32_t hash = 0;
-  for (const char digit : base::hexDigits(digest)) {
-    hash = 31 * hash + static_cast<unsigned char>(digit);
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    hash += kPowersOf31[i] * static_cast<unsigned char>(digits[i]);
   }
   return static_cast<std::int32_t>(hash);
 }

@@ -1,5 +1,7 @@
 #include "experiments/project.h"
 
+#include <string>
+#include <unordered_map>
 #include <utility>
 
 namespace corvo::experiments {
@@ -44,8 +46,8 @@ PreparedExperiment prepared(const model::Experiment& experiment) {
 
 Project::Project(std::shared_ptr<const model::ConfigResponse> config)
     : config_(std::move(config)),
-      flags_(config_->featureFlags.size()),
-      firstOfName_(config_->experiments.size()) {
+      flagIndex_(config_->featureFlags.size()),
+      experimentIndex_(config_->experiments.size()) {
   addFlags();
   addExperiments();
   addCarriedFlags();
@@ -56,7 +58,7 @@ Project::Project(std::shared_ptr<const model::ConfigResponse> config)
 // Of two flags with one name the first decides.
 void Project::addFlags() {
   for (const model::FeatureFlag& flag : config_->featureFlags) {
-    FlagEntry& entry = flags_[flag.name];
+    FlagEntry& entry = entryOf(flag.name);
     if (entry.record != nullptr) continue;
     entry.record = &flag;
     entry.rules = targeting::RuleList(flag.rules);
@@ -74,7 +76,7 @@ void Project::addExperiments() {
 void Project::addCarriedFlags() {
   for (const PreparedExperiment& experiment : experiments_) {
     for (const CarriedFlag& flag : experiment.flags) {
-      FlagEntry& entry = flags_[flag.record->name];
+      FlagEntry& entry = entryOf(flag.record->name);
       if (entry.carrier != nullptr) continue;
       entry.carrier = &experiment;
       entry.carried = &flag;
@@ -84,11 +86,11 @@ void Project::addCarriedFlags() {
 
 // Backwards, so that each experiment comes before those of its name that follow it.
 void Project::addNames() {
-  for (std::size_t i = experiments_.size(); i-- > 0;) {
+  for (auto i = static_cast<std::uint32_t>(experiments_.size()); i-- > 0;) {
     PreparedExperiment& experiment = experiments_[i];
-    const std::string& name = experiment.record->name;
-    experiment.nextOfName = std::exchange(firstOfName_[name], &experiment);
-    if (experiment.isHoldout()) firstHoldoutOfName_[name] = &experiment;
+    const base::HashedName name(experiment.record->name);
+    experiment.nextOfName = experimentAt(experimentIndex_.put(name, i, experimentNameAt()));
+    if (experiment.isHoldout()) holdoutIndex_.put(name, i, experimentNameAt());
   }
 }
 
@@ -105,19 +107,30 @@ void Project::addHoldouts() {
   }
 }
 
+FlagEntry& Project::entryOf(std::string_view flagName) {
+  const base::HashedName name(flagName);
+  const std::uint32_t known = flagIndex_.find(name, flagNameAt());
+  if (known != base::NameIndex::kNone) return flags_[known];
+  flags_.emplace_back().name = flagName;
+  flagIndex_.put(name, static_cast<std::uint32_t>(flags_.size() - 1), flagNameAt());
+  return flags_.back();
+}
+
 const FlagEntry* Project::findFlag(std::string_view name) const {
-  const auto found = flags_.find(name);
-  return found == flags_.end() ? nullptr : &found->second;
+  const std::uint32_t position = flagIndex_.find(name, flagNameAt());
+  return position == base::NameIndex::kNone ? nullptr : &flags_[position];
+}
+
+const PreparedExperiment* Project::experimentAt(std::uint32_t position) const {
+  return position == base::NameIndex::kNone ? nullptr : &experiments_[position];
 }
 
 const PreparedExperiment* Project::findExperiment(std::string_view name) const {
-  const auto found = firstOfName_.find(name);
-  return found == firstOfName_.end() ? nullptr : found->second;
+  return experimentAt(experimentIndex_.find(name, experimentNameAt()));
 }
 
 const PreparedExperiment* Project::findHoldout(std::string_view name) const {
-  const auto found = firstHoldoutOfName_.find(name);
-  return found == firstHoldoutOfName_.end() ? nullptr : found->second;
+  return experimentAt(holdoutIndex_.find(name, experimentNameAt()));
 }
 
 }  // namespace corvo::experiments

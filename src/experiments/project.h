@@ -4,10 +4,9 @@
 #include <memory>
 #include <optional>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
-#include "base/text_hash.h"
+#include "base/name_index.h"
 #include "model/config.h"
 #include "targeting/rules.h"
 
@@ -38,6 +37,7 @@ struct PreparedExperiment {
 
 /// All that decides one flag: the flag of that name, and the first experiment that carries one.
 struct FlagEntry {
+  std::string_view name;
   const model::FeatureFlag* record = nullptr;  // null where only an experiment knows the name
   targeting::RuleList rules;
   const PreparedExperiment* carrier = nullptr;  // null where no experiment carries the flag
@@ -71,9 +71,14 @@ class Project {
   [[nodiscard]] const PreparedExperiment* findHoldout(std::string_view name) const;
 
  private:
-  using ExperimentsByName =
-      std::unordered_map<std::string_view, const PreparedExperiment*, base::TextHash>;
-
+  FlagEntry& entryOf(std::string_view flagName);
+  [[nodiscard]] auto flagNameAt() const {
+    return [this](std::uint32_t at) { return flags_[at].name; };
+  }
+  [[nodiscard]] auto experimentNameAt() const {
+    return [this](std::uint32_t at) { return std::string_view(experiments_[at].record->name); };
+  }
+  [[nodiscard]] const PreparedExperiment* experimentAt(std::uint32_t position) const;
   void addFlags();
   void addExperiments();
   void addCarriedFlags();
@@ -82,9 +87,10 @@ class Project {
 
   std::shared_ptr<const model::ConfigResponse> config_;
   std::vector<PreparedExperiment> experiments_;
-  std::unordered_map<std::string_view, FlagEntry, base::TextHash> flags_;
-  ExperimentsByName firstOfName_;
-  ExperimentsByName firstHoldoutOfName_;
+  std::vector<FlagEntry> flags_;
+  base::NameIndex flagIndex_;
+  base::NameIndex experimentIndex_;  // the first of each name
+  base::NameIndex holdoutIndex_;     // the first of each name
 };
 
 }  // namespace corvo::experiments

@@ -1,5 +1,8 @@
 #include "experiments/resolution.h"
 
+#include <string>
+#include <string_view>
+
 #include "experiments/bucketing.h"
 #include "experiments/split_identifier.h"
 #include "targeting/rules.h"
@@ -10,16 +13,27 @@ using Reason = PlacementReason;
 
 namespace {
 
+// The group, and, unless a forced list put the user there, the targets.
+Placement place(std::string_view splitId, const PreparedExperiment& experiment,
+                const targeting::Context& context) {
+  const model::Experiment& record = *experiment.record;
+  const Placement placement = assignGroup(splitId, record);
+  if (placement.reason != Reason::bucketed || !experiment.target) return placement;
+  if (targetMatches(*experiment.target, context, record.isPrivate.value_or(false))) {
+    return placement;
+  }
+  return {.reason = Reason::targetsNotMet, .bucket = placement.bucket};
+}
+
 template <class IsInHoldout>
 Placement resolve(const PreparedExperiment& experiment, const targeting::Context& context,
                   IsInHoldout isInHoldout) {
-  if (!splitIdentifier(experiment.record->splitMode, context)) {
-    return {.reason = Reason::noSplitIdentifier};
-  }
+  const std::string* splitId = splitIdentifier(experiment.record->splitMode, context);
+  if (splitId == nullptr) return {.reason = Reason::noSplitIdentifier};
   for (const PreparedExperiment* holdout : experiment.holdouts) {
     if (isInHoldout(*holdout)) return {.reason = Reason::heldOut, .holdout = holdout->record};
   }
-  return resolveIgnoringHoldouts(experiment, context);
+  return place(*splitId, experiment, context);
 }
 
 }  // namespace
@@ -33,15 +47,9 @@ Placement resolveExperiment(const PreparedExperiment& experiment,
 
 Placement resolveIgnoringHoldouts(const PreparedExperiment& experiment,
                                   const targeting::Context& context) {
-  const model::Experiment& record = *experiment.record;
-  const std::string* splitId = splitIdentifier(record.splitMode, context);
+  const std::string* splitId = splitIdentifier(experiment.record->splitMode, context);
   if (splitId == nullptr) return {.reason = Reason::noSplitIdentifier};
-  const Placement placement = assignGroup(*splitId, record);
-  if (placement.reason != Reason::bucketed || !experiment.target) return placement;
-  if (targetMatches(*experiment.target, context, record.isPrivate.value_or(false))) {
-    return placement;
-  }
-  return {.reason = Reason::targetsNotMet, .bucket = placement.bucket};
+  return place(*splitId, experiment, context);
 }
 
 Resolver::Resolver(const Project& project, const targeting::Context& context)

@@ -41,12 +41,12 @@ class PreparedCondition {
  public:
   explicit PreparedCondition(const model::Condition& condition);
 
-  [[nodiscard]] const PropertyName& name() const noexcept { return name_; }
+  [[nodiscard]] const base::HashedName& name() const noexcept { return name_; }
 
   [[nodiscard]] bool matches(const Subject& subject) const { return match_(operand_, subject); }
 
  private:
-  PropertyName name_;
+  base::HashedName name_;
   Match match_;
   Operand operand_;
 };

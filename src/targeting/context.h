@@ -23,7 +23,7 @@ struct Context {
 
   /// The user's property of that name, else the device's, else the location's; else null. An
   /// expired one does not hide those behind it.
-  [[nodiscard]] const std::string* find(const PropertyName& name) const {
+  [[nodiscard]] const std::string* find(const base::HashedName& name) const {
     const auto in = [&](const PropertyLayer* layer) {
       return layer == nullptr ? nullptr : layer->find(name, now);
     };

@@ -22,8 +22,9 @@ DeviceProperties::DeviceProperties(const DeviceFacts& facts) {
   layer_.put("os.version", normalisedVersion(facts.osVersion.value_or("")));
 }
 
-const PropertyLayer& DeviceProperties::at(double now, const LocalTime& localTime) {
-  const Tick tick{base::wholeSeconds(now), localTime.zone().identifier()};
+const PropertyLayer& DeviceProperties::at(double now, std::uint64_t zone,
+                                          const LocalTime& localTime) {
+  const Tick tick{base::wholeSeconds(now), zone};
   if (tick_ == tick) return layer_;
   const base::LocalSeconds minute = minuteOf(localTime.at(now));
   if (minute_ != minute) {

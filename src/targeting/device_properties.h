@@ -26,8 +26,9 @@ class DeviceProperties {
   explicit DeviceProperties(const DeviceFacts& facts);
 
   /// The layer at a moment. Cheap to ask at every question: the clock's text is made anew when the
-  /// local minute has changed, and that is looked at once per second. Valid until the next call.
-  [[nodiscard]] const PropertyLayer& at(double now, const LocalTime& localTime);
+  /// local minute has changed, and that is looked at once per second. `zone` identifies the present
+  /// time zone. Valid until the next call.
+  [[nodiscard]] const PropertyLayer& at(double now, std::uint64_t zone, const LocalTime& localTime);
 
  private:
   struct Tick {

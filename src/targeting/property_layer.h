@@ -1,27 +1,14 @@
 #pragma once
 
-#include <concepts>
-#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "base/text_hash.h"
+#include "base/name_index.h"
 
 namespace corvo::targeting {
-
-/// The name of a property with its hash: names known beforehand are hashed once. Refers to the
-/// text it is made from.
-struct PropertyName {
-  template <std::convertible_to<std::string_view> Text>
-  PropertyName(const Text& name)
-      : text(name), hash(static_cast<std::uint32_t>(base::TextHash()(text))) {}
-
-  std::string_view text;
-  std::uint32_t hash;
-};
 
 /// The expiry of what never expires.
 constexpr double kNever = std::numeric_limits<double>::infinity();
@@ -33,13 +20,13 @@ constexpr double kNever = std::numeric_limits<double>::infinity();
 class PropertyLayer {
  public:
   /// Enters a property, or replaces the one of that name.
-  void put(const PropertyName& name, std::string_view value, double expiry = kNever);
+  void put(const base::HashedName& name, std::string_view value, double expiry = kNever);
 
   /// The value of a property whose expiry is not earlier than now; null when there is none.
-  [[nodiscard]] const std::string* find(const PropertyName& name, double now) const {
-    const Slot& slot = slots_[slotOf(name)];
-    if (slot.entry == 0 || entries_[slot.entry - 1].expiry < now) return nullptr;
-    return &entries_[slot.entry - 1].value;
+  [[nodiscard]] const std::string* find(const base::HashedName& name, double now) const {
+    const std::uint32_t position = index_.find(name, NameAt{entries_});
+    if (position == base::NameIndex::kNone || entries_[position].expiry < now) return nullptr;
+    return &entries_[position].value;
   }
 
  private:
@@ -48,26 +35,14 @@ class PropertyLayer {
     std::string value;
     double expiry;
   };
-  // Open addressing with linear probing, at most half full.
-  struct Slot {
-    std::uint32_t hash = 0;
-    std::uint32_t entry = 0;  // its position in entries_ plus one; 0 where the slot is free
+
+  struct NameAt {
+    const std::vector<Entry>& entries;
+    std::string_view operator()(std::uint32_t position) const { return entries[position].name; }
   };
 
-  // The slot of that name, or the free one where it belongs.
-  [[nodiscard]] std::size_t slotOf(const PropertyName& name) const {
-    for (std::size_t at = name.hash;; ++at) {
-      const Slot& slot = slots_[at & (slots_.size() - 1)];
-      if (slot.entry == 0 ||
-          (slot.hash == name.hash && entries_[slot.entry - 1].name == name.text)) {
-        return at & (slots_.size() - 1);
-      }
-    }
-  }
-  void grow();
-
   std::vector<Entry> entries_;
-  std::vector<Slot> slots_ = std::vector<Slot>(16);
+  base::NameIndex index_;
 };
 
 }  // namespace corvo::targeting

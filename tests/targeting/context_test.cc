@@ -106,8 +106,8 @@ TEST(DeviceProperties, DescribeDeviceAndApplication) {
                                      {"os.name", "iOS", ""},
                                      {"os.version", "17.4.1", "0.0"}};
   for (const auto& [name, text, otherwise] : expected) {
-    EXPECT_EQ(at(known.at(kNow, localTime), name), text);
-    EXPECT_EQ(at(unknown.at(kNow, localTime), name), otherwise);
+    EXPECT_EQ(at(known.at(kNow, 0, localTime), name), text);
+    EXPECT_EQ(at(unknown.at(kNow, 0, localTime), name), otherwise);
   }
 }
 
@@ -124,7 +124,7 @@ TEST(DeviceProperties, ShowDateAndMinute) {
   const LocalTime localTime(zone);
   DeviceProperties device({});
   const auto expectClock = [&](double now, std::string_view text) {
-    const PropertyLayer& layer = device.at(now, localTime);
+    const PropertyLayer& layer = device.at(now, zone.identifier(), localTime);
     EXPECT_EQ(at(layer, "time"), text);
     EXPECT_EQ(at(layer, "date"), text);
   };
