@@ -1,0 +1,32 @@
+#pragma once
+
+#include <corvo/client_registry.h>
+#include <corvo/host.h>
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace corvo::bench {
+
+/// A client on the host's platform, but for the backend: that answers on the spot, with these
+/// texts.
+class BenchClient {
+ public:
+  explicit BenchClient(std::string config, HostOptions options = {.inMemory = true});
+
+  CorvoClient& operator*() const { return *client_; }
+  CorvoClient* operator->() const { return client_.get(); }
+
+ private:
+  std::unique_ptr<ClientRegistry> registry_;
+  std::shared_ptr<CorvoClient> client_;
+};
+
+/// The client of a project of that many flags, made on first use; fresh copies are at hand.
+CorvoClient& clientOf(std::size_t flagCount);
+
+/// That of a project of 1,000 experiments.
+CorvoClient& clientOfExperiments();
+
+}  // namespace corvo::bench

@@ -1,0 +1,68 @@
+#include <filesystem>
+#include <memory>
+#include <utility>
+#include <variant>
+
+#include "bench/allocations.h"
+#include "bench/bench_client.h"
+#include "bench/project.h"
+#include "bench/table.h"
+#include "experiments/project.h"
+#include "model/codec.h"
+
+namespace corvo::bench {
+namespace {
+
+std::shared_ptr<const model::ConfigResponse> decoded() {
+  return std::make_shared<const model::ConfigResponse>(
+      std::get<model::ConfigResponse>(model::decodeJson<model::ConfigResponse>(largeDocument())));
+}
+
+/// A file with a fresh copy of the large document, gone with this object.
+class StoredDocument {
+ public:
+  StoredDocument() { const BenchClient client(largeDocument(), options()); }
+  ~StoredDocument() { std::filesystem::remove_all(folder_); }
+  StoredDocument(const StoredDocument&) = delete;
+  StoredDocument& operator=(const StoredDocument&) = delete;
+
+  [[nodiscard]] HostOptions options() const { return {.dataFolder = folder_}; }
+
+ private:
+  std::filesystem::path folder_ = std::filesystem::temp_directory_path() / "corvo-bench";
+};
+
+void start(benchmark::State& state) {
+  const StoredDocument stored;
+  for (auto _ : state) {
+    const BenchClient client("", stored.options());
+    client->checkFlag<bool>(kRuleFlag,
+                            [](std::optional<bool> on) { benchmark::DoNotOptimize(on); });
+  }
+}
+
+double liveKilobytes() {
+  largeDocument();  // its text is not what is counted
+  const std::size_t before = liveBytes();
+  const experiments::Project project(decoded());
+  return static_cast<double>(liveBytes() - before) / 1e3;
+}
+
+}  // namespace
+
+void addLoading() {
+  addTime("decode and prepare 1 MB", 4e6, [](benchmark::State& state) {
+    for (auto _ : state) {
+      const experiments::Project project(decoded());
+      benchmark::DoNotOptimize(&project);
+    }
+  });
+  addTime("encode 1 MB", 4e6, [](benchmark::State& state) {
+    const auto config = decoded();
+    for (auto _ : state) benchmark::DoNotOptimize(model::encodeJson(*config));
+  });
+  addTime("cold start with 1 MB stored", 8e6, start);
+  addCount("live heap of 1 MB once loaded, kB", 2'000, liveKilobytes);
+}
+
+}  // namespace corvo::bench

@@ -1,0 +1,15 @@
+#include <iostream>
+
+#include "bench/table.h"
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  corvo::bench::addYardsticks();
+  corvo::bench::addQuestions();
+  corvo::bench::addReports();
+  corvo::bench::addShells();
+  corvo::bench::addLoading();
+  corvo::bench::addCounts();
+  corvo::bench::runAll(std::cout);
+}
