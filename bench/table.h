@@ -20,7 +20,7 @@ void addTime(const std::string& name, Goal nanoseconds, std::function<void(bench
 /// Has a count made: of allocations, or of bytes.
 void addCount(const std::string& name, Goal most, std::function<double()> count);
 
-/// The rows that the others are divided by; the first is the one shown.
+/// The row that the others are divided by.
 constexpr const char* kDigestYardstick = "MD5 of 32 bytes";
 
 void addYardsticks();

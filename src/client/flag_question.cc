@@ -15,14 +15,12 @@ void FlagQuestion::answer(const Evidence& evidence) {
 
 FlagReport reportFlags(const Evidence& evidence) {
   FlagReport report;
+  report.reserve(evidence.project->config().featureFlags.size());
   experiments::Resolver resolver(*evidence.project, evidence.context);
-  const auto& records = evidence.project->config().featureFlags;
-  report.reserve(records.size());
-  for (const model::FeatureFlag& flag : records) {
-    const experiments::FlagEntry* entry = evidence.project->findFlag(flag.name);
-    if (entry->record != &flag) continue;  // the first flag of a name speaks for it
-    const flags::FlagDecision decision = flags::decideFlag(*entry, resolver, evidence.context);
-    if (decision.rule != nullptr) report[flag.name] = typedProperty(decision.rule->value);
+  for (const experiments::FlagEntry& entry : evidence.project->flags()) {
+    if (entry.record == nullptr) continue;  // no flag of the configuration
+    const flags::FlagDecision decision = flags::decideFlag(entry, resolver, evidence.context);
+    if (decision.rule) report.emplace(entry.name, typedProperty(decision.rule->value));
   }
   return report;
 }

@@ -59,6 +59,10 @@ class Project {
   /// What decides the flag of that name, or null when nothing of the project has the name.
   [[nodiscard]] const FlagEntry* findFlag(std::string_view name) const;
 
+  /// All of them: the configuration's flags, each name once, in its order, and then those that only
+  /// experiments know.
+  [[nodiscard]] const std::vector<FlagEntry>& flags() const noexcept { return flags_; }
+
   /// All experiments, holdouts included, in the configuration's order.
   [[nodiscard]] const std::vector<PreparedExperiment>& experiments() const noexcept {
     return experiments_;

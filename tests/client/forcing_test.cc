@@ -1,3 +1,4 @@
+#include <concepts>
 #include <string>
 
 #include "tests/client/client_fixture.h"
@@ -41,6 +42,12 @@ class ForcingTest : public ClientTest {
   CorvoUser u = CorvoUser::Builder(fake.time, fake.timeZone).setUserId("u").build();
 };
 
+// Only an integer is an index.
+template <class T>
+concept IsIndex = std::convertible_to<T, OptionalIndex>;
+static_assert(IsIndex<int> && IsIndex<std::size_t> && IsIndex<std::nullopt_t>);
+static_assert(!IsIndex<bool> && !IsIndex<double> && !IsIndex<char> && !IsIndex<std::nullptr_t>);
+
 TEST_F(ForcingTest, MovesTheUserToTheEndOfTheLatestList) {
   const auto client = makeClient(0, u);
   EXPECT_EQ(outcome(client->includeForce("e", 1)), "");
@@ -72,6 +79,8 @@ TEST_F(ForcingTest, NeedsAnExperimentAnIdentifierAndAGroup) {
         outcome(client->includeForce("e", index)),
         "Corvo warn: Experiment \"e\" has no group with index \"" + std::to_string(index) + "\"");
   }
+  EXPECT_EQ(outcome(client->includeForce("e", UINT64_MAX)),
+            outcome(client->includeForce("e", INT64_MAX)));
   EXPECT_EQ(outcome(client->includeForce("bare", 0)),
             "Corvo warn: Experiment \"bare\" has no group with index \"0\"");
   EXPECT_EQ(forced(), "");
