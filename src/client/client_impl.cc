@@ -279,7 +279,7 @@ void CorvoClientImpl::locate(Question& question, const ProjectPointer& project, 
 
 void CorvoClientImpl::decide(Question& question, const ProjectPointer& project,
                              const LocationPointer& location, double now) {
-  question.answer({project, contexts_->at(now, location)});
+  question.answer({project, contexts_->at(now, project, location)});
 }
 
 const CorvoClientImpl::ProjectPointer& CorvoClientImpl::projectOf(const ConfigPointer& config) {

@@ -20,25 +20,41 @@ targeting::Context ContextSource::bare(double now) { return {.now = now, .localT
 targeting::Context ContextSource::ofUser(double now) {
   const std::shared_ptr<const CorvoUser>& user = currentUser();
   const std::uint64_t zone = parts_.timeZone->identifier();
-  if (user_.record != user || user_.zone != zone) {
-    user_ = {user, zone, targeting::userLayer(*user, localTime_)};
-  }
+  if (user_.record != user || user_.zone != zone) makeUserLayer(user, zone);
   if (facts_ == nullptr) deviceProperties_.emplace(*(facts_ = &parts_.device->facts()));
   targeting::Context context = bare(now);
   context.user = &user_.layer;
-  context.device = &deviceProperties_->at(now, zone, localTime_);
   context.vendorIdentifier = facts_->deviceId ? &*facts_->deviceId : nullptr;
   return context;
 }
 
 targeting::Context ContextSource::at(double now,
+                                     const std::shared_ptr<const experiments::Project>& project,
                                      const std::shared_ptr<const PropertyMap>& location) {
-  if (location_.record != location) {
-    location_ = {location, targeting::lastingLayer(*location)};
-  }
   targeting::Context context = ofUser(now);
-  context.location = &location_.layer;
+  if (location_.record != location) makeLocationLayer(location);
+  const targeting::PropertyLayer& device = deviceProperties_->at(now, user_.zone, localTime_);
+  if (table_.project != project) makeTable(project, device);
+  context.properties = &table_.properties;
   return context;
+}
+
+void ContextSource::makeUserLayer(const std::shared_ptr<const CorvoUser>& user,
+                                  std::uint64_t zone) {
+  user_ = {user, zone, targeting::userLayer(*user, localTime_)};
+  table_.project = nullptr;
+}
+
+void ContextSource::makeLocationLayer(const std::shared_ptr<const PropertyMap>& location) {
+  location_ = {location, targeting::lastingLayer(*location)};
+  table_.project = nullptr;
+}
+
+void ContextSource::makeTable(const std::shared_ptr<const experiments::Project>& project,
+                              const targeting::PropertyLayer& device) {
+  table_ = {project, targeting::PropertyTable(
+                         project->propertyNames(),
+                         {.user = &user_.layer, .device = &device, .location = &location_.layer})};
 }
 
 }  // namespace corvo::client

@@ -9,17 +9,20 @@
 #include <optional>
 
 #include "client/device_once.h"
+#include "experiments/project.h"
 #include "storage/storage_client.h"
 #include "targeting/context.h"
 #include "targeting/device_properties.h"
 #include "targeting/local_time.h"
 #include "targeting/property_layer.h"
+#include "targeting/property_table.h"
 
 namespace corvo::client {
 
 /// Makes the targeting contexts of one client's questions. The layers of user and location are made
-/// once per record and time zone, and served until another takes its place. Every context is valid
-/// until the next one is made. For one thread at a time.
+/// once per record and time zone, the table of all properties once per project and layers; they
+/// serve until others take their place. Every context is valid until the next one is made. For one
+/// thread at a time.
 class ContextSource {
  public:
   struct Parts {
@@ -39,12 +42,13 @@ class ContextSource {
   /// That of the stored user on this device, wherever he is.
   [[nodiscard]] targeting::Context ofUser(double now);
 
-  /// The whole context.
+  /// The whole context, for the conditions of that project.
   [[nodiscard]] targeting::Context at(double now,
+                                      const std::shared_ptr<const experiments::Project>& project,
                                       const std::shared_ptr<const PropertyMap>& location);
 
  private:
-  // A layer with what it was made from. The record is kept alive: the same pointer means the same
+  // What was made, with what it was made from. That is kept alive: the same pointer means the same
   // record.
   struct UserLayer {
     std::shared_ptr<const CorvoUser> record;
@@ -55,6 +59,15 @@ class ContextSource {
     std::shared_ptr<const PropertyMap> record;
     targeting::PropertyLayer layer;
   };
+  struct Table {
+    std::shared_ptr<const experiments::Project> project;  // null when a layer has been made since
+    targeting::PropertyTable properties;
+  };
+
+  void makeUserLayer(const std::shared_ptr<const CorvoUser>& user, std::uint64_t zone);
+  void makeLocationLayer(const std::shared_ptr<const PropertyMap>& location);
+  void makeTable(const std::shared_ptr<const experiments::Project>& project,
+                 const targeting::PropertyLayer& device);
 
   Parts parts_;
   targeting::LocalTime localTime_;
@@ -62,6 +75,7 @@ class ContextSource {
   std::optional<targeting::DeviceProperties> deviceProperties_;
   UserLayer user_;
   LocationLayer location_;
+  Table table_;
 };
 
 }  // namespace corvo::client

@@ -23,28 +23,19 @@ CorvoError groupNotMatching(const FlagDecision& decision, std::string flagName) 
 
 FlagDecision decideByRules(const targeting::RuleList& rules, const targeting::Context& context,
                            bool hashed) {
-  const targeting::RuleChoice choice = rules.choose(context, hashed);
-  switch (choice.outcome) {
-    case targeting::RuleOutcome::chosen:
-      return {Reason::rule, choice.rule};
-    case targeting::RuleOutcome::noRules:
-      return {Reason::noRules};
-    case targeting::RuleOutcome::noneSatisfied:
-      break;
-  }
-  return {Reason::rulesNotSatisfied};
+  if (const model::Rule* rule = rules.choose(context, hashed)) return {Reason::rule, rule};
+  return {rules.isEmpty() ? Reason::noRules : Reason::rulesNotSatisfied};
 }
 
 // The experiment's privacy counts, not the flag's.
 FlagDecision decideInGroup(const CarriedFlag& flag, const model::Group& group,
                            const targeting::Context& context) {
   const std::vector<model::FeatureFlagGroup>& groups = flag.record->groups;
+  const auto found = std::ranges::find(groups, group.name, &model::FeatureFlagGroup::name);
   FlagDecision decision{Reason::groupNotMatching};
-  for (std::size_t i = 0; i < groups.size(); ++i) {
-    if (groups[i].name != group.name) continue;
-    decision =
-        decideByRules(flag.groupRules[i], context, flag.experiment->isPrivate.value_or(false));
-    break;
+  if (found != groups.end()) {
+    decision = decideByRules(flag.groupRules[static_cast<std::size_t>(found - groups.begin())],
+                             context, flag.experiment->isPrivate.value_or(false));
   }
   decision.group = &group;
   decision.carried = &flag;

@@ -7,11 +7,12 @@
 namespace corvo::experiments {
 namespace {
 
-CarriedFlag prepared(const model::FeatureFlag& flag, const model::Experiment& experiment) {
+CarriedFlag prepared(const model::FeatureFlag& flag, const model::Experiment& experiment,
+                     targeting::PropertyNames& names) {
   CarriedFlag carried{&flag, &experiment, {}};
   carried.groupRules.reserve(flag.groups.size());
   for (const model::FeatureFlagGroup& group : flag.groups) {
-    carried.groupRules.emplace_back(group.rules);
+    carried.groupRules.emplace_back(group.rules, names);
   }
   return carried;
 }
@@ -29,13 +30,13 @@ FirstOfName firstOfName(const std::vector<Record>& list) {
   return first;
 }
 
-PreparedExperiment prepared(const model::Experiment& experiment) {
+PreparedExperiment prepared(const model::Experiment& experiment, targeting::PropertyNames& names) {
   PreparedExperiment result;
   result.record = &experiment;
-  if (experiment.targets) result.target.emplace(*experiment.targets);
+  if (experiment.targets) result.target.emplace(*experiment.targets, names);
   result.flags.reserve(experiment.featureFlags.size());
   for (const model::FeatureFlag& flag : experiment.featureFlags) {
-    result.flags.push_back(prepared(flag, experiment));
+    result.flags.push_back(prepared(flag, experiment, names));
   }
   result.firstFlags = firstOfName(experiment.featureFlags);
   result.firstParams = firstOfName(experiment.params);
@@ -61,14 +62,14 @@ void Project::addFlags() {
     FlagEntry& entry = entryOf(flag.name);
     if (entry.record != nullptr) continue;
     entry.record = &flag;
-    entry.rules = targeting::RuleList(flag.rules);
+    entry.rules = targeting::RuleList(flag.rules, propertyNames_);
   }
 }
 
 void Project::addExperiments() {
   experiments_.reserve(config_->experiments.size());  // much points into it
   for (const model::Experiment& experiment : config_->experiments) {
-    experiments_.push_back(prepared(experiment));
+    experiments_.push_back(prepared(experiment, propertyNames_));
   }
 }
 

@@ -8,6 +8,7 @@
 
 #include "base/name_index.h"
 #include "model/config.h"
+#include "targeting/property_names.h"
 #include "targeting/rules.h"
 
 namespace corvo::experiments {
@@ -63,6 +64,11 @@ class Project {
   /// experiments know.
   [[nodiscard]] const std::vector<FlagEntry>& flags() const noexcept { return flags_; }
 
+  /// The properties that its conditions test.
+  [[nodiscard]] const targeting::PropertyNames& propertyNames() const noexcept {
+    return propertyNames_;
+  }
+
   /// All experiments, holdouts included, in the configuration's order.
   [[nodiscard]] const std::vector<PreparedExperiment>& experiments() const noexcept {
     return experiments_;
@@ -90,6 +96,7 @@ class Project {
   void addHoldouts();
 
   std::shared_ptr<const model::ConfigResponse> config_;
+  targeting::PropertyNames propertyNames_;
   std::vector<PreparedExperiment> experiments_;
   std::vector<FlagEntry> flags_;
   base::NameIndex flagIndex_;

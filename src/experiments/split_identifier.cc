@@ -1,17 +1,33 @@
 #include "experiments/split_identifier.h"
 
+#include <array>
+#include <cstddef>
+#include <utility>
+
 #include "model/fields.h"
 
 namespace corvo::experiments {
+namespace {
+
+using model::SplitMode;
+
+// A split mode is written as the name of its property.
+const base::HashedName& propertyOf(SplitMode mode) {
+  constexpr auto& kTexts = model::EnumTexts<SplitMode>::list;
+  static const auto names = []<std::size_t... at>(std::index_sequence<at...>) {
+    return std::array{base::HashedName(kTexts[at])...};
+  }
+  (std::make_index_sequence<kTexts.size()>());
+  return names[static_cast<std::size_t>(mode)];
+}
+
+}  // namespace
 
 const std::string* splitIdentifier(std::optional<model::SplitMode> splitMode,
                                    const targeting::Context& context) {
-  const model::SplitMode mode = splitMode.value_or(model::SplitMode::userId);
-  // A split mode is written as the name of its property.
-  const std::string_view name =
-      model::EnumTexts<model::SplitMode>::list.at(static_cast<std::size_t>(mode));
-  const std::string* own = context.user ? context.user->find(name, context.now) : nullptr;
-  if (own == nullptr && mode == model::SplitMode::deviceId) return context.vendorIdentifier;
+  const SplitMode mode = splitMode.value_or(SplitMode::userId);
+  const std::string* own = context.findOwn(propertyOf(mode));
+  if (own == nullptr && mode == SplitMode::deviceId) return context.vendorIdentifier;
   return own;
 }
 

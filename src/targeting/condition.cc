@@ -178,8 +178,8 @@ bool always(const Operand&, const Subject&) {
 
 }  // namespace
 
-PreparedCondition::PreparedCondition(const model::Condition& condition)
-    : name_(condition.name), match_(always<false>) {
+PreparedCondition::PreparedCondition(const model::Condition& condition, PropertyNames& names)
+    : match_(always<false>), property_(names.numberOf(condition.name)) {
   if (condition.values.empty()) return;
   const Sign& sign = signOf(condition);
   if (auto operand = sign.read(condition.values)) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -7,6 +8,7 @@
 
 #include "model/config.h"
 #include "targeting/context.h"
+#include "targeting/property_names.h"
 #include "targeting/version.h"
 
 namespace corvo::targeting {
@@ -36,26 +38,28 @@ using Match = bool (*)(const Operand& operand, const Subject& subject);
 /// the values are parsed. Testing allocates nothing, but where texts differ at a character that is
 /// not ASCII or are searched for long parts.
 ///
-/// Immutable. Refers to the texts of the record it is made from, which must outlive it.
+/// Immutable. Refers to the texts of the record it is made from, which must outlive it. Enters the
+/// name of its property among the names; contexts that it is tested in must be made by these.
 class PreparedCondition {
  public:
-  explicit PreparedCondition(const model::Condition& condition);
+  PreparedCondition(const model::Condition& condition, PropertyNames& names);
 
-  [[nodiscard]] const base::HashedName& name() const noexcept { return name_; }
+  /// The number of the property that is tested.
+  [[nodiscard]] std::uint32_t property() const noexcept { return property_; }
 
   [[nodiscard]] bool matches(const Subject& subject) const { return match_(operand_, subject); }
 
  private:
-  base::HashedName name_;
-  Match match_;
   Operand operand_;
+  Match match_;
+  std::uint32_t property_;
 };
 
 /// Whether a condition holds for a context. `hashed` tells whether texts are compared with the
 /// digest of the property.
 [[nodiscard]] inline bool conditionMatches(const PreparedCondition& condition,
                                            const Context& context, bool hashed) {
-  return condition.matches({context.find(condition.name()), hashed, context.localTime});
+  return condition.matches({context.find(condition.property()), hashed, context.localTime});
 }
 
 }  // namespace corvo::targeting

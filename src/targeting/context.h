@@ -2,34 +2,36 @@
 
 #include <corvo/user.h>
 
+#include <cstdint>
 #include <string>
 
 #include "targeting/local_time.h"
 #include "targeting/property_layer.h"
+#include "targeting/property_table.h"
 
 namespace corvo::targeting {
 
-/// All that a decision reads besides the configuration: three layers of properties, the moment of
-/// the question, the local time of the device and its identifier, null where it has none.
+/// All that a decision reads besides the configuration: the user's own properties, all properties
+/// by the numbers of the configuration's names, the moment of the question, the local time of the
+/// device and its identifier, null where it has none.
 ///
-/// A value made for one question; refers to its parts. A layer may be null, which is an empty one.
+/// A value made for one question; refers to its parts. No properties (null) are none.
 struct Context {
   const PropertyLayer* user = nullptr;
-  const PropertyLayer* device = nullptr;
-  const PropertyLayer* location = nullptr;
+  const PropertyTable* properties = nullptr;
   double now = 0;
   const LocalTime& localTime;
   const std::string* vendorIdentifier = nullptr;
 
-  /// The user's property of that name, else the device's, else the location's; else null. An
-  /// expired one does not hide those behind it.
-  [[nodiscard]] const std::string* find(const base::HashedName& name) const {
-    const auto in = [&](const PropertyLayer* layer) {
-      return layer == nullptr ? nullptr : layer->find(name, now);
-    };
-    if (const std::string* value = in(user)) return value;
-    if (const std::string* value = in(device)) return value;
-    return in(location);
+  /// The property of that number; null when there is none.
+  [[nodiscard]] const std::string* find(std::uint32_t number) const {
+    return properties == nullptr ? nullptr : properties->find(number, now);
+  }
+
+  /// The user's own property of that name; null when there is none, or it has expired.
+  [[nodiscard]] const std::string* findOwn(const base::HashedName& name) const {
+    const PropertyLayer::Property* own = user == nullptr ? nullptr : user->find(name);
+    return own != nullptr && own->countsAt(now) ? &own->value : nullptr;
   }
 };
 

@@ -15,33 +15,34 @@ constexpr double kNever = std::numeric_limits<double>::infinity();
 
 /// Property values by name, each with the moment after which it counts as absent.
 ///
-/// Reading is safe from any thread while nobody writes. Owns its texts; what `find` answers is
-/// valid until the next `put`.
+/// Reading is safe from any thread while nobody writes. Owns its texts; what is found is valid
+/// until a property of a new name is put.
 class PropertyLayer {
  public:
-  /// Enters a property, or replaces the one of that name.
-  void put(const base::HashedName& name, std::string_view value, double expiry = kNever);
-
-  /// The value of a property whose expiry is not earlier than now; null when there is none.
-  [[nodiscard]] const std::string* find(const base::HashedName& name, double now) const {
-    const std::uint32_t position = index_.find(name, NameAt{entries_});
-    if (position == base::NameIndex::kNone || entries_[position].expiry < now) return nullptr;
-    return &entries_[position].value;
-  }
-
- private:
-  struct Entry {
+  struct Property {
     std::string name;
     std::string value;
     double expiry;
+
+    [[nodiscard]] bool countsAt(double now) const { return !(expiry < now); }
   };
 
+  /// Enters a property, or replaces the value and the expiry of the one of that name.
+  void put(const base::HashedName& name, std::string_view value, double expiry = kNever);
+
+  /// The property of that name, expired or not; null when there is none.
+  [[nodiscard]] const Property* find(const base::HashedName& name) const {
+    const std::uint32_t position = index_.find(name, NameAt{properties_});
+    return position == base::NameIndex::kNone ? nullptr : &properties_[position];
+  }
+
+ private:
   struct NameAt {
-    const std::vector<Entry>& entries;
-    std::string_view operator()(std::uint32_t position) const { return entries[position].name; }
+    const std::vector<Property>& properties;
+    std::string_view operator()(std::uint32_t position) const { return properties[position].name; }
   };
 
-  std::vector<Entry> entries_;
+  std::vector<Property> properties_;
   base::NameIndex index_;
 };
 

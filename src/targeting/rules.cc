@@ -27,28 +27,29 @@ bool statementHolds(ConditionalStatement statement, std::span<const PreparedCond
 
 }  // namespace
 
-RuleList::RuleList(const std::vector<model::Rule>& rules) {
+RuleList::RuleList(const std::vector<model::Rule>& rules, PropertyNames& names) {
   std::size_t conditionCount = 0;
   for (const model::Rule& rule : rules)
     conditionCount += rule.isDefault ? 0 : rule.conditions.size();
   rules_.reserve(rules.size());
   conditions_.reserve(conditionCount);
   for (const bool isDefault : {false, true}) {
-    for (std::size_t position = 0; position < rules.size(); ++position) {
-      if (rules[position].isDefault == isDefault) add(rules[position], position);
+    for (const model::Rule& rule : rules) {
+      if (rule.isDefault == isDefault) add(rule, names);
     }
   }
 }
 
 // A default rule holds whatever its conditions: it becomes an AND of none.
-void RuleList::add(const model::Rule& rule, std::size_t position) {
+void RuleList::add(const model::Rule& rule, PropertyNames& names) {
   PreparedRule prepared{.rule = &rule,
-                        .position = static_cast<std::uint32_t>(position),
                         .firstCondition = static_cast<std::uint32_t>(conditions_.size())};
   if (!rule.isDefault) {
     prepared.conditionCount = static_cast<std::uint32_t>(rule.conditions.size());
     prepared.statement = rule.conditionalStatement;
-    for (const model::Condition& condition : rule.conditions) conditions_.emplace_back(condition);
+    for (const model::Condition& condition : rule.conditions) {
+      conditions_.emplace_back(condition, names);
+    }
   }
   rules_.push_back(prepared);
 }
@@ -61,17 +62,20 @@ bool RuleList::ruleMatches(const PreparedRule& rule, const Context& context, boo
 }
 
 // The first rule that holds decides, so the rules behind it need not be looked at.
-RuleChoice RuleList::choose(const Context& context, bool hashed) const {
-  if (rules_.empty()) return {};
+const model::Rule* RuleList::choose(const Context& context, bool hashed) const {
   for (const PreparedRule& rule : rules_) {
-    if (ruleMatches(rule, context, hashed)) return {rule.rule, rule.position, RuleOutcome::chosen};
+    if (ruleMatches(rule, context, hashed)) return rule.rule;
   }
-  return {.outcome = RuleOutcome::noneSatisfied};
+  return nullptr;
 }
 
-PreparedTarget::PreparedTarget(const model::Target& target)
-    : statement(target.conditionalStatement),
-      conditions(target.conditions.begin(), target.conditions.end()) {}
+PreparedTarget::PreparedTarget(const model::Target& target, PropertyNames& names)
+    : statement(target.conditionalStatement) {
+  conditions.reserve(target.conditions.size());
+  for (const model::Condition& condition : target.conditions) {
+    conditions.emplace_back(condition, names);
+  }
+}
 
 bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed) {
   return target.conditions.empty() ||

@@ -10,16 +10,6 @@
 
 namespace corvo::targeting {
 
-/// Why a list of rules chose a rule or none.
-enum class RuleOutcome : std::uint8_t { chosen, noRules, noneSatisfied };
-
-/// What a list of rules answers: a rule with its position in the list, or which no.
-struct RuleChoice {
-  const model::Rule* rule = nullptr;
-  std::uint32_t position = 0;
-  RuleOutcome outcome = RuleOutcome::noRules;
-};
-
 /// The rules of a flag, or of a flag's group, prepared for choosing: arranged with the default
 /// rules last, in flat arrays. Choosing allocates only what a condition does.
 ///
@@ -27,22 +17,23 @@ struct RuleChoice {
 class RuleList {
  public:
   RuleList() = default;
-  explicit RuleList(const std::vector<model::Rule>& rules);
+  RuleList(const std::vector<model::Rule>& rules, PropertyNames& names);
 
-  /// The first rule that holds, default rules tried last. `hashed` is the privacy of whoever owns
-  /// the decision.
-  [[nodiscard]] RuleChoice choose(const Context& context, bool hashed) const;
+  [[nodiscard]] bool isEmpty() const noexcept { return rules_.empty(); }
+
+  /// The first rule that holds, default rules tried last; null when none does. `hashed` is the
+  /// privacy of whoever owns the decision.
+  [[nodiscard]] const model::Rule* choose(const Context& context, bool hashed) const;
 
  private:
   struct PreparedRule {
     const model::Rule* rule;
-    std::uint32_t position;
     std::uint32_t firstCondition;
     std::uint32_t conditionCount = 0;
     model::ConditionalStatement statement = model::ConditionalStatement::and_;
   };
 
-  void add(const model::Rule& rule, std::size_t position);
+  void add(const model::Rule& rule, PropertyNames& names);
   [[nodiscard]] bool ruleMatches(const PreparedRule& rule, const Context& context,
                                  bool hashed) const;
 
@@ -53,7 +44,7 @@ class RuleList {
 /// The test whether an experiment is for a user, prepared. Refers to the record it is made from,
 /// which must outlive it and stay where it is.
 struct PreparedTarget {
-  explicit PreparedTarget(const model::Target& target);
+  PreparedTarget(const model::Target& target, PropertyNames& names);
 
   model::ConditionalStatement statement;
   std::vector<PreparedCondition> conditions;

@@ -41,10 +41,12 @@ TEST(Resolution, ChecksInItsOrderAndNamesTheReason) {
     const auto vendor = own.extract("vendor");
     const targeting::PropertyLayer userLayer = targeting::lastingLayer(own);
     const targeting::PropertyLayer locationLayer = targeting::lastingLayer(location);
+    const targeting::PropertyTable properties(project->propertyNames(),
+                                              {.user = &userLayer, .location = &locationLayer});
     const Placement placement =
         resolveExperiment(*project->findExperiment(experiment),
                           {.user = &userLayer,
-                           .location = &locationLayer,
+                           .properties = &properties,
                            .localTime = localTime,
                            .vendorIdentifier = vendor ? &vendor.mapped() : nullptr});
     EXPECT_EQ(nameOf(placement.reason), reason) << what;

@@ -34,8 +34,9 @@ class FlagDecisionTest : public testing::Test {
  protected:
   FlagDecision decide(const model::ConfigResponse& config, const char* name) {
     project_.emplace(std::make_shared<const model::ConfigResponse>(config));
+    const targeting::PropertyTable properties(project_->propertyNames(), {.user = &user_});
     return decideFlag(project_->findFlag(name),
-                      {.user = &user_, .now = 0, .localTime = localTime_});
+                      {.user = &user_, .properties = &properties, .localTime = localTime_});
   }
 
   std::optional<experiments::Project> project_;

@@ -35,7 +35,10 @@ bool answer(const Question& question, const std::optional<std::string>& property
   PropertyLayer layer;
   if (property) layer.put(question.name, *property);
   const model::Condition record{question.name, static_cast<ConditionSign>(sign), values};
-  return conditionMatches(PreparedCondition(record), {.user = &layer, .localTime = localTime},
+  PropertyNames names;
+  const PreparedCondition condition(record, names);
+  const PropertyTable properties(names, {.user = &layer});
+  return conditionMatches(condition, {.properties = &properties, .localTime = localTime},
                           question.hashed);
 }
 
@@ -83,12 +86,14 @@ TEST(Condition, OfNoValuesIsFalseWhateverItsSign) {
 
 TEST(Condition, KeepsItsDateWhenTheZoneChanges) {
   const model::Condition record{"date", ConditionSign::afterTime, {"2024-03-31 02:30"}};
-  const PreparedCondition condition(record);
+  PropertyNames names;
+  const PreparedCondition condition(record, names);
   fakes::FakeTimeZone zone;
   const LocalTime localTime(zone);
   PropertyLayer layer;
   layer.put("date", "2024-03-31 03:15");
-  const Context context{.user = &layer, .localTime = localTime};
+  const PropertyTable properties(names, {.user = &layer});
+  const Context context{.properties = &properties, .localTime = localTime};
   EXPECT_TRUE(conditionMatches(condition, context, false));
   zone.change(3'600, {{1'711'846'800, 7'200}});  // skips 02:30, which is then 03:30
   EXPECT_FALSE(conditionMatches(condition, context, false));

@@ -16,8 +16,8 @@ constexpr double kNow = 1'714'564'800;  // 2024-05-01 12:00:00 UTC
 constexpr std::int32_t kHour = 3'600;
 
 std::string at(const PropertyLayer& layer, std::string_view name, double now = kNow) {
-  const std::string* value = layer.find(name, now);
-  return value == nullptr ? "(none)" : *value;
+  const PropertyLayer::Property* property = layer.find(name);
+  return property != nullptr && property->countsAt(now) ? property->value : "(none)";
 }
 
 TEST(PropertyLayer, FindsEachOfManyByItsExactName) {
@@ -73,8 +73,9 @@ TEST(UserLayer, LetsAPropertyTellTheExpiryOfTheUserId) {
     if (c.property) user.properties["corvoExpiration"] = *c.property;
     if (c.stamp) (*user.corvoExpiration)["userId"] = *c.stamp;
     const PropertyLayer layer = userLayer(user, localTime);
-    EXPECT_EQ(layer.find("userId", kNow) != nullptr, c.active) << &c - cases;
-    EXPECT_EQ(layer.find("email", kNow), nullptr) << &c - cases;
+    const Context context{.user = &layer, .now = kNow, .localTime = localTime};
+    EXPECT_EQ(context.findOwn("userId") != nullptr, c.active) << &c - cases;
+    EXPECT_EQ(context.findOwn("email"), nullptr) << &c - cases;
   }
 }
 
@@ -88,12 +89,23 @@ TEST(Context, AsksUserThenDeviceThenLocation) {
   const PropertyLayer device = lastingLayer({{"os.name", "iOS"}, {"deviceId", "d"}});
   const PropertyLayer location =
       lastingLayer({{"geo.city", "Wien"}, {"deviceId", "x"}, {"os.name", "y"}});
-  const Context context{&user, &device, &location, kNow, localTime};
-  EXPECT_EQ(*context.find("os.name"), "tvOS");
-  EXPECT_EQ(*context.find("geo.city"), "Wien");  // an expired one does not hide it
-  EXPECT_EQ(*context.find("deviceId"), "d");
-  EXPECT_EQ(context.find("gone"), nullptr);
-  EXPECT_EQ((Context{.localTime = localTime}.find("os.name")), nullptr);
+  PropertyNames names;
+  const std::uint32_t osName = names.numberOf("os.name");
+  const std::uint32_t city = names.numberOf("geo.city");
+  const std::uint32_t deviceId = names.numberOf("deviceId");
+  const std::uint32_t gone = names.numberOf("gone");
+  EXPECT_EQ(names.numberOf("geo.city"), city);
+  const PropertyTable table(names, {&user, &device, &location});
+  const Context context{&user, &table, kNow, localTime};
+  EXPECT_EQ(*context.find(osName), "tvOS");
+  EXPECT_EQ(*context.find(city), "Wien");  // an expired one does not hide it
+  EXPECT_EQ(*context.find(deviceId), "d");
+  EXPECT_EQ(context.find(gone), nullptr);
+  EXPECT_EQ((Context{.localTime = localTime}.find(osName)), nullptr);
+  const double noNumber = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(*table.find(deviceId, noNumber), "d");
+  EXPECT_EQ(*table.find(gone, noNumber), "1");
+  EXPECT_EQ(*table.find(deviceId, -kNever), "d");
 }
 
 TEST(DeviceProperties, DescribeDeviceAndApplication) {

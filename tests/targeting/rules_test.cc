@@ -20,14 +20,23 @@ class Rules : public testing::Test {
  protected:
   Rules() { user_.put("plan", "gold"); }
 
-  RuleChoice choose(const std::vector<model::Rule>& rules, bool hashed = false) {
-    return RuleList(rules).choose(context_, hashed);
+  const model::Rule* choose(const std::vector<model::Rule>& rules, bool hashed = false) {
+    PropertyNames names;
+    const RuleList list(rules, names);
+    const PropertyTable properties(names, {.user = &user_});
+    return list.choose({.properties = &properties, .localTime = localTime_}, hashed);
+  }
+
+  bool matches(const model::Target& target, bool hashed = false) {
+    PropertyNames names;
+    const PreparedTarget prepared(target, names);
+    const PropertyTable properties(names, {.user = &user_});
+    return targetMatches(prepared, {.properties = &properties, .localTime = localTime_}, hashed);
   }
 
   fakes::FakeTimeZone zone_;
   LocalTime localTime_{zone_};
   PropertyLayer user_;
-  Context context_{.user = &user_, .localTime = localTime_};
 };
 
 TEST_F(Rules, AndTargetsJoinTheirConditions) {
@@ -52,8 +61,8 @@ TEST_F(Rules, AndTargetsJoinTheirConditions) {
   for (const Case& c : cases) {
     const std::vector<model::Rule> rules{{false, "on", c.statement, c.conditions}};
     const model::Target target{c.statement, c.conditions};
-    EXPECT_EQ(choose(rules).outcome == RuleOutcome::chosen, c.rule) << &c - cases;
-    EXPECT_EQ(targetMatches(PreparedTarget(target), context_, false), c.target) << &c - cases;
+    EXPECT_EQ(choose(rules) != nullptr, c.rule) << &c - cases;
+    EXPECT_EQ(matches(target), c.target) << &c - cases;
   }
 }
 
@@ -76,25 +85,22 @@ TEST_F(Rules, ChooseTheFirstThatHoldsDefaultsLast) {
       {{unmet, off, second, other, first}, 2, "second"},
   };
   for (const Case& c : cases) {
-    const RuleChoice choice = choose(c.rules);
-    ASSERT_EQ(choice.outcome, RuleOutcome::chosen);
-    EXPECT_EQ(choice.position, c.position);
-    EXPECT_EQ(choice.rule, &c.rules[c.position]);
-    EXPECT_EQ(choice.rule->value, c.value);
+    const model::Rule* chosen = choose(c.rules);
+    EXPECT_EQ(chosen, &c.rules[c.position]) << c.value;
+    EXPECT_EQ(chosen->value, c.value);
   }
-  EXPECT_EQ(choose({}).outcome, RuleOutcome::noRules);
-  EXPECT_EQ(choose({unmet, unmet}).outcome, RuleOutcome::noneSatisfied);
-  EXPECT_EQ(choose({unmet}).rule, nullptr);
+  EXPECT_EQ(choose({}), nullptr);
+  EXPECT_EQ(choose({unmet, unmet}), nullptr);
 }
 
 TEST_F(Rules, CompareDigestsWhenTheOwnerIsPrivate) {
   const std::vector<model::Rule> rules{{false, "plain", and_, {kTrue}},
                                        {false, "hashed", and_, {kHashed}}};
-  EXPECT_EQ(choose(rules, false).rule->value, "plain");
-  EXPECT_EQ(choose(rules, true).rule->value, "hashed");
+  EXPECT_EQ(choose(rules, false)->value, "plain");
+  EXPECT_EQ(choose(rules, true)->value, "hashed");
   const model::Target target{and_, {kHashed}};
-  EXPECT_FALSE(targetMatches(PreparedTarget(target), context_, false));
-  EXPECT_TRUE(targetMatches(PreparedTarget(target), context_, true));
+  EXPECT_FALSE(matches(target, false));
+  EXPECT_TRUE(matches(target, true));
 }
 
 }  // namespace

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "targeting/property_layer.h"
+#include "targeting/property_names.h"
+
+namespace corvo::targeting {
+
+/// The layers that a property is looked for in, in this order. Null is an empty one. Only the
+/// user's properties expire.
+struct Layers {
+  const PropertyLayer* user = nullptr;
+  const PropertyLayer* device = nullptr;
+  const PropertyLayer* location = nullptr;
+};
+
+/// The properties of all layers, by the numbers of one configuration's names. Refers to the layers'
+/// texts: a new value under an old name shows, a new name or expiry needs a new table.
+class PropertyTable {
+ public:
+  PropertyTable() = default;
+  PropertyTable(const PropertyNames& names, const Layers& layers);
+
+  /// The user's property of that number, else the device's, else the location's; else null. An
+  /// expired one does not hide those behind it.
+  [[nodiscard]] const std::string* find(std::uint32_t number, double now) const {
+    const Row& row = rows_[number];
+    return row.expiry < now ? row.otherwise : row.value;
+  }
+
+ private:
+  struct Row {
+    const std::string* value;
+    double expiry;
+    const std::string* otherwise;
+  };
+
+  std::vector<Row> rows_;
+};
+
+}  // namespace corvo::targeting
