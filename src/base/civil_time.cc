@@ -12,30 +12,36 @@ namespace {
 constexpr std::int64_t kYearsPerEra = 400;
 constexpr std::int64_t kDaysPerEra = 146'097;
 
-std::string_view shapeOf(DatePattern pattern) noexcept {
-  constexpr std::string_view kShape = "0000-00-00 00:00:00";
+constexpr std::string_view kShape = "yyyy-MM-dd HH:mm:ss";
+
+std::size_t lengthOf(DatePattern pattern) noexcept {
   switch (pattern) {
     case DatePattern::day:
-      return kShape.substr(0, 10);
+      return 10;
     case DatePattern::minute:
-      return kShape.substr(0, 16);
+      return 16;
     case DatePattern::second:
       break;
   }
-  return kShape;
+  return kShape.size();
 }
 
-bool hasShape(std::string_view text, std::string_view shape) noexcept {
-  return std::equal(text.begin(), text.end(), shape.begin(), shape.end(), [](char given, char at) {
-    return at == '0' ? given >= '0' && given <= '9' : given == at;
-  });
+bool hasSeparators(std::string_view text) noexcept {
+  for (const std::size_t at : {4, 7, 10, 13, 16}) {
+    if (at < text.size() && text[at] != kShape[at]) return false;
+  }
+  return true;
 }
 
-// A field that the text is too short for is 0.
-int field(std::string_view text, std::size_t begin, std::size_t width) noexcept {
+// The number in a field, 0 where the text is too short for it. `isValid` is cleared where anything
+// but digits stands there.
+int field(std::string_view text, std::size_t begin, std::size_t width, bool& isValid) noexcept {
   if (begin >= text.size()) return 0;
   int value = 0;
-  for (const char digit : text.substr(begin, width)) value = value * 10 + (digit - '0');
+  for (const char digit : text.substr(begin, width)) {
+    isValid &= digit >= '0' && digit <= '9';
+    value = value * 10 + (digit - '0');
+  }
   return value;
 }
 
@@ -58,18 +64,21 @@ std::int64_t floorModulo(std::int64_t value, std::int64_t by) noexcept {
 }  // namespace
 
 std::optional<LocalSeconds> parseDate(std::string_view text, DatePattern pattern) noexcept {
-  if (!hasShape(text, shapeOf(pattern))) return {};
-  const int year = field(text, 0, 4);
-  const std::chrono::year_month_day date{
-      std::chrono::year(year), std::chrono::month(static_cast<unsigned>(field(text, 5, 2))),
-      std::chrono::day(static_cast<unsigned>(field(text, 8, 2)))};
-  const LocalSeconds hour = field(text, 11, 2);
-  const LocalSeconds minute = field(text, 14, 2);
-  const LocalSeconds second = field(text, 17, 2);
-  if (year == 0 || !date.ok() || hour > 23 || minute > 59 || second > 59) return {};
-
+  if (text.size() != lengthOf(pattern) || !hasSeparators(text)) return {};
+  bool isValid = true;
+  const int year = field(text, 0, 4, isValid);
+  const int month = field(text, 5, 2, isValid);
+  const int day = field(text, 8, 2, isValid);
+  const int hour = field(text, 11, 2, isValid);
+  const int minute = field(text, 14, 2, isValid);
+  const int second = field(text, 17, 2, isValid);
+  if (!isValid || year == 0 || hour > 23 || minute > 59 || second > 59) return {};
+  const std::chrono::year_month_day date{std::chrono::year(year),
+                                         std::chrono::month(static_cast<unsigned>(month)),
+                                         std::chrono::day(static_cast<unsigned>(day))};
+  if (!date.ok()) return {};
   const LocalSeconds days = std::chrono::sys_days(date).time_since_epoch().count();
-  return days * kSecondsPerDay + hour * 3'600 + minute * 60 + second;
+  return days * kSecondsPerDay + LocalSeconds{hour} * 3'600 + minute * 60 + second;
 }
 
 std::string formatDate(LocalSeconds local, DatePattern pattern) {

@@ -153,10 +153,6 @@ bool sameDecomposition(std::string_view a, std::string_view b) {
   }
 }
 
-char lowerCased(char c) noexcept {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 }  // namespace
 
 bool isWellFormed(std::string_view text) noexcept { return illFormedRest(text).empty(); }
@@ -187,8 +183,9 @@ std::string wellFormed(std::string_view text) {
 }
 
 bool equalsLowerCased(std::string_view text, std::string_view lowerCase) noexcept {
+  constexpr char kCaseBit = 0x20;  // only a letter becomes a lower-case letter by it
   return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(),
-                    [](char given, char lower) { return lowerCased(given) == lower; });
+                    [](char given, char lower) { return (given | kCaseBit) == lower; });
 }
 
 }  // namespace corvo::base

@@ -34,8 +34,8 @@ class WellFormed {
 /// Whether two well-formed texts are canonically equivalent (Unicode TR15: equal in NFD).
 [[nodiscard]] bool canonicallyEqual(std::string_view a, std::string_view b);
 
-/// Whether the text equals `lowerCase`, which is ASCII without upper-case letters, once the text is
-/// lower-cased. For the words that the library asks for, ASCII lower-casing is full Unicode
+/// Whether the text equals `lowerCase`, which consists of lower-case ASCII letters, once the text
+/// is lower-cased. For the words that the library asks for, ASCII lower-casing is full Unicode
 /// lower-casing: no other character has their letters for its lower case.
 [[nodiscard]] bool equalsLowerCased(std::string_view text, std::string_view lowerCase) noexcept;
 

@@ -28,18 +28,34 @@ struct TextHash {
 
   [[nodiscard]] std::size_t operator()(std::string_view text) const noexcept {
     std::uint64_t hash = hashSeed() ^ text.size();
-    while (text.size() >= sizeof(std::uint64_t)) {
-      std::uint64_t word = 0;
-      std::memcpy(&word, text.data(), sizeof word);
-      hash = mixed(hash ^ word);
-      text.remove_prefix(sizeof word);
+    const char* at = text.data();
+    std::size_t left = text.size();
+    for (; left > sizeof(std::uint64_t); at += 8, left -= 8) {
+      hash = mixed(hash ^ load<std::uint64_t>(at));
     }
-    std::uint64_t rest = 0;
-    std::memcpy(&rest, text.data(), text.size());
-    return static_cast<std::size_t>(mixed(hash ^ rest));
+    return static_cast<std::size_t>(mixed(hash ^ last(text, at, left)));
   }
 
  private:
+  template <class Integer>
+  static std::uint64_t load(const char* bytes) noexcept {
+    Integer value = 0;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+  }
+
+  // The last bytes, at most eight, in one or two pieces that may overlap, and, in a long text, with
+  // some of those before them: so no loop over single bytes is needed.
+  static std::uint64_t last(std::string_view text, const char* at, std::size_t left) noexcept {
+    if (text.size() >= 8) return load<std::uint64_t>(at + left - 8);
+    if (left >= 4) {
+      return load<std::uint32_t>(at) | load<std::uint32_t>(at + left - 4) << 32;
+    }
+    if (left == 0) return 0;
+    return load<std::uint8_t>(at) | load<std::uint8_t>(at + left / 2) << 8 |
+           load<std::uint8_t>(at + left - 1) << 16;
+  }
+
   // Both halves of the product with 2^64 over the golden ratio, folded together.
   static std::uint64_t mixed(std::uint64_t word) noexcept {
     constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15;

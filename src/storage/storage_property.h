@@ -68,9 +68,10 @@ class StorageProperty {
   StorageProperty(const std::string& key, std::shared_ptr<StorageProtocol> storage,
                   std::optional<std::uint64_t> cacheTTL)
       : storage_(std::move(storage)),
-        cacheTTL_(cacheTTL),
         storedValue_(key + ".value"),
-        storedTime_(key + ".update_time") {}
+        storedTime_(key + ".update_time") {
+    if (cacheTTL) cacheTTL_ = static_cast<double>(*cacheTTL);
+  }
 
   /// Whether the value may be used at the moment: less than the time-to-live, to the bit, has
   /// passed since it was written. A clock set back leaves it valid.
@@ -108,18 +109,20 @@ class StorageProperty {
  private:
   bool servesAt(double now) {
     if (!cacheTTL_) return true;
-    const std::optional<double> written = updateTime();
-    return written && now - *written < static_cast<double>(*cacheTTL_);
+    const double* written = updateTime();
+    return written != nullptr && now - *written < *cacheTTL_;
   }
 
-  std::optional<double> updateTime() {
-    if (cachedUpdateTime_ || !storage_) return cachedUpdateTime_;
+  // Null when it was never written.
+  const double* updateTime() {
+    if (cachedUpdateTime_) return &*cachedUpdateTime_;
+    if (!storage_) return nullptr;
     const auto& stored = storedTime_.read(*storage_);
-    return stored ? std::optional(stored->secondsSince1970) : std::nullopt;
+    return stored ? &stored->secondsSince1970 : nullptr;
   }
 
   std::shared_ptr<StorageProtocol> storage_;
-  std::optional<std::uint64_t> cacheTTL_;
+  std::optional<double> cacheTTL_;
   std::shared_ptr<const T> cachedValue_;    // last written through this slot in this process
   std::optional<double> cachedUpdateTime_;  // when that was
   Stored<T> storedValue_;

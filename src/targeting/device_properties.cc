@@ -22,19 +22,15 @@ DeviceProperties::DeviceProperties(const DeviceFacts& facts) {
   layer_.put("os.version", normalisedVersion(facts.osVersion.value_or("")));
 }
 
-const PropertyLayer& DeviceProperties::at(double now, std::uint64_t zone,
-                                          const LocalTime& localTime) {
-  const Tick tick{base::wholeSeconds(now), zone};
-  if (tick_ == tick) return layer_;
+void DeviceProperties::show(double now, std::uint64_t zone, const LocalTime& localTime) {
+  second_ = static_cast<double>(base::wholeSeconds(now));
+  zone_ = zone;
   const base::LocalSeconds minute = minuteOf(localTime.at(now));
-  if (minute_ != minute) {
-    const std::string text = base::formatDate(minute, base::DatePattern::minute);
-    layer_.put("time", text);
-    layer_.put("date", text);
-  }
-  tick_ = tick;
+  if (minute_ == minute) return;
   minute_ = minute;
-  return layer_;
+  const std::string text = base::formatDate(minute, base::DatePattern::minute);
+  layer_.put("time", text);
+  layer_.put("date", text);
 }
 
 std::string normalisedVersion(std::string_view version) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,18 +29,18 @@ class DeviceProperties {
   /// The layer at a moment. Cheap to ask at every question: the clock's text is made anew when the
   /// local minute has changed, and that is looked at once per second. `zone` identifies the present
   /// time zone. Valid until the next call.
-  [[nodiscard]] const PropertyLayer& at(double now, std::uint64_t zone, const LocalTime& localTime);
+  [[nodiscard]] const PropertyLayer& at(double now, std::uint64_t zone,
+                                        const LocalTime& localTime) {
+    if (zone != zone_ || !(second_ <= now && now < second_ + 1)) show(now, zone, localTime);
+    return layer_;
+  }
 
  private:
-  struct Tick {
-    std::int64_t second;
-    std::uint64_t zone;
-
-    bool operator==(const Tick&) const = default;
-  };
+  void show(double now, std::uint64_t zone, const LocalTime& localTime);
 
   PropertyLayer layer_;
-  std::optional<Tick> tick_;
+  double second_ = std::numeric_limits<double>::quiet_NaN();  // that was last looked at
+  std::uint64_t zone_ = 0;
   std::optional<base::LocalSeconds> minute_;
 };
 
