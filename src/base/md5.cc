@@ -12,8 +12,6 @@ namespace {
 constexpr std::size_t kBlockSize = 64;
 constexpr std::size_t kLengthSize = 8;
 
-using Words = std::array<std::uint32_t, kBlockSize / 4>;
-
 // The names of RFC 1321, section 3.4: T holds 2^32 |sin i| in whole numbers, i from 1 to 64.
 constexpr std::array<std::uint32_t, 64> kT{
     0xd76aa478, 0xe8c7b756, 0x242070db, 0xc1bdceee, 0xf57c0faf, 0x4787c62a, 0xa8304613, 0xfd469501,
@@ -30,36 +28,57 @@ constexpr std::array<std::array<int, 4>, 4> kTurns{
 constexpr std::array<std::size_t, 4> kFirstWord{0, 1, 5, 0};
 constexpr std::array<std::size_t, 4> kWordStride{1, 5, 3, 7};
 
+// A word of the computation, or a word of each of several.
+using Word = std::uint32_t;
+#ifdef __GNUC__
+using Lanes = Word __attribute__((vector_size(kMd5Lanes * sizeof(Word))));
+#endif
+
+template <class W>
+using Words = std::array<W, kBlockSize / sizeof(Word)>;
+
 // The four words A to D.
-using State = std::array<std::uint32_t, 4>;
-constexpr State kStart{0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};
+template <class W>
+using State = std::array<W, 4>;
+
+template <class W>
+State<W> start() noexcept {
+  constexpr State<Word> kStart{0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};
+  return {W{} + kStart[0], W{} + kStart[1], W{} + kStart[2], W{} + kStart[3]};
+}
 
 // What a step adds up before it turns. Every step waits for the b of the one before, so b comes in
 // as late as it can: the two halves of the second round share no bit and are added one by one.
-template <std::size_t round>
-std::uint32_t sum(std::uint32_t ready, std::uint32_t b, std::uint32_t c, std::uint32_t d) noexcept {
+template <std::size_t round, class W>
+W sum(W ready, W b, W c, W d) noexcept {
   if constexpr (round == 0) return ready + (((c ^ d) & b) ^ d);
   if constexpr (round == 1) return ready + (~d & c) + (d & b);
   if constexpr (round == 2) return ready + (b ^ (c ^ d));
   if constexpr (round == 3) return ready + (c ^ (b | ~d));
 }
 
-template <std::size_t step>
-void advance(State& s, const Words& words) noexcept {
+template <std::size_t step, class W>
+void advance(State<W>& s, const Words<W>& words) noexcept {
   constexpr std::size_t round = step / 16;
   constexpr std::size_t word = (kFirstWord[round] + kWordStride[round] * step) % 16;
+  constexpr int turns = kTurns[round][step % 4];
   // After each step the words change places; here their names do.
   constexpr std::size_t a = (64 - step) % 4;
-  const std::uint32_t b = s[(a + 1) % 4];
-  const std::uint32_t turning =
-      sum<round>(s[a] + kT[step] + words[word], b, s[(a + 2) % 4], s[(a + 3) % 4]);
-  s[a] = b + std::rotl(turning, kTurns[round][step % 4]);
+  const W b = s[(a + 1) % 4];
+  const W turning = sum<round>(s[a] + kT[step] + words[word], b, s[(a + 2) % 4], s[(a + 3) % 4]);
+  s[a] = b + ((turning << turns) | (turning >> (32 - turns)));
 }
 
-template <std::size_t... steps>
-State advanced(State s, const Words& words, std::index_sequence<steps...>) noexcept {
+template <class W, std::size_t... steps>
+State<W> advanced(State<W> s, const Words<W>& words, std::index_sequence<steps...>) noexcept {
   (advance<steps>(s, words), ...);
   return s;
+}
+
+template <class W>
+State<W> absorbed(const State<W>& s, const Words<W>& words) noexcept {
+  const State<W> t = advanced(s, words, std::make_index_sequence<kT.size()>{});
+  return {s[0] + t[0], s[1] + t[1], s[2] + t[2], s[3] + t[3]};
 }
 
 std::uint32_t load(const std::uint8_t* bytes) noexcept {
@@ -69,58 +88,108 @@ std::uint32_t load(const std::uint8_t* bytes) noexcept {
 
 template <class Integer>
 void store(Integer value, std::uint8_t* bytes) noexcept {
-  for (std::size_t i = 0; i < sizeof value; ++i) {
-    bytes[i] = static_cast<std::uint8_t>(value >> (8 * i));
+  if constexpr (std::endian::native == std::endian::little) {
+    std::memcpy(bytes, &value, sizeof value);
+  } else {
+    for (std::size_t i = 0; i < sizeof value; ++i) {
+      bytes[i] = static_cast<std::uint8_t>(value >> (8 * i));
+    }
   }
 }
 
-class Hasher {
+/// The two texts joined, the mark behind them and the length in bits at the end, block by block.
+class PaddedMessage {
  public:
-  void absorb(std::string_view text) noexcept {
-    length_ += text.size();
-    while (!text.empty()) {
-      const std::size_t taken = std::min(text.size(), kBlockSize - used_);
-      std::memcpy(block_.data() + used_, text.data(), taken);
-      text.remove_prefix(taken);
-      used_ += taken;
-      if (used_ == kBlockSize) compress();
-    }
+  explicit PaddedMessage(const Md5Message& message) noexcept
+      : head_(message.head),
+        tail_(message.tail),
+        length_(std::uint64_t{message.head.size()} + message.tail.size()) {}
+
+  [[nodiscard]] std::uint64_t blockCount() const noexcept {
+    return (length_ + kLengthSize) / kBlockSize + 1;
   }
+  [[nodiscard]] bool isAtEnd() const noexcept { return isAtEnd_; }
 
-  Md5Digest finish() noexcept {
-    block_[used_] = 0x80;
-    if (used_ >= kBlockSize - kLengthSize) compress();
-    store(length_ * 8, block_.data() + kBlockSize - kLengthSize);
-    compress();
+  Words<Word> next() noexcept {
+    Block block{};
+    std::size_t used = take(head_, block, 0);
+    used = take(tail_, block, used);
+    if (!isMarked_ && used < kBlockSize) {
+      block[used++] = kMark;
+      isMarked_ = true;
+    }
+    isAtEnd_ = isMarked_ && used <= kBlockSize - kLengthSize;
+    if (isAtEnd_) store(length_ * 8, block.data() + kBlockSize - kLengthSize);
 
-    Md5Digest digest;
-    for (std::size_t i = 0; i < state_.size(); ++i) store(state_[i], digest.data() + 4 * i);
-    return digest;
+    Words<Word> words;
+    for (std::size_t i = 0; i < words.size(); ++i) words[i] = load(block.data() + 4 * i);
+    return words;
   }
 
  private:
-  void compress() noexcept {
-    Words words;
-    for (std::size_t i = 0; i < words.size(); ++i) words[i] = load(block_.data() + 4 * i);
-    const State sums = advanced(state_, words, std::make_index_sequence<kT.size()>{});
-    for (std::size_t i = 0; i < sums.size(); ++i) state_[i] += sums[i];
-    block_ = {};
-    used_ = 0;
+  using Block = std::array<std::uint8_t, kBlockSize>;
+
+  static constexpr std::uint8_t kMark = 0x80;
+
+  // Moves as much of the text into the block as fits; the new end of what is used.
+  static std::size_t take(std::string_view& text, Block& block, std::size_t used) noexcept {
+    const std::size_t taken = std::min(text.size(), kBlockSize - used);
+    if (taken != 0) std::memcpy(block.data() + used, text.data(), taken);
+    text.remove_prefix(taken);
+    return used + taken;
   }
 
-  State state_ = kStart;
-  std::uint64_t length_ = 0;
-  std::size_t used_ = 0;  // below kBlockSize between calls, and zeros follow
-  std::array<std::uint8_t, kBlockSize> block_{};
+  std::string_view head_;
+  std::string_view tail_;
+  std::uint64_t length_;
+  bool isMarked_ = false;
+  bool isAtEnd_ = false;
 };
+
+Md5Digest digestOf(const State<Word>& state) noexcept {
+  Md5Digest digest;
+  for (std::size_t i = 0; i < state.size(); ++i) store(state[i], digest.data() + 4 * i);
+  return digest;
+}
 
 }  // namespace
 
 Md5Digest md5(std::string_view head, std::string_view tail) noexcept {
-  Hasher hasher;
-  hasher.absorb(head);
-  hasher.absorb(tail);
-  return hasher.finish();
+  PaddedMessage padded({head, tail});
+  State<Word> state = start<Word>();
+  while (!padded.isAtEnd()) state = absorbed(state, padded.next());
+  return digestOf(state);
+}
+
+std::array<Md5Digest, kMd5Lanes> md5OfEach(
+    const std::array<Md5Message, kMd5Lanes>& messages) noexcept {
+#ifdef __GNUC__
+  std::array padded{PaddedMessage(messages[0]), PaddedMessage(messages[1]),
+                    PaddedMessage(messages[2]), PaddedMessage(messages[3])};
+  const auto isAsLong = [&](const PaddedMessage& other) {
+    return other.blockCount() == padded[0].blockCount();
+  };
+  if (std::all_of(padded.begin(), padded.end(), isAsLong)) {
+    State<Lanes> state = start<Lanes>();
+    while (!padded[0].isAtEnd()) {
+      Words<Lanes> words;
+      for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
+        const Words<Word> own = padded[lane].next();
+        for (std::size_t i = 0; i < own.size(); ++i) words[i][lane] = own[i];
+      }
+      state = absorbed(state, words);
+    }
+    std::array<Md5Digest, kMd5Lanes> digests;
+    for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
+      digests[lane] = digestOf({state[0][lane], state[1][lane], state[2][lane], state[3][lane]});
+    }
+    return digests;
+  }
+#endif
+  std::array<Md5Digest, kMd5Lanes> digests;
+  std::transform(messages.begin(), messages.end(), digests.begin(),
+                 [](const Md5Message& message) { return md5(message.head, message.tail); });
+  return digests;
 }
 
 Md5Hex hexDigits(const Md5Digest& digest) noexcept {

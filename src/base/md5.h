@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -14,6 +15,18 @@ using Md5Hex = std::array<char, 32>;
 /// The MD5 digest (RFC 1321) of the two texts' bytes joined with nothing between. Allocates
 /// nothing.
 [[nodiscard]] Md5Digest md5(std::string_view head, std::string_view tail = {}) noexcept;
+
+/// Two texts that are joined with nothing between.
+struct Md5Message {
+  std::string_view head;
+  std::string_view tail;
+};
+
+/// The digests of several messages. They are made side by side where the messages have equally many
+/// blocks, which takes half the time.
+constexpr std::size_t kMd5Lanes = 4;
+[[nodiscard]] std::array<Md5Digest, kMd5Lanes> md5OfEach(
+    const std::array<Md5Message, kMd5Lanes>& messages) noexcept;
 
 [[nodiscard]] Md5Hex md5Hex(std::string_view text) noexcept;
 [[nodiscard]] Md5Hex hexDigits(const Md5Digest& digest) noexcept;

@@ -5,8 +5,11 @@
 #include <bit>
 #include <cfloat>
 #include <cmath>
+#include <cstddef>
 #include <limits>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "base/stop_process.h"
 
@@ -28,13 +31,34 @@ constexpr double kLayerDivisor = 10.0;
 constexpr std::string_view kDefaultLayerSalt = "sad";
 constexpr std::string_view kFallbackGroup = "a";
 
-// What each digit counts in the hash: the last one 1, the one before it 31, modulo 2^32.
-constexpr auto kPowersOf31 = [] {
-  std::array<std::uint32_t, std::tuple_size_v<base::Md5Hex>> powers{};
-  std::uint32_t power = 1;
-  for (auto at = powers.rbegin(); at != powers.rend(); ++at, power *= 31) *at = power;
-  return powers;
+constexpr std::uint32_t kHashFactor = 31;
+
+// The hash of a byte's two digits.
+constexpr auto kDigitsHash = [] {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::array<std::uint16_t, 256> hashes{};
+  for (std::size_t byte = 0; byte < hashes.size(); ++byte) {
+    hashes[byte] =
+        static_cast<std::uint16_t>(kHashFactor * static_cast<unsigned char>(kDigits[byte / 16]) +
+                                   static_cast<unsigned char>(kDigits[byte % 16]));
+  }
+  return hashes;
 }();
+
+// What each byte's digits count in the hash: those of the last one 1, modulo 2^32.
+constexpr auto kDigitsFactors = [] {
+  std::array<std::uint32_t, std::tuple_size_v<base::Md5Digest>> factors{};
+  std::uint32_t factor = 1;
+  for (auto at = factors.rbegin(); at != factors.rend(); ++at) {
+    *at = factor;
+    factor *= kHashFactor * kHashFactor;
+  }
+  return factors;
+}();
+
+double bucketOf(const base::Md5Digest& digest) {
+  return static_cast<double>(stringHash32(digest)) * kBucketMultiplier * kBucketScale;
+}
 
 template <class List>
 bool contains(const List& list, std::string_view splitId) {
@@ -44,6 +68,25 @@ bool contains(const List& list, std::string_view splitId) {
 Placement placed(Reason reason, const std::vector<model::Group>& groups, std::size_t index,
                  double bucket = 0) {
   return {reason, &groups[index], static_cast<std::uint32_t>(index), bucket};
+}
+
+// The first group in whose forced list the identifier stands.
+std::optional<std::size_t> forcedGroupIndex(const std::vector<model::Group>& groups,
+                                            std::string_view splitId) {
+  for (std::size_t i = 0; i < groups.size(); ++i) {
+    if (contains(groups[i].forcedUserList, splitId)) return i;
+  }
+  return std::nullopt;
+}
+
+// What is left of a bucket's magnitude after the whole hundreds: to the bit what `std::fmod`
+// leaves, in a third of the time. Nothing is rounded but the quotient, which may become the next
+// whole number: products and differences are multiples of the magnitude's last place, and no
+// larger.
+double beyondHundreds(double magnitude) {
+  auto hundreds = static_cast<double>(static_cast<int>(magnitude / kPercent));
+  if (hundreds * kPercent > magnitude) --hundreds;
+  return magnitude - hundreds * kPercent;
 }
 
 // The first group whose share ends at the point or beyond it, else the one that takes the rest.
@@ -56,6 +99,22 @@ std::optional<std::size_t> groupAt(double point, const std::vector<model::Group>
   const auto rest = std::ranges::find(groups, kFallbackGroup, &model::Group::name);
   if (rest == groups.end()) return std::nullopt;
   return static_cast<std::size_t>(rest - groups.begin());
+}
+
+enum class AllocationTest : bool { skipped, applied };
+
+// The group whose share of the weights the bucket falls in. A point on a boundary belongs to the
+// earlier group.
+Placement pickGroupByWeight(const model::Experiment& experiment, AllocationTest allocationTest,
+                            double bucket) {
+  const double magnitude = std::fabs(bucket);
+  if (allocationTest == AllocationTest::applied &&
+      magnitude / kPercent > experiment.allocation * kPercent) {
+    return {.reason = Reason::outsideAllocation, .bucket = bucket};
+  }
+  const std::optional<std::size_t> index = groupAt(beyondHundreds(magnitude), experiment.groups);
+  if (!index) return {.reason = Reason::noGroup, .bucket = bucket};
+  return placed(Reason::bucketed, experiment.groups, *index, bucket);
 }
 
 // Bounds that are not ordered, as those that are no numbers, admit nobody.
@@ -78,47 +137,34 @@ bool insideLayer(std::string_view splitId, const model::Experiment& experiment) 
 
 }  // namespace
 
-// As a sum of digits times powers, whose terms do not wait for one another.
+// As a sum, whose terms do not wait for one another.
 std::int32_t stringHash32(const base::Md5Digest& digest) noexcept {
-  const base::Md5Hex digits = base::hexDigits(digest);
   std::uint32_t hash = 0;
-  for (std::size_t i = 0; i < digits.size(); ++i) {
-    hash += kPowersOf31[i] * static_cast<unsigned char>(digits[i]);
+  for (std::size_t i = 0; i < digest.size(); ++i) {
+    hash += kDigitsFactors[i] * kDigitsHash[digest[i]];
   }
   return static_cast<std::int32_t>(hash);
 }
 
 double bucketValue(std::string_view splitId, std::string_view salt) noexcept {
-  const std::int32_t hash = stringHash32(base::md5(splitId, salt));
-  return static_cast<double>(hash) * kBucketMultiplier * kBucketScale;
+  return bucketOf(base::md5(splitId, salt));
 }
 
-std::optional<std::size_t> forcedGroupIndex(const std::vector<model::Group>& groups,
-                                            std::string_view splitId) noexcept {
-  const auto found = std::ranges::find_if(
-      groups, [&](const auto& group) { return contains(group.forcedUserList, splitId); });
-  if (found == groups.end()) return std::nullopt;
-  return static_cast<std::size_t>(found - groups.begin());
+Buckets bucketValues(const std::array<base::Md5Message, base::kMd5Lanes>& messages) noexcept {
+  const auto digests = base::md5OfEach(messages);
+  Buckets buckets{};
+  std::ranges::transform(digests, buckets.begin(), bucketOf);
+  return buckets;
 }
 
-Placement pickGroupByWeight(const std::vector<model::Group>& groups, AllocationTest allocationTest,
-                            double bucket, double allocation) noexcept {
-  const double magnitude = std::fabs(bucket);
-  if (allocationTest == AllocationTest::applied && magnitude / kPercent > allocation * kPercent) {
-    return {.reason = Reason::outsideAllocation, .bucket = bucket};
-  }
-  const std::optional<std::size_t> index = groupAt(std::fmod(magnitude, kPercent), groups);
-  if (!index) return {.reason = Reason::noGroup, .bucket = bucket};
-  return placed(Reason::bucketed, groups, *index, bucket);
-}
-
-Placement assignGroup(std::string_view splitId, const model::Experiment& experiment) {
+Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
+                      const double* bucket) {
   if (const auto index = forcedGroupIndex(experiment.groups, splitId)) {
     return placed(Reason::forcedIntoGroup, experiment.groups, *index);
   }
   const auto pick = [&](AllocationTest allocationTest) {
-    return pickGroupByWeight(experiment.groups, allocationTest,
-                             bucketValue(splitId, experiment.salt), experiment.allocation);
+    return pickGroupByWeight(experiment, allocationTest,
+                             bucket != nullptr ? *bucket : bucketValue(splitId, experiment.salt));
   };
   if (contains(experiment.forcedUserList, splitId)) {
     Placement placement = pick(AllocationTest::skipped);

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <cstddef>
+#include <array>
 #include <cstdint>
-#include <optional>
 #include <string_view>
-#include <vector>
 
 #include "base/md5.h"
 #include "experiments/placement.h"
@@ -19,24 +17,20 @@ namespace corvo::experiments {
 /// number (two's complement).
 [[nodiscard]] std::int32_t stringHash32(const base::Md5Digest& digest) noexcept;
 
-/// The hash of the two texts joined, scaled to -9942.8 to 9942.8. Of use is its absolute value.
+/// The hash of a split identifier and a salt joined, scaled to -9942.8 to 9942.8. Of use is its
+/// absolute value.
 [[nodiscard]] double bucketValue(std::string_view splitId, std::string_view salt) noexcept;
 
-/// The first group in whose forced list the identifier stands.
-[[nodiscard]] std::optional<std::size_t> forcedGroupIndex(const std::vector<model::Group>& groups,
-                                                          std::string_view splitId) noexcept;
-
-enum class AllocationTest : bool { skipped, applied };
-
-/// The group whose share of the weights the bucket falls in. A point on a boundary belongs to the
-/// earlier group; one beyond all weights to the first group named "a".
-[[nodiscard]] Placement pickGroupByWeight(const std::vector<model::Group>& groups,
-                                          AllocationTest allocationTest, double bucket,
-                                          double allocation) noexcept;
+/// Those of several, each of an identifier and a salt, in half the time.
+using Buckets = std::array<double, base::kMd5Lanes>;
+[[nodiscard]] Buckets bucketValues(
+    const std::array<base::Md5Message, base::kMd5Lanes>& messages) noexcept;
 
 /// Which group of the experiment the identifier has, if any: by a group's forced list, else by the
 /// experiment's (whatever layer and allocation say), else by layer, allocation and weights. Layer
-/// bounds whose lower one exceeds the upper stop the process when they are reached.
-[[nodiscard]] Placement assignGroup(std::string_view splitId, const model::Experiment& experiment);
+/// bounds whose lower one exceeds the upper stop the process when they are reached. `bucket` is
+/// that of identifier and salt, null where it is not known yet.
+[[nodiscard]] Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
+                                    const double* bucket = nullptr);
 
 }  // namespace corvo::experiments

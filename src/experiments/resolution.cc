@@ -1,9 +1,11 @@
 #include "experiments/resolution.h"
 
+#include <algorithm>
+#include <array>
+#include <span>
 #include <string>
 #include <string_view>
 
-#include "experiments/bucketing.h"
 #include "experiments/split_identifier.h"
 #include "targeting/rules.h"
 
@@ -13,60 +15,90 @@ using Reason = PlacementReason;
 
 namespace {
 
+using Holdouts = std::span<const PreparedExperiment* const>;
+
 // The group, and, unless a forced list put the user there, the targets.
 Placement place(std::string_view splitId, const PreparedExperiment& experiment,
-                const targeting::Context& context) {
+                const targeting::Context& context, const double* bucket) {
   const model::Experiment& record = *experiment.record;
-  const Placement placement = assignGroup(splitId, record);
-  if (placement.reason != Reason::bucketed || !experiment.target) return placement;
-  if (targetMatches(*experiment.target, context, record.isPrivate.value_or(false))) {
-    return placement;
+  Placement placement = assignGroup(splitId, record, bucket);
+  if (placement.reason == Reason::bucketed && experiment.target &&
+      !targetMatches(*experiment.target, context, record.isPrivate.value_or(false))) {
+    placement = {.reason = Reason::targetsNotMet, .bucket = placement.bucket};
   }
-  return {.reason = Reason::targetsNotMet, .bucket = placement.bucket};
+  return placement;
 }
 
-template <class IsInHoldout>
-Placement resolve(const PreparedExperiment& experiment, const targeting::Context& context,
-                  IsInHoldout isInHoldout) {
+template <class IsInHoldout, class BucketOf>
+Placement resolve(const PreparedExperiment& experiment, Holdouts holdouts,
+                  const targeting::Context& context, IsInHoldout isInHoldout, BucketOf bucketOf) {
   const std::string* splitId = splitIdentifier(experiment.record->splitMode, context);
   if (splitId == nullptr) return {.reason = Reason::noSplitIdentifier};
-  for (const PreparedExperiment* holdout : experiment.holdouts) {
+  for (const PreparedExperiment* holdout : holdouts) {
     if (isInHoldout(*holdout)) return {.reason = Reason::heldOut, .holdout = holdout->record};
   }
-  return place(*splitId, experiment, context);
+  return place(*splitId, experiment, context, bucketOf(experiment));
 }
+
+constexpr auto kNoHoldout = [](const PreparedExperiment&) { return false; };
+constexpr auto kUnknownBucket = [](const PreparedExperiment&) -> const double* { return nullptr; };
 
 }  // namespace
 
 Placement resolveExperiment(const PreparedExperiment& experiment,
                             const targeting::Context& context) {
-  return resolve(experiment, context, [&](const PreparedExperiment& holdout) {
+  const auto isInHoldout = [&](const PreparedExperiment& holdout) {
     return resolveIgnoringHoldouts(holdout, context).group != nullptr;
-  });
+  };
+  return resolve(experiment, experiment.holdouts, context, isInHoldout, kUnknownBucket);
 }
 
 Placement resolveIgnoringHoldouts(const PreparedExperiment& experiment,
                                   const targeting::Context& context) {
-  const std::string* splitId = splitIdentifier(experiment.record->splitMode, context);
-  if (splitId == nullptr) return {.reason = Reason::noSplitIdentifier};
-  return place(*splitId, experiment, context);
+  return resolve(experiment, {}, context, kNoHoldout, kUnknownBucket);
 }
 
 Resolver::Resolver(const Project& project, const targeting::Context& context)
     : project_(project),
       context_(context),
       placements_(project.experiments().size()),
-      isInHoldout_(project.experiments().size()) {}
+      isInHoldout_(project.experiments().size()),
+      buckets_(project.experiments().size() / base::kMd5Lanes + 1) {}
 
 const Placement& Resolver::resolve(const PreparedExperiment& experiment) {
   std::optional<Placement>& placement = placements_[positionOf(experiment)];
   if (placement) return *placement;
-  return placement.emplace(
-      experiments::resolve(experiment, context_, [&](const PreparedExperiment& holdout) {
-        std::optional<bool>& isIn = isInHoldout_[positionOf(holdout)];
-        if (!isIn) isIn = resolveIgnoringHoldouts(holdout, context_).group != nullptr;
-        return *isIn;
-      }));
+  return placement.emplace(experiments::resolve(
+      experiment, experiment.holdouts, context_,
+      [this](const PreparedExperiment& holdout) { return isInHoldout(holdout); },
+      [this](const PreparedExperiment& placed) { return bucketOf(placed); }));
+}
+
+bool Resolver::isInHoldout(const PreparedExperiment& holdout) {
+  std::optional<bool>& isIn = isInHoldout_[positionOf(holdout)];
+  if (isIn) return *isIn;
+  const auto bucket = [this](const PreparedExperiment& placed) { return bucketOf(placed); };
+  const Placement placement = experiments::resolve(holdout, {}, context_, kNoHoldout, bucket);
+  return isIn.emplace(placement.group != nullptr);
+}
+
+const double* Resolver::bucketOf(const PreparedExperiment& experiment) {
+  const std::size_t position = positionOf(experiment);
+  const std::size_t lane = position % base::kMd5Lanes;
+  std::optional<Buckets>& buckets = buckets_[position / base::kMd5Lanes];
+  if (!buckets) buckets = bucketsFrom(position - lane);
+  return &(*buckets)[lane];
+}
+
+Buckets Resolver::bucketsFrom(std::size_t first) const {
+  const auto neighbours = std::span(project_.experiments()).subspan(first);
+  std::array<base::Md5Message, base::kMd5Lanes> messages;
+  for (std::size_t lane = 0; lane < std::min(messages.size(), neighbours.size()); ++lane) {
+    const model::Experiment& record = *neighbours[lane].record;
+    const std::string* splitId = splitIdentifier(record.splitMode, context_);
+    messages[lane] = {splitId == nullptr ? "" : std::string_view(*splitId), record.salt};
+  }
+  return bucketValues(messages);
 }
 
 std::size_t Resolver::positionOf(const PreparedExperiment& experiment) const {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <string>
@@ -78,6 +80,26 @@ TEST(Md5, AgreesWithTheBookAroundTheBlocks) {
     EXPECT_EQ(hexOf(sample(length)), byTheBook(sample(length))) << length;
   }
   EXPECT_EQ(hexOf(sample(100'000)), byTheBook(sample(100'000)));
+}
+
+TEST(Md5, MakesSeveralDigestsSideBySideOrNot) {
+  for (const std::array<std::size_t, kMd5Lanes>& lengths :
+       {std::array<std::size_t, kMd5Lanes>{0, 1, 36, 55},
+        {56, 64, 100, 119},
+        {20, 20, 20, 120},
+        {56, 55, 55, 55},
+        {120, 150, 183, 130}}) {
+    std::array<std::string, kMd5Lanes> texts;
+    std::array<Md5Message, kMd5Lanes> messages;
+    for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
+      const std::string_view text = texts[lane] = sample(lengths[lane] + lane).substr(lane);
+      messages[lane] = {text.substr(0, 9 * lane), text.substr(std::min(9 * lane, text.size()))};
+    }
+    const auto digests = md5OfEach(messages);
+    for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
+      EXPECT_EQ(view(hexDigits(digests[lane])), byTheBook(texts[lane])) << lengths[lane];
+    }
+  }
 }
 
 TEST(Md5, JoinsHeadAndTailWhereverTheyMeet) {
