@@ -3,8 +3,6 @@
 #include <map>
 #include <utility>
 
-#include "bench/project.h"
-
 namespace corvo::bench {
 namespace {
 
@@ -25,23 +23,30 @@ class CannedSession : public UrlSession {
 
 }  // namespace
 
-BenchClient::BenchClient(std::string config, HostOptions options) {
+BenchClient::BenchClient(std::string config, HostOptions options,
+                         std::optional<CorvoUser> initialUser) {
   Platform platform = hostPlatform(std::move(options));
   platform.urlSession = std::make_shared<CannedSession>(std::move(config));
   registry_ = std::make_unique<ClientRegistry>(std::move(platform));
-  client_ = registry_->initializeClient("token", user(), "https://a", kDay, 0, "tag");
-  client_->getAllUserExperimentsText().get();
+  client_ =
+      registry_->initializeClient("token", std::move(initialUser), "https://a", kDay, 0, "tag");
 }
 
 CorvoClient& clientOf(std::size_t flagCount) {
   static std::map<std::size_t, BenchClient> clients;
   const auto found = clients.find(flagCount);
   if (found != clients.end()) return *found->second;
-  return *clients.try_emplace(flagCount, projectJson(flagCount)).first->second;
+  const BenchClient& client = clients.try_emplace(flagCount, projectJson(flagCount)).first->second;
+  client.load();
+  return *client;
 }
 
 CorvoClient& clientOfExperiments() {
-  static const BenchClient client(experimentsJson(1'000));
+  static const BenchClient client = [] {
+    BenchClient made(experimentsJson(1'000));
+    made.load();
+    return made;
+  }();
   return *client;
 }
 

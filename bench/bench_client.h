@@ -5,7 +5,10 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
+
+#include "bench/project.h"
 
 namespace corvo::bench {
 
@@ -13,10 +16,14 @@ namespace corvo::bench {
 /// texts.
 class BenchClient {
  public:
-  explicit BenchClient(std::string config, HostOptions options = {.inMemory = true});
+  explicit BenchClient(std::string config, HostOptions options = {.inMemory = true},
+                       std::optional<CorvoUser> initialUser = user());
 
   CorvoClient& operator*() const { return *client_; }
   CorvoClient* operator->() const { return client_.get(); }
+
+  /// Has configuration and location fetched.
+  void load() const { client_->getAllUserExperimentsText().get(); }
 
  private:
   std::unique_ptr<ClientRegistry> registry_;

@@ -1,5 +1,6 @@
 #include <corvo/host.h>
 
+#include <array>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -19,6 +20,15 @@ void addYardsticks() {
       std::string_view asked = text;
       benchmark::DoNotOptimize(asked);
       benchmark::DoNotOptimize(base::md5(asked));
+    }
+  });
+  addTime("four of them side by side", kNoGoal, [](benchmark::State& state) {
+    const std::string text(32, 'u');
+    std::array<base::Md5Message, base::kMd5Lanes> asked;
+    asked.fill({text, ""});
+    for (auto _ : state) {
+      benchmark::DoNotOptimize(asked);
+      benchmark::DoNotOptimize(base::md5OfEach(asked));
     }
   });
   addTime("hash look-up among 1,000 names", kNoGoal, [](benchmark::State& state) {
