@@ -1,8 +1,6 @@
 #include "tool/questions.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <vector>
 
 #include "tool/experiment_report.h"
 

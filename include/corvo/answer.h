@@ -179,9 +179,8 @@ class [[nodiscard]] Answer {
 
   /// Waits for the answer by running the main queue on this thread. The queue must know of the
   /// session's requests, as the host's and the fakes' do, or it cannot tell that there is something
-  /// to wait for. Throws the question's
-  /// `CorvoError`; `QuestionDropped` when no answer can come any more; and whatever a task of the
-  /// queue throws.
+  /// to wait for. Throws the question's `CorvoError`; `QuestionDropped` when no answer can come any
+  /// more; and whatever a task of the queue throws.
   T get() {
     if (pending_ && queue_) {
       queue_->runUntil([this] { return pending_->settled() || pending_.use_count() == 1; });

@@ -2,11 +2,9 @@
 
 #include <concepts>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <new>
-#include <optional>
 #include <type_traits>
 #include <utility>
 
@@ -154,29 +152,6 @@ class Callback<void(Args...)> {
 
   const Operations* operations_ = nullptr;
   alignas(alignof(std::max_align_t)) std::byte buffer_[kInlineSize];
-};
-
-/// An optional index: an integer (one beyond 64 bits signed becomes the largest) or `std::nullopt`.
-/// Neither a boolean nor a character nor a fraction converts to it.
-struct OptionalIndex {
-  OptionalIndex(std::nullopt_t) noexcept {}
-  OptionalIndex(std::optional<std::int64_t> given) noexcept : value(given) {}
-  template <std::integral Integer>
-  requires(!std::same_as<Integer, bool> && !std::same_as<Integer, char>)
-      OptionalIndex(Integer given)
-  noexcept
-      : value(std::in_range<std::int64_t>(given) ? static_cast<std::int64_t>(given) : INT64_MAX) {}
-
-  std::optional<std::int64_t> value;
-};
-
-/// A boolean argument that nothing but a `bool` converts to: beside overloads that take callbacks,
-/// neither a captureless lambda nor a pointer may pass as one.
-struct ExactBool {
-  template <std::same_as<bool> Bool>
-  ExactBool(Bool given) noexcept : value(given) {}
-
-  bool value;
 };
 
 }  // namespace corvo

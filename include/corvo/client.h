@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvo/answer.h>
+#include <corvo/argument.h>
 #include <corvo/callback.h>
 #include <corvo/error.h>
 #include <corvo/experiment.h>
@@ -70,7 +71,8 @@ class FlagSink {
 /// question whose client is released before the answer came is dropped: neither callback is called.
 ///
 /// Any question fails with `requestConfigFailed` or `requestLocationFailed` where a fetch does, and
-/// throws what `SecureRandom::fill` throws when the client's private identifier is to be made.
+/// throws what `SecureRandom::fill` throws, or a `std::runtime_error` where that fills in the same
+/// bytes for ever, when the client's private identifier is to be made.
 /// Text is UTF-8; what is ill-formed is replaced by U+FFFD. For one thread at a time, usually that
 /// of the main queue; overlapping use that is noticed stops the process.
 class CorvoClient {

@@ -57,6 +57,7 @@ class JsonValue {
   [[nodiscard]] const JsonValue* find(std::string_view key) const;
 
   /// This value as compact JSON text (RFC 8259), doubles in the shortest form that reads back.
+  /// Strings are to be UTF-8: their bytes are copied as they are.
   /// Numbers that JSON cannot express (infinities, not-a-number) are written as null.
   [[nodiscard]] std::string toJson() const;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvo/argument.h>
 #include <corvo/platform/clock.h>
 #include <corvo/platform/time_zone.h>
 #include <corvo/user.h>
@@ -50,12 +51,6 @@ template <class V>
 concept CorvoDescribable = requires(const V& value) {
   { value.description() } -> std::convertible_to<std::string_view>;
 };
-
-/// An integer type, but none of the types for characters.
-template <class V>
-concept CorvoInteger = std::integral<V> && !std::same_as<V, bool> && !std::same_as<V, char> &&
-                       !std::same_as<V, wchar_t> && !std::same_as<V, char8_t> &&
-                       !std::same_as<V, char16_t> && !std::same_as<V, char32_t>;
 
 template <class V>
 inline constexpr bool isCorvoCustomValue =

@@ -100,6 +100,8 @@ std::string formatDate(LocalSeconds local, DatePattern pattern) {
   return text;
 }
 
+LocalSeconds startOfMinute(LocalSeconds local) noexcept { return local - floorModulo(local, 60); }
+
 std::int64_t wholeSeconds(double moment) noexcept {
   constexpr double kFarthest = 100'000 * 365.25 * kSecondsPerDay;
   if (std::isnan(moment)) return 0;

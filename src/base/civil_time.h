@@ -29,6 +29,9 @@ enum class DatePattern {
 /// that they need (10000; 0000 is the year before 0001, -0001 the one before that).
 [[nodiscard]] std::string formatDate(LocalSeconds local, DatePattern pattern);
 
+/// The local time at the start of its minute.
+[[nodiscard]] LocalSeconds startOfMinute(LocalSeconds local) noexcept;
+
 /// The whole seconds of a moment, rounded down; a moment that is no number or beyond the calendar
 /// becomes the nearest one within about a hundred thousand years of 1970 (no number: 1970).
 [[nodiscard]] std::int64_t wholeSeconds(double moment) noexcept;

@@ -1,6 +1,7 @@
 #include "client/experiment_questions.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "experiments/experiment_impl.h"
@@ -11,8 +12,11 @@ namespace corvo::client {
 Decision<CorvoExperimentPointer> decideExperiment(const Evidence& evidence, std::string_view name) {
   const experiments::PreparedExperiment* each = evidence.project->findExperiment(name);
   if (each == nullptr) return CorvoError(CorvoError::ExperimentNotFound{std::string(name)});
+  std::optional<experiments::Resolver> resolver;  // where several share the name, and holdouts
+  if (each->nextOfName != nullptr) resolver.emplace(*evidence.project, evidence.context);
   for (; each != nullptr; each = each->nextOfName) {
-    const auto placement = experiments::resolveExperiment(*each, evidence.context);
+    const auto placement = resolver ? resolver->resolve(*each)
+                                    : experiments::resolveExperiment(*each, evidence.context);
     if (placement.group == nullptr) continue;
     return std::make_shared<const experiments::CorvoExperimentImpl>(evidence.project, *each,
                                                                     placement, evidence.context);

@@ -67,8 +67,9 @@ class DynamicValue {
   [[nodiscard]] std::size_t hash() const;
 
   /// Stable texts for people: nil, null, true, 1, 0.5, [1, "a"], ["k": 1] with sorted keys, [:] for
-  /// the empty object, dates in UTC, URLs as they are, other encodables as the JSON that they
-  /// write. A string is quoted and escaped as in JSON, but not if it is the value described.
+  /// the empty object, dates in UTC, URLs as they are, other encodables as the JSON that they write
+  /// or, where they fail, as the reason in angle brackets. A string is quoted and escaped as in
+  /// JSON, but not if it is the value described.
   [[nodiscard]] std::string description() const;
   [[nodiscard]] std::string debugDescription() const;
 

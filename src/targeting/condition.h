@@ -36,7 +36,7 @@ using Match = bool (*)(const Operand& operand, const Subject& subject);
 
 /// One test of one property, prepared once so that it can be made often: the sign is looked up and
 /// the values are parsed. Testing allocates nothing, but where texts differ at a character that is
-/// not ASCII or are searched for long parts.
+/// not ASCII, are searched for long parts or are read as long numbers, and for the first date.
 ///
 /// Immutable. Refers to the texts of the record it is made from, which must outlive it. Enters the
 /// name of its property among the names; contexts that it is tested in must be made by these.

@@ -5,16 +5,6 @@
 #include "base/number.h"
 
 namespace corvo::targeting {
-namespace {
-
-// The local time at the start of its minute.
-base::LocalSeconds minuteOf(base::LocalSeconds local) {
-  const base::LocalSeconds second = local % 60;
-  return local - (second < 0 ? second + 60 : second);
-}
-
-}  // namespace
-
 DeviceProperties::DeviceProperties(const DeviceFacts& facts) {
   layer_.put("appVersion", facts.appVersion.value_or(""));
   layer_.put("deviceId", facts.deviceId.value_or(""));
@@ -25,7 +15,7 @@ DeviceProperties::DeviceProperties(const DeviceFacts& facts) {
 void DeviceProperties::show(double now, std::uint64_t zone, const LocalTime& localTime) {
   second_ = static_cast<double>(base::wholeSeconds(now));
   zone_ = zone;
-  const base::LocalSeconds minute = minuteOf(localTime.at(now));
+  const base::LocalSeconds minute = base::startOfMinute(localTime.at(now));
   if (minute_ == minute) return;
   minute_ = minute;
   const std::string text = base::formatDate(minute, base::DatePattern::minute);

@@ -20,8 +20,6 @@ class LocalTime {
  public:
   explicit LocalTime(const TimeZone& zone) : zone_(zone) {}
 
-  [[nodiscard]] const TimeZone& zone() const noexcept { return zone_; }
-
   /// What the clocks show at a moment, fractions of a second dropped downwards.
   [[nodiscard]] base::LocalSeconds at(double moment) const;
 

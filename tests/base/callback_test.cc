@@ -1,3 +1,4 @@
+#include <corvo/argument.h>
 #include <corvo/callback.h>
 #include <gtest/gtest.h>
 
@@ -26,6 +27,10 @@ static_assert(std::is_nothrow_move_constructible_v<Count> &&
               std::is_nothrow_move_assignable_v<Count>);
 static_assert(std::is_convertible_v<bool, ExactBool>);
 static_assert(fromNone<ExactBool, int, const char*, std::nullptr_t, decltype(kCaptureless)>);
+static_assert(std::is_convertible_v<int, OptionalIndex> &&
+              std::is_convertible_v<std::size_t, OptionalIndex> &&
+              std::is_convertible_v<std::nullopt_t, OptionalIndex>);
+static_assert(fromNone<OptionalIndex, bool, double, char, char8_t, wchar_t, std::nullptr_t>);
 
 TEST(Callback, IsNullFromEveryNullTarget) {
   void (*noFunction)(int) = nullptr;

@@ -42,12 +42,6 @@ class ForcingTest : public ClientTest {
   CorvoUser u = CorvoUser::Builder(fake.time, fake.timeZone).setUserId("u").build();
 };
 
-// Only an integer is an index.
-template <class T>
-concept IsIndex = std::convertible_to<T, OptionalIndex>;
-static_assert(IsIndex<int> && IsIndex<std::size_t> && IsIndex<std::nullopt_t>);
-static_assert(!IsIndex<bool> && !IsIndex<double> && !IsIndex<char> && !IsIndex<std::nullptr_t>);
-
 TEST_F(ForcingTest, MovesTheUserToTheEndOfTheLatestList) {
   const auto client = makeClient(0, u);
   EXPECT_EQ(outcome(client->includeForce("e", 1)), "");
