@@ -1,8 +1,13 @@
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <utility>
 #include <variant>
+#ifdef __GLIBC__
+#include <malloc.h>
+#include <unistd.h>
+#endif
 
 #include "bench/allocations.h"
 #include "bench/bench_client.h"
@@ -54,9 +59,30 @@ double liveKilobytes() {
   return static_cast<double>(liveBytes() - before) / 1e3;
 }
 
+#ifdef __GLIBC__
+/// How far the program has grown once the document is loaded, what the parser needed included
+/// unless it was given back to the system.
+double residentKilobytes() {
+  const auto resident = [] {
+    std::size_t size = 0;
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> size >> pages;
+    return static_cast<double>(pages) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e3;
+  };
+  largeDocument();
+  malloc_trim(0);
+  const double before = resident();
+  const experiments::Project project(decoded());
+  return resident() - before;
+}
+#endif
+
 }  // namespace
 
 void addLoading() {
+#ifdef __GLIBC__
+  addCount("resident growth by 1 MB loaded, kB", kNoGoal, residentKilobytes);
+#endif
   addTime("decode and prepare 1 MB", 4e6, [](benchmark::State& state) {
     for (auto _ : state) {
       const experiments::Project project(decoded());

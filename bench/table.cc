@@ -66,6 +66,8 @@ void addCount(const std::string& name, Goal most, std::function<double()> count)
 }
 
 void runAll(std::ostream& out) {
+  std::vector<double> counted;  // before the measurements fill the heap
+  for (const Count& each : counts()) counted.push_back(each.count());
   Medians medians;
   benchmark::RunSpecifiedBenchmarks(&medians);
   const double digest = medians.times[kDigestYardstick];
@@ -78,9 +80,10 @@ void runAll(std::ostream& out) {
         << " | " << shown(goal, time) << " |\n";
   }
   out << "\n| what | count | goal |\n|---|--:|--:|\n";
-  for (const auto& [name, most, count] : counts()) {
-    const double value = count();
-    out << "| " << name << " | " << shown(value) << " | " << shown(most, value) << " |\n";
+  for (std::size_t i = 0; i < counted.size(); ++i) {
+    const Count& each = counts()[i];
+    out << "| " << each.name << " | " << shown(counted[i]) << " | " << shown(each.most, counted[i])
+        << " |\n";
   }
 }
 
