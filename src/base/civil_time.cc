@@ -27,7 +27,7 @@ std::size_t lengthOf(DatePattern pattern) noexcept {
 }
 
 bool hasSeparators(std::string_view text) noexcept {
-  for (const std::size_t at : {4, 7, 10, 13, 16}) {
+  for (const std::size_t at : {4U, 7U, 10U, 13U, 16U}) {
     if (at < text.size() && text[at] != kShape[at]) return false;
   }
   return true;

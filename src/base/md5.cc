@@ -164,6 +164,7 @@ Md5Digest md5(std::string_view head, std::string_view tail) noexcept {
 std::array<Md5Digest, kMd5Lanes> md5OfEach(
     const std::array<Md5Message, kMd5Lanes>& messages) noexcept {
 #ifdef __GNUC__
+  static_assert(kMd5Lanes == 4);
   std::array padded{PaddedMessage(messages[0]), PaddedMessage(messages[1]),
                     PaddedMessage(messages[2]), PaddedMessage(messages[3])};
   const auto isAsLong = [&](const PaddedMessage& other) {

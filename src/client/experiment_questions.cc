@@ -12,7 +12,9 @@ namespace corvo::client {
 Decision<CorvoExperimentPointer> decideExperiment(const Evidence& evidence, std::string_view name) {
   const experiments::PreparedExperiment* each = evidence.project->findExperiment(name);
   if (each == nullptr) return CorvoError(CorvoError::ExperimentNotFound{std::string(name)});
-  std::optional<experiments::Resolver> resolver;  // where several share the name, and holdouts
+  // Several of one name may name the same holdouts: then each of these is resolved once, at the
+  // price of a memory for the whole project.
+  std::optional<experiments::Resolver> resolver;
   if (each->nextOfName != nullptr) resolver.emplace(*evidence.project, evidence.context);
   for (; each != nullptr; each = each->nextOfName) {
     const auto placement = resolver ? resolver->resolve(*each)

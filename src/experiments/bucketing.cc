@@ -73,13 +73,10 @@ std::optional<std::size_t> forcedGroupIndex(const std::vector<model::Group>& gro
 }
 
 // What is left of a bucket's magnitude after the whole hundreds: to the bit what `std::fmod`
-// leaves, in a third of the time. Nothing is rounded but the quotient, which may become the next
-// whole number: products and differences are multiples of the magnitude's last place, and no
-// larger.
+// leaves, in a third of the time. Only the quotient is rounded, and never up to the next whole
+// number: below 100 n it lies at least 0.64 of n's last place below n.
 double beyondHundreds(double magnitude) {
-  auto hundreds = static_cast<double>(static_cast<int>(magnitude / kPercent));
-  if (hundreds * kPercent > magnitude) --hundreds;
-  return magnitude - hundreds * kPercent;
+  return magnitude - static_cast<int>(magnitude / kPercent) * kPercent;
 }
 
 // The first group whose share ends at the point or beyond it, else the one that takes the rest.
@@ -130,7 +127,7 @@ bool insideLayer(std::string_view splitId, const model::Experiment& experiment) 
 
 }  // namespace
 
-// In halves and quarters, which do not wait for one another as single digits would.
+// Four bytes at a time: a chain of four steps in place of 32.
 std::int32_t stringHash32(const base::Md5Digest& digest) noexcept {
   std::uint32_t hash = 0;
   for (std::size_t i = 0; i < digest.size(); i += 4) {

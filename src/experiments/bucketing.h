@@ -21,7 +21,7 @@ namespace corvo::experiments {
 /// absolute value.
 [[nodiscard]] double bucketValue(std::string_view splitId, std::string_view salt) noexcept;
 
-/// Those of several, each of an identifier and a salt, in half the time.
+/// Those of several, each of an identifier and a salt, in less time.
 using Buckets = std::array<double, base::kMd5Lanes>;
 [[nodiscard]] Buckets bucketValues(
     const std::array<base::Md5Message, base::kMd5Lanes>& messages) noexcept;

@@ -21,7 +21,7 @@ namespace corvo::platform {
 namespace {
 
 /// On Linux, the moment of the kernel's last tick, a few milliseconds ago. Nothing that the library
-/// decides is finer than a second, and the exact moment takes four times as long to read.
+/// decides needs a finer one, and the exact moment takes nearly five times as long to read.
 class SystemClock final : public Clock {
  public:
   [[nodiscard]] double now() const override {

@@ -10,17 +10,20 @@ DeviceProperties::DeviceProperties(const DeviceFacts& facts) {
   layer_.put("deviceId", facts.deviceId.value_or(""));
   layer_.put("os.name", facts.osName.value_or(""));
   layer_.put("os.version", normalisedVersion(facts.osVersion.value_or("")));
+  layer_.put("time", "");  // from now on only values change, so tables of the layer stay right
+  layer_.put("date", "");
 }
 
 void DeviceProperties::show(double now, std::uint64_t zone, const LocalTime& localTime) {
+  const base::LocalSeconds minute = base::startOfMinute(localTime.at(now));
+  if (minute_ != minute) {
+    const std::string text = base::formatDate(minute, base::DatePattern::minute);
+    layer_.put("time", text);
+    layer_.put("date", text);
+    minute_ = minute;
+  }
   second_ = static_cast<double>(base::wholeSeconds(now));
   zone_ = zone;
-  const base::LocalSeconds minute = base::startOfMinute(localTime.at(now));
-  if (minute_ == minute) return;
-  minute_ = minute;
-  const std::string text = base::formatDate(minute, base::DatePattern::minute);
-  layer_.put("time", text);
-  layer_.put("date", text);
 }
 
 std::string normalisedVersion(std::string_view version) {

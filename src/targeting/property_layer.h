@@ -13,6 +13,9 @@ namespace corvo::targeting {
 /// The expiry of what never expires.
 constexpr double kNever = std::numeric_limits<double>::infinity();
 
+/// A moment that is no number has expired nothing.
+[[nodiscard]] inline bool hasExpired(double expiry, double now) noexcept { return expiry < now; }
+
 /// Property values by name, each with the moment after which it counts as absent.
 ///
 /// Reading is safe from any thread while nobody writes. Owns its texts; what is found is valid
@@ -24,7 +27,7 @@ class PropertyLayer {
     std::string value;
     double expiry;
 
-    [[nodiscard]] bool countsAt(double now) const { return !(expiry < now); }
+    [[nodiscard]] bool countsAt(double now) const { return !hasExpired(expiry, now); }
   };
 
   /// Enters a property, or replaces the value and the expiry of the one of that name.

@@ -28,7 +28,7 @@ class PropertyTable {
   /// expired one does not hide those behind it.
   [[nodiscard]] const std::string* find(std::uint32_t number, double now) const {
     const Row& row = rows_[number];
-    return row.expiry < now ? row.otherwise : row.value;
+    return hasExpired(row.expiry, now) ? row.otherwise : row.value;
   }
 
  private:

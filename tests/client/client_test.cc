@@ -57,6 +57,22 @@ TEST_F(ClientTest, FetchesAnewOnceTheTimeToLiveHasPassed) {
   EXPECT_EQ(geoRequests(), 2U);
 }
 
+TEST_F(ClientTest, FollowsTheClockFromMinuteToMinute) {
+  fake.session->always("config.json", fakes::ok(R"({"feature_flags": [
+      {"name": "late", "type": "string", "rules": [
+          {"is_default": false, "value": "yes", "conditional_statement": "AND", "conditions": [
+              {"name": "time", "condition_sign": "after time", "value": "2024-05-01 12:00"}]},
+          {"is_default": true, "value": "no", "conditional_statement": "-", "conditions": []}]}]})"));
+  const auto client = makeClient();
+  fake.time->advance(55);
+  EXPECT_EQ(client->checkFlag<std::string>("late").get(), "no");
+  fake.time->advance(4);
+  EXPECT_EQ(client->checkFlag<std::string>("late").get(), "no");
+  fake.time->advance(1);
+  EXPECT_EQ(client->checkFlag<std::string>("late").get(), "yes");
+  EXPECT_EQ(configRequests(), 1U);
+}
+
 TEST_F(ClientTest, NeverServesAnExpiredConfiguration) {
   const auto client = makeClient(1);
   client->checkFlag<bool>("on").get();

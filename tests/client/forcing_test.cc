@@ -59,6 +59,22 @@ TEST_F(ForcingTest, MovesTheUserToTheEndOfTheLatestList) {
   EXPECT_EQ(configRequests(), 1U);
 }
 
+TEST_F(ForcingTest, KeepsAConfigurationFreshBeyondItsLocation) {
+  std::string project = kConfig;
+  project.insert(1, R"("experiments": [{"name": "e", "salt": "s", "allocation": 1}], )");
+  fake.session->always("config.json", fakes::ok(project));
+  const auto client = makeClient(0, u);
+  EXPECT_EQ(client->checkFlag<std::string>("berlin").get(), "yes");
+  fake.time->advance(5);
+  EXPECT_EQ(outcome(client->includeForce("e")), "");
+  EXPECT_EQ(client->checkFlag<std::string>("berlin").get(), "yes");
+  fake.session->always("geo", fakes::ok(R"({"city": "Wien"})"));
+  fake.time->advance(5);
+  EXPECT_THROW(client->checkFlag<std::string>("berlin").get(), CorvoError);
+  EXPECT_EQ(configRequests(), 1U);
+  EXPECT_EQ(geoRequests(), 2U);
+}
+
 TEST_F(ForcingTest, NeedsAnExperimentAnIdentifierAndAGroup) {
   const auto client = makeClient();
   EXPECT_EQ(outcome(client->includeForce("E", 0)), "Corvo warn: Experiment \"E\" not found");

@@ -55,5 +55,39 @@ TEST(Resolution, ChecksInItsOrderAndNamesTheReason) {
   }
 }
 
+// Whoever resolves many makes the digests of neighbours together.
+TEST(Resolution, OfManyAgreesWithThatOfEach) {
+  model::ConfigResponse config;
+  for (int i = 0; i < 11; ++i) {
+    model::Experiment& experiment = config.experiments.emplace_back();
+    experiment.name = "e" + std::to_string(i);
+    experiment.salt = std::string(static_cast<std::size_t>(7 * i), 's') + "alt";
+    experiment.allocation = 0.7;
+    experiment.groups.resize(2);
+    for (model::Group& group : experiment.groups) group.weight = 0.5;
+    if (i % 3 == 1) experiment.splitMode = model::SplitMode::profileId;
+    if (i % 4 == 2) experiment.holdouts = {"e3", "e9"};
+    if (i % 6 == 3) experiment.type = model::ExperimentType::holdout;
+  }
+  const Project project(std::make_shared<const model::ConfigResponse>(config));
+  const fakes::FakeTimeZone zone;
+  const targeting::LocalTime localTime(zone);
+  for (const PropertyMap& user : {PropertyMap{{"userId", "u"}}, PropertyMap{{"profileId", "p"}},
+                                  PropertyMap{{"userId", "v"}, {"profileId", "q"}}}) {
+    const targeting::PropertyLayer layer = targeting::lastingLayer(user);
+    const targeting::Context context{.user = &layer, .localTime = localTime};
+    Resolver resolver(project, context);
+    for (std::size_t i = project.experiments().size(); i-- > 0;) {
+      const PreparedExperiment& experiment = project.experiments()[i];
+      const Placement each = resolveExperiment(experiment, context);
+      const Placement& ofMany = resolver.resolve(experiment);
+      EXPECT_EQ(ofMany.reason, each.reason) << i;
+      EXPECT_EQ(ofMany.group, each.group) << i;
+      EXPECT_EQ(ofMany.bucket, each.bucket) << i;
+      EXPECT_EQ(ofMany.holdout, each.holdout) << i;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace corvo::experiments
