@@ -69,16 +69,16 @@ std::optional<LocalSeconds> parseDate(std::string_view text, DatePattern pattern
   const int year = field(text, 0, 4, isValid);
   const int month = field(text, 5, 2, isValid);
   const int day = field(text, 8, 2, isValid);
-  const int hour = field(text, 11, 2, isValid);
-  const int minute = field(text, 14, 2, isValid);
-  const int second = field(text, 17, 2, isValid);
+  const LocalSeconds hour = field(text, 11, 2, isValid);
+  const LocalSeconds minute = field(text, 14, 2, isValid);
+  const LocalSeconds second = field(text, 17, 2, isValid);
   if (!isValid || year == 0 || hour > 23 || minute > 59 || second > 59) return {};
   const std::chrono::year_month_day date{std::chrono::year(year),
                                          std::chrono::month(static_cast<unsigned>(month)),
                                          std::chrono::day(static_cast<unsigned>(day))};
   if (!date.ok()) return {};
   const LocalSeconds days = std::chrono::sys_days(date).time_since_epoch().count();
-  return days * kSecondsPerDay + LocalSeconds{hour} * 3'600 + minute * 60 + second;
+  return days * kSecondsPerDay + hour * 3'600 + minute * 60 + second;
 }
 
 std::string formatDate(LocalSeconds local, DatePattern pattern) {

@@ -13,11 +13,11 @@ using model::SplitMode;
 
 // A split mode is written as the name of its property.
 const base::HashedName& propertyOf(SplitMode mode) {
-  constexpr auto& kTexts = model::EnumTexts<SplitMode>::list;
+  using Texts = model::EnumTexts<SplitMode>;
   static const auto names = []<std::size_t... at>(std::index_sequence<at...>) {
-    return std::array{base::HashedName(kTexts[at])...};
+    return std::array{base::HashedName(Texts::list[at])...};
   }
-  (std::make_index_sequence<kTexts.size()>());
+  (std::make_index_sequence<Texts::list.size()>());
   return names[static_cast<std::size_t>(mode)];
 }
 
