@@ -1,6 +1,7 @@
 #include "experiments/group_values.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -9,13 +10,13 @@ namespace {
 
 using Reason = FlagDecision::Reason;
 
-CorvoError groupNotMatching(const FlagDecision& decision, std::string flagName) {
+CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagName) {
   std::vector<std::string> names;
   for (const model::FeatureFlagGroup& candidate : decision.carried->record->groups) {
     names.push_back(candidate.name);
   }
   return CorvoError(CorvoError::ExperimentGroupNotMatchingFeatureFlagGroup{
-      decision.carried->experiment->name, std::move(flagName), decision.group->name,
+      decision.carried->experiment->name, std::string(flagName), decision.group->name,
       std::move(names)});
 }
 
@@ -56,19 +57,18 @@ std::vector<FlagDecision> decideFlags(const PreparedExperiment& experiment,
 }
 
 CorvoError errorOf(const FlagDecision& decision, std::string_view flagName) {
-  std::string name(flagName);
   switch (decision.reason) {
     case Reason::noRules:
-      return CorvoError(CorvoError::FeatureFlagNoRules{std::move(name)});
+      return CorvoError(CorvoError::FeatureFlagNoRules{std::string(flagName)});
     case Reason::rulesNotSatisfied:
-      return CorvoError(CorvoError::FeatureFlagRulesNotSatisfied{std::move(name)});
+      return CorvoError(CorvoError::FeatureFlagRulesNotSatisfied{std::string(flagName)});
     case Reason::groupNotMatching:
-      return groupNotMatching(decision, std::move(name));
+      return groupNotMatching(decision, flagName);
     case Reason::rule:
     case Reason::notFound:
       break;
   }
-  return CorvoError(CorvoError::FeatureFlagNotFound{std::move(name)});
+  return CorvoError(CorvoError::FeatureFlagNotFound{std::string(flagName)});
 }
 
 const std::string* paramValue(const model::Param& param, const model::Group& group) {
