@@ -1,7 +1,9 @@
 #include "bench/table.h"
 
+#include <algorithm>
 #include <iomanip>
 #include <map>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -25,21 +27,33 @@ std::vector<std::pair<std::string, Goal>>& goals() {
   return all;
 }
 
-/// Collects the median of each measurement, in nanoseconds.
-class Medians final : public benchmark::BenchmarkReporter {
+/// Collects the times of each measurement's repetitions, in nanoseconds.
+class Times final : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context& /*context*/) override { return true; }
 
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
-      const bool isMedian = run.aggregate_name == "median";
-      if (!isMedian && (run.run_type == Run::RT_Aggregate || run.repetitions > 1)) continue;
+      if (run.run_type == Run::RT_Aggregate) continue;
       const double perSecond = benchmark::GetTimeUnitMultiplier(run.time_unit);
-      times[run.run_name.function_name] = run.GetAdjustedRealTime() / perSecond * 1e9;
+      times_[run.run_name.function_name].push_back(run.GetAdjustedRealTime() / perSecond * 1e9);
     }
   }
 
-  std::map<std::string, double> times;
+  /// The median and the shortest; none of what was not measured.
+  struct Summary {
+    double median;
+    double best;
+  };
+  std::optional<Summary> of(const std::string& name) {
+    std::vector<double>& times = times_[name];
+    if (times.empty()) return std::nullopt;
+    std::sort(times.begin(), times.end());
+    return Summary{times[times.size() / 2], times.front()};
+  }
+
+ private:
+  std::map<std::string, std::vector<double>> times_;
 };
 
 std::string shown(double value) {
@@ -68,16 +82,16 @@ void addCount(const std::string& name, Goal most, std::function<double()> count)
 void runAll(std::ostream& out) {
   std::vector<double> counted;  // before the measurements fill the heap
   for (const Count& each : counts()) counted.push_back(each.count());
-  Medians medians;
-  benchmark::RunSpecifiedBenchmarks(&medians);
-  const double digest = medians.times[kDigestYardstick];
-  out << "| what | ns | in digests | goal, ns |\n|---|--:|--:|--:|\n";
+  Times times;
+  benchmark::RunSpecifiedBenchmarks(&times);
+  const auto digest = times.of(kDigestYardstick);
+  out << "| what | median, ns | best, ns | in digests | goal, ns |\n|---|--:|--:|--:|--:|\n";
   for (const auto& [name, goal] : goals()) {
-    const auto measured = medians.times.find(name);
-    if (measured == medians.times.end() || measured->second == 0) continue;  // filtered out
-    const double time = measured->second;
-    out << "| " << name << " | " << shown(time) << " | " << (digest > 0 ? shown(time / digest) : "")
-        << " | " << shown(goal, time) << " |\n";
+    const auto time = times.of(name);
+    if (!time) continue;  // filtered out
+    out << "| " << name << " | " << shown(time->median) << " | " << shown(time->best) << " | "
+        << (digest ? shown(time->median / digest->median) : "") << " | "
+        << shown(goal, time->median) << " |\n";
   }
   out << "\n| what | count | goal |\n|---|--:|--:|\n";
   for (std::size_t i = 0; i < counted.size(); ++i) {

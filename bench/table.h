@@ -30,8 +30,8 @@ void addShells();
 void addLoading();
 void addCounts();
 
-/// Makes all measurements and writes them as a table in Markdown, times as medians with their ratio
-/// to the digest.
+/// Makes all measurements and writes them as a table in Markdown: of times the median, the shortest
+/// (which says more where other programs share the machine) and the median's ratio to the digest.
 void runAll(std::ostream& out);
 
 }  // namespace corvo::bench
