@@ -23,7 +23,7 @@ struct Md5Message {
 };
 
 /// The digests of several messages. They are made side by side where the messages have equally many
-/// blocks, which takes little more than half the time.
+/// blocks, which takes half the time.
 constexpr std::size_t kMd5Lanes = 4;
 [[nodiscard]] std::array<Md5Digest, kMd5Lanes> md5OfEach(
     const std::array<Md5Message, kMd5Lanes>& messages) noexcept;
