@@ -9,7 +9,7 @@ namespace corvo::client {
 void FlagQuestion::answer(const Evidence& evidence) {
   const experiments::FlagEntry* entry = evidence.project->findFlag(flagName_.get());
   const flags::FlagDecision decision = flags::decideFlag(entry, evidence.context);
-  if (decision.rule != nullptr) return sink_->onText(decision.rule->value);
+  if (decision.value != nullptr) return sink_->onText(*decision.value);
   sink_->onError(experiments::errorOf(decision, flagName_.get()));
 }
 
@@ -18,9 +18,9 @@ FlagReport reportFlags(const Evidence& evidence) {
   report.reserve(evidence.project->config().featureFlags.size());
   experiments::Resolver resolver(*evidence.project, evidence.context);
   for (const experiments::FlagEntry& entry : evidence.project->flags()) {
-    if (entry.record == nullptr) continue;  // no flag of the configuration
+    if (!entry.isInConfiguration) continue;
     const flags::FlagDecision decision = flags::decideFlag(entry, resolver, evidence.context);
-    if (decision.rule) report.emplace(entry.name, typedProperty(decision.rule->value));
+    if (decision.value) report.emplace(entry.name, typedProperty(*decision.value));
   }
   return report;
 }

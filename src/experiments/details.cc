@@ -18,7 +18,7 @@ Results flagResults(const PreparedExperiment& experiment, const model::Group& gr
                     const targeting::Context& context) {
   Results results;
   for (const FlagDecision& decision : decideFlags(experiment, group, context)) {
-    if (decision.rule) results.push_back({decision.carried->record->name, decision.rule->value});
+    if (decision.value) results.push_back({decision.carried->record->name, *decision.value});
   }
   return results;
 }

@@ -43,8 +43,8 @@ std::optional<std::string_view> CorvoExperimentImpl::featureText(std::string_vie
       decisions_, std::string_view(name),
       [](const auto& decision) { return std::string_view(decision.carried->record->name); });
   if (found == decisions_.end()) return std::nullopt;
-  if (found->rule == nullptr) throw errorOf(*found, name);
-  return found->rule->value;
+  if (found->value == nullptr) throw errorOf(*found, name);
+  return *found->value;
 }
 
 }  // namespace corvo::experiments

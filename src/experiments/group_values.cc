@@ -24,7 +24,7 @@ CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagN
 
 FlagDecision decideByRules(const targeting::RuleList& rules, const targeting::Context& context,
                            bool hashed) {
-  if (const model::Rule* rule = rules.choose(context, hashed)) return {Reason::rule, rule};
+  if (const std::string* value = rules.choose(context, hashed)) return {Reason::rule, value};
   return {rules.isEmpty() ? Reason::noRules : Reason::rulesNotSatisfied};
 }
 

@@ -3,6 +3,7 @@
 #include <corvo/error.h>
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -16,7 +17,7 @@ namespace corvo::experiments {
 /// Which value a flag has for a user and why, or why it has none.
 struct FlagDecision {
   enum class Reason : std::uint8_t {
-    rule,               ///< `rule` holds.
+    rule,               ///< A rule holds.
     notFound,           ///< The configuration has no flag of that name.
     noRules,            ///< The rule list in use is empty.
     rulesNotSatisfied,  ///< No rule of the list in use holds.
@@ -24,7 +25,7 @@ struct FlagDecision {
   };
 
   Reason reason = Reason::notFound;
-  const model::Rule* rule = nullptr;     ///< The rule that decided; null where there is no value.
+  const std::string* value = nullptr;    ///< The deciding rule's; null where there is no value.
   const model::Group* group = nullptr;   ///< The user's group, where an experiment decided,
   const CarriedFlag* carried = nullptr;  ///< and the flag that it carries.
 };

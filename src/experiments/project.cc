@@ -8,11 +8,11 @@ namespace corvo::experiments {
 namespace {
 
 CarriedFlag prepared(const model::FeatureFlag& flag, const model::Experiment& experiment,
-                     targeting::PropertyNames& names) {
+                     targeting::RuleBook& rules, targeting::Vocabulary& vocabulary) {
   CarriedFlag carried{&flag, &experiment, {}};
   carried.groupRules.reserve(flag.groups.size());
   for (const model::FeatureFlagGroup& group : flag.groups) {
-    carried.groupRules.emplace_back(group.rules, names);
+    carried.groupRules.push_back(rules.add(group.rules, vocabulary));
   }
   return carried;
 }
@@ -30,13 +30,14 @@ FirstOfName firstOfName(const std::vector<Record>& list) {
   return first;
 }
 
-PreparedExperiment prepared(const model::Experiment& experiment, targeting::PropertyNames& names) {
+PreparedExperiment prepared(const model::Experiment& experiment, targeting::RuleBook& rules,
+                            targeting::Vocabulary& vocabulary) {
   PreparedExperiment result;
   result.record = &experiment;
-  if (experiment.targets) result.target.emplace(*experiment.targets, names);
+  if (experiment.targets) result.target.emplace(*experiment.targets, vocabulary);
   result.flags.reserve(experiment.featureFlags.size());
   for (const model::FeatureFlag& flag : experiment.featureFlags) {
-    result.flags.push_back(prepared(flag, experiment, names));
+    result.flags.push_back(prepared(flag, experiment, rules, vocabulary));
   }
   result.firstFlags = firstOfName(experiment.featureFlags);
   result.firstParams = firstOfName(experiment.params);
@@ -49,27 +50,31 @@ Project::Project(std::shared_ptr<const model::ConfigResponse> config)
     : config_(std::move(config)),
       flagIndex_(config_->featureFlags.size()),
       experimentIndex_(config_->experiments.size()) {
-  addFlags();
-  addExperiments();
+  targeting::Vocabulary vocabulary;
+  addFlags(vocabulary);
+  addExperiments(vocabulary);
+  rules_.close();
+  propertyNames_ = std::move(vocabulary.names);
   addCarriedFlags();
   addNames();
   addHoldouts();
 }
 
 // Of two flags with one name the first decides.
-void Project::addFlags() {
+void Project::addFlags(targeting::Vocabulary& vocabulary) {
   for (const model::FeatureFlag& flag : config_->featureFlags) {
     FlagEntry& entry = entryOf(flag.name);
-    if (entry.record != nullptr) continue;
-    entry.record = &flag;
-    entry.rules = targeting::RuleList(flag.rules, propertyNames_);
+    if (entry.isInConfiguration) continue;
+    entry.isInConfiguration = true;
+    entry.isPrivate = flag.isPrivate.value_or(false);
+    entry.rules = rules_.add(flag.rules, vocabulary);
   }
 }
 
-void Project::addExperiments() {
+void Project::addExperiments(targeting::Vocabulary& vocabulary) {
   experiments_.reserve(config_->experiments.size());  // much points into it
   for (const model::Experiment& experiment : config_->experiments) {
-    experiments_.push_back(prepared(experiment, propertyNames_));
+    experiments_.push_back(prepared(experiment, rules_, vocabulary));
   }
 }
 

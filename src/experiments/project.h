@@ -39,7 +39,8 @@ struct PreparedExperiment {
 /// All that decides one flag: the flag of that name, and the first experiment that carries one.
 struct FlagEntry {
   std::string_view name;
-  const model::FeatureFlag* record = nullptr;  // null where only an experiment knows the name
+  bool isInConfiguration = false;  // not where only an experiment knows the name
+  bool isPrivate = false;
   targeting::RuleList rules;
   const PreparedExperiment* carrier = nullptr;  // null where no experiment carries the flag
   const CarriedFlag* carried = nullptr;
@@ -89,14 +90,15 @@ class Project {
     return [this](std::uint32_t at) { return std::string_view(experiments_[at].record->name); };
   }
   [[nodiscard]] const PreparedExperiment* experimentAt(std::uint32_t position) const;
-  void addFlags();
-  void addExperiments();
+  void addFlags(targeting::Vocabulary& vocabulary);
+  void addExperiments(targeting::Vocabulary& vocabulary);
   void addCarriedFlags();
   void addNames();
   void addHoldouts();
 
   std::shared_ptr<const model::ConfigResponse> config_;
   targeting::PropertyNames propertyNames_;
+  targeting::RuleBook rules_;
   std::vector<PreparedExperiment> experiments_;
   std::vector<FlagEntry> flags_;
   base::NameIndex flagIndex_;

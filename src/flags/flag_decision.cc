@@ -12,8 +12,8 @@ FlagDecision decide(const experiments::FlagEntry& entry, const targeting::Contex
     const experiments::Placement& placement = resolve(*entry.carrier);
     if (placement.group) return decideInGroup(*entry.carried, *placement.group, context);
   }
-  if (entry.record == nullptr) return {};
-  return experiments::decideByRules(entry.rules, context, entry.record->isPrivate.value_or(false));
+  if (!entry.isInConfiguration) return {};
+  return experiments::decideByRules(entry.rules, context, entry.isPrivate);
 }
 
 }  // namespace

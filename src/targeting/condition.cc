@@ -178,11 +178,11 @@ bool always(const Operand&, const Subject&) {
 
 }  // namespace
 
-PreparedCondition::PreparedCondition(const model::Condition& condition, PropertyNames& names)
-    : match_(always<false>), property_(names.numberOf(condition.name)) {
+PreparedCondition::PreparedCondition(const model::Condition& condition, Vocabulary& vocabulary)
+    : match_(always<false>), property_(vocabulary.names.numberOf(condition.name)) {
   if (condition.values.empty()) return;
   const Sign& sign = signOf(condition);
-  if (auto operand = sign.read(condition.values)) {
+  if (auto operand = sign.read(vocabulary.shared(condition.values))) {
     operand_ = *std::move(operand);
     match_ = sign.match;
   } else if (sign.unread) {

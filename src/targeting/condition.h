@@ -8,8 +8,8 @@
 
 #include "model/config.h"
 #include "targeting/context.h"
-#include "targeting/property_names.h"
 #include "targeting/version.h"
+#include "targeting/vocabulary.h"
 
 namespace corvo::targeting {
 
@@ -38,11 +38,11 @@ using Match = bool (*)(const Operand& operand, const Subject& subject);
 /// the values are parsed. Testing allocates nothing, but where texts differ at a character that is
 /// not ASCII, are searched for long parts or are read as long numbers, and for the first date.
 ///
-/// Immutable. Refers to the texts of the record it is made from, which must outlive it. Enters the
-/// name of its property among the names; contexts that it is tested in must be made by these.
+/// Immutable. Refers to the texts of the record it is made from, which must outlive it. Contexts
+/// that it is tested in must be made by the names of its vocabulary.
 class PreparedCondition {
  public:
-  PreparedCondition(const model::Condition& condition, PropertyNames& names);
+  PreparedCondition(const model::Condition& condition, Vocabulary& vocabulary);
 
   /// The number of the property that is tested.
   [[nodiscard]] std::uint32_t property() const noexcept { return property_; }

@@ -27,34 +27,36 @@ bool statementHolds(ConditionalStatement statement, std::span<const PreparedCond
 
 }  // namespace
 
-RuleList::RuleList(const std::vector<model::Rule>& rules, PropertyNames& names) {
-  std::size_t conditionCount = 0;
-  for (const model::Rule& rule : rules)
-    conditionCount += rule.isDefault ? 0 : rule.conditions.size();
-  rules_.reserve(rules.size());
-  conditions_.reserve(conditionCount);
+RuleList RuleBook::add(const std::vector<model::Rule>& rules, Vocabulary& vocabulary) {
+  const std::size_t first = rules_.size();
   for (const bool isDefault : {false, true}) {
     for (const model::Rule& rule : rules) {
-      if (rule.isDefault == isDefault) add(rule, names);
+      if (rule.isDefault == isDefault) add(rule, vocabulary);
     }
   }
+  return {*this, first, rules.size()};
 }
 
 // A default rule holds whatever its conditions: it becomes an AND of none.
-void RuleList::add(const model::Rule& rule, PropertyNames& names) {
-  PreparedRule prepared{.rule = &rule,
+void RuleBook::add(const model::Rule& rule, Vocabulary& vocabulary) {
+  PreparedRule prepared{.value = &vocabulary.shared(rule.value),
                         .firstCondition = static_cast<std::uint32_t>(conditions_.size())};
   if (!rule.isDefault) {
     prepared.conditionCount = static_cast<std::uint32_t>(rule.conditions.size());
     prepared.statement = rule.conditionalStatement;
     for (const model::Condition& condition : rule.conditions) {
-      conditions_.emplace_back(condition, names);
+      conditions_.emplace_back(condition, vocabulary);
     }
   }
   rules_.push_back(prepared);
 }
 
-bool RuleList::ruleMatches(const PreparedRule& rule, const Context& context, bool hashed) const {
+void RuleBook::close() {
+  rules_.shrink_to_fit();
+  conditions_.shrink_to_fit();
+}
+
+bool RuleBook::ruleMatches(const PreparedRule& rule, const Context& context, bool hashed) const {
   const std::span conditions(conditions_);
   return statementHolds(rule.statement,
                         conditions.subspan(rule.firstCondition, rule.conditionCount), context,
@@ -62,18 +64,19 @@ bool RuleList::ruleMatches(const PreparedRule& rule, const Context& context, boo
 }
 
 // The first rule that holds decides, so the rules behind it need not be looked at.
-const model::Rule* RuleList::choose(const Context& context, bool hashed) const {
-  for (const PreparedRule& rule : rules_) {
-    if (ruleMatches(rule, context, hashed)) return rule.rule;
+const std::string* RuleList::choose(const Context& context, bool hashed) const {
+  if (isEmpty()) return nullptr;
+  for (const RuleBook::PreparedRule& rule : std::span(book_->rules_).subspan(first_, count_)) {
+    if (book_->ruleMatches(rule, context, hashed)) return rule.value;
   }
   return nullptr;
 }
 
-PreparedTarget::PreparedTarget(const model::Target& target, PropertyNames& names)
+PreparedTarget::PreparedTarget(const model::Target& target, Vocabulary& vocabulary)
     : statement(target.conditionalStatement) {
   conditions.reserve(target.conditions.size());
   for (const model::Condition& condition : target.conditions) {
-    conditions.emplace_back(condition, names);
+    conditions.emplace_back(condition, vocabulary);
   }
 }
 

@@ -2,38 +2,66 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "model/config.h"
 #include "targeting/condition.h"
 #include "targeting/context.h"
+#include "targeting/vocabulary.h"
 
 namespace corvo::targeting {
 
-/// The rules of a flag, or of a flag's group, prepared for choosing: arranged with the default
-/// rules last, in flat arrays. Choosing allocates only what a condition does.
-///
-/// Immutable. Refers to the records it is made from, which must outlive it and stay where they are.
+class RuleBook;
+
+/// The rules of a flag, or of a flag's group, in a book, which must outlive it and stay where it
+/// is.
 class RuleList {
  public:
   RuleList() = default;
-  RuleList(const std::vector<model::Rule>& rules, PropertyNames& names);
 
-  [[nodiscard]] bool isEmpty() const noexcept { return rules_.empty(); }
+  [[nodiscard]] bool isEmpty() const noexcept { return count_ == 0; }
 
-  /// The first rule that holds, default rules tried last; null when none does. `hashed` is the
-  /// privacy of whoever owns the decision.
-  [[nodiscard]] const model::Rule* choose(const Context& context, bool hashed) const;
+  /// The value of the first rule that holds, default rules tried last; null when none does.
+  /// `hashed` is the privacy of whoever owns the decision. Allocates only what a condition does.
+  [[nodiscard]] const std::string* choose(const Context& context, bool hashed) const;
 
  private:
+  friend class RuleBook;
+  RuleList(const RuleBook& book, std::size_t first, std::size_t count)
+      : book_(&book),
+        first_(static_cast<std::uint32_t>(first)),
+        count_(static_cast<std::uint32_t>(count)) {}
+
+  const RuleBook* book_ = nullptr;
+  std::uint32_t first_ = 0;
+  std::uint32_t count_ = 0;
+};
+
+/// All rules of a configuration, prepared for choosing: in flat arrays, each list arranged with its
+/// default rules last. Refers to the records it is made from, which must outlive it and stay where
+/// they are. Reading is safe from any thread while nobody adds.
+class RuleBook {
+ public:
+  RuleBook() = default;
+  RuleBook(const RuleBook&) = delete;
+  RuleBook& operator=(const RuleBook&) = delete;
+
+  RuleList add(const std::vector<model::Rule>& rules, Vocabulary& vocabulary);
+
+  /// Gives back the memory that was kept for more rules.
+  void close();
+
+ private:
+  friend class RuleList;
   struct PreparedRule {
-    const model::Rule* rule;
+    const std::string* value;
     std::uint32_t firstCondition;
     std::uint32_t conditionCount = 0;
     model::ConditionalStatement statement = model::ConditionalStatement::and_;
   };
 
-  void add(const model::Rule& rule, PropertyNames& names);
+  void add(const model::Rule& rule, Vocabulary& vocabulary);
   [[nodiscard]] bool ruleMatches(const PreparedRule& rule, const Context& context,
                                  bool hashed) const;
 
@@ -44,7 +72,7 @@ class RuleList {
 /// The test whether an experiment is for a user, prepared. Refers to the record it is made from,
 /// which must outlive it and stay where it is.
 struct PreparedTarget {
-  PreparedTarget(const model::Target& target, PropertyNames& names);
+  PreparedTarget(const model::Target& target, Vocabulary& vocabulary);
 
   model::ConditionalStatement statement;
   std::vector<PreparedCondition> conditions;

@@ -66,7 +66,7 @@ TEST_F(FlagDecisionTest, ChoosesTheFirstRuleThatHoldsDefaultRulesLast) {
            {"the first of two", {rule("a", false, "gold"), rule("b", false)}, Reason::rule, "a"}}) {
     const FlagDecision decision = decide({{flag("f", each.rules)}, {}}, "f");
     EXPECT_EQ(decision.reason, each.reason) << each.what;
-    EXPECT_EQ(decision.rule ? decision.rule->value : "", each.value) << each.what;
+    EXPECT_EQ(decision.value ? *decision.value : "", each.value) << each.what;
   }
 }
 
@@ -82,7 +82,7 @@ TEST_F(FlagDecisionTest, ComparesDigestsForAPrivateFlag) {
 TEST_F(FlagDecisionTest, TakesTheFirstFlagOfAName) {
   const model::ConfigResponse config{{flag("f", {rule("1", true)}), flag("f", {rule("2", true)})},
                                      {}};
-  EXPECT_EQ(decide(config, "f").rule->value, "1");
+  EXPECT_EQ(*decide(config, "f").value, "1");
 }
 
 TEST_F(FlagDecisionTest, FallsBackToTheFlagItselfWhereTheUserIsInNoExperiment) {
@@ -90,7 +90,7 @@ TEST_F(FlagDecisionTest, FallsBackToTheFlagItselfWhereTheUserIsInNoExperiment) {
   experiment.name = "e";
   experiment.featureFlags = {flag("f", {rule("carried", true)}), flag("g", {})};
   const model::ConfigResponse config{{flag("f", {rule("own", true)})}, {experiment}};
-  EXPECT_EQ(decide(config, "f").rule->value, "own");
+  EXPECT_EQ(*decide(config, "f").value, "own");
   EXPECT_EQ(decide(config, "g").reason, Reason::notFound);
   EXPECT_EQ(decide(config, "h").reason, Reason::notFound);
 }

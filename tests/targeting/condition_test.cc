@@ -35,9 +35,9 @@ bool answer(const Question& question, const std::optional<std::string>& property
   PropertyLayer layer;
   if (property) layer.put(question.name, *property);
   const model::Condition record{question.name, static_cast<ConditionSign>(sign), values};
-  PropertyNames names;
-  const PreparedCondition condition(record, names);
-  const PropertyTable properties(names, {.user = &layer});
+  Vocabulary vocabulary;
+  const PreparedCondition condition(record, vocabulary);
+  const PropertyTable properties(vocabulary.names, {.user = &layer});
   return conditionMatches(condition, {.properties = &properties, .localTime = localTime},
                           question.hashed);
 }
@@ -86,13 +86,13 @@ TEST(Condition, OfNoValuesIsFalseWhateverItsSign) {
 
 TEST(Condition, KeepsItsDateWhenTheZoneChanges) {
   const model::Condition record{"date", ConditionSign::afterTime, {"2024-03-31 02:30"}};
-  PropertyNames names;
-  const PreparedCondition condition(record, names);
+  Vocabulary vocabulary;
+  const PreparedCondition condition(record, vocabulary);
   fakes::FakeTimeZone zone;
   const LocalTime localTime(zone);
   PropertyLayer layer;
   layer.put("date", "2024-03-31 03:15");
-  const PropertyTable properties(names, {.user = &layer});
+  const PropertyTable properties(vocabulary.names, {.user = &layer});
   const Context context{.properties = &properties, .localTime = localTime};
   EXPECT_TRUE(conditionMatches(condition, context, false));
   zone.change(3'600, {{1'711'846'800, 7'200}});  // skips 02:30, which is then 03:30

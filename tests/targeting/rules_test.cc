@@ -20,17 +20,21 @@ class Rules : public testing::Test {
  protected:
   Rules() { user_.put("plan", "gold"); }
 
-  const model::Rule* choose(const std::vector<model::Rule>& rules, bool hashed = false) {
-    PropertyNames names;
-    const RuleList list(rules, names);
-    const PropertyTable properties(names, {.user = &user_});
+  const std::string* choose(const std::vector<model::Rule>& rules, bool hashed = false) {
+    Vocabulary vocabulary;
+    RuleBook book;
+    const std::vector<model::Rule> ofAnotherFlag{{false, "another", and_, {kTrue}}};
+    static_cast<void>(book.add(ofAnotherFlag, vocabulary));
+    const RuleList list = book.add(rules, vocabulary);
+    book.close();
+    const PropertyTable properties(vocabulary.names, {.user = &user_});
     return list.choose({.properties = &properties, .localTime = localTime_}, hashed);
   }
 
   bool matches(const model::Target& target, bool hashed = false) {
-    PropertyNames names;
-    const PreparedTarget prepared(target, names);
-    const PropertyTable properties(names, {.user = &user_});
+    Vocabulary vocabulary;
+    const PreparedTarget prepared(target, vocabulary);
+    const PropertyTable properties(vocabulary.names, {.user = &user_});
     return targetMatches(prepared, {.properties = &properties, .localTime = localTime_}, hashed);
   }
 
@@ -85,9 +89,9 @@ TEST_F(Rules, ChooseTheFirstThatHoldsDefaultsLast) {
       {{unmet, off, second, other, first}, 2, "second"},
   };
   for (const Case& c : cases) {
-    const model::Rule* chosen = choose(c.rules);
-    EXPECT_EQ(chosen, &c.rules[c.position]) << c.value;
-    EXPECT_EQ(chosen->value, c.value);
+    const std::string* chosen = choose(c.rules);
+    EXPECT_EQ(chosen, &c.rules[c.position].value) << c.value;
+    EXPECT_EQ(*chosen, c.value);
   }
   EXPECT_EQ(choose({}), nullptr);
   EXPECT_EQ(choose({unmet, unmet}), nullptr);
@@ -96,11 +100,24 @@ TEST_F(Rules, ChooseTheFirstThatHoldsDefaultsLast) {
 TEST_F(Rules, CompareDigestsWhenTheOwnerIsPrivate) {
   const std::vector<model::Rule> rules{{false, "plain", and_, {kTrue}},
                                        {false, "hashed", and_, {kHashed}}};
-  EXPECT_EQ(choose(rules, false)->value, "plain");
-  EXPECT_EQ(choose(rules, true)->value, "hashed");
+  EXPECT_EQ(*choose(rules, false), "plain");
+  EXPECT_EQ(*choose(rules, true), "hashed");
   const model::Target target{and_, {kHashed}};
   EXPECT_FALSE(matches(target, false));
   EXPECT_TRUE(matches(target, true));
+}
+
+TEST(Vocabulary, KeepsEqualContentsOnceAndOthersApart) {
+  using List = std::vector<std::string>;
+  Vocabulary vocabulary;
+  const std::string texts[] = {"x", "y", "", "x"};
+  const List lists[] = {{"a", "b"}, {"b", "a"}, {"ab"}, {}, {""}, {"a", "b"}};
+  for (const std::string& text : texts) {
+    EXPECT_EQ(&vocabulary.shared(text), &text == &texts[3] ? &texts[0] : &text);
+  }
+  for (const List& list : lists) {
+    EXPECT_EQ(&vocabulary.shared(list), &list == &lists[5] ? &lists[0] : &list);
+  }
 }
 
 }  // namespace

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "base/text_hash.h"
+#include "targeting/property_names.h"
+
+namespace corvo::targeting {
+
+/// What the rules of a configuration have in common, found while they are prepared: the names of
+/// the properties, and the texts. Many rules compare with and answer the same few texts; as each is
+/// kept only once, those stay in the processor's cache. Refers to the texts it is given.
+class Vocabulary {
+ public:
+  PropertyNames names;
+
+  /// The first text, or list of texts, of that content.
+  const std::string& shared(const std::string& text) { return **texts_.insert(&text).first; }
+  const std::vector<std::string>& shared(const std::vector<std::string>& list) {
+    return **lists_.insert(&list).first;
+  }
+
+ private:
+  struct ContentHash {
+    std::size_t operator()(const std::string* text) const { return base::TextHash()(*text); }
+    std::size_t operator()(const std::vector<std::string>* list) const {
+      std::size_t hash = list->size();
+      for (const std::string& text : *list) hash = 31 * hash + base::TextHash()(text);
+      return hash;
+    }
+  };
+  struct SameContent {
+    template <class Content>
+    bool operator()(const Content* a, const Content* b) const {
+      return *a == *b;
+    }
+  };
+  template <class Content>
+  using Pool = std::unordered_set<const Content*, ContentHash, SameContent>;
+
+  Pool<std::string> texts_;
+  Pool<std::vector<std::string>> lists_;
+};
+
+}  // namespace corvo::targeting
