@@ -33,7 +33,8 @@ class ContextSource {
   };
   explicit ContextSource(Parts parts);
 
-  /// The stored user. Without one an empty user is stored, and used. Valid until the next write.
+  /// The stored user. Without one an empty user is stored, and used. Valid until it is asked for
+  /// again, or written.
   const std::shared_ptr<const CorvoUser>& currentUser();
 
   /// A context of nobody and nothing.

@@ -38,8 +38,8 @@ using Match = bool (*)(const Operand& operand, const Subject& subject);
 /// the values are parsed. Testing allocates nothing, but where texts differ at a character that is
 /// not ASCII, are searched for long parts or are read as long numbers, and for the first date.
 ///
-/// Immutable. Refers to the texts of the record it is made from, which must outlive it. Contexts
-/// that it is tested in must be made by the names of its vocabulary.
+/// Immutable. May refer to the texts of any record that its vocabulary has seen, so all of those
+/// must outlive it. Contexts that it is tested in must be made by the names of its vocabulary.
 class PreparedCondition {
  public:
   PreparedCondition(const model::Condition& condition, Vocabulary& vocabulary);

@@ -5,6 +5,7 @@
 #include "base/number.h"
 
 namespace corvo::targeting {
+
 DeviceProperties::DeviceProperties(const DeviceFacts& facts) {
   layer_.put("appVersion", facts.appVersion.value_or(""));
   layer_.put("deviceId", facts.deviceId.value_or(""));

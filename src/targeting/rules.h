@@ -15,7 +15,7 @@ namespace corvo::targeting {
 class RuleBook;
 
 /// The rules of a flag, or of a flag's group, in a book, which must outlive it and stay where it
-/// is.
+/// is. An empty list needs none.
 class RuleList {
  public:
   RuleList() = default;
@@ -39,15 +39,16 @@ class RuleList {
 };
 
 /// All rules of a configuration, prepared for choosing: in flat arrays, each list arranged with its
-/// default rules last. Refers to the records it is made from, which must outlive it and stay where
-/// they are. Reading is safe from any thread while nobody adds.
+/// default rules last. May refer to the texts of any record that the vocabulary has seen, so all of
+/// those must outlive it and stay where they are. Reading is safe from any thread while nobody
+/// adds.
 class RuleBook {
  public:
   RuleBook() = default;
   RuleBook(const RuleBook&) = delete;
   RuleBook& operator=(const RuleBook&) = delete;
 
-  RuleList add(const std::vector<model::Rule>& rules, Vocabulary& vocabulary);
+  [[nodiscard]] RuleList add(const std::vector<model::Rule>& rules, Vocabulary& vocabulary);
 
   /// Gives back the memory that was kept for more rules.
   void close();
@@ -69,8 +70,7 @@ class RuleBook {
   std::vector<PreparedCondition> conditions_;
 };
 
-/// The test whether an experiment is for a user, prepared. Refers to the record it is made from,
-/// which must outlive it and stay where it is.
+/// The test whether an experiment is for a user, prepared. Refers to texts as its conditions do.
 struct PreparedTarget {
   PreparedTarget(const model::Target& target, Vocabulary& vocabulary);
 

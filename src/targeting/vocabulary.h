@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <string>
 #include <unordered_set>
@@ -11,8 +12,9 @@
 namespace corvo::targeting {
 
 /// What the rules of a configuration have in common, found while they are prepared: the names of
-/// the properties, and the texts. Many rules compare with and answer the same few texts; as each is
-/// kept only once, those stay in the processor's cache. Refers to the texts it is given.
+/// the properties, and the texts. Many rules compare with the same few lists and answer the same
+/// few values; as all refer to the first of that content, those stay in the processor's cache.
+/// Refers to the texts it is given.
 class Vocabulary {
  public:
   PropertyNames names;
@@ -28,7 +30,11 @@ class Vocabulary {
     std::size_t operator()(const std::string* text) const { return base::TextHash()(*text); }
     std::size_t operator()(const std::vector<std::string>* list) const {
       std::size_t hash = list->size();
-      for (const std::string& text : *list) hash = 31 * hash + base::TextHash()(text);
+      for (const std::string& text : *list) {
+        // No sum: sums of chosen lists are equal whatever their texts hash to.
+        const std::array<std::size_t, 2> both{hash, base::TextHash()(text)};
+        hash = base::TextHash()({reinterpret_cast<const char*>(both.data()), sizeof both});
+      }
       return hash;
     }
   };
