@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "base/exclusive_access.h"
 #include "model/codec.h"
 #include "storage/storage_protocol.h"
 
@@ -76,14 +75,12 @@ class StorageProperty {
   /// Whether the value may be used at the moment: less than the time-to-live, to the bit, has
   /// passed since it was written. A clock set back leaves it valid.
   [[nodiscard]] bool isValid(double now) {
-    const auto access = access_.reading();
     return servesAt(now);
   }
 
   /// The value; null when there is none, or the slot is not valid at the moment. The reference
   /// holds until the next use of the slot.
   const std::shared_ptr<const T>& read(double now) {
-    const auto access = access_.reading();
     if (!servesAt(now)) return none_;
     if (cachedValue_ || !storage_) return cachedValue_;
     return storedValue_.read(*storage_);
@@ -94,7 +91,6 @@ class StorageProperty {
 
   /// Replaces the value, or removes it where it is null, and stamps the slot with the moment.
   void write(std::shared_ptr<const T> value, double now) {
-    const auto access = access_.writing();
     cachedValue_ = std::move(value);
     cachedUpdateTime_ = now;
     storedValue_.forget();
@@ -128,7 +124,6 @@ class StorageProperty {
   Stored<T> storedValue_;
   Stored<model::StoredDate> storedTime_;
   const std::shared_ptr<const T> none_;
-  base::ExclusiveAccess access_;
 };
 
 }  // namespace corvo::storage

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <limits>
 
-#include "base/exclusive_access.h"
 #include "storage/storage_client.h"
 #include "storage/storage_property.h"
 
@@ -172,21 +171,6 @@ TEST(StorageClientTest, WorksWithoutItsSuite) {
   StorageClient client(store, "a", "token", 10);
   client.corvoPrivateId.write(std::make_shared<const std::string>("id"), kWritten);
   EXPECT_EQ(*client.corvoPrivateId.read(kWritten), "id");
-}
-
-TEST(ExclusiveAccessDeathTest, StopsOverlapsWithAWriter) {
-  base::ExclusiveAccess access;
-  {
-    const auto reader = access.reading();
-    const auto another = access.reading();
-  }
-  {
-    const auto reader = access.reading();
-    EXPECT_DEATH((void)access.writing(), "used from two threads at once");
-  }
-  const auto writer = access.writing();
-  EXPECT_DEATH((void)access.reading(), "used from two threads at once");
-  EXPECT_DEATH((void)access.writing(), "used from two threads at once");
 }
 
 }  // namespace

@@ -5,7 +5,8 @@
 
 namespace corvo {
 
-/// Describes the device and the application. A registry of clients asks each of these once.
+/// Describes the device and the application. A registry of clients asks each of these
+/// once, and the identifier again, at most once a second, while there is none.
 class Device {
  public:
   virtual ~Device() = default;

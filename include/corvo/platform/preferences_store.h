@@ -16,15 +16,18 @@ struct PreferencesChange {
 };
 
 /// A named set of binary values under text keys. Every handle to the suite of one name, within one
-/// process and one store, shows the same values at once. Nothing here throws.
+/// process and one store, shows the same values at once.
 class PreferencesSuite {
  public:
   virtual ~PreferencesSuite() = default;
 
-  /// The bytes stored under the key; none when there are none or they cannot be read.
+  /// The bytes stored under the key; none when there are none. Throws a `std::exception` when that
+  /// cannot be told just now, as while another process has the file: the library goes on without
+  /// what is stored and tries again a second later.
   [[nodiscard]] virtual std::optional<std::string> read(std::string_view key) const = 0;
 
-  /// Makes all the changes, or, when that is impossible, none of them and answers false.
+  /// Makes all the changes, or, when that is impossible, none of them and answers false. Does not
+  /// throw.
   virtual bool apply(std::span<const PreferencesChange> changes) = 0;
 
   /// Grows with every change made in this process through any handle. Costs no more than a load.
@@ -41,7 +44,8 @@ class PreferencesStore {
   virtual ~PreferencesStore() = default;
 
   /// The suite of that name, which is any UTF-8 text. Null when it cannot be opened: what is
-  /// stored is then left untouched, and a client keeps its records in memory only.
+  /// stored is then left untouched, and a client keeps its records in memory and tries again, at
+  /// most once a second. Does not throw.
   [[nodiscard]] virtual std::shared_ptr<PreferencesSuite> open(std::string_view suiteName) = 0;
 };
 
