@@ -14,8 +14,8 @@
 
 namespace corvo {
 
-/// Thrown by `Answer::get` when no answer will come: the client was released, or nothing that could
-/// bring the answer is under way any more.
+/// Thrown by `Answer::get` when no answer will come: the client was released, nothing that could
+/// bring the answer is under way any more, or the answer has been taken already.
 class QuestionDropped : public std::logic_error {
  public:
   QuestionDropped() : std::logic_error("the question was dropped: no answer can come any more") {}
@@ -190,7 +190,7 @@ class [[nodiscard]] Answer {
 
  private:
   T take() {
-    client::Outcome<T> outcome = pending_ ? pending_->take() : std::move(outcome_);
+    client::Outcome<T> outcome = pending_ ? pending_->take() : std::exchange(outcome_, {});
     if (auto* error = std::get_if<2>(&outcome)) throw std::move(*error);
     if (outcome.index() == 0) throw QuestionDropped();
     if constexpr (!std::is_void_v<T>) return std::get<1>(std::move(outcome));

@@ -50,12 +50,26 @@ class Lent {
 
 /// Receives the text of a flag, or an error: the untyped end of `CorvoClient::checkFlag`. Lives on
 /// the asker's stack; a client that must wait for the answer detaches it first.
-/// The text is valid until the client is used again or released.
 class FlagSink {
  public:
   virtual ~FlagSink() = default;
-  virtual void onText(std::string_view text) = 0;
-  virtual void onError(const CorvoError& error) = 0;
+
+  /// Answers the question, as an implementation of `CorvoClient` does that has nothing to do
+  /// between keeping the answer and delivering it.
+  void onText(std::string_view text) {
+    keepText(text);
+    deliver();
+  }
+  void onError(CorvoError error) {
+    keepError(std::move(error));
+    deliver();
+  }
+
+  /// Converts the text, which need not last, and keeps the value; or keeps the error.
+  virtual void keepText(std::string_view text) = 0;
+  virtual void keepError(CorvoError error) = 0;
+  /// Calls the callback for what is kept, once and last.
+  virtual void deliver() = 0;
   /// A sink on the heap, never null, that takes this one's place.
   [[nodiscard]] virtual std::unique_ptr<FlagSink> detach() = 0;
 };
@@ -73,8 +87,12 @@ class FlagSink {
 /// Any question fails with `requestConfigFailed` or `requestLocationFailed` where a fetch does, and
 /// throws what `SecureRandom::fill` throws, or a `std::runtime_error` where that fills in the same
 /// bytes for ever, when the client's private identifier is to be made.
-/// Text is UTF-8; what is ill-formed is replaced by U+FFFD. For one thread at a time, usually that
-/// of the main queue; overlapping use that is noticed stops the process.
+/// Text is UTF-8; what is ill-formed is replaced by U+FFFD.
+///
+/// For one thread at a time, usually that of the main queue; it may be another one at another time.
+/// Use by two threads at once is detected practically always, and aborts the process. A callback
+/// runs after the client was given up, so it may also wait for another thread that uses the client;
+/// only the callbacks that fill a builder run while the client is in use.
 class CorvoClient {
  public:
   virtual ~CorvoClient() = default;
@@ -256,8 +274,14 @@ class CorvoClient::TypedSink final : public FlagSink {
   TypedSink(client::Lent<Callback<void(std::optional<T>)>> onSuccess, client::Lent<OnError> onError)
       : onSuccess_(std::move(onSuccess)), onError_(std::move(onError)) {}
 
-  void onText(std::string_view text) override { onSuccess_.get()(fromCorvoString<T>(text)); }
-  void onError(const CorvoError& error) override { onError_.get()(error); }
+  void keepText(std::string_view text) override {
+    outcome_.template emplace<1>(fromCorvoString<T>(text));
+  }
+  void keepError(CorvoError error) override { outcome_.template emplace<2>(std::move(error)); }
+  void deliver() override {
+    if (const CorvoError* error = std::get_if<2>(&outcome_)) return onError_.get()(*error);
+    if (outcome_.index() == 1) onSuccess_.get()(std::get<1>(std::move(outcome_)));
+  }
   std::unique_ptr<FlagSink> detach() override {
     return std::make_unique<TypedSink>(onSuccess_.detach(), onError_.detach());
   }
@@ -265,6 +289,7 @@ class CorvoClient::TypedSink final : public FlagSink {
  private:
   client::Lent<Callback<void(std::optional<T>)>> onSuccess_;
   client::Lent<OnError> onError_;
+  client::Outcome<std::optional<T>> outcome_;
 };
 
 template <CorvoPropertyType T>

@@ -110,21 +110,29 @@ class MemoryPreferencesStore final : public PreferencesStore {
 
   [[nodiscard]] std::shared_ptr<PreferencesSuite> open(std::string_view suiteName) override;
 
-  /// From now on opening / writing fails, or works again. Reading what is there always works.
+  /// From now on opening, reading or writing fails, or works again.
   void failOpening(bool fails) { failsOpening_ = fails; }
-  void failWriting(bool fails) { *failsWriting_ = fails; }
+  void failReading(bool fails) { fails_->reading = fails; }
+  void failWriting(bool fails) { fails_->writing = fails; }
 
   /// The names of the suites opened so far, and all that one holds, for looking at.
   [[nodiscard]] std::vector<std::string> suiteNames() const;
   [[nodiscard]] std::map<std::string, std::string> contents(std::string_view suiteName) const;
   /// How often a key of a suite has been read through any handle.
   [[nodiscard]] std::size_t reads(std::string_view suiteName, std::string_view key) const;
+  /// How often a suite was to be opened, with or without success.
+  [[nodiscard]] std::size_t openings() const { return openings_; }
 
  private:
   class Suite;
+  struct Fails {
+    bool reading = false;
+    bool writing = false;
+  };
 
   bool failsOpening_ = false;
-  std::shared_ptr<bool> failsWriting_ = std::make_shared<bool>(false);  // shared with the suites
+  std::shared_ptr<Fails> fails_ = std::make_shared<Fails>();  // shared with the suites
+  std::size_t openings_ = 0;
   std::map<std::string, std::shared_ptr<Suite>, std::less<>> suites_;
 };
 

@@ -47,7 +47,8 @@ class Clients {
       throw CorvoError(CorvoError::InitializationOfExistingClient{std::move(tag)});
     }
     auto storage = std::make_shared<storage::StorageClient>(
-        *platform_.preferencesStore, tag, projectToken, std::max(cacheTTL, kShortestCacheTTL));
+        platform_.preferencesStore, tag, projectToken, std::max(cacheTTL, kShortestCacheTTL),
+        platform_.clock->now());
     auto contexts = std::make_shared<client::ContextSource>(
         client::ContextSource::Parts{.storage = storage,
                                      .clock = platform_.clock,

@@ -1,5 +1,6 @@
 #include "client/client_impl.h"
 
+#include <new>
 #include <utility>
 #include <variant>
 
@@ -7,6 +8,7 @@
 #include "client/experiment_questions.h"
 #include "client/flag_question.h"
 #include "experiments/details.h"
+#include "network/routes.h"
 #include "targeting/expiry.h"
 
 namespace corvo::client {
@@ -44,48 +46,77 @@ CorvoClientImpl::CorvoClientImpl(Parts parts)
       timeZone_(std::move(parts.timeZone)),
       mainQueue_(std::move(parts.mainQueue)) {}
 
+double CorvoClientImpl::begin() {
+  const double now = clock_->now();
+  if (storage_->hasFailed(now)) tryStorageAgain(now);
+  return now;
+}
+
+// What start and fetches could not do without the store is done now.
+void CorvoClientImpl::tryStorageAgain(double now) {
+  const bool lacksInclusions =
+      storage_->config.isOwed() && !storage_->corvoForcedExperiments.isKnown();
+  if (!storage_->tryAgain()) return;
+  stampStoredUser(now);
+  if (lacksInclusions) synchronisation_->forceAgain();
+}
+
 void CorvoClientImpl::settleUser(std::optional<CorvoUser> initialUser) {
+  const Turn turn(access_);
+  const double now = begin();
   if (initialUser) {
-    storeUser(*initialUser);
-    return;
+    storeUser(*initialUser, now);
+  } else {
+    stampStoredUser(now);
   }
+}
+
+void CorvoClientImpl::stampStoredUser(double now) {
   const std::shared_ptr<const CorvoUser> stored = storage_->user.read();
   if (!stored || stored->corvoExpiration) return;
   CorvoUser stamped{stored->properties, PropertyMap()};
-  const std::string expiry = targeting::expiryText(clock_->now(), *timeZone_);
+  const std::string expiry = targeting::expiryText(now, *timeZone_);
   for (const auto& property : stamped.properties) {
     stamped.corvoExpiration->emplace(property.first, expiry);
   }
-  storeUser(stamped);
+  storeUser(stamped, now);
 }
 
-void CorvoClientImpl::setUser(CorvoUser user) { storeUser(user); }
+void CorvoClientImpl::setUser(CorvoUser user) {
+  const Turn turn(access_);
+  storeUser(user, begin());
+}
 
 void CorvoClientImpl::setUserProperties(EditUser edit) {
   if (!edit) return;
+  const auto self = shared_from_this();  // the callback may release the client
+  const Turn turn(access_);
+  begin();
   CorvoUser::Builder builder(clock_, timeZone_);
-  storeEdited(builder, std::move(edit));
+  edit(builder);
+  storeUser(builder.build(), clock_->now());
 }
 
 void CorvoClientImpl::editUserProperties(EditUser edit) {
   if (!edit) return;
+  const auto self = shared_from_this();
+  const Turn turn(access_);
+  begin();
   const CorvoUser& user = *contexts_->currentUser();
   CorvoUser::Builder builder(clock_, timeZone_);
   builder.properties = user.properties;
   builder.corvoExpiration = user.corvoExpiration.value_or(PropertyMap());
-  storeEdited(builder, std::move(edit));
-}
-
-void CorvoClientImpl::clearUserProperties() { storeUser({PropertyMap(), PropertyMap()}); }
-
-void CorvoClientImpl::storeEdited(CorvoUser::Builder& builder, EditUser edit) {
-  const auto self = shared_from_this();  // the callback may release the client
   edit(builder);
-  storeUser(builder.build());
+  storeUser(builder.build(), clock_->now(), storage::Origin::edit);
 }
 
-void CorvoClientImpl::storeUser(const CorvoUser& user) {
-  storage_->user.write(std::make_shared<const CorvoUser>(wellFormed(user)), clock_->now());
+void CorvoClientImpl::clearUserProperties() {
+  const Turn turn(access_);
+  storeUser({PropertyMap(), PropertyMap()}, begin());
+}
+
+void CorvoClientImpl::storeUser(const CorvoUser& user, double now, storage::Origin origin) {
+  storage_->user.write(std::make_shared<const CorvoUser>(wellFormed(user)), now, origin);
 }
 
 void CorvoClientImpl::checkFlagText(std::string_view flagName, FlagSink& sink) {
@@ -211,75 +242,116 @@ void CorvoClientImpl::askInclusion(std::string_view experimentName,
 
 void CorvoClientImpl::excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
                                    OnError onError) {
-  if (const auto error = forced_->forget(base::WellFormed(experimentName))) return onError(*error);
-  refresh(onSuccess, onError);
+  Turn turn(access_);
+  begin();
+  if (const auto error = forced_->forget(base::WellFormed(experimentName))) {
+    turn.release();
+    return onError(*error);
+  }
+  refresh(onSuccess, onError, turn);
 }
 
 void CorvoClientImpl::excludeForceAll(Callback<void()> onSuccess, OnError onError) {
+  Turn turn(access_);
+  begin();
   const std::variant<bool, CorvoError> forgotten = forced_->forgetAll();
+  if (const bool* wereAny = std::get_if<bool>(&forgotten); wereAny != nullptr && *wereAny) {
+    return refresh(onSuccess, onError, turn);
+  }
+  turn.release();
   if (const auto* error = std::get_if<CorvoError>(&forgotten)) return onError(*error);
-  if (!std::get<bool>(forgotten)) return onSuccess();
-  refresh(onSuccess, onError);
+  onSuccess();
 }
 
 // Done as soon as a new configuration is in hand.
-void CorvoClientImpl::refresh(Callback<void()>& onSuccess, OnError& onError) {
+void CorvoClientImpl::refresh(Callback<void()>& onSuccess, OnError& onError, Turn& turn) {
   CallbackQuestion question(aboutProject([](const Evidence&) -> Decision<void> { return {}; }),
                             onSuccess, onError);
-  askAnew(question);
+  askAnew(question, turn);
 }
 
-template <class Fetched, class Step>
-auto CorvoClientImpl::whenFetched(std::shared_ptr<Question> waiting, Step step) {
-  return [weak = weak_from_this(), waiting = std::move(waiting), step](const Fetched& fetched) {
-    if (const auto self = weak.lock()) step(*self, *waiting, fetched, self->clock_->now());
-  };
+// The request is made when the client has been given up: where the address is of no use, the
+// question fails before this returns.
+template <class Route, class Failure, class Step>
+void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
+  const Route route = synchronisation_->route<Route>();
+  const std::shared_ptr<Question> waiting = question.detach();
+  turn.release();
+  synchronisation_->fetch(
+      route,
+      [weak = weak_from_this(), waiting, step](typename Route::ResponseType fetched) {
+        if (const auto self = weak.lock()) {
+          self->goOn<Failure>(*waiting, [&](Turn& mine) { step(*self, *waiting, fetched, mine); });
+        }
+      },
+      [weak = weak_from_this(), waiting](const CorvoNetworkError& error) {
+        if (weak.expired()) return;
+        waiting->fail(CorvoError(Failure{error}));
+        waiting->deliver();
+      });
 }
 
-template <class Failure>
-auto CorvoClientImpl::whenFailed(std::shared_ptr<Question> waiting) {
-  return [weak = weak_from_this(), waiting = std::move(waiting)](const CorvoNetworkError& error) {
-    if (const auto self = weak.lock()) waiting->fail(CorvoError(Failure{error}));
-  };
+// Memory that runs out before the callback is called is a document that could not be decoded.
+template <class Failure, class Step>
+void CorvoClientImpl::goOn(Question& waiting, Step step) {
+  Turn turn(access_);
+  try {
+    step(turn);
+    return;
+  } catch (const std::bad_alloc&) {
+    if (!turn.isHeld()) throw;
+  }
+  waiting.fail(
+      CorvoError(Failure{CorvoNetworkError(CorvoNetworkError::DecodingError{"out of memory"})}));
+  turn.release();
+  waiting.deliver();
 }
 
 void CorvoClientImpl::ask(Question& question) {
-  const double now = clock_->now();
+  Turn turn(access_);
+  const double now = begin();
   if (const ConfigPointer& config = storage_->config.read(now)) {
-    return locate(question, projectOf(config), now);
+    return locate(question, projectOf(config), now, turn);
   }
-  askAnew(question);
+  askAnew(question, turn);
 }
 
-void CorvoClientImpl::askAnew(Question& question) {
-  const std::shared_ptr<Question> waiting = question.detach();
-  synchronisation_->fetchConfiguration(
-      whenFetched<ConfigPointer>(
-          waiting, [](CorvoClientImpl& self, Question& asked, const ConfigPointer& config,
-                      double now) { self.locate(asked, self.projectOf(config), now); }),
-      whenFailed<CorvoError::RequestConfigFailed>(waiting));
+void CorvoClientImpl::askAnew(Question& question, Turn& turn) {
+  fetch<network::ConfigRoute, CorvoError::RequestConfigFailed>(
+      question, turn,
+      [](CorvoClientImpl& self, Question& asked, model::ConfigResponse& fetched, Turn& mine) {
+        const double now = self.begin();
+        const ConfigPointer config = self.synchronisation_->keep(std::move(fetched));
+        self.locate(asked, self.projectOf(config), now, mine);
+      });
 }
 
-void CorvoClientImpl::locate(Question& question, const ProjectPointer& project, double now) {
+void CorvoClientImpl::locate(Question& question, const ProjectPointer& project, double now,
+                             Turn& turn) {
   if (question.about(*project) == Question::About::project) {
-    return question.answer({project, contexts_->bare(now)});
+    return answer(question, {project, contexts_->bare(now)}, turn);
   }
   if (const LocationPointer& location = storage_->location.read(now)) {
-    return decide(question, project, location, now);
+    return decide(question, project, location, now, turn);
   }
   contexts_->currentUser();  // an empty user is stored before the location is asked for
-  const std::shared_ptr<Question> waiting = question.detach();
-  synchronisation_->fetchLocation(
-      whenFetched<LocationPointer>(
-          waiting,
-          [project](CorvoClientImpl& self, Question& asked, const LocationPointer& location,
-                    double later) { self.decide(asked, project, location, later); }),
-      whenFailed<CorvoError::RequestLocationFailed>(waiting));
+  fetch<network::LocationRoute, CorvoError::RequestLocationFailed>(
+      question, turn,
+      [project](CorvoClientImpl& self, Question& asked, const PropertyMap& fetched, Turn& mine) {
+        const double later = self.begin();
+        self.decide(asked, project, self.synchronisation_->keep(fetched), later, mine);
+      });
 }
 
 void CorvoClientImpl::decide(Question& question, const ProjectPointer& project,
-                             const LocationPointer& location, double now) {
-  question.answer({project, contexts_->at(now, project, location)});
+                             const LocationPointer& location, double now, Turn& turn) {
+  answer(question, {project, contexts_->at(now, project, location)}, turn);
+}
+
+void CorvoClientImpl::answer(Question& question, const Evidence& evidence, Turn& turn) {
+  question.answer(evidence);
+  turn.release();
+  question.deliver();
 }
 
 const CorvoClientImpl::ProjectPointer& CorvoClientImpl::projectOf(const ConfigPointer& config) {

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/exclusive_access.h"
 #include "client/context_source.h"
 #include "client/forced_inclusions.h"
 #include "client/question.h"
@@ -81,17 +82,27 @@ class CorvoClientImpl final : public CorvoClient,
   using ConfigPointer = std::shared_ptr<const model::ConfigResponse>;
   using LocationPointer = std::shared_ptr<const PropertyMap>;
 
+  // Every operation takes the client for its thread, and gives it up before it calls back.
+  using Access = base::ExclusiveAccess<>;
+  using Turn = Access::Scope;
+
+  // The moment of an operation that begins; a store that failed is tried again.
+  double begin();
+  void tryStorageAgain(double now);
+
   // A question goes through the first, or the second, and the others, each at once or after a
   // fetch.
   void ask(Question& question);
-  void askAnew(Question& question);
-  void locate(Question& question, const ProjectPointer& project, double now);
+  void askAnew(Question& question, Turn& turn);
+  void locate(Question& question, const ProjectPointer& project, double now, Turn& turn);
   void decide(Question& question, const ProjectPointer& project, const LocationPointer& location,
-              double now);
+              double now, Turn& turn);
+  static void answer(Question& question, const Evidence& evidence, Turn& turn);
 
   const ProjectPointer& projectOf(const ConfigPointer& config);
-  void storeUser(const CorvoUser& user);
-  void storeEdited(CorvoUser::Builder& builder, EditUser edit);
+  void stampStoredUser(double now);
+  void storeUser(const CorvoUser& user, double now,
+                 storage::Origin origin = storage::Origin::replacement);
 
   // The operations that come with and without an argument. The callbacks stay where they are, which
   // is what keeps the suspending forms from allocating.
@@ -101,15 +112,16 @@ class CorvoClientImpl final : public CorvoClient,
                   Callback<void(std::vector<CorvoExperimentDetail>)>& onSuccess, OnError& onError);
   void askInclusion(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
                     Callback<void()>& onSuccess, OnError& onError);
-  void refresh(Callback<void()>& onSuccess, OnError& onError);
+  void refresh(Callback<void()>& onSuccess, OnError& onError, Turn& turn);
 
-  // What a waiting question goes on with: a step of the client, unless that has been released by
-  // then, or a failure.
-  template <class Fetched, class Step>
-  auto whenFetched(std::shared_ptr<Question> waiting, Step step);
-  template <class Failure>
-  auto whenFailed(std::shared_ptr<Question> waiting);
+  // Lets a question wait for a route's answer. It goes on with a step of the client, unless that
+  // has been released by then, or with the failure.
+  template <class Route, class Failure, class Step>
+  void fetch(Question& question, Turn& turn, Step step);
+  template <class Failure, class Step>
+  void goOn(Question& waiting, Step step);
 
+  Access access_{"a client was used from two threads at once"};
   std::shared_ptr<storage::StorageClient> storage_;
   std::shared_ptr<ContextSource> contexts_;
   std::shared_ptr<ForcedInclusions> forced_;

@@ -11,7 +11,7 @@ const std::shared_ptr<const CorvoUser>& ContextSource::currentUser() {
   auto& slot = parts_.storage->user;
   if (const auto& stored = slot.read()) return stored;
   slot.write(std::make_shared<const CorvoUser>(CorvoUser{PropertyMap(), PropertyMap()}),
-             parts_.clock->now());
+             parts_.clock->now(), storage::Origin::makeshift);
   return slot.read();
 }
 
@@ -21,10 +21,10 @@ targeting::Context ContextSource::ofUser(double now) {
   const std::shared_ptr<const CorvoUser>& user = currentUser();
   const std::uint64_t zone = parts_.timeZone->identifier();
   if (user_.record != user || user_.zone != zone) makeUserLayer(user, zone);
-  if (facts_ == nullptr) deviceProperties_.emplace(*(facts_ = &parts_.device->facts()));
+  if (!deviceId_) learnDevice(now);
   targeting::Context context = bare(now);
   context.user = &user_.layer;
-  context.vendorIdentifier = facts_->deviceId ? &*facts_->deviceId : nullptr;
+  context.vendorIdentifier = deviceId_ ? &*deviceId_ : nullptr;
   return context;
 }
 
@@ -37,6 +37,15 @@ targeting::Context ContextSource::at(double now,
   if (table_.project != project) makeTable(project, device);
   context.properties = &table_.properties;
   return context;
+}
+
+// Until the device tells its identifier, it is asked again and again.
+void ContextSource::learnDevice(double now) {
+  if (deviceProperties_ && !parts_.device->deviceId(now)) return;
+  const targeting::DeviceFacts facts = parts_.device->facts(now);
+  deviceProperties_.emplace(facts);
+  table_.project = nullptr;
+  deviceId_ = facts.deviceId;
 }
 
 void ContextSource::makeUserLayer(const std::shared_ptr<const CorvoUser>& user,

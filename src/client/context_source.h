@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "client/device_once.h"
 #include "experiments/project.h"
@@ -65,6 +66,7 @@ class ContextSource {
     targeting::PropertyTable properties;
   };
 
+  void learnDevice(double now);
   void makeUserLayer(const std::shared_ptr<const CorvoUser>& user, std::uint64_t zone);
   void makeLocationLayer(const std::shared_ptr<const PropertyMap>& location);
   void makeTable(const std::shared_ptr<const experiments::Project>& project,
@@ -72,8 +74,8 @@ class ContextSource {
 
   Parts parts_;
   targeting::LocalTime localTime_;
-  const targeting::DeviceFacts* facts_ = nullptr;  // asked for on first need
-  std::optional<targeting::DeviceProperties> deviceProperties_;
+  std::optional<std::string> deviceId_;
+  std::optional<targeting::DeviceProperties> deviceProperties_;  // made on first need
   UserLayer user_;
   LocationLayer location_;
   Table table_;

@@ -14,14 +14,27 @@ std::optional<std::string> wellFormed(const std::optional<std::string>& text) {
 
 }  // namespace
 
-const targeting::DeviceFacts& DeviceOnce::facts() {
-  std::call_once(asked_, [this] {
-    facts_ = {.appVersion = wellFormed(device_->applicationVersion()),
-              .deviceId = wellFormed(device_->vendorIdentifier()),
-              .osName = wellFormed(device_->systemName()),
-              .osVersion = wellFormed(device_->systemVersion())};
-  });
+targeting::DeviceFacts DeviceOnce::facts(double now) {
+  const std::lock_guard lock(mutex_);
+  if (!asked_) {
+    facts_.appVersion = wellFormed(device_->applicationVersion());
+    facts_.osName = wellFormed(device_->systemName());
+    facts_.osVersion = wellFormed(device_->systemVersion());
+    asked_ = true;
+  }
+  askForIdentifier(now);
   return facts_;
+}
+
+std::optional<std::string> DeviceOnce::deviceId(double now) {
+  const std::lock_guard lock(mutex_);
+  askForIdentifier(now);
+  return facts_.deviceId;
+}
+
+void DeviceOnce::askForIdentifier(double now) {
+  if (facts_.deviceId || !attempts_.isDue(now)) return;
+  facts_.deviceId = wellFormed(device_->vendorIdentifier());
 }
 
 }  // namespace corvo::client

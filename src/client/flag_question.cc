@@ -9,8 +9,8 @@ namespace corvo::client {
 void FlagQuestion::answer(const Evidence& evidence) {
   const experiments::FlagEntry* entry = evidence.project->findFlag(flagName_.get());
   const flags::FlagDecision decision = flags::decideFlag(entry, evidence.context);
-  if (decision.value != nullptr) return sink_->onText(*decision.value);
-  sink_->onError(experiments::errorOf(decision, flagName_.get()));
+  if (decision.value != nullptr) return sink_->keepText(*decision.value);
+  sink_->keepError(experiments::errorOf(decision, flagName_.get()));
 }
 
 FlagReport reportFlags(const Evidence& evidence) {

@@ -20,7 +20,8 @@ class FlagQuestion final : public Question {
     return About::user;
   }
   void answer(const Evidence& evidence) override;
-  void fail(const CorvoError& error) override { sink_->onError(error); }
+  void fail(CorvoError error) override { sink_->keepError(std::move(error)); }
+  void deliver() override { sink_->deliver(); }
   std::unique_ptr<Question> detach() override {
     return std::make_unique<FlagQuestion>(flagName_.detach(), sink_->detach());
   }

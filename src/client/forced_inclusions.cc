@@ -17,11 +17,15 @@ std::optional<CorvoError> ForcedInclusions::include(const model::ConfigResponse&
   const auto& remembered = parts_.storage->corvoForcedExperiments.read();
   model::ForcedExperiments forced = remembered ? *remembered : model::ForcedExperiments();
   forced.insert_or_assign(std::string(experimentName), groupIndex);
-  remember(std::move(forced));
-
   auto changed = std::make_shared<model::ConfigResponse>(config);
   changed->experiments[position] = std::move(experiment);
-  parts_.storage->config.write(std::move(changed), parts_.clock->now());
+
+  // Both are prepared first, so that neither is written without the other.
+  const double now = parts_.clock->now();
+  auto inclusions = prepared(std::move(forced), now);
+  auto document = parts_.storage->config.prepare(std::move(changed), now);
+  parts_.storage->corvoForcedExperiments.write(std::move(inclusions), storage::Origin::edit);
+  parts_.storage->config.write(std::move(document));
   return std::nullopt;
 }
 
@@ -77,8 +81,14 @@ std::variant<bool, CorvoError> ForcedInclusions::forgetAll() {
 }
 
 void ForcedInclusions::remember(model::ForcedExperiments forced) {
-  parts_.storage->corvoForcedExperiments.write(
-      std::make_shared<const model::ForcedExperiments>(std::move(forced)), parts_.clock->now());
+  parts_.storage->corvoForcedExperiments.write(prepared(std::move(forced), parts_.clock->now()),
+                                               storage::Origin::edit);
+}
+
+ForcedInclusions::Slot::Prepared ForcedInclusions::prepared(model::ForcedExperiments forced,
+                                                            double now) const {
+  return parts_.storage->corvoForcedExperiments.prepare(
+      std::make_shared<const model::ForcedExperiments>(std::move(forced)), now);
 }
 
 }  // namespace corvo::client

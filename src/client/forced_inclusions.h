@@ -54,7 +54,9 @@ class ForcedInclusions {
   std::variant<Edit, CorvoError> edit(const model::ConfigResponse& config,
                                       std::string_view experimentName,
                                       std::optional<std::int64_t> groupIndex);
+  using Slot = storage::StorageProperty<model::ForcedExperiments>;
   void remember(model::ForcedExperiments forced);
+  [[nodiscard]] Slot::Prepared prepared(model::ForcedExperiments forced, double now) const;
 
   Parts parts_;
 };

@@ -25,8 +25,8 @@ struct Evidence {
 };
 
 /// One question on its way to its answer. Lives on the asker's stack; to wait for a fetch it is
-/// detached. Exactly one of `answer` and `fail` is called, last of all: nothing of the client is
-/// touched afterwards.
+/// detached. Exactly one of `answer` and `fail` is called, and then, when the client has been given
+/// up, `deliver`, last of all: nothing of the client is touched afterwards.
 class Question {
  public:
   enum class About : std::uint8_t { user, project };
@@ -34,8 +34,12 @@ class Question {
   virtual ~Question() = default;
   /// Whether user and location count for the answer. Where not, neither is touched.
   [[nodiscard]] virtual About about(const experiments::Project& project) const = 0;
+  /// Decides, and keeps the outcome as the callback takes it.
   virtual void answer(const Evidence& evidence) = 0;
-  virtual void fail(const CorvoError& error) = 0;
+  /// Keeps the error.
+  virtual void fail(CorvoError error) = 0;
+  /// Calls the callback for what is kept.
+  virtual void deliver() = 0;
   /// A question on the heap that takes this one's place.
   [[nodiscard]] virtual std::unique_ptr<Question> detach() = 0;
 };
@@ -62,6 +66,20 @@ template <class Value>
 using Decision =
     std::variant<std::conditional_t<std::is_void_v<Value>, std::monostate, Value>, CorvoError>;
 
+/// What the question with that callback comes to.
+template <class OnSuccess>
+struct DecisionFor;
+template <class Value>
+struct DecisionFor<Callback<void(Value)>> {
+  using Type = Decision<Value>;
+};
+template <>
+struct DecisionFor<Callback<void()>> {
+  using Type = Decision<void>;
+};
+template <class OnSuccess>
+using DecisionOf = typename DecisionFor<OnSuccess>::Type;
+
 /// Hands a decision to the callback that it is for.
 template <class Value>
 void deliver(Decision<Value> decision, Callback<void(Value)>& onSuccess, OnError& onError) {
@@ -86,10 +104,11 @@ class CallbackQuestion final : public Question {
   [[nodiscard]] About about(const experiments::Project& project) const override {
     return decider_.about(project);
   }
-  void answer(const Evidence& evidence) override {
-    deliver(decider_.decide(evidence), onSuccess_.get(), onError_.get());
+  void answer(const Evidence& evidence) override { decision_.emplace(decider_.decide(evidence)); }
+  void fail(CorvoError error) override { decision_.emplace(std::move(error)); }
+  void deliver() override {
+    client::deliver(*std::move(decision_), onSuccess_.get(), onError_.get());
   }
-  void fail(const CorvoError& error) override { onError_.get()(error); }
   std::unique_ptr<Question> detach() override {
     return std::make_unique<CallbackQuestion>(decider_.detach(), onSuccess_.detach(),
                                               onError_.detach());
@@ -99,6 +118,7 @@ class CallbackQuestion final : public Question {
   Decider decider_;
   Lent<OnSuccess> onSuccess_;
   Lent<OnError> onError_;
+  std::optional<DecisionOf<OnSuccess>> decision_;
 };
 
 template <class Decider, class OnSuccess>

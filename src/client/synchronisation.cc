@@ -4,43 +4,37 @@
 
 #include "client/platform_filter.h"
 #include "network/private_identifier.h"
-#include "network/routes.h"
 
 namespace corvo::client {
-
-void Synchronisation::fetchConfiguration(OnConfig onSuccess, OnFailure onFailure) {
-  fetch<network::ConfigRoute>(std::move(onSuccess), std::move(onFailure));
-}
-
-void Synchronisation::fetchLocation(OnLocation onSuccess, OnFailure onFailure) {
-  fetch<network::LocationRoute>(std::move(onSuccess), std::move(onFailure));
-}
-
-template <class Route, class OnSuccess>
-void Synchronisation::fetch(OnSuccess onSuccess, OnFailure onFailure) {
-  using Response = typename Route::ResponseType;
-  parts_.network->request(
-      Route(parts_.projectToken, privateIdentifier()),
-      [weak = weak_from_this(), onSuccess = std::move(onSuccess)](Response response) mutable {
-        if (const auto self = weak.lock()) onSuccess(self->keep(std::move(response)));
-      },
-      std::move(onFailure));
-}
 
 // The identifier is made on first need and then kept for the life of the suite.
 std::string Synchronisation::privateIdentifier() {
   auto& slot = parts_.storage->corvoPrivateId;
   if (const auto& stored = slot.read()) return *stored;
   auto made = std::make_shared<const std::string>(network::makePrivateIdentifier(*parts_.random));
-  slot.write(made, parts_.clock->now());
+  slot.write(made, parts_.clock->now(), storage::Origin::makeshift);
   return *made;
 }
 
 std::shared_ptr<const model::ConfigResponse> Synchronisation::keep(model::ConfigResponse config) {
   filterByPlatform(config);
+  return keepForced(std::move(config), parts_.clock->now());
+}
+
+// What was fetched while the remembered inclusions could not be read lacks them. It is no newer for
+// getting them.
+void Synchronisation::forceAgain() {
+  auto& slot = parts_.storage->config;
+  const std::shared_ptr<const model::ConfigResponse> cached = slot.read(parts_.clock->now());
+  const double* fetched = slot.updateTime();
+  if (cached && fetched != nullptr) keepForced(*cached, *fetched);
+}
+
+std::shared_ptr<const model::ConfigResponse> Synchronisation::keepForced(
+    model::ConfigResponse config, double fetched) {
   parts_.forced->reapply(config);
   auto kept = std::make_shared<const model::ConfigResponse>(std::move(config));
-  parts_.storage->config.write(kept, parts_.clock->now());
+  parts_.storage->config.write(kept, fetched);
   return kept;
 }
 

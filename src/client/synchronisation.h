@@ -16,14 +16,10 @@
 
 namespace corvo::client {
 
-/// Fetches the configuration and the location for a client, and caches them. Every call makes a
-/// request of its own. The outcome comes on the main queue; a success not at all when this object
-/// is gone by then. An address that is no URI reference fails before the call returns. For one
-/// thread at a time.
-class Synchronisation : public std::enable_shared_from_this<Synchronisation> {
+/// Fetches the configuration and the location for a client, and caches them. Every fetch makes a
+/// request of its own. For one thread at a time, but for `fetch`.
+class Synchronisation {
  public:
-  using OnConfig = Callback<void(std::shared_ptr<const model::ConfigResponse>)>;
-  using OnLocation = Callback<void(std::shared_ptr<const PropertyMap>)>;
   using OnFailure = Callback<void(const CorvoNetworkError&)>;
 
   struct Parts {
@@ -36,20 +32,32 @@ class Synchronisation : public std::enable_shared_from_this<Synchronisation> {
   };
   explicit Synchronisation(Parts parts) : parts_(std::move(parts)) {}
 
-  /// Fetches the configuration, filters it by platform, re-applies the forced inclusions and
-  /// caches it.
-  void fetchConfiguration(OnConfig onSuccess, OnFailure onFailure);
+  /// The route of the configuration or the location. The private identifier in it is made and
+  /// stored on first need.
+  template <class Route>
+  [[nodiscard]] Route route() {
+    return Route(parts_.projectToken, privateIdentifier());
+  }
 
-  /// Fetches the location and caches it, every name prefixed with "geo.".
-  void fetchLocation(OnLocation onSuccess, OnFailure onFailure);
+  /// Requests a route. The outcome comes on the main queue. An address that is no URI reference
+  /// fails before this returns. Touches no record.
+  template <class Route, class OnSuccess>
+  void fetch(const Route& route, OnSuccess onSuccess, OnFailure onFailure) {
+    parts_.network->request(route, std::move(onSuccess), std::move(onFailure));
+  }
+
+  /// Filters a configuration by platform, re-applies the forced inclusions and caches it.
+  std::shared_ptr<const model::ConfigResponse> keep(model::ConfigResponse config);
+  /// Caches a location, every name prefixed with "geo.".
+  std::shared_ptr<const PropertyMap> keep(const PropertyMap& location);
+
+  /// Re-applies the forced inclusions to the cached configuration, if there is one.
+  void forceAgain();
 
  private:
   std::string privateIdentifier();
-  std::shared_ptr<const model::ConfigResponse> keep(model::ConfigResponse config);
-  std::shared_ptr<const PropertyMap> keep(const PropertyMap& location);
-
-  template <class Route, class OnSuccess>
-  void fetch(OnSuccess onSuccess, OnFailure onFailure);
+  std::shared_ptr<const model::ConfigResponse> keepForced(model::ConfigResponse config,
+                                                          double fetched);
 
   Parts parts_;
 };

@@ -1,23 +1,25 @@
 #include <corvo/fakes.h>
 
+#include <stdexcept>
+
 namespace corvo::fakes {
 
 class MemoryPreferencesStore::Suite final : public PreferencesSuite {
  public:
-  Suite(std::shared_ptr<const bool> failsWriting,
-        const std::map<std::string, std::string>& contents)
-      : failsWriting_(std::move(failsWriting)) {
+  Suite(std::shared_ptr<const Fails> fails, const std::map<std::string, std::string>& contents)
+      : fails_(std::move(fails)) {
     for (const auto& [key, value] : contents) entries_[key].value = value;
   }
 
   [[nodiscard]] std::optional<std::string> read(std::string_view key) const override {
+    if (fails_->reading) throw std::runtime_error("reading fails");
     Entry& entry = entryOf(key);
     ++entry.reads;
     return entry.value;
   }
 
   bool apply(std::span<const PreferencesChange> changes) override {
-    if (*failsWriting_) return false;
+    if (fails_->writing) return false;
     if (!changes.empty()) ++revision_;
     for (const PreferencesChange& change : changes) {
       Entry& entry = entryOf(change.key);
@@ -59,7 +61,7 @@ class MemoryPreferencesStore::Suite final : public PreferencesSuite {
     return found != entries_.end() ? found->second : entries_[std::string(key)];
   }
 
-  std::shared_ptr<const bool> failsWriting_;
+  std::shared_ptr<const Fails> fails_;
   std::uint64_t revision_ = 0;
   mutable std::map<std::string, Entry, std::less<>> entries_;  // also of keys only read so far
 };
@@ -67,15 +69,16 @@ class MemoryPreferencesStore::Suite final : public PreferencesSuite {
 MemoryPreferencesStore::MemoryPreferencesStore(const MemoryPreferencesStore& other)
     : PreferencesStore(other) {
   for (const auto& [name, suite] : other.suites_) {
-    suites_.emplace(name, std::make_shared<Suite>(failsWriting_, suite->contents()));
+    suites_.emplace(name, std::make_shared<Suite>(fails_, suite->contents()));
   }
 }
 
 std::shared_ptr<PreferencesSuite> MemoryPreferencesStore::open(std::string_view suiteName) {
+  ++openings_;
   if (failsOpening_) return nullptr;
   auto& suite = suites_[std::string(suiteName)];
   if (suite == nullptr) {
-    suite = std::make_shared<Suite>(failsWriting_, std::map<std::string, std::string>());
+    suite = std::make_shared<Suite>(fails_, std::map<std::string, std::string>());
   }
   return suite;
 }

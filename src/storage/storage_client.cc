@@ -1,31 +1,41 @@
 #include "storage/storage_client.h"
 
-#include <memory>
 #include <utility>
 
 namespace corvo::storage {
 namespace {
 
-std::shared_ptr<StorageProtocol> openStorage(PreferencesStore& store, std::string_view tag,
-                                             std::string_view projectToken) {
+std::shared_ptr<StorageProtocol> openStorage(std::shared_ptr<PreferencesStore> store,
+                                             std::string_view tag, std::string_view projectToken,
+                                             double now) {
   std::string suiteName = "storage";
   suiteName.append(tag).append(projectToken);
-  std::shared_ptr<PreferencesSuite> suite = store.open(suiteName);
-  return suite ? std::make_shared<StorageProtocol>(std::move(suite)) : nullptr;
+  return std::make_shared<StorageProtocol>(std::move(store), std::move(suiteName), now);
 }
 
 }  // namespace
 
-StorageClient::StorageClient(PreferencesStore& store, std::string_view tag,
-                             std::string_view projectToken, std::uint64_t cacheTTL)
-    : StorageClient(openStorage(store, tag, projectToken), cacheTTL) {}
+StorageClient::StorageClient(std::shared_ptr<PreferencesStore> store, std::string_view tag,
+                             std::string_view projectToken, std::uint64_t cacheTTL, double now)
+    : StorageClient(openStorage(std::move(store), tag, projectToken, now), cacheTTL) {}
 
-StorageClient::StorageClient(const std::shared_ptr<StorageProtocol>& storage,
-                             std::uint64_t cacheTTL)
+StorageClient::StorageClient(std::shared_ptr<StorageProtocol> storage, std::uint64_t cacheTTL)
     : config("config", storage, cacheTTL),
       location("location", storage, cacheTTL),
       user("user", storage, std::nullopt),
       corvoPrivateId("corvoPrivateId", storage, std::nullopt),
-      corvoForcedExperiments("corvoForcedExperiments", storage, std::nullopt) {}
+      corvoForcedExperiments("corvoForcedExperiments", storage, std::nullopt),
+      storage_(std::move(storage)) {}
+
+bool StorageClient::tryAgain() {
+  const StorageProtocol::Reopened reopened = storage_->reopen();
+  if (reopened == StorageProtocol::Reopened::no) return false;
+  const auto settleEach = [reopened](auto&... slots) {
+    if (reopened == StorageProtocol::Reopened::anotherSuite) (slots.forgetStored(), ...);
+    (slots.settle(), ...);
+  };
+  settleEach(config, location, user, corvoPrivateId, corvoForcedExperiments);
+  return true;
+}
 
 }  // namespace corvo::storage

@@ -4,6 +4,7 @@
 #include <corvo/user.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -16,10 +17,18 @@ namespace corvo::storage {
 /// named "storage" + tag + token with nothing between, so clients whose tag and token join to the
 /// same text share it. For one thread at a time.
 struct StorageClient {
-  /// The time-to-live is in seconds. Where the suite cannot be opened, everything is kept in memory
-  /// only.
-  StorageClient(PreferencesStore& store, std::string_view tag, std::string_view projectToken,
-                std::uint64_t cacheTTL);
+  /// The time-to-live is in seconds, the moment in seconds since 1970.
+  StorageClient(std::shared_ptr<PreferencesStore> store, std::string_view tag,
+                std::string_view projectToken, std::uint64_t cacheTTL, double now);
+
+  /// Names the moment of an operation that begins, and tells whether the suite could not be opened,
+  /// read or written. Everything is then kept in memory, until `tryAgain` succeeds.
+  [[nodiscard]] bool hasFailed(double now) noexcept { return storage_->hasFailed(now); }
+
+  /// Tries to reach a suite again that has failed, at most once a second. True when it was reached:
+  /// what it lacks has then been written, and what was only made for want of stored records has
+  /// given way to these.
+  bool tryAgain();
 
   StorageProperty<model::ConfigResponse> config;
   StorageProperty<PropertyMap> location;
@@ -28,7 +37,9 @@ struct StorageClient {
   StorageProperty<model::ForcedExperiments> corvoForcedExperiments;
 
  private:
-  StorageClient(const std::shared_ptr<StorageProtocol>& storage, std::uint64_t cacheTTL);
+  StorageClient(std::shared_ptr<StorageProtocol> storage, std::uint64_t cacheTTL);
+
+  std::shared_ptr<StorageProtocol> storage_;
 };
 
 }  // namespace corvo::storage

@@ -4,25 +4,47 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
 
+#include "base/once_a_second.h"
 #include "model/codec.h"
 
 namespace corvo::storage {
 
-/// Typed values, encoded as JSON, under text keys of one suite. For one thread at a time.
+/// Typed values, encoded as JSON, under text keys of one suite. A suite that cannot be opened, read
+/// or written just now is left alone until somebody calls `reopen`, a second later or more.
+/// For one thread at a time.
 class StorageProtocol {
  public:
-  explicit StorageProtocol(std::shared_ptr<PreferencesSuite> suite) : suite_(std::move(suite)) {}
+  /// Opens the suite of that name. `now` is the moment, as below.
+  StorageProtocol(std::shared_ptr<PreferencesStore> store, std::string suiteName, double now);
 
-  /// The bytes under the key; none when there are none or they cannot be read.
-  [[nodiscard]] std::optional<std::string> read(std::string_view key) const {
-    return suite_->read(key);
+  enum class Reopened : std::uint8_t {
+    no,
+    sameSuite,    ///< Revisions go on.
+    anotherSuite  ///< Revisions begin anew.
+  };
+  /// Opens a suite again that has failed, when the last attempt was a second ago or more.
+  Reopened reopen();
+
+  /// Names the moment of what follows (seconds since 1970), and tells whether the suite has failed
+  /// since it was last opened.
+  [[nodiscard]] bool hasFailed(double now) noexcept {
+    now_ = now;
+    return hasFailed_;
   }
+
+  /// What reading a key came to.
+  struct Reading {
+    bool isKnown = false;  ///< Else it cannot be told just now what is stored.
+    std::optional<std::string> blob;
+  };
+  [[nodiscard]] Reading read(std::string_view key);
 
   /// The value that the bytes hold; null when they do not decode into the type.
   template <class T>
@@ -32,8 +54,8 @@ class StorageProtocol {
     return value ? std::make_shared<const T>(std::move(*value)) : nullptr;
   }
 
-  /// Makes the changes lined up by `change`, all or none of them.
-  void set(const std::vector<PreferencesChange>& changes) { suite_->apply(changes); }
+  /// Makes the changes, all or none of them; whether they were made.
+  bool set(const std::vector<PreferencesChange>& changes);
 
   /// Lines up the storing of a value, or, where the value is null, the removal of the key. A value
   /// that cannot be encoded changes nothing.
@@ -46,13 +68,23 @@ class StorageProtocol {
     }
   }
 
-  [[nodiscard]] std::uint64_t revision() const { return suite_->revision(); }
+  /// A number that changes when anything under any key may have changed; that of a suite which is
+  /// not open is 0.
+  [[nodiscard]] std::uint64_t revision() const { return suite_ ? suite_->revision() : 0; }
   [[nodiscard]] std::uint64_t revisionOf(std::string_view key) const {
-    return suite_->revisionOf(key);
+    return suite_ ? suite_->revisionOf(key) : 0;
   }
 
  private:
+  void fail();
+
+  const std::shared_ptr<PreferencesStore> store_;
+  const std::string suiteName_;
   std::shared_ptr<PreferencesSuite> suite_;
+  bool isReadable_ = true;
+  bool hasFailed_ = false;  // since it was last opened
+  base::OnceASecond attempts_;
+  double now_;
 };
 
 }  // namespace corvo::storage

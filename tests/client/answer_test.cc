@@ -51,6 +51,14 @@ class AnswerTest : public ClientTest {
   std::shared_ptr<CorvoClient> client = makeClient();
 };
 
+TEST_F(AnswerTest, IsTakenOnce) {
+  for (const bool fresh : {false, true}) {
+    Answer<std::optional<bool>> answer = client->checkFlag<bool>("on");
+    EXPECT_EQ(answer.get(), true) << fresh;
+    EXPECT_THROW(answer.get(), QuestionDropped) << fresh;
+  }
+}
+
 TEST_F(AnswerTest, SuspendsForAFetchAndResumesWhereTheCallbackWouldRun) {
   std::vector<std::string> seen;
   const std::vector<std::string> all{"on", "Corvo warn: Feature flag \"nothing\" not found"};

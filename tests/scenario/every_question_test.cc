@@ -1,6 +1,12 @@
+#include <atomic>
+#include <cstdlib>
 #include <functional>
+#include <future>
+#include <iterator>
 #include <stdexcept>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "tests/client/client_fixture.h"
 
@@ -112,6 +118,78 @@ TEST_F(EveryQuestionTest, IsDroppedWithItsClient) {
     fake.time->run();
     EXPECT_FALSE(answered) << name;
   }
+}
+
+TEST_F(EveryQuestionTest, LetsTheCallbackWaitForAnotherThread) {
+  for (const bool fresh : {true, false}) {
+    for (const auto& [name, ask] : kQuestions) {
+      const auto client = start(fresh);
+      bool answered = false;
+      ask(*client, [&, &again = ask] {
+        std::thread([&] { again(*client, [&] { answered = true; }); }).join();
+      });
+      fake.time->run();
+      EXPECT_TRUE(answered) << name;
+    }
+  }
+}
+
+/// A clock on which a thread can be held in the middle of whatever it does.
+struct HoldingClock final : Clock {
+  mutable std::atomic<bool> holds = false;
+  mutable std::promise<void> held;
+
+  [[nodiscard]] double now() const override {
+    if (holds.exchange(false)) {
+      held.set_value();
+      std::promise<void>().get_future().wait();  // for ever
+    }
+    return 1'714'564'800;
+  }
+};
+
+TEST(EveryOperationDeathTest, StopsTheProcessWhenTwoThreadsUseTheClientAtOnce) {
+  const Question userOperations[] = {
+      {"setUser", [](auto& client, auto&&) { client.setUser({}); }},
+      {"setUserProperties", [](auto& client, auto&&) { client.setUserProperties([](auto&) {}); }},
+      {"editUserProperties", [](auto& client, auto&&) { client.editUserProperties([](auto&) {}); }},
+      {"clearUserProperties", [](auto& client, auto&&) { client.clearUserProperties(); }}};
+  const auto useTwice = [](const Ask& first, const Ask& second) {
+    const fakes::FakePlatform fake;
+    Platform platform = fake.platform();
+    const auto clock = std::make_shared<HoldingClock>();
+    platform.clock = clock;
+    ClientRegistry registry(platform);
+    const auto client = registry.initializeClient("token", {}, "https://x", 10, 0, "tag");
+    clock->holds = true;
+    std::thread([&] { first(*client, [] {}); }).detach();
+    clock->held.get_future().wait();
+    second(*client, [] {});
+    std::_Exit(0);
+  };
+  std::vector<Question> all(std::begin(kQuestions), std::end(kQuestions));
+  all.insert(all.end(), std::begin(userOperations), std::end(userOperations));
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    const Question& first = all[i];
+    const Question& second = all[(i * 5 + 3) % all.size()];
+    EXPECT_DEATH(useTwice(first.ask, second.ask), "Corvo: a client was used from two threads")
+        << first.name << " and " << second.name;
+  }
+}
+
+TEST_F(EveryQuestionTest, MayBeAskedWithinABuildersCallback) {
+  const auto client = start(true);
+  int answers = 0;
+  client->setUserProperties([&](CorvoUser::Builder& user) {
+    for (const auto& [name, ask] : kQuestions) {
+      ask(*client, [&, &again = ask] { again(*client, [&] { ++answers; }); });
+    }
+    client->editUserProperties([](auto& inner) { inner.setEmail("lost@example.com"); });
+    user.setUserId("u");
+  });
+  fake.time->run();
+  EXPECT_EQ(answers, std::size(kQuestions));
+  EXPECT_EQ(stored("user.value").find("lost"), std::string::npos) << "the outer callback's counts";
 }
 
 }  // namespace

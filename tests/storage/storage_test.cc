@@ -15,20 +15,21 @@ constexpr double kWritten = 1'714'564'800;
 class StoragePropertyTest : public testing::Test {
  protected:
   std::shared_ptr<StorageProtocol> protocol() {
-    return std::make_shared<StorageProtocol>(store_.open("suite"));
+    return std::make_shared<StorageProtocol>(store_, "suite", kWritten);
   }
   StorageProperty<std::string> slot(std::optional<std::uint64_t> cacheTTL = std::nullopt) {
     return {"key", protocol(), cacheTTL};
   }
   void put(const std::string& key, std::optional<std::string> blob) {
     const PreferencesChange change{key, std::move(blob)};
-    store_.open("suite")->apply({&change, 1});
+    store_->open("suite")->apply({&change, 1});
   }
   static std::shared_ptr<const std::string> text(const char* value) {
     return std::make_shared<const std::string>(value);
   }
 
-  fakes::MemoryPreferencesStore store_;
+  const std::shared_ptr<fakes::MemoryPreferencesStore> store_ =
+      std::make_shared<fakes::MemoryPreferencesStore>();
 };
 
 TEST_F(StoragePropertyTest, LivesForLessThanItsTimeToLive) {
@@ -64,7 +65,7 @@ TEST_F(StoragePropertyTest, NeedsItsUpdateTimeAfterARestart) {
 
 TEST_F(StoragePropertyTest, StoresValueAndTimeInOneChange) {
   slot().write(text("a"), kWritten);
-  const auto suite = store_.open("suite");
+  const auto suite = store_->open("suite");
   EXPECT_EQ(suite->read("key.value"), "\"a\"");
   EXPECT_EQ(suite->read("key.update_time"), "736257600");  // seconds from 2001 to 2024-05-01 12:00
   EXPECT_EQ(suite->revisionOf("key.value"), suite->revisionOf("key.update_time"));
@@ -76,7 +77,7 @@ TEST_F(StoragePropertyTest, ClearingRemovesTheValueAndRestartsTheTime) {
   property.write(nullptr, kWritten + 5);
   EXPECT_EQ(property.read(kWritten + 5), nullptr);
   EXPECT_TRUE(property.isValid(kWritten + 14));
-  EXPECT_EQ(store_.contents("suite"),
+  EXPECT_EQ(store_->contents("suite"),
             (std::map<std::string, std::string>{{"key.update_time", "736257605"}}));
 }
 
@@ -93,7 +94,7 @@ TEST_F(StoragePropertyTest, ReadsAndDecodesTheSameBytesOnce) {
   const std::string* first = property.read(kWritten).get();
   put("other", "1");
   EXPECT_EQ(property.read(kWritten).get(), first);
-  EXPECT_EQ(store_.reads("suite", "key.value"), 1U);
+  EXPECT_EQ(store_->reads("suite", "key.value"), 1U);
   put("key.value", "\"b\"");
   EXPECT_EQ(*property.read(kWritten), "b");
 }
@@ -108,12 +109,13 @@ TEST_F(StoragePropertyTest, PrefersWhatItWroteItself) {
 
 TEST_F(StoragePropertyTest, KeepsInMemoryWhatTheStoreRefuses) {
   auto property = slot(10);
-  store_.failWriting(true);
+  store_->failWriting(true);
   property.write(text("a"), kWritten);
   EXPECT_EQ(*property.read(kWritten), "a");
-  EXPECT_TRUE(store_.contents("suite").empty());
+  EXPECT_TRUE(store_->contents("suite").empty());
 
-  StorageProperty<std::string> homeless("key", nullptr, 10);
+  store_->failOpening(true);
+  StorageProperty<std::string> homeless("key", protocol(), 10);
   EXPECT_EQ(homeless.read(kWritten), nullptr);
   homeless.write(text("b"), kWritten);
   EXPECT_EQ(*homeless.read(kWritten + 9), "b");
@@ -127,26 +129,26 @@ TEST_F(StoragePropertyTest, KeepsInMemoryWhatCannotBeEncoded) {
   config.experiments.emplace_back().allocation = std::numeric_limits<double>::infinity();
   property.write(std::make_shared<const model::ConfigResponse>(config), kWritten);
   EXPECT_EQ(*property.read(kWritten), config);
-  EXPECT_EQ(store_.contents("suite"),
+  EXPECT_EQ(store_->contents("suite"),
             (std::map<std::string, std::string>{{"config.value", "{}"},
                                                 {"config.update_time", "736257600"}}));
 }
 
 TEST(StorageClientTest, KeepsSuitesOfDifferentClientsApart) {
-  fakes::MemoryPreferencesStore store;
-  StorageClient a(store, "a", "token", 10);
-  StorageClient b(store, "b", "token", 10);
+  const auto store = std::make_shared<fakes::MemoryPreferencesStore>();
+  StorageClient a(store, "a", "token", 10, kWritten);
+  StorageClient b(store, "b", "token", 10, kWritten);
   a.user.write(std::make_shared<const CorvoUser>(CorvoUser{{{"userId", "1"}}, {}}), kWritten);
   EXPECT_EQ(b.user.read(kWritten), nullptr);
-  EXPECT_EQ(store.suiteNames(), (std::vector<std::string>{"storageatoken", "storagebtoken"}));
+  EXPECT_EQ(store->suiteNames(), (std::vector<std::string>{"storageatoken", "storagebtoken"}));
 
-  StorageClient joined(store, "at", "oken", 10);
+  StorageClient joined(store, "at", "oken", 10, kWritten);
   EXPECT_EQ(joined.user.read(kWritten)->properties.at("userId"), "1");
 }
 
 TEST(StorageClientTest, LetsConfigurationAndLocationExpireButNothingElse) {
-  fakes::MemoryPreferencesStore store;
-  StorageClient client(store, "a", "token", 10);
+  const auto store = std::make_shared<fakes::MemoryPreferencesStore>();
+  StorageClient client(store, "a", "token", 10, kWritten);
   const model::ForcedExperiments forced{{"with", 2}, {"without", std::nullopt}};
   client.config.write(std::make_shared<const model::ConfigResponse>(), kWritten);
   client.location.write(std::make_shared<const PropertyMap>(), kWritten);
@@ -155,7 +157,7 @@ TEST(StorageClientTest, LetsConfigurationAndLocationExpireButNothingElse) {
   client.corvoForcedExperiments.write(std::make_shared<const model::ForcedExperiments>(forced),
                                       kWritten);
 
-  StorageClient restarted(store, "a", "token", 10);
+  StorageClient restarted(store, "a", "token", 10, kWritten);
   for (StorageClient* each : {&client, &restarted}) {
     EXPECT_EQ(each->config.read(kWritten + 10), nullptr);
     EXPECT_EQ(each->location.read(kWritten + 10), nullptr);
@@ -166,9 +168,9 @@ TEST(StorageClientTest, LetsConfigurationAndLocationExpireButNothingElse) {
 }
 
 TEST(StorageClientTest, WorksWithoutItsSuite) {
-  fakes::MemoryPreferencesStore store;
-  store.failOpening(true);
-  StorageClient client(store, "a", "token", 10);
+  const auto store = std::make_shared<fakes::MemoryPreferencesStore>();
+  store->failOpening(true);
+  StorageClient client(store, "a", "token", 10, kWritten);
   client.corvoPrivateId.write(std::make_shared<const std::string>("id"), kWritten);
   EXPECT_EQ(*client.corvoPrivateId.read(kWritten), "id");
 }

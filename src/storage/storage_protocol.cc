@@ -1,0 +1,51 @@
+#include "storage/storage_protocol.h"
+
+#include <exception>
+
+namespace corvo::storage {
+
+StorageProtocol::StorageProtocol(std::shared_ptr<PreferencesStore> store, std::string suiteName,
+                                 double now)
+    : store_(std::move(store)),
+      suiteName_(std::move(suiteName)),
+      suite_(store_->open(suiteName_)),
+      isReadable_(suite_ != nullptr),
+      now_(now) {
+  if (!isReadable_) fail();
+}
+
+StorageProtocol::Reopened StorageProtocol::reopen() {
+  if (!attempts_.isDue(now_)) return Reopened::no;
+  std::shared_ptr<PreferencesSuite> opened = store_->open(suiteName_);
+  if (opened == nullptr) return Reopened::no;
+  isReadable_ = true;
+  hasFailed_ = false;
+  if (opened == suite_) return Reopened::sameSuite;
+  suite_ = std::move(opened);
+  return Reopened::anotherSuite;
+}
+
+StorageProtocol::Reading StorageProtocol::read(std::string_view key) {
+  if (!isReadable_) return {};
+  try {
+    return {.isKnown = true, .blob = suite_->read(key)};
+  } catch (const std::exception&) {
+    isReadable_ = false;
+    fail();
+    return {};
+  }
+}
+
+bool StorageProtocol::set(const std::vector<PreferencesChange>& changes) {
+  if (hasFailed_) return false;
+  if (suite_->apply(changes)) return true;
+  fail();
+  return false;
+}
+
+void StorageProtocol::fail() {
+  hasFailed_ = true;
+  attempts_.begin(now_);
+}
+
+}  // namespace corvo::storage
