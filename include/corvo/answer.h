@@ -86,8 +86,9 @@ struct OnValueOf<void> {
 };
 
 /// Where the two callbacks of a suspending form deliver: this place on the asker's stack, as long
-/// as they are not moved. To wait for an answer a client must move them away; that move makes the
-/// shared state. So an answer that comes at once costs no allocation.
+/// as they are not moved. To wait for an answer a client must move them away; that move, or better
+/// the preparation for it, makes the shared state. So an answer that comes at once costs no
+/// allocation.
 template <class T>
 struct Mailbox {
   Outcome<T> outcome;
@@ -108,6 +109,10 @@ template <class T>
 class Receiver {
  public:
   explicit Receiver(Mailbox<T>& mailbox) : mailbox_(&mailbox) {}
+  /// Makes the shared state, for which there may be no memory.
+  void prepareToMove() {
+    if (mailbox_) mailbox_->share();
+  }
   Receiver(Receiver&& other) noexcept
       : pending_(other.mailbox_ ? other.mailbox_->share() : std::move(other.pending_)) {
     other.mailbox_ = nullptr;

@@ -69,6 +69,12 @@ class Callback<void(Args...)> {
 
   explicit operator bool() const noexcept { return operations_ != nullptr; }
 
+  /// Has a target do, that wants to by an operation of this name, whatever can fail about moving
+  /// it.
+  void prepareToMove() {
+    if (operations_ != nullptr && operations_->prepareToMove) operations_->prepareToMove(buffer_);
+  }
+
   /// Calls the target, if there is one. The target is moved out first: it may destroy this object.
   void operator()(Args... args) {
     if (operations_ == nullptr) return;
@@ -82,6 +88,7 @@ class Callback<void(Args...)> {
     void (*call)(void* buffer, Args&&... args);  // leaves the buffer empty
     void (*move)(void* from, void* to) noexcept;
     void (*destroy)(void* buffer) noexcept;
+    void (*prepareToMove)(void* buffer) = nullptr;
   };
 
   template <class Target>
@@ -114,7 +121,14 @@ class Callback<void(Args...)> {
       destroy(from);
     }
     static void destroy(void* buffer) noexcept { in(buffer).~Target(); }
-    static constexpr Operations operations{&call, &move, &destroy};
+    static constexpr Operations operationsOf() {
+      Operations all{&call, &move, &destroy};
+      if constexpr (requires(Target & target) { target.prepareToMove(); }) {
+        all.prepareToMove = [](void* buffer) { in(buffer).prepareToMove(); };
+      }
+      return all;
+    }
+    static constexpr Operations operations = operationsOf();
   };
 
   template <class Target>

@@ -37,7 +37,10 @@ class Lent {
 
   [[nodiscard]] Thing& get() noexcept { return owned_ ? *owned_ : *lent_; }
   /// The same, owned. The thing is moved away from here.
-  [[nodiscard]] Lent detach() { return Lent(std::optional<Thing>(std::move(get()))); }
+  [[nodiscard]] Lent detach() {
+    get().prepareToMove();
+    return Lent(std::optional<Thing>(std::move(get())));
+  }
 
  private:
   explicit Lent(std::optional<Thing> owned) noexcept : owned_(std::move(owned)) {}

@@ -274,7 +274,7 @@ void CorvoClientImpl::refresh(Callback<void()>& onSuccess, OnError& onError, Tur
 // question fails before this returns.
 template <class Route, class Failure, class Step>
 void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
-  const Route route = synchronisation_->route<Route>();
+  const auto route = synchronisation_->route<Route>();
   const std::shared_ptr<Question> waiting = question.detach();
   turn.release();
   synchronisation_->fetch(

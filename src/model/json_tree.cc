@@ -1,5 +1,7 @@
 #include "model/json_tree.h"
 
+// Its checks of ours would use memory without a look whether there was any.
+#define SIMDJSON_DEVELOPMENT_CHECKS 0
 #include <simdjson.h>
 
 #include <string>
@@ -30,7 +32,9 @@ bool isOfSize(simdjson::error_code error) {
 // Its own values are handed on by reference, for the copies cost more than the reading.
 class Walk {
  public:
-  explicit Walk(std::vector<JsonNode>& nodes) : nodes_(nodes) {}
+  /// `strings` has room for all texts of the document and the padding.
+  Walk(std::vector<JsonNode>& nodes, const ondemand::parser& parser, std::uint8_t* strings)
+      : nodes_(nodes), parser_(parser), strings_(strings) {}
 
   [[nodiscard]] std::string_view error() const { return error_; }
 
@@ -72,9 +76,7 @@ class Walk {
     return true;
   }
 
-  bool child(ondemand::field& member) {
-    return string(member.unescaped_key()) && child(member.value());
-  }
+  bool child(ondemand::field& member) { return string(member.key()) && child(member.value()); }
 
   bool child(ondemand::value& value) {
     ondemand::json_type type{};
@@ -91,15 +93,20 @@ class Walk {
         return error != simdjson::SUCCESS ? fail(kNotJson) : container(JsonKind::array, list);
       }
       case ondemand::json_type::string:
-        return string(value.get_string());
+        return string(value.get_raw_json_string());
       default:
         return scalar(value.raw_json_token());
     }
   }
 
-  bool string(simdjson::simdjson_result<std::string_view>&& unescaped) {
+  // Not into the parser's own room: it does not look whether there was memory for that.
+  bool string(simdjson::simdjson_result<ondemand::raw_json_string>&& raw) {
+    ondemand::raw_json_string escaped;
     std::string_view text;
-    if (std::move(unescaped).get(text) != simdjson::SUCCESS) return fail(kNotJson);
+    if (std::move(raw).get(escaped) != simdjson::SUCCESS ||
+        parser_.unescape(escaped, strings_).get(text) != simdjson::SUCCESS) {
+      return fail(kNotJson);
+    }
     return add(JsonKind::string, text);
   }
 
@@ -112,6 +119,8 @@ class Walk {
   }
 
   std::vector<JsonNode>& nodes_;
+  const ondemand::parser& parser_;
+  std::uint8_t* strings_;
   std::string_view error_;
   int depth_ = -1;  // the list around the text is no level of it
 };
@@ -120,6 +129,7 @@ class Walk {
 
 struct JsonTree::Source {
   std::string text;
+  std::unique_ptr<std::uint8_t[]> strings;  // all keys and strings, unescaped
   ondemand::parser parser;
 };
 
@@ -134,10 +144,12 @@ JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) 
   auto& text = source_->text;
   text.reserve(json.size() + 2 + simdjson::SIMDJSON_PADDING);
   text.append("[").append(json).append("]");
+  source_->strings =
+      std::make_unique_for_overwrite<std::uint8_t[]>(text.size() + simdjson::SIMDJSON_PADDING);
   nodes_.reserve(json.size() / 8 + 2);
 
   ondemand::document document;
-  Walk walk(nodes_);
+  Walk walk(nodes_, source_->parser, source_->strings.get());
   if (const auto error = source_->parser.iterate(text).get(document)) {
     error_ = isOfSize(error) ? kTooLarge : kNotJson;
   } else if (!walk.wrapped(document)) {

@@ -2,26 +2,12 @@
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <map>
-#include <new>
 #include <string>
 
+#include "tests/cost/allocations.h"
+
 // What a question costs that is answered from fresh copies, counted. Times are for benchmarks.
-
-namespace {
-
-std::size_t allocations = 0;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace corvo {
 namespace {
@@ -78,10 +64,10 @@ class CostTest : public testing::Test {
   template <class Ask>
   Cost costOf(Ask ask) {
     ask(*client);
-    const std::size_t allocated = allocations;
+    const std::size_t allocated = tests::allocationCount();
     const std::size_t read = clock->reads;
     ask(*client);
-    return {allocations - allocated, clock->reads - read};
+    return {tests::allocationCount() - allocated, clock->reads - read};
   }
 
   std::shared_ptr<CountedClock> clock = std::make_shared<CountedClock>();

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstddef>
+
+namespace corvo::tests {
+
+/// What this program has allocated so far, and what of it is still in use.
+std::size_t allocationCount();
+std::ptrdiff_t liveAllocations();
+
+/// Lets that many more allocations succeed; then one fails. None fails once this is over.
+class FailingAllocation {
+ public:
+  explicit FailingAllocation(std::size_t succeedBefore);
+  FailingAllocation(const FailingAllocation&) = delete;
+  FailingAllocation& operator=(const FailingAllocation&) = delete;
+  ~FailingAllocation();
+
+  /// Whether it has come to that.
+  [[nodiscard]] static bool hasFailed();
+};
+
+}  // namespace corvo::tests

@@ -1,0 +1,175 @@
+#include <corvo/client_registry.h>
+#include <corvo/fakes.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <new>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "tests/cost/allocations.h"
+
+// Every allocation of every operation fails once: the operation has then been done or has not, and
+// whatever it had allocated is free again.
+
+namespace corvo {
+namespace {
+
+constexpr const char* kProject = R"({"feature_flags": [
+    {"name": "a flag of the configuration", "type": "t", "rules": [
+      {"is_default": false, "value": "{\"a key beyond any buffer\": 1}",
+       "conditional_statement": "AND", "conditions": [
+         {"name": "custom.plan", "condition_sign": "any of", "value": ["gold", "gol\u0064\u0301"]},
+         {"name": "date", "condition_sign": "after time", "value": "2001-01-01"}]},
+      {"is_default": true, "value": "false", "conditional_statement": "-", "conditions": []}]}],
+  "experiments": [
+    {"name": "an experiment of the configuration", "type": 1, "salt": "s", "allocation": 1,
+     "groups": [{"name": "g", "weight": 1}], "holdouts": ["a holdout of the configuration"],
+     "feature_flags": [{"name": "a flag of the experiment", "type": "t", "groups": [
+       {"group": "g", "rules": [{"is_default": true, "value": "1",
+                                 "conditional_statement": "-", "conditions": []}]}]}]},
+    {"name": "a holdout of the configuration", "type": 5, "salt": "t", "allocation": 0,
+     "groups": [{"name": "g", "weight": 1}]}]})";
+constexpr const char* kExperiment = "an experiment of the configuration";
+
+/// An application that has used its client before.
+struct Application {
+  Application() {
+    fake.session->always("config.json", fakes::ok(kProject));
+    fake.session->always("geo", fakes::ok(R"({"a name beyond any buffer": "Berlin"})"));
+    client = registry.initializeClient("token",
+                                       CorvoUser::Builder(fake.time, fake.timeZone)
+                                           .setUserId("u")
+                                           .setCustomProperty("gold\xCC\x81", "plan")
+                                           .build(),
+                                       "https://flags.example.com", 10, 0, "tag");
+    client->includeForce(kExperiment).get();
+    client->getUserFeatureFlagsDetails().get();
+  }
+
+  /// All that can be told of it from outside, by a client that starts anew and by this one.
+  std::string state() {
+    std::string text;
+    for (const auto& [key, value] : fake.store->contents("storagetagtoken")) {
+      if (key.ends_with(".value")) text += key + '=' + value + '\n';
+    }
+    const auto told = [&](CorvoClient& each) {
+      text += each.getAllUserExperimentsText().get().value_or("none") + ' ' +
+              each.checkFlag<std::string>("a flag of the configuration").get().value() + '\n';
+    };
+    told(*client);
+    ClientRegistry restarted(fake.platform());
+    told(*restarted.initializeClient("token", {}, "https://flags.example.com", 10, 0, "tag"));
+    return text;
+  }
+
+  fakes::FakePlatform fake;
+  ClientRegistry registry{fake.platform()};
+  std::shared_ptr<CorvoClient> client;
+};
+
+using Operation = std::function<void(Application&)>;
+
+struct NamedOperation {
+  const char* name;
+  Operation run;
+};
+
+const NamedOperation kOperations[] = {
+    {"setUser",
+     [](auto& a) {
+       a.client->setUser({{{"userId", "another user's name"}}, {}});
+     }},
+    {"setUserProperties",
+     [](auto& a) {
+       a.client->setUserProperties([](auto& user) { user.setUserId("another user's name"); });
+     }},
+    {"editUserProperties",
+     [](auto& a) {
+       a.client->editUserProperties([](auto& user) { user.setUserId("another user's name"); });
+     }},
+    {"clearUserProperties", [](auto& a) { a.client->clearUserProperties(); }},
+    {"checkFlag",
+     [](auto& a) {
+       a.client->template checkFlag<JsonObject>("a flag of the configuration").get();
+     }},
+    {"checkFlag, carried",
+     [](auto& a) { a.client->template checkFlag<std::int64_t>("a flag of the experiment").get(); }},
+    {"report", [](auto& a) { a.client->getUserFeatureFlagsDetails().get(); }},
+    {"experiments", [](auto& a) { a.client->getAllUserExperiments().get(); }},
+    {"experiments as text", [](auto& a) { a.client->getAllUserExperimentsText(false).get(); }},
+    {"getExperiment", [](auto& a) { a.client->getExperiment(kExperiment).get(); }},
+    {"getHoldout", [](auto& a) { a.client->getHoldout("a holdout of the configuration").get(); }},
+    {"getAllUserHoldouts", [](auto& a) { a.client->getAllUserHoldouts().get(); }},
+    {"details", [](auto& a) { a.client->getUserExperimentsDetails().get(); }},
+    {"includeForce",
+     [](auto& a) { a.client->includeForce("a holdout of the configuration", 0).get(); }},
+    {"excludeForce", [](auto& a) { a.client->excludeForce(kExperiment).get(); }},
+    {"excludeForceAll", [](auto& a) { a.client->excludeForceAll().get(); }},
+    {"initializeClient",
+     [](auto& a) {
+       a.registry.initializeClient("token", CorvoUser{{{"userId", "another user's name"}}, {}},
+                                   "https://flags.example.com", 10, 0, "another client's tag");
+     }},
+    {"removeClient", [](auto& a) { a.registry.removeClient("tag"); }},
+};
+
+/// What an operation that ran into failing memory may answer.
+void attempt(const Operation& run, Application& application) {
+  try {
+    run(application);
+  } catch (const std::bad_alloc&) {
+  } catch (const CorvoError&) {
+  } catch (const QuestionDropped&) {
+  }
+}
+
+/// All that an operation may leave: what was before, what is after it, and what it leaves where its
+/// fetch fails, for an exclusion has begun by then.
+std::set<std::string> statesAround(const Operation& run, double age) {
+  std::set<std::string> states;
+  for (const bool runs : {false, true}) {
+    for (const bool fetches : {false, true}) {
+      Application application;
+      application.fake.time->advance(age);
+      if (!fetches) application.fake.session->always("config.json", fakes::failure());
+      if (runs) attempt(run, application);
+      application.fake.session->always("config.json", fakes::ok(kProject));
+      states.insert(application.state());
+    }
+  }
+  return states;
+}
+
+void failEach(const NamedOperation& operation, double age) {
+  const std::set<std::string> states = statesAround(operation.run, age);
+  bool failed = true;
+  for (std::size_t succeed = 0; failed; ++succeed) {
+    const std::ptrdiff_t live = tests::liveAllocations();
+    {
+      Application application;
+      application.fake.time->advance(age);
+      {
+        const tests::FailingAllocation failing(succeed);
+        attempt(operation.run, application);
+        failed = tests::FailingAllocation::hasFailed();
+      }
+      EXPECT_TRUE(states.contains(application.state()))
+          << operation.name << ", allocation " << succeed << ", at age " << age;
+    }
+    ASSERT_EQ(tests::liveAllocations(), live)
+        << operation.name << " leaks when allocation " << succeed << " fails";
+  }
+}
+
+TEST(FailingAllocationsTest, LeaveNothingHalfDoneAndNothingBehind) {
+  { Application().state(); }  // what is made once per process
+  for (const double age : {0.0, 10.0}) {
+    for (const NamedOperation& operation : kOperations) failEach(operation, age);
+  }
+}
+
+}  // namespace
+}  // namespace corvo
