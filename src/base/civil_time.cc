@@ -12,38 +12,44 @@ namespace {
 constexpr std::int64_t kYearsPerEra = 400;
 constexpr std::int64_t kDaysPerEra = 146'097;
 
-constexpr std::string_view kShape = "yyyy-MM-dd HH:mm:ss";
+constexpr bool isBlank(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-std::size_t lengthOf(DatePattern pattern) noexcept {
-  switch (pattern) {
-    case DatePattern::day:
-      return 10;
-    case DatePattern::minute:
-      return 16;
-    case DatePattern::second:
-      break;
-  }
-  return kShape.size();
-}
+// Reads a date from its front. What does not fit spoils it for good.
+class DateText {
+ public:
+  explicit DateText(std::string_view text) noexcept : rest_(text) {}
 
-bool hasSeparators(std::string_view text) noexcept {
-  for (const std::size_t at : {4U, 7U, 10U, 13U, 16U}) {
-    if (at < text.size() && text[at] != kShape[at]) return false;
+  // Blanks, then a number of so many digits or more, and of at most four when its leading zeros are
+  // left out: no field has a greater one.
+  unsigned number(std::size_t leastDigits) noexcept {
+    while (!rest_.empty() && isBlank(rest_.front())) rest_.remove_prefix(1);
+    std::size_t digits = 0;
+    unsigned value = 0;
+    for (; digits < rest_.size() && rest_[digits] >= '0' && rest_[digits] <= '9'; ++digits) {
+      value = value * 10 + static_cast<unsigned>(rest_[digits] - '0');
+      isWhole_ &= value <= 9'999;
+    }
+    isWhole_ &= digits >= leastDigits;
+    rest_.remove_prefix(digits);
+    return value;
   }
-  return true;
-}
 
-// The number in a field, 0 where the text is too short for it. `isValid` is cleared where anything
-// but digits stands there.
-int field(std::string_view text, std::size_t begin, std::size_t width, bool& isValid) noexcept {
-  if (begin >= text.size()) return 0;
-  int value = 0;
-  for (const char digit : text.substr(begin, width)) {
-    isValid &= digit >= '0' && digit <= '9';
-    value = value * 10 + (digit - '0');
+  void separator(char c) noexcept { take(rest_.starts_with(c)); }
+  // More of them are part of the number behind it.
+  void blank() noexcept { take(!rest_.empty() && isBlank(rest_.front())); }
+
+  // Whether all fitted, and nothing is left.
+  [[nodiscard]] bool isRead() const noexcept { return isWhole_ && rest_.empty(); }
+
+ private:
+  void take(bool fits) noexcept {
+    isWhole_ &= fits;
+    if (fits) rest_.remove_prefix(1);
   }
-  return value;
-}
+
+  std::string_view rest_;
+  bool isWhole_ = true;
+};
 
 void append(std::string& text, std::int64_t value, std::size_t width) {
   const std::string digits = std::to_string(value < 0 ? -value : value);
@@ -64,21 +70,33 @@ std::int64_t floorModulo(std::int64_t value, std::int64_t by) noexcept {
 }  // namespace
 
 std::optional<LocalSeconds> parseDate(std::string_view text, DatePattern pattern) noexcept {
-  if (text.size() != lengthOf(pattern) || !hasSeparators(text)) return {};
-  bool isValid = true;
-  const int year = field(text, 0, 4, isValid);
-  const int month = field(text, 5, 2, isValid);
-  const int day = field(text, 8, 2, isValid);
-  const LocalSeconds hour = field(text, 11, 2, isValid);
-  const LocalSeconds minute = field(text, 14, 2, isValid);
-  const LocalSeconds second = field(text, 17, 2, isValid);
-  if (!isValid || year == 0 || hour > 23 || minute > 59 || second > 59) return {};
-  const std::chrono::year_month_day date{std::chrono::year(year),
-                                         std::chrono::month(static_cast<unsigned>(month)),
-                                         std::chrono::day(static_cast<unsigned>(day))};
+  DateText in(text);
+  const unsigned year = in.number(1);
+  in.separator('-');
+  const unsigned month = in.number(1);
+  in.separator('-');
+  const unsigned day = in.number(2);
+  unsigned hour = 0;
+  unsigned minute = 0;
+  unsigned second = 0;
+  if (pattern != DatePattern::day) {
+    in.blank();
+    hour = in.number(1);
+    in.separator(':');
+    minute = in.number(2);
+  }
+  if (pattern == DatePattern::second) {
+    in.separator(':');
+    second = in.number(2);
+  }
+  // std::chrono keeps months and days in a byte.
+  if (!in.isRead() || year == 0 || month > 12 || day > 31) return {};
+  if (hour > 23 || minute > 59 || second > 59) return {};
+  const std::chrono::year_month_day date{std::chrono::year(static_cast<int>(year)),
+                                         std::chrono::month(month), std::chrono::day(day)};
   if (!date.ok()) return {};
   const LocalSeconds days = std::chrono::sys_days(date).time_since_epoch().count();
-  return days * kSecondsPerDay + hour * 3'600 + minute * 60 + second;
+  return days * kSecondsPerDay + LocalSeconds{hour} * 3'600 + minute * 60 + second;
 }
 
 std::string formatDate(LocalSeconds local, DatePattern pattern) {

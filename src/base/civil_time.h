@@ -13,15 +13,18 @@ using LocalSeconds = std::int64_t;
 
 constexpr LocalSeconds kSecondsPerDay = 86'400;
 
-/// The patterns in which dates are written. Fields have exactly the pattern's widths, in ASCII
-/// digits, years from 0001 to 9999.
+/// The patterns in which dates are written.
 enum class DatePattern {
   day,     ///< "yyyy-MM-dd", midnight at the start of the day
   minute,  ///< "yyyy-MM-dd HH:mm"
   second   ///< "yyyy-MM-dd HH:mm:ss"
 };
 
-/// None when the text has another form, or names no date and time of the calendar.
+/// The local time that a text names as a whole; none when it has another form, or no calendar has
+/// that date and time. Year, month and hour have one digit or more, day, minute and second two or
+/// more, leading zeros as many as there are. U+0009 to U+000D and U+0020 are blanks: one or more
+/// stand between date and time, any number before each number. Digits are ASCII, there are no
+/// signs, years go from 1 to 9999.
 [[nodiscard]] std::optional<LocalSeconds> parseDate(std::string_view text,
                                                     DatePattern pattern) noexcept;
 

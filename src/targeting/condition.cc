@@ -90,7 +90,9 @@ constexpr auto onDate = [](base::LocalSeconds date, const Subject& subject) {
   const auto local = parseConditionDate(subject.plain());
   if (!local) return false;
   const LocalTime& time = subject.localTime;
-  return test(time.momentOf(*local), time.momentOf(date), time);
+  const auto property = time.momentOf(*local);
+  const auto value = time.momentOf(date);
+  return property && value && test(*property, *value, time);
 };
 
 template <class Order>

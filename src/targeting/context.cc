@@ -1,5 +1,7 @@
 #include "targeting/context.h"
 
+#include <optional>
+
 #include "base/civil_time.h"
 
 namespace corvo::targeting {
@@ -24,8 +26,9 @@ PropertyLayer userLayer(const CorvoUser& user, const LocalTime& localTime) {
   for (const auto& [name, value] : user.properties) {
     const std::string* text = expiryText(user, name);
     if (text == nullptr) continue;
-    const auto expiry = base::parseDate(*text, base::DatePattern::second);
-    if (expiry) layer.put(name, value, static_cast<double>(localTime.momentOf(*expiry)));
+    const auto local = base::parseDate(*text, base::DatePattern::second);
+    const auto expiry = local ? localTime.momentOf(*local) : std::nullopt;
+    if (expiry) layer.put(name, value, static_cast<double>(*expiry));
   }
   return layer;
 }

@@ -35,10 +35,10 @@ struct Context {
   }
 };
 
-/// The properties of a user with their expiries. One without an expiry that is a date has expired
-/// for good and is left out. The expiry of "userId" is the text of a *property* "corvoExpiration",
-/// where the user has one. Expiries are local times: a layer serves as long as the zone does not
-/// change.
+/// The properties of a user with their expiries. One without an expiry that is a date, and shown by
+/// the clocks, has expired for good and is left out. The expiry of "userId" is the text of a
+/// *property* "corvoExpiration", where the user has one. Expiries are local times: a layer serves
+/// as long as the zone does not change.
 [[nodiscard]] PropertyLayer userLayer(const CorvoUser& user, const LocalTime& localTime);
 
 /// Properties that do not expire, as those of the location.

@@ -19,8 +19,9 @@ std::size_t placeOf(std::int64_t from) {
 
 }  // namespace
 
+template <class To>
 template <class Convert>
-std::int64_t LocalTime::Memo::get(std::int64_t from, Convert convert) {
+To LocalTime::Memo<To>::get(std::int64_t from, Convert convert) {
   if (entries_.empty()) entries_.resize(std::size_t{1} << kMemoBits);
   Entry& entry = entries_[placeOf(from)];
   if (entry.from != from) entry = {from, convert()};
@@ -32,7 +33,7 @@ LocalSeconds LocalTime::at(double moment) const {
   return whole + zone_.offsetAt(whole);
 }
 
-std::int64_t LocalTime::momentOf(LocalSeconds local) const {
+std::optional<std::int64_t> LocalTime::momentOf(LocalSeconds local) const {
   forgetFormerZone();
   return moments_.get(local, [&] { return search(local); });
 }
@@ -41,8 +42,12 @@ bool LocalTime::withinOneDay(std::int64_t from, std::int64_t to) const {
   const bool backwards = to < from;
   const std::int64_t day = backwards ? -kSecondsPerDay : kSecondsPerDay;
   const LocalSeconds neighbour = localAt(from) + day;
-  const bool plainDay = localAt(from + day) == neighbour;
-  const std::int64_t limit = plainDay ? from + day : momentOf(neighbour);
+  // The neighbour by the offset at `from`, and by that a plain day away. Where the clocks show it
+  // at neither they skip it, and the offset before the gap is the smaller one: it gives the later
+  // moment.
+  const std::int64_t plain = from + day;
+  const std::int64_t shifted = plain + (neighbour - localAt(plain));
+  const std::int64_t limit = localAt(shifted) == neighbour ? shifted : std::max(plain, shifted);
   return backwards ? to > limit : to < limit;
 }
 
@@ -59,41 +64,19 @@ LocalSeconds LocalTime::localAt(std::int64_t moment) const {
   return locals_.get(moment, [&] { return moment + zone_.offsetAt(moment); });
 }
 
-// Walks, in the order of time, through the stretches of constant offset within a day of `local`.
-// The first that shows it decides; else the first change that jumps over it.
-std::int64_t LocalTime::search(LocalSeconds local) const {
-  const std::int64_t end = local + kSecondsPerDay;
-  std::int64_t from = local - kSecondsPerDay;
-  std::int32_t offset = zone_.offsetAt(from);
-  std::optional<std::int64_t> unchanged;  // the moment, had the clocks not jumped over it
-  while (true) {
-    const std::int64_t shown = local - offset;
-    const bool ahead = shown >= from;
-    const auto change = changeAfter(from, ahead ? shown : end, offset);
-    if (!change) return ahead ? shown : unchanged.value_or(shown);
-    const std::int32_t next = zone_.offsetAt(*change);
-    if (ahead && !unchanged && *change + next > local) unchanged = shown;
-    from = *change;
-    offset = next;
+// Tries every offset that is in force within a day of `local`.
+std::optional<std::int64_t> LocalTime::search(LocalSeconds local) const {
+  std::optional<std::int64_t> last;
+  std::optional<std::int32_t> tried;
+  for (std::int64_t sample = local - kSecondsPerDay; sample <= local + kSecondsPerDay;
+       sample += kSampleSeconds) {
+    const std::int32_t offset = zone_.offsetAt(sample);
+    if (offset == tried) continue;
+    tried = offset;
+    const std::int64_t moment = local - offset;
+    if (zone_.offsetAt(moment) == offset) last = std::max(last.value_or(moment), moment);
   }
-}
-
-// The first moment after `from`, up to and with `until`, at which another offset than that at
-// `from` is in force.
-std::optional<std::int64_t> LocalTime::changeAfter(std::int64_t from, std::int64_t until,
-                                                   std::int32_t offset) const {
-  std::int64_t before = from;
-  std::int64_t after = from;
-  do {
-    if (after >= until) return std::nullopt;
-    before = after;
-    after = std::min(after + kSampleSeconds, until);
-  } while (zone_.offsetAt(after) == offset);
-  while (after - before > 1) {
-    const std::int64_t middle = before + (after - before) / 2;
-    (zone_.offsetAt(middle) == offset ? before : after) = middle;
-  }
-  return after;
+  return last;
 }
 
 }  // namespace corvo::targeting

@@ -23,42 +23,41 @@ class LocalTime {
   /// What the clocks show at a moment, fractions of a second dropped downwards.
   [[nodiscard]] base::LocalSeconds at(double moment) const;
 
-  /// The first moment at which the clocks show a local time. A local time that a change of the
-  /// clocks skips is moved forward by the gap. Right as long as the zone's changes are an hour
-  /// apart or more; in the tz database they are nearly four days apart.
-  [[nodiscard]] std::int64_t momentOf(base::LocalSeconds local) const;
+  /// The last moment at which the clocks show a local time; none where a change of the clocks skips
+  /// it. Right as long as the zone's changes are an hour apart or more; in the tz database they are
+  /// nearly four days apart.
+  [[nodiscard]] std::optional<std::int64_t> momentOf(base::LocalSeconds local) const;
 
   /// Whether no whole day lies between two moments. A whole day after `from` (before it, where `to`
   /// is earlier) the clocks show the same time on the neighbouring date, so it may have 23 or 25
-  /// hours.
+  /// hours. Where they skip that time, it is moved forward by the gap.
   [[nodiscard]] bool withinOneDay(std::int64_t from, std::int64_t to) const;
 
  private:
   // Conversions by their input, each with one place to be in.
+  template <class To>
   class Memo {
    public:
     template <class Convert>
-    std::int64_t get(std::int64_t from, Convert convert);
+    To get(std::int64_t from, Convert convert);
     void forget() noexcept { entries_.clear(); }
 
    private:
     struct Entry {
       std::int64_t from = INT64_MIN;
-      std::int64_t to = 0;
+      To to{};
     };
     std::vector<Entry> entries_;
   };
 
   void forgetFormerZone() const;
   [[nodiscard]] base::LocalSeconds localAt(std::int64_t moment) const;
-  [[nodiscard]] std::int64_t search(base::LocalSeconds local) const;
-  [[nodiscard]] std::optional<std::int64_t> changeAfter(std::int64_t from, std::int64_t until,
-                                                        std::int32_t offset) const;
+  [[nodiscard]] std::optional<std::int64_t> search(base::LocalSeconds local) const;
 
   const TimeZone& zone_;
   mutable std::uint64_t identifier_ = 0;
-  mutable Memo moments_;
-  mutable Memo locals_;
+  mutable Memo<std::optional<std::int64_t>> moments_;
+  mutable Memo<base::LocalSeconds> locals_;
 };
 
 }  // namespace corvo::targeting

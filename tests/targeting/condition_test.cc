@@ -84,19 +84,33 @@ TEST(Condition, OfNoValuesIsFalseWhateverItsSign) {
   }
 }
 
-TEST(Condition, KeepsItsDateWhenTheZoneChanges) {
-  const model::Condition record{"date", ConditionSign::afterTime, {"2024-03-31 02:30"}};
-  Vocabulary vocabulary;
-  const PreparedCondition condition(record, vocabulary);
+TEST(Condition, AsksTheZoneOfNowForTheMoments) {
   fakes::FakeTimeZone zone;
   const LocalTime localTime(zone);
-  PropertyLayer layer;
-  layer.put("date", "2024-03-31 03:15");
-  const PropertyTable properties(vocabulary.names, {.user = &layer});
-  const Context context{.properties = &properties, .localTime = localTime};
-  EXPECT_TRUE(conditionMatches(condition, context, false));
-  zone.change(3'600, {{1'711'846'800, 7'200}});  // skips 02:30, which is then 03:30
-  EXPECT_FALSE(conditionMatches(condition, context, false));
+  struct Case {
+    ConditionSign sign;
+    const char* property;
+    const char* value;
+    bool afterwards;  // in the zone that skips 02:00 to 03:00; before that all hold
+  };
+  const Case cases[] = {{ConditionSign::afterTime, "2024-03-31 03:15", "2024-03-31 01:59", true},
+                        {ConditionSign::beforeTime, "2024-03-31 02:30", "2024-03-31 03:45", false},
+                        {ConditionSign::afterTime, "2024-03-31 03:15", "2024-03-31 02:30", false},
+                        {ConditionSign::onDate, "2024-03-30 02:30", "2024-03-31 02:29", false},
+                        {ConditionSign::onDate, "2024-03-30 12:00", "2024-03-31 11:59", true}};
+  for (const Case& c : cases) {
+    Vocabulary vocabulary;
+    const model::Condition record{"date", c.sign, {c.value}};
+    const PreparedCondition condition(record, vocabulary);
+    PropertyLayer layer;
+    layer.put("date", c.property);
+    const PropertyTable properties(vocabulary.names, {.user = &layer});
+    const Context context{.properties = &properties, .localTime = localTime};
+    zone.change(0);
+    EXPECT_TRUE(conditionMatches(condition, context, false)) << c.value;
+    zone.change(3'600, {{1'711'846'800, 7'200}});
+    EXPECT_EQ(conditionMatches(condition, context, false), c.afterwards) << c.value;
+  }
 }
 
 }  // namespace

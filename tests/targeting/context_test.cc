@@ -55,6 +55,23 @@ TEST(UserLayer, KeepsWhatHasNotExpired) {
   EXPECT_EQ(at(userLayer({{{"name", "value"}}, std::nullopt}, localTime), "name"), "(none)");
 }
 
+TEST(UserLayer, ReadsExpiriesByTheChangesOfTheClocks) {
+  const std::int64_t spring = 1'711'846'800;  // 02:00 becomes 03:00
+  const std::int64_t autumn = 1'729'990'800;  // 03:00 becomes 02:00
+  const fakes::FakeTimeZone zone(kHour, {{spring, 2 * kHour}, {autumn, kHour}});
+  const LocalTime localTime(zone);
+  const auto last = [&](const std::string& expiry, std::int64_t moment) {
+    const PropertyLayer layer = userLayer({{{"n", "v"}}, PropertyMap{{"n", expiry}}}, localTime);
+    const auto now = static_cast<double>(moment);
+    return at(layer, "n", now) == "v" && at(layer, "n", now + 1) == "(none)";
+  };
+  EXPECT_TRUE(last("2024-03-31 01:59:59", spring - 1));
+  EXPECT_TRUE(last("2024-03-31 03:00:00", spring));
+  EXPECT_TRUE(last("2024-10-27 02:30:00", autumn + 1'800));
+  const PropertyMap skipped{{"n", "2024-03-31 02:30:00"}};
+  EXPECT_EQ(at(userLayer({{{"n", "v"}}, skipped}, localTime), "n", 0), "(none)");
+}
+
 TEST(UserLayer, LetsAPropertyTellTheExpiryOfTheUserId) {
   const fakes::FakeTimeZone zone;
   const LocalTime localTime(zone);

@@ -48,12 +48,13 @@ TEST(LocalTime, GoesByTheZonesOfTheTable) {
     std::string within;
     in >> zone >> kind >> from >> to >> within;
     const LocalTime time(zones.at(zone));
-    const std::int64_t moment = time.momentOf(seconds(from));
+    const auto moment = time.momentOf(seconds(from));
     EXPECT_EQ(time.momentOf(seconds(from)), moment) << line;
     if (kind == "day") {
-      EXPECT_EQ(time.withinOneDay(moment, time.momentOf(seconds(to))), within == "yes") << line;
+      const std::int64_t other = time.momentOf(seconds(to)).value();
+      EXPECT_EQ(time.withinOneDay(moment.value(), other), within == "yes") << line;
     } else {
-      EXPECT_EQ(moment, seconds(to)) << line;
+      EXPECT_EQ(moment, to == "-" ? std::nullopt : std::optional(seconds(to))) << line;
     }
     ++lines;
   }

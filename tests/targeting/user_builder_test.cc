@@ -67,6 +67,10 @@ TEST_F(UserBuilder, StampsADayAheadInLocalTime) {
   builder_.setEmail("e");
   EXPECT_EQ(builder_.corvoExpiration.at("userId"), "2024-05-02 12:00:00");
   EXPECT_EQ(builder_.corvoExpiration.at("email"), "2024-05-02 12:00:00");
+  zone_->change(3'600, {{1'711'846'800, 7'200}});
+  time_->set(1'711'796'400);  // 14 hours earlier: a day of the clocks has 23 hours
+  EXPECT_EQ(builder_.setUserId("u").corvoExpiration.at("userId"), "2024-03-31 13:00:00");
+  zone_->change(-3'600);
   time_->set(-0.5);
   EXPECT_EQ(builder_.setUserId("u").corvoExpiration.at("userId"), "1970-01-01 22:59:59");
   time_->set(std::numeric_limits<double>::infinity());
