@@ -47,7 +47,8 @@ bool LocalTime::withinOneDay(std::int64_t from, std::int64_t to) const {
   // moment.
   const std::int64_t plain = from + day;
   const std::int64_t shifted = plain + (neighbour - localAt(plain));
-  const std::int64_t limit = localAt(shifted) == neighbour ? shifted : std::max(plain, shifted);
+  const bool shown = shifted == plain || localAt(shifted) == neighbour;
+  const std::int64_t limit = shown ? shifted : std::max(plain, shifted);
   return backwards ? to > limit : to < limit;
 }
 
