@@ -10,7 +10,8 @@
 #include "model/codec.h"
 #include "model/json_writer.h"
 
-// The kinds of dynamic values that no document holds.
+// The kinds of dynamic values that no document holds. Boxed numbers, dates, URLs and other
+// encodables are opaque: see `DynamicValue` for what becomes of their equality.
 
 namespace corvo::model {
 
@@ -28,8 +29,8 @@ struct Sized {
   bool operator==(const Sized&) const = default;
 };
 
-/// A number with the one-character code of the type as which it is encoded. Equal to nothing, not
-/// even to itself; so are the three kinds below. A code beyond 7-bit ASCII stops the process.
+/// A number with the one-character code of the type as which it is encoded. Equal are equal
+/// numbers, whatever their types and codes. A code beyond 7-bit ASCII stops the process.
 class BoxedNumber {
  public:
   using Number = std::variant<std::int64_t, std::uint64_t, double>;
@@ -39,7 +40,7 @@ class BoxedNumber {
   [[nodiscard]] const Number& number() const noexcept { return number_; }
   [[nodiscard]] char typeCode() const noexcept { return typeCode_; }
 
-  friend bool operator==(const BoxedNumber&, const BoxedNumber&) { return false; }
+  friend bool operator==(const BoxedNumber& a, const BoxedNumber& b);
 
  private:
   Number number_;
@@ -49,20 +50,21 @@ class BoxedNumber {
 /// A point in time.
 struct Date {
   StoredDate moment;
-  friend bool operator==(const Date&, const Date&) { return false; }
+  bool operator==(const Date&) const = default;
 };
 
 /// A resource locator, unchecked.
 struct Url {
   std::string text;
-  friend bool operator==(const Url&, const Url&) { return false; }
+  bool operator==(const Url&) const = default;
 };
 
 /// Any other value that can encode itself: `encode`, never empty, writes exactly one JSON value, or
-/// tells why it cannot and where in itself.
+/// tells why it cannot and where in itself. Equal are those that write the same; one that cannot is
+/// equal to nothing.
 struct OtherEncodable {
   std::function<std::optional<EncodingFailure>(JsonWriter&)> encode;
-  friend bool operator==(const OtherEncodable&, const OtherEncodable&) { return false; }
+  friend bool operator==(const OtherEncodable& a, const OtherEncodable& b);
 };
 
 }  // namespace corvo::model

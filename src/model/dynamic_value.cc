@@ -1,6 +1,10 @@
 #include "model/dynamic_value.h"
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
 #include <string_view>
+#include <utility>
 
 #include "base/civil_time.h"
 #include "base/number.h"
@@ -19,6 +23,47 @@ struct FromJson {
   }
   DynamicValue operator()(const auto& kind) const { return kind; }
 };
+
+// Exact, with no integer rounded to a double.
+struct SameNumber {
+  bool operator()(std::integral auto a, std::integral auto b) const { return std::cmp_equal(a, b); }
+  bool operator()(double a, double b) const { return a == b; }
+  bool operator()(double a, std::integral auto b) const { return (*this)(b, a); }
+  template <std::integral Integer>
+  bool operator()(Integer a, double b) const {
+    constexpr int kDigits = std::numeric_limits<Integer>::digits;
+    return static_cast<double>(a) == b && b < std::ldexp(1.0, kDigits) &&
+           static_cast<Integer>(b) == a;
+  }
+};
+
+struct DeeplyEqual {
+  bool operator()(const DynamicValue& a, const DynamicValue& b) const {
+    return std::visit(
+        [&]<class Kind>(const Kind& kind) {
+          const auto* other = std::get_if<Kind>(&b.value());
+          return other != nullptr && (*this)(kind, *other);
+        },
+        a.value());
+  }
+  bool operator()(const DynamicArray& a, const DynamicArray& b) const {
+    return std::ranges::equal(a, b, *this);
+  }
+  bool operator()(const DynamicObject& a, const DynamicObject& b) const {
+    return std::ranges::equal(a, b, [this](const auto& member, const auto& other) {
+      return member.first == other.first && (*this)(member.second, other.second);
+    });
+  }
+  template <class Kind>
+  bool operator()(const Kind& a, const Kind& b) const {
+    return a == b;
+  }
+};
+
+template <class... Kind>
+bool holdsAnyOf(const DynamicValue::Kinds& value) {
+  return (std::holds_alternative<Kind>(value) || ...);
+}
 
 struct Hash {
   std::size_t operator()(const auto& /*kind*/) const { return 0; }
@@ -102,6 +147,20 @@ BoxedNumber::BoxedNumber(Number number, char typeCode) : number_(number), typeCo
   if (static_cast<unsigned char>(typeCode) > 0x7F) {
     base::stopProcess("the type code of a boxed number is not ASCII");
   }
+}
+
+bool operator==(const BoxedNumber& a, const BoxedNumber& b) {
+  return std::visit(SameNumber(), a.number(), b.number());
+}
+
+bool operator==(const OtherEncodable& a, const OtherEncodable& b) {
+  JsonWriter one;
+  JsonWriter other;
+  return !a.encode(one) && !b.encode(other) && one.take() == other.take();
+}
+
+bool operator==(const DynamicValue& a, const DynamicValue& b) {
+  return !holdsAnyOf<BoxedNumber, Date, Url, OtherEncodable>(a.value()) && DeeplyEqual()(a, b);
 }
 
 DynamicValue::DynamicValue(const JsonValue& json)

@@ -60,10 +60,11 @@ class DynamicValue {
   /// This as JSON text, or the failure.
   [[nodiscard]] std::variant<std::string, EncodingFailure> toJson() const;
 
-  friend bool operator==(const DynamicValue& a, const DynamicValue& b) {
-    return a.value_ == b.value_;
-  }
-  /// Equal for equal values. Kinds that are equal to nothing, or only to themselves, add nothing.
+  /// Equal are values of one kind that are equal. An opaque value (boxed number, date, URL, other
+  /// encodable) is equal to nothing, not even to itself; but lists and objects are compared deeply,
+  /// and opaque values in them are equal where their kind says so.
+  friend bool operator==(const DynamicValue& a, const DynamicValue& b);
+  /// Equal for equal values. Null, none and opaque values add nothing.
   [[nodiscard]] std::size_t hash() const;
 
   /// Stable texts for people: nil, null, true, 1, 0.5, [1, "a"], ["k": 1] with sorted keys, [:] for

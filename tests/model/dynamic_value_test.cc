@@ -74,9 +74,47 @@ TEST(DynamicValue, IsEqualWithinItsKindOnly) {
   EXPECT_EQ(dict({{"b", 2}, {"a", 1}}), dict({{"a", 1}, {"b", 2}, {"a", 3}}));
   EXPECT_EQ(Value(-0.0), Value(0.0));
   EXPECT_EQ(Value(-0.0).hash(), Value(0.0).hash());
+}
+
+TEST(DynamicValue, IsOpaqueByItselfAndComparedDeeplyInContainers) {
+  const std::uint64_t beyond = std::uint64_t{1} << 63;
+  const DynamicArray groups[] = {
+      of(Date{{7}}),
+      of(Date{{7.5}}),
+      of(Url{"u"}),
+      of("u"),
+      of(7),
+      of(list({1, 2})),
+      of(other(7), other(BoxedNumber(7, 'q'))),
+      of(other(list({7}))),
+      of(BoxedNumber(7, 'q'), BoxedNumber(std::uint64_t{7}, 'Q'), BoxedNumber(7.0, 'x')),
+      of(BoxedNumber(9'007'199'254'740'993, 'q')),
+      of(BoxedNumber(9'007'199'254'740'992.0, 'd')),
+      of(BoxedNumber(INT64_MAX, 'q')),
+      of(BoxedNumber(beyond, 'Q'), BoxedNumber(0x1p63, 'd')),
+      of(BoxedNumber(kMax, 'Q')),
+      of(BoxedNumber(0x1p64, 'd')),
+      of(BoxedNumber(INT64_MIN, 'q'))};
+  for (const DynamicArray& group : groups) {
+    for (const DynamicArray& another : groups) {
+      for (const Value& a : group) {
+        for (const Value& b : another) {
+          const bool same = &group == &another;
+          const Value inside[] = {list({0, a}), list({0, b}), dict({{"k", list({a})}}),
+                                  dict({{"k", list({b})}})};
+          EXPECT_EQ(inside[0] == inside[1], same) << a.description() << ' ' << b.description();
+          EXPECT_EQ(inside[2] == inside[3], same) << a.description() << ' ' << b.description();
+          EXPECT_TRUE(!same || inside[0].hash() == inside[1].hash()) << a.description();
+        }
+      }
+    }
+  }
   for (const Value& value : of(Date{{7}}, Url{"u"}, other(1), BoxedNumber(7, 'q'))) {
-    EXPECT_FALSE(value == value || list({value}) == list({value})) << value.description();
+    EXPECT_FALSE(value == value) << value.description();
     EXPECT_EQ(value.hash(), Value(Null()).hash()) << value.description();
+  }
+  for (const Value& never : of(other(HUGE_VAL), Date{{std::nan("")}})) {
+    EXPECT_NE(list({never}), list({never}));
   }
 }
 
