@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -51,6 +52,10 @@ class JsonValue {
   [[nodiscard]] const Kind* as() const noexcept {
     return std::get_if<Kind>(&value_);
   }
+  /// A number of any kind as a double, integers rounded to the nearest; none when this is no
+  /// number. For what may be written with or without a fraction: a price of 1.0 is an integer by
+  /// its kind, so `as<double>()` is null.
+  [[nodiscard]] std::optional<double> asNumber() const noexcept;
   [[nodiscard]] bool isNull() const noexcept { return as<Null>() != nullptr; }
 
   /// The member of an object, or null when this is no object or has no such member.

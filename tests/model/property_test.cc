@@ -60,6 +60,25 @@ TEST(Property, KeepsTheKindsOfADictionarysValues) {
   }
 }
 
+TEST(JsonValue, GivesEveryNumberAsADouble) {
+  const std::pair<const char*, std::optional<double>> cases[] = {{"1.0", 1.0},
+                                                                 {"0.5", 0.5},
+                                                                 {"-3", -3.0},
+                                                                 {"18446744073709551615", 0x1p64},
+                                                                 {"9007199254740993", 0x1p53},
+                                                                 {"1e-300", 1e-300},
+                                                                 {"true", {}},
+                                                                 {"null", {}},
+                                                                 {R"("1")", {}},
+                                                                 {"[1]", {}}};
+  for (const auto& [json, number] : cases) {
+    const JsonValue value =
+        fromCorvoString<JsonObject>(std::string(R"({"v":)") + json + '}')->at("v");
+    EXPECT_EQ(value.asNumber(), number) << json;
+    EXPECT_EQ(value.as<double>() != nullptr, number && *number != std::floor(*number)) << json;
+  }
+}
+
 TEST(Property, TypesATextByTheFirstConversionThatSucceeds) {
   const char* const types[] = {"dictionary", "boolean", "integer", "double", "text"};
   for (const auto& [text, type] : tests::caseTable<2>(CORVO_MODEL_CASES "properties.txt")) {
