@@ -1,29 +1,22 @@
 #include "base/number.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
-#include <clocale>
 #include <cmath>
 #include <cstddef>
-#include <cstdlib>
-#include <cstring>
+#include <limits>
 #include <system_error>
+#ifndef __cpp_lib_to_chars
+#include <clocale>
+#include <cstdlib>
 #ifdef __APPLE__
 #include <xlocale.h>
+#endif
 #endif
 
 namespace corvo::base {
 namespace {
-
-double strtodInCLocale(const char* text, char** end) {
-#ifdef _WIN32
-  static const _locale_t locale = _create_locale(LC_ALL, "C");
-  return _strtod_l(text, end, locale);
-#else
-  static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
-  return strtod_l(text, end, locale);
-#endif
-}
 
 bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
@@ -50,6 +43,68 @@ bool isDecimal(std::string_view text) noexcept {
   }
   return text.empty();
 }
+
+#ifdef __cpp_lib_to_chars
+
+enum class Notation : bool { decimal, hexadecimal };
+
+// The decimal exponent or, in hexadecimal notation, the binary one; where it is beyond all numbers,
+// a number beyond all places of digits.
+std::int64_t writtenExponent(std::string_view text) noexcept {
+  constexpr std::int64_t kBeyond = std::numeric_limits<std::int64_t>::max() / 2;
+  const bool isNegative = text.substr(0, 1) == "-";
+  takeOneOf("+-", text);
+  std::int64_t exponent = 0;
+  const auto error = std::from_chars(text.data(), text.data() + text.size(), exponent).ec;
+  if (error == std::errc::result_out_of_range) exponent = kBeyond;
+  return isNegative ? -exponent : exponent;
+}
+
+// What stands for a number that no double comes near, for `from_chars` does not tell: infinity
+// where its first digit that counts lies above the ones, zero where it lies below them.
+double beyondRange(std::string_view text, Notation notation) noexcept {
+  const bool hexadecimal = notation == Notation::hexadecimal;
+  const std::size_t mark = std::min(text.find_first_of(hexadecimal ? "pP" : "eE"), text.size());
+  const std::size_t point = std::min(text.find('.'), mark);
+  const std::size_t digit = text.find_first_not_of("0.");
+  std::int64_t place = static_cast<std::int64_t>(point) - static_cast<std::int64_t>(digit);
+  if (hexadecimal) place *= 4;
+  if (mark != text.size()) place += writtenExponent(text.substr(mark + 1));
+  return place > 0 ? std::numeric_limits<double>::infinity() : 0.0;
+}
+
+// The whole text, which has no sign.
+std::optional<double> magnitudeOf(std::string_view text) noexcept {
+  Notation notation = Notation::decimal;
+  if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+    notation = Notation::hexadecimal;
+    text.remove_prefix(2);
+    if (text.find_first_of(".0123456789abcdefABCDEF") != 0) return {};
+  }
+  double value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] =
+      std::from_chars(text.data(), end, value,
+                      notation == Notation::decimal ? std::chars_format::general  //
+                                                    : std::chars_format::hex);
+  if (stop != end || error == std::errc::invalid_argument) return {};
+  return error == std::errc{} ? value : beyondRange(text, notation);
+}
+
+#else  // libc++ has no `from_chars` for floating point; the systems that bring it have `strtod_l`
+
+std::optional<double> magnitudeOf(std::string_view text) {
+  static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
+  constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
+  if (kWhiteSpace.find(text.front()) != std::string_view::npos) return {};
+  const std::string terminated(text);
+  char* end = nullptr;
+  const double value = strtod_l(terminated.c_str(), &end, locale);
+  if (end != terminated.c_str() + text.size()) return {};
+  return value;
+}
+
+#endif
 
 // From the shortest scientific form, which is sign, digits with a point after the first, exponent.
 std::string inFixedNotation(std::string_view scientific, int exponent) {
@@ -87,21 +142,11 @@ std::string describeFloat(Float value) {
 }  // namespace
 
 std::optional<double> parseDouble(std::string_view text) {
-  constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
-  if (text.empty() || kWhiteSpace.find(text.front()) != std::string_view::npos) return {};
-  std::array<char, 64> buffer;
-  std::string longText;
-  const char* begin = buffer.data();
-  if (text.size() < buffer.size()) {
-    std::memcpy(buffer.data(), text.data(), text.size());
-    buffer[text.size()] = '\0';
-  } else {
-    begin = longText.assign(text).c_str();
-  }
-  char* end = nullptr;
-  const double value = strtodInCLocale(begin, &end);
-  if (static_cast<std::size_t>(end - begin) != text.size()) return {};
-  return value;
+  const bool isNegative = text.substr(0, 1) == "-";
+  takeOneOf("+-", text);
+  if (text.empty() || text.front() == '+' || text.front() == '-') return {};
+  const std::optional<double> magnitude = magnitudeOf(text);
+  return isNegative && magnitude ? -*magnitude : magnitude;
 }
 
 std::optional<double> parseDecimal(std::string_view text) {
