@@ -5,9 +5,6 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
-#ifdef _MSC_VER
-#include <intrin.h>
-#endif
 
 namespace corvo::base {
 
@@ -17,9 +14,24 @@ inline std::uint64_t hashSeed() noexcept {
   static const std::uint64_t seed = [] {
     const auto moment = std::chrono::steady_clock::now().time_since_epoch().count();
     static const char place = 0;
-    return static_cast<std::uint64_t>(moment) ^ reinterpret_cast<std::uintptr_t>(&place) << 20;
+    return static_cast<std::uint64_t>(moment) ^
+           std::uint64_t{reinterpret_cast<std::uintptr_t>(&place)} << 20;
   }();
   return seed;
+}
+
+/// The lower half of the product of 128 bits, with the upper one folded in by exclusive or.
+constexpr std::uint64_t foldedProduct(std::uint64_t a, std::uint64_t b) noexcept {
+#ifdef __SIZEOF_INT128__
+  const auto product = static_cast<unsigned __int128>(a) * b;
+  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+#else
+  constexpr std::uint64_t kLow = 0xFFFF'FFFF;
+  const std::uint64_t lowest = (a & kLow) * (b & kLow);
+  const std::uint64_t middle = (a >> 32) * (b & kLow) + (lowest >> 32);
+  const std::uint64_t otherMiddle = (a & kLow) * (b >> 32) + (middle & kLow);
+  return (a * b) ^ ((a >> 32) * (b >> 32) + (middle >> 32) + (otherMiddle >> 32));
+#endif
 }
 
 /// A fast hash of short texts, for tables that are asked by `string_view`. Differs from run to run.
@@ -59,14 +71,7 @@ struct TextHash {
   // Both halves of the product with 2^64 over the golden ratio, folded together.
   static std::uint64_t mixed(std::uint64_t word) noexcept {
     constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15;
-#ifdef _MSC_VER
-    std::uint64_t high = 0;
-    const std::uint64_t low = _umul128(word, kMultiplier, &high);
-    return low ^ high;
-#else
-    const auto product = static_cast<unsigned __int128>(word) * kMultiplier;
-    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
-#endif
+    return foldedProduct(word, kMultiplier);
   }
 };
 

@@ -25,7 +25,7 @@ namespace {
 class SystemClock final : public Clock {
  public:
   [[nodiscard]] double now() const override {
-#ifdef CLOCK_REALTIME_COARSE
+#ifdef __linux__
     std::timespec tick{};
     if (clock_gettime(CLOCK_REALTIME_COARSE, &tick) == 0) {
       return static_cast<double>(tick.tv_sec) + static_cast<double>(tick.tv_nsec) / 1e9;
@@ -58,9 +58,13 @@ std::int64_t offsetOfLocalTime(std::int64_t moment) noexcept {
 }
 
 std::int64_t standardOffset() noexcept {
+#ifdef __MINGW32__  // its import library knows the variable alone
+  return _timezone;
+#else
   long seconds = 0;
   _get_timezone(&seconds);
   return seconds;
+#endif
 }
 
 #else

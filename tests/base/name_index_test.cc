@@ -8,6 +8,18 @@
 namespace corvo::base {
 namespace {
 
+// By hand: the squares of 2^64 - 1 and 2^32 - 1 are 2^128 - 2^65 + 1 and 2^64 - 2^33 + 1.
+TEST(TextHash, FoldsBothHalvesOfAProduct) {
+  constexpr std::uint64_t kAll = UINT64_MAX;
+  constexpr std::uint64_t kHalf = UINT32_MAX;
+  EXPECT_EQ(foldedProduct(kAll, kAll), kAll);
+  EXPECT_EQ(foldedProduct(kHalf, kHalf), 0xFFFF'FFFE'0000'0001);
+  EXPECT_EQ(foldedProduct(kAll, kHalf + 1), kAll);
+  EXPECT_EQ(foldedProduct(kHalf + 1, kAll), kAll);
+  EXPECT_EQ(foldedProduct(kHalf + 1, kHalf + 1), 1U);
+  EXPECT_EQ(foldedProduct(kAll, 1), kAll);
+}
+
 TEST(NameIndex, ComparesOneNamePerLookUpHoweverManyThereAre) {
   for (const std::uint32_t count : {10U, 1'000U, 30'000U}) {
     std::vector<std::string> names;
