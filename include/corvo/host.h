@@ -24,10 +24,16 @@ struct HostOptions {
   bool inMemory = false;
   /// The application's version, as its users know it.
   std::optional<std::string> applicationVersion = std::nullopt;
-  /// How long a transfer may make no progress, in seconds. A request that asks for less gets less.
+  /// How long a transfer may make no progress, in seconds: by default a minute. A request that asks
+  /// for less gets less. Whatever takes longer than this or the next limit fails.
   double timeoutSeconds = 60.0;
-  /// The largest decoded body that is accepted. A larger one fails the transfer.
-  std::size_t maxBodyBytes = std::size_t{64} << 20;
+  /// How long a whole transfer may take, with its redirects, in seconds: by default five minutes.
+  /// At most six transfers with the same scheme, host and port are under way at once; how long
+  /// another one waits for its turn does not count, but is limited by the same number.
+  double transferSeconds = 300.0;
+  /// The largest body that is accepted, in bytes, both as it is sent and as it is decoded: by
+  /// default 16 MiB. A larger one fails the transfer, as do header lines of more than 1 MiB in all.
+  std::size_t maxBodyBytes = std::size_t{16} << 20;
 
   /// The program's name in $XDG_DATA_HOME or ~/.local/share (Linux), ~/Library/Application Support
   /// (macOS), %LOCALAPPDATA% (Windows). Empty, which keeps nothing, when the user has no such

@@ -10,6 +10,8 @@ namespace corvo::host {
 namespace {
 
 constexpr int kMostRedirects = 10;
+constexpr std::size_t kMostHeaderBytes = std::size_t{1} << 20;
+constexpr std::size_t kMostFraming = std::size_t{1} << 20;  // what divides bodies into chunks
 
 bool isRedirect(long status) {
   return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
@@ -19,6 +21,25 @@ bool isRedirect(long status) {
 std::string headerLine(const std::string& name, const std::string& value) {
   const bool isBlank = value.find_first_not_of(' ') == std::string::npos;
   return isBlank ? name + ";" : name + ": " + value;
+}
+
+bool startsWith(std::string_view text, std::string_view start) {
+  return text.size() >= start.size() &&
+         curl_strnequal(text.data(), start.data(), start.size()) != 0;
+}
+
+/// How many codings a header line names that have to be undone, apart from chunks.
+int codingsIn(std::string_view line) {
+  if (!startsWith(line, "content-encoding:") && !startsWith(line, "transfer-encoding:")) return 0;
+  int count = 0;
+  for (std::size_t at = line.find(':'); at != std::string_view::npos; at = line.find(',', at)) {
+    at = std::min(line.find_first_not_of(" \t", at + 1), line.size());
+    const std::string_view coding = line.substr(at, line.find_first_of(", \t\r\n", at) - at);
+    const bool isPlain = coding.empty() || startsWith(coding, "chunked") ||
+                         startsWith(coding, "identity") || startsWith(coding, "none");
+    if (!isPlain) ++count;
+  }
+  return count;
 }
 
 }  // namespace
@@ -38,6 +59,9 @@ CurlTransfer::CurlTransfer(UrlRequest request, const TransferLimits& limits)
   set(CURLOPT_XFERINFOFUNCTION, &onProgress);
   set(CURLOPT_XFERINFODATA, this);
   set(CURLOPT_NOPROGRESS, 0L);
+  set(CURLOPT_DEBUGFUNCTION, &onTrace);  // nothing else tells of the bytes around the body
+  set(CURLOPT_DEBUGDATA, this);
+  set(CURLOPT_VERBOSE, 1L);
   if (request_.method == "POST") {
     set(CURLOPT_POST, 1L);
     set(CURLOPT_POSTFIELDSIZE, 0L);
@@ -72,7 +96,6 @@ bool CurlTransfer::follow() {
   ++redirects_;
   request_.url = next;
   body_.clear();
-  noteProgress();
   set(CURLOPT_URL, request_.url.c_str());
   if (status <= 303) set(CURLOPT_HTTPGET, 1L);  // as browsers do; 307 and 308 keep the method
   return prepared_;
@@ -102,10 +125,25 @@ std::size_t CurlTransfer::onBody(char* data, std::size_t /*unit*/, std::size_t s
   return 0;
 }
 
-std::size_t CurlTransfer::onHeader(char* /*data*/, std::size_t /*unit*/, std::size_t size,
+std::size_t CurlTransfer::onHeader(char* data, std::size_t /*unit*/, std::size_t size,
                                    void* self) noexcept {
-  static_cast<CurlTransfer*>(self)->noteProgress();
-  return size;
+  auto& transfer = *static_cast<CurlTransfer*>(self);
+  transfer.noteProgress();
+  return transfer.countHeaderLine({data, size}) ? size : 0;  // 0 ends the transfer
+}
+
+// A body that was compressed twice can take hours to undo and yield nothing.
+bool CurlTransfer::countHeaderLine(std::string_view line) noexcept {
+  if (startsWith(line, "HTTP/")) codings_ = 0;
+  codings_ += codingsIn(line);
+  headerBytes_ += line.size();
+  return codings_ <= 1 && headerBytes_ <= kMostHeaderBytes;
+}
+
+int CurlTransfer::onTrace(CURL* /*handle*/, curl_infotype type, char* /*data*/, std::size_t size,
+                          void* self) noexcept {
+  if (type == CURLINFO_DATA_IN) static_cast<CurlTransfer*>(self)->messageBytes_ += size;
+  return 0;
 }
 
 int CurlTransfer::onProgress(void* self, curl_off_t /*total*/, curl_off_t received,
@@ -113,7 +151,11 @@ int CurlTransfer::onProgress(void* self, curl_off_t /*total*/, curl_off_t receiv
   auto& transfer = *static_cast<CurlTransfer*>(self);
   if (transfer.moved_ != received + sent) transfer.noteProgress();
   transfer.moved_ = received + sent;
-  return 0;
+  const std::size_t most = transfer.limits_.bodyBytes;
+  const std::size_t message =
+      transfer.messageBytes_ - std::min(transfer.messageBytes_, kMostFraming);
+  const bool isTooMuch = static_cast<std::size_t>(received) > most || message > most;
+  return isTooMuch ? 1 : 0;  // 1 ends the transfer
 }
 
 }  // namespace corvo::host

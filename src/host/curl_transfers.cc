@@ -1,16 +1,19 @@
 #include "host/curl_transfers.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
+#include <exception>
+#include <iterator>
 #include <new>
+#include <optional>
 #include <utility>
-#include <vector>
 
 #include "host/url_rules.h"
 
 namespace corvo::host {
 namespace {
+
+constexpr int kMostPerOrigin = 6;  // as browsers do
 
 CURLM* makeMulti() {
   static const CURLcode started = curl_global_init(CURL_GLOBAL_DEFAULT);  // once per process
@@ -21,98 +24,171 @@ CURLM* makeMulti() {
 
 UrlResponse failed(std::string reason) { return {{}, {}, std::move(reason)}; }
 
+/// Short enough to need no memory.
+UrlResponse failedByMemory() noexcept { return failed("out of memory"); }
+
+/// Visits the orders of a list, each of which may leave it meanwhile.
+template <class Visit>
+void forEach(Orders& orders, Visit visit) {
+  for (auto each = orders.begin(); each != orders.end();) {
+    const auto order = each++;
+    visit(order);
+  }
+}
+
 }  // namespace
 
 CurlTransfers::CurlTransfers(const TransferLimits& limits) : limits_(limits), multi_(makeMulti()) {}
 
 CurlTransfers::~CurlTransfers() {
-  for (const auto& [handle, active] : active_) curl_multi_remove_handle(multi_.get(), handle);
+  for (Order& order : active_) leave(order);
 }
 
-void CurlTransfers::start(Order order) {
-  ++count_;
-  if (std::optional<std::string> reason = refusal(order.request)) {
-    answer(std::move(order), failed(*std::move(reason)));
-    return;
-  }
-  auto transfer = std::make_unique<CurlTransfer>(order.request, limits_);
-  CURL* const handle = transfer->handle();
-  if (!transfer->isPrepared() || curl_multi_add_handle(multi_.get(), handle) != CURLM_OK) {
-    answer(std::move(order), failed("the transfer could not be prepared"));
-    return;
-  }
-  active_.emplace(handle, Active{std::move(order), std::move(transfer)});
+void CurlTransfers::start(Orders orders) noexcept {
+  const auto now = std::chrono::steady_clock::now();
+  for (Order& order : orders) order.since = now;
+  count_ += orders.size();
+  waiting_.splice(waiting_.end(), orders);
 }
 
 void CurlTransfers::perform() {
   dropOrphans();
-  if (active_.empty()) return;
-  int running = 0;
-  curl_multi_perform(multi_.get(), &running);
-  int left = 0;
-  while (const CURLMsg* const message = curl_multi_info_read(multi_.get(), &left)) {
-    if (message->msg == CURLMSG_DONE) settle(message->easy_handle, message->data.result);
-  }
-  failStalled();
-}
-
-void CurlTransfers::settle(CURL* handle, CURLcode result) {
-  curl_multi_remove_handle(multi_.get(), handle);
-  const auto found = active_.find(handle);
-  CurlTransfer& transfer = *found->second.transfer;
-  if (result == CURLE_OK && transfer.follow() &&
-      curl_multi_add_handle(multi_.get(), handle) == CURLM_OK) {
-    return;
-  }
-  UrlResponse response = transfer.response(result);
-  const auto active = active_.extract(found);
-  answer(std::move(active.mapped().order), std::move(response));
-}
-
-void CurlTransfers::failStalled() {
-  const auto now = std::chrono::steady_clock::now();
-  std::vector<CURL*> stalled;
-  for (const auto& [handle, active] : active_) {
-    if (active.transfer->patience(now) <= 0) stalled.push_back(handle);
-  }
-  for (CURL* const handle : stalled) settle(handle, CURLE_OPERATION_TIMEDOUT);
+  bool hasEnded = false;
+  do {
+    letThrough();
+    int running = 0;
+    if (!active_.empty()) curl_multi_perform(multi_.get(), &running);
+    hasEnded = settleFinished();
+    hasEnded = failLate() || hasEnded;
+  } while (hasEnded && !waiting_.empty());  // places have become free
 }
 
 void CurlTransfers::dropOrphans() {
-  std::vector<Active> orphans;  // destroyed last: their completions may own anything
-  for (auto each = active_.begin(); each != active_.end();) {
-    const auto next = std::next(each);
-    if (each->second.order.owner.expired()) {
-      curl_multi_remove_handle(multi_.get(), each->first);
-      orphans.push_back(std::move(each->second));
-      active_.erase(each);
+  Orders orphans;  // destroyed last: their completions may own anything
+  for (Orders* const orders : {&waiting_, &active_}) {
+    forEach(*orders, [&](Orders::iterator order) {
+      if (!order->owner.expired()) return;
+      if (orders == &active_) leave(*order);
+      orphans.splice(orphans.end(), *orders, order);
       --count_;
+    });
+  }
+}
+
+void CurlTransfers::letThrough() {
+  forEach(waiting_, [this](Orders::iterator order) { advance(order); });
+}
+
+void CurlTransfers::advance(Orders::iterator waiting) noexcept try {
+  if (waiting->origin == nullptr) {
+    if (std::optional<std::string> reason = refusal(waiting->request)) {
+      return answer(waiting_, waiting, failed(*std::move(reason)));
     }
-    each = next;
+    waiting->origin = originOf(waiting->request.url);
   }
+  if (waiting->origin->underWay < kMostPerOrigin) begin(waiting);
+} catch (const std::exception&) {
+  answer(waiting_, waiting, failedByMemory());
 }
 
-void CurlTransfers::answer(Order order, UrlResponse response) {
-  answered_.push_back({std::move(order), std::move(response)});
+void CurlTransfers::begin(Orders::iterator waiting) {
+  Order& order = *waiting;
+  if (order.transfer == nullptr) {
+    order.transfer = std::make_unique<CurlTransfer>(std::move(order.request), limits_);
+    order.since = std::chrono::steady_clock::now();
+  }
+  order.transfer->noteProgress();
+  if (!order.transfer->isPrepared() ||
+      curl_multi_add_handle(multi_.get(), order.transfer->handle()) != CURLM_OK) {
+    return answer(waiting_, waiting, failed("the transfer could not be prepared"));
+  }
+  ++order.origin->underWay;
+  active_.splice(active_.end(), waiting_, waiting);
 }
 
-std::optional<Answered> CurlTransfers::takeAnswered() {
+bool CurlTransfers::settleFinished() {
+  bool hasEnded = false;
+  int left = 0;
+  while (const CURLMsg* const message = curl_multi_info_read(multi_.get(), &left)) {
+    if (message->msg != CURLMSG_DONE) continue;
+    const auto order = std::find_if(active_.begin(), active_.end(), [&](const Order& each) {
+      return each.transfer->handle() == message->easy_handle;
+    });
+    settle(order, message->data.result);
+    hasEnded = true;
+  }
+  return hasEnded;
+}
+
+bool CurlTransfers::failLate() {
+  const auto now = std::chrono::steady_clock::now();
+  const std::size_t before = answered_.size();
+  forEach(active_, [&](Orders::iterator order) {
+    const double left = std::min(secondsLeft(*order, now), order->transfer->patience(now));
+    if (!(left > 0)) settle(order, CURLE_OPERATION_TIMEDOUT);
+  });
+  forEach(waiting_, [&](Orders::iterator order) {
+    if (!(secondsLeft(*order, now) > 0)) answer(waiting_, order, failed("out of time"));
+  });
+  return answered_.size() > before;
+}
+
+// A redirect is queued again, since it may lead to another port: ahead of those that came later.
+void CurlTransfers::settle(Orders::iterator active, CURLcode result) noexcept try {
+  leave(*active);
+  CurlTransfer& transfer = *active->transfer;
+  if (result != CURLE_OK || !transfer.follow()) {
+    return answer(active_, active, transfer.response(result));
+  }
+  active->origin = originOf(transfer.url());
+  waiting_.splice(waiting_.begin(), active_, active);
+} catch (const std::exception&) {
+  answer(active_, active, failedByMemory());
+}
+
+void CurlTransfers::leave(Order& active) noexcept {
+  curl_multi_remove_handle(multi_.get(), active.transfer->handle());
+  --active.origin->underWay;
+}
+
+void CurlTransfers::answer(Orders& from, Orders::iterator order, UrlResponse response) noexcept {
+  order->response = std::move(response);
+  order->transfer.reset();
+  order->origin.reset();
+  answered_.splice(answered_.end(), from, order);
+}
+
+Orders CurlTransfers::takeAnswered() {
   while (!answered_.empty()) {
-    Answered first = std::move(answered_.front());
-    answered_.pop_front();
+    Orders first;
+    first.splice(first.end(), answered_, answered_.begin());
     --count_;
-    if (!first.order.owner.expired()) return first;
+    if (!first.front().owner.expired()) return first;
   }
-  return std::nullopt;
+  return {};
+}
+
+std::shared_ptr<Origin> CurlTransfers::originOf(const std::string& url) {
+  std::string name = originName(url);
+  std::erase_if(origins_, [](const auto& known) { return known.use_count() == 1; });
+  const auto found = std::find_if(origins_.begin(), origins_.end(),
+                                  [&](const auto& known) { return known->name == name; });
+  if (found != origins_.end()) return *found;
+  return origins_.emplace_back(std::make_shared<Origin>(Origin{std::move(name)}));
+}
+
+double CurlTransfers::secondsLeft(const Order& order, Time now) const noexcept {
+  return limits_.seconds - std::chrono::duration<double>(now - order.since).count();
 }
 
 void CurlTransfers::wait() {
-  double patience = 1e6;
+  double left = 1e6;
   const auto now = std::chrono::steady_clock::now();
-  for (const auto& [handle, active] : active_) {
-    patience = std::min(patience, active.transfer->patience(now));
+  for (const Order& order : waiting_) left = std::min(left, secondsLeft(order, now));
+  for (const Order& order : active_) {
+    left = std::min({left, secondsLeft(order, now), order.transfer->patience(now)});
   }
-  const auto milliseconds = static_cast<int>(std::ceil(std::max(patience, 0.0) * 1000));
+  const auto milliseconds = static_cast<int>(std::ceil(std::max(left, 0.0) * 1000));
   curl_multi_poll(multi_.get(), nullptr, 0, milliseconds, nullptr);
 }
 

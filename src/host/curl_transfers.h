@@ -1,35 +1,23 @@
 #pragma once
 
-#include <corvo/callback.h>
-#include <corvo/platform/url_session.h>
+#include <curl/curl.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
-#include <deque>
-#include <map>
 #include <memory>
-#include <optional>
+#include <string>
+#include <vector>
 
 #include "host/curl_transfer.h"
+#include "host/order.h"
 
 namespace corvo::host {
 
-/// A request with the one who waits for it. Its answer is dropped when the owner is gone.
-struct Order {
-  UrlRequest request;
-  Callback<void(UrlResponse)> completion;
-  std::weak_ptr<const void> owner;
-};
-
-/// An order with its answer.
-struct Answered {
-  Order order;
-  UrlResponse response;
-};
-
-/// All the transfers of one loop, with the connections that they leave open for the next ones. For
-/// the thread that runs the loop, except `wake` and `count`. Calls no completion itself: libcurl is
-/// never on the stack when an answer is handed over.
+/// All the transfers of one loop, with the connections that they leave open for the next ones. Lets
+/// six transfers of an origin through at once; the others wait their turn. For the thread that runs
+/// the loop, except `wake` and `count`. Calls no completion itself: libcurl is never on the stack
+/// when an answer is handed over.
 class CurlTransfers {
  public:
   /// Throws `std::bad_alloc` when libcurl cannot be had.
@@ -38,13 +26,14 @@ class CurlTransfers {
   CurlTransfers& operator=(const CurlTransfers&) = delete;
   ~CurlTransfers();
 
-  void start(Order order);
+  /// Each of them is answered once, unless it is dropped, whatever fails on its way.
+  void start(Orders orders) noexcept;
   /// Moves everything on as far as it goes without waiting.
   void perform();
-  /// The next order that has its answer.
-  [[nodiscard]] std::optional<Answered> takeAnswered();
+  /// The next order that has its answer; no order when there is none.
+  [[nodiscard]] Orders takeAnswered();
 
-  /// Waits until a transfer can move on or has waited too long, or until `wake`.
+  /// Waits until a transfer can move on or has taken too long, or until `wake`.
   void wait();
   /// Ends the present `wait`, or else the next.
   void wake() noexcept { curl_multi_wakeup(multi_.get()); }
@@ -53,23 +42,29 @@ class CurlTransfers {
   [[nodiscard]] std::size_t count() const noexcept { return count_; }
 
  private:
+  using Time = std::chrono::steady_clock::time_point;
   struct FreeMulti {
     void operator()(CURLM* multi) const noexcept { curl_multi_cleanup(multi); }
   };
-  struct Active {
-    Order order;
-    std::unique_ptr<CurlTransfer> transfer;
-  };
 
-  void settle(CURL* handle, CURLcode result);
   void dropOrphans();
-  void failStalled();
-  void answer(Order order, UrlResponse response);
+  void letThrough();
+  void advance(Orders::iterator waiting) noexcept;
+  void begin(Orders::iterator waiting);
+  bool settleFinished();
+  bool failLate();
+  void settle(Orders::iterator active, CURLcode result) noexcept;
+  void leave(Order& active) noexcept;
+  void answer(Orders& from, Orders::iterator order, UrlResponse response) noexcept;
+  [[nodiscard]] std::shared_ptr<Origin> originOf(const std::string& url);
+  [[nodiscard]] double secondsLeft(const Order& order, Time now) const noexcept;
 
   const TransferLimits limits_;
   std::unique_ptr<CURLM, FreeMulti> multi_;
-  std::map<CURL*, Active> active_;  // each is in the multi handle
-  std::deque<Answered> answered_;
+  Orders waiting_;   // in their order; a redirected one goes first again
+  Orders active_;    // each is in the multi handle
+  Orders answered_;  // in the order of their ends
+  std::vector<std::shared_ptr<Origin>> origins_;
   std::atomic<std::size_t> count_ = 0;
 };
 

@@ -29,7 +29,8 @@ std::optional<std::filesystem::path> databaseFile(const HostOptions& options) {
 }  // namespace
 
 Host makeHost(HostOptions options) {
-  const host::TransferLimits limits{options.timeoutSeconds, options.maxBodyBytes};
+  const host::TransferLimits limits{options.timeoutSeconds, options.transferSeconds,
+                                    options.maxBodyBytes};
   const auto loop = std::make_shared<host::HostLoopImpl>(limits);
   const auto database = std::make_shared<host::LazyDatabase>(databaseFile(options));
   const auto random = std::make_shared<host::SystemRandom>();

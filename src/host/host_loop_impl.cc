@@ -1,6 +1,5 @@
 #include "host/host_loop_impl.h"
 
-#include <optional>
 #include <utility>
 
 namespace corvo::host {
@@ -16,9 +15,11 @@ void HostLoopImpl::post(Callback<void()> task) {
 }
 
 void HostLoopImpl::start(Order order) {
+  Orders one;
+  one.push_back(std::move(order));
   {
     const std::lock_guard lock(mutex_);
-    orders_.push_back(std::move(order));
+    orders_.splice(orders_.end(), one);
   }
   tell(true);
 }
@@ -87,15 +88,14 @@ bool HostLoopImpl::turn(const std::function<bool()>& condition) {
 }
 
 void HostLoopImpl::moveTransfers() {
-  std::vector<Order> orders;
   {
-    const std::lock_guard lock(mutex_);
-    orders.swap(orders_);
-    for (Order& order : orders) transfers_.start(std::move(order));
+    const std::lock_guard lock(mutex_);  // an order is always in one of the two
+    transfers_.start(std::move(orders_));
+    orders_.clear();
   }
   transfers_.perform();
-  while (std::optional<Answered> answered = transfers_.takeAnswered()) {
-    answered->order.completion(std::move(answered->response));
+  for (Orders one = transfers_.takeAnswered(); !one.empty(); one = transfers_.takeAnswered()) {
+    one.front().completion(std::move(one.front().response));
   }
 }
 
@@ -127,7 +127,8 @@ CurlSession::~CurlSession() {
 }
 
 void CurlSession::start(UrlRequest request, Callback<void(UrlResponse)> completion) {
-  loop_->start({std::move(request), std::move(completion), life_});
+  loop_->start(
+      {.request = std::move(request), .completion = std::move(completion), .owner = life_});
 }
 
 }  // namespace corvo::host

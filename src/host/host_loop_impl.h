@@ -8,7 +8,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "host/curl_transfers.h"
 
@@ -44,7 +43,7 @@ class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<
 
   mutable std::mutex mutex_;
   std::deque<Callback<void()>> tasks_;                 // guarded by the mutex
-  std::vector<Order> orders_;                          // guarded: not yet among the transfers
+  Orders orders_;                                      // guarded: not yet among the transfers
   bool waiting_ = false;                               // guarded
   std::shared_ptr<const std::function<void()>> told_;  // guarded
   std::atomic<bool> stop_ = false;

@@ -14,9 +14,9 @@ struct CurlFree {
   void operator()(char* text) const noexcept { curl_free(text); }
 };
 
-/// What decides with whom one speaks.
-struct Origin {
-  std::string scheme;  // lower case
+/// What decides with whom one speaks. In lower case, so that equal means the same.
+struct Parts {
+  std::string scheme;
   std::string host;
   std::string port;
 };
@@ -25,22 +25,25 @@ std::string part(CURLU* url, CURLUPart which) {
   char* text = nullptr;
   curl_url_get(url, which, &text, CURLU_DEFAULT_PORT);
   const std::unique_ptr<char, CurlFree> owned(text);
-  return text == nullptr ? std::string() : std::string(text);
+  std::string lower = text == nullptr ? std::string() : std::string(text);
+  for (char& c : lower) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return lower;
 }
 
 /// By libcurl's own reader, which the transfer uses, too; without a guess at a missing scheme.
-std::optional<Origin> originOf(const std::string& text) {
+std::optional<Parts> partsOf(const std::string& text) {
   const std::unique_ptr<CURLU, CurlFree> url(curl_url());
   if (text.find('\0') != std::string::npos) return std::nullopt;
   if (curl_url_set(url.get(), CURLUPART_URL, text.c_str(), CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK) {
     return std::nullopt;
   }
-  Origin origin{part(url.get(), CURLUPART_SCHEME), part(url.get(), CURLUPART_HOST),
-                part(url.get(), CURLUPART_PORT)};
-  if ((origin.scheme != "http" && origin.scheme != "https") || origin.port == "0") {
-    return std::nullopt;
-  }
-  return origin;
+  Parts parts{part(url.get(), CURLUPART_SCHEME), part(url.get(), CURLUPART_HOST),
+              part(url.get(), CURLUPART_PORT)};
+  const bool isHttp = parts.scheme == "http" || parts.scheme == "https";
+  if (!isHttp || parts.host.empty() || parts.port == "0") return std::nullopt;
+  return parts;
 }
 
 bool isToken(std::string_view name) {
@@ -60,17 +63,22 @@ bool hasControl(std::string_view value) {
 
 std::optional<std::string> refusal(const UrlRequest& request) {
   if (request.method != "GET" && request.method != "POST") return "unsupported method";
-  if (!originOf(request.url)) return "unsupported URL";
+  if (!partsOf(request.url)) return "unsupported URL";
   for (const auto& [name, value] : request.headers) {
     if (!isToken(name) || hasControl(value)) return "invalid header field";
   }
   return std::nullopt;
 }
 
+std::string originName(const std::string& url) {
+  const Parts parts = partsOf(url).value_or(Parts{});
+  return parts.scheme + ' ' + parts.host + ' ' + parts.port;
+}
+
 bool mayFollow(const std::string& from, const std::string& to) {
-  const std::optional<Origin> old = originOf(from);
-  const std::optional<Origin> next = originOf(to);
-  if (!old || !next || curl_strequal(old->host.c_str(), next->host.c_str()) == 0) return false;
+  const std::optional<Parts> old = partsOf(from);
+  const std::optional<Parts> next = partsOf(to);
+  if (!old || !next || old->host != next->host) return false;
   if (old->scheme == next->scheme) return old->port == next->port;
   return old->scheme == "http";
 }

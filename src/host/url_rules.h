@@ -12,6 +12,10 @@ namespace corvo::host {
 /// without control characters.
 [[nodiscard]] std::optional<std::string> refusal(const UrlRequest& request);
 
+/// The scheme, host and port of an address that may be requested, in one spelling for all of the
+/// same.
+[[nodiscard]] std::string originName(const std::string& url);
+
 /// Whether a redirect is followed: within the same scheme, host and port, or from http to https of
 /// the same host, so that header fields never reach another host. The port may change on the way to
 /// https, as it does from 80 to 443: whoever could forge such an answer has read the fields

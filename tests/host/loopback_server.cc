@@ -28,7 +28,7 @@ LoopbackServer::LoopbackServer(Script script)
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   auto* const generic = reinterpret_cast<sockaddr*>(&address);
   socklen_t size = sizeof address;
-  if (bind(listener_, generic, size) != 0 || listen(listener_, 16) != 0 ||
+  if (bind(listener_, generic, size) != 0 || listen(listener_, 512) != 0 ||
       getsockname(listener_, generic, &size) != 0) {
     throw std::runtime_error("no loopback");
   }

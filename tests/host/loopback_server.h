@@ -45,6 +45,7 @@ class LoopbackServer {
   [[nodiscard]] std::string url(const std::string& path) const;
   [[nodiscard]] std::string port() const { return std::to_string(port_); }
   [[nodiscard]] std::vector<Request> requests() const;
+  [[nodiscard]] int connections() const { return accepted_; }  ///< How many ever came.
 
  private:
   struct Connection {
@@ -61,7 +62,7 @@ class LoopbackServer {
   std::uint16_t port_ = 0;
   std::atomic<bool> stop_ = false;
   std::map<int, Connection> connections_;
-  int accepted_ = 0;
+  std::atomic<int> accepted_ = 0;
   mutable std::mutex mutex_;
   Script script_;                  // guarded
   std::vector<Request> requests_;  // guarded

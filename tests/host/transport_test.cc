@@ -26,10 +26,17 @@ using tests::RawReply;
 using Then = RawReply::Then;
 
 constexpr std::size_t kMaxBody = 1000;
+constexpr std::size_t kMiB = std::size_t{1} << 20;
 
 template <std::size_t Size>
 std::string bytes(const char (&text)[Size]) {
   return {text, Size - 1};
+}
+
+std::string repeated(std::size_t times, const std::string& text) {
+  std::string all;
+  while (times-- > 0) all += text;
+  return all;
 }
 
 auto hasLine(const std::string& line) { return HasSubstr("\r\n" + line + "\r\n"); }
@@ -60,8 +67,14 @@ TEST_F(TransportTest, AnAnswerIsItsStatusAndDecodedBodyOrAFailure) {
   const std::string bombGzip = bytes(  // 1001 letters
       "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\x4b\x4c\x1c\x05\xa3\x60\x14\x0c\x7b\x00\x00"
       "\x23\xd7\x24\x71\xe9\x03\x00\x00");
+  const std::string gzipGzip = bytes(  // "a", compressed twice
+      "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\x93\xef\xe6\x60\x00\x01\xa6\xff\xde\x2c\x0c\xce"
+      "\xfb\xb6\xbf\x60\x04\x72\x00\x22\x5d\x9f\xcc\x15\x00\x00\x00");
+  const std::string emptyGzip =
+      helloGzip.substr(0, 10) + repeated(kMaxBody / 5, bytes("\x00\x00\x00\xff\xff"));
   const std::string gzip = "Content-Encoding: gzip\r\n";
   const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+  const std::string trailers = chunked + "2\r\n{}\r\n0\r\n";
   const struct {
     const char* what;
     RawReply reply;
@@ -83,11 +96,33 @@ TEST_F(TransportTest, AnAnswerIsItsStatusAndDecodedBodyOrAFailure) {
       {"reset halfway", {{"HTTP/1.1 200 OK\r\nContent-Le"}, Then::reset}, {}, ""},
       {"not HTTP", {{"SSH-2.0-x\r\n\r\n"}, Then::close}, {}, ""},
       {"gzip", answer(200, helloGzip, gzip), 200, "hello"},
+      {"gzip, and chunks are no compression",
+       {{"HTTP/1.1 200 OK\r\n" + gzip + "Transfer-Encoding: chunked\r\n\r\n19\r\n" + helloGzip +
+         "\r\n0\r\n\r\n"}},
+       200,
+       "hello"},
+      {"gzip twice", answer(200, gzipGzip, "Content-Encoding: gzip, gzip\r\n"), {}, ""},
+      {"gzip, then gzip", answer(200, gzipGzip, gzip + "content-encoding:gzip\r\n"), {}, ""},
+      {"gzip on the way, too", answer(200, gzipGzip, gzip + "Transfer-Encoding: gzip\r\n"), {}, ""},
       {"broken gzip", answer(200, "hello, no gzip", gzip), {}, ""},
       {"as large as may be", answer(200, std::string(kMaxBody, 'a')), 200,
        std::string(kMaxBody, 'a')},
       {"too large", answer(200, std::string(kMaxBody + 1, 'a')), {}, ""},
       {"too large once decoded", answer(200, bombGzip, gzip), {}, ""},
+      {"too large before", answer(200, emptyGzip + helloGzip.substr(10), gzip), {}, ""},
+      {"as many trailers as may be",
+       {{trailers + repeated(kMiB / 6 - 20, "X: y\r\n") + "\r\n"}},
+       200,
+       "{}"},
+      {"more trailers", {{trailers + repeated(kMiB / 6, "X: y\r\n") + "\r\n"}}, {}, ""},
+      {"many chunks",
+       {{chunked + repeated(kMaxBody, "1\r\na\r\n") + "0\r\n\r\n"}},
+       200,
+       std::string(kMaxBody, 'a')},
+      {"a chunk with a long extension",
+       {{chunked + "1;" + std::string(kMiB + kMaxBody, 'x'), "\r\na\r\n0\r\n\r\n"}},
+       {},
+       ""},
   };
   LoopbackServer server;
   for (const auto& each : cases) {
@@ -140,6 +175,9 @@ TEST_F(TransportTest, RefusesWhatMustNotBeSent) {
 TEST_F(TransportTest, FollowsAtMostTenRedirectsWithinTheOrigin) {
   LoopbackServer server([](const std::string& head) {
     if (head.find(" /loop") != std::string::npos) return answer(302, "", "Location: /loop\r\n");
+    if (head.find(" /long") != std::string::npos) {
+      return answer(302, "", "Location: /long\r\nX: " + std::string(kMiB / 11, 'x') + "\r\n");
+    }
     if (head.find(" /303") != std::string::npos) return answer(303, "old", "Location: end\r\n");
     if (head.find(" /307") != std::string::npos) return answer(307, "old", "Location: end\r\n");
     return answer(200, "new");
@@ -156,6 +194,7 @@ TEST_F(TransportTest, FollowsAtMostTenRedirectsWithinTheOrigin) {
   ASSERT_EQ(requests.size(), 15U);
   EXPECT_THAT(requests[12].head, AllOf(StartsWith("GET /end "), hasLine("token: t")));
   EXPECT_THAT(requests[14].head, StartsWith("POST /end "));
+  EXPECT_TRUE(get(server.url("/long")).failure.has_value()) << "more than 1 MiB of headers in all";
 }
 
 TEST_F(TransportTest, NeverSpeaksToAnotherHost) {

@@ -1,0 +1,110 @@
+#include <corvo/host.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/host/loopback_server.h"
+
+namespace corvo {
+namespace {
+
+using tests::answer;
+using tests::LoopbackServer;
+using tests::RawReply;
+
+class TransferQueueTest : public testing::Test {
+ protected:
+  TransferQueueTest() { setenv("no_proxy", "127.0.0.1,localhost", 1); }
+
+  void ask(const std::string& url, double timeoutSeconds = 30) {
+    host_.platform.urlSession->start({"GET", url, {}, timeoutSeconds}, [this](UrlResponse came) {
+      came_.push_back(std::move(came));
+    });
+  }
+  bool runUntilCame(std::size_t count) {
+    return host_.loop->runUntil([&] { return came_.size() >= count; });
+  }
+  long failures() const {
+    return std::count_if(came_.begin(), came_.end(), [](auto& each) { return !!each.failure; });
+  }
+
+  Host host_ = makeHost({.inMemory = true});
+  std::vector<UrlResponse> came_;
+};
+
+TEST_F(TransferQueueTest, ThreeHundredQuestionsMakeThreeHundredRequestsOnSixConnections) {
+  LoopbackServer server;
+  server.say(answer(200, "{}"));
+  for (int i = 0; i < 300; ++i) ask(server.url("/"));
+  EXPECT_TRUE(runUntilCame(300));
+  EXPECT_EQ(failures(), 0);
+  EXPECT_EQ(server.requests().size(), 300U);
+  EXPECT_LE(server.connections(), 6);
+  EXPECT_FALSE(host_.loop->busy());
+}
+
+TEST_F(TransferQueueTest, SixOfEachOriginGoFirst) {
+  const LoopbackServer silent;
+  LoopbackServer other;
+  other.say(answer(200, "{}"));
+  for (const char* path : {"/1", "/2", "/3", "/4", "/5", "/6", "/7"}) ask(silent.url(path));
+  ask(other.url("/"));
+  EXPECT_TRUE(runUntilCame(1)) << "one origin does not wait for another";
+  EXPECT_TRUE(host_.loop->runUntil([&] { return silent.requests().size() >= 6; }));
+  for (int i = 0; i < 3; ++i) host_.loop->tick();
+  EXPECT_EQ(silent.connections(), 6);
+  for (const auto& request : silent.requests()) EXPECT_NE(request.head.substr(5, 1), "7");
+
+  EXPECT_TRUE(host_.loop->busy());
+  host_.platform.urlSession.reset();
+  EXPECT_FALSE(runUntilCame(2)) << "what waits is dropped, too";
+  EXPECT_FALSE(host_.loop->busy());
+}
+
+TEST_F(TransferQueueTest, PatienceBeginsWithTheTransfer) {
+  const LoopbackServer silent;
+  const auto start = std::chrono::steady_clock::now();
+  for (int i = 0; i < 12; ++i) ask(silent.url("/"), 0.1);
+  EXPECT_TRUE(runUntilCame(12));
+  EXPECT_EQ(failures(), 12);
+  EXPECT_EQ(silent.requests().size(), 12U);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
+}
+
+TEST_F(TransferQueueTest, NoTransferAndNoWaitIsLongerThanTheLimit) {
+  host_ = makeHost({.inMemory = true, .transferSeconds = 0.2});
+  LoopbackServer server;
+  RawReply drip{std::deque<std::string>(10'000, "X: y\r\n")};
+  drip.pieces.push_front("HTTP/1.1 200 OK\r\n");
+  server.say(std::move(drip));
+  for (int i = 0; i < 13; ++i) ask(server.url("/"));
+  EXPECT_TRUE(runUntilCame(13));
+  EXPECT_EQ(failures(), 13);
+  EXPECT_EQ(server.requests().size(), 6U);
+
+  server.say(answer(302, "", "Location: /\r\n"));
+  ask(server.url("/"));
+  EXPECT_TRUE(runUntilCame(14)) << "the others have given up their places";
+  EXPECT_EQ(came_.back().status, 302);
+}
+
+TEST_F(TransferQueueTest, ARedirectToAnotherPortWaitsForAPlaceThere) {
+  const LoopbackServer silent;
+  LoopbackServer server;
+  server.say(answer(302, "", "Location: https://127.0.0.1:" + silent.port() + "/\r\n"));
+  for (int i = 0; i < 8; ++i) ask(server.url("/"));
+  EXPECT_TRUE(host_.loop->runUntil([&] {
+    return server.requests().size() == 8 && silent.connections() >= 6;
+  })) << "they have left their places at the first port";
+  for (int i = 0; i < 3; ++i) host_.loop->tick();
+  EXPECT_EQ(silent.connections(), 6);
+}
+
+}  // namespace
+}  // namespace corvo
