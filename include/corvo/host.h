@@ -45,9 +45,10 @@ struct HostOptions {
 /// arrive while somebody runs it. It starts no thread and stops with the last one who shares it.
 ///
 /// One thread at a time runs it, by `run`, `tick` or `runUntil` (which `Answer::get` calls); a task
-/// may call each of them in turn. `post`, `stop`, `busy` and `onWork` may be called from any
-/// thread. An exception that a task throws leaves through whoever runs; the other tasks stay
-/// queued.
+/// may call each of them in turn. Another thread may run it later. Two that run it at once are
+/// always noticed, also while one of them only waits, and stop the process with a message. `post`,
+/// `stop`, `busy` and `onWork` may be called from any thread at any time. An exception that a task
+/// throws leaves through whoever runs; the other tasks stay queued.
 class HostLoop : public MainQueue {
  public:
   /// Runs tasks and transfers, and waits for more, until `stop`.

@@ -49,6 +49,7 @@ bool HostLoopImpl::busy() const {
 
 bool HostLoopImpl::runUntil(const std::function<bool()>& condition) {
   const auto self = shared_from_this();  // a task may let go of the loop
+  const Access::Scope running(access_);
   while (!turn(condition)) {
     if (!busy()) return condition();
     wait();
@@ -58,6 +59,7 @@ bool HostLoopImpl::runUntil(const std::function<bool()>& condition) {
 
 void HostLoopImpl::run() {
   const auto self = shared_from_this();
+  const Access::Scope running(access_);
   const auto stopped = [this] { return stop_.exchange(false); };
   while (!turn(stopped)) wait();
 }
@@ -69,6 +71,7 @@ void HostLoopImpl::stop() {
 
 void HostLoopImpl::tick() {
   const auto self = shared_from_this();
+  const Access::Scope running(access_);
   turn([] { return false; });
 }
 

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 
+#include "base/exclusive_access.h"
 #include "host/curl_transfers.h"
 
 namespace corvo::host {
@@ -33,6 +34,8 @@ class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<
   void wake() noexcept { transfers_.wake(); }
 
  private:
+  using Access = base::ExclusiveAccess<base::Noticing::always>;
+
   /// Moves the transfers on and runs the tasks that are queued by then. Answers true, at once, when
   /// the condition holds.
   bool turn(const std::function<bool()>& condition);
@@ -47,6 +50,7 @@ class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<
   bool waiting_ = false;                               // guarded
   std::shared_ptr<const std::function<void()>> told_;  // guarded
   std::atomic<bool> stop_ = false;
+  Access access_{"the main queue was run by two threads at once"};
   CurlTransfers transfers_;  // the runner's, but for what is safe there
 };
 

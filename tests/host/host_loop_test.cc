@@ -1,6 +1,7 @@
 #include <corvo/host.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -90,6 +91,29 @@ TEST(HostLoopTest, TellsOfTheFirstTaskAndOfEveryTransfer) {
   host.loop->tick();
   host.loop->post([] {});
   EXPECT_EQ(told, 3);
+}
+
+TEST(HostLoopDeathTest, IsForOneThreadAtATime) {
+  const auto loop = makeLoop();
+  const auto another = [](const std::function<void()>& does) { std::thread(does).join(); };
+  bool done = false;
+  const std::function<void()> runs[] = {[&] { loop->run(); }, [&] { loop->tick(); },
+                                        [&] { loop->runUntil([&] { return done; }); }};
+  for (const auto& run : runs) {
+    done = false;
+    loop->post([&] {
+      loop->tick();
+      for (const auto& other : runs) {
+        EXPECT_DEATH(another(other), "Corvo: the main queue was run by two threads at once");
+      }
+      done = true;
+      another([&] { loop->stop(); });
+    });
+    run();
+    another([&] { loop->tick(); });
+    loop->stop();
+    loop->run();
+  }
 }
 
 TEST(HostLoopTest, OutlivesATaskThatLetsGoOfIt) {
