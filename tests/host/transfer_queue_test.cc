@@ -65,33 +65,53 @@ TEST_F(TransferQueueTest, SixOfEachOriginGoFirst) {
   host_.platform.urlSession.reset();
   EXPECT_FALSE(runUntilCame(2)) << "what waits is dropped, too";
   EXPECT_FALSE(host_.loop->busy());
+  host_ = makeHost({.inMemory = true});
+  ask(silent.url("/8"));
+  EXPECT_TRUE(host_.loop->runUntil([&] { return silent.requests().size() >= 7; }));
+  EXPECT_EQ(silent.connections(), 7) << "and never begins";
 }
 
-TEST_F(TransferQueueTest, PatienceBeginsWithTheTransfer) {
+TEST_F(TransferQueueTest, PatienceAndTheLimitBeginWithTheTransfer) {
+  host_ = makeHost({.inMemory = true, .transferSeconds = 0.75});
   const LoopbackServer silent;
   const auto start = std::chrono::steady_clock::now();
-  for (int i = 0; i < 12; ++i) ask(silent.url("/"), 0.1);
+  for (int i = 0; i < 12; ++i) ask(silent.url("/"), 0.4);
   EXPECT_TRUE(runUntilCame(12));
   EXPECT_EQ(failures(), 12);
   EXPECT_EQ(silent.requests().size(), 12U);
-  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(800));
 }
 
 TEST_F(TransferQueueTest, NoTransferAndNoWaitIsLongerThanTheLimit) {
-  host_ = makeHost({.inMemory = true, .transferSeconds = 0.2});
+  constexpr double kForEver = 1e5;
+  host_ = makeHost({.inMemory = true, .timeoutSeconds = kForEver, .transferSeconds = 0.3});
   LoopbackServer server;
   RawReply drip{std::deque<std::string>(10'000, "X: y\r\n")};
   drip.pieces.push_front("HTTP/1.1 200 OK\r\n");
-  server.say(std::move(drip));
-  for (int i = 0; i < 13; ++i) ask(server.url("/"));
-  EXPECT_TRUE(runUntilCame(13));
-  EXPECT_EQ(failures(), 13);
-  EXPECT_EQ(server.requests().size(), 6U);
-
-  server.say(answer(302, "", "Location: /\r\n"));
+  for (const auto& [reply, count] : {std::pair(RawReply{}, 6), std::pair(drip, 13)}) {
+    const std::size_t before = server.requests().size();
+    came_.clear();
+    server.say(reply);
+    for (int i = 0; i < count; ++i) ask(server.url("/"), kForEver);
+    EXPECT_TRUE(runUntilCame(static_cast<std::size_t>(count)));
+    EXPECT_EQ(failures(), count);
+    EXPECT_EQ(server.requests().size(), before + 6);
+  }
+  server.say(answer(200, "{}"));
   ask(server.url("/"));
   EXPECT_TRUE(runUntilCame(14)) << "the others have given up their places";
-  EXPECT_EQ(came_.back().status, 302);
+  EXPECT_EQ(came_.back().status, 200);
+}
+
+TEST_F(TransferQueueTest, ARedirectGoesAheadOfWhatCameLater) {
+  const LoopbackServer server([](const std::string& head) {
+    if (head.find(" /first ") < head.size()) return answer(302, "", "Location: /second\r\n");
+    return head.find(" /second ") < head.size() ? answer(200, "{}") : RawReply{};
+  });
+  ask(server.url("/first"));
+  for (int i = 0; i < 12; ++i) ask(server.url("/silent"));
+  EXPECT_TRUE(runUntilCame(1));
+  EXPECT_EQ(came_[0].status, 200);
 }
 
 TEST_F(TransferQueueTest, ARedirectToAnotherPortWaitsForAPlaceThere) {

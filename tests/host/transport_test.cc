@@ -39,6 +39,11 @@ std::string repeated(std::size_t times, const std::string& text) {
   return all;
 }
 
+const std::string kHelloGzip = bytes(
+    "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\xcb\x48\xcd\xc9\xc9\x07\x00\x86\xa6\x10\x36\x05\x00"
+    "\x00\x00");
+const std::string kGzip = "Content-Encoding: gzip\r\n";
+
 auto hasLine(const std::string& line) { return HasSubstr("\r\n" + line + "\r\n"); }
 
 class TransportTest : public testing::Test {
@@ -61,9 +66,6 @@ class TransportTest : public testing::Test {
 };
 
 TEST_F(TransportTest, AnAnswerIsItsStatusAndDecodedBodyOrAFailure) {
-  const std::string helloGzip = bytes(
-      "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\xcb\x48\xcd\xc9\xc9\x07\x00\x86\xa6\x10\x36\x05\x00"
-      "\x00\x00");
   const std::string bombGzip = bytes(  // 1001 letters
       "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\x4b\x4c\x1c\x05\xa3\x60\x14\x0c\x7b\x00\x00"
       "\x23\xd7\x24\x71\xe9\x03\x00\x00");
@@ -71,8 +73,7 @@ TEST_F(TransportTest, AnAnswerIsItsStatusAndDecodedBodyOrAFailure) {
       "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\x93\xef\xe6\x60\x00\x01\xa6\xff\xde\x2c\x0c\xce"
       "\xfb\xb6\xbf\x60\x04\x72\x00\x22\x5d\x9f\xcc\x15\x00\x00\x00");
   const std::string emptyGzip =
-      helloGzip.substr(0, 10) + repeated(kMaxBody / 5, bytes("\x00\x00\x00\xff\xff"));
-  const std::string gzip = "Content-Encoding: gzip\r\n";
+      kHelloGzip.substr(0, 10) + repeated(kMaxBody / 5, bytes("\x00\x00\x00\xff\xff"));
   const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
   const std::string trailers = chunked + "2\r\n{}\r\n0\r\n";
   const struct {
@@ -95,21 +96,24 @@ TEST_F(TransportTest, AnAnswerIsItsStatusAndDecodedBodyOrAFailure) {
       {"reset", {{}, Then::reset}, {}, ""},
       {"reset halfway", {{"HTTP/1.1 200 OK\r\nContent-Le"}, Then::reset}, {}, ""},
       {"not HTTP", {{"SSH-2.0-x\r\n\r\n"}, Then::close}, {}, ""},
-      {"gzip", answer(200, helloGzip, gzip), 200, "hello"},
+      {"gzip", answer(200, kHelloGzip, kGzip), 200, "hello"},
       {"gzip, and chunks are no compression",
-       {{"HTTP/1.1 200 OK\r\n" + gzip + "Transfer-Encoding: chunked\r\n\r\n19\r\n" + helloGzip +
+       {{"HTTP/1.1 200 OK\r\n" + kGzip + "Transfer-Encoding: chunked\r\n\r\n19\r\n" + kHelloGzip +
          "\r\n0\r\n\r\n"}},
        200,
        "hello"},
       {"gzip twice", answer(200, gzipGzip, "Content-Encoding: gzip, gzip\r\n"), {}, ""},
-      {"gzip, then gzip", answer(200, gzipGzip, gzip + "content-encoding:gzip\r\n"), {}, ""},
-      {"gzip on the way, too", answer(200, gzipGzip, gzip + "Transfer-Encoding: gzip\r\n"), {}, ""},
-      {"broken gzip", answer(200, "hello, no gzip", gzip), {}, ""},
+      {"gzip, then gzip", answer(200, gzipGzip, kGzip + "content-encoding:gzip\r\n"), {}, ""},
+      {"gzip on the way, too",
+       answer(200, gzipGzip, kGzip + "Transfer-Encoding: gzip\r\n"),
+       {},
+       ""},
+      {"broken gzip", answer(200, "hello, no gzip", kGzip), {}, ""},
       {"as large as may be", answer(200, std::string(kMaxBody, 'a')), 200,
        std::string(kMaxBody, 'a')},
       {"too large", answer(200, std::string(kMaxBody + 1, 'a')), {}, ""},
-      {"too large once decoded", answer(200, bombGzip, gzip), {}, ""},
-      {"too large before", answer(200, emptyGzip + helloGzip.substr(10), gzip), {}, ""},
+      {"too large once decoded", answer(200, bombGzip, kGzip), {}, ""},
+      {"too large before", answer(200, emptyGzip + kHelloGzip.substr(10), kGzip), {}, ""},
       {"as many trailers as may be",
        {{trailers + repeated(kMiB / 6 - 20, "X: y\r\n") + "\r\n"}},
        200,
@@ -132,6 +136,15 @@ TEST_F(TransportTest, AnAnswerIsItsStatusAndDecodedBodyOrAFailure) {
     EXPECT_EQ(response.failure.has_value(), !each.status.has_value());
     EXPECT_EQ(response.status, each.status);
     EXPECT_EQ(response.body, each.body);
+  }
+}
+
+TEST_F(TransportTest, AcceptsSixteenMebibytesByDefault) {
+  host_ = makeHost({.inMemory = true});
+  LoopbackServer server;
+  for (const std::size_t more : {0, 1}) {
+    server.say(answer(200, std::string(16 * kMiB + more, 'a')));
+    EXPECT_EQ(get(server.url("/")).failure.has_value(), more == 1);
   }
 }
 
@@ -178,9 +191,11 @@ TEST_F(TransportTest, FollowsAtMostTenRedirectsWithinTheOrigin) {
     if (head.find(" /long") != std::string::npos) {
       return answer(302, "", "Location: /long\r\nX: " + std::string(kMiB / 11, 'x') + "\r\n");
     }
-    if (head.find(" /303") != std::string::npos) return answer(303, "old", "Location: end\r\n");
+    if (head.find(" /303") != std::string::npos) {
+      return answer(303, kHelloGzip, kGzip + "Location: end\r\n");
+    }
     if (head.find(" /307") != std::string::npos) return answer(307, "old", "Location: end\r\n");
-    return answer(200, "new");
+    return answer(200, kHelloGzip, kGzip);
   });
   EXPECT_EQ(get(server.url("/loop")).status, 302);
   EXPECT_EQ(server.requests().size(), 11U);
@@ -188,7 +203,7 @@ TEST_F(TransportTest, FollowsAtMostTenRedirectsWithinTheOrigin) {
   for (const char* const path : {"/303", "/307"}) {
     const UrlResponse response = ask({"POST", server.url(path), {{"token", "t"}}});
     EXPECT_EQ(response.status, 200);
-    EXPECT_EQ(response.body, "new");
+    EXPECT_EQ(response.body, "hello");
   }
   const auto requests = server.requests();
   ASSERT_EQ(requests.size(), 15U);
