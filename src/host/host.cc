@@ -2,8 +2,6 @@
 
 #include <filesystem>
 #include <memory>
-#include <optional>
-#include <system_error>
 #include <utility>
 
 #include "host/host_device.h"
@@ -15,15 +13,13 @@
 namespace corvo {
 namespace {
 
-/// The file that the options name, none for memory. Absolute, since the program may change its
-/// folder before the file is needed; empty, which no file is, when they name none.
-std::optional<std::filesystem::path> databaseFile(const HostOptions& options) {
-  if (options.inMemory) return std::nullopt;
+/// Null when the options name no file. The file's name is made absolute now, since the program may
+/// change its folder before the file is needed.
+std::shared_ptr<host::Database> databaseOf(const HostOptions& options) {
+  if (options.inMemory) return host::Database::inMemory();
   const std::filesystem::path& folder = options.dataFolder;
   const std::filesystem::path usual = folder.empty() ? folder : folder / "corvo.db";
-  const std::filesystem::path file = options.dataFile.value_or(usual);
-  std::error_code unknown;
-  return file.empty() ? file : std::filesystem::absolute(file, unknown);
+  return host::Database::inFile(options.dataFile.value_or(usual));
 }
 
 }  // namespace
@@ -32,7 +28,7 @@ Host makeHost(HostOptions options) {
   const host::TransferLimits limits{options.timeoutSeconds, options.transferSeconds,
                                     options.maxBodyBytes};
   const auto loop = std::make_shared<host::HostLoopImpl>(limits);
-  const auto database = std::make_shared<host::LazyDatabase>(databaseFile(options));
+  const std::shared_ptr<host::Database> database = databaseOf(options);
   const auto random = std::make_shared<host::SystemRandom>();
   return {loop,
           {.clock = platform::systemClock(),

@@ -1,9 +1,9 @@
 #include "host/host_device.h"
 
-#include <array>
-#include <cstddef>
 #include <exception>
 #include <string_view>
+
+#include "host/uuid.h"
 
 #ifdef _WIN32
 #include <windows.h>
@@ -16,22 +16,6 @@
 
 namespace corvo::host {
 namespace {
-
-/// A random UUID (RFC 9562, version 4) in upper-case canonical form.
-std::string randomUuid(SecureRandom& random) {
-  std::array<std::byte, 16> bytes{};
-  random.fill(bytes);
-  bytes[6] = (bytes[6] & std::byte{0x0F}) | std::byte{0x40};
-  bytes[8] = (bytes[8] & std::byte{0x3F}) | std::byte{0x80};
-  std::string text;
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
-    if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-    text += kDigits[std::to_integer<std::size_t>(bytes[i] >> 4)];
-    text += kDigits[std::to_integer<std::size_t>(bytes[i] & std::byte{0x0F})];
-  }
-  return text;
-}
 
 struct System {
   std::string name;
@@ -86,11 +70,10 @@ std::optional<std::string> unlessEmpty(std::string text) {
 }  // namespace
 
 std::optional<std::string> HostDevice::vendorIdentifier() const try {
-  const std::shared_ptr<Database> database = database_->get();
-  if (database == nullptr) return std::nullopt;
-  return database->installation(randomUuid(*random_));
+  if (database_ == nullptr) return std::nullopt;
+  return database_->installation(randomUuid(*random_));
 } catch (const std::exception&) {
-  return std::nullopt;  // no random bytes, no identifier
+  return std::nullopt;  // no random bytes, or the database is out of reach for the moment
 }
 
 std::optional<std::string> HostDevice::systemName() const {

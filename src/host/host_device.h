@@ -16,13 +16,14 @@ namespace corvo::host {
 /// kept in the application's database. Any thread. Shares the database and the random source.
 class HostDevice final : public Device {
  public:
-  HostDevice(std::shared_ptr<LazyDatabase> database, std::shared_ptr<SecureRandom> random,
+  /// The database may be null: there is none.
+  HostDevice(std::shared_ptr<Database> database, std::shared_ptr<SecureRandom> random,
              std::optional<std::string> applicationVersion)
       : database_(std::move(database)),
         random_(std::move(random)),
         applicationVersion_(std::move(applicationVersion)) {}
 
-  /// None when it cannot be kept: one that changes from run to run would be worse.
+  /// None when it cannot be kept, or not just now: one that changes from run to run would be worse.
   [[nodiscard]] std::optional<std::string> vendorIdentifier() const override;
   [[nodiscard]] std::optional<std::string> systemName() const override;
   [[nodiscard]] std::optional<std::string> systemVersion() const override;
@@ -31,7 +32,7 @@ class HostDevice final : public Device {
   }
 
  private:
-  std::shared_ptr<LazyDatabase> database_;
+  std::shared_ptr<Database> database_;
   std::shared_ptr<SecureRandom> random_;
   std::optional<std::string> applicationVersion_;
 };

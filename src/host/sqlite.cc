@@ -1,68 +1,109 @@
 #include "host/sqlite.h"
 
+#include <new>
+
 namespace corvo::host {
 namespace {
 
-constexpr int kBusyMilliseconds = 1000;  // a second process writes for milliseconds
+void check(int code) {
+  if (code != SQLITE_OK) throw SqliteError(code);
+}
 
 }  // namespace
 
 Statement::Statement(sqlite3* database, std::string_view sql) {
   sqlite3_stmt* statement = nullptr;
-  sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT,
-                     &statement, nullptr);
+  check(sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()),
+                           SQLITE_PREPARE_PERSISTENT, &statement, nullptr));
   statement_.reset(statement);
 }
 
-bool Statement::run(std::initializer_list<std::string_view> values) {
-  const bool done = bind(values) && sqlite3_step(statement_.get()) == SQLITE_DONE;
-  reset();
-  return done;
+void Statement::Reset::operator()(sqlite3_stmt* statement) const noexcept {
+  sqlite3_reset(statement);
+  sqlite3_clear_bindings(statement);  // they point at the caller's bytes
 }
 
-std::optional<std::string> Statement::first(std::initializer_list<std::string_view> values) {
-  std::optional<std::string> bytes;
-  if (bind(values) && sqlite3_step(statement_.get()) == SQLITE_ROW) {
-    const auto* const data = static_cast<const char*>(sqlite3_column_blob(statement_.get(), 0));
-    const int size = sqlite3_column_bytes(statement_.get(), 0);
-    bytes.emplace(data == nullptr ? "" : data, static_cast<std::size_t>(size));
-  }
-  reset();
-  return bytes;
-}
-
-bool Statement::bind(std::initializer_list<std::string_view> values) {
+Statement::Running Statement::start(std::initializer_list<std::string_view> values) {
+  Running running(statement_.get());
   int index = 0;
   for (const std::string_view value : values) {
     const char* const data = value.data() == nullptr ? "" : value.data();  // null would bind NULL
-    if (sqlite3_bind_blob64(statement_.get(), ++index, data, value.size(), SQLITE_STATIC) !=
-        SQLITE_OK) {
-      return false;
-    }
+    check(sqlite3_bind_blob64(running.get(), ++index, data, value.size(), SQLITE_STATIC));
   }
-  return true;
+  return running;
 }
 
-void Statement::reset() noexcept {
-  if (statement_ == nullptr) return;
-  sqlite3_reset(statement_.get());
-  sqlite3_clear_bindings(statement_.get());  // they point at the caller's bytes
+void Statement::run(std::initializer_list<std::string_view> values) {
+  const Running running = start(values);
+  const int code = sqlite3_step(running.get());
+  if (code != SQLITE_DONE) throw SqliteError(code);
 }
 
-Connection::Connection(const std::string& file) {
+std::optional<std::string> Statement::first(std::initializer_list<std::string_view> values) {
+  const Running running = start(values);
+  const int code = sqlite3_step(running.get());
+  if (code == SQLITE_DONE) return std::nullopt;
+  if (code != SQLITE_ROW) throw SqliteError(code);
+  const auto* const data = static_cast<const char*>(sqlite3_column_blob(running.get(), 0));
+  const int size = sqlite3_column_bytes(running.get(), 0);
+  if (data == nullptr) {  // an empty value, or want of memory
+    if (sqlite3_errcode(sqlite3_db_handle(running.get())) == SQLITE_NOMEM) throw std::bad_alloc();
+    return std::string();
+  }
+  return std::string(data, static_cast<std::size_t>(size));
+}
+
+Connection::Connection(const std::string& name, int flags) {
   sqlite3* database = nullptr;
-  const int opened = sqlite3_open_v2(file.c_str(), &database,
-                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+  const int opened = sqlite3_open_v2(name.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX, nullptr);
   database_.reset(database);
-  if (opened != SQLITE_OK) {
-    database_.reset();
-    return;
-  }
-  sqlite3_busy_timeout(database, kBusyMilliseconds);
+  check(opened);
 }
 
-bool Connection::execute(const char* sql) noexcept {
-  return sqlite3_exec(database_.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+void Connection::waitWith(Patience& patience) noexcept {
+  const auto wait = [](void* mine, int) { return static_cast<Patience*>(mine)->wait() ? 1 : 0; };
+  sqlite3_busy_handler(database_.get(), wait, &patience);
+}
+
+void Connection::tidyOnClose(bool on) noexcept {
+  sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, on ? 0 : 1, nullptr);
+}
+
+void Connection::execute(const char* sql) {
+  check(sqlite3_exec(database_.get(), sql, nullptr, nullptr, nullptr));
+}
+
+bool Connection::hasMoved() const noexcept {
+  int moved = 0;
+  sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+  return moved != 0;
+}
+
+sqlite3_file& Connection::file() const {
+  sqlite3_file* file = nullptr;
+  check(sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file));
+  if (file == nullptr || file->pMethods == nullptr) throw SqliteError(SQLITE_CANTOPEN);
+  return *file;
+}
+
+Transaction::Transaction(Connection& connection)
+    : connection_(connection), rollback_(connection.prepare("ROLLBACK")) {
+  connection_.execute("BEGIN IMMEDIATE");
+  open_ = true;
+}
+
+Transaction::~Transaction() {
+  if (!open_) return;
+  try {
+    rollback_.run();
+  } catch (const SqliteError&) {
+    open_ = false;  // SQLite has rolled back by itself
+  }
+}
+
+void Transaction::commit() {
+  connection_.execute("COMMIT");
+  open_ = false;
 }
 
 }  // namespace corvo::host

@@ -2,13 +2,33 @@
 
 #include <sqlite3.h>
 
+#include <exception>
 #include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "host/patience.h"
+
 namespace corvo::host {
+
+/// Why SQLite did not do what it was asked for.
+class SqliteError final : public std::exception {
+ public:
+  explicit SqliteError(int code) noexcept : code_(code & 0xFF) {}
+
+  /// The primary result code.
+  [[nodiscard]] int code() const noexcept { return code_; }
+  /// Whether the file is not as SQLite wrote it.
+  [[nodiscard]] bool isDamage() const noexcept {
+    return code_ == SQLITE_CORRUPT || code_ == SQLITE_NOTADB;
+  }
+  [[nodiscard]] const char* what() const noexcept override { return sqlite3_errstr(code_); }
+
+ private:
+  int code_;
+};
 
 struct CloseSqlite {
   void operator()(sqlite3* database) const noexcept { sqlite3_close_v2(database); }
@@ -18,20 +38,21 @@ struct CloseSqlite {
 /// One prepared statement. For one thread at a time; must not outlive its connection's use.
 class Statement {
  public:
-  Statement() = default;
-  /// Null when the statement cannot be prepared.
+  /// Throws `SqliteError`, like everything here, when SQLite refuses.
   Statement(sqlite3* database, std::string_view sql);
 
-  explicit operator bool() const noexcept { return statement_ != nullptr; }
-
-  /// Runs to the end with the given bytes for its parameters; whether that succeeded.
-  bool run(std::initializer_list<std::string_view> values = {});
-  /// The bytes of the first column of the first row; none when there is no row or it is unreadable.
+  /// Runs to the end with the given bytes for its parameters.
+  void run(std::initializer_list<std::string_view> values = {});
+  /// The bytes of the first column of the first row; none when there is no row.
   std::optional<std::string> first(std::initializer_list<std::string_view> values = {});
 
  private:
-  bool bind(std::initializer_list<std::string_view> values);
-  void reset() noexcept;
+  struct Reset {
+    void operator()(sqlite3_stmt* statement) const noexcept;
+  };
+  using Running = std::unique_ptr<sqlite3_stmt, Reset>;
+
+  [[nodiscard]] Running start(std::initializer_list<std::string_view> values);
 
   std::unique_ptr<sqlite3_stmt, CloseSqlite> statement_;
 };
@@ -39,19 +60,42 @@ class Statement {
 /// One connection to a database file. For one thread at a time.
 class Connection {
  public:
-  Connection() = default;
-  /// Opens a file that exists, or ":memory:". Null when that is impossible. SQLite first looks into
-  /// the file when the first statement runs.
-  explicit Connection(const std::string& file);
+  /// Opens a file that exists, ":memory:", or, when the flags have `SQLITE_OPEN_URI`, what a
+  /// "file:" URI names. Throws `SqliteError`, like everything here, when SQLite refuses. SQLite
+  /// first looks into the file, and locks it, when the first statement runs.
+  explicit Connection(const std::string& name, int flags = SQLITE_OPEN_READWRITE);
 
-  explicit operator bool() const noexcept { return database_ != nullptr; }
+  /// How long statements wait for other connections. Must outlive the connection.
+  void waitWith(Patience& patience) noexcept;
+  /// Whether the last connection to close a file writes its log into it and removes the log.
+  void tidyOnClose(bool on) noexcept;
 
-  /// Runs statements that answer nothing; whether all succeeded.
-  bool execute(const char* sql) noexcept;
+  void execute(const char* sql);
   [[nodiscard]] Statement prepare(std::string_view sql) const { return {database_.get(), sql}; }
+
+  /// Whether the file has meanwhile got another name, or none. Never, where open files keep theirs.
+  [[nodiscard]] bool hasMoved() const noexcept;
+  /// The open file, for what SQL cannot say.
+  [[nodiscard]] sqlite3_file& file() const;
 
  private:
   std::unique_ptr<sqlite3, CloseSqlite> database_;
+};
+
+/// Makes the changes until `commit` one, or none when it ends without.
+class Transaction {
+ public:
+  explicit Transaction(Connection& connection);
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+  ~Transaction();
+
+  void commit();
+
+ private:
+  Connection& connection_;
+  Statement rollback_;  // prepared ahead, since it must not fail
+  bool open_ = false;
 };
 
 }  // namespace corvo::host

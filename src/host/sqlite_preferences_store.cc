@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <utility>
 
@@ -18,13 +19,18 @@ class SqliteSuite final : public PreferencesSuite {
     return database_->read(name_, key);
   }
 
-  bool apply(std::span<const PreferencesChange> changes) override {
+  bool apply(std::span<const PreferencesChange> changes) noexcept override try {
     const std::lock_guard lock(mutex_);
+    // All that may fail comes before the change is made. A key not changed yet has revision 0.
+    for (const PreferencesChange& change : changes) revisions_.try_emplace(change.key, 0);
     if (!database_->apply(name_, changes)) return false;
+    if (changes.empty()) return true;
     const std::uint64_t revision = revision_.load(std::memory_order_relaxed) + 1;
-    for (const PreferencesChange& change : changes) revisions_[change.key] = revision;
-    if (!changes.empty()) revision_.store(revision, std::memory_order_relaxed);
+    for (const PreferencesChange& change : changes) revisions_.find(change.key)->second = revision;
+    revision_.store(revision, std::memory_order_relaxed);
     return true;
+  } catch (const std::exception&) {
+    return false;
   }
 
   [[nodiscard]] std::uint64_t revision() const override {
@@ -64,10 +70,12 @@ std::shared_ptr<PreferencesSuite> sharedSuite(std::shared_ptr<Database> database
 
 }  // namespace
 
-std::shared_ptr<PreferencesSuite> SqlitePreferencesStore::open(std::string_view suiteName) {
-  std::shared_ptr<Database> database = database_->get();
-  if (database == nullptr) return nullptr;
-  return sharedSuite(std::move(database), std::string(suiteName));
+std::shared_ptr<PreferencesSuite> SqlitePreferencesStore::open(std::string_view suiteName) noexcept
+    try {
+  if (database_ == nullptr || !database_->open()) return nullptr;
+  return sharedSuite(database_, std::string(suiteName));
+} catch (const std::exception&) {
+  return nullptr;
 }
 
 }  // namespace corvo::host

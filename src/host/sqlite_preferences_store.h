@@ -15,13 +15,15 @@ namespace corvo::host {
 /// Keeps suites in an application's database. Any thread. Shares the database.
 class SqlitePreferencesStore final : public PreferencesStore {
  public:
-  explicit SqlitePreferencesStore(std::shared_ptr<LazyDatabase> database)
+  /// The database may be null: nothing can be opened.
+  explicit SqlitePreferencesStore(std::shared_ptr<Database> database)
       : database_(std::move(database)) {}
 
-  [[nodiscard]] std::shared_ptr<PreferencesSuite> open(std::string_view suiteName) override;
+  [[nodiscard]] std::shared_ptr<PreferencesSuite> open(
+      std::string_view suiteName) noexcept override;
 
  private:
-  std::shared_ptr<LazyDatabase> database_;
+  std::shared_ptr<Database> database_;
 };
 
 }  // namespace corvo::host

@@ -3,16 +3,27 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <optional>
+#include <random>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <thread>
 
 #include "host/database.h"
+#include "host/uuid.h"
+#include "tests/base/case_table.h"
 
 namespace corvo {
 namespace {
@@ -21,25 +32,104 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kLarge = 1 << 20;
 
+std::string bytesOf(const fs::path& file) {
+  return (std::ostringstream() << std::ifstream(file, std::ios::binary).rdbuf()).str();
+}
+
+/// Another process, which does some work with a function that tells numbers, greater than 0.
+class Child {
+ public:
+  template <class Work>
+  explicit Child(Work work) {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(pipe(ends.data()), 0);
+    process_ = fork();
+    if (process_ == 0) {
+      work([&](int number) {
+        if (::write(ends[1], &number, sizeof number) < 0) _exit(1);
+      });
+      _exit(0);
+    }
+    close(ends[1]);
+    told_ = ends[0];
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  ~Child() {
+    end(SIGKILL);
+    close(told_);
+  }
+
+  void end(int signal) {
+    if (process_ > 0 && signal != 0) kill(process_, signal);
+    if (process_ > 0) waitpid(process_, nullptr, 0);
+    process_ = 0;
+  }
+  /// The next number it tells; 0 when it tells no more.
+  int next() {
+    int number = 0;
+    return ::read(told_, &number, sizeof number) == sizeof number ? number : 0;
+  }
+  /// The last number that it told before it ended.
+  int last(int signal) {
+    end(signal);
+    int last = 0;
+    for (int number = next(); number != 0; number = next()) last = number;
+    return last;
+  }
+
+ private:
+  pid_t process_ = 0;
+  int told_ = 0;
+};
+
 class SqlitePreferencesStoreTest : public testing::Test {
  protected:
-  SqlitePreferencesStoreTest() { fs::remove_all(folder_); }
+  using Files = std::map<fs::path, std::string>;
+
+  SqlitePreferencesStoreTest() { clear(); }
   ~SqlitePreferencesStoreTest() override { fs::remove_all(folder_.parent_path()); }
 
+  void clear() const { fs::remove_all(folder_.parent_path()); }
   [[nodiscard]] Platform open() const { return hostPlatform({.dataFolder = folder_}); }
+  [[nodiscard]] auto suite() const { return open().preferencesStore->open("s"); }
   [[nodiscard]] fs::path file() const { return folder_ / "corvo.db"; }
 
   static bool put(PreferencesSuite& suite, const std::string& key, const std::string& value) {
     const std::array changes{PreferencesChange{key, value}};
     return suite.apply(changes);
   }
-  [[nodiscard]] std::string contents() const {
-    return (std::ostringstream() << std::ifstream(file(), std::ios::binary).rdbuf()).str();
+  /// All files of the folder.
+  [[nodiscard]] Files files() const {
+    Files all;
+    for (const auto& each : fs::directory_iterator(folder_)) {
+      all[each.path().filename()] = bytesOf(each.path());
+    }
+    return all;
   }
-  void write(const std::string& bytes) const { std::ofstream(file(), std::ios::binary) << bytes; }
+  void write(const Files& files) const {
+    clear();
+    fs::create_directories(folder_);
+    for (const auto& [name, bytes] : files)
+      std::ofstream(folder_ / name, std::ios::binary) << bytes;
+  }
+  /// Another process that makes a file by SQL and keeps it open.
+  [[nodiscard]] std::unique_ptr<Child> make(const std::string& sql) const {
+    write({{"corvo.db", ""}});
+    auto child = std::make_unique<Child>([&](auto tell) {
+      host::Connection made(file().string());
+      made.execute(sql.c_str());
+      tell(1);
+      pause();
+    });
+    EXPECT_EQ(child->next(), 1) << sql;
+    return child;
+  }
 
+  // In memory where that is to be had: most of the time would go by in flushing.
   const fs::path folder_ =
-      fs::path(testing::TempDir()) / ("corvo-store-" + std::to_string(getpid())) / "program";
+      fs::path(fs::is_directory("/dev/shm") ? "/dev/shm" : testing::TempDir()) /
+      ("corvo-store-" + std::to_string(getpid())) / "program";
 };
 
 TEST_F(SqlitePreferencesStoreTest, IsForItsOwnerOnly) {
@@ -77,22 +167,180 @@ TEST_F(SqlitePreferencesStoreTest, AnotherFileCanBeNamed) {
   }
 }
 
-TEST_F(SqlitePreferencesStoreTest, LeavesWhatItCannotReadAsItIs) {
-  { ASSERT_TRUE(put(*open().preferencesStore->open("s"), "a", std::string(kLarge, 'x'))); }
-  const std::string sound = contents();
-  ASSERT_TRUE(host::Connection(file().string()).execute("PRAGMA user_version = 2"));
-  for (const std::string& each : {contents(), std::string(5000, 'z')}) {
-    write(each);
-    EXPECT_EQ(open().preferencesStore->open("s"), nullptr);
+constexpr const char* kTables =
+    "CREATE TABLE preference (suite BLOB NOT NULL, key BLOB NOT NULL, value BLOB NOT NULL,"
+    " PRIMARY KEY (suite, key));"
+    "CREATE TABLE installation (id INTEGER PRIMARY KEY CHECK (id = 1), identifier TEXT NOT NULL)";
+
+TEST_F(SqlitePreferencesStoreTest, OnlyItsOwnFilesAreOpened) {
+  const std::pair<const char*, const char*> names[] = {
+      {"$TABLES", kTables},
+      {"$ID", "201502939"},
+      {"$A", "INSERT INTO preference VALUES (x'73', x'61', x'31')"}};
+  for (auto [outcome, state, sql, value] : tests::caseTable<4>(CORVO_HOST_CASES "databases.txt")) {
+    SCOPED_TRACE(outcome + ", " + state + ": " + sql);
+    for (const auto& [name, text] : names) {
+      for (std::size_t at; (at = sql.find(name)) != std::string::npos;) {
+        sql.replace(at, std::string_view(name).size(), text);
+      }
+    }
+    const auto other = make(sql);
+    if (state != "open") other->end(SIGKILL);
+    if (state == "closed")
+      (void)host::Connection(file().string()).prepare("PRAGMA user_version").first();
+    if (state == "lone") fs::remove(folder_ / "corvo.db-shm");
+    const Files found = files();
+    const Platform platform = open();
+    const auto suite = platform.preferencesStore->open("s");
+    EXPECT_EQ(suite != nullptr, outcome == "ours");
+    EXPECT_EQ(platform.device->vendorIdentifier().has_value(), outcome == "ours");
+    if (suite == nullptr) {
+      EXPECT_TRUE(files() == found);
+      continue;
+    }
+    EXPECT_EQ(suite->read("a").value_or(""), value);
+    EXPECT_TRUE(put(*suite, "b", "2"));
+    EXPECT_EQ(bytesOf(file()).substr(68, 4), "\x0C\x02\xB0\xDB");
+  }
+}
+
+TEST_F(SqlitePreferencesStoreTest, WhatIsNoDatabaseStaysAsItIs) {
+  for (const std::string& text : {std::string("x"), std::string("SQLite format 3"),
+                                  std::string(5000, 'z'), std::string(100'000, '\0')}) {
+    write({{"corvo.db", text}});
+    EXPECT_EQ(suite(), nullptr);
     EXPECT_EQ(open().device->vendorIdentifier(), std::nullopt);
-    EXPECT_TRUE(contents() == each);
+    EXPECT_TRUE(files() == (Files{{"corvo.db", text}}));
   }
-  write(sound.substr(0, sound.size() / 2));
-  const auto broken = open().preferencesStore->open("s");
-  if (broken != nullptr) {
-    EXPECT_NE(broken->read("a"), std::string(kLarge, 'x'));
-    put(*broken, "a", std::string(kLarge, 'y'));
+  fs::remove(file());
+  ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
+  EXPECT_EQ(suite(), nullptr) << "and is not waited for";
+}
+
+class DamagedStoreTest : public SqlitePreferencesStoreTest {
+ protected:
+  DamagedStoreTest() {
+    {
+      const auto suite = this->suite();
+      for (const auto& [key, value] : kValues) EXPECT_TRUE(put(*suite, key, value));
+    }
+    sound_ = bytesOf(file());
   }
+
+  /// Uses a store that holds these files, as a program would that tries again, and answers whether
+  /// an earlier file was set aside; none when the file was not taken for ours.
+  std::optional<bool> use(const Files& damaged, bool sameValues) const {
+    write(damaged);
+    const Platform platform = open();
+    const auto suite = platform.preferencesStore->open("s");
+    if (suite == nullptr) {
+      EXPECT_TRUE(files() == damaged);
+      return std::nullopt;
+    }
+    for (const auto& [key, value] : kValues) {
+      try {
+        const auto read = suite->read(key);
+        EXPECT_TRUE(!sameValues || !read || *read == value) << key;
+      } catch (const std::exception&) {
+        continue;  // damaged; the next use finds a new one
+      }
+    }
+    const std::string value(30'000, 'n');
+    EXPECT_TRUE(put(*suite, "a", value) || put(*suite, "a", value));
+    EXPECT_TRUE(suite->read("a") == value);
+    (void)platform.device->vendorIdentifier();
+    EXPECT_TRUE(host::isUuid(platform.device->vendorIdentifier().value()));
+    return fs::exists(folder_ / "corvo.db.damaged-1");
+  }
+
+  const std::map<std::string, std::string> kValues{
+      {"a", "1"}, {"b", std::string(100'000, 'b')}, {"c", std::string(5000, 'c')}, {"d", ""}};
+  std::string sound_;  // the file, closed
+};
+
+TEST_F(DamagedStoreTest, AFileCutShortIsSetAside) {
+  const std::size_t end = sound_.size();
+  for (const std::size_t size : std::initializer_list<std::size_t>{
+           1, 71, 72, 99, 100, 511, 512, 4096, 8191, 8192, 8193, 40'000, end - 8192, end - 1}) {
+    SCOPED_TRACE(size);
+    const std::string cut = sound_.substr(0, size);
+    const auto aside = use({{"corvo.db", cut}}, true);
+    EXPECT_EQ(aside, size < 72 ? std::nullopt : std::optional(true)) << "72 bytes say whose it is";
+    if (aside) {
+      EXPECT_TRUE(bytesOf(folder_ / "corvo.db.damaged-1") == cut);
+    }
+  }
+}
+
+TEST_F(DamagedStoreTest, BytesThatChangedNeverStopIt) {
+  std::mt19937 random(9);
+  const auto below = [&](std::size_t end) { return random() % end; };
+  int aside = 0;
+  for (int i = 0; i < 300; ++i) {
+    SCOPED_TRACE(i);
+    std::string bytes = sound_;
+    for (std::size_t left = 1 + below(8); left > 0; --left) {
+      const std::size_t areas[] = {100, 3 * 8192, bytes.size()};
+      bytes[below(areas[i % 3])] = static_cast<char>(below(256));
+    }
+    aside += use({{"corvo.db", bytes}}, false).value_or(false) ? 1 : 0;
+  }
+  EXPECT_GT(aside, 50);
+}
+
+TEST_F(DamagedStoreTest, DamageThatIsFoundLateIsSetAsideBehindTheSuite) {
+  std::string bytes = sound_;
+  std::fill(bytes.begin() + 8192, bytes.end(), '\xFF');
+  write({{"corvo.db", bytes},
+         {"corvo.db.damaged-1", "earlier"},
+         {"corvo.db.damaged-2-wal", "earlier"}});
+  const auto suite = this->suite();
+  EXPECT_THROW((void)suite->read("a"), std::exception);
+  EXPECT_EQ(suite->read("a"), std::nullopt);
+  EXPECT_TRUE(put(*suite, "a", "2"));
+  EXPECT_EQ(this->suite(), suite);
+  EXPECT_EQ(bytesOf(folder_ / "corvo.db.damaged-1"), "earlier");
+  EXPECT_TRUE(bytesOf(folder_ / "corvo.db.damaged-3") == bytes);
+}
+
+TEST_F(DamagedStoreTest, CompanionsAreSetAsideWithTheirFile) {
+  const std::string junk(50'000, 'j');
+  for (const char* const ending : {"-wal", "-shm", "-journal"}) {
+    const std::string companion = "corvo.db" + std::string(ending);
+    EXPECT_EQ(use({{"corvo.db", sound_}, {companion, junk}}, true), false) << "junk alone";
+    EXPECT_EQ(use({{"corvo.db", sound_.substr(0, 8192)}, {companion, junk}}, true), true);
+    if (ending == std::string("-wal")) {  // SQLite makes the others anew
+      EXPECT_TRUE(bytesOf(folder_ / "corvo.db.damaged-1-wal") == junk);
+    }
+  }
+}
+
+TEST_F(DamagedStoreTest, AFileThatAnotherProcessUsesIsNotMoved) {
+  std::string bytes = sound_;
+  std::fill(bytes.begin() + 8192, bytes.end(), '\xFF');
+  write({{"corvo.db", bytes}});
+  std::optional<host::Connection> other(file().string());
+  ASSERT_TRUE(other->prepare("SELECT sql FROM sqlite_master").first());
+  const auto suite = this->suite();
+  for (int i = 0; i < 2; ++i) EXPECT_THROW((void)suite->read("a"), std::exception);
+  other.reset();
+  EXPECT_THROW((void)suite->read("a"), std::exception);
+  EXPECT_EQ(suite->read("a"), std::nullopt);
+}
+
+TEST_F(DamagedStoreTest, ADiskThatDamagesEverythingIsNotFilled) {
+  Files found{{"corvo.db", sound_.substr(0, 8193)}};
+  for (int i = 1; i <= 20; ++i) found["corvo.db.damaged-" + std::to_string(i)] = "earlier";
+  EXPECT_EQ(use(found, true), std::nullopt);
+}
+
+TEST_F(DamagedStoreTest, AnIdentifierThatIsNoneIsReplaced) {
+  const auto first = open().device->vendorIdentifier();
+  host::Connection(file().string()).execute("UPDATE installation SET identifier = x'0A0D'");
+  const auto second = open().device->vendorIdentifier();
+  EXPECT_NE(second, first);
+  EXPECT_TRUE(host::isUuid(second.value()));
+  EXPECT_EQ(open().device->vendorIdentifier(), second);
 }
 
 TEST_F(SqlitePreferencesStoreTest, IsNullWithoutAFolderAndWorksOnceThereIsOne) {
@@ -109,11 +357,11 @@ TEST_F(SqlitePreferencesStoreTest, IsNullWithoutAFolderAndWorksOnceThereIsOne) {
 
 /// Takes a step while files of this process cannot grow: a full disk, for whoever writes.
 template <class Step>
-void onFullDisk(Step step) {
+void onFullDisk(Step step, rlim_t most = kLarge / 2) {
   signal(SIGXFSZ, SIG_IGN);
   rlimit usual{};
   getrlimit(RLIMIT_FSIZE, &usual);
-  const rlimit none{kLarge / 2, usual.rlim_max};
+  const rlimit none{most, usual.rlim_max};
   setrlimit(RLIMIT_FSIZE, &none);
   step();
   setrlimit(RLIMIT_FSIZE, &usual);
@@ -132,19 +380,149 @@ TEST_F(SqlitePreferencesStoreTest, AFullDiskChangesNothing) {
   EXPECT_EQ(suite->read("b"), std::string(kLarge, 'b'));
 }
 
-TEST_F(SqlitePreferencesStoreTest, AnotherProcessThatWritesIsWaitedForAndThenGivenUpOn) {
-  ASSERT_TRUE(put(*open().preferencesStore->open("s"), "a", "1"));
-  host::Connection mine(file().string());
-  EXPECT_GT(std::stoi(mine.prepare("PRAGMA busy_timeout").first().value()), 100);
-  ASSERT_TRUE(mine.prepare("PRAGMA busy_timeout = 100").first());
-  host::Database database(std::move(mine));
+TEST_F(SqlitePreferencesStoreTest, AFullDiskAtTheStartIsTriedAgain) {
+  for (const rlim_t most : {0, 100, 8192, 20'000, 40'000}) {
+    clear();
+    const Platform platform = open();
+    onFullDisk(
+        [&] {
+          if (const auto suite = platform.preferencesStore->open("s")) put(*suite, "a", "1");
+          (void)platform.device->vendorIdentifier();
+        },
+        most);
+    EXPECT_TRUE(put(*platform.preferencesStore->open("s"), "a", "1")) << most;
+    EXPECT_NE(platform.device->vendorIdentifier(), std::nullopt);
+  }
+}
+
+TEST_F(SqlitePreferencesStoreTest, WantOfMemoryChangesNothing) {
+  const auto suite = this->suite();
+  ASSERT_TRUE(put(*suite, "a", std::string(kLarge, 'a')));
+  sqlite3_hard_heap_limit64(sqlite3_memory_used() + 1);
+  EXPECT_THROW((void)suite->read("a"), std::exception);
+  EXPECT_FALSE(put(*suite, "a", std::string(kLarge, 'b')));
+  EXPECT_EQ(suite->revisionOf("a"), 1U);
+  sqlite3_hard_heap_limit64(0);
+  sqlite3_soft_heap_limit64(0);
+  EXPECT_EQ(suite->read("a"), std::string(kLarge, 'a'));
+  EXPECT_TRUE(put(*suite, "a", "2"));
+}
+
+TEST_F(SqlitePreferencesStoreTest, AFileLockedAtTheStartIsTriedAgain) {
+  ASSERT_TRUE(put(*suite(), "a", "1"));
+  const auto identifier = open().device->vendorIdentifier();
+  std::optional<host::Connection> other(file().string());
+  other->execute("PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE");
+  const Platform platform = open();
+  const auto begun = std::chrono::steady_clock::now();
+  for (int i = 0; i < 50; ++i) {
+    EXPECT_EQ(platform.preferencesStore->open("s"), nullptr);
+    EXPECT_EQ(platform.device->vendorIdentifier(), std::nullopt);
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(5));
+  other.reset();
+  EXPECT_EQ(platform.device->vendorIdentifier(), identifier);
+  EXPECT_EQ(platform.preferencesStore->open("s")->read("a"), "1");
+}
+
+TEST_F(SqlitePreferencesStoreTest, ALockInBetweenCostsThatAnswerOnly) {
+  make(std::string(kTables) + "; PRAGMA user_version = 1; PRAGMA application_id = 201502939")
+      ->end(SIGKILL);
   host::Connection other(file().string());
-  ASSERT_TRUE(other.execute("BEGIN IMMEDIATE"));
-  const std::array changes{PreferencesChange{"a", "2"}};
-  EXPECT_FALSE(database.apply("s", changes));
-  EXPECT_EQ(database.read("s", "a"), "1");
-  ASSERT_TRUE(other.execute("ROLLBACK"));
-  EXPECT_TRUE(database.apply("s", changes));
+  // Somebody who reads keeps us from write-ahead logging, under which nobody could lock us out.
+  other.execute("BEGIN; SELECT * FROM preference");
+  const auto suite = this->suite();
+  EXPECT_FALSE(put(*suite, "a", "1")) << "the change is ready, but cannot be written";
+  EXPECT_EQ(suite->revision(), 0U);
+  EXPECT_EQ(suite->read("a"), std::nullopt);
+  other.execute("COMMIT; BEGIN EXCLUSIVE");
+  EXPECT_THROW((void)suite->read("a"), std::exception);
+  EXPECT_FALSE(put(*suite, "a", "1"));
+  other.execute("COMMIT");
+  EXPECT_TRUE(put(*suite, "a", "2"));
+  EXPECT_EQ(suite->read("a"), "2");
+}
+
+TEST(PatienceTest, WaitsATenthOfASecondWithinAnySecond) {
+  using Milliseconds = host::Patience::Milliseconds;
+  Milliseconds now(0);
+  host::Patience patience([&](Milliseconds duration) { return now += duration; });
+  std::map<int, int> waited;  // by the moment, in milliseconds
+  for (std::mt19937 random(9); now < Milliseconds(60'000);) {
+    const auto begun = now;
+    for (int left = static_cast<int>(random() % 90); left > 0 && patience.wait(); --left) continue;
+    for (Milliseconds at = begun; at < now; ++at) ++waited[static_cast<int>(at.count())];
+    now += Milliseconds(random() % 150);
+  }
+  int most = 0;
+  for (const auto& [moment, one] : waited) {
+    const auto end = waited.lower_bound(moment + 1000);
+    most = std::max(most, static_cast<int>(std::distance(waited.find(moment), end)));
+  }
+  EXPECT_EQ(most, 100);
+}
+
+TEST_F(SqlitePreferencesStoreTest, KilledWhileItWritesItHoldsAllOfAChangeOrNothing) {
+  std::mt19937 random(9);
+  int written = 0;
+  for (int round = 0; round < 100; ++round) {
+    const bool isNew = round % 4 == 0;
+    if (isNew) clear();
+    const int from = isNew ? 0 : std::stoi(suite()->read("a").value_or("0"));
+    Child child([&](auto tell) {
+      sqlite3_soft_heap_limit64(20'000);  // want of memory has SQLite write early
+      const auto suite = this->suite();
+      for (int i = from + 1;; ++i) {
+        const std::string text = std::to_string(i);
+        const std::array changes{PreferencesChange{"a", text},
+                                 PreferencesChange{"b", std::string(20'000, 'b') + text}};
+        if (!suite->apply(changes)) _exit(1);
+        tell(i);
+      }
+    });
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % (isNew ? 3000 : 6000)));
+    const int last = std::max(child.last(SIGKILL), from);
+    written += last - from;
+    const auto suite = this->suite();
+    ASSERT_NE(suite, nullptr);
+    const int found = std::stoi(suite->read("a").value_or("0"));
+    EXPECT_TRUE(found == last || found == last + 1) << found << " after " << last;
+    if (found > 0) {
+      EXPECT_EQ(suite->read("b"), std::string(20'000, 'b') + std::to_string(found));
+    }
+    EXPECT_NE(open().device->vendorIdentifier(), std::nullopt);
+  }
+  EXPECT_GT(written, 100);
+  EXPECT_FALSE(fs::exists(folder_ / "corvo.db.damaged-1"));
+}
+
+TEST_F(SqlitePreferencesStoreTest, TwoProcessesMayMakeItAndWriteAtOnce) {
+  for (int round = 0; round < 5; ++round) {
+    clear();
+    const auto work = [&](const std::string& key) {
+      const Platform platform = open();
+      int done = 0;
+      for (int tries = 0; done < 50 && tries < 5000; ++tries) {
+        const auto suite = platform.preferencesStore->open("s");
+        const std::string value(10'000, static_cast<char>('0' + done));
+        const std::array changes{PreferencesChange{key, value},
+                                 PreferencesChange{key + "2", value}};
+        if (suite != nullptr && suite->apply(changes)) {
+          ++done;
+        } else {
+          std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+      }
+      return done + static_cast<int>(platform.device->vendorIdentifier().value_or("").back()) * 100;
+    };
+    Child child([&](auto tell) { tell(work("child")); });
+    const int mine = work("parent");
+    EXPECT_EQ(mine % 100, 50);
+    EXPECT_EQ(child.last(0), mine) << "the same identifier, and as many changes";
+    for (const char* const key : {"child", "child2", "parent", "parent2"}) {
+      EXPECT_EQ(suite()->read(key), std::string(10'000, '0' + 49));
+    }
+  }
 }
 
 TEST_F(SqlitePreferencesStoreTest, TheInstallationOutlivesTheProcess) {

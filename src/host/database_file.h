@@ -1,0 +1,21 @@
+#pragma once
+
+#include <filesystem>
+
+#include "host/patience.h"
+#include "host/sqlite.h"
+
+namespace corvo::host {
+
+/// Opens an application's database, made with its folder when it is missing. A damaged one is set
+/// aside, and a new one begun. Throws a `std::exception` when it cannot be opened just now, was
+/// written by a later version, or is somebody else's: such a file is not touched.
+[[nodiscard]] Connection openDatabaseFile(const std::filesystem::path& file, Patience& patience);
+[[nodiscard]] Connection openDatabaseInMemory();
+
+/// Gives a file that SQLite finds damaged, and its companions, names of their own: "NAME.damaged-1"
+/// or the next number. Leaves it when its header does not say that it is ours, when anybody else
+/// has it open, or when twenty lie there already. Whether it was set aside.
+bool setAside(Connection damaged, const std::filesystem::path& file) noexcept;
+
+}  // namespace corvo::host

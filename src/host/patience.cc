@@ -1,0 +1,30 @@
+#include "host/patience.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace corvo::host {
+namespace {
+
+constexpr Patience::Milliseconds kMost{100};
+constexpr Patience::Milliseconds kRest{900};
+constexpr Patience::Milliseconds kStep{2};  // a second process writes for milliseconds
+
+}  // namespace
+
+bool Patience::wait() noexcept {
+  const Milliseconds now = sleep_(Milliseconds(0));
+  if (now - until_ >= kRest) waited_ = Milliseconds(0);
+  if (waited_ >= kMost) return false;
+  until_ = sleep_(std::min(kStep, kMost - waited_));
+  waited_ += until_ - now;
+  return true;
+}
+
+Patience::Milliseconds Patience::steadySleep(Milliseconds duration) {
+  if (duration > Milliseconds(0)) std::this_thread::sleep_for(duration);
+  return std::chrono::duration_cast<Milliseconds>(
+      std::chrono::steady_clock::now().time_since_epoch());
+}
+
+}  // namespace corvo::host

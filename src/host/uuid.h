@@ -1,0 +1,16 @@
+#pragma once
+
+#include <corvo/platform/secure_random.h>
+
+#include <string>
+#include <string_view>
+
+namespace corvo::host {
+
+/// A random UUID (RFC 9562, version 4) in upper-case canonical form.
+[[nodiscard]] std::string randomUuid(SecureRandom& random);
+
+/// Whether the text is any UUID in upper-case canonical form.
+[[nodiscard]] bool isUuid(std::string_view text) noexcept;
+
+}  // namespace corvo::host
