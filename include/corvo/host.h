@@ -18,7 +18,9 @@ struct HostOptions {
   std::filesystem::path dataFolder = defaultDataFolder();
   /// The file itself that they are kept in, made with its folder when it is missing. By default
   /// "corvo.db" in the data folder. While it is in use, files of its name and an ending lie beside
-  /// it.
+  /// it. A file that is not the library's, or is a later version's, is left as it is, and nothing is
+  /// kept. A damaged one is renamed, with ".damaged-" and a number after its name, and a new one is
+  /// begun.
   std::optional<std::filesystem::path> dataFile = std::nullopt;
   /// Keeps everything in memory instead: a new run is a new installation.
   bool inMemory = false;
@@ -77,8 +79,9 @@ struct Host {
 
 /// A platform for Linux, macOS and Windows: the system's clock, zone and random source, HTTP and
 /// HTTPS by the proxy that the environment names, preferences in one file. Opens no file and no
-/// connection yet. Where the file cannot be used later, nothing is kept, and there is no vendor
-/// identifier. Throws `std::bad_alloc` only.
+/// connection yet. While the file cannot be used later, nothing is kept, and there is no vendor
+/// identifier; it is tried again. A file that another process has locked is waited for, 100
+/// milliseconds at most within any second. Throws `std::bad_alloc` only.
 [[nodiscard]] Host makeHost(HostOptions options = {});
 
 /// The platform of `makeHost`, for an application that only ever blocks (`Answer::get`) or that

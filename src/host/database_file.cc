@@ -108,10 +108,11 @@ class Header {
   [[nodiscard]] std::uint32_t version() const { return number(60, 4); }
   [[nodiscard]] bool isLogged() const { return number(18, 2) == 0x0202; }
   [[nodiscard]] std::uint32_t pageSize() const { return number(16, 2); }
-  /// Damage that SQLite does not call so: it would read a page cut off as zeros, and never write
+  /// Damage that SQLite does not call so: it reads the rest of a page as zeros, and never writes
   /// where the format is unknown.
   [[nodiscard]] bool isCut() const {
-    return pageSize() >= 512 && size_ % static_cast<std::int64_t>(pageSize()) != 0;
+    const bool isCounted = number(24, 4) == number(92, 4);
+    return isCounted && size_ < std::int64_t{pageSize()} * number(28, 4);
   }
   [[nodiscard]] bool isReadOnly() const { return number(18, 1) > 2; }
 
@@ -256,13 +257,14 @@ std::optional<fs::path> nameForDamaged(const fs::path& file) {
 
 }  // namespace
 
-bool setAside(Connection damaged, const fs::path& file) noexcept try {
+bool setAside(Connection damaged, const fs::path& file, bool lookAgain) noexcept try {
   damaged.tidyOnClose(false);
   if (damaged.hasMoved()) return false;  // another process was faster
   { const Connection closed = std::move(damaged); }
   std::optional<Connection> holder(nativeText(file));
   if (!lock(*holder) || holder->hasMoved()) return false;
   if (Header(*holder).applicationId() != kApplicationId) return false;
+  if (lookAgain && lookAt(file) != Find::kDamaged) return false;
   const std::optional<fs::path> name = nameForDamaged(file);
   if (!name) return false;
 #ifdef _WIN32
@@ -291,7 +293,8 @@ Connection openDatabaseFile(const fs::path& file, Patience& patience) {
     if (found == Find::kDamaged) throw SqliteError(SQLITE_CORRUPT);
     prepare(connection);
   } catch (const SqliteError& error) {
-    if (!error.isDamage() || !setAside(std::move(connection), file)) throw;
+    const bool lookAgain = found == Find::kDamaged;  // somebody may have been writing
+    if (!error.isDamage() || !setAside(std::move(connection), file, lookAgain)) throw;
     return openDatabaseFile(file, patience);
   }
   connection.tidyOnClose(true);

@@ -13,9 +13,11 @@ namespace corvo::host {
 [[nodiscard]] Connection openDatabaseFile(const std::filesystem::path& file, Patience& patience);
 [[nodiscard]] Connection openDatabaseInMemory();
 
-/// Gives a file that SQLite finds damaged, and its companions, names of their own: "NAME.damaged-1"
-/// or the next number. Leaves it when its header does not say that it is ours, when anybody else
-/// has it open, or when twenty lie there already. Whether it was set aside.
-bool setAside(Connection damaged, const std::filesystem::path& file) noexcept;
+/// Gives a file that a connection found damaged, and its companions, names of their own:
+/// "NAME.damaged-1" or the next number. Leaves it when its header does not say that it is ours,
+/// when anybody else has it open, when twenty lie there already, or when it has to be looked at
+/// again and is sound, now that nobody writes. Whether it was set aside.
+bool setAside(Connection damaged, const std::filesystem::path& file,
+              bool lookAgain = false) noexcept;
 
 }  // namespace corvo::host

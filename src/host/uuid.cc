@@ -30,7 +30,8 @@ std::string randomUuid(SecureRandom& random) {
 bool isUuid(std::string_view text) noexcept {
   if (text.size() != kForm.size()) return false;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool sound = kForm[i] == '-' ? text[i] == '-' : kDigits.find(text[i]) != kDigits.npos;
+    const bool sound =
+        kForm[i] == '-' ? text[i] == '-' : kDigits.find(text[i]) != std::string_view::npos;
     if (!sound) return false;
   }
   return true;

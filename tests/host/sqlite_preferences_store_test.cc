@@ -110,8 +110,9 @@ class SqlitePreferencesStoreTest : public testing::Test {
   void write(const Files& files) const {
     clear();
     fs::create_directories(folder_);
-    for (const auto& [name, bytes] : files)
-      std::ofstream(folder_ / name, std::ios::binary) << bytes;
+    for (const auto& each : files) {
+      std::ofstream(folder_ / each.first, std::ios::binary) << each.second;
+    }
   }
   /// Another process that makes a file by SQL and keeps it open.
   [[nodiscard]] std::unique_ptr<Child> make(const std::string& sql) const {
@@ -270,6 +271,10 @@ TEST_F(DamagedStoreTest, AFileCutShortIsSetAside) {
       EXPECT_TRUE(bytesOf(folder_ / "corvo.db.damaged-1") == cut);
     }
   }
+}
+
+TEST_F(DamagedStoreTest, MoreThanAFileDoesNoHarm) {
+  EXPECT_EQ(use({{"corvo.db", sound_ + "more"}}, true), false);
 }
 
 TEST_F(DamagedStoreTest, BytesThatChangedNeverStopIt) {
