@@ -5,15 +5,17 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
-#include <iostream>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tool/commands.h"
+#include "tool/output.h"
 #include "tool/questions.h"
 #include "tool/report.h"
 
@@ -60,26 +62,65 @@ std::optional<CorvoUser> describedUser(const AskOptions& options) {
   return builder.build();
 }
 
+/// Passes requests on, and remembers what became of the last one. For one thread at a time.
+class WatchedSession final : public UrlSession {
+ public:
+  explicit WatchedSession(std::shared_ptr<UrlSession> session) : session_(std::move(session)) {}
+
+  void start(UrlRequest request, Callback<void(UrlResponse)> completion) override {
+    session_->start(std::move(request), [failure = failure_, completion = std::move(completion)](
+                                            UrlResponse response) mutable {
+      *failure = response.failure;
+      completion(std::move(response));
+    });
+  }
+
+  /// Why the last request failed in transport; none when it was answered.
+  [[nodiscard]] const std::optional<std::string>& failure() const { return *failure_; }
+
+ private:
+  using Failure = std::optional<std::string>;
+
+  std::shared_ptr<UrlSession> session_;
+  std::shared_ptr<Failure> failure_ = std::make_shared<Failure>();
+};
+
 /// A platform that keeps things where the options say, which is certain to be possible.
 Platform platformFor(const AskOptions& options) {
   if (!options.store) return hostPlatform({.inMemory = true});
   Platform platform = hostPlatform({.dataFile = options.store});
   const std::shared_ptr<PreferencesSuite> trial = platform.preferencesStore->open("");
-  if (!trial || !trial->apply({})) throw std::runtime_error("cannot write to " + *options.store);
+  if (!trial) throw std::runtime_error("cannot open " + *options.store + " as a store");
+  if (!trial->apply({})) throw std::runtime_error("cannot write to " + *options.store);
   return platform;
 }
 
-void ask(const Question& question, const Arguments& arguments, const AskOptions& options) {
-  ClientRegistry registry(platformFor(options));
+Report answer(const Question& question, const Arguments& arguments, const AskOptions& options) {
+  Platform platform = platformFor(options);
+  const auto session = std::make_shared<WatchedSession>(std::move(platform.urlSession));
+  platform.urlSession = session;
+  ClientRegistry registry(std::move(platform));
   const std::shared_ptr<CorvoClient> client =
       registry.initializeClient(options.token, describedUser(options), options.url, kCacheSeconds,
                                 kRetries, Corvo::defaultClientTag);
-  const Report report = question.ask(*client, arguments);
-  if (options.json) {
-    std::cout << report.json.toJson() << '\n';
-  } else {
-    printReport(report, std::cout);
+  try {
+    return question.ask(*client, arguments);
+  } catch (const CorvoError& error) {
+    if (!session->failure()) throw;
+    throw std::runtime_error(error.description() +
+                             "\nthe last request failed: " + *session->failure());
   }
+}
+
+void ask(const Question& question, const Arguments& arguments, const AskOptions& options) {
+  const Report report = answer(question, arguments, options);
+  std::ostringstream text;
+  if (options.json) {
+    text << report.json.toJson() << '\n';
+  } else {
+    printReport(report, text);
+  }
+  print(text.str());
 }
 
 void addOptions(CLI::App& command, AskOptions& options) {

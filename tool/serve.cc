@@ -3,15 +3,14 @@
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <iostream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 
 #include "tool/commands.h"
+#include "tool/output.h"
+#include "tool/served_file.h"
 
 namespace corvo::tool {
 namespace {
@@ -24,12 +23,6 @@ struct ServeOptions {
   int port = 0;
   bool log = false;
 };
-
-std::optional<std::string> readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
 
 /// The header that a request of the library would have and this one has not, or null.
 const char* missingHeader(const httplib::Request& request) {
@@ -44,21 +37,34 @@ void refuse(httplib::Response& response, int status, const std::string& reason) 
   response.set_content(reason + "\n", "text/plain; charset=utf-8");
 }
 
+/// As it is: compressing it would take longer than anything else, and nobody pays for the way.
+void send(httplib::Response& response, const std::shared_ptr<const std::string>& content) {
+  const char* const type = "application/json";
+  if (content->empty()) return response.set_content("", type);
+  response.set_content_provider(
+      content->size(), type,
+      [content](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+        return sink.write(content->data() + offset, length);
+      });
+}
+
 /// Answers with what the file holds at that moment, so that an edit shows at the next request.
-httplib::Server::Handler answerWith(const std::string& path) {
-  return [path](const httplib::Request& request, httplib::Response& response) {
+httplib::Server::Handler answerWith(const std::shared_ptr<ServedFile>& file) {
+  return [file](const httplib::Request& request, httplib::Response& response) {
     if (const char* header = missingHeader(request)) {
       return refuse(response, 400, std::string("missing header: ") + header);
     }
-    const std::optional<std::string> content = readFile(path);
-    if (!content) return refuse(response, 404, "cannot read " + path);
-    response.set_content(*content, "application/json");
+    std::optional<std::string> content = file->read();
+    if (!content) return refuse(response, 404, "cannot read " + file->path());
+    send(response, std::make_shared<const std::string>(*std::move(content)));
   };
 }
 
-void logRequest(const httplib::Request& request, const httplib::Response& response) {
-  std::cout << request.method + " " + request.path + " " + std::to_string(response.status) + "\n"
-            << std::flush;
+/// Ends the server where its lines cannot be written.
+void logRequest(const httplib::Request& request, const httplib::Response& response) try {
+  print(request.method + " " + request.path + " " + std::to_string(response.status) + "\n");
+} catch (...) {
+  std::_Exit(statusOfFailure());
 }
 
 /// Without the library's default of sharing the port with whoever listens on it already.
@@ -79,16 +85,24 @@ int listenOn(httplib::Server& server, int port) {
   return port;
 }
 
+/// A route of the server. What is wrong with the file is said at once.
+void addRoute(httplib::Server& server, const char* route, const std::string& path,
+              ServedFile::Kind kind) {
+  const auto file = std::make_shared<ServedFile>(path, kind);
+  static_cast<void>(file->read());
+  server.Get(route, answerWith(file));
+}
+
 void serve(const ServeOptions& options) {
   httplib::Server server;
-  server.Get("/config.json", answerWith(options.configFile));
-  server.Get("/geo", answerWith(options.geoFile));
+  addRoute(server, "/config.json", options.configFile, ServedFile::Kind::configuration);
+  addRoute(server, "/geo", options.geoFile, ServedFile::Kind::location);
   // Before the answer leaves, so that whoever has the answer finds the line.
   if (options.log) server.set_post_routing_handler(logRequest);
   const int port = listenOn(server, options.port);
   // Nothing here needs an orderly end, and idle connections must not delay it.
   for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { std::_Exit(0); });
-  std::cout << "Serving http://" << kHost << ":" << port << std::endl;
+  print("Serving http://" + std::string(kHost) + ":" + std::to_string(port) + "\n");
   server.listen_after_bind();
 }
 

@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <utility>
 
@@ -129,13 +130,54 @@ TEST_F(Ask, SaysWhyItFails) {
       {"--user-id ann force short-checkout -1",
        "Corvo warn: Experiment \"short-checkout\" has no group with index \"-1\"\n"},
       {"unforce --all", "Corvo warn: No included experiments to exclude\n"},
-      {"flags --store " + folder, "cannot write to " + folder + "\n"},
+      {"flags --store " + folder, "cannot open " + folder + " as a store\n"},
   };
   for (const auto& [question, err] : cases) expectFailure(question, err);
   backend_.stop(SIGTERM);
-  expectFailure("--json flags",
-                "Corvo warn: Config request failed with error: "
-                "URL request succeeded, but returned no data\n");
+  const Ran refused = ask("--json flags");
+  EXPECT_EQ(refused.status, 1);
+  // The second line is the transport's own.
+  EXPECT_THAT(refused.err, testing::StartsWith("Corvo warn: Config request failed with error: "
+                                               "URL request succeeded, but returned no data\n"
+                                               "the last request failed: Failed to connect to "));
+}
+
+TEST_F(Ask, LeavesAFileThatIsNoStoreAsItIs) {
+  const fs::path folder = fs::path(testing::TempDir()) / ("corvo_text_" + std::to_string(getpid()));
+  const std::string file = (folder / "file").string();
+  const std::string repeated(50'000, 'x');
+  for (const std::string& text :
+       {std::string("to do\n"), std::string(600, '\n'), repeated, "SQLite format 3\n" + repeated}) {
+    fs::create_directory(folder);
+    std::ofstream(file) << text;
+    expectFailure("flags --user-id ann --store " + file, "cannot open " + file + " as a store\n");
+    EXPECT_EQ(readFile(file), text);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1) << text.substr(0, 20);
+    fs::remove_all(folder);
+  }
+}
+
+TEST_F(Ask, FailsWhereItsOutputCannotBeWritten) {
+  int unread[2];
+  ASSERT_EQ(pipe(unread), 0);
+  close(unread[0]);
+  const std::string broken = " >&" + std::to_string(unread[1]);
+  const std::string reason = "cannot write to standard output: ";
+  const std::string commands[] = {
+      "ask --token t flags --url " + backend_.url(), "--version", "serve --help",
+      "serve --config " CORVO_SHOP "/config.json --geo " CORVO_SHOP "/geo.json"};
+  for (const std::string& command : commands) {
+    const Ran full = runCorvo(command + " >/dev/full");
+    EXPECT_EQ(full.status, 1) << command;
+    EXPECT_EQ(full.err, reason + "No space left on device\n") << command;
+    const Ran closed = runCorvo(command + " >&-");
+    EXPECT_EQ(closed.status, 1) << command;
+    EXPECT_EQ(closed.err, reason + "Bad file descriptor\n") << command;
+    const Ran unheard = runCorvo(command + broken);
+    EXPECT_EQ(unheard.status, 128 + SIGPIPE) << command;
+    EXPECT_EQ(unheard.err, "") << command;
+  }
+  close(unread[1]);
 }
 
 TEST_F(Ask, RefusesWrongUsage) {

@@ -26,7 +26,10 @@ std::string readLine(FILE* stream) {
   return text.substr(0, text.find('\n'));
 }
 
-int exitStatus(int status) { return WIFEXITED(status) ? WEXITSTATUS(status) : -1; }
+/// As a shell sees it.
+int exitStatus(int status) {
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
 
 }  // namespace
 

@@ -28,7 +28,8 @@ class Serve : public testing::Test {
     write("geo.json", R"({"city": "Porto"})");
   }
   void TearDown() override {
-    for (const char* name : {"config.json", "geo.json"}) std::remove((folder_ + name).c_str());
+    for (const char* name : {"config.json", "geo.json", "errors"})
+      std::remove((folder_ + name).c_str());
   }
 
   std::string folder_ = testing::TempDir() + "corvo_serve_" + std::to_string(getpid()) + "_";
@@ -67,6 +68,65 @@ TEST_F(Serve, ShowsAnEditedFileAtTheNextRequest) {
   EXPECT_EQ(http.Get("/geo", kHeaders)->body, R"({"city": "Faro"})");
   std::remove((folder_ + "geo.json").c_str());
   EXPECT_EQ(http.Get("/geo", kHeaders)->status, 404);
+}
+
+TEST_F(Serve, SendsAFileAsItIs) {
+  const std::string large = "{\"x\": \"" + std::string(700'000, 'x') + "\"}";
+  for (const std::string& body : {large, std::string()}) {
+    write("geo.json", body);
+    Backend backend(arguments() + " 2>/dev/null");
+    httplib::Client http(backend.url());
+    http.set_decompress(false);
+    httplib::Headers headers = kHeaders;
+    headers.emplace("Accept-Encoding", "gzip, deflate, br");
+    const httplib::Result result = http.Get("/geo", headers);
+    ASSERT_TRUE(result);
+    EXPECT_FALSE(result->has_header("Content-Encoding"));
+    EXPECT_EQ(result->get_header_value("Content-Length"), std::to_string(body.size()));
+    EXPECT_TRUE(result->body == body);
+  }
+}
+
+TEST_F(Serve, SaysWhereADocumentIsBroken) {
+  const std::string errors = folder_ + "errors";
+  const std::string config = folder_ + "config.json:";
+  const std::string geo = folder_ + "geo.json:";
+  const char* const broken =
+      "{\n  \"city\": \"S\xC3\xA3"
+      "o Paulo\", 7}";
+  write("config.json", "[]");
+  write("geo.json", broken);
+  Backend backend(arguments() + " 2>" + errors);
+  std::string said =
+      config + "1:1: expected object, found array\n" + geo + "2:24: expected a name in quotes\n";
+  EXPECT_EQ(readFile(errors), said);
+  httplib::Client http(backend.url());
+  const struct {
+    const char* file;
+    const char* content;
+    std::string says;
+  } edits[] = {
+      {"geo.json", broken, ""},
+      {"geo.json", "{}", ""},
+      {"geo.json", broken, geo + "2:24: expected a name in quotes\n"},
+      {"geo.json", R"({"a/~\u0062": 1, "b": "", "a/~b": 3, "c": ""})",
+       geo + "1:35: expected string, found number at /a~1~0b\n"},
+      {"geo.json", "", geo + "1:1: expected a value\n"},
+      {"config.json", "\xEF\xBB\xBF {\"x\": {\"experiments\": 1}, \"experiments\": 7}",
+       config + "1:43: expected array, found number at /experiments\n"},
+      {"config.json", R"({"feature_flags": [7, {}]})", ""},  // costs two flags, not the document
+      {"config.json",
+       R"({"experiments": [{"name": "   ", "salt": "", "allocation": 100,)"
+       R"("layer_bounds": [{"lower_bound": 2, "upper_bound": 1}]}]})",
+       ""},
+  };
+  for (const auto& [file, content, says] : edits) {
+    write(file, content);
+    const std::string path = std::string(file) == "geo.json" ? "/geo" : "/config.json";
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(http.Get(path, kHeaders)->body, content);
+    said += says;
+    EXPECT_EQ(readFile(errors), said) << content;
+  }
 }
 
 TEST_F(Serve, EndsInPeaceWhenToldTo) {

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corvo::tool {
+
+/// What of a JSON text a person must find again, by the byte at which it begins.
+struct JsonPlaces {
+  struct Fault {
+    std::size_t place;
+    const char* reason;
+  };
+  struct Member {
+    std::string_view key;  ///< As it stands in the text, quotes included.
+    std::size_t value;
+  };
+
+  /// The first thing that is not as the library reads JSON; none when all is.
+  std::optional<Fault> fault;
+  std::size_t root = 0;         ///< The text's value,
+  std::vector<Member> members;  ///< and the members of it, as far as there is no fault.
+};
+
+/// Reads a text by RFC 8259, to be precise about places where the library only says yes or no: it
+/// refuses the same texts. UTF-8, a leading byte order mark skipped, at most 512 levels.
+[[nodiscard]] JsonPlaces jsonPlaces(std::string_view text);
+
+/// "line:column" of a byte of a text, as editors count: from 1, columns in characters.
+[[nodiscard]] std::string lineAndColumn(std::string_view text, std::size_t place);
+
+}  // namespace corvo::tool

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <exception>
+#include <string_view>
+
+namespace corvo::tool {
+
+/// Nobody reads the standard output any more, as when `head` has seen enough.
+class ReaderGone : public std::exception {
+ public:
+  [[nodiscard]] const char* what() const noexcept override { return "nobody reads the output"; }
+};
+
+/// Lets `print` report every failure to write, and sees to it that no file or connection of the
+/// program comes to stand for a standard stream that it was started without. For the start of main.
+void prepareStandardStreams();
+
+/// Writes to standard output and sees that it arrives. Throws `ReaderGone`, or a
+/// `std::runtime_error` that says why the text cannot be written.
+void print(std::string_view text);
+
+/// Inside a handler: says on standard error what was thrown, and answers the exit status for it.
+/// Where the reader has gone it says nothing, and the process ends as the system ends others then.
+[[nodiscard]] int statusOfFailure();
+
+}  // namespace corvo::tool
