@@ -80,8 +80,12 @@ TEST(Numbers, AreReadToTheLastBitAsStrtodReadsThem) {
 
 #endif
 
-// Sets a locale that writes 1,5 for the whole process, where the machine has one.
+// Sets a locale that writes 1,5 for the whole process: the build's own, or one that the machine
+// has.
 bool setCommaLocale() {
+#ifdef CORVO_LOCALES
+  setenv("LOCPATH", CORVO_LOCALES, 1);  // where the GNU C library looks
+#endif
   for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8", "German"}) {
     if (std::setlocale(LC_ALL, name) == nullptr) continue;
     if (*std::localeconv()->decimal_point == ',') return true;
@@ -97,7 +101,11 @@ void expectPointAsDecimalSign() {
 }
 
 TEST(Numbers, IgnoreTheLocaleOfProcessAndThread) {
-  if (!setCommaLocale()) GTEST_SKIP() << "no locale with a decimal comma is installed";
+  const bool isSet = setCommaLocale();
+#ifdef CORVO_LOCALES
+  ASSERT_TRUE(isSet);
+#endif
+  if (!isSet) GTEST_SKIP() << "no locale with a decimal comma is installed";
   expectPointAsDecimalSign();
 #ifndef _WIN32
   const locale_t comma = newlocale(LC_ALL_MASK, std::setlocale(LC_ALL, nullptr), nullptr);
