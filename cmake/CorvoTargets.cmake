@@ -29,6 +29,11 @@ function(corvo_library name)
   target_include_directories(${target}
     PRIVATE ${PROJECT_SOURCE_DIR}/src)
   corvo_configure(${target})
+  if(BUILD_SHARED_LIBS)
+    target_compile_definitions(${target} PUBLIC CORVO_SHARED)
+    # Of the standard library's types in exported classes.
+    target_compile_options(${target} PUBLIC $<$<CXX_COMPILER_ID:MSVC>:/wd4251;/wd4275>)
+  endif()
   install(TARGETS ${target} EXPORT CorvoTargets FILE_SET HEADERS)
 endfunction()
 

@@ -2,6 +2,7 @@
 
 #include <corvo/callback.h>
 #include <corvo/error.h>
+#include <corvo/export.h>
 #include <corvo/platform/main_queue.h>
 
 #include <coroutine>
@@ -16,7 +17,7 @@ namespace corvo {
 
 /// Thrown by `Answer::get` when no answer will come: the client was released, nothing that could
 /// bring the answer is under way any more, or the answer has been taken already.
-class QuestionDropped : public std::logic_error {
+class CORVO_TYPE QuestionDropped : public std::logic_error {
  public:
   QuestionDropped() : std::logic_error("the question was dropped: no answer can come any more") {}
 };

@@ -6,6 +6,7 @@
 #include <corvo/error.h>
 #include <corvo/experiment.h>
 #include <corvo/experiment_detail.h>
+#include <corvo/export.h>
 #include <corvo/property.h>
 #include <corvo/user_builder.h>
 
@@ -53,7 +54,7 @@ class Lent {
 
 /// Receives the text of a flag, or an error: the untyped end of `CorvoClient::checkFlag`. Lives on
 /// the asker's stack; a client that must wait for the answer detaches it first.
-class FlagSink {
+class CORVO_TYPE FlagSink {
  public:
   virtual ~FlagSink() = default;
 
@@ -96,7 +97,7 @@ class FlagSink {
 /// Use by two threads at once is detected practically always, and aborts the process. A callback
 /// runs after the client was given up, so it may also wait for another thread that uses the client;
 /// only the callbacks that fill a builder run while the client is in use.
-class CorvoClient {
+class CORVO_TYPE CorvoClient {
  public:
   virtual ~CorvoClient() = default;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvo/client.h>
+#include <corvo/export.h>
 #include <corvo/platform/platform.h>
 
 #include <cstdint>
@@ -18,7 +19,7 @@ class Clients;
 /// The clients of an application by tag, all on one platform. What is read once per process (the
 /// application's version, the device's identifier) is read once per registry. Any thread may use a
 /// registry: a lock guards it.
-class ClientRegistry {
+class CORVO_EXPORT ClientRegistry {
  public:
   /// Throws `std::invalid_argument` when a service of the platform is null.
   explicit ClientRegistry(Platform platform);

@@ -2,6 +2,7 @@
 
 #include <corvo/client.h>
 #include <corvo/client_registry.h>
+#include <corvo/export.h>
 #include <corvo/host.h>
 
 #include <cstdint>
@@ -13,7 +14,7 @@ namespace corvo {
 
 /// The library's entry point: one registry of clients for the whole process, made on first use on
 /// the host's platform. The operations are those of `ClientRegistry`.
-class Corvo {
+class CORVO_FACADE_EXPORT Corvo {
  public:
   Corvo() = delete;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvo/callback.h>
+#include <corvo/export.h>
 
 #include <atomic>
 #include <cstdint>
@@ -15,7 +16,7 @@ namespace corvo {
 namespace base {
 
 /// The text behind a `what()`: made once, on first use, from any thread. A copy starts without it.
-class WhatText {
+class CORVO_EXPORT WhatText {
  public:
   WhatText() noexcept = default;
   WhatText(const WhatText&) noexcept {}
@@ -34,7 +35,7 @@ class WhatText {
 
 /// Why a request to the backend failed. A value of one of six cases, each with its payload. Reaches
 /// the application inside a `CorvoError`. Copyable; reading is safe from any thread.
-class CorvoNetworkError : public std::exception {
+class CORVO_EXPORT CorvoNetworkError : public std::exception {
  public:
   /// The base address and the path do not make an URI reference (RFC 3986).
   struct IncorrectURL {
@@ -99,7 +100,7 @@ class CorvoNetworkError : public std::exception {
 
 /// Why a question could not be answered. A value of one of fifteen cases, each with its payload.
 /// Handed to `onError`, or thrown by a suspending form. Copyable; reading is safe from any thread.
-class CorvoError : public std::exception {
+class CORVO_EXPORT CorvoError : public std::exception {
  public:
   /// A client is already registered under the tag.
   struct InitializationOfExistingClient {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvo/error.h>
+#include <corvo/export.h>
 #include <corvo/property.h>
 
 #include <cstdint>
@@ -16,7 +17,7 @@ namespace corvo {
 /// A snapshot of the moment of the question: what changes later (configuration, user, clock, time
 /// zone) does not change it. Reading is safe from any thread. Texts are UTF-8; ill-formed names are
 /// mended as everywhere.
-class CorvoExperiment {
+class CORVO_TYPE CorvoExperiment {
  public:
   virtual ~CorvoExperiment() = default;
 

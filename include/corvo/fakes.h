@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvo/export.h>
 #include <corvo/platform/platform.h>
 
 #include <cstdint>
@@ -19,7 +20,7 @@ namespace corvo::fakes {
 /// Virtual time: a clock and the main queue in one. Time passes only when the test says so, or
 /// when `runUntil` has nothing left to do now and skips to the next task that is due later.
 /// Tasks may be posted from any thread; everything else is for the test's thread. Runs may nest.
-class VirtualTime final : public Clock, public MainQueue {
+class CORVO_FAKES_EXPORT VirtualTime final : public Clock, public MainQueue {
  public:
   /// Starts at 2024-05-01 12:00:00 UTC, or at the given seconds since 1970.
   explicit VirtualTime(double start = 1'714'564'800.0) : moment_(start) {}
@@ -56,18 +57,18 @@ struct Reply {
   bool silent = false;      ///< Never completes.
 };
 /// The usual replies.
-[[nodiscard]] Reply ok(std::string body);
-[[nodiscard]] Reply status(int code, std::string body = {});
-[[nodiscard]] Reply failure(std::string reason = "connection refused");
-[[nodiscard]] Reply silence();
+[[nodiscard]] CORVO_FAKES_EXPORT Reply ok(std::string body);
+[[nodiscard]] CORVO_FAKES_EXPORT Reply status(int code, std::string body = {});
+[[nodiscard]] CORVO_FAKES_EXPORT Reply failure(std::string reason = "connection refused");
+[[nodiscard]] CORVO_FAKES_EXPORT Reply silence();
 /// The same reply, later.
-[[nodiscard]] Reply after(double seconds, Reply reply);
+[[nodiscard]] CORVO_FAKES_EXPORT Reply after(double seconds, Reply reply);
 
 /// A session that answers from a script and records what it was asked. A route is the last
 /// component of the address's path, as "config.json". An unscripted route fails in transport.
 /// What is never answered stays under way, and keeps what it holds, until the session is destroyed.
 /// For the test's thread.
-class ScriptedSession final : public UrlSession {
+class CORVO_FAKES_EXPORT ScriptedSession final : public UrlSession {
  public:
   explicit ScriptedSession(std::shared_ptr<VirtualTime> time) : time_(std::move(time)) {}
 
@@ -100,7 +101,7 @@ class ScriptedSession final : public UrlSession {
 
 /// Suites in memory. A second client, or a "restarted application", on the same store finds what
 /// the first one left. Opening and writing can be made to fail. For one thread at a time.
-class MemoryPreferencesStore final : public PreferencesStore {
+class CORVO_FAKES_EXPORT MemoryPreferencesStore final : public PreferencesStore {
  public:
   MemoryPreferencesStore() = default;
   /// The same records as another process would find them: nothing was changed or read yet, and
@@ -137,7 +138,7 @@ class MemoryPreferencesStore final : public PreferencesStore {
 };
 
 /// A device that is whatever the test says.
-struct FixedDevice final : Device {
+struct CORVO_TYPE FixedDevice final : Device {
   std::optional<std::string> vendor = "6F9619FF-8B86-4D01-B42D-00CF4FC964FF";
   std::optional<std::string> osName = "iOS";
   std::optional<std::string> osVersion = "17.4.1";
@@ -152,7 +153,7 @@ struct FixedDevice final : Device {
 };
 
 /// A zone given by its offset and the moments at which that changes. UTC unless told otherwise.
-class FakeTimeZone final : public TimeZone {
+class CORVO_FAKES_EXPORT FakeTimeZone final : public TimeZone {
  public:
   /// The offsets, in seconds, that hold from a moment (seconds since 1970) on.
   using Transitions = std::map<std::int64_t, std::int32_t>;
@@ -173,7 +174,7 @@ class FakeTimeZone final : public TimeZone {
 };
 
 /// Random bytes from a script, which is repeated when it ends; by default 0, 1, 2, ... 255.
-class ScriptedRandom final : public SecureRandom {
+class CORVO_FAKES_EXPORT ScriptedRandom final : public SecureRandom {
  public:
   ScriptedRandom();
   /// An empty script has no bytes to give: filling throws.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvo/export.h>
 #include <corvo/platform/platform.h>
 
 #include <cstddef>
@@ -40,7 +41,7 @@ struct HostOptions {
   /// The program's name in $XDG_DATA_HOME or ~/.local/share (Linux), ~/Library/Application Support
   /// (macOS), %LOCALAPPDATA% (Windows). Empty, which keeps nothing, when the user has no such
   /// folder.
-  [[nodiscard]] static std::filesystem::path defaultDataFolder();
+  [[nodiscard]] CORVO_HOST_EXPORT static std::filesystem::path defaultDataFolder();
 };
 
 /// The main queue of the ready-made platform, which also carries its network transfers: answers
@@ -51,7 +52,7 @@ struct HostOptions {
 /// always noticed, also while one of them only waits, and stop the process with a message. `post`,
 /// `stop`, `busy` and `onWork` may be called from any thread at any time. An exception that a task
 /// throws leaves through whoever runs; the other tasks stay queued.
-class HostLoop : public MainQueue {
+class CORVO_TYPE HostLoop : public MainQueue {
  public:
   /// Runs tasks and transfers, and waits for more, until `stop`.
   virtual void run() = 0;
@@ -82,10 +83,10 @@ struct Host {
 /// connection yet. While the file cannot be used later, nothing is kept, and there is no vendor
 /// identifier; it is tried again. A file that another process has locked is waited for, 100
 /// milliseconds at most within any second. Throws `std::bad_alloc` only.
-[[nodiscard]] Host makeHost(HostOptions options = {});
+[[nodiscard]] CORVO_HOST_EXPORT Host makeHost(HostOptions options = {});
 
 /// The platform of `makeHost`, for an application that only ever blocks (`Answer::get`) or that
 /// finds the loop as the platform's main queue.
-[[nodiscard]] Platform hostPlatform(HostOptions options = {});
+[[nodiscard]] CORVO_HOST_EXPORT Platform hostPlatform(HostOptions options = {});
 
 }  // namespace corvo

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <corvo/export.h>
+
 #include <concepts>
 #include <cstdint>
 #include <functional>
@@ -25,7 +27,7 @@ using JsonObject = std::map<std::string, JsonValue, std::less<>>;
 /// were read: an integer, also one written 1.0 or 1e0, is signed where it fits 64 bits, else
 /// unsigned; every other number is a double. Values of different kinds are never equal. A plain
 /// value; reading is safe from any thread.
-class JsonValue {
+class CORVO_EXPORT JsonValue {
  public:
   using Null = std::monostate;
   using Kinds = std::variant<Null, bool, std::int64_t, std::uint64_t, double, std::string,

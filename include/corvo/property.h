@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvo/export.h>
 #include <corvo/json_value.h>
 
 #include <concepts>
@@ -19,19 +20,19 @@ struct CorvoPropertyTraits;
 /// "true" or "false" in any letter case.
 template <>
 struct CorvoPropertyTraits<bool> {
-  static std::optional<bool> fromCorvoString(std::string_view text) noexcept;
+  CORVO_EXPORT static std::optional<bool> fromCorvoString(std::string_view text) noexcept;
 };
 
 /// An optional sign and decimal digits, within 64 bits.
 template <>
 struct CorvoPropertyTraits<std::int64_t> {
-  static std::optional<std::int64_t> fromCorvoString(std::string_view text) noexcept;
+  CORVO_EXPORT static std::optional<std::int64_t> fromCorvoString(std::string_view text) noexcept;
 };
 
 /// The whole text as ISO C `strtod` reads it in the C locale, not beginning with white space.
 template <>
 struct CorvoPropertyTraits<double> {
-  static std::optional<double> fromCorvoString(std::string_view text);
+  CORVO_EXPORT static std::optional<double> fromCorvoString(std::string_view text);
 };
 
 /// Any text, unchanged.
@@ -46,7 +47,7 @@ struct CorvoPropertyTraits<std::string> {
 /// counts; a number beyond the doubles in any value that counts makes the text no dictionary.
 template <>
 struct CorvoPropertyTraits<JsonObject> {
-  static std::optional<JsonObject> fromCorvoString(std::string_view text);
+  CORVO_EXPORT static std::optional<JsonObject> fromCorvoString(std::string_view text);
 };
 
 /// A type that a configuration value can be read as: `bool`, `std::int64_t`, `double`,
@@ -66,6 +67,6 @@ template <CorvoPropertyType T>
 using CorvoProperty = std::variant<JsonObject, bool, std::int64_t, double, std::string>;
 
 /// Types a text by the first conversion that succeeds: dictionary, boolean, integer, double, text.
-[[nodiscard]] CorvoProperty typedProperty(std::string_view text);
+[[nodiscard]] CORVO_EXPORT CorvoProperty typedProperty(std::string_view text);
 
 }  // namespace corvo

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvo/argument.h>
+#include <corvo/export.h>
 #include <corvo/platform/clock.h>
 #include <corvo/platform/time_zone.h>
 #include <corvo/user.h>
@@ -69,7 +70,7 @@ concept CorvoCustomValue = isCorvoCustomValue<V>;
 /// Texts that are no UTF-8 are mended with U+FFFD. Setters return the builder, so calls chain.
 ///
 /// For one thread at a time. Shares its clock and its time zone.
-class CorvoUser::Builder {
+class CORVO_EXPORT CorvoUser::Builder {
  public:
   /// Stamps with the system's clock and time zone.
   Builder();

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <corvo/export.h>
+
 namespace corvo {
 
 /// Tells the time. Called on whatever thread asks a question; never concurrently by one client.
-class Clock {
+class CORVO_TYPE Clock {
  public:
   virtual ~Clock() = default;
 

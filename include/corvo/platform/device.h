@@ -1,5 +1,7 @@
 #pragma once
 
+#include <corvo/export.h>
+
 #include <optional>
 #include <string>
 
@@ -7,7 +9,7 @@ namespace corvo {
 
 /// Describes the device and the application. A registry of clients asks each of these
 /// once, and the identifier again, at most once a second, while there is none.
-class Device {
+class CORVO_TYPE Device {
  public:
   virtual ~Device() = default;
 

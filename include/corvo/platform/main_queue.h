@@ -1,13 +1,14 @@
 #pragma once
 
 #include <corvo/callback.h>
+#include <corvo/export.h>
 
 #include <functional>
 
 namespace corvo {
 
 /// The serial queue on which answers from the network are handled and delivered.
-class MainQueue {
+class CORVO_TYPE MainQueue {
  public:
   virtual ~MainQueue() = default;
 

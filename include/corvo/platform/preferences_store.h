@@ -1,5 +1,7 @@
 #pragma once
 
+#include <corvo/export.h>
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -17,7 +19,7 @@ struct PreferencesChange {
 
 /// A named set of binary values under text keys. Every handle to the suite of one name, within one
 /// process and one store, shows the same values at once.
-class PreferencesSuite {
+class CORVO_TYPE PreferencesSuite {
  public:
   virtual ~PreferencesSuite() = default;
 
@@ -39,7 +41,7 @@ class PreferencesSuite {
 };
 
 /// Opens suites.
-class PreferencesStore {
+class CORVO_TYPE PreferencesStore {
  public:
   virtual ~PreferencesStore() = default;
 

@@ -1,12 +1,14 @@
 #pragma once
 
+#include <corvo/export.h>
+
 #include <cstddef>
 #include <span>
 
 namespace corvo {
 
 /// A source of cryptographically secure random bytes.
-class SecureRandom {
+class CORVO_TYPE SecureRandom {
  public:
   virtual ~SecureRandom() = default;
 

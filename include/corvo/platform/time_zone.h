@@ -1,11 +1,13 @@
 #pragma once
 
+#include <corvo/export.h>
+
 #include <cstdint>
 
 namespace corvo {
 
 /// The time zone in which expiries and condition dates are written and read.
-class TimeZone {
+class CORVO_TYPE TimeZone {
  public:
   virtual ~TimeZone() = default;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvo/callback.h>
+#include <corvo/export.h>
 
 #include <map>
 #include <optional>
@@ -27,7 +28,7 @@ struct UrlResponse {
 };
 
 /// Loads URLs.
-class UrlSession {
+class CORVO_TYPE UrlSession {
  public:
   virtual ~UrlSession() = default;
 
