@@ -55,6 +55,8 @@ function(corvo_test folder)
   add_executable(${target} ${ARGN})
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PRIVATE corvo::core corvo::fakes GTest::gmock_main)
+  # Its files are tests of their own, which may mean different things by one name.
+  set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
   corvo_configure(${target})
   add_test(NAME ${folder} COMMAND ${target} --gtest_shuffle --gtest_brief=1)
 endfunction()

@@ -8,8 +8,6 @@
 namespace corvo::experiments {
 namespace {
 
-using Reason = FlagDecision::Reason;
-
 CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagName) {
   std::vector<std::string> names;
   for (const model::FeatureFlagGroup& candidate : decision.carried->record->groups) {
@@ -24,8 +22,11 @@ CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagN
 
 FlagDecision decideByRules(const targeting::RuleList& rules, const targeting::Context& context,
                            bool hashed) {
-  if (const std::string* value = rules.choose(context, hashed)) return {Reason::rule, value};
-  return {rules.isEmpty() ? Reason::noRules : Reason::rulesNotSatisfied};
+  if (const std::string* value = rules.choose(context, hashed)) {
+    return {FlagDecision::Reason::rule, value};
+  }
+  return {rules.isEmpty() ? FlagDecision::Reason::noRules
+                          : FlagDecision::Reason::rulesNotSatisfied};
 }
 
 // The experiment's privacy counts, not the flag's.
@@ -33,7 +34,7 @@ FlagDecision decideInGroup(const CarriedFlag& flag, const model::Group& group,
                            const targeting::Context& context) {
   const std::vector<model::FeatureFlagGroup>& groups = flag.record->groups;
   const auto found = std::ranges::find(groups, group.name, &model::FeatureFlagGroup::name);
-  FlagDecision decision{Reason::groupNotMatching};
+  FlagDecision decision{FlagDecision::Reason::groupNotMatching};
   if (found != groups.end()) {
     decision = decideByRules(flag.groupRules[static_cast<std::size_t>(found - groups.begin())],
                              context, flag.experiment->isPrivate.value_or(false));
@@ -58,14 +59,14 @@ std::vector<FlagDecision> decideFlags(const PreparedExperiment& experiment,
 
 CorvoError errorOf(const FlagDecision& decision, std::string_view flagName) {
   switch (decision.reason) {
-    case Reason::noRules:
+    case FlagDecision::Reason::noRules:
       return CorvoError(CorvoError::FeatureFlagNoRules{std::string(flagName)});
-    case Reason::rulesNotSatisfied:
+    case FlagDecision::Reason::rulesNotSatisfied:
       return CorvoError(CorvoError::FeatureFlagRulesNotSatisfied{std::string(flagName)});
-    case Reason::groupNotMatching:
+    case FlagDecision::Reason::groupNotMatching:
       return groupNotMatching(decision, flagName);
-    case Reason::rule:
-    case Reason::notFound:
+    case FlagDecision::Reason::rule:
+    case FlagDecision::Reason::notFound:
       break;
   }
   return CorvoError(CorvoError::FeatureFlagNotFound{std::string(flagName)});
