@@ -72,8 +72,9 @@ class Clients {
                                        .timeZone = platform_.timeZone,
                                        .mainQueue = platform_.mainQueue});
     made->settleUser(std::move(initialUser));
-    clients_.emplace(std::move(tag), made);
-    return made;
+    std::shared_ptr<CorvoClient>& entry = clients_[std::move(tag)];
+    entry = std::move(made);
+    return entry;
   }
 
   std::shared_ptr<CorvoClient> get(const std::string& tag) const {

@@ -1,6 +1,20 @@
 #include <corvo/corvo.h>
 #include <corvo/fakes.h>
 
+// An error is caught as what it is, whatever library throws it.
+bool isMissing(corvo::CorvoClient& client, const char* flag) try {
+  client.checkFlag<corvo::JsonObject>(flag).get();
+  return false;
+} catch (const corvo::CorvoError& error) {
+  return error.which() == corvo::CorvoError::Case::featureFlagNotFound;
+}
+
+// A class of the host's library is known by its interface here.
+bool knowsItsLoop() {
+  const auto queue = corvo::hostPlatform({.inMemory = true}).mainQueue;
+  return std::dynamic_pointer_cast<corvo::HostLoop>(queue) != nullptr;
+}
+
 // Succeeds when the facade answers on the fakes.
 int main() {
   corvo::fakes::FakePlatform fake;
@@ -11,5 +25,6 @@ int main() {
   corvo::Corvo::usePlatform(fake.platform());
   const auto client = corvo::Corvo::initializeClient("token", std::nullopt, "https://backend", 10,
                                                      0, corvo::Corvo::defaultClientTag);
-  return client->checkFlag<bool>("on").get() == true ? 0 : 1;
+  const bool isOn = client->checkFlag<bool>("on").get() == true;
+  return isOn && isMissing(*client, "off") && knowsItsLoop() ? 0 : 1;
 }
