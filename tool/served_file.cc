@@ -56,7 +56,9 @@ std::optional<std::string> refusal(const std::string& content, ServedFile::Kind 
 
 /// The JSON pointer (RFC 6901) to a member of a text's object.
 std::string pointerTo(std::string_view keyInQuotes) {
-  const auto object = fromCorvoString<JsonObject>("{" + std::string(keyInQuotes) + ":0}");
+  std::string text = "{";
+  text.append(keyInQuotes).append(":0}");
+  const auto object = fromCorvoString<JsonObject>(text);
   std::string pointer = "/";
   for (const char c : object.value().begin()->first) {
     pointer += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
