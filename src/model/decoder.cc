@@ -102,6 +102,17 @@ bool Decoder::read(const JsonNode& node, StoredDate& value) {
 }
 
 bool Decoder::read(const JsonNode& node, JsonValue& value) {
+  Containers unread;
+  bool isRead = readFlat(node, value, unread);
+  while (isRead && !unread.empty()) {
+    const auto [container, place] = unread.back();
+    unread.pop_back();
+    isRead = readChildren(*container, *place, unread);
+  }
+  return isRead;
+}
+
+bool Decoder::readFlat(const JsonNode& node, JsonValue& value, Containers& unread) {
   switch (node.kind) {
     case JsonKind::null:
       return true;
@@ -112,11 +123,36 @@ bool Decoder::read(const JsonNode& node, JsonValue& value) {
     case JsonKind::string:
       return readKind<std::string>(node, value);
     case JsonKind::array:
-      return readKind<JsonArray>(node, value);
+      value = JsonArray(node.size);
+      break;
     case JsonKind::object:
-      return readKind<JsonObject>(node, value);
+      value = JsonObject();
+      break;
   }
-  return false;
+  unread.emplace_back(&node, &value);
+  return true;
+}
+
+bool Decoder::readChildren(const JsonNode& container, JsonValue& place, Containers& unread) {
+  if (auto* list = place.as<JsonArray>()) {
+    auto next = list->begin();
+    for (const JsonNode& element : JsonElements(container)) {
+      if (!readFlat(element, *next++, unread)) return false;
+    }
+    return true;
+  }
+  auto& object = *place.as<JsonObject>();
+  for (const auto& [key, node] : lastMembers(container)) {
+    const auto member = object.try_emplace(object.end(), std::string(key));
+    if (!readFlat(*node, member->second, unread)) return false;
+  }
+  return true;
+}
+
+std::map<std::string_view, const JsonNode*> Decoder::lastMembers(const JsonNode& object) {
+  std::map<std::string_view, const JsonNode*> last;
+  for (const auto [key, value] : JsonMembers(object)) last[key] = &value;
+  return last;
 }
 
 bool Decoder::readNumber(const JsonNode& node, JsonValue& value) {

@@ -66,6 +66,7 @@ class Decoder {
   bool read(const JsonNode& node, SingleText field);
   bool read(const JsonNode& node, ExperimentType& value);
   bool read(const JsonNode& node, StoredDate& value);
+  /// Of several failures in it any may be told.
   bool read(const JsonNode& node, JsonValue& value);
   /// Fails at the value as a whole, wherever in it the cause lies.
   bool read(const JsonNode& node, DynamicValue& value);
@@ -126,8 +127,7 @@ class Decoder {
   template <class T>
   bool read(const JsonNode& node, std::map<std::string, T, std::less<>>& map) {
     if (node.kind != JsonKind::object) return wrongKind(node, "object");
-    std::map<std::string_view, const JsonNode*> last;
-    for (const auto [key, value] : JsonMembers(node)) last[key] = &value;
+    const auto last = lastMembers(node);
     for (const auto [key, value] : JsonMembers(node)) {
       if (last.find(key)->second == &value && !read(value, map[std::string(key)])) return false;
     }
@@ -159,6 +159,12 @@ class Decoder {
     return fail(node, Why::wrongKind, wanted);
   }
 
+  /// Arrays and objects whose children are still to be read, and where to. They are kept in a list,
+  /// so that no document decides how much stack is used.
+  using Containers = std::vector<std::pair<const JsonNode*, JsonValue*>>;
+
+  bool readFlat(const JsonNode& node, JsonValue& value, Containers& unread);
+  bool readChildren(const JsonNode& container, JsonValue& place, Containers& unread);
   bool readNumber(const JsonNode& node, JsonValue& value);
   template <class Kind>
   bool readKind(const JsonNode& node, JsonValue& value) {
@@ -167,6 +173,9 @@ class Decoder {
     value = JsonValue(std::move(kind));
     return true;
   }
+
+  /// The members that count, by key.
+  static std::map<std::string_view, const JsonNode*> lastMembers(const JsonNode& object);
 
   [[nodiscard]] std::size_t dropCount() const { return drops_ ? drops_->size() : 0; }
   void drop(const JsonNode& node, std::size_t listed);

@@ -5,6 +5,8 @@
 #include <simdjson.h>
 
 #include <string>
+#include <utility>
+#include <variant>
 
 #include "base/text.h"
 #include "model/json_number.h"
@@ -14,7 +16,7 @@ namespace {
 
 namespace ondemand = simdjson::ondemand;
 
-constexpr int kMaxDepth = 512;
+constexpr std::size_t kMaxDepth = 512;
 // No text has more values than bytes.
 constexpr std::size_t kMaxSize = (std::size_t{1} << JsonNode::kSpanBits) - 1;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
@@ -29,12 +31,15 @@ bool isOfSize(simdjson::error_code error) {
 }
 
 // Reads every value: simdjson checks only what is read, and of numbers and atoms less than we want.
-// Its own values are handed on by reference, for the copies cost more than the reading.
+// Its own values are handed on by reference, for the copies cost more than the reading. The levels
+// are kept in a list, so that no document decides how much stack is used.
 class Walk {
  public:
   /// `strings` has room for all texts of the document and the padding.
   Walk(std::vector<JsonNode>& nodes, const ondemand::parser& parser, std::uint8_t* strings)
-      : nodes_(nodes), parser_(parser), strings_(strings) {}
+      : nodes_(nodes), parser_(parser), strings_(strings) {
+    levels_.reserve(16);
+  }
 
   [[nodiscard]] std::string_view error() const { return error_; }
 
@@ -42,7 +47,7 @@ class Walk {
   bool wrapped(ondemand::document& document) {
     ondemand::array list;
     if (document.get_array().get(list) != simdjson::SUCCESS) return fail(kNotJson);
-    if (!container(JsonKind::array, list)) return false;
+    if (!open(JsonKind::array, list) || !readAll()) return false;
     const bool atEnd = document.current_location().error() == simdjson::OUT_OF_BOUNDS;
     return (nodes_.front().size == 1 && atEnd) || fail(kNotJson);
   }
@@ -58,21 +63,50 @@ class Walk {
     return true;
   }
 
+  struct Level {
+    std::size_t node;
+    std::variant<ondemand::array_iterator, ondemand::object_iterator> children;
+    std::uint32_t count = 0;  // of the children begun
+  };
+
   template <class Container>
-  bool container(JsonKind kind, Container& children) {
-    if (++depth_ > kMaxDepth) return fail(kTooDeep);
-    const auto index = nodes_.size();
-    add(kind, {});
-    std::uint32_t count = 0;
-    for (auto item : children) {
+  bool open(JsonKind kind, Container& container) {
+    if (levels_.size() > kMaxDepth) return fail(kTooDeep);  // the list around the text is no level
+    levels_.push_back({nodes_.size(), container.begin().value_unsafe()});
+    return add(kind, {});
+  }
+
+  bool readAll() {
+    bool isJson = true;
+    while (isJson && !levels_.empty()) {
+      isJson = std::visit([this](auto children) { return readChildren(children); },
+                          levels_.back().children);
+    }
+    return isJson;
+  }
+
+  // Reads the children of the innermost level, from where it was left up to the next container,
+  // which is opened, or to the end of the level, which is closed.
+  template <class Iterator>
+  bool readChildren(Iterator next) {
+    const std::size_t own = levels_.size() - 1;
+    std::uint32_t count = levels_[own].count;
+    if (count != 0) ++next;
+    for (; next != Iterator(); ++next) {
+      ++count;
+      auto item = *next;
       if (item.error() != simdjson::SUCCESS) return fail(kNotJson);
       auto&& found = std::move(item).value_unsafe();
       if (!child(found)) return false;
-      ++count;
+      if (levels_.size() - 1 == own) continue;
+      levels_[own].count = count;
+      levels_[own].children = next;
+      return true;
     }
-    nodes_[index].size = count;
-    nodes_[index].span = static_cast<std::uint32_t>(nodes_.size() - index) & kMaxSize;
-    --depth_;
+    JsonNode& node = nodes_[levels_[own].node];
+    node.size = count;
+    node.span = static_cast<std::uint32_t>(nodes_.size() - levels_[own].node) & kMaxSize;
+    levels_.pop_back();
     return true;
   }
 
@@ -85,12 +119,12 @@ class Walk {
       case ondemand::json_type::object: {
         ondemand::object members;
         const auto error = value.get_object().get(members);
-        return error != simdjson::SUCCESS ? fail(kNotJson) : container(JsonKind::object, members);
+        return error != simdjson::SUCCESS ? fail(kNotJson) : open(JsonKind::object, members);
       }
       case ondemand::json_type::array: {
         ondemand::array list;
         const auto error = value.get_array().get(list);
-        return error != simdjson::SUCCESS ? fail(kNotJson) : container(JsonKind::array, list);
+        return error != simdjson::SUCCESS ? fail(kNotJson) : open(JsonKind::array, list);
       }
       case ondemand::json_type::string:
         return string(value.get_raw_json_string());
@@ -122,7 +156,7 @@ class Walk {
   const ondemand::parser& parser_;
   std::uint8_t* strings_;
   std::string_view error_;
-  int depth_ = -1;  // the list around the text is no level of it
+  std::vector<Level> levels_;
 };
 
 }  // namespace

@@ -1,5 +1,8 @@
 #include <corvo/json_value.h>
 
+#include <new>
+#include <utility>
+
 #include "model/encoder.h"
 #include "model/json_writer.h"
 
@@ -7,6 +10,34 @@ namespace corvo {
 
 JsonValue::JsonValue(JsonValue&& other) noexcept = default;
 JsonValue& JsonValue::operator=(JsonValue&& other) noexcept = default;
+
+// Without this, the destructor of each level would call that of the next. Where there is no memory
+// for the list of levels, they do.
+void JsonValue::dropChildren() noexcept try {
+  std::vector<JsonValue> levels;
+  while (true) {
+    if (JsonValue* nested = (levels.empty() ? *this : levels.back()).dropUpToNested()) {
+      levels.push_back(std::move(*nested));
+      nested->value_.emplace<Null>();
+    } else if (levels.empty()) {
+      return;
+    } else {
+      levels.pop_back();
+    }
+  }
+} catch (const std::bad_alloc&) {
+}
+
+// Drops children up to the first that has some of its own. Gives that one; null where none is left.
+JsonValue* JsonValue::dropUpToNested() noexcept {
+  if (auto* list = as<JsonArray>()) {
+    while (!list->empty() && !list->back().hasChildren()) list->pop_back();
+    return list->empty() ? nullptr : &list->back();
+  }
+  auto& object = *as<JsonObject>();
+  while (!object.empty() && !object.begin()->second.hasChildren()) object.erase(object.begin());
+  return object.empty() ? nullptr : &object.begin()->second;
+}
 
 std::optional<double> JsonValue::asNumber() const noexcept {
   if (const auto* number = as<double>()) return *number;
