@@ -8,9 +8,11 @@
 #include <corvo/experiment_detail.h>
 #include <corvo/export.h>
 #include <corvo/property.h>
+#include <corvo/text_hash.h>
 #include <corvo/user_builder.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,8 +26,9 @@ namespace corvo {
 /// Fills the builder that it is given.
 using EditUser = Callback<void(CorvoUser::Builder&)>;
 
-/// The typed value of every flag that has one for the user, by the flag's name.
-using FlagReport = std::unordered_map<std::string, CorvoProperty>;
+/// The typed value of every flag that has one for the user, by the flag's name. Can be asked by
+/// `std::string_view`.
+using FlagReport = std::unordered_map<std::string, CorvoProperty, TextHash, std::equal_to<>>;
 
 namespace client {
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -8,16 +7,18 @@
 
 namespace corvo::base {
 
-/// Another number in every process, so that nobody can choose texts that hash alike. Made on first
-/// use, for objects of static duration may ask, too.
-inline std::uint64_t hashSeed() noexcept {
-  static const std::uint64_t seed = [] {
-    const auto moment = std::chrono::steady_clock::now().time_since_epoch().count();
-    static const char place = 0;
-    return static_cast<std::uint64_t>(moment) ^
-           std::uint64_t{reinterpret_cast<std::uintptr_t>(&place)} << 20;
-  }();
-  return seed;
+/// Two numbers that differ in every process and that nobody outside can guess, so that nobody can
+/// choose texts that hash alike. The factor is odd.
+struct HashSecrets {
+  std::uint64_t start;
+  std::uint64_t factor;
+};
+[[nodiscard]] HashSecrets drawHashSecrets() noexcept;
+
+/// Made on first use, for objects of static duration may ask, too.
+inline const HashSecrets& hashSecrets() noexcept {
+  static const HashSecrets secrets = drawHashSecrets();
+  return secrets;
 }
 
 /// The lower half of the product of 128 bits, with the upper one folded in by exclusive or.
@@ -35,17 +36,23 @@ constexpr std::uint64_t foldedProduct(std::uint64_t a, std::uint64_t b) noexcept
 }
 
 /// A fast hash of short texts, for tables that are asked by `string_view`. Differs from run to run.
+/// Any bits of it will do for a table, the low ones too.
 struct TextHash {
   using is_transparent = void;
 
   [[nodiscard]] std::size_t operator()(std::string_view text) const noexcept {
-    std::uint64_t hash = hashSeed() ^ text.size();
+    const HashSecrets& secrets = hashSecrets();
+    std::uint64_t hash = secrets.start;
     const char* at = text.data();
     std::size_t left = text.size();
     for (; left > sizeof(std::uint64_t); at += 8, left -= 8) {
       hash = mixed(hash ^ load<std::uint64_t>(at));
     }
-    return static_cast<std::size_t>(mixed(hash ^ last(text, at, left)));
+    // Without the factor, texts could be chosen whose hashes often have the same low bits whatever
+    // the start. The size sets apart what ends in the same word, as "abb" and "ab"; were it joined
+    // with the words directly, other words could make up for it.
+    hash = (hash ^ last(text, at, left)) * secrets.factor + text.size();
+    return static_cast<std::size_t>(mixed(hash));
   }
 
  private:
