@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <vector>
 
 namespace corvo::base {
@@ -99,58 +98,47 @@ void orderMarks(std::vector<CodePoint>& text) {
   }
 }
 
-// A text in NFD, read character by character, and no further than it is asked.
-class Decomposition {
- public:
-  explicit Decomposition(std::string_view text) : rest_(text) {}
+void appendDecomposition(CodePoint character, std::vector<CodePoint>& to) {
+  std::array<CodePoint, 8> parts{};  // Unicode has none of more than four
+  int boundary = 0;
+  const auto count =
+      utf8proc_decompose_char(character, parts.data(), parts.size(), UTF8PROC_DECOMPOSE, &boundary);
+  const auto kept = std::clamp<utf8proc_ssize_t>(count, 0, parts.size());
+  to.insert(to.end(), parts.begin(), parts.begin() + kept);
+}
 
-  // The next character; none at the end.
-  std::optional<CodePoint> next() {
-    if (at_ == run_.size()) readRun();
-    return at_ == run_.size() ? std::nullopt : std::optional(run_[at_++]);
+std::string encoded(const std::vector<CodePoint>& text) {
+  std::string bytes;
+  for (const CodePoint character : text) {
+    std::array<utf8proc_uint8_t, 4> units{};
+    const auto count = utf8proc_encode_char(character, units.data());
+    bytes.append(units.begin(), units.begin() + count);
   }
+  return bytes;
+}
 
- private:
-  // A run begins with what the one before it left and goes up to the next character that is no
-  // mark: marks are put in order within it.
-  void readRun() {
-    run_.clear();
-    at_ = 0;
-    std::string_view after = rest_;
-    while (const auto character = takeCharacter(after)) {
-      const std::size_t size = run_.size();
-      append(*character);
-      if (size > 0 && combiningClass(run_[size]) == 0) {
-        run_.resize(size);
-        break;
-      }
-      rest_ = after;
-    }
-    orderMarks(run_);
+// For each length of the part's beginning, the length of the longest shorter text that this both
+// begins and ends with.
+std::vector<std::size_t> borders(std::string_view part) {
+  std::vector<std::size_t> border(part.size() + 1);
+  for (std::size_t i = 1, length = 0; i < part.size(); ++i) {
+    while (length > 0 && part[i] != part[length]) length = border[length];
+    if (part[i] == part[length]) ++length;
+    border[i + 1] = length;
   }
+  return border;
+}
 
-  void append(CodePoint character) {
-    std::array<CodePoint, 8> parts{};  // Unicode has none of more than four
-    int boundary = 0;
-    const auto count = utf8proc_decompose_char(character, parts.data(), parts.size(),
-                                               UTF8PROC_DECOMPOSE, &boundary);
-    const auto kept = std::clamp<utf8proc_ssize_t>(count, 0, parts.size());
-    run_.insert(run_.end(), parts.begin(), parts.begin() + kept);
+// Knuth, Morris and Pratt (1977): in time that grows with the sum of the sizes, whatever the texts.
+bool containsLong(std::string_view whole, std::string_view part) {
+  const std::vector<std::size_t> border = borders(part);
+  std::size_t matched = 0;
+  for (const char byte : whole) {
+    while (matched > 0 && part[matched] != byte) matched = border[matched];
+    if (part[matched] == byte) ++matched;
+    if (matched == part.size()) return true;
   }
-
-  std::string_view rest_;
-  std::vector<CodePoint> run_;
-  std::size_t at_ = 0;
-};
-
-bool sameDecomposition(std::string_view a, std::string_view b) {
-  Decomposition left(a);
-  Decomposition right(b);
-  while (true) {
-    const auto character = left.next();
-    if (character != right.next()) return false;
-    if (!character) return true;
-  }
+  return false;
 }
 
 }  // namespace
@@ -161,21 +149,33 @@ WellFormed::WellFormed(std::string_view text) : text_(text) {
   if (!isWellFormed(text)) mended_ = mend(text);
 }
 
-bool canonicallyEqual(std::string_view a, std::string_view b) {
+std::optional<bool> plainlyEqual(std::string_view a, std::string_view b) {
   if (a == b) return true;
   const auto [inA, inB] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
   // ASCII neither decomposes nor moves, so where both go on in ASCII, or end, they differ for good.
   const bool plainA = inA == a.end() || isAscii(*inA);
   const bool plainB = inB == b.end() || isAscii(*inB);
   if (plainA && plainB) return false;
-  return sameDecomposition(a, b);
+  return std::nullopt;
+}
+
+std::optional<std::string> decomposed(std::string_view text) {
+  if (asciiPrefix(text) == text.size()) return std::nullopt;
+  std::vector<CodePoint> characters;
+  characters.reserve(text.size());
+  for (std::string_view rest = text; const auto character = takeCharacter(rest);) {
+    appendDecomposition(*character, characters);
+  }
+  orderMarks(characters);
+  std::string result = encoded(characters);
+  if (result == text) return std::nullopt;
+  return result;
 }
 
 bool contains(std::string_view whole, std::string_view part) {
   constexpr std::size_t kShort = 64;  // up to here the plain search is quick on any text
   if (part.size() <= kShort) return whole.find(part) != std::string_view::npos;
-  const std::boyer_moore_searcher searcher(part.begin(), part.end());
-  return std::search(whole.begin(), whole.end(), searcher) != whole.end();
+  return part.size() <= whole.size() && containsLong(whole, part);
 }
 
 std::string wellFormed(std::string_view text) {

@@ -31,8 +31,14 @@ class WellFormed {
 /// Whether the bytes of `part` stand in `whole`; in time that grows with their sum, not product.
 [[nodiscard]] bool contains(std::string_view whole, std::string_view part);
 
-/// Whether two well-formed texts are canonically equivalent (Unicode TR15: equal in NFD).
-[[nodiscard]] bool canonicallyEqual(std::string_view a, std::string_view b);
+/// The canonical decomposition (Unicode TR15: NFD) of a well-formed text; none where that is the
+/// text itself, as of all ASCII. At most three times as long. Two texts are canonically equivalent
+/// if their decompositions are equal.
+[[nodiscard]] std::optional<std::string> decomposed(std::string_view text);
+
+/// Whether two well-formed texts are canonically equivalent; none where their bytes do not tell,
+/// but only their decompositions.
+[[nodiscard]] std::optional<bool> plainlyEqual(std::string_view a, std::string_view b);
 
 /// Whether the text equals `lowerCase`, which consists of lower-case ASCII letters, once the text
 /// is lower-cased. For the words that the library asks for, ASCII lower-casing is full Unicode

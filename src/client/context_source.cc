@@ -35,6 +35,7 @@ targeting::Context ContextSource::at(double now,
   if (location_.record != location) makeLocationLayer(location);
   const targeting::PropertyLayer& device = deviceProperties_->at(now, user_.zone, localTime_);
   if (table_.project != project) makeTable(project, device);
+  table_.properties.forgetReadings();
   context.properties = &table_.properties;
   return context;
 }

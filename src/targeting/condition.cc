@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <utility>
 
-#include "base/civil_time.h"
-#include "base/md5.h"
 #include "base/number.h"
 #include "base/text.h"
 
@@ -14,11 +13,7 @@ namespace {
 
 using Texts = std::span<const std::string>;
 
-// --- Tests of a text, and of moments -------------------------------------------------------------
-
-bool equal(std::string_view property, std::string_view value) {
-  return base::canonicallyEqual(property, value);
-}
+// --- Tests of texts, and of moments --------------------------------------------------------------
 
 // These three look for the property in the condition's value, not the other way round.
 bool starts(std::string_view property, std::string_view value) {
@@ -29,14 +24,28 @@ bool isPart(std::string_view property, std::string_view value) {
   return base::contains(value, property);
 }
 
-bool isAny(std::string_view property, Texts values) {
-  return std::ranges::any_of(values, [&](const std::string& v) { return equal(property, v); });
+bool holds(Texts texts, std::string_view wanted) {
+  return std::ranges::find(texts, wanted) != texts.end();
+}
+
+// Canonical equivalence.
+bool equalsAny(const Subject& subject, const Alternatives& values) {
+  const std::string_view property = subject.text();
+  bool unclear = false;
+  for (const std::string& text : values.texts) {
+    const std::optional<bool> equal = base::plainlyEqual(property, text);
+    if (equal == true) return true;
+    unclear = unclear || !equal;
+  }
+  if (!unclear) return false;
+  const std::string_view decomposition = subject.decomposition();
+  return holds(values.texts, decomposition) ||
+         (values.decompositions && holds(*values.decompositions, decomposition));
 }
 
 // This one looks for the values in the property.
-bool holdsAny(std::string_view property, Texts values) {
-  return std::ranges::any_of(values,
-                             [&](const std::string& v) { return base::contains(property, v); });
+bool holdsAny(const Subject& subject, Texts values) {
+  return std::ranges::any_of(values, [&](const std::string& v) { return subject.contains(v); });
 }
 
 bool sameDay(std::int64_t property, std::int64_t value, const LocalTime& localTime) {
@@ -49,11 +58,6 @@ bool before(std::int64_t property, std::int64_t value, const LocalTime&) {
 
 // --- Reading the condition's values: none where the sign cannot use them -------------------------
 
-std::optional<base::LocalSeconds> parseConditionDate(std::string_view text) {
-  const auto minute = base::parseDate(text, base::DatePattern::minute);
-  return minute ? minute : base::parseDate(text, base::DatePattern::day);
-}
-
 std::optional<Texts> allTexts(Texts values) { return values; }
 
 // The single value, as `parse` reads it.
@@ -61,6 +65,20 @@ template <auto parse>
 auto single(Texts values) -> decltype(parse(values.front())) {
   if (values.size() != 1) return std::nullopt;
   return parse(values.front());
+}
+
+std::optional<Alternatives> alternatives(Texts values) {
+  std::vector<std::string> decompositions;
+  for (const std::string& value : values) {
+    if (auto other = base::decomposed(value)) decompositions.push_back(*std::move(other));
+  }
+  if (decompositions.empty()) return Alternatives{values, nullptr};
+  return Alternatives{values,
+                      std::make_unique<std::vector<std::string>>(std::move(decompositions))};
+}
+
+std::optional<Alternatives> oneAlternative(Texts values) {
+  return values.size() == 1 ? alternatives(values) : std::nullopt;
 }
 
 std::optional<std::string_view> asText(std::string_view text) { return text; }
@@ -72,24 +90,25 @@ constexpr auto oneDate = single<parseConditionDate>;
 
 // --- Lifting a test to the property it is made on ------------------------------------------------
 
-// The property as it is, or its digest where texts are compared hashed. That of a missing property
-// is the empty text, not a digest.
 template <auto test, bool wanted>
-constexpr auto onText = [](const auto& values, const Subject& subject) {
-  if (!subject.hashed || subject.value == nullptr) return test(subject.plain(), values) == wanted;
-  const base::Md5Hex digest = base::md5Hex(*subject.value);
-  return test(base::view(digest), values) == wanted;
+constexpr auto onText = [](std::string_view value, const Subject& subject) {
+  return test(subject.text(), value) == wanted;
 };
 
-template <auto test, bool wanted>
-constexpr auto onPlain =
-    [](Texts values, const Subject& subject) { return test(subject.plain(), values) == wanted; };
+template <bool wanted>
+constexpr auto isAny = [](const Alternatives& values, const Subject& subject) {
+  return equalsAny(subject, values) == wanted;
+};
+
+template <bool wanted>
+constexpr auto contains =
+    [](Texts values, const Subject& subject) { return holdsAny(subject, values) == wanted; };
 
 template <auto test>
 constexpr auto onDate = [](base::LocalSeconds date, const Subject& subject) {
-  const auto local = parseConditionDate(subject.plain());
+  const auto local = subject.date();
   if (!local) return false;
-  const LocalTime& time = subject.localTime;
+  const LocalTime& time = subject.localTime();
   const auto property = time.momentOf(*local);
   const auto value = time.momentOf(date);
   return property && value && test(*property, *value, time);
@@ -97,13 +116,13 @@ constexpr auto onDate = [](base::LocalSeconds date, const Subject& subject) {
 
 template <class Order>
 constexpr auto onNumber = [](double value, const Subject& subject) {
-  const auto number = base::parseDecimal(subject.plain());
+  const auto number = subject.number();
   return number && Order{}(*number, value);
 };
 
 template <class Order>
 constexpr auto onVersion = [](const Version& value, const Subject& subject) {
-  const auto order = compareVersion(subject.plain(), value);
+  const auto order = subject.orderTo(value);
   return order && Order{}(*order, 0);
 };
 
@@ -138,25 +157,25 @@ using GreaterEqual = std::greater_equal<>;
 using LessEqual = std::less_equal<>;
 
 constexpr std::array<Sign, kConditionSignCount> kSigns{
-    sign<oneText, onText<equal, true>>(),        // equal
-    sign<oneText, onText<equal, false>>(true),   // notEqual
-    sign<allTexts, onText<isAny, true>>(),       // anyOf
-    sign<allTexts, onText<isAny, false>>(),      // noneOf
-    sign<allTexts, onPlain<holdsAny, true>>(),   // containsAnyOf
-    sign<allTexts, onPlain<holdsAny, false>>(),  // containsNoneOf
-    sign<oneDate, onDate<sameDay>>(),            // onDate
-    sign<oneDate, onDate<after>>(),              // afterTime
-    sign<oneDate, onDate<before>>(),             // beforeTime
-    sign<oneNumber, onNumber<Greater>>(),        // greater
-    sign<oneNumber, onNumber<Less>>(),           // less
-    sign<oneNumber, onNumber<GreaterEqual>>(),   // greaterEqual
-    sign<oneNumber, onNumber<LessEqual>>(),      // lessEqual
-    sign<oneText, onText<starts, true>>(),       // startsWith
-    sign<oneText, onText<starts, false>>(),      // notStartsWith
-    sign<oneText, onText<ends, true>>(),         // endsWith
-    sign<oneText, onText<ends, false>>(),        // notEndsWith
-    sign<oneText, onText<isPart, true>>(),       // contains
-    sign<oneText, onText<isPart, false>>(),      // notContains
+    sign<oneAlternative, isAny<true>>(),        // equal
+    sign<oneAlternative, isAny<false>>(true),   // notEqual
+    sign<alternatives, isAny<true>>(),          // anyOf
+    sign<alternatives, isAny<false>>(),         // noneOf
+    sign<allTexts, contains<true>>(),           // containsAnyOf
+    sign<allTexts, contains<false>>(),          // containsNoneOf
+    sign<oneDate, onDate<sameDay>>(),           // onDate
+    sign<oneDate, onDate<after>>(),             // afterTime
+    sign<oneDate, onDate<before>>(),            // beforeTime
+    sign<oneNumber, onNumber<Greater>>(),       // greater
+    sign<oneNumber, onNumber<Less>>(),          // less
+    sign<oneNumber, onNumber<GreaterEqual>>(),  // greaterEqual
+    sign<oneNumber, onNumber<LessEqual>>(),     // lessEqual
+    sign<oneText, onText<starts, true>>(),      // startsWith
+    sign<oneText, onText<starts, false>>(),     // notStartsWith
+    sign<oneText, onText<ends, true>>(),        // endsWith
+    sign<oneText, onText<ends, false>>(),       // notEndsWith
+    sign<oneText, onText<isPart, true>>(),      // contains
+    sign<oneText, onText<isPart, false>>(),     // notContains
 };
 
 constexpr std::array<Sign, 4> kVersionSigns{

@@ -1,42 +1,40 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "model/config.h"
 #include "targeting/context.h"
+#include "targeting/subject.h"
 #include "targeting/version.h"
 #include "targeting/vocabulary.h"
 
 namespace corvo::targeting {
 
-/// The property that a condition tests: its value, null where it is missing, and whether texts are
-/// compared with its digest instead.
-struct Subject {
-  const std::string* value;
-  bool hashed;
-  const LocalTime& localTime;
-
-  /// A missing property reads as the empty text.
-  [[nodiscard]] std::string_view plain() const {
-    return value == nullptr ? std::string_view{} : *value;
-  }
+/// Texts, and the canonical decompositions of those that have another one than themselves; null
+/// where none has.
+struct Alternatives {
+  std::span<const std::string> texts;
+  std::unique_ptr<const std::vector<std::string>> decompositions;
 };
 
-/// What the sign of a condition compares the property with, parsed: one text, several texts, a
-/// number, a version, or a local date.
-using Operand = std::variant<std::string_view, std::span<const std::string>, double, Version,
-                             base::LocalSeconds>;
+/// What the sign of a condition compares the property with, parsed: one text, several texts, texts
+/// that it may equal, a number, a version, or a local date.
+using Operand = std::variant<std::string_view, std::span<const std::string>, Alternatives, double,
+                             Version, base::LocalSeconds>;
 
 /// How a sign compares. Only called with the kind of operand that it asks for.
 using Match = bool (*)(const Operand& operand, const Subject& subject);
 
 /// One test of one property, prepared once so that it can be made often: the sign is looked up and
 /// the values are parsed. Testing allocates nothing, but where texts differ at a character that is
-/// not ASCII, are searched for long parts or are read as long numbers, and for the first date.
+/// not ASCII, are searched for long parts or are read as long numbers, for the first date, and for
+/// the first reading of a long or a private property.
 ///
 /// Immutable. May refer to the texts of any record that its vocabulary has seen, so all of those
 /// must outlive it. Contexts that it is tested in must be made by the names of its vocabulary.
@@ -59,7 +57,7 @@ class PreparedCondition {
 /// digest of the property.
 [[nodiscard]] inline bool conditionMatches(const PreparedCondition& condition,
                                            const Context& context, bool hashed) {
-  return condition.matches({context.find(condition.property()), hashed, context.localTime});
+  return condition.matches({context, condition.property(), hashed});
 }
 
 }  // namespace corvo::targeting

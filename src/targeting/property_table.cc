@@ -21,4 +21,14 @@ PropertyTable::PropertyTable(const PropertyNames& names, const Layers& layers) {
   }
 }
 
+// A property without an expiry has one value, any other one of two: both have texts of their own.
+Readings& PropertyTable::readings(std::uint32_t number, const std::string& value) const {
+  std::uint32_t& place = rows_[number].readings;
+  if (place >= readings_.size() || readings_[place].of != &value) {
+    place = static_cast<std::uint32_t>(readings_.size());
+    readings_.emplace_back(value);
+  }
+  return readings_[place];
+}
+
 }  // namespace corvo::targeting

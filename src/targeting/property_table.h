@@ -6,6 +6,7 @@
 
 #include "targeting/property_layer.h"
 #include "targeting/property_names.h"
+#include "targeting/readings.h"
 
 namespace corvo::targeting {
 
@@ -18,7 +19,8 @@ struct Layers {
 };
 
 /// The properties of all layers, by the numbers of one configuration's names. Refers to the layers'
-/// texts: a new value under an old name shows, a new name or expiry needs a new table.
+/// texts: a new value under an old name shows, a new name or expiry needs a new table. For one
+/// thread at a time.
 class PropertyTable {
  public:
   PropertyTable() = default;
@@ -31,14 +33,23 @@ class PropertyTable {
     return hasExpired(row.expiry, now) ? row.otherwise : row.value;
   }
 
+  /// What has been read out of the property of that number, which has been found to have that
+  /// value. Valid until those of another property are asked for.
+  [[nodiscard]] Readings& readings(std::uint32_t number, const std::string& value) const;
+
+  /// To be called for each question, as values may have changed.
+  void forgetReadings() { readings_.clear(); }
+
  private:
   struct Row {
     const std::string* value;
     double expiry;
     const std::string* otherwise;
+    mutable std::uint32_t readings = 0;  // their place, should they be there and of that value
   };
 
   std::vector<Row> rows_;
+  mutable std::vector<Readings> readings_;  // of the present question
 };
 
 }  // namespace corvo::targeting

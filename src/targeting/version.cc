@@ -1,6 +1,7 @@
 #include "targeting/version.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/number.h"
 
@@ -45,6 +46,22 @@ std::optional<int> compareVersion(std::string_view text,
     if (order == 0) order = compare(0, piece);
   }
   return order;
+}
+
+OrderedVersion::OrderedVersion(Version version)
+    : version_(std::move(version)), orderFrom_(version_.size() + 1) {
+  for (std::size_t i = version_.size(); i-- > 0;) {
+    orderFrom_[i] =
+        version_[i] == 0 ? orderFrom_[i + 1] : static_cast<std::int8_t>(compare(version_[i], 0));
+  }
+}
+
+int OrderedVersion::orderTo(std::span<const std::int64_t> other) const noexcept {
+  for (std::size_t i = 0; i < other.size(); ++i) {
+    const int order = compare(i < version_.size() ? version_[i] : 0, other[i]);
+    if (order != 0) return order;
+  }
+  return orderFrom_[std::min(other.size(), version_.size())];
 }
 
 }  // namespace corvo::targeting

@@ -20,4 +20,17 @@ using Version = std::vector<std::int64_t>;
 [[nodiscard]] std::optional<int> compareVersion(std::string_view text,
                                                 std::span<const std::int64_t> other) noexcept;
 
+/// A version that is compared often: each time in time that grows with the other one alone.
+class OrderedVersion {
+ public:
+  explicit OrderedVersion(Version version);
+
+  /// Less than, equal to or greater than 0.
+  [[nodiscard]] int orderTo(std::span<const std::int64_t> other) const noexcept;
+
+ private:
+  Version version_;
+  std::vector<std::int8_t> orderFrom_;  // how the pieces from each place on stand to zeros
+};
+
 }  // namespace corvo::targeting

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <string>
 
+#include "base/text_index.h"
 #include "tests/base/case_table.h"
 
 namespace corvo::base {
@@ -30,6 +32,16 @@ TEST(WellFormed, SeesABadByteAtEveryPlaceOfAnAsciiText) {
       EXPECT_EQ(std::string_view(WellFormed(text)), mended);
     }
   }
+}
+
+/// Whether the texts are canonically equivalent. What their bytes tell must agree.
+bool canonicallyEqual(std::string_view a, std::string_view b) {
+  const auto decomposition = [](std::string_view text) {
+    return decomposed(text).value_or(std::string(text));
+  };
+  const bool equal = decomposition(a) == decomposition(b);
+  EXPECT_EQ(plainlyEqual(a, b).value_or(equal), equal) << a << ' ' << b;
+  return equal;
 }
 
 /// Holds each pair of texts, "a=b" between blanks, against each other both ways.
@@ -72,6 +84,36 @@ TEST(CanonicallyEqual, FailsForTextsThatOnlyLookAlike) {
     expectEquality(pairs, false);
   }
   EXPECT_FALSE(canonicallyEqual("\u00E9\0x"sv, "e\u0301\0y"sv));
+}
+
+TEST(Decomposed, IsGivenWhereItDiffersFromTheText) {
+  for (const std::string_view same : {""sv, "K;`"sv, "e\u0301"sv, "\u1112\u1161"sv, "\u0627"sv,
+                                      "q\u0323\u0307"sv, "\u4E3D\U0001F600"sv}) {
+    EXPECT_EQ(decomposed(same), std::nullopt) << same;
+  }
+  EXPECT_EQ(decomposed("x\u00E9\u0323\U0001F600"), "xe\u0323\u0301\U0001F600");
+  EXPECT_EQ(plainlyEqual("Graz", "G\u00F6teborg"), std::nullopt);
+  EXPECT_EQ(plainlyEqual("Graz", "Z\u00FCrich"), false);
+}
+
+TEST(Contains, FindsAPartWhereverItStands) {
+  const std::string half = std::string(40, 'a') + 'b';
+  const std::string whole = 'a' + half + half + half + 'c';
+  const TextIndex index(whole);
+  const auto expect = [&](const std::string& part, bool contained) {
+    EXPECT_EQ(contains(whole, part), contained) << part;
+    EXPECT_EQ(index.contains(part), contained) << part;
+  };
+  for (std::size_t at = 0; at <= whole.size(); ++at) {
+    for (const std::size_t size : {0U, 1U, 2U, 41U, 64U, 65U, 100U, 125U, 126U}) {
+      const std::string part = whole.substr(at, size);
+      expect(part, true);
+      expect(part + 'd', false);
+    }
+  }
+  EXPECT_TRUE(TextIndex("").contains(""));
+  EXPECT_FALSE(TextIndex("").contains("\0"sv));
+  EXPECT_TRUE(TextIndex("\0\xFF\0"sv).contains("\xFF\0"sv));
 }
 
 // Ordering by exchange of neighbours would take many seconds.

@@ -164,6 +164,36 @@ TEST_F(ClientTest, StopsUsingAPropertyADayAfterItWasSet) {
   EXPECT_THROW(client->checkFlag<std::string>("mine").get(), CorvoError);
 }
 
+TEST_F(ClientTest, ComparesPrivateFlagsWithTheValueOfTheMoment) {
+  const auto flag = [](const std::string& name, const std::string& digest) {
+    return R"({"name": ")" + name + R"(", "type": "bool", "is_private": true, "rules": [
+        {"is_default": false, "value": "true", "conditional_statement": "AND", "conditions": [
+            {"name": ")" +
+           name + R"(", "condition_sign": "equal", "value": ")" + digest + R"("}]},
+        {"is_default": true, "value": "false", "conditional_statement": "-", "conditions": []}]})";
+  };
+  // The digests of "2024-05-01 12:00" and "tvOS".
+  fake.session->always(
+      "config.json",
+      fakes::ok(R"({"feature_flags": [)" + flag("time", "b5b4319b739bb06a8cb9c1ed46f4067f") + "," +
+                flag("os.name", "6dc9155e5a34c48d7c1ef154c368c18d") + "]}"));
+  const auto client = registry.initializeClient("token", std::nullopt, "https://a", 1e6, 0, "tag");
+  client->setUserProperties([](auto& builder) { builder.setOsName("tvOS"); });
+  const auto expect = [&](bool time, bool osName) {
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_EQ(client->getUserFeatureFlagsDetails().get(),
+                (FlagReport{{"time", time}, {"os.name", osName}}));
+    }
+  };
+  expect(true, true);
+  fake.time->advance(60);
+  expect(false, true);
+  fake.time->advance(86'400);
+  expect(false, false);  // the device's
+  fake.time->set(1'714'564'800);
+  expect(true, true);
+}
+
 TEST_F(ClientTest, ReadsExpiriesInTheZoneOfNow) {
   const auto client = makeClient();
   client->setUser(user("gold"));

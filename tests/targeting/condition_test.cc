@@ -84,6 +84,73 @@ TEST(Condition, OfNoValuesIsFalseWhateverItsSign) {
   }
 }
 
+// Asked many times in one question: what takes long is remembered, and of many searches an index
+// is made.
+TEST(Condition, AnswersAlikeOnLongPropertiesHoweverOften) {
+  const auto times = [](int count, const std::string& part) {
+    std::string text;
+    for (int i = 0; i < count; ++i) text += part;
+    return text;
+  };
+  const std::string nine = times(200, "0") + "9.5";
+  const std::string version = "1." + times(100, "0.") + "2";
+  const std::string words = times(100, "ab") + "c";
+  const std::string composed = times(100, "\u00E9");
+  struct Case {
+    const char* name;
+    std::string property;
+    const char* sign;
+    std::vector<std::string> values;
+    bool expected;
+    bool hashed = false;
+  };
+  const Case cases[] = {
+      {"n", nine, "greater", {"9.4"}, true},
+      {"n", nine, "greater", {"9.5"}, false},
+      {"n", nine, "lessEqual", {nine}, true},
+      {"n", nine + "x", "greater", {"1"}, false},
+      {"appVersion", version, "greater", {"1"}, true},
+      {"appVersion", version, "greater", {"1.0.0"}, true},
+      {"appVersion", version, "less", {"1.0.1"}, true},
+      {"appVersion", version, "less", {"2"}, true},
+      {"appVersion", version, "less", {"1." + times(99, "0.") + "1"}, true},
+      {"appVersion", version, "lessEqual", {version + ".0.0"}, true},
+      {"appVersion", version, "greaterEqual", {version + ".0.0"}, true},
+      {"appVersion", version, "greaterEqual", {version + ".0.1"}, false},
+      {"appVersion", version, "less", {version + ".-1"}, false},
+      {"appVersion", version + ".x", "greater", {"0"}, false},
+      {"appVersion", "0." + times(100, "0.") + "-1", "less", {"0"}, true},
+      {"date", times(200, "2"), "onDate", {"2024-05-01"}, false},
+      {"t", composed, "equal", {composed}, true},
+      {"t", composed, "equal", {times(100, "e\u0301")}, true},
+      {"t", times(100, "e\u0301"), "anyOf", {"x", composed}, true},
+      {"t", composed, "noneOf", {times(100, "e\u0301") + "x"}, true},
+      {"t", words, "containsAnyOf", {"cc", "bc"}, true},
+      {"t", words, "containsAnyOf", {"cb", words + "c"}, false},
+      {"t", words, "containsNoneOf", {words.substr(1)}, false},
+      {"t", words, "containsNoneOf", {times(100, "ba")}, true},
+      {"t", words, "contains", {"x" + words + "x"}, true},
+      {"t", times(200, "a"), "equal", {"887f30b43b2867f4a9accceee7d16e6c"}, true, true},
+      {"t", times(200, "a"), "equal", {times(200, "a")}, false, true},
+  };
+  const fakes::FakeTimeZone zone;
+  const LocalTime localTime(zone);
+  for (const Case& c : cases) {
+    PropertyLayer layer;
+    layer.put(c.name, c.property);
+    const auto sign =
+        static_cast<ConditionSign>(std::ranges::find(kSigns, std::string(c.sign)) - kSigns.begin());
+    const model::Condition record{c.name, sign, c.values};
+    Vocabulary vocabulary;
+    const PreparedCondition condition(record, vocabulary);
+    const PropertyTable properties(vocabulary.names, {.user = &layer});
+    const Context context{.properties = &properties, .localTime = localTime};
+    for (int i = 0; i < 70; ++i) {
+      ASSERT_EQ(conditionMatches(condition, context, c.hashed), c.expected) << &c - cases;
+    }
+  }
+}
+
 TEST(Condition, AsksTheZoneOfNowForTheMoments) {
   fakes::FakeTimeZone zone;
   const LocalTime localTime(zone);

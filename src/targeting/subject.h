@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "base/civil_time.h"
+#include "targeting/context.h"
+#include "targeting/version.h"
+
+namespace corvo::targeting {
+
+/// The property that a condition tests, read as the condition wants it. What takes long to read is
+/// remembered by the context's table of properties, so that many conditions on a long property cost
+/// no more than their own values.
+class Subject {
+ public:
+  /// The property of that number. `hashed` tells whether texts are compared with its digest.
+  Subject(const Context& context, std::uint32_t number, bool hashed)
+      : context_(context),
+        value_(context.find(number)),
+        number_(number),
+        hashed_(hashed && value_ != nullptr) {}
+
+  /// A missing property reads as the empty text.
+  [[nodiscard]] std::string_view plain() const {
+    return value_ == nullptr ? std::string_view{} : *value_;
+  }
+  /// What texts are compared with: the property as it is, or its digest. That of a missing one is
+  /// the empty text, not a digest. Valid until another property is read.
+  [[nodiscard]] std::string_view text() const { return hashed_ ? digest() : plain(); }
+  /// The canonical decomposition of that text.
+  [[nodiscard]] std::string_view decomposition() const;
+
+  [[nodiscard]] std::optional<double> number() const;
+  [[nodiscard]] std::optional<base::LocalSeconds> date() const;
+  /// How the property stands to a version, or none where it is no version.
+  [[nodiscard]] std::optional<int> orderTo(std::span<const std::int64_t> version) const;
+  /// Whether the part stands in the property.
+  [[nodiscard]] bool contains(std::string_view part) const;
+
+  [[nodiscard]] const LocalTime& localTime() const { return context_.localTime; }
+
+ private:
+  // A short property is read anew each time: that costs less than to remember it.
+  [[nodiscard]] bool isShort() const { return plain().size() <= 128; }
+  [[nodiscard]] Readings& readings() const {
+    return context_.properties->readings(number_, *value_);
+  }
+  [[nodiscard]] std::string_view digest() const;
+
+  const Context& context_;
+  const std::string* value_;  // null where it is missing
+  std::uint32_t number_;
+  bool hashed_;
+};
+
+/// Reads a date as conditions write it: with a time of day, to the minute, or without.
+[[nodiscard]] std::optional<base::LocalSeconds> parseConditionDate(std::string_view text);
+
+}  // namespace corvo::targeting
