@@ -1,5 +1,7 @@
 #pragma once
 
+#include <corvo/export.h>
+
 #include <cstddef>
 #include <string_view>
 
@@ -12,7 +14,7 @@ struct TextHash {
   using is_transparent = void;
 
   // Not noexcept: so the GNU library's tables keep each key's hash and need not make it again.
-  [[nodiscard]] std::size_t operator()(std::string_view text) const;
+  [[nodiscard]] CORVO_EXPORT std::size_t operator()(std::string_view text) const;
 };
 
 }  // namespace corvo

@@ -10,15 +10,17 @@ namespace corvo::client {
 std::optional<CorvoError> ForcedInclusions::include(const model::ConfigResponse& config,
                                                     std::string_view experimentName,
                                                     std::optional<std::int64_t> groupIndex) {
-  auto edited = edit(config, experimentName, groupIndex);
+  const auto found = experiments::findToForceInto(config.experiments, experimentName);
+  if (const auto* error = std::get_if<CorvoError>(&found)) return *error;
+  const std::size_t position = std::get<std::size_t>(found);
+  auto edited = force(config.experiments[position], groupIndex);
   if (auto* error = std::get_if<CorvoError>(&edited)) return std::move(*error);
-  auto& [position, experiment] = std::get<Edit>(edited);
 
   const auto& remembered = parts_.storage->corvoForcedExperiments.read();
   model::ForcedExperiments forced = remembered ? *remembered : model::ForcedExperiments();
   forced.insert_or_assign(std::string(experimentName), groupIndex);
   auto changed = std::make_shared<model::ConfigResponse>(config);
-  changed->experiments[position] = std::move(experiment);
+  changed->experiments[position] = std::get<model::Experiment>(std::move(edited));
 
   // Both are prepared first, so that neither is written without the other.
   const double now = parts_.clock->now();
@@ -33,12 +35,15 @@ std::optional<CorvoError> ForcedInclusions::include(const model::ConfigResponse&
 void ForcedInclusions::reapply(model::ConfigResponse& config) {
   const auto remembered = parts_.storage->corvoForcedExperiments.read();
   if (!remembered) return;
+  model::ForcedExperiments left = *remembered;
   bool anyForced = false;
-  for (const auto& [name, groupIndex] : *remembered) {
-    auto edited = edit(config, name, groupIndex);
+  for (model::Experiment& experiment : config.experiments) {
+    const auto found = left.find(experiment.name);
+    if (found == left.end()) continue;
+    auto edited = force(experiment, found->second);
+    left.erase(found);  // only the first experiment of a name counts
     if (std::holds_alternative<CorvoError>(edited)) continue;
-    auto& [position, experiment] = std::get<Edit>(edited);
-    config.experiments[position] = std::move(experiment);
+    experiment = std::get<model::Experiment>(std::move(edited));
     anyForced = true;
   }
   if (anyForced) remember(*remembered);
@@ -46,16 +51,10 @@ void ForcedInclusions::reapply(model::ConfigResponse& config) {
 
 // The user is looked for, and where there is none an empty one stored, only once the experiment is
 // found.
-std::variant<ForcedInclusions::Edit, CorvoError> ForcedInclusions::edit(
-    const model::ConfigResponse& config, std::string_view experimentName,
-    std::optional<std::int64_t> groupIndex) {
-  const auto found = experiments::findToForceInto(config.experiments, experimentName);
-  if (const auto* error = std::get_if<CorvoError>(&found)) return *error;
-  const std::size_t position = std::get<std::size_t>(found);
-  auto edited = experiments::applyForcedInclusion(config.experiments[position], groupIndex,
-                                                  parts_.contexts->ofUser(parts_.clock->now()));
-  if (auto* error = std::get_if<CorvoError>(&edited)) return std::move(*error);
-  return Edit{position, std::get<model::Experiment>(std::move(edited))};
+std::variant<model::Experiment, CorvoError> ForcedInclusions::force(
+    const model::Experiment& experiment, std::optional<std::int64_t> groupIndex) {
+  return experiments::applyForcedInclusion(experiment, groupIndex,
+                                           parts_.contexts->ofUser(parts_.clock->now()));
 }
 
 std::optional<CorvoError> ForcedInclusions::forget(std::string_view experimentName) {

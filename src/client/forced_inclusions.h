@@ -46,14 +46,8 @@ class ForcedInclusions {
   std::variant<bool, CorvoError> forgetAll();
 
  private:
-  /// An experiment to be put into a configuration in place of the one at that position.
-  struct Edit {
-    std::size_t position;
-    model::Experiment experiment;
-  };
-  std::variant<Edit, CorvoError> edit(const model::ConfigResponse& config,
-                                      std::string_view experimentName,
-                                      std::optional<std::int64_t> groupIndex);
+  std::variant<model::Experiment, CorvoError> force(const model::Experiment& experiment,
+                                                    std::optional<std::int64_t> groupIndex);
   using Slot = storage::StorageProperty<model::ForcedExperiments>;
   void remember(model::ForcedExperiments forced);
   [[nodiscard]] Slot::Prepared prepared(model::ForcedExperiments forced, double now) const;
