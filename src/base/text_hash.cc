@@ -2,37 +2,7 @@
 
 #include <corvo/text_hash.h>
 
-#include <chrono>
-#include <random>
-
 namespace corvo {
-namespace base {
-namespace {
-
-std::uint64_t drawn() noexcept {
-  try {
-    std::random_device device;
-    return static_cast<std::uint64_t>(device()) << 32 | device();
-  } catch (...) {
-    return 0;  // no reason to fail: the clock and the place remain
-  }
-}
-
-std::uint64_t moment() noexcept {
-  return static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
-}
-
-}  // namespace
-
-HashSecrets drawHashSecrets() noexcept {
-  constexpr std::uint64_t kOdd = 0x9E3779B97F4A7C15;
-  static const char place = 0;  // differs from run to run where programs are loaded at random
-  const std::uint64_t address{reinterpret_cast<std::uintptr_t>(&place)};
-  const std::uint64_t start = drawn() ^ moment() ^ address << 20;
-  return {start, (drawn() ^ start * kOdd) | 1};
-}
-
-}  // namespace base
 
 std::size_t TextHash::operator()(std::string_view text) const { return base::TextHash()(text); }
 

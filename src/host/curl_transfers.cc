@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "host/sigpipe.h"
 #include "host/url_rules.h"
 
 namespace corvo::host {
@@ -41,7 +42,9 @@ void forEach(Orders& orders, Visit visit) {
 CurlTransfers::CurlTransfers(const TransferLimits& limits) : limits_(limits), multi_(makeMulti()) {}
 
 CurlTransfers::~CurlTransfers() {
+  const WithoutSigpipe quiet;
   for (Order& order : active_) leave(order);
+  multi_.reset();  // which ends the connections
 }
 
 void CurlTransfers::start(Orders orders) noexcept {
@@ -52,6 +55,8 @@ void CurlTransfers::start(Orders orders) noexcept {
 }
 
 void CurlTransfers::perform() {
+  if (count_ == 0) return;
+  const WithoutSigpipe quiet;
   dropOrphans();
   bool hasEnded = false;
   do {

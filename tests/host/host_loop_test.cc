@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 
+#include "host/sigpipe.h"
 #include "tests/host/loopback_server.h"
 
 namespace corvo {
@@ -123,6 +124,20 @@ TEST(HostLoopTest, OutlivesATaskThatLetsGoOfIt) {
   host.loop->post([] {});
   loop.lock()->tick();
   EXPECT_TRUE(loop.expired());
+}
+
+TEST(SigpipeTest, IsKeptFromTheProcessAndLeavesNothing) {
+  {
+    const host::WithoutSigpipe quiet;
+    raise(SIGPIPE);
+  }
+  sigset_t pending{};
+  sigset_t blocked{};
+  sigpending(&pending);
+  pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+  EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+  EXPECT_EQ(sigismember(&blocked, SIGPIPE), 0);
+  EXPECT_EXIT(raise(SIGPIPE), testing::KilledBySignal(SIGPIPE), "") << "as it was before";
 }
 
 TEST(HostLoopTest, ATickNeverWaitsForATransfer) {
