@@ -10,7 +10,8 @@ function(corvo_configure target)
   endif()
   if(CORVO_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${CORVO_SANITIZE} -fno-omit-frame-pointer
-      -fno-sanitize-recover=all)
+      -fno-sanitize-recover=all
+      $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)  # which optimised checks mislead
     target_link_options(${target} PRIVATE -fsanitize=${CORVO_SANITIZE})
   endif()
 endfunction()

@@ -19,9 +19,9 @@ struct HostOptions {
   std::filesystem::path dataFolder = defaultDataFolder();
   /// The file itself that they are kept in, made with its folder when it is missing. By default
   /// "corvo.db" in the data folder. While it is in use, files of its name and an ending lie beside
-  /// it. A file that is not the library's, or is a later version's, is left as it is, and nothing is
-  /// kept. A damaged one is renamed, with ".damaged-" and a number after its name, and a new one is
-  /// begun.
+  /// it. A file that is not the library's, or is a later version's, is left as it is, and nothing
+  /// is kept. A damaged one is renamed, with ".damaged-" and a number after its name, and a new one
+  /// is begun.
   std::optional<std::filesystem::path> dataFile = std::nullopt;
   /// Keeps everything in memory instead: a new run is a new installation.
   bool inMemory = false;

@@ -96,7 +96,8 @@ std::optional<LocalSeconds> parseDate(std::string_view text, DatePattern pattern
                                          std::chrono::month(month), std::chrono::day(day)};
   if (!date.ok()) return {};
   const LocalSeconds days = std::chrono::sys_days(date).time_since_epoch().count();
-  return days * kSecondsPerDay + LocalSeconds{hour} * 3'600 + minute * 60 + second;
+  const unsigned time = (hour * 60 + minute) * 60 + second;
+  return days * kSecondsPerDay + time;
 }
 
 std::string formatDate(LocalSeconds local, DatePattern pattern) {

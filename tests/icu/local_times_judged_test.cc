@@ -147,7 +147,7 @@ class Chance {
       std::string number = plain.substr(at, end - at);
       if (oneIn(30)) number = std::to_string(within(0, oneIn(3) ? INT64_MAX : 70));
       if (oneIn(10)) number.erase(0, std::min(number.find_first_not_of('0'), number.size() - 1));
-      while (oneIn(10)) number.insert(0, "0");
+      while (oneIn(10)) number.insert(number.begin(), '0');
       while (oneIn(10)) result += letterOf("\t\n\v\f\r ");
       result += number;
       if (end < plain.size()) result += plain[end];
