@@ -8,9 +8,9 @@ namespace {
 constexpr std::ptrdiff_t kNever = -1;
 constexpr std::ptrdiff_t kFailed = -2;
 
-std::size_t allocations = 0;
-std::ptrdiff_t live = 0;
-std::ptrdiff_t leftToSucceed = kNever;
+thread_local std::size_t allocations = 0;
+thread_local std::ptrdiff_t live = 0;
+thread_local std::ptrdiff_t leftToSucceed = kNever;
 
 }  // namespace
 

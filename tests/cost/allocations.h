@@ -4,11 +4,13 @@
 
 namespace corvo::tests {
 
-/// What this program has allocated so far, and what of it is still in use.
+/// How often this thread has allocated so far, and how much oftener than it has freed. Needs a
+/// build without sanitizers.
 std::size_t allocationCount();
 std::ptrdiff_t liveAllocations();
 
-/// Lets that many more allocations succeed; then one fails. None fails once this is over.
+/// Lets that many more allocations of this thread succeed; then one fails. None fails once this is
+/// over.
 class FailingAllocation {
  public:
   explicit FailingAllocation(std::size_t succeedBefore);

@@ -2,27 +2,14 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <cstdlib>
+#include <cstddef>
 #include <functional>
 #include <new>
 #include <string>
 #include <utility>
 
+#include "tests/cost/allocations.h"
 #include "tests/host/loopback_server.h"
-
-namespace {
-
-thread_local int allocationsLeft = -1;  // of this thread, until one fails; negative: for ever
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  const bool fails = allocationsLeft >= 0 && --allocationsLeft < 0;
-  if (void* const memory = fails ? nullptr : std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace corvo {
 namespace {
@@ -48,25 +35,28 @@ TEST(TransferMemoryTest, AnOrderThatWasTakenIsAnsweredOnceWhicheverAllocationFai
   };
   const std::function<bool()> isIdle = [&] { return !host.loop->busy(); };
 
-  int nth = 0;
+  std::size_t nth = 0;
   for (bool isWhole = false; !isWhole; ++nth) {
     UrlRequest first = request;
     UrlRequest second = request;
     int orders = answers = failures = 0;
-    allocationsLeft = nth;
-    try {
-      start(std::move(first));
-      ++orders;
-      start(std::move(second));
-      ++orders;
-    } catch (const std::bad_alloc&) {  // so this one was not taken
+    {
+      const tests::FailingAllocation failing(nth);
+      try {
+        start(std::move(first));
+        ++orders;
+        start(std::move(second));
+        ++orders;
+      } catch (const std::bad_alloc&) {  // so this one was not taken
+      }
+      host.loop->runUntil(isIdle);
+      isWhole = !tests::FailingAllocation::hasFailed();
     }
-    EXPECT_TRUE(host.loop->runUntil(isIdle));
-    isWhole = std::exchange(allocationsLeft, -1) >= 0;
+    EXPECT_FALSE(host.loop->busy());
     EXPECT_EQ(answers, orders) << nth;
     EXPECT_EQ(failures, isWhole || orders < 2 ? 0 : 1) << nth;
   }
-  EXPECT_GT(nth, 10);
+  EXPECT_GT(nth, 10U);
 }
 
 }  // namespace
