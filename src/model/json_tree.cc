@@ -134,11 +134,10 @@ class Walk {
   }
 
   // Not into the parser's own room: it does not look whether there was memory for that.
-  bool string(simdjson::simdjson_result<ondemand::raw_json_string>&& raw) {
-    ondemand::raw_json_string escaped;
+  bool string(const simdjson::simdjson_result<ondemand::raw_json_string>& raw) {
     std::string_view text;
-    if (std::move(raw).get(escaped) != simdjson::SUCCESS ||
-        parser_.unescape(escaped, strings_).get(text) != simdjson::SUCCESS) {
+    if (raw.error() != simdjson::SUCCESS ||
+        parser_.unescape(raw.value_unsafe(), strings_).get(text) != simdjson::SUCCESS) {
       return fail(kNotJson);
     }
     return add(JsonKind::string, text);

@@ -481,6 +481,7 @@ TEST_F(SqlitePreferencesStoreTest, KilledWhileItWritesItHoldsAllOfAChangeOrNothi
     if (isNew) clear();
     const int from = isNew ? 0 : std::stoi(suite()->read("a").value_or("0"));
     Child child([&](auto tell) {
+      tell(-1);
       sqlite3_soft_heap_limit64(20'000);  // want of memory has SQLite write early
       const auto suite = this->suite();
       for (int i = from + 1;; ++i) {
@@ -491,6 +492,7 @@ TEST_F(SqlitePreferencesStoreTest, KilledWhileItWritesItHoldsAllOfAChangeOrNothi
         tell(i);
       }
     });
+    EXPECT_EQ(child.next(), -1) << "it has not begun";
     std::this_thread::sleep_for(std::chrono::microseconds(random() % (isNew ? 3000 : 6000)));
     const int last = std::max(child.last(SIGKILL), from);
     const std::string bytes = bytesOf(file());
