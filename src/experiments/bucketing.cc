@@ -19,8 +19,6 @@ static_assert(std::numeric_limits<double>::is_iec559 && FLT_EVAL_METHOD == 0,
 namespace corvo::experiments {
 namespace {
 
-using Reason = PlacementReason;
-
 constexpr double kBucketMultiplier = 85407170560000.0;
 constexpr double kBucketScale = 0x1p-64;
 static_assert(std::bit_cast<std::uint64_t>(kBucketMultiplier) == 0x42D36B5A04000000);
@@ -58,7 +56,7 @@ bool contains(const List& list, std::string_view splitId) {
   return std::ranges::find(list, splitId) != list.end();
 }
 
-Placement placed(Reason reason, const std::vector<model::Group>& groups, std::size_t index,
+Placement placed(PlacementReason reason, const std::vector<model::Group>& groups, std::size_t index,
                  double bucket = 0) {
   return {reason, &groups[index], static_cast<std::uint32_t>(index), bucket};
 }
@@ -100,11 +98,11 @@ Placement pickGroupByWeight(const model::Experiment& experiment, AllocationTest 
   const double magnitude = std::fabs(bucket);
   if (allocationTest == AllocationTest::applied &&
       magnitude / kPercent > experiment.allocation * kPercent) {
-    return {.reason = Reason::outsideAllocation, .bucket = bucket};
+    return {.reason = PlacementReason::outsideAllocation, .bucket = bucket};
   }
   const std::optional<std::size_t> index = groupAt(beyondHundreds(magnitude), experiment.groups);
-  if (!index) return {.reason = Reason::noGroup, .bucket = bucket};
-  return placed(Reason::bucketed, experiment.groups, *index, bucket);
+  if (!index) return {.reason = PlacementReason::noGroup, .bucket = bucket};
+  return placed(PlacementReason::bucketed, experiment.groups, *index, bucket);
 }
 
 // Bounds that are not ordered, as those that are no numbers, admit nobody.
@@ -153,7 +151,7 @@ Buckets bucketValues(const std::array<base::Md5Message, base::kMd5Lanes>& messag
 Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
                       const double* bucket) {
   if (const auto index = forcedGroupIndex(experiment.groups, splitId)) {
-    return placed(Reason::forcedIntoGroup, experiment.groups, *index);
+    return placed(PlacementReason::forcedIntoGroup, experiment.groups, *index);
   }
   const auto pick = [&](AllocationTest allocationTest) {
     return pickGroupByWeight(experiment, allocationTest,
@@ -161,10 +159,10 @@ Placement assignGroup(std::string_view splitId, const model::Experiment& experim
   };
   if (contains(experiment.forcedUserList, splitId)) {
     Placement placement = pick(AllocationTest::skipped);
-    if (placement.group) placement.reason = Reason::forcedIntoExperiment;
+    if (placement.group) placement.reason = PlacementReason::forcedIntoExperiment;
     return placement;
   }
-  if (!insideLayer(splitId, experiment)) return {.reason = Reason::outsideLayer};
+  if (!insideLayer(splitId, experiment)) return {.reason = PlacementReason::outsideLayer};
   return pick(AllocationTest::applied);
 }
 

@@ -11,8 +11,6 @@
 
 namespace corvo::experiments {
 
-using Reason = PlacementReason;
-
 namespace {
 
 using Holdouts = std::span<const PreparedExperiment* const>;
@@ -22,9 +20,9 @@ Placement place(std::string_view splitId, const PreparedExperiment& experiment,
                 const targeting::Context& context, const double* bucket) {
   const model::Experiment& record = *experiment.record;
   Placement placement = assignGroup(splitId, record, bucket);
-  if (placement.reason == Reason::bucketed && experiment.target &&
+  if (placement.reason == PlacementReason::bucketed && experiment.target &&
       !targetMatches(*experiment.target, context, record.isPrivate.value_or(false))) {
-    placement = {.reason = Reason::targetsNotMet, .bucket = placement.bucket};
+    placement = {.reason = PlacementReason::targetsNotMet, .bucket = placement.bucket};
   }
   return placement;
 }
@@ -33,9 +31,11 @@ template <class IsInHoldout, class BucketOf>
 Placement resolve(const PreparedExperiment& experiment, Holdouts holdouts,
                   const targeting::Context& context, IsInHoldout isInHoldout, BucketOf bucketOf) {
   const std::string* splitId = splitIdentifier(experiment.record->splitMode, context);
-  if (splitId == nullptr) return {.reason = Reason::noSplitIdentifier};
+  if (splitId == nullptr) return {.reason = PlacementReason::noSplitIdentifier};
   for (const PreparedExperiment* holdout : holdouts) {
-    if (isInHoldout(*holdout)) return {.reason = Reason::heldOut, .holdout = holdout->record};
+    if (isInHoldout(*holdout)) {
+      return {.reason = PlacementReason::heldOut, .holdout = holdout->record};
+    }
   }
   return place(*splitId, experiment, context, bucketOf(experiment));
 }
