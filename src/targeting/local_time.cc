@@ -14,7 +14,8 @@ constexpr unsigned kMemoBits = 8;
 // The place of a conversion: the upper bits of a multiplication spread inputs that lie whole
 // minutes or days apart (Fibonacci hashing).
 std::size_t placeOf(std::int64_t from) {
-  return static_cast<std::uint64_t>(from) * 0x9E3779B97F4A7C15U >> (64 - kMemoBits);
+  return static_cast<std::size_t>(static_cast<std::uint64_t>(from) * 0x9E3779B97F4A7C15U >>
+                                  (64 - kMemoBits));
 }
 
 }  // namespace
