@@ -9,7 +9,8 @@ namespace corvo::base {
 
 /// The whole text as ISO C `strtod` reads it in the C locale, whatever locale the process has set.
 /// None for an empty text, one that begins with white space, holds a NUL or has more after the
-/// number. Out of range gives infinity, zero or a denormal, as `strtod` does.
+/// number. Out of range gives infinity, zero or a denormal, as `strtod` does. What follows "nan" in
+/// parentheses is checked and dropped.
 [[nodiscard]] std::optional<double> parseDouble(std::string_view text);
 
 /// The same for plain decimal numbers only: sign, digits with or without a point (".5" and "5."

@@ -1,0 +1,187 @@
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "base/md5.h"
+#include "base/number.h"
+#include "experiments/bucketing.h"
+#include "model/codec.h"
+
+// Prints how numbers are read, digests and 10,000 assignments, each to the last bit. The output
+// must be the same from every processor, compiler and level of optimisation: `scripts/test-cross`
+// compares it. Fails where it is wrong for certain.
+
+namespace corvo {
+namespace {
+
+bool failed = false;
+
+void expect(bool isRight, const char* what) {
+  if (isRight) return;
+  std::fprintf(stderr, "golden: %s is wrong\n", what);
+  failed = true;
+}
+
+template <class... Values>
+void print(const char* what, const Values&... values) {
+  std::string line = what;
+  ((line += ' ', line += values), ...);
+  std::puts(line.c_str());
+}
+
+std::string bits(double value) {
+  if (std::isnan(value)) return "nan";
+  const auto word = std::bit_cast<std::uint64_t>(value);
+  std::string digits;
+  for (int at = 60; at >= 0; at -= 4) digits += "0123456789abcdef"[word >> at & 15];
+  return digits;
+}
+
+/// The standard says which numbers this engine makes, but not so for its distributions.
+class Generator {
+ public:
+  std::uint64_t word() { return engine_(); }
+  std::size_t below(std::uint64_t count) { return static_cast<std::size_t>(engine_() % count); }
+  template <class List>
+  auto oneOf(const List& list) {
+    return list[below(list.size())];
+  }
+  std::string text(std::size_t most) {
+    static const std::array<std::string, 8> kPieces{"a", "Z", "0", "-", " ", "é", "愛", "🐦"};
+    std::string text;
+    for (std::size_t left = below(most + 1); left != 0; --left) text += oneOf(kPieces);
+    return text;
+  }
+  /// The double itself or one of the four next to it.
+  double near(double value) {
+    const double towards = below(2) == 0 ? 0 : HUGE_VAL;
+    for (std::size_t steps = below(3); steps != 0; --steps) value = std::nextafter(value, towards);
+    return value;
+  }
+
+ private:
+  std::mt19937_64 engine_{1};
+};
+
+void printNumbers(Generator& random) {
+  expect(base::parseDouble("0x1.8p1") == 3 && base::parseDouble("1e-400") == 0 &&
+             base::parseDouble("9007199254740993") == 9007199254740992,
+         "the reading of numbers");
+  constexpr std::array kHeads{"", "", "-", "+", "0x", "-0X"};
+  constexpr std::array kDigits{"",   "0",   "000", "1",    "7",
+                               "93", "308", "324", "1074", "9007199254740993"};
+  constexpr std::array kMarks{"", "", "e", "E+", "e-", "p", "P-", "f"};
+  for (int i = 0; i < 5'000; ++i) {
+    std::string text = random.oneOf(kHeads);
+    for (int pieces = 0; pieces < 6; ++pieces) {
+      text += pieces == 3 ? "." : random.oneOf(kDigits);
+    }
+    text += random.oneOf(kMarks);
+    text += random.oneOf(kDigits);
+    const auto value = base::parseDouble(text);
+    print("number", text, value ? bits(*value) + ' ' + base::describe(*value) : "-");
+  }
+  for (int i = 0; i < 5'000; ++i) {
+    const auto value = std::bit_cast<double>(random.word());
+    const std::string text = base::describe(value);
+    const double read = base::parseDouble(text).value_or(0);
+    expect(bits(read) == bits(value), "a number that was written and read");
+    const auto single = std::bit_cast<float>(static_cast<std::uint32_t>(random.word()));
+    print("double", bits(value), text, base::describe(single));
+  }
+}
+
+void printDigests(Generator& random) {
+  // RFC 1321, appendix A.5
+  expect(base::view(base::md5Hex("message digest")) == "f96b697d7cb7938d525a2f31aaf161d0",
+         "the digest of the RFC");
+  for (int i = 0; i < 1'000; ++i) {
+    std::array<std::string, base::kMd5Lanes> texts;
+    std::array<base::Md5Message, base::kMd5Lanes> messages;
+    for (std::size_t lane = 0; lane < texts.size(); ++lane) {
+      texts[lane] = random.text(60);
+      messages[lane] = {texts[lane], texts[0]};
+    }
+    const auto digests = base::md5OfEach(messages);
+    for (std::size_t lane = 0; lane < texts.size(); ++lane) {
+      expect(digests[lane] == base::md5(texts[lane], texts[0]), "a digest beside others");
+      print("digest", base::view(base::hexDigits(digests[lane])),
+            std::to_string(experiments::stringHash32(digests[lane])));
+    }
+  }
+}
+
+/// One whose boundaries the identifier hits or misses by the last bits.
+model::Experiment experimentAround(const std::string& splitId, Generator& random) {
+  constexpr std::array kShares{0.0, 0.1, 0.25, 1.0 / 3, 0.333, 0.5, 0.995, 1.0, 1.5};
+  model::Experiment experiment;
+  experiment.name = "e";
+  experiment.salt = random.text(8);
+  const double bucket = std::fabs(experiments::bucketValue(splitId, experiment.salt));
+  experiment.allocation =
+      random.below(2) == 0 ? random.near(bucket / 100 / 100) : random.oneOf(kShares) * 2;
+
+  double left = std::fmod(bucket, 100) / 100;
+  for (std::size_t count = random.below(5); count != 0; --count) {
+    model::Group& group = experiment.groups.emplace_back();
+    group.name = random.oneOf(std::array{"a", "b", "c"});
+    group.weight = random.below(2) == 0 ? random.near(left) : left * random.oneOf(kShares);
+    left = std::fabs(left - group.weight);
+    if (random.below(50) == 0) group.forcedUserList.push_back(splitId);
+  }
+  if (random.below(20) == 0) experiment.forcedUserList.push_back(splitId);
+
+  if (random.below(3) == 0) experiment.layerId = random.text(4);
+  const double layer = std::fabs(
+      experiments::bucketValue(splitId, experiment.layerId ? *experiment.layerId : "sad"));
+  for (std::size_t count = random.below(3); count != 0; --count) {
+    const double point = random.near(std::floor(layer / 10));
+    const double width = static_cast<double>(random.below(3));
+    experiment.layerBounds.push_back(random.below(2) == 0
+                                         ? model::LayerBounds{point, point + width}
+                                         : model::LayerBounds{point - width, point});
+  }
+  return experiment;
+}
+
+void printAssignments(Generator& random) {
+  // Worked by hand: 385719871 * 85407170560000 / 2^64.
+  expect(experiments::bucketValue("user-1", "salt1") == 1785.856771213581, "the bucket of user-1");
+  model::ConfigResponse written;
+  std::vector<std::string> splitIds;
+  for (int i = 0; i < 10'000; ++i) {
+    splitIds.push_back("user-" + std::to_string(i) + random.text(30));
+    written.experiments.push_back(experimentAround(splitIds.back(), random));
+  }
+
+  const std::string json = model::encodeJson(written).value_or("");
+  const auto read = model::decodeJson<model::ConfigResponse>(json);
+  const auto* const config = std::get_if<model::ConfigResponse>(&read);
+  expect(config != nullptr && *config == written, "a configuration that was written and read");
+  print("configuration", base::view(base::md5Hex(json)));
+  if (config == nullptr) return;
+  for (std::size_t i = 0; i < config->experiments.size(); ++i) {
+    const auto placement = experiments::assignGroup(splitIds[i], config->experiments[i]);
+    const std::string group = placement.group ? std::to_string(placement.index) : "-";
+    print("assignment", std::to_string(i), std::to_string(static_cast<int>(placement.reason)),
+          group, bits(placement.bucket));
+  }
+}
+
+}  // namespace
+}  // namespace corvo
+
+int main() {
+  corvo::Generator random;
+  corvo::printNumbers(random);
+  corvo::printDigests(random);
+  corvo::printAssignments(random);
+  return corvo::failed ? 1 : 0;
+}
