@@ -1,5 +1,6 @@
 # A toolchain file: another processor or system by Debian's cross compilers, its programs run by an
 # emulator. CORVO_CROSS is aarch64, armhf, s390x or windows; CORVO_CROSS_COMPILER gcc or clang.
+# CMAKE_FIND_ROOT_PATH is where the libraries for it are; this machine's own are never taken.
 
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES CORVO_CROSS CORVO_CROSS_COMPILER)
 
@@ -24,7 +25,7 @@ if(CORVO_CROSS STREQUAL windows)
   set(suffix -posix)  # the flavour of MinGW-w64 that has the standard library's threads
   set(CMAKE_CROSSCOMPILING_EMULATOR /usr/lib/wine/wine64)
   set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
-  set(CMAKE_CXX_FLAGS_INIT -DUTF8PROC_STATIC)
+  string(APPEND CMAKE_CXX_FLAGS_INIT " -DUTF8PROC_STATIC -Wa,-mbig-obj")
 else()
   set(CMAKE_SYSTEM_NAME Linux)
   string(REGEX REPLACE "hf$" "" qemu qemu-${CORVO_CROSS})
@@ -42,3 +43,6 @@ else()
 endif()
 
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+foreach(kind IN ITEMS LIBRARY INCLUDE PACKAGE)
+  set(CMAKE_FIND_ROOT_PATH_MODE_${kind} ONLY)
+endforeach()

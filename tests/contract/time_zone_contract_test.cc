@@ -23,10 +23,22 @@ struct MovableFakeZone {
   std::shared_ptr<fakes::FakeTimeZone> zone = std::make_shared<fakes::FakeTimeZone>();
 };
 
-/// Sets the variable TZ, or unsets it.
+/// Sets a variable of the environment, or unsets it.
+void setVariable(const char* name, const std::optional<std::string>& text) {
+#ifdef _WIN32
+  _putenv_s(name, text.value_or("").c_str());
+#else
+  text ? setenv(name, text->c_str(), 1) : unsetenv(name);
+#endif
+}
+
 void setZone(const std::optional<std::string>& text) {
-  text ? setenv("TZ", text->c_str(), 1) : unsetenv("TZ");
+  setVariable("TZ", text);
+#ifdef _WIN32
+  _tzset();
+#else
   tzset();
+#endif
 }
 
 struct MovableSystemZone {
@@ -88,14 +100,14 @@ TEST(SystemTimeZoneTest, TellsEveryChangeOfTheVariable) {
   const std::optional<std::string> zones[] = {
       "Europe/Berlin", "Europe/Madrid", std::nullopt, "Europe/Berlin", "", std::nullopt, "UTC0"};
   for (const auto& each : zones) {
-    setenv("CORVO_TEST_A", "moves the variable", 1);
+    setVariable("CORVO_TEST_A", "moves the variable");
     setZone(each);
-    unsetenv("CORVO_TEST_A");
+    setVariable("CORVO_TEST_A", std::nullopt);
     EXPECT_NE(zone->identifier(), before) << each.value_or("unset");
     before = zone->identifier();
-    setenv("CORVO_TEST_B", "", 1);
+    setVariable("CORVO_TEST_B", "");
     EXPECT_EQ(zone->identifier(), before) << "another variable was touched";
-    unsetenv("CORVO_TEST_B");
+    setVariable("CORVO_TEST_B", std::nullopt);
   }
 }
 
@@ -103,7 +115,7 @@ TEST(SystemTimeZoneTest, FollowsTheVariableWithoutTzset) {
   setZone("UTC0");
   const auto zone = platform::systemTimeZone();
   const std::uint64_t before = zone->identifier();
-  setenv("TZ", "XXX-24:59:59", 1);
+  setVariable("TZ", "XXX-24:59:59");
   EXPECT_NE(zone->identifier(), before);
   EXPECT_EQ(zone->offsetAt(kWinter), 86'399) << "a whole day or more is no offset";
 }
