@@ -191,9 +191,9 @@ TEST_F(SqlitePreferencesStoreTest, OnlyItsOwnFilesAreOpened) {
     if (state == "closed")
       (void)host::Connection(file().string()).prepare("PRAGMA user_version").first();
     if (state == "lone") fs::remove(folder_ / "corvo.db-shm");
-    const auto untouched = [&] {
+    const auto untouched = [&, isLater = outcome == "later"] {
       Files all = files();
-      if (outcome == "later") all.erase("corvo.db-shm");
+      if (isLater) all.erase("corvo.db-shm");
       return all;
     };
     const Files found = untouched();
@@ -392,7 +392,7 @@ TEST_F(SqlitePreferencesStoreTest, AFullDiskChangesNothing) {
 }
 
 TEST_F(SqlitePreferencesStoreTest, AFullDiskAtTheStartIsTriedAgain) {
-  for (const rlim_t most : {0, 100, 8192, 20'000, 40'000}) {
+  for (const rlim_t most : {0UL, 100UL, 8192UL, 20'000UL, 40'000UL}) {
     clear();
     const Platform platform = open();
     onFullDisk(

@@ -142,7 +142,7 @@ TEST_F(TransportTest, AnAnswerIsItsStatusAndDecodedBodyOrAFailure) {
 TEST_F(TransportTest, AcceptsSixteenMebibytesByDefault) {
   host_ = makeHost({.inMemory = true});
   LoopbackServer server;
-  for (const std::size_t more : {0, 1}) {
+  for (const std::size_t more : {0U, 1U}) {
     server.say(answer(200, std::string(16 * kMiB + more, 'a')));
     EXPECT_EQ(get(server.url("/")).failure.has_value(), more == 1);
   }
