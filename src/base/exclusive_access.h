@@ -31,8 +31,6 @@ class ExclusiveAccess {
     Scope& operator=(const Scope&) = delete;
     ~Scope() { release(); }
 
-    [[nodiscard]] bool isHeld() const noexcept { return access_ != nullptr; }
-
     /// Gives it up early. The thing is not touched again, so it may be gone afterwards.
     void release() noexcept {
       if (access_ != nullptr) std::exchange(access_, nullptr)->give(thisThread(), wasMine_);

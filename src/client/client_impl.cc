@@ -275,7 +275,7 @@ void CorvoClientImpl::refresh(Callback<void()>& onSuccess, OnError& onError, Tur
 template <class Route, class Failure, class Step>
 void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
   const auto route = synchronisation_->route<Route>();
-  const std::shared_ptr<Question> waiting = question.detach();
+  const std::shared_ptr<Question> waiting = question.toHeap();
   turn.release();
   synchronisation_->fetch(
       route,
@@ -285,9 +285,13 @@ void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
         }
       },
       [weak = weak_from_this(), waiting](const CorvoNetworkError& error) {
-        if (weak.expired()) return;
-        waiting->fail(CorvoError(Failure{error}));
-        waiting->deliver();
+        if (const auto self = weak.lock()) {
+          self->goOn<Failure>(*waiting, [&](Turn& mine) {
+            waiting->fail(CorvoError(Failure{error}));
+            mine.release();
+            waiting->deliver();
+          });
+        }
       });
 }
 
@@ -299,7 +303,7 @@ void CorvoClientImpl::goOn(Question& waiting, Step step) {
     step(turn);
     return;
   } catch (const std::bad_alloc&) {
-    if (!turn.isHeld()) throw;
+    if (waiting.isDelivered()) throw;
   }
   waiting.fail(
       CorvoError(Failure{CorvoNetworkError(CorvoNetworkError::DecodingError{"out of memory"})}));

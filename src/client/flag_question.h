@@ -21,7 +21,9 @@ class FlagQuestion final : public Question {
   }
   void answer(const Evidence& evidence) override;
   void fail(CorvoError error) override { sink_->keepError(std::move(error)); }
-  void deliver() override { sink_->deliver(); }
+
+ protected:
+  void callBack() override { sink_->deliver(); }
   std::unique_ptr<Question> detach() override {
     return std::make_unique<FlagQuestion>(flagName_.detach(), sink_->detach());
   }

@@ -24,10 +24,10 @@ struct Evidence {
   const targeting::Context& context;  ///< Bare for a question that is about the project alone.
 };
 
-/// One question on its way to its answer. Lives on the asker's stack; to wait for a fetch it is
-/// detached. Exactly one of `answer` and `fail` is called, and then, when the client has been given
-/// up, `deliver`, last of all: nothing of the client is touched afterwards.
-class Question {
+/// One question on its way to its answer. Lives on the asker's stack; to wait for a fetch it moves
+/// to the heap. `answer` or `fail` is called, and then, when the client has been given up,
+/// `deliver`, last of all: nothing of the client is touched afterwards.
+class Question : public std::enable_shared_from_this<Question> {
  public:
   enum class About : std::uint8_t { user, project };
 
@@ -39,9 +39,24 @@ class Question {
   /// Keeps the error.
   virtual void fail(CorvoError error) = 0;
   /// Calls the callback for what is kept.
-  virtual void deliver() = 0;
-  /// A question on the heap that takes this one's place.
+  void deliver() {
+    isDelivered_ = true;
+    callBack();
+  }
+  [[nodiscard]] bool isDelivered() const { return isDelivered_; }
+
+  /// The question on the heap: itself if it lies there already, else one that takes its place.
+  [[nodiscard]] std::shared_ptr<Question> toHeap() {
+    std::shared_ptr<Question> self = weak_from_this().lock();
+    return self ? self : detach();
+  }
+
+ protected:
+  virtual void callBack() = 0;
   [[nodiscard]] virtual std::unique_ptr<Question> detach() = 0;
+
+ private:
+  bool isDelivered_ = false;
 };
 
 /// The name that a question is about: lent by the asker, or, where the question waits, owned.
@@ -106,7 +121,9 @@ class CallbackQuestion final : public Question {
   }
   void answer(const Evidence& evidence) override { decision_.emplace(decider_.decide(evidence)); }
   void fail(CorvoError error) override { decision_.emplace(std::move(error)); }
-  void deliver() override {
+
+ protected:
+  void callBack() override {
     client::deliver(*std::move(decision_), onSuccess_.get(), onError_.get());
   }
   std::unique_ptr<Question> detach() override {

@@ -1,5 +1,6 @@
 #include "network/network_client_impl.h"
 
+#include <new>
 #include <utility>
 
 #include "network/request_url.h"
@@ -25,9 +26,13 @@ UrlRequest makeRequest(const NetworkRoute& route, std::string url) {
 }  // namespace
 
 struct NetworkClientImpl::Exchange {
+  std::weak_ptr<NetworkClientImpl> client;
+  // Held weakly, too: a session and a queue that are one object would own themselves.
+  std::weak_ptr<MainQueue> mainQueue;
   UrlRequest request;
   std::uint64_t retriesLeft;
   Callback<void(Answer)> done;
+  UrlResponse response;
 };
 
 NetworkClientImpl::NetworkClientImpl(std::shared_ptr<UrlSession> session,
@@ -44,34 +49,41 @@ void NetworkClientImpl::send(const NetworkRoute& route, Callback<void(Answer)> d
   if (!url) {
     return done(CorvoNetworkError(CorvoNetworkError::IncorrectURL{std::move(address)}));
   }
-  start(std::make_unique<Exchange>(
-      Exchange{makeRequest(route, std::move(*url)), retryCount_, std::move(done)}));
+  start(std::make_shared<Exchange>(Exchange{weak_from_this(),
+                                            mainQueue_,
+                                            makeRequest(route, std::move(*url)),
+                                            retryCount_,
+                                            std::move(done),
+                                            {}}));
 }
 
-void NetworkClientImpl::start(ExchangePointer exchange) {
-  UrlRequest request = exchange->request;
-  // The queue, too, is held weakly: a session and a queue that are one object would own themselves.
-  session_->start(std::move(request),
-                  [client = weak_from_this(), mainQueue = std::weak_ptr(mainQueue_),
-                   exchange = std::move(exchange)](UrlResponse response) mutable {
-                    if (const auto queue = mainQueue.lock()) {
-                      queue->post([client = std::move(client), exchange = std::move(exchange),
-                                   response = std::move(response)]() mutable {
-                        handle(client, std::move(exchange), std::move(response));
-                      });
-                    }
-                  });
+// Whatever a response needs on its way lies in the exchange: no want of memory can lose it.
+void NetworkClientImpl::start(const ExchangePointer& exchange) {
+  session_->start(exchange->request, [exchange](UrlResponse response) {
+    if (const auto queue = exchange->mainQueue.lock()) {
+      exchange->response = std::move(response);
+      queue->post([exchange] { handle(exchange); });
+    }
+  });
 }
 
-void NetworkClientImpl::handle(const std::weak_ptr<NetworkClientImpl>& client,
-                               ExchangePointer exchange, UrlResponse response) {
-  Answer answer = answerOf(std::move(response));
+// Without memory for another attempt, the answer of the last one stands.
+bool NetworkClientImpl::startAgain(const ExchangePointer& exchange) try {
+  --exchange->retriesLeft;
+  start(exchange);
+  return true;
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
+void NetworkClientImpl::handle(const ExchangePointer& exchange) {
+  Answer answer = answerOf(std::move(exchange->response));
   {
-    const auto alive = client.lock();
+    const auto alive = exchange->client.lock();
     if (alive == nullptr) return;
-    if (std::holds_alternative<CorvoNetworkError>(answer) && exchange->retriesLeft > 0) {
-      --exchange->retriesLeft;
-      return alive->start(std::move(exchange));
+    if (std::holds_alternative<CorvoNetworkError>(answer) && exchange->retriesLeft > 0 &&
+        alive->startAgain(exchange)) {
+      return;
     }
   }
   exchange->done(std::move(answer));

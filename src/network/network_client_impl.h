@@ -28,11 +28,11 @@ class NetworkClientImpl final : public NetworkClient,
 
  private:
   struct Exchange;  // one request with what is left to do for it
-  using ExchangePointer = std::unique_ptr<Exchange>;
+  using ExchangePointer = std::shared_ptr<Exchange>;
 
-  void start(ExchangePointer exchange);
-  static void handle(const std::weak_ptr<NetworkClientImpl>& client, ExchangePointer exchange,
-                     UrlResponse response);
+  void start(const ExchangePointer& exchange);
+  static void handle(const ExchangePointer& exchange);
+  bool startAgain(const ExchangePointer& exchange);
   static Answer answerOf(UrlResponse response);
 
   std::shared_ptr<UrlSession> session_;

@@ -122,7 +122,6 @@ void attempt(const Operation& run, Application& application) {
     run(application);
   } catch (const std::bad_alloc&) {
   } catch (const CorvoError&) {
-  } catch (const QuestionDropped&) {
   }
 }
 
@@ -168,6 +167,29 @@ TEST(FailingAllocationsTest, LeaveNothingHalfDoneAndNothingBehind) {
   { Application().state(); }  // what is made once per process
   for (const double age : {0.0, 10.0}) {
     for (const NamedOperation& operation : kOperations) failEach(operation, age);
+  }
+}
+
+TEST(FailingAllocationsTest, DoNotCostAWaitingQuestionItsAnswer) {
+  bool failed = true;
+  for (std::size_t succeed = 0; failed; ++succeed) {
+    Application application;
+    application.fake.session->always("config.json", fakes::after(1, fakes::ok(kProject)));
+    application.fake.session->always("geo", fakes::after(1, fakes::ok("{}")));
+    application.fake.time->advance(10);
+    int answers = 0;
+    const auto count = [&answers](const auto& /*answer*/) { ++answers; };
+    application.client->getUserExperimentsDetails(count, count);
+    {
+      const tests::FailingAllocation failing(succeed);
+      try {
+        application.fake.time->advance(2);
+      } catch (const std::bad_alloc&) {
+      }
+      failed = tests::FailingAllocation::hasFailed();
+    }
+    application.fake.time->advance(2);
+    EXPECT_EQ(answers, 1) << "allocation " << succeed;
   }
 }
 
