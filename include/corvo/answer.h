@@ -162,7 +162,8 @@ class ErrorReceiver : public Receiver<T> {
 /// What a suspending form returns. The question has been asked when the answer is made; where fresh
 /// copies sufficed, the answer already lies in it, with no allocation, and awaiting it does not
 /// suspend. An awaitable for coroutines of any kind: the coroutine goes on where the callback of
-/// the other form would have run. Move-only; to be awaited, or got, once.
+/// the other form would have run. Move-only; to be awaited, or got, once: afterwards, and once it
+/// has been moved away, it throws `QuestionDropped` at once.
 ///
 /// A question that is dropped never resumes the coroutine, which stays its owner's to destroy.
 template <class T>
@@ -173,7 +174,10 @@ class [[nodiscard]] Answer {
       : outcome_(std::move(mailbox.outcome)),
         pending_(std::move(mailbox.pending)),
         queue_(std::move(queue)) {}
-  Answer(Answer&&) noexcept = default;
+  Answer(Answer&& other) noexcept
+      : outcome_(std::exchange(other.outcome_, {})),
+        pending_(std::move(other.pending_)),
+        queue_(std::move(other.queue_)) {}
   Answer& operator=(Answer&&) = delete;
   ~Answer() {
     if (pending_) pending_->stopWaiting();
@@ -196,7 +200,9 @@ class [[nodiscard]] Answer {
 
  private:
   T take() {
-    client::Outcome<T> outcome = pending_ ? pending_->take() : std::exchange(outcome_, {});
+    // Nothing is left behind: to take it again is to take what was dropped.
+    const auto pending = std::move(pending_);
+    client::Outcome<T> outcome = pending ? pending->take() : std::exchange(outcome_, {});
     if (auto* error = std::get_if<2>(&outcome)) throw std::move(*error);
     if (outcome.index() == 0) throw QuestionDropped();
     if constexpr (!std::is_void_v<T>) return std::get<1>(std::move(outcome));

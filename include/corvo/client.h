@@ -194,8 +194,10 @@ class CORVO_TYPE CorvoClient {
         [&](auto& box) { getAllUserHoldouts(box.onValue(), box.onError()); });
   }
 
-  /// The experiments that the user takes part in, each with the values that he gets from it, in the
-  /// configuration's order. `estimateHoldouts` tells whether holdouts are among them.
+  /// The experiments that the user takes part in, each with the values that they get from it, in
+  /// the configuration's order. `estimateHoldouts` tells whether holdouts are among them. Where the
+  /// values of repeated names would take more than 64 MiB, the error is `requestConfigFailed` with
+  /// a `decodingError`.
   virtual void getUserExperimentsDetails(
       ExactBool estimateHoldouts, Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
       OnError onError = {}) = 0;

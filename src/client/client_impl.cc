@@ -29,6 +29,12 @@ PropertyMap wellFormed(const PropertyMap& properties) {
   return result;
 }
 
+// Fails as a document that could not be decoded does.
+CorvoError tooManyRepeatedValues() {
+  return CorvoError(CorvoError::RequestConfigFailed{CorvoNetworkError(
+      CorvoNetworkError::DecodingError{"the values of repeated names take more than 64 MiB"})});
+}
+
 CorvoUser wellFormed(const CorvoUser& user) {
   CorvoUser result{wellFormed(user.properties), std::nullopt};
   if (user.corvoExpiration) result.corvoExpiration = wellFormed(*user.corvoExpiration);
@@ -206,9 +212,11 @@ void CorvoClientImpl::askDetails(Scope scope,
                                  OnError& onError) {
   CallbackQuestion question(
       aboutUser([scope](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentDetail>> {
-        return experiments::experimentDetails(
+        auto details = experiments::experimentDetails(
             experiments::eligibleExperiments(*evidence.project, scope, evidence.context),
             evidence.context);
+        if (!details) return tooManyRepeatedValues();
+        return *std::move(details);
       }),
       onSuccess, onError);
   ask(question);

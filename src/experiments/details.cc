@@ -1,44 +1,70 @@
 #include "experiments/details.h"
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <utility>
 
 #include "experiments/group_values.h"
 
 namespace corvo::experiments {
 namespace {
 
-using Results = std::vector<CorvoExperimentDetail::Result>;
+// The entries of one experiment. What repeats a name takes from the room that is left.
+class Results {
+ public:
+  Results(std::vector<CorvoExperimentDetail::Result>& entries, std::size_t& room)
+      : entries_(entries), room_(room) {}
 
-// What the flags or parameters of an experiment come to in the user's group.
-using Collect = Results (*)(const PreparedExperiment& experiment, const model::Group& group,
-                            const targeting::Context& context);
-
-Results flagResults(const PreparedExperiment& experiment, const model::Group& group,
-                    const targeting::Context& context) {
-  Results results;
-  for (const FlagDecision& decision : decideFlags(experiment, group, context)) {
-    if (decision.value) results.push_back({decision.carried->record->name, *decision.value});
+  // Answers whether there was room.
+  bool add(const std::string& name, const std::string& value, bool repeatsName) {
+    if (repeatsName) {
+      if (value.size() > room_) return false;
+      room_ -= value.size();
+    }
+    entries_.push_back({name, value});
+    return true;
   }
-  return results;
+
+ private:
+  std::vector<CorvoExperimentDetail::Result>& entries_;
+  std::size_t& room_;
+};
+
+// Adds what the flags or parameters of an experiment come to in the user's group. Answers whether
+// there was room.
+using Collect = bool (*)(const PreparedExperiment& experiment, const model::Group& group,
+                         const targeting::Context& context, Results& results);
+
+bool flagResults(const PreparedExperiment& experiment, const model::Group& group,
+                 const targeting::Context& context, Results& results) {
+  std::size_t index = 0;
+  for (const FlagDecision& decision : decideFlags(experiment, group, context)) {
+    const bool repeatsName = experiment.firstFlags[index] < index;
+    ++index;
+    if (!decision.value) continue;
+    if (!results.add(decision.carried->record->name, *decision.value, repeatsName)) return false;
+  }
+  return true;
 }
 
 // Of two parameters with one name both entries show the first one's value.
-Results paramResults(const PreparedExperiment& experiment, const model::Group& group,
-                     const targeting::Context& /*context*/) {
-  Results results;
+bool paramResults(const PreparedExperiment& experiment, const model::Group& group,
+                  const targeting::Context& /*context*/, Results& results) {
   std::vector<const std::string*> values;
   for (const std::uint32_t first : experiment.firstParams) {
     const model::Param& param = experiment.record->params[first];
-    values.push_back(first < values.size() ? values[first] : paramValue(param, group));
-    if (values.back()) results.push_back({param.name, *values.back()});
+    const bool repeatsName = first < values.size();
+    values.push_back(repeatsName ? values[first] : paramValue(param, group));
+    if (values.back() && !results.add(param.name, *values.back(), repeatsName)) return false;
   }
-  return results;
+  return true;
 }
 
-Results noResults(const PreparedExperiment& /*experiment*/, const model::Group& /*group*/,
-                  const targeting::Context& /*context*/) {
-  return {};
+bool noResults(const PreparedExperiment& /*experiment*/, const model::Group& /*group*/,
+               const targeting::Context& /*context*/, Results& /*results*/) {
+  return true;
 }
 
 struct TypeRow {
@@ -53,23 +79,31 @@ constexpr std::array<TypeRow, 5> kTypes{{{"featureFlag", flagResults},
                                          {"webBuilder", noResults},
                                          {"holdout", noResults}}};
 
-CorvoExperimentDetail detailOf(const Membership& membership, const targeting::Context& context) {
+std::optional<CorvoExperimentDetail> detailOf(const Membership& membership,
+                                              const targeting::Context& context,
+                                              std::size_t& room) {
   const auto& [experiment, placement] = membership;
   CorvoExperimentDetail detail{std::nullopt, experiment->record->name, {placement.index}, {}};
   if (!experiment->record->type) return detail;
   const TypeRow& type = kTypes.at(static_cast<std::size_t>(*experiment->record->type) - 1);
   detail.type = type.word;
-  detail.results = type.collect(*experiment, *placement.group, context);
+  Results results(detail.results, room);
+  if (!type.collect(*experiment, *placement.group, context, results)) return std::nullopt;
   return detail;
 }
 
 }  // namespace
 
-std::vector<CorvoExperimentDetail> experimentDetails(const std::vector<Membership>& memberships,
-                                                     const targeting::Context& context) {
+std::optional<std::vector<CorvoExperimentDetail>> experimentDetails(
+    const std::vector<Membership>& memberships, const targeting::Context& context) {
+  std::size_t room = kMostRepeatedBytes;
   std::vector<CorvoExperimentDetail> details;
   details.reserve(memberships.size());
-  for (const Membership& membership : memberships) details.push_back(detailOf(membership, context));
+  for (const Membership& membership : memberships) {
+    std::optional<CorvoExperimentDetail> detail = detailOf(membership, context, room);
+    if (!detail) return std::nullopt;
+    details.push_back(*std::move(detail));
+  }
   return details;
 }
 

@@ -117,6 +117,10 @@ TEST_F(AnswerTest, MovesBeforeAndAfterItIsSettled) {
   fake.time->run();
   auto again = std::move(moved);
   EXPECT_EQ(again.get(), true);
+  EXPECT_THROW(again.get(), QuestionDropped);
+  auto atHand = client->checkFlag<bool>("on");
+  auto taken = std::move(atHand);
+  EXPECT_THROW(atHand.get(), QuestionDropped);
 }
 
 TEST_F(AnswerTest, MayBeAwaitedOnAnotherThreadThanTheOneThatBringsIt) {

@@ -124,6 +124,35 @@ TEST_F(ClientTest, PlacesAUserWithoutADeviceIdByTheDevice) {
   EXPECT_EQ(client->getAllUserExperimentsText().get(), std::nullopt);
 }
 
+// Entries of one name, the first with a mebibyte that all of them show.
+TEST_F(ClientTest, ShowsSixtyFourMebibytesOfRepeatedValuesAtMost) {
+  struct Kind {
+    std::string list, before, after;
+  };
+  const Kind kinds[] = {
+      {R"("type": 1, "feature_flags": [)",
+       R"({"name": "f", "type": "t", "groups": [{"group": "g", "rules": [
+           {"is_default": true, "conditional_statement": "-", "conditions": [], "value": ")",
+       R"("}]}]})"},
+      {R"("type": 2, "params": [)",
+       R"({"name": "p", "type": "t", "values": [{"group": "g", "value": ")", R"("}]})"}};
+  const auto client =
+      makeClient(0, CorvoUser::Builder(fake.time, fake.timeZone).setUserId("u").build());
+  for (const auto& [list, before, after] : kinds) {
+    std::string document = R"({"experiments": [{"name": "e", "salt": "s", "allocation": 1,
+                               "groups": [{"name": "g", "weight": 1}], )" +
+                           list;
+    document += before + std::string(std::size_t{1} << 20, 'v') + after;
+    for (int repeated = 0; repeated < 64; ++repeated) document.append(",").append(before + after);
+    fake.time->advance(100);
+    fake.session->always("config.json", fakes::ok(document + "]}]}"));
+    EXPECT_EQ(client->getUserExperimentsDetails().get().at(0).results.size(), 65U) << list;
+    fake.time->advance(100);
+    fake.session->always("config.json", fakes::ok(document + "," + before + after + "]}]}"));
+    EXPECT_THROW(client->getUserExperimentsDetails().get(), CorvoError) << list;
+  }
+}
+
 // Local half past two is before three, unless the clocks skip that hour.
 TEST_F(ClientTest, AHandleStaysAsItWasMade) {
   fake.session->always("config.json", fakes::ok(R"({"experiments": [
