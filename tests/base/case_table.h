@@ -9,6 +9,26 @@
 
 namespace corvo::tests {
 
+inline void replaceAll(std::string& text, const std::string& what, const std::string& by) {
+  for (auto at = text.find(what); at < text.size(); at = text.find(what, at + by.size())) {
+    text.replace(at, what.size(), by);
+  }
+}
+
+/// The text with "ababab" for "{3*ab}".
+inline std::string unfolded(std::string text) {
+  for (auto at = text.find('{'); at < text.size(); at = text.find('{', at + 1)) {
+    const std::size_t star = text.find_first_not_of("0123456789", at + 1);
+    if (star == at + 1 || star >= text.size() || text[star] != '*') continue;
+    const std::size_t end = text.find('}', star);
+    const std::string part = text.substr(star + 1, end - star - 1);
+    std::string all;
+    for (int left = std::stoi(text.substr(at + 1)); left > 0; --left) all += part;
+    text.replace(at, end + 1 - at, all);
+  }
+  return text;
+}
+
 /// A field of a table: without the blanks around it, and with the byte that each \xHH stands for.
 inline std::string field(std::string text) {
   text.erase(0, text.find_first_not_of(' '));

@@ -9,6 +9,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "host/sigpipe.h"
+#include "tests/base/case_table.h"
+
 namespace corvo::tests {
 namespace {
 
@@ -21,8 +24,40 @@ RawReply answer(int status, const std::string& body, const std::string& fields) 
            "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body}};
 }
 
-LoopbackServer::LoopbackServer(Script script)
-    : listener_(socket(AF_INET, SOCK_STREAM, 0)), script_(std::move(script)) {
+RawReply rawReply(std::string head, std::string body, const std::string& then, std::string more) {
+  using enum RawReply::Then;
+  if (head == "OK") head = "HTTP/1.1 200 OK^Content-Length: @^^";
+  for (std::string* const part : {&head, &body, &more}) {
+    replaceAll(*part, "^", "\r\n");
+    *part = unfolded(*part);
+  }
+  replaceAll(head, "@", std::to_string(body.size()));
+  if (!more.empty()) return {{head + body, more}, repeat};
+  return {{head + body}, then == "close" ? close : then == "reset" ? reset : keepOpen};
+}
+
+Stream::~Stream() { close(socket_); }
+
+std::string Stream::receive() {
+  char bytes[4096];
+  const ssize_t size = recv(socket_, bytes, sizeof bytes, 0);
+  return {bytes, size > 0 ? static_cast<std::size_t>(size) : 0};
+}
+
+bool Stream::send(const std::string& bytes) {
+  const ssize_t size = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  return size == static_cast<ssize_t>(bytes.size());
+}
+
+void Stream::reset() {
+  const linger atOnce{1, 0};
+  setsockopt(socket_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+}
+
+LoopbackServer::LoopbackServer(Script script, Open open)
+    : listener_(socket(AF_INET, SOCK_STREAM, 0)),
+      open_(std::move(open)),
+      script_(std::move(script)) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -39,13 +74,12 @@ LoopbackServer::LoopbackServer(Script script)
 LoopbackServer::~LoopbackServer() {
   stop_ = true;
   thread_.join();
-  for (const auto& [socket, connection] : connections_) close(socket);
   close(listener_);
 }
 
-void LoopbackServer::say(RawReply reply) {
+void LoopbackServer::say(Script script) {
   const std::lock_guard lock(mutex_);
-  script_ = [reply = std::move(reply)](const std::string&) { return reply; };
+  script_ = std::move(script);
 }
 
 std::string LoopbackServer::url(const std::string& path) const {
@@ -58,56 +92,51 @@ std::vector<LoopbackServer::Request> LoopbackServer::requests() const {
 }
 
 void LoopbackServer::serve() {
+  const host::WithoutSigpipe quiet;
   while (!stop_) {
     std::vector<pollfd> sockets{{listener_, POLLIN, 0}};
     for (const auto& [socket, connection] : connections_) sockets.push_back({socket, POLLIN, 0});
     poll(sockets.data(), sockets.size(), kMomentMilliseconds);
     if (sockets[0].revents != 0) {
-      connections_[accept(listener_, nullptr, nullptr)].number = ++accepted_;
+      const int socket = accept(listener_, nullptr, nullptr);
+      ++accepted_;
+      if (auto stream = open_(socket))
+        connections_[socket] = {std::move(stream), accepted_, {}, {}};
     }
     for (std::size_t i = 1; i < sockets.size(); ++i) {
-      const int socket = sockets[i].fd;
-      Connection& connection = connections_[socket];
-      const bool stays =
-          sockets[i].revents != 0 ? receive(socket, connection) : sendNext(socket, connection);
-      if (!stays) connections_.erase(socket);
+      Connection& connection = connections_[sockets[i].fd];
+      const bool stays = sockets[i].revents != 0 ? receive(connection) : sendNext(connection);
+      if (!stays) connections_.erase(sockets[i].fd);
     }
   }
 }
 
-bool LoopbackServer::receive(int socket, Connection& connection) {
-  char bytes[4096];
-  const ssize_t size = recv(socket, bytes, sizeof bytes, 0);
-  if (size <= 0) {
-    close(socket);
-    return false;
-  }
-  connection.received.append(bytes, static_cast<std::size_t>(size));
-  const std::size_t end = connection.received.find("\r\n\r\n");
-  if (end == std::string::npos) return true;
-  std::string head = connection.received.substr(0, end + 2);
-  connection.received.erase(0, end + 4);
+bool LoopbackServer::receive(Connection& connection) {
+  std::string& received = connection.received;
+  const std::string some = connection.stream->receive();
+  received += some;
+  const std::size_t end = received.find("\r\n\r\n");
+  const bool isWhole = end < received.size();
+  if (!isWhole && (!some.empty() || received.empty())) return !some.empty();
   {
     const std::lock_guard lock(mutex_);
-    connection.reply = script_ ? script_(head) : RawReply{};
-    requests_.push_back({std::move(head), connection.number});
+    requests_.push_back({isWhole ? received.substr(0, end + 2) : received, connection.number});
+    if (!isWhole) return false;
+    connection.reply = script_ ? script_(requests_.back().head) : RawReply{};
   }
-  return sendNext(socket, connection);
+  received.erase(0, end + 4);
+  return sendNext(connection);
 }
 
-bool LoopbackServer::sendNext(int socket, Connection& connection) {
-  RawReply& reply = connection.reply;
-  if (!reply.pieces.empty()) {
-    const std::string& piece = reply.pieces.front();
-    (void)!send(socket, piece.data(), piece.size(), MSG_NOSIGNAL);
-    reply.pieces.pop_front();
+bool LoopbackServer::sendNext(Connection& connection) {
+  using enum RawReply::Then;
+  auto& [pieces, then] = connection.reply;
+  if (!pieces.empty()) {
+    if (!connection.stream->send(pieces.front())) return false;
+    if (then != repeat || pieces.size() > 1) pieces.pop_front();
   }
-  if (!reply.pieces.empty() || reply.then == RawReply::Then::keepOpen) return true;
-  const linger atOnce{1, 0};  // makes closing a reset
-  if (reply.then == RawReply::Then::reset) {
-    setsockopt(socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
-  }
-  close(socket);
+  if (!pieces.empty() || then == keepOpen) return true;
+  if (then == reset) connection.stream->reset();
   return false;
 }
 

@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -15,31 +16,61 @@ namespace corvo::tests {
 
 /// What the server sends, byte for byte, and does afterwards.
 struct RawReply {
-  enum class Then { keepOpen, close, reset };
+  enum class Then { keepOpen, close, reset, repeat };
 
   std::deque<std::string> pieces;  ///< The first at once, each of the others a moment later.
-  Then then = Then::keepOpen;
+  Then then = Then::keepOpen;      ///< `repeat` sends the last piece again and again.
 };
 
 /// A whole answer of HTTP/1.1 with a body.
 [[nodiscard]] RawReply answer(int status, const std::string& body, const std::string& fields = {});
 
+/// That of a table: "^" is the end of a line, "@" the length of the body, "{3*x}" is "xxx", and
+/// "OK" a usual head. Then the connection is kept open, ends by "close" or "reset", or has more
+/// sent again and again.
+[[nodiscard]] RawReply rawReply(std::string head, std::string body, const std::string& then,
+                                std::string more = {});
+
+/// The server's side of a connection.
+class Stream {
+ public:
+  explicit Stream(int socket) : socket_(socket) {}
+  Stream(const Stream&) = delete;
+  Stream& operator=(const Stream&) = delete;
+  virtual ~Stream();
+
+  /// Some bytes that came; none at the end.
+  virtual std::string receive();
+  virtual bool send(const std::string& bytes);
+  /// Makes the coming end a reset.
+  void reset();
+
+ protected:
+  const int socket_;
+};
+
 /// A server on a free port of loopback, on a thread of its own, that says what it is told to say.
 class LoopbackServer {
  public:
   using Script = std::function<RawReply(const std::string& head)>;
+  /// Makes a stream of a socket, or none.
+  using Open = std::function<std::unique_ptr<Stream>(int socket)>;
+  static std::unique_ptr<Stream> plainly(int socket) { return std::make_unique<Stream>(socket); }
   struct Request {
-    std::string head;  ///< Request line and fields, as they came.
+    std::string head;  ///< Request line and fields, as they came; what came if that is less.
     int connection;    ///< Which connection it came on, counted from 1.
   };
 
-  explicit LoopbackServer(Script script = {});
+  explicit LoopbackServer(Script script = {}, Open open = plainly);
   LoopbackServer(const LoopbackServer&) = delete;
   LoopbackServer& operator=(const LoopbackServer&) = delete;
   ~LoopbackServer();
 
   /// From now on every request is answered so.
-  void say(RawReply reply);
+  void say(Script script);
+  void say(const RawReply& reply) {
+    say([reply](const std::string&) { return reply; });
+  }
 
   /// "http:/127.0.0.1:<port>" + path, with one slash, as the library writes addresses.
   [[nodiscard]] std::string url(const std::string& path) const;
@@ -49,18 +80,20 @@ class LoopbackServer {
 
  private:
   struct Connection {
+    std::unique_ptr<Stream> stream;
     int number = 0;
     std::string received;
     RawReply reply;
   };
 
   void serve();
-  bool receive(int socket, Connection& connection);
-  bool sendNext(int socket, Connection& connection);
+  bool receive(Connection& connection);
+  static bool sendNext(Connection& connection);
 
   int listener_ = -1;
   std::uint16_t port_ = 0;
   std::atomic<bool> stop_ = false;
+  const Open open_;
   std::map<int, Connection> connections_;
   std::atomic<int> accepted_ = 0;
   mutable std::mutex mutex_;

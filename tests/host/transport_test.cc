@@ -23,7 +23,6 @@ using testing::StartsWith;
 using tests::answer;
 using tests::LoopbackServer;
 using tests::RawReply;
-using Then = RawReply::Then;
 
 constexpr std::size_t kMaxBody = 1000;
 constexpr std::size_t kMiB = std::size_t{1} << 20;
@@ -31,12 +30,6 @@ constexpr std::size_t kMiB = std::size_t{1} << 20;
 template <std::size_t Size>
 std::string bytes(const char (&text)[Size]) {
   return {text, Size - 1};
-}
-
-std::string repeated(std::size_t times, const std::string& text) {
-  std::string all;
-  while (times-- > 0) all += text;
-  return all;
 }
 
 const std::string kHelloGzip = bytes(
@@ -66,76 +59,15 @@ class TransportTest : public testing::Test {
 };
 
 TEST_F(TransportTest, AnAnswerIsItsStatusAndDecodedBodyOrAFailure) {
-  const std::string bombGzip = bytes(  // 1001 letters
-      "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\x4b\x4c\x1c\x05\xa3\x60\x14\x0c\x7b\x00\x00"
-      "\x23\xd7\x24\x71\xe9\x03\x00\x00");
-  const std::string gzipGzip = bytes(  // "a", compressed twice
-      "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\x93\xef\xe6\x60\x00\x01\xa6\xff\xde\x2c\x0c\xce"
-      "\xfb\xb6\xbf\x60\x04\x72\x00\x22\x5d\x9f\xcc\x15\x00\x00\x00");
-  const std::string emptyGzip =
-      kHelloGzip.substr(0, 10) + repeated(kMaxBody / 5, bytes("\x00\x00\x00\xff\xff"));
-  const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
-  const std::string trailers = chunked + "2\r\n{}\r\n0\r\n";
-  const struct {
-    const char* what;
-    RawReply reply;
-    std::optional<int> status;  // none: a failure
-    std::string body;
-  } cases[] = {
-      {"plain", answer(200, "{}"), 200, "{}"},
-      {"no content", {{"HTTP/1.1 204 No Content\r\n\r\n"}}, 204, ""},
-      {"not found", answer(404, "gone"), 404, "gone"},
-      {"server error", answer(500, ""), 500, ""},
-      {"a redirect to nowhere", answer(302, "x"), 302, "x"},
-      {"not modified is no redirect", {{"HTTP/1.1 304 N\r\nLocation: /other\r\n\r\n"}}, 304, ""},
-      {"until the end", {{"HTTP/1.1 200 OK\r\n\r\nabc"}, Then::close}, 200, "abc"},
-      {"chunked", {{chunked + "3\r\nabc\r\n", "2\r\nde\r\n", "0\r\n\r\n"}}, 200, "abcde"},
-      {"chunks cut short", {{chunked + "3\r\nabc\r\n"}, Then::close}, {}, ""},
-      {"truncated", {{"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nabc"}, Then::close}, {}, ""},
-      {"closed without a word", {{}, Then::close}, {}, ""},
-      {"reset", {{}, Then::reset}, {}, ""},
-      {"reset halfway", {{"HTTP/1.1 200 OK\r\nContent-Le"}, Then::reset}, {}, ""},
-      {"not HTTP", {{"SSH-2.0-x\r\n\r\n"}, Then::close}, {}, ""},
-      {"gzip", answer(200, kHelloGzip, kGzip), 200, "hello"},
-      {"gzip, and chunks are no compression",
-       {{"HTTP/1.1 200 OK\r\n" + kGzip + "Transfer-Encoding: chunked\r\n\r\n19\r\n" + kHelloGzip +
-         "\r\n0\r\n\r\n"}},
-       200,
-       "hello"},
-      {"gzip twice", answer(200, gzipGzip, "Content-Encoding: gzip, gzip\r\n"), {}, ""},
-      {"gzip, then gzip", answer(200, gzipGzip, kGzip + "content-encoding:gzip\r\n"), {}, ""},
-      {"gzip on the way, too",
-       answer(200, gzipGzip, kGzip + "Transfer-Encoding: gzip\r\n"),
-       {},
-       ""},
-      {"broken gzip", answer(200, "hello, no gzip", kGzip), {}, ""},
-      {"as large as may be", answer(200, std::string(kMaxBody, 'a')), 200,
-       std::string(kMaxBody, 'a')},
-      {"too large", answer(200, std::string(kMaxBody + 1, 'a')), {}, ""},
-      {"too large once decoded", answer(200, bombGzip, kGzip), {}, ""},
-      {"too large before", answer(200, emptyGzip + kHelloGzip.substr(10), kGzip), {}, ""},
-      {"as many trailers as may be",
-       {{trailers + repeated(kMiB / 6 - 20, "X: y\r\n") + "\r\n"}},
-       200,
-       "{}"},
-      {"more trailers", {{trailers + repeated(kMiB / 6, "X: y\r\n") + "\r\n"}}, {}, ""},
-      {"many chunks",
-       {{chunked + repeated(kMaxBody, "1\r\na\r\n") + "0\r\n\r\n"}},
-       200,
-       std::string(kMaxBody, 'a')},
-      {"a chunk with a long extension",
-       {{chunked + "1;" + std::string(kMiB + kMaxBody, 'x'), "\r\na\r\n0\r\n\r\n"}},
-       {},
-       ""},
-  };
   LoopbackServer server;
-  for (const auto& each : cases) {
-    SCOPED_TRACE(each.what);
-    server.say(each.reply);
+  for (const auto& [what, head, body, then, status, expected] :
+       tests::caseTable<6>(CORVO_HOST_CASES "replies.txt")) {
+    SCOPED_TRACE(what);
+    server.say(tests::rawReply(head, body, then));
     const UrlResponse response = get(server.url("/config.json"));
-    EXPECT_EQ(response.failure.has_value(), !each.status.has_value());
-    EXPECT_EQ(response.status, each.status);
-    EXPECT_EQ(response.body, each.body);
+    EXPECT_EQ(response.failure.has_value(), status == "-");
+    EXPECT_EQ(response.status ? std::to_string(*response.status) : "-", status);
+    EXPECT_EQ(response.body, tests::unfolded(expected));
   }
 }
 

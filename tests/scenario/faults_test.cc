@@ -4,8 +4,6 @@
 #include <curl/curl.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <list>
@@ -17,6 +15,7 @@
 #include <vector>
 
 #include "tests/base/case_table.h"
+#include "tests/scenario/tls.h"
 
 namespace {
 std::string authority;  // whose certificates libcurl trusts here
@@ -34,60 +33,97 @@ extern "C" CURL* __wrap_curl_easy_init() {
 namespace corvo {
 namespace {
 
+using tests::Certificate;
+using tests::LoopbackServer;
+using tests::RawReply;
+using tests::Stream;
+
 constexpr const char* kSuite = "storagetagtoken-of-the-test";
 
-/// The server in its process: where it listens, and in the end what it heard.
-class FaultServer {
+/// What a server does wrong, and where: see the table.
+struct Fault {
+  std::string scheme, place, head, body, then, more;
+};
+
+std::map<std::string, Fault> readFaults() {
+  std::map<std::string, Fault> faults;
+  for (const auto& [fault, scheme, place, head, body, then, more] :
+       tests::caseTable<7>(CORVO_FAULTS "fault_replies.txt")) {
+    faults[fault] = {scheme, place, head, body, then, more};
+  }
+  return faults;
+}
+const std::map<std::string, Fault> kFaults = readFaults();
+
+/// The servers that answer wrongly, one at each place.
+class FaultServers {
  public:
-  FaultServer() {
-    int toServer[2];
-    int fromServer[2];
-    if (pipe(toServer) != 0 || pipe(fromServer) != 0) throw std::runtime_error("no pipe");
-    process_ = fork();
-    if (process_ == 0) {
-      dup2(toServer[0], STDIN_FILENO);
-      dup2(fromServer[1], STDOUT_FILENO);
-      close(toServer[1]);
-      execl(CORVO_FAULT_SERVER, CORVO_FAULT_SERVER, CORVO_FAULTS "fault_replies.txt", nullptr);
-      _exit(1);
+  FaultServers() {
+    const Certificate signer = tests::makeAuthority();
+    authority = signer.pem();
+    const auto show = [&](const char* place, const char* subject, long days, const auto* issuer) {
+      serve(place, tests::overTls(tests::makeCertificate(subject, days * tests::kDay, issuer)));
+    };
+    show("secure", "IP:127.0.0.1", 1, &signer);
+    show("expired", "IP:127.0.0.1", -1, &signer);
+    show("stranger", "DNS:other.example", 1, &signer);
+    show("selfsigned", "IP:127.0.0.1", 1, static_cast<const Certificate*>(nullptr));
+    serve("reset", [](int socket) { return Stream(socket).reset(), nullptr; });
+    addresses_["refused"] = "127.0.0.1:1";
+    serve("other");
+    for (const auto& [name, fault] : kFaults) {
+      if (!addresses_.contains(fault.place)) serve(fault.place);
     }
-    close(toServer[0]);
-    close(fromServer[1]);
-    input_ = toServer[1];
-    output_ = fdopen(fromServer[0], "r");
-    for (std::string text = line(); !text.empty(); text = line()) {
-      const std::size_t blank = text.find(' ');
-      ports_[text.substr(0, blank)] = text.substr(blank + 1);
+    for (auto& [place, server] : servers_) {
+      server.say([this](const std::string& request) { return replyTo(request); });
     }
-    for (std::string text = line(); !text.empty(); text = line()) authority += text + '\n';
   }
 
-  [[nodiscard]] std::string address(const std::string& listener) const {
-    return "127.0.0.1:" + ports_.at(listener);
+  [[nodiscard]] const std::string& address(const std::string& place) const {
+    return addresses_.at(place);
   }
-
-  /// Ends it.
-  std::vector<std::string> heard() {
-    close(input_);
-    std::vector<std::string> lines;
-    for (std::string text = line(); !text.empty(); text = line()) lines.push_back(text);
-    fclose(output_);
-    waitpid(process_, nullptr, 0);
-    return lines;
-  }
+  [[nodiscard]] const auto& servers() const { return servers_; }
 
  private:
-  std::string line() {
-    std::string text;
-    for (int c = getc(output_); c != EOF && c != '\n'; c = getc(output_))
-      text += static_cast<char>(c);
+  void serve(const std::string& place, LoopbackServer::Open open = LoopbackServer::plainly) {
+    const auto& server = servers_.try_emplace(place, LoopbackServer::Script(), open).first->second;
+    addresses_[place] = "127.0.0.1:" + server.port();
+  }
+
+  /// To a request for "/row/fault/route".
+  [[nodiscard]] RawReply replyTo(const std::string& request) const {
+    const std::string path = request.substr(0, request.find(" HTTP/")).substr(4);
+    const std::size_t route = path.rfind('/');
+    const std::size_t name = path.rfind('/', route - 1) + 1;
+    const Fault& fault = kFaults.at(path.substr(name, route - name));
+    return tests::rawReply(written(fault.head, path), written(fault.body, path), fault.then,
+                           written(fault.more, path));
+  }
+
+  /// Fills in what the table leaves open: see there.
+  [[nodiscard]] std::string written(std::string text, const std::string& path) const {
+    const std::string route = path.substr(path.rfind('/') + 1);
+    const std::string good =
+        route == "geo"
+            ? R"({"country":"NEW"})"
+            : R"({"feature_flags":[{"name":"f","type":"string","rules":[{"is_default":true,)"
+              R"("value":"new","conditional_statement":"-","conditions":[]}]}]})";
+    for (const auto& [place, address] : addresses_) {
+      tests::replaceAll(text, '<' + place + '>', address);
+    }
+    const std::pair<std::string, std::string> marks[] = {
+        {"<here>", path},
+        {"<route>", route},
+        {"<row>", path.substr(0, path.find('/', 1))},
+        {"#", (std::ostringstream() << std::hex << good.size()).str()},
+        {"%", good.substr(1)},
+        {"$", good}};
+    for (const auto& [mark, text_] : marks) tests::replaceAll(text, mark, text_);
     return text;
   }
 
-  pid_t process_ = -1;
-  int input_ = -1;
-  FILE* output_ = nullptr;
-  std::map<std::string, std::string> ports_;
+  std::map<std::string, std::string> addresses_;
+  std::map<std::string, LoopbackServer> servers_;
 };
 
 /// A platform whose store holds what an earlier run fetched, and asks the network no more.
@@ -129,7 +165,7 @@ std::string told(const CorvoError& error, const std::string& route) {
 
 /// One question of one client with a store of its own.
 struct Question {
-  std::string what, listener, apiURL, route, expected;
+  std::string what, place, apiURL, route, expected;
   std::shared_ptr<fakes::MemoryPreferencesStore> store;
   std::map<std::string, std::string> before;
   std::unique_ptr<ClientRegistry> registry;
@@ -165,21 +201,16 @@ class FaultsTest : public testing::Test {
   }
 
   void readTables() {
-    std::map<std::string, std::pair<std::string, bool>> places;
-    for (const auto& [fault, where, head, body, then] :
-         tests::caseTable<5>(CORVO_FAULTS "fault_replies.txt")) {
-      places[fault] = {where, then == "hang" || then.starts_with("drip")};
-    }
     const char* const copies[] = {"nothing", "fresh", "expired", "corrupt"};
     for (const auto& row : tests::caseTable<6>(CORVO_FAULTS "faults.txt")) {
-      const auto& [where, isSlow] = places.at(row[0]);
-      const std::size_t blank = where.find(' ');
+      const Fault& fault = kFaults.at(row[0]);
+      const bool isSlow = fault.then == "hang" || fault.then == "drip";
       for (std::size_t i = 0; i < 4; ++i) {
         Question& question = (isSlow ? slow_ : quick_).emplace_back();
         question.what = row[0] + ' ' + row[1] + ' ' + copies[i];
-        question.listener = where.substr(blank + 1);
-        question.apiURL = where.substr(0, blank) + "://" + server_.address(question.listener) +
-                          "/" + std::to_string(all_.size()) + "/" + row[0];
+        question.place = fault.place;
+        question.apiURL = fault.scheme + "://" + servers_.address(fault.place) + "/" +
+                          std::to_string(all_.size()) + "/" + row[0];
         question.route = row[1];
         question.expected = row[2 + i];
         question.store = storeWith(copies[i], row[1] == "geo" ? "location" : "config");
@@ -198,20 +229,19 @@ class FaultsTest : public testing::Test {
         [&] { return std::none_of(questions.begin(), questions.end(), isWaiting); }));
   }
 
-  /// Only the listeners that a question is for may hear it, and no other hears its secrets.
+  /// Only the places that a question is for may hear it, and no other hears its secrets.
   void countRequests() {
     const std::string identifier =
         past_.store->contents(kSuite).at("corvoPrivateId.value").substr(1, 80);
-    for (const std::string& line : server_.heard()) {
-      std::istringstream words(line);
-      std::string listener, method, path;
-      words >> listener >> method >> path;
-      const std::size_t row = path.size() > 1 ? std::stoul("0" + path.substr(1)) : all_.size();
-      const bool isRight = method == "GET" && row < all_.size() &&
-                           (listener == all_[row]->listener || listener == "secure");
-      EXPECT_EQ(line.find("~token: token-of-the-test~") < line.size(), isRight) << line;
-      EXPECT_EQ(line.find("~user-id: " + identifier + "~") < line.size(), isRight) << line;
-      if (isRight) ++all_[row]->requests;
+    for (const auto& [place, server] : servers_.servers()) {
+      for (const auto& [head, connection] : server.requests()) {
+        const std::size_t row =
+            head.starts_with("GET /") ? std::stoul("0" + head.substr(5)) : all_.size();
+        const bool isRight = row < all_.size() && (place == all_[row]->place || place == "secure");
+        EXPECT_EQ(head.find("\r\ntoken: token-of-the-test\r\n") < head.size(), isRight) << head;
+        EXPECT_EQ(head.find("\r\nuser-id: " + identifier + "\r\n") < head.size(), isRight) << head;
+        if (isRight) ++all_[row]->requests;
+      }
     }
   }
 
@@ -229,7 +259,7 @@ class FaultsTest : public testing::Test {
     EXPECT_EQ(question.answer, servesAgain ? answer : "noData") << question.what;
   }
 
-  FaultServer server_;
+  FaultServers servers_;
   const Past past_;
   std::list<Question> slow_, quick_;
   std::vector<Question*> all_;
