@@ -5,134 +5,64 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <utility>
+#include <string>
+#include <vector>
 
+#include "host/sqlite.h"
+#include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
 
 namespace corvo::tool {
 namespace {
 
-using testing::HasSubstr;
 namespace fs = std::filesystem;
 
 class Ask : public testing::Test {
  protected:
+  ~Ask() override { fs::remove_all(folder_); }
+
   Ran ask(const std::string& question) const {
     return runCorvo("ask --url " + backend_.url() + " --token t " + question);
   }
-  void expectFailure(const std::string& question, const std::string& err) const {
-    const Ran ran = ask(question);
-    EXPECT_EQ(ran.status, 1) << question;
-    EXPECT_EQ(ran.out, "") << question;
-    EXPECT_EQ(ran.err, err) << question;
-  }
-
   Backend backend_{"--config " CORVO_SHOP "/config.json --geo " CORVO_SHOP "/geo.json"};
+  const fs::path folder_ = fs::path(testing::TempDir()) / ("corvo_ask_" + std::to_string(getpid()));
 };
 
-// Where ann, bob and leo are is worked out in shop_test.cc.
-TEST_F(Ask, PrintsTheAnswer) {
-  const struct {
-    const char* question;
-    const char* out;
-  } cases[] = {
-      {"--user-id ann flag welcome-text",
-       "FLAG          TYPE    VALUE\n"
-       "welcome-text  string  \"Welcome back, Ann!\"\n"},
-      {"--property custom.basket=150 --json flag basket-discount", "{\"basket-discount\":0.1}\n"},
-      {"flag checkout-steps --json", "{\"checkout-steps\":3}\n"},
-      {"flag staff-preview --json --property email=a=b@shop.example", "{\"staff-preview\":true}\n"},
-      {"experiment short-checkout --user-id ann",
-       "short-checkout: group 1, \"short\"\n"
-       "FLAG            TYPE     VALUE\n"
-       "checkout-steps  integer  1\n"},
-      {"--user-id ann experiment product-page --json",
-       "{\"groupIndex\":1,\"groupName\":\"b\",\"name\":\"product-page\",\"type\":\"parameter\","
-       "\"values\":{\"columns\":2,\"gallery\":\"grid\"}}\n"},
-      {"experiment top-banner --property deviceId=ann-phone", "top-banner: group 1, \"picture\"\n"},
-      {"experiment short-checkout --user-id leo", "short-checkout: the user is not in it\n"},
-      {"experiment short-checkout --user-id leo --json",
-       "{\"groupIndex\":null,\"groupName\":null,\"name\":\"short-checkout\",\"type\":null,"
-       "\"values\":{}}\n"},
-      {"experiments --user-id bob --property deviceId=ann-tablet",
-       "EXPERIMENT      INDEX  GROUP\n"
-       "short-checkout  1      short\n"
-       "landing-page    1      b\n"},
-      {"holdout quiet-customers --user-id leo",
-       "HOLDOUT          HELD OUT\n"
-       "quiet-customers  true\n"},
-      {"holdout quiet-customers --user-id ann --json", "{\"quiet-customers\":false}\n"},
-      {"holdouts --user-id leo", "HOLDOUTS\nquiet-customers.0\n"},
-      {"holdouts --user-id ann", "HOLDOUTS\n(none)\n"},
-      {"details --property profileId=partner-0 --property deviceId=ann-phone",
-       "EXPERIMENT      TYPE        INDEX  NAME      VALUE\n"
-       "top-banner      webBuilder  1      -         -\n"
-       "partner-prices  parameter   1      discount  0.05\n"},
-      {"details --property profileId=partner-0 --property deviceId=ann-tablet --json",
-       R"([{"group":{"index":1},"id":"partner-prices",)"
-       R"("results":[{"name":"discount","value":"0.05"}],"type":"parameter"}])"
-       "\n"},
-  };
-  for (const auto& [question, out] : cases) {
+/// A question, and what is printed then.
+struct Exchange {
+  std::string question, out, err;
+};
+
+std::vector<Exchange> readTranscript(const std::string& folder) {
+  std::vector<Exchange> all;
+  std::ifstream in(CORVO_TOOL_CASES "ask.txt");
+  for (std::string line; std::getline(in, line);) {
+    tests::replaceAll(line, "FOLDER", folder);
+    if (line.starts_with("$ ")) {
+      all.push_back({line.substr(2), "", ""});
+    } else if (line.starts_with("! ")) {
+      all.back().err += line.substr(2) + '\n';
+    } else if (!line.empty() && line.front() != '#') {
+      all.back().out += line + '\n';
+    }
+  }
+  return all;
+}
+
+TEST_F(Ask, AnswersAsTheTranscriptSays) {
+  fs::create_directory(folder_);
+  const auto transcript = readTranscript(folder_.string());
+  for (const auto& [question, out, err] : transcript) {
     const Ran ran = ask(question);
     EXPECT_EQ(ran.out, out) << question;
-    EXPECT_EQ(ran.err, "") << question;
-    EXPECT_EQ(ran.status, 0) << question;
+    EXPECT_EQ(ran.err, err) << question;
+    EXPECT_EQ(ran.status, err.empty() ? 0 : 1) << question;
   }
+  EXPECT_GT(transcript.size(), 30U);
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 1) << "all of the state";
 }
 
-TEST_F(Ask, PrintsAllFlagsByName) {
-  const std::string user = "flags --property appVersion=2.10 --property 'date=2024-05-01 12:00' ";
-  EXPECT_EQ(ask(user + "--json").out,
-            "{\"basket-discount\":0,\"checkout-steps\":3,\"free-shipping-from\":25,"
-            "\"gift-wrapping\":true,\"new-checkout\":true,\"newsletter-popup\":false,"
-            "\"opening-day-gift\":\"tote bag\",\"pickup-in-store\":true,"
-            "\"sale\":{\"categories\":[\"shoes\",\"bags\"],\"discount\":0.2,"
-            "\"title\":\"Spring sale\"},"
-            "\"search-hint\":\"\",\"staff-preview\":false,"
-            "\"welcome-text\":\"Welcome to the shop!\"}\n");
-  const std::string spanish = ask(user + "--property geo.country=Spain").out;
-  EXPECT_THAT(spanish, HasSubstr("\nfree-shipping-from  double      49.9\n"));
-  EXPECT_THAT(spanish, HasSubstr("\ngift-wrapping       boolean     true\n"));
-}
-
-TEST_F(Ask, KeepsItsStateInTheFileAlone) {
-  const fs::path folder = fs::path(testing::TempDir()) / ("corvo_ask_" + std::to_string(getpid()));
-  const std::string store = "--json --store " + (folder / "state").string() + " ";
-  const struct {
-    const char* question;
-    const char* out;
-  } steps[] = {
-      {"--user-id ann flag checkout-steps", "{\"checkout-steps\":1}\n"},
-      {"flag checkout-steps", "{\"checkout-steps\":1}\n"},
-      {"force short-checkout 0",
-       "{\"forced\":true,\"groupIndex\":0,\"name\":\"short-checkout\"}\n"},
-      {"force gold-offer", "{\"forced\":true,\"groupIndex\":null,\"name\":\"gold-offer\"}\n"},
-      {"unforce gold-offer", "{\"forced\":false,\"name\":\"gold-offer\"}\n"},  // fetches anew
-      {"flag checkout-steps", "{\"checkout-steps\":3}\n"},
-      {"unforce --all", "{\"forced\":false,\"name\":null}\n"},
-      {"flag checkout-steps", "{\"checkout-steps\":1}\n"},
-      {"--property custom.plan=none flag welcome-text",
-       "{\"welcome-text\":\"Welcome to the shop!\"}\n"},
-  };
-  for (const auto& [question, out] : steps) EXPECT_EQ(ask(store + question).out, out) << question;
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
-  fs::remove_all(folder);
-}
-
-TEST_F(Ask, SaysWhyItFails) {
-  const std::string folder = testing::TempDir();
-  const std::pair<std::string, std::string> cases[] = {
-      {"flag nope", "Corvo warn: Feature flag \"nope\" not found\n"},
-      {"holdout short-checkout", "Corvo warn: Holdout with name \"short-checkout\" not found\n"},
-      {"force short-checkout",
-       "Corvo warn: User doesn't have a split identifier for experiment \"short-checkout\"\n"},
-      {"--user-id ann force short-checkout -1",
-       "Corvo warn: Experiment \"short-checkout\" has no group with index \"-1\"\n"},
-      {"unforce --all", "Corvo warn: No included experiments to exclude\n"},
-      {"flags --store " + folder, "cannot open " + folder + " as a store\n"},
-  };
-  for (const auto& [question, err] : cases) expectFailure(question, err);
+TEST_F(Ask, SaysWhyARequestFailed) {
   backend_.stop(SIGTERM);
   const Ran refused = ask("--json flags");
   EXPECT_EQ(refused.status, 1);
@@ -143,17 +73,26 @@ TEST_F(Ask, SaysWhyItFails) {
 }
 
 TEST_F(Ask, LeavesAFileThatIsNoStoreAsItIs) {
-  const fs::path folder = fs::path(testing::TempDir()) / ("corvo_text_" + std::to_string(getpid()));
-  const std::string file = (folder / "file").string();
-  const std::string repeated(50'000, 'x');
-  for (const std::string& text :
-       {std::string("to do\n"), std::string(600, '\n'), repeated, "SQLite format 3\n" + repeated}) {
-    fs::create_directory(folder);
-    std::ofstream(file) << text;
-    expectFailure("flags --user-id ann --store " + file, "cannot open " + file + " as a store\n");
-    EXPECT_EQ(readFile(file), text);
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1) << text.substr(0, 20);
-    fs::remove_all(folder);
+  const std::string file = (folder_ / "file").string();
+  const auto write = [&](const std::string& bytes) {
+    fs::remove_all(folder_);
+    fs::create_directory(folder_);
+    std::ofstream(file, std::ios::binary) << bytes;
+  };
+  write("");
+  host::Connection(file).execute("CREATE TABLE t (x)");
+  const std::string foreign = readFile(file);
+  for (const std::string& bytes :
+       {foreign, std::string("x"), std::string("to do\n"), std::string(600, '\n'),
+        std::string("SQLite format 3"), "SQLite format 3\n" + std::string(50'000, 'x'),
+        std::string(100'000, '\0')}) {
+    SCOPED_TRACE(bytes.substr(0, 20));
+    write(bytes);
+    const Ran ran = ask("flags --user-id ann --store " + file);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.err, "cannot open " + file + " as a store\n");
+    EXPECT_TRUE(readFile(file) == bytes);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 1);
   }
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
 
 namespace corvo::tool {
@@ -88,43 +89,20 @@ TEST_F(Serve, SendsAFileAsItIs) {
 }
 
 TEST_F(Serve, SaysWhereADocumentIsBroken) {
+  const auto edits = tests::caseTable<3>(CORVO_TOOL_CASES "edits.txt");
   const std::string errors = folder_ + "errors";
-  const std::string config = folder_ + "config.json:";
-  const std::string geo = folder_ + "geo.json:";
-  const char* const broken =
-      "{\n  \"city\": \"S\xC3\xA3"
-      "o Paulo\", 7}";
   write("config.json", "[]");
-  write("geo.json", broken);
+  write("geo.json", edits[0][1]);
   Backend backend(arguments() + " 2>" + errors);
-  std::string said =
-      config + "1:1: expected object, found array\n" + geo + "2:24: expected a name in quotes\n";
+  std::string said = folder_ + "config.json:1:1: expected object, found array\n" + folder_ +
+                     "geo.json:2:24: expected a name in quotes\n";
   EXPECT_EQ(readFile(errors), said);
   httplib::Client http(backend.url());
-  const struct {
-    const char* file;
-    const char* content;
-    std::string says;
-  } edits[] = {
-      {"geo.json", broken, ""},
-      {"geo.json", "{}", ""},
-      {"geo.json", broken, geo + "2:24: expected a name in quotes\n"},
-      {"geo.json", R"({"a/~\u0062": 1, "b": "", "a/~b": 3, "c": ""})",
-       geo + "1:35: expected string, found number at /a~1~0b\n"},
-      {"geo.json", "", geo + "1:1: expected a value\n"},
-      {"config.json", "\xEF\xBB\xBF {\"x\": {\"experiments\": 1}, \"experiments\": 7}",
-       config + "1:43: expected array, found number at /experiments\n"},
-      {"config.json", R"({"feature_flags": [7, {}]})", ""},  // costs two flags, not the document
-      {"config.json",
-       R"({"experiments": [{"name": "   ", "salt": "", "allocation": 100,)"
-       R"("layer_bounds": [{"lower_bound": 2, "upper_bound": 1}]}]})",
-       ""},
-  };
   for (const auto& [file, content, says] : edits) {
     write(file, content);
-    const std::string path = std::string(file) == "geo.json" ? "/geo" : "/config.json";
+    const std::string path = file == "geo.json" ? "/geo" : "/config.json";
     for (int i = 0; i < 2; ++i) EXPECT_EQ(http.Get(path, kHeaders)->body, content);
-    said += says;
+    if (!says.empty()) said += folder_ + file + ":" + says + "\n";
     EXPECT_EQ(readFile(errors), said) << content;
   }
 }
