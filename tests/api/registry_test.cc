@@ -39,6 +39,7 @@ TEST_F(RegistryTest, ServesACopyForAtLeastTenSeconds) {
     fake.time->advance(0.5);
     client->checkFlag<bool>("on").get();
     EXPECT_EQ(configRequests(), requests + 1) << cacheTTL;
+    EXPECT_EQ(geoRequests(), requests + 1) << cacheTTL;
   }
 }
 
@@ -67,15 +68,6 @@ TEST_F(RegistryTest, SettlesTheUserOfANewClient) {
     EXPECT_EQ(stored("user.value"), each.storedAfter) << each.what;
     registry.removeClient("tag");
   }
-}
-
-TEST_F(RegistryTest, FindsTheRecordsOfAnEarlierRun) {
-  makeClient()->checkFlag<bool>("on").get();
-  ClientRegistry restarted(fake.platform());
-  const auto client =
-      restarted.initializeClient("token", std::nullopt, "https://flags.example.com", 10, 0, "tag");
-  EXPECT_EQ(client->checkFlag<bool>("on").get(), true);
-  EXPECT_EQ(fake.session->requests().size(), 2U) << "the second start asked for nothing";
 }
 
 TEST_F(RegistryTest, WorksWithoutAStore) {

@@ -92,8 +92,10 @@ TEST_F(AnswerTest, NeverResumesACoroutineThatItsOwnerDestroyed) {
 TEST_F(AnswerTest, LeavesADroppedCoroutineToItsOwner) {
   bool resumed = false;
   const Owned coroutine = touch(resumed);
+  auto answer = client->checkFlag<bool>("on");
   registry.removeClient("tag");
   client.reset();
+  EXPECT_THROW(answer.get(), QuestionDropped);
   fake.time->run();
   EXPECT_FALSE(resumed);
   coroutine.handle.destroy();

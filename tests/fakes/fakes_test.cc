@@ -169,17 +169,5 @@ TEST(MemoryPreferencesStoreTest, ACopyIsAnotherProcess) {
   EXPECT_THAT(store.contents("s"), ElementsAre(Pair("a", "1")));
 }
 
-TEST(FakeTimeZoneTest, ChangesItsOffsetAtTheTransitionsAndItsIdentifierWithTheZone) {
-  FakeTimeZone zone(3600, {{1000, 7200}, {2000, -3600}});
-  const std::map<std::int64_t, std::int32_t> cases{{-5, 3600},   {999, 3600},   {1000, 7200},
-                                                   {1999, 7200}, {2000, -3600}, {1LL << 60, -3600}};
-  for (const auto& [moment, offset] : cases) EXPECT_EQ(zone.offsetAt(moment), offset) << moment;
-
-  const std::uint64_t before = zone.identifier();
-  zone.change(60);
-  EXPECT_NE(zone.identifier(), before);
-  EXPECT_EQ(zone.offsetAt(1500), 60);
-}
-
 }  // namespace
 }  // namespace corvo::fakes

@@ -129,13 +129,6 @@ TEST_F(NetworkClientTest, SendsTheRoutesAsRequests) {
                           UrlRequest{"POST", "https:/h/api/geo?a=1%202&b", merged, 60}));
 }
 
-TEST_F(NetworkClientTest, ReportsAnImpossibleAddressAtOnce) {
-  makeClient(3, session, "https://a host/");
-  ask();
-  EXPECT_THAT(log, ElementsAre("Cannot build an URL object from string https:/a host/geo"));
-  EXPECT_TRUE(session->requests().empty());
-}
-
 TEST_F(NetworkClientTest, HandlesCompletionsOfAnyThreadOnTheMainQueue) {
   int code = 500;
   oddSession->handle = [&](Completion done) {

@@ -113,10 +113,12 @@ TEST_F(EveryQuestionTest, IsDroppedWithItsClient) {
     auto client = start(false);
     bool answered = false;
     ask(*client, [&] { answered = true; });
+    const auto before = fake.store->contents("storagetagtoken");
     registry.removeClient("tag");
     client.reset();
     fake.time->run();
     EXPECT_FALSE(answered) << name;
+    EXPECT_EQ(fake.store->contents("storagetagtoken"), before) << name;
   }
 }
 

@@ -134,46 +134,5 @@ TEST_F(StoragePropertyTest, KeepsInMemoryWhatCannotBeEncoded) {
                                                 {"config.update_time", "736257600"}}));
 }
 
-TEST(StorageClientTest, KeepsSuitesOfDifferentClientsApart) {
-  const auto store = std::make_shared<fakes::MemoryPreferencesStore>();
-  StorageClient a(store, "a", "token", 10, kWritten);
-  StorageClient b(store, "b", "token", 10, kWritten);
-  a.user.write(std::make_shared<const CorvoUser>(CorvoUser{{{"userId", "1"}}, {}}), kWritten);
-  EXPECT_EQ(b.user.read(kWritten), nullptr);
-  EXPECT_EQ(store->suiteNames(), (std::vector<std::string>{"storageatoken", "storagebtoken"}));
-
-  StorageClient joined(store, "at", "oken", 10, kWritten);
-  EXPECT_EQ(joined.user.read(kWritten)->properties.at("userId"), "1");
-}
-
-TEST(StorageClientTest, LetsConfigurationAndLocationExpireButNothingElse) {
-  const auto store = std::make_shared<fakes::MemoryPreferencesStore>();
-  StorageClient client(store, "a", "token", 10, kWritten);
-  const model::ForcedExperiments forced{{"with", 2}, {"without", std::nullopt}};
-  client.config.write(std::make_shared<const model::ConfigResponse>(), kWritten);
-  client.location.write(std::make_shared<const PropertyMap>(), kWritten);
-  client.user.write(std::make_shared<const CorvoUser>(), kWritten);
-  client.corvoPrivateId.write(std::make_shared<const std::string>("id"), kWritten);
-  client.corvoForcedExperiments.write(std::make_shared<const model::ForcedExperiments>(forced),
-                                      kWritten);
-
-  StorageClient restarted(store, "a", "token", 10, kWritten);
-  for (StorageClient* each : {&client, &restarted}) {
-    EXPECT_EQ(each->config.read(kWritten + 10), nullptr);
-    EXPECT_EQ(each->location.read(kWritten + 10), nullptr);
-    EXPECT_NE(each->user.read(kWritten + 1e9), nullptr);
-    EXPECT_EQ(*each->corvoPrivateId.read(kWritten + 1e9), "id");
-    EXPECT_EQ(*each->corvoForcedExperiments.read(kWritten + 1e9), forced);
-  }
-}
-
-TEST(StorageClientTest, WorksWithoutItsSuite) {
-  const auto store = std::make_shared<fakes::MemoryPreferencesStore>();
-  store->failOpening(true);
-  StorageClient client(store, "a", "token", 10, kWritten);
-  client.corvoPrivateId.write(std::make_shared<const std::string>("id"), kWritten);
-  EXPECT_EQ(*client.corvoPrivateId.read(kWritten), "id");
-}
-
 }  // namespace
 }  // namespace corvo::storage
