@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "branch_count.h"
+#include "tests/base/case_table.h"
 
 // How the work of a question grows with what a backend and a user choose: twice as much may cost
 // three times the work, not four.
@@ -24,17 +25,16 @@ struct World {
   std::string location = "{}";
 };
 
-std::string times(std::size_t count, const std::function<std::string(std::size_t)>& element) {
-  std::string text;
-  for (std::size_t i = 0; i < count; ++i) text += (i == 0 ? "" : ",") + element(i);
-  return text;
+/// The text so often, with commas between, and with its number for each "@".
+std::string times(std::size_t count, const std::string& text) {
+  std::string all;
+  for (std::size_t i = 0; i < count; ++i) {
+    std::string one = text;
+    tests::replaceAll(one, "@", std::to_string(i));
+    all += (i == 0 ? "" : ",") + one;
+  }
+  return all;
 }
-std::string repeated(std::size_t count, std::string_view part) {
-  std::string text;
-  for (std::size_t i = 0; i < count; ++i) text += part;
-  return text;
-}
-std::string quoted(const std::string& text) { return '"' + text + '"'; }
 
 std::string flag(const std::string& name, const std::string& conditions, bool isPrivate = false) {
   return R"({"name": ")" + name + R"(", "type": "t", "is_private": )" +
@@ -44,152 +44,114 @@ std::string flag(const std::string& name, const std::string& conditions, bool is
          conditions + R"(]}, {"is_default": true, "value": "2", "conditional_statement": "-",
              "conditions": []}]})";
 }
-std::string condition(const std::string& sign, const std::string& values, const std::string& name) {
-  return R"({"name": ")" + name + R"(", "condition_sign": ")" + sign + R"(", "value": [)" + values +
-         "]}";
+std::string condition(const char* sign, const std::string& values, const char* name) {
+  return std::string(R"({"name": ")") + name + R"(", "condition_sign": ")" + sign +
+         R"(", "value": [)" + values + "]}";
 }
 World ofFlags(const std::string& flags, const std::string& property = "") {
-  return {R"({"experiments": [], "feature_flags": [)" + flags + "]}", property, "", "{}"};
+  return {R"({"experiments": [], "feature_flags": [)" + flags + "]}", property, ""};
 }
 
-struct Kind {
-  std::string sign;
-  std::string value;  ///< The values are this and a number.
-  bool isPrivate = false;
-  std::string name = "appVersion";
+/// Values for every eighth byte of a property: one of each condition, also of a private flag, or
+/// all of one condition.
+enum class Form { conditions, privateConditions, values };
+struct Comparison {
+  const char* what;
+  const char* sign;
+  const char* value;     ///< The values are this and a number.
+  const char* property;  ///< "@" is the size.
+  Form form = Form::conditions;
+  const char* name = "appVersion";
 };
+const Comparison kComparisons[] = {
+    {"marks, any of", "any of", "\u00E1", "{@*\u0301\u0316}", Form::values},
+    {"marks, equal", "equal", "\u00E1", "{@*\u0301\u0316}"},
+    {"contains any of", "contains any of", "aab", "{@*a}", Form::values},
+    {"contains none of", "contains any of", "aab", "{@*a}"},
+    {"contained", "contains", "aab", "{@*a}"},
+    {"private", "equal", "a", "{@*a}", Form::privateConditions},
+    {"private, contained", "contains", "a", "{@*a}", Form::privateConditions},
+    {"plain", "equal", "aaaaaaaaaab", "{@*a}"},
+    {"number", "greater", "1", "{@*0}", Form::conditions, "custom.p"},
+    {"version", "greater", "1.", "{@*0.}"},
+    {"date", "on date", "2024-05-0", "{@*0}2024-05-01"}};
 
-/// One flag with a condition for every eighth byte of the property, each with a value of its own.
-World ofConditions(const Kind& kind, const std::string& property) {
-  const auto each = [&](std::size_t i) {
-    return condition(kind.sign, quoted(kind.value + std::to_string(i)), kind.name);
-  };
-  return ofFlags(flag("f", times(property.size() / 8, each), kind.isPrivate), property);
-}
-
-/// The same with one condition that has all the values.
-World ofValues(const Kind& kind, const std::string& property) {
-  const auto each = [&](std::size_t i) { return quoted(kind.value + std::to_string(i)); };
-  return ofFlags(flag("f", condition(kind.sign, times(property.size() / 8, each), kind.name)),
-                 property);
+World ofComparison(const Comparison& c, std::size_t size) {
+  std::string property = c.property;
+  tests::replaceAll(property, "@", std::to_string(size));
+  property = tests::unfolded(property);
+  const std::string value = std::string("\"") + c.value + "@\"";
+  const std::size_t count = property.size() / 8;
+  const std::string conditions = c.form == Form::values
+                                     ? condition(c.sign, times(count, value), c.name)
+                                     : times(count, condition(c.sign, value, c.name));
+  return ofFlags(flag("f", conditions, c.form == Form::privateConditions), property);
 }
 
 /// Flags whose names all fall into one bucket of the standard hash.
 World ofCollidingNames(std::size_t size) {
   std::unordered_set<std::string> table;
   table.reserve(size);
-  std::size_t number = 0;
-  const auto each = [&](std::size_t) {
-    while (table.bucket(std::to_string(++number)) != 0) {
-    }
-    return flag(std::to_string(number), "");
-  };
-  return ofFlags(times(size, each));
+  std::string flags = flag("-", "");
+  for (std::size_t number = 0, found = 0; found < size; ++number) {
+    if (table.bucket(std::to_string(number)) != 0) continue;
+    flags += ',' + flag(std::to_string(number), "");
+    ++found;
+  }
+  return ofFlags(flags);
 }
 
 World ofExperiments(const std::string& experiments) {
-  return {R"({"feature_flags": [], "experiments": [)" + experiments + "]}", "", "", "{}"};
+  return {R"({"feature_flags": [], "experiments": [)" + experiments + "]}", "", ""};
 }
-std::string experiment(const std::string& name, const std::string& more, double allocation = 1) {
+std::string experiment(const std::string& name, const std::string& more, int allocation = 1) {
   return R"({"name": ")" + name + R"(", "salt": "s", "allocation": )" + std::to_string(allocation) +
          R"(, "groups": [{"name": "g", "weight": 1}])" + more + "}";
 }
 
 World ofForcedExperiments(std::size_t size) {
-  const auto name = [](std::size_t i) { return "e" + std::to_string(i); };
-  World world = ofExperiments(times(size, [&](std::size_t i) { return experiment(name(i), ""); }));
-  world.forced = "{" + times(size, [&](std::size_t i) { return quoted(name(i)) + ":0"; }) + "}";
+  World world = ofExperiments(times(2 * size, experiment("e@", "")));
+  world.forced = "{" + times(2 * size, R"("e@":0)") + "}";
   return world;
 }
 
 World ofOneName(std::size_t size) {
-  const std::string holdouts = times(
-      size, [](std::size_t i) { return experiment("h" + std::to_string(i), R"(, "type": 5)", 0); });
-  const std::string names =
-      times(size, [](std::size_t i) { return quoted("h" + std::to_string(i)); });
-  const auto naming = [&](std::size_t) {
-    return experiment("e", R"(, "holdouts": [)" + names + "]", 0);
-  };
-  return ofExperiments(holdouts + "," + times(8, naming));
+  const std::string naming = R"(, "holdouts": [)" + times(size, R"("h@")") + "]";
+  return ofExperiments(times(size, experiment("h@", R"(, "type": 5)", 0)) + "," +
+                       times(8, experiment("e", naming, 0)));
 }
 
 /// One experiment with flags, one with parameters; each name stands twice.
 World ofValuesInAGroup(std::size_t size) {
-  const auto name = [](std::size_t i) { return quoted("f" + std::to_string(i / 2)); };
-  const std::string flags = times(size, [&](std::size_t i) {
-    return R"({"name": )" + name(i) + R"(, "type": "t", "rules": [], "groups": [{"group": "g",
-        "rules": [{"is_default": true, "value": "1", "conditional_statement": "-",
-                   "conditions": []}]}]})";
-  });
-  const std::string params = times(size, [&](std::size_t i) {
-    return R"({"name": )" + name(i) + R"(, "type": "t", "values": [{"group": "g", "value": "1"}]})";
-  });
-  return ofExperiments(experiment("e", R"(, "type": 1, "feature_flags": [)" + flags + "]") + "," +
-                       experiment("p", R"(, "type": 2, "params": [)" + params + "]"));
+  const std::string flag = R"({"name": "f@", "type": "t", "rules": [], "groups": [{"group": "g",
+      "rules": [{"is_default": true, "value": "1", "conditional_statement": "-",
+                 "conditions": []}]}]})";
+  const std::string param =
+      R"({"name": "f@", "type": "t", "values": [{"group": "g", "value": "1"}]})";
+  const auto twice = [&](const std::string& text) { return times(size / 2, text + "," + text); };
+  return ofExperiments(experiment("e", R"(, "type": 1, "feature_flags": [)" + twice(flag) + "]") +
+                       "," + experiment("p", R"(, "type": 2, "params": [)" + twice(param) + "]"));
 }
 
 /// Private conditions, each on a property of its own.
 World ofProperties(std::size_t size) {
-  const auto name = [](std::size_t i) { return "p" + std::to_string(i); };
-  World world = ofFlags(flag(
-      "f", times(size, [&](auto i) { return condition("equal", quoted("x"), "geo." + name(i)); }),
-      true));
-  world.location =
-      "{" + times(size, [&](auto i) { return quoted(name(i)) + ':' + quoted("v"); }) + "}";
+  World world = ofFlags(flag("f", times(size, condition("equal", R"("x")", "geo.p@")), true));
+  world.location = "{" + times(size, R"("p@":"v")") + "}";
   return world;
 }
 
-const std::map<std::string, std::function<World(std::size_t)>> kWorlds{
-    {"names that collide", ofCollidingNames},
-    {"marks, any of",
-     [](auto n) {
-       return ofValues({"any of", "\u00E1"}, repeated(n / 2, "\u0301\u0316"));
-     }},
-    {"marks, equal",
-     [](auto n) {
-       return ofConditions({"equal", "\u00E1"}, repeated(n / 2, "\u0301\u0316"));
-     }},
-    {"contains any of",
-     [](auto n) {
-       return ofValues({"contains any of", "aab"}, repeated(n, "a"));
-     }},
-    {"contains none of",
-     [](auto n) {
-       return ofConditions({"contains any of", "aab"}, repeated(n, "a"));
-     }},
-    {"contained",
-     [](auto n) {
-       return ofConditions({"contains", "aab"}, repeated(n, "a"));
-     }},
-    {"private",
-     [](auto n) {
-       return ofConditions({"equal", "a", true}, repeated(n, "a"));
-     }},
-    {"private, contained",
-     [](auto n) {
-       return ofConditions({"contains", "a", true}, repeated(n, "a"));
-     }},
-    {"plain",
-     [](auto n) {
-       return ofConditions({"equal", "aaaaaaaaaab"}, repeated(n, "a"));
-     }},
-    {"number",
-     [](auto n) {
-       return ofConditions({"greater", "1", false, "custom.p"}, repeated(n, "0"));
-     }},
-    {"version",
-     [](auto n) {
-       return ofConditions({"greater", "1."}, repeated(n, "0."));
-     }},
-    {"date",
-     [](auto n) {
-       return ofConditions({"on date", "2024-05-0"}, repeated(n, "0") + "2024-05-01");
-     }},
-    {"forced", [](auto n) { return ofForcedExperiments(2 * n); }},
-    {"one name", ofOneName},
-    {"values in a group", ofValuesInAGroup},
-    {"properties", ofProperties},
-};
+using Worlds = std::map<std::string, std::function<World(std::size_t)>>;
+Worlds makeWorlds() {
+  Worlds worlds{{"names that collide", ofCollidingNames},
+                {"forced", ofForcedExperiments},
+                {"one name", ofOneName},
+                {"values in a group", ofValuesInAGroup},
+                {"properties", ofProperties}};
+  for (const Comparison& each : kComparisons) {
+    worlds[each.what] = [&each](std::size_t size) { return ofComparison(each, size); };
+  }
+  return worlds;
+}
 
 class Counted {
  public:
@@ -237,7 +199,7 @@ std::map<std::string, std::size_t> costs(const World& world) {
 }
 
 TEST(Growth, OfTheWorkIsNotThatOfAProduct) {
-  for (const auto& [what, world] : kWorlds) {
+  for (const auto& [what, world] : makeWorlds()) {
     const auto once = costs(world(800));
     bool grows = false;
     for (const auto& [question, twice] : costs(world(1'600))) {
