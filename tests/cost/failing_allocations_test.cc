@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <new>
 #include <optional>
 #include <set>
 #include <string>
 
+#include "fuzz/questions.h"
 #include "tests/cost/allocations.h"
 
 // Every allocation of every operation fails once: the operation has then been done or has not, and
@@ -32,7 +34,10 @@ constexpr const char* kProject = R"({"feature_flags": [
                                  "conditional_statement": "-", "conditions": []}]}]}]},
     {"name": "a holdout of the configuration", "type": 5, "salt": "t", "allocation": 0,
      "groups": [{"name": "g", "weight": 1}]}]})";
+constexpr const char* kFlag = "a flag of the configuration";
+constexpr const char* kCarriedFlag = "a flag of the experiment";
 constexpr const char* kExperiment = "an experiment of the configuration";
+constexpr const char* kHoldout = "a holdout of the configuration";
 
 /// An application that has used its client before.
 struct Application {
@@ -57,7 +62,7 @@ struct Application {
     }
     const auto told = [&](CorvoClient& each) {
       text += each.getAllUserExperimentsText().get().value_or("none") + ' ' +
-              each.checkFlag<std::string>("a flag of the configuration").get().value() + '\n';
+              each.checkFlag<std::string>(kFlag).get().value() + '\n';
     };
     told(*client);
     ClientRegistry restarted(fake.platform());
@@ -72,49 +77,42 @@ struct Application {
 
 using Operation = std::function<void(Application&)>;
 
-struct NamedOperation {
-  const char* name;
-  Operation run;
-};
-
-const NamedOperation kOperations[] = {
-    {"setUser",
-     [](auto& a) {
-       a.client->setUser({{{"userId", "another user's name"}}, {}});
-     }},
+#define CALL(call) [](Application& a) { a.call; }
+const std::map<std::string, Operation> kOtherOperations{
+    {"setUser", CALL(client->setUser({{{"userId", "another user's name"}}, {}}))},
     {"setUserProperties",
-     [](auto& a) {
-       a.client->setUserProperties([](auto& user) { user.setUserId("another user's name"); });
-     }},
+     CALL(client->setUserProperties([](auto& user) { user.setUserId("another user's name"); }))},
     {"editUserProperties",
-     [](auto& a) {
-       a.client->editUserProperties([](auto& user) { user.setUserId("another user's name"); });
-     }},
-    {"clearUserProperties", [](auto& a) { a.client->clearUserProperties(); }},
-    {"checkFlag",
-     [](auto& a) {
-       a.client->template checkFlag<JsonObject>("a flag of the configuration").get();
-     }},
-    {"checkFlag, carried",
-     [](auto& a) { a.client->template checkFlag<std::int64_t>("a flag of the experiment").get(); }},
-    {"report", [](auto& a) { a.client->getUserFeatureFlagsDetails().get(); }},
-    {"experiments", [](auto& a) { a.client->getAllUserExperiments().get(); }},
-    {"experiments as text", [](auto& a) { a.client->getAllUserExperimentsText(false).get(); }},
-    {"getExperiment", [](auto& a) { a.client->getExperiment(kExperiment).get(); }},
-    {"getHoldout", [](auto& a) { a.client->getHoldout("a holdout of the configuration").get(); }},
-    {"getAllUserHoldouts", [](auto& a) { a.client->getAllUserHoldouts().get(); }},
-    {"details", [](auto& a) { a.client->getUserExperimentsDetails().get(); }},
-    {"includeForce",
-     [](auto& a) { a.client->includeForce("a holdout of the configuration", 0).get(); }},
-    {"excludeForce", [](auto& a) { a.client->excludeForce(kExperiment).get(); }},
-    {"excludeForceAll", [](auto& a) { a.client->excludeForceAll().get(); }},
+     CALL(client->editUserProperties([](auto& user) { user.setUserId("another user's name"); }))},
+    {"clearUserProperties", CALL(client->clearUserProperties())},
     {"initializeClient",
-     [](auto& a) {
-       a.registry.initializeClient("token", CorvoUser{{{"userId", "another user's name"}}, {}},
-                                   "https://flags.example.com", 10, 0, "another client's tag");
-     }},
-    {"removeClient", [](auto& a) { a.registry.removeClient("tag"); }},
-};
+     CALL(registry.initializeClient("token", CorvoUser{{{"userId", "another user's name"}}, {}},
+                                    "https://flags.example.com", 10, 0, "another client's tag"))},
+    {"removeClient", CALL(registry.removeClient("tag"))}};
+#undef CALL
+
+/// These, and every question.
+std::map<std::string, Operation> operations() {
+  const struct {
+    std::size_t first, end;
+    const char* name;
+  } questions[] = {{4, 5, kFlag},
+                   {1, 2, kCarriedFlag},
+                   {5, 18, kExperiment},
+                   {13, 14, kHoldout},
+                   {15, 16, kHoldout}};
+  static_assert(fuzz::kQuestionCount == 18);
+  std::map<std::string, Operation> all = kOtherOperations;
+  for (const auto& [first, end, name] : questions) {
+    for (std::size_t number = first; number < end; ++number) {
+      all[std::to_string(number) + " about " + name] = [number, about = name](Application& a) {
+        const auto ask = [&](auto question) { question(*a.client).get(); };
+        fuzz::withQuestion(number, about, 0, ask);
+      };
+    }
+  }
+  return all;
+}
 
 /// What an operation that ran into failing memory may answer.
 void attempt(const Operation& run, Application& application) {
@@ -142,8 +140,8 @@ std::set<std::string> statesAround(const Operation& run, double age) {
   return states;
 }
 
-void failEach(const NamedOperation& operation, double age) {
-  const std::set<std::string> states = statesAround(operation.run, age);
+void failEach(const std::string& name, const Operation& run, double age) {
+  const std::set<std::string> states = statesAround(run, age);
   bool failed = true;
   for (std::size_t succeed = 0; failed; ++succeed) {
     const std::ptrdiff_t live = tests::liveAllocations();
@@ -152,21 +150,21 @@ void failEach(const NamedOperation& operation, double age) {
       application.fake.time->advance(age);
       {
         const tests::FailingAllocation failing(succeed);
-        attempt(operation.run, application);
+        attempt(run, application);
         failed = tests::FailingAllocation::hasFailed();
       }
       EXPECT_TRUE(states.contains(application.state()))
-          << operation.name << ", allocation " << succeed << ", at age " << age;
+          << name << ", allocation " << succeed << ", at age " << age;
     }
     ASSERT_EQ(tests::liveAllocations(), live)
-        << operation.name << " leaks when allocation " << succeed << " fails";
+        << name << " leaks when allocation " << succeed << " fails";
   }
 }
 
 TEST(FailingAllocationsTest, LeaveNothingHalfDoneAndNothingBehind) {
   { Application().state(); }  // what is made once per process
   for (const double age : {0.0, 10.0}) {
-    for (const NamedOperation& operation : kOperations) failEach(operation, age);
+    for (const auto& [name, run] : operations()) failEach(name, run, age);
   }
 }
 

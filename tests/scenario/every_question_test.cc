@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "fuzz/questions.h"
 #include "tests/client/client_fixture.h"
 
 namespace corvo {
@@ -16,40 +17,28 @@ namespace {
 /// Asks, and calls back once with whatever comes of it.
 using Ask = std::function<void(CorvoClient&, std::function<void()>)>;
 
-template <class Operation>
-Ask asking(Operation operation) {
-  return [operation](CorvoClient& client, const std::function<void()>& then) {
-    operation(
-        client, [then](auto&&...) { then(); }, [then](const CorvoError&) { then(); });
-  };
-}
-
-/// Each question in its callback form; with those that fail, and those that need no fetch.
 struct Question {
-  const char* name;
+  std::string name;
   Ask ask;
 };
-#define ASK(call) asking([](CorvoClient& c, auto yes, auto no) { c.call; })
-const Question kQuestions[] = {
-    {"checkFlag", ASK(checkFlag<bool>("on", yes, no))},
-    {"checkFlag, unknown", ASK(checkFlag<bool>("no", yes, no))},
-    {"getUserFeatureFlagsDetails", ASK(getUserFeatureFlagsDetails(yes, no))},
-    {"getAllUserExperiments", ASK(getAllUserExperiments(yes, no))},
-    {"getAllUserExperimentsText", ASK(getAllUserExperimentsText(yes, no))},
-    {"getAllUserExperimentsText(bool)", ASK(getAllUserExperimentsText(false, yes, no))},
-    {"getExperiment", ASK(getExperiment("e", yes, no))},
-    {"getExperiment, unknown", ASK(getExperiment("no", yes, no))},
-    {"getHoldout", ASK(getHoldout("h", yes, no))},
-    {"getAllUserHoldouts", ASK(getAllUserHoldouts(yes, no))},
-    {"getUserExperimentsDetails", ASK(getUserExperimentsDetails(yes, no))},
-    {"getUserExperimentsDetails(bool)", ASK(getUserExperimentsDetails(true, yes, no))},
-    {"includeForce", ASK(includeForce("e", yes, no))},
-    {"includeForce(index)", ASK(includeForce("e", 0, yes, no))},
-    {"includeForce, unknown", ASK(includeForce("no", 0, yes, no))},
-    {"excludeForce", ASK(excludeForce("e", yes, no))},
-    {"excludeForceAll", ASK(excludeForceAll(yes, no))},
-};
-#undef ASK
+
+/// Each question in its callback form, also with names at which it fails.
+std::vector<Question> makeQuestions() {
+  std::vector<Question> all;
+  for (const char* name : {"e", "h", "no"}) {
+    for (std::size_t number = 0; number < fuzz::kQuestionCount; ++number) {
+      const auto ask = [number, name](CorvoClient& client, const std::function<void()>& then) {
+        fuzz::withQuestion(number, name, 0, [&](auto question) {
+          question(
+              client, [then](auto&&...) { then(); }, [then](const CorvoError&) { then(); });
+        });
+      };
+      all.push_back({std::to_string(number) + " about " + name, ask});
+    }
+  }
+  return all;
+}
+const std::vector<Question> kQuestions = makeQuestions();
 
 class EveryQuestionTest : public ClientTest {
  protected:
@@ -70,49 +59,57 @@ class EveryQuestionTest : public ClientTest {
     if (!fresh) fake.time->advance(10);
     return client;
   }
+
+  /// Lets a client be asked every question, from fresh copies and after a fetch.
+  template <class Test>
+  void forEach(Test test) {
+    for (const bool fresh : {true, false}) {
+      for (const auto& [name, ask] : kQuestions) {
+        SCOPED_TRACE(name + (fresh ? "" : " after a fetch"));
+        test(start(fresh), ask);
+      }
+    }
+  }
 };
 
 TEST_F(EveryQuestionTest, IsAnsweredOnceAlsoWhenTheCallbackAsksAgain) {
-  for (const bool fresh : {true, false}) {
-    for (const auto& [name, ask] : kQuestions) {
-      const auto client = start(fresh);
-      int answers = 0;
-      ask(*client, [&, &again = ask] {
-        if (++answers == 1) again(*client, [&] { answers += 10; });
-      });
-      fake.time->run();
-      EXPECT_EQ(answers, 11) << name << (fresh ? "" : " after a fetch");
-    }
-  }
+  forEach([this](const auto& client, const Ask& ask) {
+    int answers = 0;
+    ask(*client, [&] {
+      if (++answers == 1) ask(*client, [&] { answers += 10; });
+    });
+    fake.time->run();
+    EXPECT_EQ(answers, 11);
+  });
 }
 
 TEST_F(EveryQuestionTest, LetsTheCallbackReleaseTheClientAndThrow) {
-  for (const bool fresh : {true, false}) {
-    for (const auto& [name, ask] : kQuestions) {
-      auto client = start(fresh);
-      int answers = 0;
-      const auto askAndRun = [&, &asked = ask] {
-        asked(*client, [&] {
-          registry.removeClient("tag");
-          client.reset();
-          ++answers;
-          throw std::runtime_error("thrown by the callback");
-        });
-        fake.time->run();
-      };
-      EXPECT_THROW(askAndRun(), std::runtime_error) << name;
+  forEach([this](std::shared_ptr<CorvoClient> client, const Ask& ask) {
+    int answers = 0;
+    const auto askAndRun = [&] {
+      ask(*client, [&] {
+        registry.removeClient("tag");
+        client.reset();
+        ++answers;
+        throw std::runtime_error("thrown by the callback");
+      });
       fake.time->run();
-      EXPECT_EQ(answers, 1) << name;
-      EXPECT_EQ(client, nullptr) << name;
-    }
-  }
+    };
+    EXPECT_THROW(askAndRun(), std::runtime_error);
+    fake.time->run();
+    EXPECT_EQ(answers, 1);
+    EXPECT_EQ(client, nullptr);
+  });
 }
 
 TEST_F(EveryQuestionTest, IsDroppedWithItsClient) {
+  int answeredAtOnce = 0;
   for (const auto& [name, ask] : kQuestions) {
     auto client = start(false);
     bool answered = false;
     ask(*client, [&] { answered = true; });
+    answeredAtOnce += answered ? 1 : 0;
+    if (answered) continue;
     const auto before = fake.store->contents("storagetagtoken");
     registry.removeClient("tag");
     client.reset();
@@ -120,20 +117,16 @@ TEST_F(EveryQuestionTest, IsDroppedWithItsClient) {
     EXPECT_FALSE(answered) << name;
     EXPECT_EQ(fake.store->contents("storagetagtoken"), before) << name;
   }
+  EXPECT_EQ(answeredAtOnce, 2) << "to exclude what is not included needs no fetch";
 }
 
 TEST_F(EveryQuestionTest, LetsTheCallbackWaitForAnotherThread) {
-  for (const bool fresh : {true, false}) {
-    for (const auto& [name, ask] : kQuestions) {
-      const auto client = start(fresh);
-      bool answered = false;
-      ask(*client, [&, &again = ask] {
-        std::thread([&] { again(*client, [&] { answered = true; }); }).join();
-      });
-      fake.time->run();
-      EXPECT_TRUE(answered) << name;
-    }
-  }
+  forEach([this](const auto& client, const Ask& ask) {
+    bool answered = false;
+    ask(*client, [&] { std::thread([&] { ask(*client, [&] { answered = true; }); }).join(); });
+    fake.time->run();
+    EXPECT_TRUE(answered);
+  });
 }
 
 /// A clock on which a thread can be held in the middle of whatever it does.
@@ -169,7 +162,7 @@ TEST(EveryOperationDeathTest, StopsTheProcessWhenTwoThreadsUseTheClientAtOnce) {
     second(*client, [] {});
     std::_Exit(0);
   };
-  std::vector<Question> all(std::begin(kQuestions), std::end(kQuestions));
+  std::vector<Question> all = kQuestions;
   all.insert(all.end(), std::begin(userOperations), std::end(userOperations));
   for (std::size_t i = 0; i < all.size(); ++i) {
     const Question& first = all[i];
