@@ -54,28 +54,11 @@ TEST(Property, KeepsTheKindsOfADictionarysValues) {
   for (const auto& [json, kind, written] : tests::caseTable<3>(file)) {
     const auto object = fromCorvoString<JsonObject>(R"({"v":0,"v":)" + json + '}');
     EXPECT_EQ(object ? kinds[object->at("v").value().index()] : "none", kind) << json;
-    if (object) {
-      EXPECT_EQ(object->at("v").toJson(), written) << json;
-    }
-  }
-}
-
-TEST(JsonValue, GivesEveryNumberAsADouble) {
-  const std::pair<const char*, std::optional<double>> cases[] = {{"1.0", 1.0},
-                                                                 {"0.5", 0.5},
-                                                                 {"-3", -3.0},
-                                                                 {"18446744073709551615", 0x1p64},
-                                                                 {"9007199254740993", 0x1p53},
-                                                                 {"1e-300", 1e-300},
-                                                                 {"true", {}},
-                                                                 {"null", {}},
-                                                                 {R"("1")", {}},
-                                                                 {"[1]", {}}};
-  for (const auto& [json, number] : cases) {
-    const JsonValue value =
-        fromCorvoString<JsonObject>(std::string(R"({"v":)") + json + '}')->at("v");
-    EXPECT_EQ(value.asNumber(), number) << json;
-    EXPECT_EQ(value.as<double>() != nullptr, number && *number != std::floor(*number)) << json;
+    if (!object) continue;
+    const JsonValue& value = object->at("v");
+    EXPECT_EQ(value.toJson(), written) << json;
+    const bool isNumber = kind == "signed" || kind == "unsigned" || kind == "double";
+    EXPECT_EQ(value.asNumber(), isNumber ? fromCorvoString<double>(json) : std::nullopt) << json;
   }
 }
 

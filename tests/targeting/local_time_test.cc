@@ -5,11 +5,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <limits>
 #include <map>
-#include <sstream>
 #include <string>
+
+#include "tests/base/case_table.h"
 
 namespace corvo::targeting {
 namespace {
@@ -36,29 +36,19 @@ TEST(LocalTime, GoesByTheZonesOfTheTable) {
                                         {seconds("2024-06-01T11:30"), 0}})},
       {"backAndForth", FakeTimeZone(0, {{seconds("2024-06-01T10:00"), -2 * kHour},
                                         {seconds("2024-06-01T11:15"), 0}})}};
-  std::ifstream table(CORVO_TARGETING_CASES "local_times.txt");
-  int lines = 0;
-  for (std::string line; std::getline(table, line);) {
-    if (line.empty() || line.front() == '#') continue;
-    std::istringstream in(line);
-    std::string zone;
-    std::string kind;
-    std::string from;
-    std::string to;
-    std::string within;
-    in >> zone >> kind >> from >> to >> within;
+  for (const auto& [zone, kind, from, to, within] :
+       tests::caseTable<5>(CORVO_TARGETING_CASES "local_times.txt")) {
+    SCOPED_TRACE(zone + ' ' + kind + ' ' + from);
     const LocalTime time(zones.at(zone));
     const auto moment = time.momentOf(seconds(from));
-    EXPECT_EQ(time.momentOf(seconds(from)), moment) << line;
+    EXPECT_EQ(time.momentOf(seconds(from)), moment);
     if (kind == "day") {
       const std::int64_t other = time.momentOf(seconds(to)).value();
-      EXPECT_EQ(time.withinOneDay(moment.value(), other), within == "yes") << line;
+      EXPECT_EQ(time.withinOneDay(moment.value(), other), within == "yes");
     } else {
-      EXPECT_EQ(moment, to == "-" ? std::nullopt : std::optional(seconds(to))) << line;
+      EXPECT_EQ(moment, to == "-" ? std::nullopt : std::optional(seconds(to)));
     }
-    ++lines;
   }
-  EXPECT_GT(lines, 30);
 }
 
 TEST(LocalTime, ForgetsTheFormerZone) {
