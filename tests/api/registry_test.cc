@@ -73,9 +73,14 @@ TEST_F(RegistryTest, SettlesTheUserOfANewClient) {
 TEST_F(RegistryTest, WorksWithoutAStore) {
   fake.store->failOpening(true);
   const auto client = makeClient();
-  client->checkFlag<bool>("on").get();
-  EXPECT_EQ(client->checkFlag<bool>("on").get(), true);
-  EXPECT_EQ(fake.session->requests().size(), 2U);
+  for (const std::size_t fetched : {1U, 2U}) {
+    client->checkFlag<bool>("on").get();
+    fake.time->advance(9);
+    EXPECT_EQ(client->checkFlag<bool>("on").get(), true);
+    EXPECT_EQ(configRequests(), fetched);
+    EXPECT_EQ(geoRequests(), fetched);
+    fake.time->advance(1);
+  }
 }
 
 TEST_F(RegistryTest, MayBeUsedFromManyThreads) {

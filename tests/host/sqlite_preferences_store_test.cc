@@ -57,23 +57,20 @@ class Child {
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
   ~Child() {
-    end(SIGKILL);
+    last(SIGKILL);
     close(told_);
   }
 
-  void end(int signal) {
-    if (process_ > 0 && signal != 0) kill(process_, signal);
-    if (process_ > 0) waitpid(process_, nullptr, 0);
-    process_ = 0;
-  }
   /// The next number it tells; 0 when it tells no more.
   int next() {
     int number = 0;
     return ::read(told_, &number, sizeof number) == sizeof number ? number : 0;
   }
-  /// The last number that it told before it ended.
+  /// Ends it by the signal, if any; the last number that it told.
   int last(int signal) {
-    end(signal);
+    if (process_ > 0 && signal != 0) kill(process_, signal);
+    if (process_ > 0) waitpid(process_, nullptr, 0);
+    process_ = 0;
     int last = 0;
     for (int number = next(); number != 0; number = next()) last = number;
     return last;
@@ -180,7 +177,7 @@ TEST_F(SqlitePreferencesStoreTest, OnlyItsOwnFilesAreOpened) {
     SCOPED_TRACE(outcome + ", " + state + ": " + sql);
     for (const auto& [name, text] : names) tests::replaceAll(sql, name, text);
     const auto other = make(sql);
-    if (state != "open") other->end(SIGKILL);
+    if (state != "open") other->last(SIGKILL);
     if (state == "closed")
       (void)host::Connection(file().string()).prepare("PRAGMA user_version").first();
     if (state == "lone") fs::remove(folder_ / "corvo.db-shm");
@@ -420,7 +417,7 @@ TEST_F(SqlitePreferencesStoreTest, AFileLockedAtTheStartIsTriedAgain) {
 
 TEST_F(SqlitePreferencesStoreTest, ALockInBetweenCostsThatAnswerOnly) {
   make(std::string(kTables) + "; PRAGMA user_version = 1; PRAGMA application_id = 201502939")
-      ->end(SIGKILL);
+      ->last(SIGKILL);
   host::Connection other(file().string());
   // Somebody who reads keeps us from write-ahead logging, under which nobody could lock us out.
   other.execute("BEGIN; SELECT * FROM preference");

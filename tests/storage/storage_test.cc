@@ -50,12 +50,6 @@ TEST_F(StoragePropertyTest, LivesForLessThanItsTimeToLive) {
   }
 }
 
-TEST_F(StoragePropertyTest, WithoutTimeToLiveIsAlwaysValidAndEmptyAtFirst) {
-  auto property = slot();
-  EXPECT_TRUE(property.isValid(kWritten));
-  EXPECT_EQ(property.read(kWritten), nullptr);
-}
-
 TEST_F(StoragePropertyTest, NeedsItsUpdateTimeAfterARestart) {
   slot(10).write(text("a"), kWritten);
   put("key.update_time", std::nullopt);
@@ -81,13 +75,6 @@ TEST_F(StoragePropertyTest, ClearingRemovesTheValueAndRestartsTheTime) {
             (std::map<std::string, std::string>{{"key.update_time", "736257605"}}));
 }
 
-TEST_F(StoragePropertyTest, ReadsWhatDoesNotDecodeAsNone) {
-  for (const char* blob : {"", "{}", "1", "\"a", "\"\xff\"", "\"a\" b", "null"}) {
-    put("key.value", blob);
-    EXPECT_EQ(slot().read(kWritten), nullptr) << blob;
-  }
-}
-
 TEST_F(StoragePropertyTest, ReadsAndDecodesTheSameBytesOnce) {
   put("key.value", "\"a\"");
   auto property = slot();
@@ -97,29 +84,6 @@ TEST_F(StoragePropertyTest, ReadsAndDecodesTheSameBytesOnce) {
   EXPECT_EQ(store_->reads("suite", "key.value"), 1U);
   put("key.value", "\"b\"");
   EXPECT_EQ(*property.read(kWritten), "b");
-}
-
-TEST_F(StoragePropertyTest, PrefersWhatItWroteItself) {
-  auto property = slot();
-  property.write(text("mine"), kWritten);
-  put("key.value", "\"theirs\"");
-  EXPECT_EQ(*property.read(kWritten), "mine");
-  EXPECT_EQ(*slot().read(kWritten), "theirs");
-}
-
-TEST_F(StoragePropertyTest, KeepsInMemoryWhatTheStoreRefuses) {
-  auto property = slot(10);
-  store_->failWriting(true);
-  property.write(text("a"), kWritten);
-  EXPECT_EQ(*property.read(kWritten), "a");
-  EXPECT_TRUE(store_->contents("suite").empty());
-
-  store_->failOpening(true);
-  StorageProperty<std::string> homeless("key", protocol(), 10);
-  EXPECT_EQ(homeless.read(kWritten), nullptr);
-  homeless.write(text("b"), kWritten);
-  EXPECT_EQ(*homeless.read(kWritten + 9), "b");
-  EXPECT_EQ(homeless.read(kWritten + 10), nullptr);
 }
 
 TEST_F(StoragePropertyTest, KeepsInMemoryWhatCannotBeEncoded) {

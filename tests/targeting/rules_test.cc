@@ -14,13 +14,12 @@ using model::ConditionSign;
 
 const model::Condition kTrue{"plan", ConditionSign::equal, {"gold"}};
 const model::Condition kFalse{"plan", ConditionSign::equal, {"silver"}};
-const model::Condition kHashed{"plan", ConditionSign::equal, {"e07e81c20cf5935f5225765f0af81755"}};
 
 class Rules : public testing::Test {
  protected:
   Rules() { user_.put("plan", "gold"); }
 
-  const std::string* choose(const std::vector<model::Rule>& rules, bool hashed = false) {
+  const std::string* choose(const std::vector<model::Rule>& rules) {
     Vocabulary vocabulary;
     RuleBook book;
     const std::vector<model::Rule> ofAnotherFlag{{false, "another", and_, {kTrue}}};
@@ -28,14 +27,14 @@ class Rules : public testing::Test {
     const RuleList list = book.add(rules, vocabulary);
     book.close();
     const PropertyTable properties(vocabulary.names, {.user = &user_});
-    return list.choose({.properties = &properties, .localTime = localTime_}, hashed);
+    return list.choose({.properties = &properties, .localTime = localTime_}, false);
   }
 
-  bool matches(const model::Target& target, bool hashed = false) {
+  bool matches(const model::Target& target) {
     Vocabulary vocabulary;
     const PreparedTarget prepared(target, vocabulary);
     const PropertyTable properties(vocabulary.names, {.user = &user_});
-    return targetMatches(prepared, {.properties = &properties, .localTime = localTime_}, hashed);
+    return targetMatches(prepared, {.properties = &properties, .localTime = localTime_}, false);
   }
 
   fakes::FakeTimeZone zone_;
@@ -95,16 +94,6 @@ TEST_F(Rules, ChooseTheFirstThatHoldsDefaultsLast) {
   }
   EXPECT_EQ(choose({}), nullptr);
   EXPECT_EQ(choose({unmet, unmet}), nullptr);
-}
-
-TEST_F(Rules, CompareDigestsWhenTheOwnerIsPrivate) {
-  const std::vector<model::Rule> rules{{false, "plain", and_, {kTrue}},
-                                       {false, "hashed", and_, {kHashed}}};
-  EXPECT_EQ(*choose(rules, false), "plain");
-  EXPECT_EQ(*choose(rules, true), "hashed");
-  const model::Target target{and_, {kHashed}};
-  EXPECT_FALSE(matches(target, false));
-  EXPECT_TRUE(matches(target, true));
 }
 
 TEST(Vocabulary, KeepsEqualContentsOnceAndOthersApart) {
