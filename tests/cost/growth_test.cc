@@ -6,7 +6,6 @@
 #include <map>
 #include <string>
 #include <unordered_set>
-#include <vector>
 
 #include "branch_count.h"
 #include "tests/base/case_table.h"

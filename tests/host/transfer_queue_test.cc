@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>

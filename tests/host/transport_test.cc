@@ -3,11 +3,9 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "host/url_rules.h"
 #include "tests/base/case_table.h"

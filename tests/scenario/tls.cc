@@ -5,7 +5,6 @@
 #include <openssl/x509v3.h>
 
 #include <algorithm>
-#include <utility>
 
 namespace corvo::tests {
 namespace {

@@ -1,10 +1,8 @@
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 
-#include "storage/storage_client.h"
 #include "storage/storage_property.h"
 
 namespace corvo::storage {
