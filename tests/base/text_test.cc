@@ -76,6 +76,7 @@ TEST(Contains, FindsAPartWhereverItStands) {
       expect(part + 'd', false);
     }
   }
+  EXPECT_TRUE(TextIndex("abaaa").contains("aaa"));  // its last suffixes begin one another
   EXPECT_TRUE(TextIndex("").contains(""));
   EXPECT_FALSE(TextIndex("").contains("\0"sv));
   EXPECT_TRUE(TextIndex("\0\xFF\0"sv).contains("\xFF\0"sv));
