@@ -136,6 +136,17 @@ TEST_P(OutageTest, AUserWithoutExpiriesGetsThemWhenReached) {
   EXPECT_TRUE(hasGold(*client));
 }
 
+TEST_P(OutageTest, StoredInclusionsCountWhenReached) {
+  store({{"corvoForcedExperiments.value", R"({"e":0})"}});
+  fake.session->always("config.json", fakes::ok(kExperiments));
+  fail(true);
+  const auto client =
+      makeClient(0, CorvoUser{{{"userId", "u"}}, {{{"userId", "2030-01-01 00:00:00"}}}});
+  EXPECT_EQ(client->getAllUserExperimentsText().get(), "d.0");
+  end();
+  EXPECT_EQ(client->getAllUserExperimentsText().get(), "e.0|d.0");
+}
+
 TEST_F(StoreTest, AFullStoreGetsWhatItLacksLater) {
   const auto client = makeClient();
   fake.store->failWriting(true);
@@ -153,17 +164,17 @@ TEST_F(StoreTest, AFullStoreGetsWhatItLacksLater) {
 
 TEST_F(StoreTest, AttemptsAreASecondApart) {
   fake.store->failOpening(true);
+  const std::size_t before = fake.store->openings();
   const auto client = makeClient();
-  const std::size_t atStart = fake.store->openings();
   for (int tenths = 0; tenths < 50; ++tenths) {
     hasGold(*client);
     client->clearUserProperties();
     fake.time->advance(0.1);
   }
-  EXPECT_EQ(fake.store->openings(), atStart + 4);
+  EXPECT_EQ(fake.store->openings(), before + 5);
   fake.time->set(0);  // a clock set back is no reason to wait
   hasGold(*client);
-  EXPECT_EQ(fake.store->openings(), atStart + 5);
+  EXPECT_EQ(fake.store->openings(), before + 6);
 }
 
 /// A device whose identifier is kept in a store that cannot be reached for a while.
@@ -196,6 +207,8 @@ TEST_F(StoreTest, AnAbsentDeviceIdentifierIsAskedForAgain) {
   EXPECT_EQ(client->getAllUserExperimentsText().get(), "d.0");
   fake.time->advance(5);
   EXPECT_EQ(client->getAllUserExperimentsText().get(), "d.0");
+  const auto other = application->initializeClient("token", {}, "https://x", 10, 0, "other");
+  EXPECT_EQ(other->getAllUserExperimentsText().get(), "d.0");
   EXPECT_EQ(device->asked, 2);
 }
 

@@ -3,6 +3,7 @@
 
 #include <limits>
 
+#include "storage/storage_client.h"
 #include "storage/storage_property.h"
 
 namespace corvo::storage {
@@ -94,6 +95,28 @@ TEST_F(StoragePropertyTest, KeepsInMemoryWhatCannotBeEncoded) {
   EXPECT_EQ(store_->contents("suite"),
             (std::map<std::string, std::string>{{"config.value", "{}"},
                                                 {"config.update_time", "736257600"}}));
+}
+
+/// Gives whatever suite is there now, as when a file was set aside and a new one begun.
+struct ChangingStore final : PreferencesStore {
+  std::shared_ptr<fakes::MemoryPreferencesStore> now =
+      std::make_shared<fakes::MemoryPreferencesStore>();
+
+  std::shared_ptr<PreferencesSuite> open(std::string_view name) override { return now->open(name); }
+};
+
+TEST(StorageClientTest, KeepsNothingOfAFormerSuite) {
+  const auto store = std::make_shared<ChangingStore>();
+  StorageClient(store, "a", "token", 10, kWritten)
+      .corvoPrivateId.write(std::make_shared<const std::string>("former"), kWritten);
+  StorageClient client(store, "a", "token", 10, kWritten);
+  EXPECT_EQ(*client.corvoPrivateId.read(), "former");
+  store->now->failWriting(true);
+  client.user.write(std::make_shared<const CorvoUser>(), kWritten);
+  store->now = std::make_shared<fakes::MemoryPreferencesStore>();
+  EXPECT_TRUE(client.hasFailed(kWritten + 1) && client.tryAgain());
+  EXPECT_EQ(client.corvoPrivateId.read(), nullptr);
+  EXPECT_TRUE(store->now->contents("storageatoken").contains("user.value"));
 }
 
 }  // namespace
