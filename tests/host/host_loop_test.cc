@@ -1,6 +1,7 @@
 #include <corvo/host.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -26,6 +27,12 @@ TEST(HostLoopTest, RunsUntilStoppedFromAnotherThread) {
   });
   loop->run();
   EXPECT_EQ(order, "ab");
+  other.join();
+  other = std::thread([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the loop is waiting by then
+    loop->stop();
+  });
+  loop->run();
   other.join();
   EXPECT_TRUE(loop->runUntil([&] { return order == "abc"; }));
 }

@@ -96,9 +96,16 @@ TEST_F(TransferQueueTest, NoTransferAndNoWaitIsLongerThanTheLimit) {
     EXPECT_EQ(failures(), count);
     EXPECT_EQ(server.requests().size(), before + 6);
   }
+  RawReply slowRedirect{std::deque<std::string>(10, "X: y\r\n")};
+  slowRedirect.pieces.push_front("HTTP/1.1 302 Found\r\nLocation: /\r\nContent-Length: 0\r\n");
+  slowRedirect.pieces.push_back("\r\n");
+  server.say(slowRedirect);
+  ask(server.url("/"), kForEver);
+  EXPECT_TRUE(runUntilCame(14));
+  EXPECT_EQ(failures(), 14) << "the limit is for all redirects together";
   server.say(answer(200, "{}"));
   ask(server.url("/"));
-  EXPECT_TRUE(runUntilCame(14)) << "the others have given up their places";
+  EXPECT_TRUE(runUntilCame(15)) << "the others have given up their places";
   EXPECT_EQ(came_.back().status, 200);
 }
 

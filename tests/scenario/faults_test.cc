@@ -18,12 +18,17 @@
 #include "tests/scenario/tls.h"
 
 namespace {
-std::string authority;  // whose certificates libcurl trusts here
+std::string authority;      // whose certificates libcurl trusts here
+int handlesToWithhold = 0;  // as if there was no memory
 }  // namespace
 
 // What the library calls as curl_easy_init.
 extern "C" CURL* __real_curl_easy_init();
 extern "C" CURL* __wrap_curl_easy_init() {
+  if (handlesToWithhold > 0) {
+    --handlesToWithhold;
+    return nullptr;
+  }
   CURL* const handle = __real_curl_easy_init();
   curl_blob trusted{authority.data(), authority.size(), CURL_BLOB_COPY};
   curl_easy_setopt(handle, CURLOPT_CAINFO_BLOB, &trusted);
@@ -272,6 +277,27 @@ TEST_F(FaultsTest, CostAnAnswerAtMost) {
   countRequests();
   for (Question* question : all_) check(*question);
   EXPECT_GE(all_.size(), 300U);
+}
+
+TEST(WithheldHandleTest, FailsOneTransferAndTakesNoPlaceInTheQueue) {
+  FaultServer server;
+  const std::string url = "http://" + server.address("slow-1") + "/0/hang-before-headers/geo";
+  const Host host = makeHost({.inMemory = true});
+  std::vector<int> ended;
+  const auto ask = [&](int number, double timeoutSeconds) {
+    host.platform.urlSession->start({"GET", url, {}, timeoutSeconds}, [&,
+                                                                       number](UrlResponse came) {
+      EXPECT_EQ(came.failure == "the transfer could not be prepared", number < 6) << *came.failure;
+      ended.push_back(number);
+    });
+    host.loop->tick();
+  };
+  ask(7, 1);
+  handlesToWithhold = 5;
+  for (int number = 1; number <= 6; ++number) ask(number, 0.1);
+  EXPECT_TRUE(host.loop->runUntil([&] { return ended.size() == 7; }));
+  EXPECT_EQ(ended, (std::vector{1, 2, 3, 4, 5, 6, 7}));
+  server.heard();
 }
 
 }  // namespace
