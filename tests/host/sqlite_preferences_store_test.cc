@@ -22,6 +22,7 @@
 #include <thread>
 
 #include "host/database.h"
+#include "host/database_file.h"
 #include "host/uuid.h"
 #include "tests/base/case_table.h"
 
@@ -306,6 +307,11 @@ TEST_F(DamagedStoreTest, CompanionsAreSetAsideWithTheirFile) {
   }
 }
 
+TEST_F(DamagedStoreTest, AFileThatOnlyLookedDamagedIsNotMoved) {
+  EXPECT_FALSE(host::setAside(host::Connection(file().string()), file(), true));
+  EXPECT_EQ(suite()->read("a"), "1");
+}
+
 TEST_F(DamagedStoreTest, AFileThatAnotherProcessUsesIsNotMoved) {
   write({{"corvo.db", broken_}});
   std::optional<host::Connection> other(file().string());
@@ -516,6 +522,23 @@ TEST_F(SqlitePreferencesStoreTest, TwoProcessesMayMakeItAndWriteAtOnce) {
       EXPECT_EQ(suite()->read(key), std::string(10'000, '0' + 49));
     }
   }
+}
+
+TEST_F(SqlitePreferencesStoreTest, TheIdentifierThatAnotherProcessIsMakingCounts) {
+  const std::string theirs = "6F9619FF-8B86-4D01-B42D-00CF4FC964FF";
+  (void)suite();
+  Child child([&](auto tell) {
+    host::Connection other(file().string());
+    other.execute(
+        ("BEGIN IMMEDIATE; INSERT INTO installation VALUES (1, '" + theirs + "')").c_str());
+    tell(1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    other.execute("COMMIT");
+  });
+  EXPECT_EQ(child.next(), 1);
+  std::optional<std::string> ours;
+  while (!ours) ours = open().device->vendorIdentifier();
+  EXPECT_EQ(ours, theirs);
 }
 
 TEST_F(SqlitePreferencesStoreTest, TheInstallationOutlivesTheProcess) {
