@@ -111,6 +111,16 @@ TEST(SystemTimeZoneTest, TellsEveryChangeOfTheVariable) {
   }
 }
 
+#ifdef __linux__  // where the C library's variable can be written
+TEST(SystemTimeZoneTest, TellsThatTheSystemsOwnZoneWasExchanged) {
+  setZone(std::nullopt);
+  const std::uint64_t before = platform::systemTimeZone()->identifier();
+  timezone += 3'600;
+  EXPECT_NE(platform::systemTimeZone()->identifier(), before);
+  timezone -= 3'600;
+}
+#endif
+
 TEST(SystemTimeZoneTest, FollowsTheVariableWithoutTzset) {
   setZone("UTC0");
   const auto zone = platform::systemTimeZone();

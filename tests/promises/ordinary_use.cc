@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 
 // An application that uses a client in all ways: `ordinary_use BACKEND USER`. Its exit status tells
@@ -53,6 +54,14 @@ void use(corvo::CorvoClient& client, const char* user) {
   client.clearUserProperties();
 }
 
+// The platform that is in use stays, with its clients.
+bool keepsPlatform(const std::string& tag) try {
+  corvo::Corvo::usePlatform(corvo::hostPlatform({.inMemory = true}));
+  return false;
+} catch (const std::logic_error&) {
+  return corvo::Corvo::getClient(tag) != nullptr;
+}
+
 }  // namespace
 
 int main(int /*argc*/, char** argv) {
@@ -62,6 +71,7 @@ int main(int /*argc*/, char** argv) {
     const auto client = corvo::Corvo::initializeClient("t", std::nullopt, address, 10, 1, address);
     use(*client, argv[2]);
   }
+  if (!keepsPlatform(addresses[0])) return 255;
   for (const std::string& address : addresses) corvo::Corvo::removeClient(address);
   return static_cast<int>(most);
 }
