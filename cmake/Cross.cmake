@@ -25,7 +25,15 @@ if(CORVO_CROSS STREQUAL windows)
   set(suffix -posix)  # the flavour of MinGW-w64 that has the standard library's threads
   set(CMAKE_CROSSCOMPILING_EMULATOR /usr/lib/wine/wine64)
   set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
-  string(APPEND CMAKE_CXX_FLAGS_INIT " -DUTF8PROC_STATIC -Wa,-mbig-obj")
+  string(APPEND CMAKE_CXX_FLAGS_INIT " -DUTF8PROC_STATIC")
+  if(CORVO_CROSS_COMPILER STREQUAL gcc)
+    string(APPEND CMAKE_CXX_FLAGS_INIT " -Wa,-mbig-obj")
+  else()  # Clang 14 does not find Debian's flavours of GCC's library
+    file(GLOB library /usr/lib/gcc/${triple}/*${suffix})
+    string(APPEND CMAKE_CXX_FLAGS_INIT
+      " -isystem ${library}/include/c++ -isystem ${library}/include/c++/${triple}")
+    string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT " -L${library}")
+  endif()
 else()
   set(CMAKE_SYSTEM_NAME Linux)
   string(REGEX REPLACE "hf$" "" qemu qemu-${CORVO_CROSS})

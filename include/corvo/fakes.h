@@ -46,8 +46,7 @@ class CORVO_FAKES_EXPORT VirtualTime final : public Clock, public MainQueue {
   double setAt_ = 0;    // and how much time had elapsed then
   double elapsed_ = 0;  // since the start; unlike the clock it only grows
   std::mutex mutex_;
-  std::deque<Callback<void()>> ready_;
-  std::multimap<double, Callback<void()>> later_;  // by the elapsed time at which they fall due
+  std::multimap<double, Callback<void()>> tasks_;  // by the elapsed time at which they fall due
 };
 
 /// What a `ScriptedSession` does with a request.

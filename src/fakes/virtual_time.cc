@@ -5,15 +5,11 @@
 
 namespace corvo::fakes {
 
-void VirtualTime::post(Callback<void()> task) {
-  const std::lock_guard lock(mutex_);
-  ready_.push_back(std::move(task));
-}
+void VirtualTime::post(Callback<void()> task) { postAfter(0, std::move(task)); }
 
 void VirtualTime::postAfter(double seconds, Callback<void()> task) {
-  if (!(seconds > 0)) return post(std::move(task));
   const std::lock_guard lock(mutex_);
-  later_.emplace(elapsed_ + seconds, std::move(task));
+  tasks_.emplace(seconds > 0 ? elapsed_ + seconds : elapsed_, std::move(task));
 }
 
 bool VirtualTime::runUntil(const std::function<bool()>& condition) {
@@ -43,16 +39,10 @@ void VirtualTime::set(double moment) {
 
 std::optional<Callback<void()>> VirtualTime::take(double latest) {
   const std::lock_guard lock(mutex_);
-  if (ready_.empty() && !later_.empty() && later_.begin()->first <= latest) {
-    elapsed_ = std::max(elapsed_, later_.begin()->first);
-  }
-  while (!later_.empty() && later_.begin()->first <= elapsed_) {
-    ready_.push_back(std::move(later_.extract(later_.begin()).mapped()));
-  }
-  if (ready_.empty()) return std::nullopt;
-  Callback<void()> task = std::move(ready_.front());
-  ready_.pop_front();
-  return task;
+  if (tasks_.empty() || tasks_.begin()->first > latest) return std::nullopt;
+  const auto first = tasks_.extract(tasks_.begin());
+  elapsed_ = std::max(elapsed_, first.key());
+  return std::move(first.mapped());
 }
 
 }  // namespace corvo::fakes

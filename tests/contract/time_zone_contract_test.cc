@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 
 #include "platform/system.h"
 #include "tests/contract/implementations.h"
@@ -62,6 +63,9 @@ TYPED_TEST(TimeZoneContract, FollowsTheZoneAndItsTransitions) {
   EXPECT_EQ(this->zone_->offsetAt(kWinter), 0);
   this->implementation_.moveToIndia();
   EXPECT_EQ(this->zone_->offsetAt(kWinter), 19'800);
+#ifdef _WIN32
+  if (std::is_same_v<TypeParam, MovableSystemZone>) GTEST_SKIP() << "no rules in TZ on Windows";
+#endif
   this->implementation_.moveToBerlin();
   const std::pair<std::int64_t, std::int32_t> cases[] = {
       {kWinter, 3600}, {kChange - 1, 3600}, {kChange, 7200}, {kBack - 1, 7200}, {kBack, 3600}};
@@ -100,6 +104,9 @@ TEST(SystemTimeZoneTest, TellsEveryChangeOfTheVariable) {
   const std::optional<std::string> zones[] = {
       "Europe/Berlin", "Europe/Madrid", std::nullopt, "Europe/Berlin", "", std::nullopt, "UTC0"};
   for (const auto& each : zones) {
+#ifdef _WIN32
+    if (each == "") continue;  // no variable is empty there
+#endif
     setVariable("CORVO_TEST_A", "moves the variable");
     setZone(each);
     setVariable("CORVO_TEST_A", std::nullopt);

@@ -207,7 +207,7 @@ TEST_F(StoreTest, AnAbsentDeviceIdentifierIsAskedForAgain) {
   EXPECT_EQ(client->getAllUserExperimentsText().get(), "d.0");
   fake.time->advance(5);
   EXPECT_EQ(client->getAllUserExperimentsText().get(), "d.0");
-  const auto other = application->initializeClient("token", {}, "https://x", 10, 0, "other");
+  const auto other = forgetful.initializeClient("token", {}, "https://x", 10, 0, "other");
   EXPECT_EQ(other->getAllUserExperimentsText().get(), "d.0");
   EXPECT_EQ(device->asked, 2);
 }
