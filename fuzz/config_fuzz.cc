@@ -1,11 +1,15 @@
-// Configurations, written and read again: records of all kinds, and their texts when damaged.
+// Configurations, written and read again: records of all kinds, and their texts when damaged. And
+// users in their experiments, resolved one by one and together.
 
+#include <corvo/fakes.h>
 #include <corvo/property.h>
 
 #include <algorithm>
+#include <memory>
 #include <set>
 #include <variant>
 
+#include "experiments/resolution.h"
 #include "fuzz/documents.h"
 
 namespace {
@@ -86,12 +90,37 @@ void readDamaged(const std::string& text) {
       "what was kept is kept");
 }
 
+// Whoever resolves all shares digests and holdouts.
+void resolveAll(const ConfigResponse& config, Input& in) {
+  const experiments::Project project(std::make_shared<const ConfigResponse>(config));
+  PropertyMap own;
+  for (const char* key : {"userId", "deviceId", "profileId"}) {
+    if (!in.oneIn(4)) own[key] = in.oneOf(fuzz::kTexts);
+  }
+  const auto layer = targeting::lastingLayer(own);
+  const targeting::PropertyTable properties(project.propertyNames(), {.user = &layer});
+  const fakes::FakeTimeZone zone;
+  const targeting::LocalTime localTime(zone);
+  const targeting::Context context{
+      .user = &layer, .properties = &properties, .localTime = localTime};
+  experiments::Resolver resolver(project, context);
+  for (const auto& experiment : project.experiments()) {
+    const auto& ofAll = resolver.resolve(experiment);
+    const auto alone = experiments::resolveExperiment(experiment, context);
+    require(ofAll.reason == alone.reason && ofAll.group == alone.group &&
+                ofAll.bucket == alone.bucket && ofAll.holdout == alone.holdout,
+            "the same place in both ways");
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Input in({data, size});
   fuzz::Documents documents(in);
-  const std::string text = written(documents.config());
+  const ConfigResponse config = documents.config();
+  resolveAll(config, in);
+  const std::string text = written(config);
   readDamaged(documents.damaged(text));
   return 0;
 }

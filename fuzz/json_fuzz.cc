@@ -2,6 +2,10 @@
 
 #include <corvo/property.h>
 
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -53,6 +57,17 @@ void dictionary(std::string_view text) {
   require(twice && JsonValue(*twice).toJson() == written);
 }
 
+// Every double keeps all its bits.
+void number(std::string_view text) {
+  std::array<char, sizeof(double)> bytes{};
+  std::copy_n(text.begin(), std::min(text.size(), bytes.size()), bytes.begin());
+  for (const double each : {-0.0, std::bit_cast<double>(bytes)}) {
+    if (!std::isfinite(each)) continue;
+    const auto again = fromCorvoString<double>(JsonValue(each).toJson());
+    require(again && std::bit_cast<std::uint64_t>(*again) == std::bit_cast<std::uint64_t>(each));
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -64,6 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   roundTrip<std::string>(text);
   drops(text);
   dictionary(text);
+  number(text);
   static_cast<void>(decodeJson<StoredDate>(text));
   static_cast<void>(typedProperty(text));
   return 0;

@@ -1,5 +1,8 @@
 // Addresses: what is accepted is split as RFC 3986 says, holds no illegal character and becomes a
-// URL that is accepted again.
+// URL that is accepted again; IPv6 addresses are those of the C library.
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
 
 #include <algorithm>
 #include <optional>
@@ -102,12 +105,27 @@ void join(std::string_view base, std::string_view path) {
           "two slashes are one");
 }
 
+// What stands in brackets, against the C library's reader.
+void readLiteral(Input& in) {
+  constexpr const char* kFields[] = {"1", "0", "abCD", "12345", "", "192.0.2.1", "1.2.3.256"};
+  constexpr const char* kColons[] = {":", ":", ":", "::", ""};
+  std::string text;
+  for (std::size_t count = in.below(10); count > 0; --count) {
+    text.append(in.oneOf(kFields)).append(in.oneOf(kColons));
+  }
+  in6_addr address{};
+  require(parseUriReference("//[" + text + "]").has_value() ==
+              (inet_pton(AF_INET6, text.c_str(), &address) == 1),
+          text);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Input in({data, std::min<std::size_t>(size, 256)});  // regular expressions need much stack
   const std::string text = in.oneIn(4) ? std::string(in.text(64)) : address(in);
   join(text, in.text(in.below(8)));
+  readLiteral(in);
   if (const auto uri = parseUriReference(text)) {
     requireLegal(text);
     requireSplit(text, *uri);
