@@ -70,6 +70,7 @@ class FaultServers {
       serve(place, tests::overTls(tests::makeCertificate(subject, days * tests::kDay, issuer)));
     };
     show("secure", "IP:127.0.0.1", 1, &signer);
+    show("cut", "IP:127.0.0.1", 1, &signer);
     show("expired", "IP:127.0.0.1", -1, &signer);
     show("stranger", "DNS:other.example", 1, &signer);
     show("selfsigned", "IP:127.0.0.1", 1, static_cast<const Certificate*>(nullptr));
