@@ -289,12 +289,12 @@ void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
       route,
       [weak = weak_from_this(), waiting, step](typename Route::ResponseType fetched) {
         if (const auto self = weak.lock()) {
-          self->goOn<Failure>(*waiting, [&](Turn& mine) { step(*self, *waiting, fetched, mine); });
+          self->goOn<Failure>(waiting, [&](Turn& mine) { step(*self, *waiting, fetched, mine); });
         }
       },
       [weak = weak_from_this(), waiting](const CorvoNetworkError& error) {
         if (const auto self = weak.lock()) {
-          self->goOn<Failure>(*waiting, [&](Turn& mine) {
+          self->goOn<Failure>(waiting, [&](Turn& mine) {
             waiting->fail(CorvoError(Failure{error}));
             mine.release();
             waiting->deliver();
@@ -305,18 +305,19 @@ void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
 
 // Memory that runs out before the callback is called is a document that could not be decoded.
 template <class Failure, class Step>
-void CorvoClientImpl::goOn(Question& waiting, Step step) {
+void CorvoClientImpl::goOn(const std::shared_ptr<Question>& waiting, Step step) {
   Turn turn(access_);
+  waiting->goesOnAs(waiting);
   try {
     step(turn);
     return;
   } catch (const std::bad_alloc&) {
-    if (waiting.isDelivered()) throw;
+    if (waiting->isDelivered()) throw;
   }
-  waiting.fail(
+  waiting->fail(
       CorvoError(Failure{CorvoNetworkError(CorvoNetworkError::DecodingError{"out of memory"})}));
   turn.release();
-  waiting.deliver();
+  waiting->deliver();
 }
 
 void CorvoClientImpl::ask(Question& question) {

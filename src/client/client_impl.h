@@ -119,7 +119,7 @@ class CorvoClientImpl final : public CorvoClient,
   template <class Route, class Failure, class Step>
   void fetch(Question& question, Turn& turn, Step step);
   template <class Failure, class Step>
-  void goOn(Question& waiting, Step step);
+  void goOn(const std::shared_ptr<Question>& waiting, Step step);
 
   Access access_{"a client was used from two threads at once"};
   std::shared_ptr<storage::StorageClient> storage_;

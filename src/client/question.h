@@ -27,7 +27,7 @@ struct Evidence {
 /// One question on its way to its answer. Lives on the asker's stack; to wait for a fetch it moves
 /// to the heap. `answer` or `fail` is called, and then, when the client has been given up,
 /// `deliver`, last of all: nothing of the client is touched afterwards.
-class Question : public std::enable_shared_from_this<Question> {
+class Question {
  public:
   enum class About : std::uint8_t { user, project };
 
@@ -46,16 +46,16 @@ class Question : public std::enable_shared_from_this<Question> {
   [[nodiscard]] bool isDelivered() const { return isDelivered_; }
 
   /// The question on the heap: itself if it lies there already, else one that takes its place.
-  [[nodiscard]] std::shared_ptr<Question> toHeap() {
-    std::shared_ptr<Question> self = weak_from_this().lock();
-    return self ? self : detach();
-  }
+  [[nodiscard]] std::shared_ptr<Question> toHeap() { return waiting_ ? *waiting_ : detach(); }
+  /// Tells a question on the heap who holds it while it goes on.
+  void goesOnAs(const std::shared_ptr<Question>& waiting) { waiting_ = &waiting; }
 
  protected:
   virtual void callBack() = 0;
   [[nodiscard]] virtual std::unique_ptr<Question> detach() = 0;
 
  private:
+  const std::shared_ptr<Question>* waiting_ = nullptr;
   bool isDelivered_ = false;
 };
 
