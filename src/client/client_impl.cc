@@ -63,7 +63,7 @@ void CorvoClientImpl::tryStorageAgain(double now) {
   const bool lacksInclusions =
       storage_->config.isOwed() && !storage_->corvoForcedExperiments.isKnown();
   if (!storage_->tryAgain()) return;
-  stampStoredUser(now);
+  if (needsStamps_) stampStoredUser(now);
   if (lacksInclusions) synchronisation_->forceAgain();
 }
 
@@ -79,13 +79,15 @@ void CorvoClientImpl::settleUser(std::optional<CorvoUser> initialUser) {
 
 void CorvoClientImpl::stampStoredUser(double now) {
   const std::shared_ptr<const CorvoUser> stored = storage_->user.read();
-  if (!stored || stored->corvoExpiration) return;
-  CorvoUser stamped{stored->properties, PropertyMap()};
-  const std::string expiry = targeting::expiryText(now, *timeZone_);
-  for (const auto& property : stamped.properties) {
-    stamped.corvoExpiration->emplace(property.first, expiry);
+  if (stored && !stored->corvoExpiration) {
+    CorvoUser stamped{stored->properties, PropertyMap()};
+    const std::string expiry = targeting::expiryText(now, *timeZone_);
+    for (const auto& property : stamped.properties) {
+      stamped.corvoExpiration->emplace(property.first, expiry);
+    }
+    storeUser(stamped, now);
   }
-  storeUser(stamped, now);
+  needsStamps_ = !storage_->user.isKnown();
 }
 
 void CorvoClientImpl::setUser(CorvoUser user) {
@@ -123,6 +125,7 @@ void CorvoClientImpl::clearUserProperties() {
 
 void CorvoClientImpl::storeUser(const CorvoUser& user, double now, storage::Origin origin) {
   storage_->user.write(std::make_shared<const CorvoUser>(wellFormed(user)), now, origin);
+  needsStamps_ = false;
 }
 
 void CorvoClientImpl::checkFlagText(std::string_view flagName, FlagSink& sink) {

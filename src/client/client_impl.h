@@ -129,7 +129,8 @@ class CorvoClientImpl final : public CorvoClient,
   std::shared_ptr<Clock> clock_;
   std::shared_ptr<TimeZone> timeZone_;
   std::shared_ptr<MainQueue> mainQueue_;
-  ConfigPointer config_;  // what project_ is made from
+  bool needsStamps_ = false;  // the stored user of an earlier run, not read yet
+  ConfigPointer config_;      // what project_ is made from
   ProjectPointer project_;
 };
 
