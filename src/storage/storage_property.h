@@ -27,7 +27,7 @@ class Stored {
   const std::shared_ptr<const T>& read(StorageProtocol& storage) {
     if (const std::uint64_t revision = storage.revision(); !read_ || revision != suiteRevision_) {
       refresh(storage);
-      suiteRevision_ = revision;
+      if (isKnown_) suiteRevision_ = revision;
     }
     return value_;
   }
