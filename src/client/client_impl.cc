@@ -52,9 +52,9 @@ CorvoClientImpl::CorvoClientImpl(Parts parts)
       timeZone_(std::move(parts.timeZone)),
       mainQueue_(std::move(parts.mainQueue)) {}
 
-double CorvoClientImpl::begin() {
+double CorvoClientImpl::begin(const Turn& turn) {
   const double now = clock_->now();
-  if (storage_->hasFailed(now)) tryStorageAgain(now);
+  if (!turn.isNested() && storage_->hasFailed(now)) tryStorageAgain(now);
   return now;
 }
 
@@ -69,7 +69,7 @@ void CorvoClientImpl::tryStorageAgain(double now) {
 
 void CorvoClientImpl::settleUser(std::optional<CorvoUser> initialUser) {
   const Turn turn(access_);
-  const double now = begin();
+  const double now = begin(turn);
   if (initialUser) {
     storeUser(*initialUser, now);
   } else {
@@ -92,14 +92,14 @@ void CorvoClientImpl::stampStoredUser(double now) {
 
 void CorvoClientImpl::setUser(CorvoUser user) {
   const Turn turn(access_);
-  storeUser(user, begin());
+  storeUser(user, begin(turn));
 }
 
 void CorvoClientImpl::setUserProperties(EditUser edit) {
   if (!edit) return;
   const auto self = shared_from_this();  // the callback may release the client
   const Turn turn(access_);
-  begin();
+  begin(turn);
   CorvoUser::Builder builder(clock_, timeZone_);
   edit(builder);
   storeUser(builder.build(), clock_->now());
@@ -109,7 +109,7 @@ void CorvoClientImpl::editUserProperties(EditUser edit) {
   if (!edit) return;
   const auto self = shared_from_this();
   const Turn turn(access_);
-  begin();
+  begin(turn);
   const CorvoUser& user = *contexts_->currentUser();
   CorvoUser::Builder builder(clock_, timeZone_);
   builder.properties = user.properties;
@@ -120,7 +120,7 @@ void CorvoClientImpl::editUserProperties(EditUser edit) {
 
 void CorvoClientImpl::clearUserProperties() {
   const Turn turn(access_);
-  storeUser({PropertyMap(), PropertyMap()}, begin());
+  storeUser({PropertyMap(), PropertyMap()}, begin(turn));
 }
 
 void CorvoClientImpl::storeUser(const CorvoUser& user, double now, storage::Origin origin) {
@@ -254,7 +254,7 @@ void CorvoClientImpl::askInclusion(std::string_view experimentName,
 void CorvoClientImpl::excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
                                    OnError onError) {
   Turn turn(access_);
-  begin();
+  begin(turn);
   if (const auto error = forced_->forget(base::WellFormed(experimentName))) {
     turn.release();
     return onError(*error);
@@ -264,7 +264,7 @@ void CorvoClientImpl::excludeForce(std::string_view experimentName, Callback<voi
 
 void CorvoClientImpl::excludeForceAll(Callback<void()> onSuccess, OnError onError) {
   Turn turn(access_);
-  begin();
+  begin(turn);
   const std::variant<bool, CorvoError> forgotten = forced_->forgetAll();
   if (const bool* wereAny = std::get_if<bool>(&forgotten); wereAny != nullptr && *wereAny) {
     return refresh(onSuccess, onError, turn);
@@ -325,7 +325,7 @@ void CorvoClientImpl::goOn(const std::shared_ptr<Question>& waiting, Step step) 
 
 void CorvoClientImpl::ask(Question& question) {
   Turn turn(access_);
-  const double now = begin();
+  const double now = begin(turn);
   if (const ConfigPointer& config = storage_->config.read(now)) {
     return locate(question, projectOf(config), now, turn);
   }
@@ -336,7 +336,7 @@ void CorvoClientImpl::askAnew(Question& question, Turn& turn) {
   fetch<network::ConfigRoute, CorvoError::RequestConfigFailed>(
       question, turn,
       [](CorvoClientImpl& self, Question& asked, model::ConfigResponse& fetched, Turn& mine) {
-        const double now = self.begin();
+        const double now = self.begin(mine);
         const ConfigPointer config = self.synchronisation_->keep(std::move(fetched));
         self.locate(asked, self.projectOf(config), now, mine);
       });
@@ -354,7 +354,7 @@ void CorvoClientImpl::locate(Question& question, const ProjectPointer& project, 
   fetch<network::LocationRoute, CorvoError::RequestLocationFailed>(
       question, turn,
       [project](CorvoClientImpl& self, Question& asked, const PropertyMap& fetched, Turn& mine) {
-        const double later = self.begin();
+        const double later = self.begin(mine);
         self.decide(asked, project, self.synchronisation_->keep(fetched), later, mine);
       });
 }

@@ -86,8 +86,9 @@ class CorvoClientImpl final : public CorvoClient,
   using Access = base::ExclusiveAccess<>;
   using Turn = Access::Scope;
 
-  // The moment of an operation that begins; a store that failed is tried again.
-  double begin();
+  // The moment of an operation that begins; a store that failed is tried again. Not inside another
+  // operation, for what that has read must not change under it.
+  double begin(const Turn& turn);
   void tryStorageAgain(double now);
 
   // A question goes through the first, or the second, and the others, each at once or after a
