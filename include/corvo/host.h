@@ -82,8 +82,9 @@ struct Host {
 /// A platform for Linux, macOS and Windows: the system's clock, zone and random source, HTTP and
 /// HTTPS by the proxy that the environment names, preferences in one file. Opens no file and no
 /// connection yet. While the file cannot be used later, nothing is kept, and there is no vendor
-/// identifier; it is tried again. A file that another process has locked is waited for, 100
-/// milliseconds at most within any second. Throws `std::bad_alloc` only.
+/// identifier; it is tried again later, for the last time when a client is released. A file that
+/// another process has locked is waited for, 100 milliseconds at most within any second. Throws
+/// `std::bad_alloc` only.
 [[nodiscard]] CORVO_HOST_EXPORT Host makeHost(HostOptions options = {});
 
 /// The platform of `makeHost`, for an application that only ever blocks (`Answer::get`) or that

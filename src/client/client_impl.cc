@@ -52,9 +52,17 @@ CorvoClientImpl::CorvoClientImpl(Parts parts)
       timeZone_(std::move(parts.timeZone)),
       mainQueue_(std::move(parts.mainQueue)) {}
 
+CorvoClientImpl::~CorvoClientImpl() {
+  if (!storage_->isOwed()) return;
+  try {
+    tryStorageAgain(clock_->now());
+  } catch (...) {  // then it is lost
+  }
+}
+
 double CorvoClientImpl::begin(const Turn& turn) {
   const double now = clock_->now();
-  if (!turn.isNested() && storage_->hasFailed(now)) tryStorageAgain(now);
+  if (!turn.isNested() && storage_->isDue(now)) tryStorageAgain(now);
   return now;
 }
 

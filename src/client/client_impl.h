@@ -40,6 +40,10 @@ class CorvoClientImpl final : public CorvoClient,
     std::shared_ptr<MainQueue> mainQueue;
   };
   explicit CorvoClientImpl(Parts parts);
+  CorvoClientImpl(const CorvoClientImpl&) = delete;
+  CorvoClientImpl& operator=(const CorvoClientImpl&) = delete;
+  /// Tries once more to store what the store lacks.
+  ~CorvoClientImpl() override;
 
   /// Settles the stored user at the start of the client: an initial user replaces it; one from a
   /// time without expiries gets them, a day from now.

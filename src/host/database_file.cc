@@ -134,21 +134,14 @@ std::string stamp(std::uint32_t applicationId, std::uint32_t version) {
   return std::to_string(applicationId) + ' ' + std::to_string(version) + ' ';
 }
 
-const std::string& newIdentity() {
-  static const std::string identity = stamp(0, 0);
-  return identity;
-}
+std::string newIdentity() { return stamp(0, 0); }
 
 /// Files written before they were stamped with an identifier.
-const std::string& formerIdentity() {
-  static const std::string identity = stamp(0, kSchemaVersion) + kTables;
-  return identity;
-}
+std::string formerIdentity() { return stamp(0, kSchemaVersion) + kTables; }
 
 /// Tables that somebody adds after ours do no harm.
 bool isOurs(std::string_view identity) {
-  static const std::string ours = stamp(kApplicationId, kSchemaVersion) + kTables;
-  return identity.starts_with(ours);
+  return identity.starts_with(stamp(kApplicationId, kSchemaVersion) + kTables);
 }
 
 std::string identityOf(const Connection& connection) try {

@@ -51,11 +51,13 @@ class SqliteSuite final : public PreferencesSuite {
   std::map<std::string, std::uint64_t, std::less<>> revisions_;
 };
 
-/// The suite of that name of that database that is in use, or a new one.
+/// The suite of that name of that database that is in use, or a new one. What is static is never
+/// destroyed: a client that is released while the process ends may still open its suite.
 std::shared_ptr<PreferencesSuite> sharedSuite(std::shared_ptr<Database> database,
                                               std::string name) {
-  static std::mutex mutex;
-  static std::map<std::pair<Database*, std::string>, std::weak_ptr<SqliteSuite>> inUse;
+  using InUse = std::map<std::pair<Database*, std::string>, std::weak_ptr<SqliteSuite>>;
+  static auto& mutex = *new std::mutex();
+  static auto& inUse = *new InUse();
 
   const std::lock_guard lock(mutex);
   std::erase_if(inUse, [](const auto& entry) { return entry.second.expired(); });

@@ -38,4 +38,9 @@ bool StorageClient::tryAgain() {
   return true;
 }
 
+bool StorageClient::isOwed() const noexcept {
+  const auto any = [](const auto&... slots) { return (slots.isOwed() || ...); };
+  return any(config, location, user, corvoPrivateId, corvoForcedExperiments);
+}
+
 }  // namespace corvo::storage

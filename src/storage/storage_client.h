@@ -21,14 +21,17 @@ struct StorageClient {
   StorageClient(std::shared_ptr<PreferencesStore> store, std::string_view tag,
                 std::string_view projectToken, std::uint64_t cacheTTL, double now);
 
-  /// Names the moment of an operation that begins, and tells whether the suite could not be opened,
-  /// read or written. Everything is then kept in memory, until `tryAgain` succeeds.
-  [[nodiscard]] bool hasFailed(double now) noexcept { return storage_->hasFailed(now); }
+  /// Names the moment of an operation that begins, and tells whether it is time to try again: the
+  /// suite could not be opened, read or written, and the last attempt was a second ago or more.
+  /// Everything is kept in memory until one succeeds.
+  [[nodiscard]] bool isDue(double now) noexcept { return storage_->isDue(now); }
 
-  /// Tries to reach a suite again that has failed, at most once a second. True when it was reached:
-  /// what it lacks has then been written, and what was only made for want of stored records has
-  /// given way to these.
+  /// Tries to reach a suite again that has failed. True when it was reached: what it lacks has then
+  /// been written, and what was only made for want of stored records has given way to these.
   bool tryAgain();
+
+  /// Whether the store lacks anything.
+  [[nodiscard]] bool isOwed() const noexcept;
 
   StorageProperty<model::ConfigResponse> config;
   StorageProperty<PropertyMap> location;

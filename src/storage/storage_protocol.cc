@@ -15,7 +15,6 @@ StorageProtocol::StorageProtocol(std::shared_ptr<PreferencesStore> store, std::s
 }
 
 StorageProtocol::Reopened StorageProtocol::reopen() {
-  if (!attempts_.isDue(now_)) return Reopened::no;
   std::shared_ptr<PreferencesSuite> opened = store_->open(suiteName_);
   if (opened == nullptr) return Reopened::no;
   isReadable_ = true;
@@ -43,7 +42,7 @@ bool StorageProtocol::set(const std::vector<PreferencesChange>& changes) {
   return false;
 }
 
-void StorageProtocol::fail() {
+void StorageProtocol::fail() noexcept {
   hasFailed_ = true;
   attempts_.begin(now_);
 }

@@ -17,7 +17,7 @@
 namespace corvo::storage {
 
 /// Typed values, encoded as JSON, under text keys of one suite. A suite that cannot be opened, read
-/// or written just now is left alone until somebody calls `reopen`, a second later or more.
+/// or written just now is left alone until somebody calls `reopen`.
 /// For one thread at a time.
 class StorageProtocol {
  public:
@@ -29,14 +29,14 @@ class StorageProtocol {
     sameSuite,    ///< Revisions go on.
     anotherSuite  ///< Revisions begin anew.
   };
-  /// Opens a suite again that has failed, when the last attempt was a second ago or more.
+  /// Opens a suite again that has failed.
   Reopened reopen();
 
-  /// Names the moment of what follows (seconds since 1970), and tells whether the suite has failed
-  /// since it was last opened.
-  [[nodiscard]] bool hasFailed(double now) noexcept {
+  /// Names the moment of what follows (seconds since 1970), and tells whether it is time to reopen
+  /// the suite: it has failed, and the last attempt was a second ago or more.
+  [[nodiscard]] bool isDue(double now) noexcept {
     now_ = now;
-    return hasFailed_;
+    return hasFailed_ && attempts_.isDue(now);
   }
 
   /// What reading a key came to.
@@ -76,7 +76,7 @@ class StorageProtocol {
   }
 
  private:
-  void fail();
+  void fail() noexcept;
 
   const std::shared_ptr<PreferencesStore> store_;
   const std::string suiteName_;

@@ -47,7 +47,7 @@ class CORVO_TYPE PreferencesStore {
 
   /// The suite of that name, which is any UTF-8 text. Null when it cannot be opened: what is
   /// stored is then left untouched, and a client keeps its records in memory and tries again, at
-  /// most once a second. Does not throw.
+  /// most once a second, and a last time when it is released. Does not throw.
   [[nodiscard]] virtual std::shared_ptr<PreferencesSuite> open(std::string_view suiteName) = 0;
 };
 
