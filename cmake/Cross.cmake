@@ -32,7 +32,7 @@ if(CORVO_CROSS STREQUAL windows)
     file(GLOB library /usr/lib/gcc/${triple}/*${suffix})
     string(APPEND CMAKE_CXX_FLAGS_INIT
       " -isystem ${library}/include/c++ -isystem ${library}/include/c++/${triple}")
-    string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT " -L${library}")
+    string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT " -L${library} -fuse-ld=lld")  # GNU's takes minutes
   endif()
 else()
   set(CMAKE_SYSTEM_NAME Linux)

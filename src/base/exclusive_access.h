@@ -31,13 +31,9 @@ class ExclusiveAccess {
     Scope& operator=(const Scope&) = delete;
     ~Scope() { release(); }
 
-<<<<<<< HEAD
-=======
-    [[nodiscard]] bool isHeld() const noexcept { return access_ != nullptr; }
     /// Whether the thread had it already.
     [[nodiscard]] bool isNested() const noexcept { return wasMine_; }
 
->>>>>>> ff6bd70 (Keep the stored user when a question inside an edit meets the store's recovery)
     /// Gives it up early. The thing is not touched again, so it may be gone afterwards.
     void release() noexcept {
       if (access_ != nullptr) std::exchange(access_, nullptr)->give(thisThread(), wasMine_);

@@ -24,6 +24,14 @@ class StoreTest : public ClientTest {
     }
   }
 
+  void store(const std::map<std::string, std::string>& records) {
+    const auto suite = fake.store->open("storagetagtoken");
+    for (const auto& [key, value] : records) {
+      const PreferencesChange change{key, value};
+      ASSERT_TRUE(suite->apply({&change, 1}));
+    }
+  }
+
   const std::string kGold = R"({"properties":{"custom.plan":"gold"},)"
                             R"("corvoExpiration":{"custom.plan":"2030-01-01 00:00:00"}})";
 };
@@ -33,14 +41,6 @@ enum class Failing { opening, reading, readingAndWriting };
 /// A client that starts while the records of an earlier run cannot be reached.
 class OutageTest : public StoreTest, public testing::WithParamInterface<Failing> {
  protected:
-  void store(const std::map<std::string, std::string>& records) {
-    const auto suite = fake.store->open("storagetagtoken");
-    for (const auto& [key, value] : records) {
-      const PreferencesChange change{key, value};
-      ASSERT_TRUE(suite->apply({&change, 1}));
-    }
-  }
-
   void fail(bool fails) {
     if (GetParam() == Failing::opening) {
       fake.store->failOpening(fails);
@@ -101,7 +101,12 @@ TEST_P(OutageTest, EditsAddToWhatTheyCouldNotRead) {
   fake.session->always("config.json", fakes::ok(kExperiments));
   fail(true);
   const auto client = makeClient();
-  client->editUserProperties([](auto& user) { user.setUserId("u"); });
+  client->editUserProperties([&](auto& user) {
+    user.setUserId("u");
+    end();
+    hasGold(*client);  // changes nothing under the edit
+    fail(true);
+  });
   client->includeForce("f").get();
   EXPECT_EQ(client->getAllUserExperimentsText().get(), "f.0|d.0");
   end();
@@ -134,6 +139,11 @@ TEST_P(OutageTest, AUserWithoutExpiriesGetsThemWhenReached) {
   EXPECT_FALSE(hasGold(*client));
   end();
   EXPECT_TRUE(hasGold(*client));
+  client->setUser({{{"custom.plan", "gold"}}, {}});
+  fail(true);
+  client->setUser({{{"custom.plan", "gold"}}, {}});
+  end();
+  EXPECT_FALSE(hasGold(*client)) << "one of this run does not";
 }
 
 TEST_P(OutageTest, StoredInclusionsCountWhenReached) {
@@ -145,6 +155,20 @@ TEST_P(OutageTest, StoredInclusionsCountWhenReached) {
   EXPECT_EQ(client->getAllUserExperimentsText().get(), "d.0");
   end();
   EXPECT_EQ(client->getAllUserExperimentsText().get(), "e.0|d.0");
+}
+
+TEST_P(OutageTest, WhatIsOwedIsWrittenAtTheLatestWhenTheClientIsReleased) {
+  store({{"corvoForcedExperiments.value", R"({"e":0})"}});
+  fake.session->always("config.json", fakes::ok(kExperiments));
+  fail(true);
+  const CorvoUser user{{{"userId", "u"}}, {{{"userId", "2030-01-01 00:00:00"}}}};
+  EXPECT_EQ(makeClient(0, user)->getAllUserExperimentsText().get(), "d.0");
+  fail(false);
+  registry.removeClient("tag");
+  EXPECT_EQ(stored("user.value"),
+            R"({"properties":{"userId":"u"},"corvoExpiration":{"userId":"2030-01-01 00:00:00"}})");
+  EXPECT_EQ(makeClient()->getAllUserExperimentsText().get(), "e.0|d.0");
+  EXPECT_EQ(configRequests(), 1U);
 }
 
 TEST_F(StoreTest, AFullStoreGetsWhatItLacksLater) {
@@ -160,6 +184,18 @@ TEST_F(StoreTest, AFullStoreGetsWhatItLacksLater) {
       "nobody", [] { FAIL(); }, [](const CorvoError&) {});
   EXPECT_EQ(stored("user.value"), kGold);
   EXPECT_NE(stored("config.value"), "");
+}
+
+TEST_F(StoreTest, WhatAnotherClientWroteIsReadLater) {
+  store({{"user.value", kGold}});
+  const auto client = makeClient();
+  EXPECT_TRUE(hasGold(*client));
+  registry.initializeClient("oken", CorvoUser{}, "https://x", 10, 0, "tagt");  // same records
+  fake.store->failReading(true);
+  EXPECT_TRUE(hasGold(*client)) << "what was read before still serves";
+  fake.store->failReading(false);
+  fake.time->advance(1);
+  EXPECT_FALSE(hasGold(*client));
 }
 
 TEST_F(StoreTest, AttemptsAreASecondApart) {

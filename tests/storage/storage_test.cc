@@ -114,7 +114,7 @@ TEST(StorageClientTest, KeepsNothingOfAFormerSuite) {
   store->now->failWriting(true);
   client.user.write(std::make_shared<const CorvoUser>(), kWritten);
   store->now = std::make_shared<fakes::MemoryPreferencesStore>();
-  EXPECT_TRUE(client.hasFailed(kWritten + 1) && client.tryAgain());
+  EXPECT_TRUE(client.isDue(kWritten + 1) && client.tryAgain());
   EXPECT_EQ(client.corvoPrivateId.read(), nullptr);
   EXPECT_TRUE(store->now->contents("storageatoken").contains("user.value"));
 }
