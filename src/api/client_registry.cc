@@ -71,10 +71,12 @@ class Clients {
                                        .clock = platform_.clock,
                                        .timeZone = platform_.timeZone,
                                        .mainQueue = platform_.mainQueue});
+    // Its place is ready before the stored user is replaced: nothing can fail after that.
+    std::map<std::string, std::shared_ptr<CorvoClient>> entry;
+    entry.emplace(std::move(tag), made);
     made->settleUser(std::move(initialUser));
-    std::shared_ptr<CorvoClient>& entry = clients_[std::move(tag)];
-    entry = std::move(made);
-    return entry;
+    clients_.merge(entry);
+    return made;
   }
 
   std::shared_ptr<CorvoClient> get(const std::string& tag) const {

@@ -67,12 +67,18 @@ double CorvoClientImpl::begin(const Turn& turn) {
 }
 
 // What start and fetches could not do without the store is done now.
-void CorvoClientImpl::tryStorageAgain(double now) {
-  const bool lacksInclusions =
-      storage_->config.isOwed() && !storage_->corvoForcedExperiments.isKnown();
+void CorvoClientImpl::tryStorageAgain(double now) try {
+  if (storage_->config.isOwed() && !storage_->corvoForcedExperiments.isKnown()) {
+    lacksInclusions_ = true;
+  }
   if (!storage_->tryAgain()) return;
   if (needsStamps_) stampStoredUser(now);
-  if (lacksInclusions) synchronisation_->forceAgain();
+  if (lacksInclusions_) synchronisation_->forceAgain();
+  lacksInclusions_ = false;
+  storage_->config.settle();
+} catch (...) {
+  storage_->fail();  // the rest is done next time
+  throw;
 }
 
 void CorvoClientImpl::settleUser(std::optional<CorvoUser> initialUser) {

@@ -134,8 +134,9 @@ class CorvoClientImpl final : public CorvoClient,
   std::shared_ptr<Clock> clock_;
   std::shared_ptr<TimeZone> timeZone_;
   std::shared_ptr<MainQueue> mainQueue_;
-  bool needsStamps_ = false;  // the stored user of an earlier run, not read yet
-  ConfigPointer config_;      // what project_ is made from
+  bool needsStamps_ = false;      // the stored user of an earlier run, not read yet
+  bool lacksInclusions_ = false;  // a configuration that was fetched while they could not be read
+  ConfigPointer config_;          // what project_ is made from
   ProjectPointer project_;
 };
 

@@ -1,7 +1,6 @@
 #include "model/codec.h"
 
 #include <algorithm>
-#include <new>
 #include <utility>
 
 #include "model/any_codable.h"
@@ -38,7 +37,7 @@ std::vector<Drop> explain(std::vector<DroppedNode> dropped, const JsonNode& root
 }
 
 template <class T>
-Decoded<T> decode(std::string_view json, std::vector<Drop>* drops = nullptr) try {
+Decoded<T> decode(std::string_view json, std::vector<Drop>* drops = nullptr) {
   const JsonTree tree(json);
   if (!tree.root()) return DecodingFailure{std::string(tree.error()), ""};
 
@@ -49,8 +48,6 @@ Decoded<T> decode(std::string_view json, std::vector<Drop>* drops = nullptr) try
     return explain(decoder.failure(), *tree.root());
   if (drops) *drops = explain(std::move(dropped), *tree.root());
   return result;
-} catch (const std::bad_alloc&) {
-  return DecodingFailure{"out of memory", ""};  // all that was decoded is free again
 }
 
 }  // namespace

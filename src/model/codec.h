@@ -38,12 +38,12 @@ using Decoded = std::variant<T, DecodingFailure>;
 
 /// Decodes a JSON text. Exists for the types that are stored or received: `ConfigResponse`,
 /// `CorvoUser`, `PropertyMap`, `ForcedExperiments`, `std::string`, `StoredDate`; and for the
-/// dynamic `AnyCodable` and `AnyDecodable`. Never throws for what the text holds;
-/// memory that runs out is a failure. Texts are
-/// accepted as far as RFC 8259 goes, and nothing beyond it: UTF-8, a leading byte order mark
-/// skipped, 512 levels deep, the last of duplicate keys. An integer may be written in any way (1.0,
-/// 1e0); whether a number is one is decided on its digits, exactly. A number that fits no type
-/// fails the value that it is read for, and nothing where nobody reads it.
+/// dynamic `AnyCodable` and `AnyDecodable`. Throws nothing but `std::bad_alloc`: what
+/// a text holds cannot be told when memory runs out. Texts are accepted as far as RFC 8259 goes,
+/// and nothing beyond it: UTF-8, a leading byte order mark skipped, 512 levels deep, the last of
+/// duplicate keys. An integer may be written in any way (1.0, 1e0); whether a number is one is
+/// decided on its digits, exactly. A number that fits no type fails the value that it is read for,
+/// and nothing where nobody reads it.
 template <class T>
 [[nodiscard]] Decoded<T> decodeJson(std::string_view json);
 

@@ -4,6 +4,7 @@
 #define SIMDJSON_DEVELOPMENT_CHECKS 0
 #include <simdjson.h>
 
+#include <new>
 #include <string>
 #include <utility>
 #include <variant>
@@ -25,10 +26,6 @@ constexpr std::string_view kNotJson = "not a JSON text";
 constexpr std::string_view kNotUtf8 = "not UTF-8";
 constexpr std::string_view kTooDeep = "nested deeper than 512 levels";
 constexpr std::string_view kTooLarge = "too large";
-
-bool isOfSize(simdjson::error_code error) {
-  return error == simdjson::CAPACITY || error == simdjson::MEMALLOC;
-}
 
 // Reads every value: simdjson checks only what is read, and of numbers and atoms less than we want.
 // Its own values are handed on by reference, for the copies cost more than the reading. The levels
@@ -184,7 +181,8 @@ JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) 
   ondemand::document document;
   Walk walk(nodes_, source_->parser, source_->strings.get());
   if (const auto error = source_->parser.iterate(text).get(document)) {
-    error_ = isOfSize(error) ? kTooLarge : kNotJson;
+    if (error == simdjson::MEMALLOC) throw std::bad_alloc();
+    error_ = error == simdjson::CAPACITY ? kTooLarge : kNotJson;
   } else if (!walk.wrapped(document)) {
     error_ = walk.error();
   }

@@ -3,7 +3,9 @@
 #include <corvo/callback.h>
 #include <corvo/error.h>
 
+#include <new>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 
@@ -29,7 +31,7 @@ class NetworkClient {
                  onFailure = std::move(onFailure)](Answer answer) mutable {
       if (const auto* error = std::get_if<CorvoNetworkError>(&answer)) return onFailure(*error);
       using Response = typename Route::ResponseType;
-      auto decoded = model::decodeJson<Response>(std::get<std::string>(answer));
+      auto decoded = decode<Response>(std::get<std::string>(answer));
       if (auto* response = std::get_if<Response>(&decoded)) return onSuccess(std::move(*response));
       const auto& failure = std::get<model::DecodingFailure>(decoded);
       onFailure(CorvoNetworkError(CorvoNetworkError::DecodingError{failure.description()}));
@@ -41,6 +43,14 @@ class NetworkClient {
   using Answer = std::variant<std::string, CorvoNetworkError>;
 
   virtual void send(const NetworkRoute& route, Callback<void(Answer)> done) = 0;
+
+ private:
+  template <class Response>
+  static model::Decoded<Response> decode(std::string_view body) try {
+    return model::decodeJson<Response>(body);
+  } catch (const std::bad_alloc&) {
+    return model::DecodingFailure{"out of memory", ""};
+  }
 };
 
 }  // namespace corvo::network

@@ -30,11 +30,13 @@ StorageClient::StorageClient(std::shared_ptr<StorageProtocol> storage, std::uint
 bool StorageClient::tryAgain() {
   const StorageProtocol::Reopened reopened = storage_->reopen();
   if (reopened == StorageProtocol::Reopened::no) return false;
-  const auto settleEach = [reopened](auto&... slots) {
-    if (reopened == StorageProtocol::Reopened::anotherSuite) (slots.forgetStored(), ...);
+  const bool isAnother = reopened == StorageProtocol::Reopened::anotherSuite;
+  const auto settleEach = [isAnother](auto&... slots) {
+    if (isAnother) (slots.forgetStored(), ...);
     (slots.settle(), ...);
   };
-  settleEach(config, location, user, corvoPrivateId, corvoForcedExperiments);
+  if (isAnother) config.forgetStored();
+  settleEach(location, user, corvoPrivateId, corvoForcedExperiments);
   return true;
 }
 

@@ -27,8 +27,12 @@ struct StorageClient {
   [[nodiscard]] bool isDue(double now) noexcept { return storage_->isDue(now); }
 
   /// Tries to reach a suite again that has failed. True when it was reached: what it lacks has then
-  /// been written, and what was only made for want of stored records has given way to these.
+  /// been written, and what was only made for want of stored records has given way to these. Only
+  /// the configuration, which may have to be changed before, is left to `config.settle`.
   bool tryAgain();
+
+  /// An attempt was not carried through, so there is to be another one.
+  void fail() noexcept { storage_->fail(); }
 
   /// Whether the store lacks anything.
   [[nodiscard]] bool isOwed() const noexcept;

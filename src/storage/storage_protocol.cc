@@ -37,7 +37,10 @@ StorageProtocol::Reading StorageProtocol::read(std::string_view key) {
 
 bool StorageProtocol::set(const std::vector<PreferencesChange>& changes) {
   if (hasFailed_) return false;
-  if (suite_->apply(changes)) return true;
+  try {
+    if (suite_->apply(changes)) return true;
+  } catch (const std::exception&) {  // a store that does throw is one that fails
+  }
   fail();
   return false;
 }

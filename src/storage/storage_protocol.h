@@ -32,6 +32,9 @@ class StorageProtocol {
   /// Opens a suite again that has failed.
   Reopened reopen();
 
+  /// The suite counts as failed from here on, until it is reopened.
+  void fail() noexcept;
+
   /// Names the moment of what follows (seconds since 1970), and tells whether it is time to reopen
   /// the suite: it has failed, and the last attempt was a second ago or more.
   [[nodiscard]] bool isDue(double now) noexcept {
@@ -46,7 +49,8 @@ class StorageProtocol {
   };
   [[nodiscard]] Reading read(std::string_view key);
 
-  /// The value that the bytes hold; null when they do not decode into the type.
+  /// The value that the bytes hold; null when they do not decode into the type. Throws
+  /// `std::bad_alloc`: what does not decode for want of memory is still stored.
   template <class T>
   [[nodiscard]] static std::shared_ptr<const T> decode(std::string_view blob) {
     model::Decoded<T> decoded = model::decodeJson<T>(blob);
@@ -76,8 +80,6 @@ class StorageProtocol {
   }
 
  private:
-  void fail() noexcept;
-
   const std::shared_ptr<PreferencesStore> store_;
   const std::string suiteName_;
   std::shared_ptr<PreferencesSuite> suite_;

@@ -8,12 +8,14 @@
 #include <new>
 #include <set>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "fuzz/questions.h"
 #include "tests/cost/allocations.h"
 
-// Every allocation of every operation fails once: the operation has then been done or has not, and
-// whatever it had allocated is free again.
+// Every allocation of every operation fails once: the operation has then been done or has not,
+// whatever it had allocated is free again, and no record is lost.
 
 namespace corvo {
 namespace {
@@ -38,39 +40,81 @@ constexpr const char* kCarriedFlag = "a flag of the experiment";
 constexpr const char* kExperiment = "an experiment of the configuration";
 constexpr const char* kHoldout = "a holdout of the configuration";
 
-/// An application that has used its client before.
+/// Where an operation finds its application, which has used its client before.
+struct Start {
+  const char* name;
+  double age;                  // seconds since its last fetch
+  bool restarts;               // it runs anew, and has no client yet
+  bool owes;                   // it has one that could not read the store until now
+  std::string_view only = {};  // these operations
+};
+constexpr Start kStarts[] = {{"fresh", 0, false, false},
+                             {"anew", 10, true, false},
+                             {"owing", 0, true, true,
+                              "editUserProperties, 15 about a holdout of the configuration, "
+                              "17 about an experiment of the configuration, removeClient"}};
+
 struct Application {
-  Application() {
+  explicit Application(const Start& at) {
     fake.session->always("config.json", fakes::ok(kProject));
     fake.session->always("geo", fakes::ok(R"({"a name beyond any buffer": "Berlin"})"));
-    client = registry.initializeClient("token",
-                                       CorvoUser::Builder(fake.time, fake.timeZone)
-                                           .setUserId("u")
-                                           .setCustomProperty("gold\xCC\x81", "plan")
-                                           .build(),
-                                       "https://flags.example.com", 10, 0, "tag");
+    start(CorvoUser::Builder(fake.time, fake.timeZone)
+              .setUserId("u")
+              .setCustomProperty("gold\xCC\x81", "plan")
+              .build());
     client->includeForce(kExperiment).get();
     client->getUserFeatureFlagsDetails().get();
+    fake.time->advance(at.age);
+    if (!at.restarts) return;
+    client.reset();
+    registry.emplace(fake.platform());
+    if (!at.owes) return;
+    fake.store->failReading(true);
+    start();
+    client->getAllUserExperimentsText().get();
+    client->editUserProperties([](auto& user) { user.setCustomProperty("more", "and more"); });
+    fake.store->failReading(false);
+    fake.time->advance(1);
   }
 
-  /// All that can be told of it from outside, by a client that starts anew and by this one.
+  void start(std::optional<CorvoUser> user = std::nullopt) {
+    if (client) return;
+    client = registry->initializeClient("token beyond any buffer", std::move(user),
+                                        "https://flags.example.com", 10, 0, "tag");
+  }
+
+  void forgetClient() {
+    client.reset();
+    registry->removeClient("tag");
+  }
+
+  /// All that can be told of it from outside a second later, by this client and one that starts
+  /// anew.
   std::string state() {
-    std::string text;
-    for (const auto& [key, value] : fake.store->contents("storagetagtoken")) {
-      if (key.ends_with(".value")) text += key + '=' + value + '\n';
-    }
+    fake.time->advance(1);
+    start();
+    std::string text = registry->getClient(kTagOfAnother) ? "two\n" : "one\n";
     const auto told = [&](CorvoClient& each) {
       text += each.getAllUserExperimentsText().get().value_or("none") + ' ' +
               each.checkFlag<std::string>(kFlag).get().value() + '\n';
     };
     told(*client);
-    ClientRegistry restarted(fake.platform());
-    told(*restarted.initializeClient("token", {}, "https://flags.example.com", 10, 0, "tag"));
+    for (const auto& [key, value] : fake.store->contents("storagetagtoken beyond any buffer")) {
+      if (key.ends_with(".value")) text += key + '=' + value + '\n';
+    }
+    client.reset();
+    registry.emplace(fake.platform());
+    start();
+    told(*client);
     return text;
   }
 
+  // A client of this tag and this token shares the other one's records.
+  static constexpr const char* kTagOfAnother = "tagtoken beyond any";
+  static constexpr const char* kTokenOfAnother = " buffer";
+
   fakes::FakePlatform fake;
-  ClientRegistry registry{fake.platform()};
+  std::optional<ClientRegistry> registry{std::in_place, fake.platform()};
   std::shared_ptr<CorvoClient> client;
 };
 
@@ -85,9 +129,10 @@ const std::map<std::string, Operation> kOtherOperations{
      CALL(client->editUserProperties([](auto& user) { user.setUserId("another user's name"); }))},
     {"clearUserProperties", CALL(client->clearUserProperties())},
     {"initializeClient",
-     CALL(registry.initializeClient("token", CorvoUser{{{"userId", "another user's name"}}, {}},
-                                    "https://flags.example.com", 10, 0, "another client's tag"))},
-    {"removeClient", CALL(registry.removeClient("tag"))}};
+     CALL(registry->initializeClient(a.kTokenOfAnother,
+                                     CorvoUser{{{"userId", "another user's name"}}, PropertyMap()},
+                                     "https://flags.example.com", 10, 0, a.kTagOfAnother))},
+    {"removeClient", CALL(forgetClient())}};
 #undef CALL
 
 /// These, and every question.
@@ -116,6 +161,7 @@ std::map<std::string, Operation> operations() {
 /// What an operation that ran into failing memory may answer.
 void attempt(const Operation& run, Application& application) {
   try {
+    application.start();
     run(application);
   } catch (const std::bad_alloc&) {
   } catch (const CorvoError&) {
@@ -123,47 +169,53 @@ void attempt(const Operation& run, Application& application) {
 }
 
 /// All that an operation may leave: what was before, what is after it, and what it leaves where its
-/// fetch fails, for an exclusion has begun by then.
-std::set<std::string> statesAround(const Operation& run, double age) {
+/// fetch fails, for an exclusion has begun by then, or the store.
+std::set<std::string> statesAround(const Operation& run, const Start& start) {
   std::set<std::string> states;
-  for (const bool runs : {false, true}) {
-    for (const bool fetches : {false, true}) {
-      Application application;
-      application.fake.time->advance(age);
-      if (!fetches) application.fake.session->always("config.json", fakes::failure());
-      if (runs) attempt(run, application);
-      application.fake.session->always("config.json", fakes::ok(kProject));
-      states.insert(application.state());
-    }
+  for (const char* what : {"nothing", "all", "fetches", "reads", "writes"}) {
+    Application application(start);
+    const auto fails = [&](std::string_view name) { return what == name; };
+    if (fails("fetches")) application.fake.session->always("config.json", fakes::failure());
+    application.fake.store->failReading(fails("reads"));
+    application.fake.store->failWriting(fails("writes"));
+    if (!fails("all")) attempt(run, application);
+    application.fake.store->failWriting(false);
+    application.fake.store->failReading(false);
+    application.fake.session->always("config.json", fakes::ok(kProject));
+    states.insert(application.state());
   }
   return states;
 }
 
-void failEach(const std::string& name, const Operation& run, double age) {
-  const std::set<std::string> states = statesAround(run, age);
+void failEach(const std::string& name, const Operation& run, const Start& start) {
+  const std::set<std::string> states = statesAround(run, start);
   bool failed = true;
+  bool isWhole = true;
   for (std::size_t succeed = 0; failed; ++succeed) {
     const std::ptrdiff_t live = tests::liveAllocations();
     {
-      Application application;
-      application.fake.time->advance(age);
+      Application application(start);
       {
         const tests::FailingAllocation failing(succeed);
         attempt(run, application);
         failed = tests::FailingAllocation::hasFailed();
       }
-      EXPECT_TRUE(states.contains(application.state()))
-          << name << ", allocation " << succeed << ", at age " << age;
+      isWhole = states.contains(application.state());
     }
     ASSERT_EQ(tests::liveAllocations(), live)
         << name << " leaks when allocation " << succeed << " fails";
+    EXPECT_TRUE(isWhole) << name << ", allocation " << succeed << ", " << start.name;
   }
 }
 
-TEST(FailingAllocationsTest, LeaveNothingHalfDoneAndNothingBehind) {
-  { Application().state(); }  // what is made once per process
-  for (const double age : {0.0, 10.0}) {
-    for (const auto& [name, run] : operations()) failEach(name, run, age);
+TEST(FailingAllocationsTest, LeaveNothingHalfDoneAndNothingBehindAndLoseNothing) {
+  { Application(kStarts[0]).state(); }  // what is made once per process
+  for (const Start& start : kStarts) {
+    for (const auto& [name, run] : operations()) {
+      if (start.only.empty() || start.only.find(name) != std::string_view::npos) {
+        failEach(name, run, start);
+      }
+    }
   }
 }
 
@@ -171,10 +223,9 @@ TEST(FailingAllocationsTest, DoNotCostAWaitingQuestionItsAnswer) {
   int dropped = 0;
   bool failed = true;
   for (std::size_t succeed = 0; failed; ++succeed) {
-    Application application;
+    Application application({"to be fetched", 10, false, false});
     application.fake.session->always("config.json", fakes::after(1, fakes::ok(kProject)));
     application.fake.session->always("geo", fakes::after(1, fakes::ok("{}")));
-    application.fake.time->advance(10);
     int answers = 0;
     const auto count = [&answers](const auto& /*answer*/) { ++answers; };
     application.client->getUserExperimentsDetails(count, count);
