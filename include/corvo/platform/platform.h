@@ -13,7 +13,9 @@
 namespace corvo {
 
 /// All that the library asks of its surroundings. Services of any origin mix: a fake clock goes
-/// with the host's time zone. None may be null.
+/// with the host's time zone. None may be null. A service throws nothing but `std::bad_alloc`,
+/// unless its own comment says otherwise. It must not use the registry itself: that holds its lock
+/// while it makes a client.
 struct Platform {
   std::shared_ptr<Clock> clock;
   std::shared_ptr<TimeZone> timeZone;
