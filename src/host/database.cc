@@ -12,11 +12,14 @@
 namespace corvo::host {
 namespace {
 
-/// The one spelling of a file that the process uses; empty when there is none.
+/// The one spelling of a file that the process uses; empty when there is none. Links that cannot be
+/// followed just now stay in it: whether the file can be opened is seen later.
 std::filesystem::path spelled(const std::filesystem::path& file) {
   std::error_code error;
-  auto full = std::filesystem::weakly_canonical(std::filesystem::absolute(file, error), error);
-  return file.has_filename() && !error ? full : std::filesystem::path();
+  const auto full = std::filesystem::absolute(file, error);
+  if (!file.has_filename() || error) return {};
+  auto followed = std::filesystem::weakly_canonical(full, error);
+  return error ? full.lexically_normal() : followed;
 }
 
 }  // namespace

@@ -340,14 +340,21 @@ TEST_F(DamagedStoreTest, AnIdentifierThatIsNoneIsReplaced) {
 
 TEST_F(SqlitePreferencesStoreTest, IsNullWithoutAFolderAndWorksOnceThereIsOne) {
   EXPECT_EQ(hostPlatform({.dataFolder = {}}).preferencesStore->open("s"), nullptr);
-  fs::create_directories(folder_.parent_path());
-  std::ofstream(folder_) << "in the way";
-  const Platform platform = open();
-  EXPECT_EQ(platform.preferencesStore->open("s"), nullptr);
-  EXPECT_EQ(platform.device->vendorIdentifier(), std::nullopt);
-  fs::remove(folder_);
-  EXPECT_NE(platform.preferencesStore->open("s"), nullptr);
-  EXPECT_NE(platform.device->vendorIdentifier(), std::nullopt);
+  for (const bool isLoop : {false, true}) {
+    clear();
+    fs::create_directories(folder_.parent_path());
+    if (isLoop) {
+      fs::create_symlink(folder_, folder_);
+    } else {
+      std::ofstream(folder_) << "in the way";
+    }
+    const Platform platform = open();
+    EXPECT_EQ(platform.preferencesStore->open("s"), nullptr);
+    EXPECT_EQ(platform.device->vendorIdentifier(), std::nullopt);
+    fs::remove(folder_);
+    EXPECT_NE(platform.preferencesStore->open("s"), nullptr);
+    EXPECT_NE(platform.device->vendorIdentifier(), std::nullopt);
+  }
 }
 
 /// Takes a step while files of this process cannot grow: a full disk, for whoever writes.
