@@ -73,7 +73,7 @@ class Clients {
                                        .mainQueue = platform_.mainQueue});
     // Its place is ready before the stored user is replaced: nothing can fail after that.
     std::map<std::string, std::shared_ptr<CorvoClient>> entry;
-    entry.emplace(std::move(tag), made);
+    entry.emplace(std::move(tag), std::shared_ptr<CorvoClient>(made));
     made->settleUser(std::move(initialUser));
     clients_.merge(entry);
     return made;
