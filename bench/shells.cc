@@ -8,29 +8,24 @@ namespace {
 /// A client that knows the answer: what is left is the cost of asking.
 class ConstantClient final : public CorvoClient {
  public:
-  void checkFlagText(std::string_view, FlagSink& sink) override { sink.onText("true"); }
+  void askFlag(std::string_view, AnswerSink<std::string_view>& sink) override {
+    sink.onValue("true");
+  }
 
   void setUser(CorvoUser) override {}
   void setUserProperties(EditUser) override {}
   void editUserProperties(EditUser) override {}
   void clearUserProperties() override {}
-  void getUserFeatureFlagsDetails(Callback<void(FlagReport)>, OnError) override {}
-  void getAllUserExperiments(Callback<void(std::vector<CorvoExperimentPointer>)>,
-                             OnError) override {}
-  void getAllUserExperimentsText(ExactBool, Callback<void(std::optional<std::string>)>,
-                                 OnError) override {}
-  void getAllUserExperimentsText(Callback<void(std::optional<std::string>)>, OnError) override {}
-  void getExperiment(std::string_view, Callback<void(CorvoExperimentPointer)>, OnError) override {}
-  void getHoldout(std::string_view, Callback<void(bool)>, OnError) override {}
-  void getAllUserHoldouts(Callback<void(std::optional<std::string>)>, OnError) override {}
-  void getUserExperimentsDetails(ExactBool, Callback<void(std::vector<CorvoExperimentDetail>)>,
-                                 OnError) override {}
-  void getUserExperimentsDetails(Callback<void(std::vector<CorvoExperimentDetail>)>,
-                                 OnError) override {}
-  void includeForce(std::string_view, OptionalIndex, Callback<void()>, OnError) override {}
-  void includeForce(std::string_view, Callback<void()>, OnError) override {}
-  void excludeForce(std::string_view, Callback<void()>, OnError) override {}
-  void excludeForceAll(Callback<void()>, OnError) override {}
+  void askFlagReport(AnswerSink<FlagReport>&) override {}
+  void askExperiments(AnswerSink<std::vector<CorvoExperimentPointer>>&) override {}
+  void askExperimentsText(bool, AnswerSink<std::optional<std::string>>&) override {}
+  void askExperiment(std::string_view, AnswerSink<CorvoExperimentPointer>&) override {}
+  void askHoldout(std::string_view, AnswerSink<bool>&) override {}
+  void askHoldoutsText(AnswerSink<std::optional<std::string>>&) override {}
+  void askDetails(bool, AnswerSink<std::vector<CorvoExperimentDetail>>&) override {}
+  void askToInclude(std::string_view, std::optional<std::int64_t>, AnswerSink<Done>&) override {}
+  void askToExclude(std::string_view, AnswerSink<Done>&) override {}
+  void askToExcludeAll(AnswerSink<Done>&) override {}
   [[nodiscard]] std::shared_ptr<MainQueue> mainQueue() const override { return nullptr; }
 };
 

@@ -10,10 +10,6 @@
 
 namespace corvo {
 
-/// Second argument of the constructor by which a target may tell apart that it is moved out of its
-/// callback only to be called there and then.
-struct MovedToBeCalled {};
-
 template <class Signature>
 class Callback;
 
@@ -47,13 +43,9 @@ class Callback<void(Args...)> {
     if constexpr (base::isNullable<Target>) {
       if (!static_cast<const Target&>(target)) return;
     }
-    emplace<Target>(std::forward<F>(target));
-  }
-
-  /// Makes the target in its place, without moving it.
-  template <class Target, class... Parts>
-  Callback(std::in_place_type_t<Target>, Parts&&... parts) {
-    emplace<Target>(std::forward<Parts>(parts)...);
+    using Holder = std::conditional_t<fitsInline<Target>, Inline<Target>, Boxed<Target>>;
+    Holder::make(buffer_, std::forward<F>(target));
+    operations_ = &Holder::operations;
   }
 
   Callback(Callback&& other) noexcept { take(other); }
@@ -69,12 +61,6 @@ class Callback<void(Args...)> {
 
   explicit operator bool() const noexcept { return operations_ != nullptr; }
 
-  /// Has a target do, that wants to by an operation of this name, whatever can fail about moving
-  /// it.
-  void prepareToMove() {
-    if (operations_ != nullptr && operations_->prepareToMove) operations_->prepareToMove(buffer_);
-  }
-
   /// Calls the target, if there is one. The target is moved out first: it may destroy this object.
   void operator()(Args... args) {
     if (operations_ == nullptr) return;
@@ -88,7 +74,6 @@ class Callback<void(Args...)> {
     void (*call)(void* buffer, Args&&... args);  // leaves the buffer empty
     void (*move)(void* from, void* to) noexcept;
     void (*destroy)(void* buffer) noexcept;
-    void (*prepareToMove)(void* buffer) = nullptr;
   };
 
   template <class Target>
@@ -100,19 +85,12 @@ class Callback<void(Args...)> {
   struct Inline {
     static Target& in(void* buffer) { return *std::launder(static_cast<Target*>(buffer)); }
 
-    template <class... Parts>
-    static void make(void* buffer, Parts&&... parts) {
-      ::new (buffer) Target(std::forward<Parts>(parts)...);
-    }
-    static Target takeOut(void* buffer) {
-      if constexpr (std::constructible_from<Target, Target, MovedToBeCalled>) {
-        return Target(std::move(in(buffer)), MovedToBeCalled{});
-      } else {
-        return std::move(in(buffer));
-      }
+    template <class F>
+    static void make(void* buffer, F&& target) {
+      ::new (buffer) Target(std::forward<F>(target));
     }
     static void call(void* buffer, Args&&... args) {
-      Target target = takeOut(buffer);
+      Target target(std::move(in(buffer)));
       destroy(buffer);
       static_cast<void>(std::invoke(target, static_cast<Args&&>(args)...));
     }
@@ -121,23 +99,16 @@ class Callback<void(Args...)> {
       destroy(from);
     }
     static void destroy(void* buffer) noexcept { in(buffer).~Target(); }
-    static constexpr Operations operationsOf() {
-      Operations all{&call, &move, &destroy};
-      if constexpr (requires(Target & target) { target.prepareToMove(); }) {
-        all.prepareToMove = [](void* buffer) { in(buffer).prepareToMove(); };
-      }
-      return all;
-    }
-    static constexpr Operations operations = operationsOf();
+    static constexpr Operations operations{&call, &move, &destroy};
   };
 
   template <class Target>
   struct Boxed : Inline<std::unique_ptr<Target>> {
     using Pointer = Inline<std::unique_ptr<Target>>;
 
-    template <class... Parts>
-    static void make(void* buffer, Parts&&... parts) {
-      Pointer::make(buffer, std::make_unique<Target>(std::forward<Parts>(parts)...));
+    template <class F>
+    static void make(void* buffer, F&& target) {
+      Pointer::make(buffer, std::make_unique<Target>(std::forward<F>(target)));
     }
     static void call(void* buffer, Args&&... args) {
       const std::unique_ptr<Target> target = std::move(Pointer::in(buffer));
@@ -146,13 +117,6 @@ class Callback<void(Args...)> {
     }
     static constexpr Operations operations{&call, &Pointer::move, &Pointer::destroy};
   };
-
-  template <class Target, class... Parts>
-  void emplace(Parts&&... parts) {
-    using Holder = std::conditional_t<fitsInline<Target>, Inline<Target>, Boxed<Target>>;
-    Holder::make(buffer_, std::forward<Parts>(parts)...);
-    operations_ = &Holder::operations;
-  }
 
   void take(Callback& other) noexcept {
     if (other.operations_ == nullptr) return;

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <corvo/answer.h>
+#include <corvo/answer_sink.h>
 #include <corvo/argument.h>
 #include <corvo/callback.h>
 #include <corvo/error.h>
 #include <corvo/experiment.h>
 #include <corvo/experiment_detail.h>
 #include <corvo/export.h>
+#include <corvo/internal/sinks.h>
 #include <corvo/property.h>
 #include <corvo/text_hash.h>
 #include <corvo/user_builder.h>
@@ -17,6 +19,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -29,57 +32,6 @@ using EditUser = Callback<void(CorvoUser::Builder&)>;
 /// The typed value of every flag that has one for the user, by the flag's name. Can be asked by
 /// `std::string_view`.
 using FlagReport = std::unordered_map<std::string, CorvoProperty, TextHash, std::equal_to<>>;
-
-namespace client {
-
-/// Something that a question needs: lent by the asker as long as the question is on his stack,
-/// owned from the moment it must wait.
-template <class Thing>
-class Lent {
- public:
-  Lent(Thing& lent) noexcept : lent_(&lent) {}
-
-  [[nodiscard]] Thing& get() noexcept { return owned_ ? *owned_ : *lent_; }
-  /// The same, owned. The thing is moved away from here.
-  [[nodiscard]] Lent detach() {
-    get().prepareToMove();
-    return Lent(std::optional<Thing>(std::move(get())));
-  }
-
- private:
-  explicit Lent(std::optional<Thing> owned) noexcept : owned_(std::move(owned)) {}
-
-  Thing* lent_ = nullptr;
-  std::optional<Thing> owned_;
-};
-
-}  // namespace client
-
-/// Receives the text of a flag, or an error: the untyped end of `CorvoClient::checkFlag`. Lives on
-/// the asker's stack; a client that must wait for the answer detaches it first.
-class CORVO_TYPE FlagSink {
- public:
-  virtual ~FlagSink() = default;
-
-  /// Answers the question, as an implementation of `CorvoClient` does that has nothing to do
-  /// between keeping the answer and delivering it.
-  void onText(std::string_view text) {
-    keepText(text);
-    deliver();
-  }
-  void onError(CorvoError error) {
-    keepError(std::move(error));
-    deliver();
-  }
-
-  /// Converts the text, which need not last, and keeps the value; or keeps the error.
-  virtual void keepText(std::string_view text) = 0;
-  virtual void keepError(CorvoError error) = 0;
-  /// Calls the callback for what is kept, once and last.
-  virtual void deliver() = 0;
-  /// A sink on the heap, never null, that takes this one's place.
-  [[nodiscard]] virtual std::unique_ptr<FlagSink> detach() = 0;
-};
 
 /// Answers questions about one user of one project. `Corvo` and `ClientRegistry` make clients.
 ///
@@ -102,6 +54,9 @@ class CORVO_TYPE FlagSink {
 /// only the callbacks that fill a builder run while the client is in use.
 class CORVO_TYPE CorvoClient {
  public:
+  CorvoClient() = default;
+  CorvoClient(const CorvoClient&) = delete;
+  CorvoClient& operator=(const CorvoClient&) = delete;
   virtual ~CorvoClient() = default;
 
   /// Replaces the stored user.
@@ -124,95 +79,113 @@ class CORVO_TYPE CorvoClient {
   /// `featureFlagRulesNotSatisfied` or `experimentGroupNotMatchingFeatureFlagGroup`.
   template <CorvoPropertyType T>
   void checkFlag(std::string_view flagName, Callback<void(std::optional<T>)> onSuccess,
-                 OnError onError = {});
+                 OnError onError = {}) {
+    corvo_internal::CallbackSink<std::string_view, std::optional<T>> sink(onSuccess, onError);
+    askFlag(flagName, sink);
+  }
   template <CorvoPropertyType T>
   Answer<std::optional<T>> checkFlag(std::string_view flagName) {
-    return answer<std::optional<T>>(
-        [&](auto& box) { checkFlag<T>(flagName, box.onValue(), box.onError()); });
+    return answer<std::optional<T>, std::string_view>([&](auto& sink) { askFlag(flagName, sink); });
   }
 
   /// The values of all flags of the configuration that have one for the user, each typed by its
   /// text: a JSON object, a boolean, an integer, a double, else text.
-  virtual void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess,
-                                          OnError onError = {}) = 0;
+  void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess, OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askFlagReport(sink);
+  }
   Answer<FlagReport> getUserFeatureFlagsDetails() {
-    return answer<FlagReport>(
-        [&](auto& box) { getUserFeatureFlagsDetails(box.onValue(), box.onError()); });
+    return answer<FlagReport>([&](auto& sink) { askFlagReport(sink); });
   }
 
   /// The experiments that the user takes part in, holdouts included, in the configuration's order.
-  virtual void getAllUserExperiments(Callback<void(std::vector<CorvoExperimentPointer>)> onSuccess,
-                                     OnError onError = {}) = 0;
+  void getAllUserExperiments(Callback<void(std::vector<CorvoExperimentPointer>)> onSuccess,
+                             OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askExperiments(sink);
+  }
   Answer<std::vector<CorvoExperimentPointer>> getAllUserExperiments() {
-    return answer<std::vector<CorvoExperimentPointer>>(
-        [&](auto& box) { getAllUserExperiments(box.onValue(), box.onError()); });
+    return answer<std::vector<CorvoExperimentPointer>>([&](auto& sink) { askExperiments(sink); });
   }
 
   /// The same as one text: for each experiment its name, "." and the index of the user's group,
   /// joined by "|"; absent when there are none. `estimateHoldouts` tells whether holdouts count.
-  virtual void getAllUserExperimentsText(ExactBool estimateHoldouts,
-                                         Callback<void(std::optional<std::string>)> onSuccess,
-                                         OnError onError = {}) = 0;
+  void getAllUserExperimentsText(ExactBool estimateHoldouts,
+                                 Callback<void(std::optional<std::string>)> onSuccess,
+                                 OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askExperimentsText(estimateHoldouts.value, sink);
+  }
   Answer<std::optional<std::string>> getAllUserExperimentsText(ExactBool estimateHoldouts) {
-    return answer<std::optional<std::string>>([&](auto& box) {
-      getAllUserExperimentsText(estimateHoldouts, box.onValue(), box.onError());
-    });
+    return answer<std::optional<std::string>>(
+        [&](auto& sink) { askExperimentsText(estimateHoldouts.value, sink); });
   }
 
   /// The same with holdouts.
-  virtual void getAllUserExperimentsText(Callback<void(std::optional<std::string>)> onSuccess,
-                                         OnError onError = {}) = 0;
+  void getAllUserExperimentsText(Callback<void(std::optional<std::string>)> onSuccess,
+                                 OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askExperimentsText(true, sink);
+  }
   Answer<std::optional<std::string>> getAllUserExperimentsText() {
-    return answer<std::optional<std::string>>(
-        [&](auto& box) { getAllUserExperimentsText(box.onValue(), box.onError()); });
+    return answer<std::optional<std::string>>([&](auto& sink) { askExperimentsText(true, sink); });
   }
 
   /// The first experiment of that name that the user takes part in; null when he is in none. Fails
   /// with `experimentNotFound`, without asking for the location.
-  virtual void getExperiment(std::string_view name,
-                             Callback<void(CorvoExperimentPointer)> onSuccess,
-                             OnError onError = {}) = 0;
+  void getExperiment(std::string_view name, Callback<void(CorvoExperimentPointer)> onSuccess,
+                     OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askExperiment(name, sink);
+  }
   Answer<CorvoExperimentPointer> getExperiment(std::string_view name) {
-    return answer<CorvoExperimentPointer>(
-        [&](auto& box) { getExperiment(name, box.onValue(), box.onError()); });
+    return answer<CorvoExperimentPointer>([&](auto& sink) { askExperiment(name, sink); });
   }
 
   /// Whether the user is in the first holdout of that name. The holdouts that this one itself names
   /// play no part. Fails with `holdoutNotFound`, without asking for the location.
-  virtual void getHoldout(std::string_view name, Callback<void(bool)> onSuccess,
-                          OnError onError = {}) = 0;
+  void getHoldout(std::string_view name, Callback<void(bool)> onSuccess, OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askHoldout(name, sink);
+  }
   Answer<bool> getHoldout(std::string_view name) {
-    return answer<bool>([&](auto& box) { getHoldout(name, box.onValue(), box.onError()); });
+    return answer<bool>([&](auto& sink) { askHoldout(name, sink); });
   }
 
   /// The holdouts that the user is in and that none of those they name keeps him out of, as one
   /// text like that of `getAllUserExperimentsText`; absent when there are none.
-  virtual void getAllUserHoldouts(Callback<void(std::optional<std::string>)> onSuccess,
-                                  OnError onError = {}) = 0;
+  void getAllUserHoldouts(Callback<void(std::optional<std::string>)> onSuccess,
+                          OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askHoldoutsText(sink);
+  }
   Answer<std::optional<std::string>> getAllUserHoldouts() {
-    return answer<std::optional<std::string>>(
-        [&](auto& box) { getAllUserHoldouts(box.onValue(), box.onError()); });
+    return answer<std::optional<std::string>>([&](auto& sink) { askHoldoutsText(sink); });
   }
 
   /// The experiments that the user takes part in, each with the values that they get from it, in
   /// the configuration's order. `estimateHoldouts` tells whether holdouts are among them. Where the
   /// values of repeated names would take more than 64 MiB, the error is `requestConfigFailed` with
   /// a `decodingError`.
-  virtual void getUserExperimentsDetails(
-      ExactBool estimateHoldouts, Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
-      OnError onError = {}) = 0;
+  void getUserExperimentsDetails(ExactBool estimateHoldouts,
+                                 Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
+                                 OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askDetails(estimateHoldouts.value, sink);
+  }
   Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails(ExactBool estimateHoldouts) {
-    return answer<std::vector<CorvoExperimentDetail>>([&](auto& box) {
-      getUserExperimentsDetails(estimateHoldouts, box.onValue(), box.onError());
-    });
+    return answer<std::vector<CorvoExperimentDetail>>(
+        [&](auto& sink) { askDetails(estimateHoldouts.value, sink); });
   }
 
   /// The same with holdouts.
-  virtual void getUserExperimentsDetails(
-      Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess, OnError onError = {}) = 0;
+  void getUserExperimentsDetails(Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
+                                 OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askDetails(true, sink);
+  }
   Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails() {
-    return answer<std::vector<CorvoExperimentDetail>>(
-        [&](auto& box) { getUserExperimentsDetails(box.onValue(), box.onError()); });
+    return answer<std::vector<CorvoExperimentDetail>>([&](auto& sink) { askDetails(true, sink); });
   }
 
   /// Forces the user of now into the first experiment of that name: into the group of that index,
@@ -221,19 +194,25 @@ class CORVO_TYPE CorvoClient {
   /// for the experiment, until it is excluded. Fails with `experimentsEmpty`, `experimentNotFound`,
   /// `experimentSplitIdNotFound` or `experimentGroupIndexNotFound`, and then forces and keeps
   /// nothing.
-  virtual void includeForce(std::string_view experimentName, OptionalIndex groupIndex,
-                            Callback<void()> onSuccess, OnError onError = {}) = 0;
+  void includeForce(std::string_view experimentName, OptionalIndex groupIndex,
+                    Callback<void()> onSuccess, OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askToInclude(experimentName, groupIndex.value, sink);
+  }
   Answer<void> includeForce(std::string_view experimentName, OptionalIndex groupIndex) {
-    return answer<void>(
-        [&](auto& box) { includeForce(experimentName, groupIndex, box.onValue(), box.onError()); });
+    return answer<void, Done>(
+        [&](auto& sink) { askToInclude(experimentName, groupIndex.value, sink); });
   }
 
   /// The same without an index.
-  virtual void includeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                            OnError onError = {}) = 0;
+  void includeForce(std::string_view experimentName, Callback<void()> onSuccess,
+                    OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askToInclude(experimentName, std::nullopt, sink);
+  }
   Answer<void> includeForce(std::string_view experimentName) {
-    return answer<void>(
-        [&](auto& box) { includeForce(experimentName, box.onValue(), box.onError()); });
+    return answer<void, Done>(
+        [&](auto& sink) { askToInclude(experimentName, std::nullopt, sink); });
   }
 
   /// Takes back what `includeForce` did for that experiment and fetches the configuration anew,
@@ -241,71 +220,56 @@ class CORVO_TYPE CorvoClient {
   /// configuration, while it is fresh, still carries it. Fails with `noForceIncludedExperiments`
   /// before the first inclusion and after `excludeForceAll`, else with `experimentNotFound` where
   /// this experiment is not included.
-  virtual void excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                            OnError onError = {}) = 0;
+  void excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
+                    OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askToExclude(experimentName, sink);
+  }
   Answer<void> excludeForce(std::string_view experimentName) {
-    return answer<void>(
-        [&](auto& box) { excludeForce(experimentName, box.onValue(), box.onError()); });
+    return answer<void, Done>([&](auto& sink) { askToExclude(experimentName, sink); });
   }
 
   /// The same for all experiments. Fails with `noForceIncludedExperiments` before the first
   /// inclusion and after `excludeForceAll`; succeeds without a fetch when the last inclusion was
   /// taken back by `excludeForce`.
-  virtual void excludeForceAll(Callback<void()> onSuccess, OnError onError = {}) = 0;
+  void excludeForceAll(Callback<void()> onSuccess, OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askToExcludeAll(sink);
+  }
   Answer<void> excludeForceAll() {
-    return answer<void>([&](auto& box) { excludeForceAll(box.onValue(), box.onError()); });
+    return answer<void, Done>([&](auto& sink) { askToExcludeAll(sink); });
   }
 
-  /// What `checkFlag` rests on: delivers the flag's text to the sink.
-  virtual void checkFlagText(std::string_view flagName, FlagSink& sink) = 0;
+  // What the forms above rest on: one operation for every question, which answers to a sink.
+
+  virtual void askFlag(std::string_view flagName, AnswerSink<std::string_view>& sink) = 0;
+  virtual void askFlagReport(AnswerSink<FlagReport>& sink) = 0;
+  virtual void askExperiments(AnswerSink<std::vector<CorvoExperimentPointer>>& sink) = 0;
+  virtual void askExperimentsText(bool estimateHoldouts,
+                                  AnswerSink<std::optional<std::string>>& sink) = 0;
+  virtual void askExperiment(std::string_view name, AnswerSink<CorvoExperimentPointer>& sink) = 0;
+  virtual void askHoldout(std::string_view name, AnswerSink<bool>& sink) = 0;
+  virtual void askHoldoutsText(AnswerSink<std::optional<std::string>>& sink) = 0;
+  virtual void askDetails(bool estimateHoldouts,
+                          AnswerSink<std::vector<CorvoExperimentDetail>>& sink) = 0;
+  virtual void askToInclude(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
+                            AnswerSink<Done>& sink) = 0;
+  virtual void askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) = 0;
+  virtual void askToExcludeAll(AnswerSink<Done>& sink) = 0;
 
   /// The queue on which answers come after a fetch; `Answer::get` runs it.
   [[nodiscard]] virtual std::shared_ptr<MainQueue> mainQueue() const = 0;
 
  private:
-  /// The sink of a typed question.
-  template <class T>
-  class TypedSink;
-
-  /// Makes the suspending form of a question from its callback form.
-  template <class T, class Ask>
-  Answer<T> answer(Ask&& ask) {
-    client::Mailbox<T> mailbox;
-    ask(mailbox);
-    const bool waits = mailbox.pending != nullptr;
-    return Answer<T>(std::move(mailbox), waits ? mainQueue() : nullptr);
+  // Makes the suspending form of a question.
+  template <class T, class Received = T, class Ask>
+  Answer<T> answer(Ask ask) {
+    using Value = std::conditional_t<std::is_void_v<T>, Done, T>;
+    corvo_internal::SuspendingSink<Received, Value> sink;
+    ask(sink);
+    if (auto pending = sink.takePending()) return Answer<T>(std::move(pending), mainQueue());
+    return Answer<T>(sink.takeOutcome());
   }
 };
-
-template <class T>
-class CorvoClient::TypedSink final : public FlagSink {
- public:
-  TypedSink(client::Lent<Callback<void(std::optional<T>)>> onSuccess, client::Lent<OnError> onError)
-      : onSuccess_(std::move(onSuccess)), onError_(std::move(onError)) {}
-
-  void keepText(std::string_view text) override {
-    outcome_.template emplace<1>(fromCorvoString<T>(text));
-  }
-  void keepError(CorvoError error) override { outcome_.template emplace<2>(std::move(error)); }
-  void deliver() override {
-    if (const CorvoError* error = std::get_if<2>(&outcome_)) return onError_.get()(*error);
-    if (outcome_.index() == 1) onSuccess_.get()(std::get<1>(std::move(outcome_)));
-  }
-  std::unique_ptr<FlagSink> detach() override {
-    return std::make_unique<TypedSink>(onSuccess_.detach(), onError_.detach());
-  }
-
- private:
-  client::Lent<Callback<void(std::optional<T>)>> onSuccess_;
-  client::Lent<OnError> onError_;
-  client::Outcome<std::optional<T>> outcome_;
-};
-
-template <CorvoPropertyType T>
-void CorvoClient::checkFlag(std::string_view flagName, Callback<void(std::optional<T>)> onSuccess,
-                            OnError onError) {
-  TypedSink<T> sink(onSuccess, onError);
-  checkFlagText(flagName, sink);
-}
 
 }  // namespace corvo

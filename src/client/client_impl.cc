@@ -142,156 +142,113 @@ void CorvoClientImpl::storeUser(const CorvoUser& user, double now, storage::Orig
   needsStamps_ = false;
 }
 
-void CorvoClientImpl::checkFlagText(std::string_view flagName, FlagSink& sink) {
+template <class Decider, class T>
+void CorvoClientImpl::ask(Decider decider, AnswerSink<T>& sink) {
+  SinkQuestion<T, Decider> question(std::move(decider), sink);
+  ask(question);
+}
+
+void CorvoClientImpl::askFlag(std::string_view flagName, AnswerSink<std::string_view>& sink) {
   const base::WellFormed name(flagName);
-  FlagQuestion question(Name(name), sink);
-  ask(question);
+  ask(DecidingFlag{Name(name)}, sink);
 }
 
-void CorvoClientImpl::getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess,
-                                                 OnError onError) {
-  CallbackQuestion question(aboutUser([](const Evidence& evidence) -> Decision<FlagReport> {
-                              return reportFlags(evidence);
-                            }),
-                            onSuccess, onError);
-  ask(question);
+void CorvoClientImpl::askFlagReport(AnswerSink<FlagReport>& sink) {
+  ask(aboutUser(
+          [](const Evidence& evidence) -> Decision<FlagReport> { return reportFlags(evidence); }),
+      sink);
 }
 
-void CorvoClientImpl::getAllUserExperiments(
-    Callback<void(std::vector<CorvoExperimentPointer>)> onSuccess, OnError onError) {
-  CallbackQuestion question(
-      aboutUser([](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentPointer>> {
+void CorvoClientImpl::askExperiments(AnswerSink<std::vector<CorvoExperimentPointer>>& sink) {
+  ask(aboutUser([](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentPointer>> {
         return experiments::experimentHandles(
             evidence.project,
             experiments::eligibleExperiments(*evidence.project, Scope::all, evidence.context),
             evidence.context);
       }),
-      onSuccess, onError);
-  ask(question);
+      sink);
 }
 
-void CorvoClientImpl::getAllUserExperimentsText(
-    ExactBool estimateHoldouts, Callback<void(std::optional<std::string>)> onSuccess,
-    OnError onError) {
-  askMemberships(scopeWith(estimateHoldouts), onSuccess, onError);
+void CorvoClientImpl::askExperimentsText(bool estimateHoldouts,
+                                         AnswerSink<std::optional<std::string>>& sink) {
+  askMemberships(scopeWith(estimateHoldouts), sink);
 }
 
-void CorvoClientImpl::getAllUserExperimentsText(
-    Callback<void(std::optional<std::string>)> onSuccess, OnError onError) {
-  askMemberships(Scope::all, onSuccess, onError);
+void CorvoClientImpl::askHoldoutsText(AnswerSink<std::optional<std::string>>& sink) {
+  askMemberships(Scope::onlyHoldouts, sink);
 }
 
-void CorvoClientImpl::getAllUserHoldouts(Callback<void(std::optional<std::string>)> onSuccess,
-                                         OnError onError) {
-  askMemberships(Scope::onlyHoldouts, onSuccess, onError);
-}
-
-void CorvoClientImpl::askMemberships(Scope scope,
-                                     Callback<void(std::optional<std::string>)>& onSuccess,
-                                     OnError& onError) {
-  CallbackQuestion question(
-      aboutUser([scope](const Evidence& evidence) -> Decision<std::optional<std::string>> {
+void CorvoClientImpl::askMemberships(Scope scope, AnswerSink<std::optional<std::string>>& sink) {
+  ask(aboutUser([scope](const Evidence& evidence) -> Decision<std::optional<std::string>> {
         return experiments::membershipText(
             experiments::eligibleExperiments(*evidence.project, scope, evidence.context));
       }),
-      onSuccess, onError);
-  ask(question);
+      sink);
 }
 
-void CorvoClientImpl::getExperiment(std::string_view name,
-                                    Callback<void(CorvoExperimentPointer)> onSuccess,
-                                    OnError onError) {
+void CorvoClientImpl::askExperiment(std::string_view name,
+                                    AnswerSink<CorvoExperimentPointer>& sink) {
   const base::WellFormed wellFormedName(name);
-  CallbackQuestion question(DecidingExperiment{Name(wellFormedName)}, onSuccess, onError);
-  ask(question);
+  ask(DecidingExperiment{Name(wellFormedName)}, sink);
 }
 
-void CorvoClientImpl::getHoldout(std::string_view name, Callback<void(bool)> onSuccess,
-                                 OnError onError) {
+void CorvoClientImpl::askHoldout(std::string_view name, AnswerSink<bool>& sink) {
   const base::WellFormed wellFormedName(name);
-  CallbackQuestion question(DecidingHoldout{Name(wellFormedName)}, onSuccess, onError);
-  ask(question);
+  ask(DecidingHoldout{Name(wellFormedName)}, sink);
 }
 
-void CorvoClientImpl::getUserExperimentsDetails(
-    ExactBool estimateHoldouts, Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
-    OnError onError) {
-  askDetails(scopeWith(estimateHoldouts), onSuccess, onError);
-}
-
-void CorvoClientImpl::getUserExperimentsDetails(
-    Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess, OnError onError) {
-  askDetails(Scope::all, onSuccess, onError);
-}
-
-void CorvoClientImpl::askDetails(Scope scope,
-                                 Callback<void(std::vector<CorvoExperimentDetail>)>& onSuccess,
-                                 OnError& onError) {
-  CallbackQuestion question(
-      aboutUser([scope](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentDetail>> {
+void CorvoClientImpl::askDetails(bool estimateHoldouts,
+                                 AnswerSink<std::vector<CorvoExperimentDetail>>& sink) {
+  const Scope scope = scopeWith(estimateHoldouts);
+  ask(aboutUser([scope](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentDetail>> {
         auto details = experiments::experimentDetails(
             experiments::eligibleExperiments(*evidence.project, scope, evidence.context),
             evidence.context);
         if (!details) return tooManyRepeatedValues();
         return *std::move(details);
       }),
-      onSuccess, onError);
-  ask(question);
-}
-
-void CorvoClientImpl::includeForce(std::string_view experimentName, OptionalIndex groupIndex,
-                                   Callback<void()> onSuccess, OnError onError) {
-  askInclusion(experimentName, groupIndex.value, onSuccess, onError);
-}
-
-void CorvoClientImpl::includeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                                   OnError onError) {
-  askInclusion(experimentName, std::nullopt, onSuccess, onError);
+      sink);
 }
 
 // About the project alone: the user is looked at only once the experiment is found, the location
 // not at all.
-void CorvoClientImpl::askInclusion(std::string_view experimentName,
-                                   std::optional<std::int64_t> groupIndex,
-                                   Callback<void()>& onSuccess, OnError& onError) {
-  CallbackQuestion question(aboutProject([this, name = base::wellFormed(experimentName),
-                                          groupIndex](const Evidence& evidence) -> Decision<void> {
-                              auto error =
-                                  forced_->include(evidence.project->config(), name, groupIndex);
-                              if (error) return *std::move(error);
-                              return {};
-                            }),
-                            onSuccess, onError);
-  ask(question);
+void CorvoClientImpl::askToInclude(std::string_view experimentName,
+                                   std::optional<std::int64_t> groupIndex, AnswerSink<Done>& sink) {
+  ask(aboutProject([this, name = base::wellFormed(experimentName),
+                    groupIndex](const Evidence& evidence) -> Decision<Done> {
+        auto error = forced_->include(evidence.project->config(), name, groupIndex);
+        if (error) return *std::move(error);
+        return Done();
+      }),
+      sink);
 }
 
-void CorvoClientImpl::excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                                   OnError onError) {
+void CorvoClientImpl::askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) {
   Turn turn(access_);
   begin(turn);
-  if (const auto error = forced_->forget(base::WellFormed(experimentName))) {
+  if (auto error = forced_->forget(base::WellFormed(experimentName))) {
     turn.release();
-    return onError(*error);
+    return sink.onError(*std::move(error));
   }
-  refresh(onSuccess, onError, turn);
+  refresh(sink, turn);
 }
 
-void CorvoClientImpl::excludeForceAll(Callback<void()> onSuccess, OnError onError) {
+void CorvoClientImpl::askToExcludeAll(AnswerSink<Done>& sink) {
   Turn turn(access_);
   begin(turn);
-  const std::variant<bool, CorvoError> forgotten = forced_->forgetAll();
+  std::variant<bool, CorvoError> forgotten = forced_->forgetAll();
   if (const bool* wereAny = std::get_if<bool>(&forgotten); wereAny != nullptr && *wereAny) {
-    return refresh(onSuccess, onError, turn);
+    return refresh(sink, turn);
   }
   turn.release();
-  if (const auto* error = std::get_if<CorvoError>(&forgotten)) return onError(*error);
-  onSuccess();
+  if (auto* error = std::get_if<CorvoError>(&forgotten)) return sink.onError(std::move(*error));
+  sink.onValue({});
 }
 
 // Done as soon as a new configuration is in hand.
-void CorvoClientImpl::refresh(Callback<void()>& onSuccess, OnError& onError, Turn& turn) {
-  CallbackQuestion question(aboutProject([](const Evidence&) -> Decision<void> { return {}; }),
-                            onSuccess, onError);
+void CorvoClientImpl::refresh(AnswerSink<Done>& sink, Turn& turn) {
+  SinkQuestion question(aboutProject([](const Evidence&) -> Decision<Done> { return Done(); }),
+                        sink);
   askAnew(question, turn);
 }
 
@@ -324,7 +281,6 @@ void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
 template <class Failure, class Step>
 void CorvoClientImpl::goOn(const std::shared_ptr<Question>& waiting, Step step) {
   Turn turn(access_);
-  waiting->goesOnAs(waiting);
   try {
     step(turn);
     return;

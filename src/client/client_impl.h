@@ -53,32 +53,20 @@ class CorvoClientImpl final : public CorvoClient,
   void setUserProperties(EditUser edit) override;
   void editUserProperties(EditUser edit) override;
   void clearUserProperties() override;
-  void checkFlagText(std::string_view flagName, FlagSink& sink) override;
-  void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess, OnError onError) override;
-  void getAllUserExperiments(Callback<void(std::vector<CorvoExperimentPointer>)> onSuccess,
-                             OnError onError) override;
-  void getAllUserExperimentsText(ExactBool estimateHoldouts,
-                                 Callback<void(std::optional<std::string>)> onSuccess,
-                                 OnError onError) override;
-  void getAllUserExperimentsText(Callback<void(std::optional<std::string>)> onSuccess,
-                                 OnError onError) override;
-  void getExperiment(std::string_view name, Callback<void(CorvoExperimentPointer)> onSuccess,
-                     OnError onError) override;
-  void getHoldout(std::string_view name, Callback<void(bool)> onSuccess, OnError onError) override;
-  void getAllUserHoldouts(Callback<void(std::optional<std::string>)> onSuccess,
-                          OnError onError) override;
-  void getUserExperimentsDetails(ExactBool estimateHoldouts,
-                                 Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
-                                 OnError onError) override;
-  void getUserExperimentsDetails(Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
-                                 OnError onError) override;
-  void includeForce(std::string_view experimentName, OptionalIndex groupIndex,
-                    Callback<void()> onSuccess, OnError onError) override;
-  void includeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                    OnError onError) override;
-  void excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                    OnError onError) override;
-  void excludeForceAll(Callback<void()> onSuccess, OnError onError) override;
+  void askFlag(std::string_view flagName, AnswerSink<std::string_view>& sink) override;
+  void askFlagReport(AnswerSink<FlagReport>& sink) override;
+  void askExperiments(AnswerSink<std::vector<CorvoExperimentPointer>>& sink) override;
+  void askExperimentsText(bool estimateHoldouts,
+                          AnswerSink<std::optional<std::string>>& sink) override;
+  void askExperiment(std::string_view name, AnswerSink<CorvoExperimentPointer>& sink) override;
+  void askHoldout(std::string_view name, AnswerSink<bool>& sink) override;
+  void askHoldoutsText(AnswerSink<std::optional<std::string>>& sink) override;
+  void askDetails(bool estimateHoldouts,
+                  AnswerSink<std::vector<CorvoExperimentDetail>>& sink) override;
+  void askToInclude(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
+                    AnswerSink<Done>& sink) override;
+  void askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) override;
+  void askToExcludeAll(AnswerSink<Done>& sink) override;
   [[nodiscard]] std::shared_ptr<MainQueue> mainQueue() const override { return mainQueue_; }
 
  private:
@@ -97,6 +85,8 @@ class CorvoClientImpl final : public CorvoClient,
 
   // A question goes through the first, or the second, and the others, each at once or after a
   // fetch.
+  template <class Decider, class T>
+  void ask(Decider decider, AnswerSink<T>& sink);
   void ask(Question& question);
   void askAnew(Question& question, Turn& turn);
   void locate(Question& question, const ProjectPointer& project, double now, Turn& turn);
@@ -109,15 +99,8 @@ class CorvoClientImpl final : public CorvoClient,
   void storeUser(const CorvoUser& user, double now,
                  storage::Origin origin = storage::Origin::replacement);
 
-  // The operations that come with and without an argument. The callbacks stay where they are, which
-  // is what keeps the suspending forms from allocating.
-  void askMemberships(experiments::Scope scope,
-                      Callback<void(std::optional<std::string>)>& onSuccess, OnError& onError);
-  void askDetails(experiments::Scope scope,
-                  Callback<void(std::vector<CorvoExperimentDetail>)>& onSuccess, OnError& onError);
-  void askInclusion(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
-                    Callback<void()>& onSuccess, OnError& onError);
-  void refresh(Callback<void()>& onSuccess, OnError& onError, Turn& turn);
+  void askMemberships(experiments::Scope scope, AnswerSink<std::optional<std::string>>& sink);
+  void refresh(AnswerSink<Done>& sink, Turn& turn);
 
   // Lets a question wait for a route's answer. It goes on with a step of the client, unless that
   // has been released by then, or with the failure.

@@ -6,11 +6,11 @@
 
 namespace corvo::client {
 
-void FlagQuestion::answer(const Evidence& evidence) {
-  const experiments::FlagEntry* entry = evidence.project->findFlag(flagName_.get());
+Decision<std::string_view> DecidingFlag::decide(const Evidence& evidence) const {
+  const experiments::FlagEntry* entry = evidence.project->findFlag(name.get());
   const flags::FlagDecision decision = flags::decideFlag(entry, evidence.context);
-  if (decision.value != nullptr) return sink_->keepText(*decision.value);
-  sink_->keepError(experiments::errorOf(decision, flagName_.get()));
+  if (decision.value != nullptr) return std::string_view(*decision.value);
+  return experiments::errorOf(decision, name.get());
 }
 
 FlagReport reportFlags(const Evidence& evidence) {

@@ -2,36 +2,21 @@
 
 #include <corvo/client.h>
 
-#include <memory>
-#include <utility>
+#include <string_view>
 
 #include "client/question.h"
 
 namespace corvo::client {
 
-/// The question for one flag. Refers to the asker's sink, or, where it waits, owns one.
-class FlagQuestion final : public Question {
- public:
-  FlagQuestion(Name flagName, FlagSink& sink) : flagName_(std::move(flagName)), sink_(&sink) {}
-  FlagQuestion(Name flagName, std::unique_ptr<FlagSink> sink)
-      : flagName_(std::move(flagName)), ownSink_(std::move(sink)), sink_(ownSink_.get()) {}
+/// Decides about the text of one flag.
+struct DecidingFlag {
+  Name name;
 
-  [[nodiscard]] About about(const experiments::Project& /*project*/) const override {
-    return About::user;
+  [[nodiscard]] static Question::About about(const experiments::Project& /*project*/) {
+    return Question::About::user;
   }
-  void answer(const Evidence& evidence) override;
-  void fail(CorvoError error) override { sink_->keepError(std::move(error)); }
-
- protected:
-  void callBack() override { sink_->deliver(); }
-  std::unique_ptr<Question> detach() override {
-    return std::make_unique<FlagQuestion>(flagName_.detach(), sink_->detach());
-  }
-
- private:
-  Name flagName_;
-  std::unique_ptr<FlagSink> ownSink_;
-  FlagSink* sink_;
+  [[nodiscard]] Decision<std::string_view> decide(const Evidence& evidence) const;
+  [[nodiscard]] DecidingFlag detach() const { return {name.detach()}; }
 };
 
 /// The report on all flags: those with a value, each typed by its text.

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <corvo/callback.h>
-#include <corvo/client.h>
+#include <corvo/answer_sink.h>
 #include <corvo/error.h>
 
 #include <cstdint>
@@ -9,7 +8,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 #include <variant>
 
@@ -27,7 +25,7 @@ struct Evidence {
 /// One question on its way to its answer. Lives on the asker's stack; to wait for a fetch it moves
 /// to the heap. `answer` or `fail` is called, and then, when the client has been given up,
 /// `deliver`, last of all: nothing of the client is touched afterwards.
-class Question {
+class Question : public std::enable_shared_from_this<Question> {
  public:
   enum class About : std::uint8_t { user, project };
 
@@ -46,16 +44,16 @@ class Question {
   [[nodiscard]] bool isDelivered() const { return isDelivered_; }
 
   /// The question on the heap: itself if it lies there already, else one that takes its place.
-  [[nodiscard]] std::shared_ptr<Question> toHeap() { return waiting_ ? *waiting_ : detach(); }
-  /// Tells a question on the heap who holds it while it goes on.
-  void goesOnAs(const std::shared_ptr<Question>& waiting) { waiting_ = &waiting; }
+  [[nodiscard]] std::shared_ptr<Question> toHeap() {
+    std::shared_ptr<Question> self = weak_from_this().lock();
+    return self ? self : detach();
+  }
 
  protected:
   virtual void callBack() = 0;
-  [[nodiscard]] virtual std::unique_ptr<Question> detach() = 0;
+  [[nodiscard]] virtual std::shared_ptr<Question> detach() = 0;
 
  private:
-  const std::shared_ptr<Question>* waiting_ = nullptr;
   bool isDelivered_ = false;
 };
 
@@ -76,70 +74,40 @@ class Name {
   std::optional<std::string> owned_;
 };
 
-/// What a question comes to; for a question without a value, that it is done.
-template <class Value>
-using Decision =
-    std::variant<std::conditional_t<std::is_void_v<Value>, std::monostate, Value>, CorvoError>;
+/// What a question comes to.
+template <class T>
+using Decision = std::variant<T, CorvoError>;
 
-/// What the question with that callback comes to.
-template <class OnSuccess>
-struct DecisionFor;
-template <class Value>
-struct DecisionFor<Callback<void(Value)>> {
-  using Type = Decision<Value>;
-};
-template <>
-struct DecisionFor<Callback<void()>> {
-  using Type = Decision<void>;
-};
-template <class OnSuccess>
-using DecisionOf = typename DecisionFor<OnSuccess>::Type;
-
-/// Hands a decision to the callback that it is for.
-template <class Value>
-void deliver(Decision<Value> decision, Callback<void(Value)>& onSuccess, OnError& onError) {
-  if (const auto* error = std::get_if<CorvoError>(&decision)) return onError(*error);
-  onSuccess(std::get<0>(std::move(decision)));
-}
-inline void deliver(const Decision<void>& decision, Callback<void()>& onSuccess, OnError& onError) {
-  if (const auto* error = std::get_if<CorvoError>(&decision)) return onError(*error);
-  onSuccess();
-}
-
-/// A question with two callbacks. What decides it tells what it is about, decides by the evidence,
-/// and can be detached, as the question itself.
-template <class OnSuccess, class Decider>
-class CallbackQuestion final : public Question {
+/// The question whose answer goes to a sink: the asker's, or, where it waits, its own. What decides
+/// it tells what it is about, decides by the evidence, and can be detached, as the question itself.
+template <class T, class Decider>
+class SinkQuestion final : public Question {
  public:
-  CallbackQuestion(Decider decider, Lent<OnSuccess> onSuccess, Lent<OnError> onError)
-      : decider_(std::move(decider)),
-        onSuccess_(std::move(onSuccess)),
-        onError_(std::move(onError)) {}
+  SinkQuestion(Decider decider, AnswerSink<T>& sink) : decider_(std::move(decider)), sink_(&sink) {}
+  SinkQuestion(Decider decider, std::unique_ptr<AnswerSink<T>> sink)
+      : decider_(std::move(decider)), ownSink_(std::move(sink)), sink_(ownSink_.get()) {}
 
   [[nodiscard]] About about(const experiments::Project& project) const override {
     return decider_.about(project);
   }
-  void answer(const Evidence& evidence) override { decision_.emplace(decider_.decide(evidence)); }
-  void fail(CorvoError error) override { decision_.emplace(std::move(error)); }
+  void answer(const Evidence& evidence) override {
+    Decision<T> decision = decider_.decide(evidence);
+    if (auto* error = std::get_if<CorvoError>(&decision)) return fail(std::move(*error));
+    sink_->keepValue(std::get<0>(std::move(decision)));
+  }
+  void fail(CorvoError error) override { sink_->keepError(std::move(error)); }
 
  protected:
-  void callBack() override {
-    client::deliver(*std::move(decision_), onSuccess_.get(), onError_.get());
-  }
-  std::unique_ptr<Question> detach() override {
-    return std::make_unique<CallbackQuestion>(decider_.detach(), onSuccess_.detach(),
-                                              onError_.detach());
+  void callBack() override { sink_->deliver(); }
+  std::shared_ptr<Question> detach() override {
+    return std::make_shared<SinkQuestion>(decider_.detach(), sink_->detach());
   }
 
  private:
   Decider decider_;
-  Lent<OnSuccess> onSuccess_;
-  Lent<OnError> onError_;
-  std::optional<DecisionOf<OnSuccess>> decision_;
+  std::unique_ptr<AnswerSink<T>> ownSink_;
+  AnswerSink<T>* sink_;
 };
-
-template <class Decider, class OnSuccess>
-CallbackQuestion(Decider, OnSuccess&, OnError&) -> CallbackQuestion<OnSuccess, Decider>;
 
 /// Decides by a function that needs nothing of the asker's.
 template <Question::About what, class Function>

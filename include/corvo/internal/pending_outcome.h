@@ -1,0 +1,72 @@
+#pragma once
+
+#include <corvo/error.h>
+
+#include <coroutine>
+#include <mutex>
+#include <utility>
+#include <variant>
+
+namespace corvo::corvo_internal {
+
+/// What a question came to: nothing yet, its value, or its error.
+template <class T>
+using Outcome = std::variant<std::monostate, T, CorvoError>;
+
+/// What a pending answer shares with the sink that will settle it, or drop it. Synchronised: the
+/// answer may be awaited on another thread than the one that brings it.
+template <class T>
+class PendingOutcome {
+ public:
+  void settle(Outcome<T> outcome) {
+    std::unique_lock lock(mutex_);
+    outcome_ = std::move(outcome);
+    hasEnded_ = true;
+    const std::coroutine_handle<> waiting = std::exchange(waiting_, nullptr);
+    lock.unlock();
+    if (waiting) waiting.resume();
+  }
+
+  /// No outcome will come. Whoever waits in a coroutine is not told.
+  void drop() {
+    const std::lock_guard lock(mutex_);
+    hasEnded_ = true;
+  }
+
+  /// Lets the coroutine wait; false when the outcome is in, so that there is nothing to wait for.
+  bool wait(std::coroutine_handle<> coroutine) {
+    const std::lock_guard lock(mutex_);
+    if (outcome_.index() != 0) return false;
+    waiting_ = coroutine;
+    return true;
+  }
+
+  void stopWaiting() {
+    const std::lock_guard lock(mutex_);
+    waiting_ = nullptr;
+  }
+
+  bool isSettled() const {
+    const std::lock_guard lock(mutex_);
+    return outcome_.index() != 0;
+  }
+
+  /// Settled or dropped.
+  bool hasEnded() const {
+    const std::lock_guard lock(mutex_);
+    return hasEnded_;
+  }
+
+  Outcome<T> take() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(outcome_, {});
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  Outcome<T> outcome_;
+  std::coroutine_handle<> waiting_;
+  bool hasEnded_ = false;
+};
+
+}  // namespace corvo::corvo_internal
