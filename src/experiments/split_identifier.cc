@@ -15,7 +15,7 @@ using model::SplitMode;
 const base::HashedName& propertyOf(SplitMode mode) {
   using Texts = model::EnumTexts<SplitMode>;
   static const auto names = []<std::size_t... at>(std::index_sequence<at...>) {
-    return std::array{base::HashedName(Texts::list[at])...};
+    return std::array{base::HashedName(Texts::list[at].text)...};
   }
   (std::make_index_sequence<Texts::list.size()>());
   return names[static_cast<std::size_t>(mode)];

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -33,7 +34,19 @@ enum class ConditionSign : std::uint8_t {
   contains,
   notContains
 };
-constexpr std::size_t kConditionSignCount = 19;
+constexpr std::size_t kConditionSignCount =
+    static_cast<std::size_t>(ConditionSign::notContains) + 1;
+
+/// Whether the rows of a table stand in the order of their enumerators, from the first on, so that
+/// an enumerator is the position of its row.
+template <class Table, class EnumeratorOf>
+constexpr bool isByEnumerator(const Table& table, EnumeratorOf enumeratorOf) {
+  std::size_t position = 0;
+  for (const auto& row : table) {
+    if (static_cast<std::size_t>(enumeratorOf(row)) != position++) return false;
+  }
+  return true;
+}
 
 /// Which property of the user an experiment splits by.
 enum class SplitMode : std::uint8_t { userId, deviceId, profileId };

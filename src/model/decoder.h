@@ -81,9 +81,10 @@ class Decoder {
   bool read(const JsonNode& node, E& value) {
     constexpr auto& texts = EnumTexts<E>::list;
     if (node.kind != JsonKind::string) return wrongKind(node, "string");
-    const auto found = std::find(texts.begin(), texts.end(), node.text());
-    value = static_cast<E>(found - texts.begin());
-    return found != texts.end() || fail(node, Why::unknownValue, EnumTexts<E>::what);
+    const auto found = std::ranges::find(texts, node.text(), &EnumText<E>::text);
+    if (found == texts.end()) return fail(node, Why::unknownValue, EnumTexts<E>::what);
+    value = found->value;
+    return true;
   }
 
   /// Null is an absent value.
@@ -151,6 +152,14 @@ class Decoder {
   template <class R>
   using FoundFields = std::array<const JsonNode*, kFieldCount<R>>;
 
+  template <class R>
+  static constexpr auto kKeys =
+      std::apply([](const auto&... field) { return std::array{field.key...}; }, Fields<R>::list);
+  template <class R>
+  static constexpr std::size_t positionOf(std::string_view key) {
+    return static_cast<std::size_t>(std::ranges::find(kKeys<R>, key) - kKeys<R>.begin());
+  }
+
   bool fail(const JsonNode& node, Why why, std::string_view detail = {}) {
     failure_ = {&node, why, detail};
     return false;
@@ -184,8 +193,7 @@ class Decoder {
   // search goes on where the last key was found: most documents have that order themselves.
   template <class R>
   static FoundFields<R> findFields(const JsonNode& object) {
-    constexpr auto keys =
-        std::apply([](const auto&... field) { return std::array{field.key...}; }, Fields<R>::list);
+    constexpr auto& keys = kKeys<R>;
     FoundFields<R> found{};
     std::size_t next = 0;
     for (const auto [key, value] : JsonMembers(object)) {
@@ -215,8 +223,9 @@ class Decoder {
     } else if (isNone(node)) {
       return true;
     }
-    if constexpr (field.presence == Presence::fallback) {
-      if (!isNone(found[I - 1])) return true;
+    if constexpr (field.presence == Presence::standIn) {
+      constexpr std::size_t other = positionOf<R>(field.insteadOf);
+      if (!isNone(found[other])) return true;
     }
     return read(*node, Form(record.*field.member));
   }

@@ -37,7 +37,7 @@ class Encoder {
 
   template <TextEnum E>
   void write(E value) {
-    out_.string(EnumTexts<E>::list.at(static_cast<std::size_t>(value)));
+    out_.string(EnumTexts<E>::list.at(static_cast<std::size_t>(value)).text);
   }
 
   template <class T>
@@ -73,7 +73,7 @@ class Encoder {
   template <class F, class R>
   void writeField(const F& field, const R& record) {
     const auto& value = record.*field.member;
-    if (field.presence == Presence::fallback) return;
+    if (field.presence == Presence::standIn) return;
     if (field.presence == Presence::optional && isAbsent(value)) return;
     out_.key(field.key);
     write(value);

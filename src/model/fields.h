@@ -46,7 +46,7 @@ enum class Presence : std::uint8_t {
   required,  ///< The key must be there.
   optional,  ///< May be absent or null; an absent value is not written.
   nullable,  ///< May be absent or null; an absent value is written as null.
-  fallback   ///< Read where the field before it is absent or null; never written.
+  standIn    ///< Read where another field is absent or null; never written.
 };
 
 /// One key of a record. The member is read as a `Form`: itself, or one of the wrappers above.
@@ -56,6 +56,7 @@ struct Field {
   std::string_view key;
   Member Record::*member;
   Presence presence;
+  std::string_view insteadOf = {};  ///< The key of the field that this one stands in for.
 };
 
 template <class R, class M>
@@ -85,9 +86,9 @@ constexpr Field<LossyOrEmpty<T>, R, std::vector<T>> lossyOrEmpty(std::string_vie
   return {key, member, Presence::optional};
 }
 template <class R>
-constexpr Field<SingleText, R, std::vector<std::string>> otherwise(
-    std::string_view key, std::vector<std::string> R::*member) {
-  return {key, member, Presence::fallback};
+constexpr Field<SingleText, R, std::vector<std::string>> standIn(
+    std::string_view insteadOf, std::string_view key, std::vector<std::string> R::*member) {
+  return {key, member, Presence::standIn, insteadOf};
 }
 
 /// The keys of each record, in the order in which they are read and written.
@@ -170,7 +171,8 @@ struct Fields<Experiment> {
       nullable("targets", &Experiment::targets), lossy("feature_flags", &Experiment::featureFlags),
       lossy("forced_user_list", &Experiment::forcedUserList),
       nullable("is_private", &Experiment::isPrivate), nullable("split_by", &Experiment::splitMode),
-      optional("platforms", &Experiment::platforms), otherwise("platform", &Experiment::platforms),
+      optional("platforms", &Experiment::platforms),
+      standIn("platforms", "platform", &Experiment::platforms),
       lossyOrEmpty("holdouts", &Experiment::holdouts), nullable("type", &Experiment::type));
 };
 
@@ -186,45 +188,65 @@ struct Fields<CorvoUser> {
                                           optional("corvoExpiration", &CorvoUser::corvoExpiration));
 };
 
-/// The texts of an enumeration in the order of its enumerators, and what it is called.
+/// An enumerator and its text.
+template <class E>
+struct EnumText {
+  E value;
+  std::string_view text;
+};
+
+/// The texts of an enumeration by its enumerators, and what it is called.
 template <class E>
 struct EnumTexts;
 
 template <>
 struct EnumTexts<ConditionalStatement> {
+  using E = ConditionalStatement;
   static constexpr std::string_view what = "conditional statement";
-  static constexpr std::array<std::string_view, 3> list{"AND", "OR", "-"};
+  static constexpr std::array<EnumText<E>, 3> list{
+      {{E::and_, "AND"}, {E::or_, "OR"}, {E::empty, "-"}}};
 };
 
 template <>
 struct EnumTexts<SplitMode> {
+  using E = SplitMode;
   static constexpr std::string_view what = "split mode";
-  static constexpr std::array<std::string_view, 3> list{"userId", "deviceId", "profileId"};
+  static constexpr std::array<EnumText<E>, 3> list{
+      {{E::userId, "userId"}, {E::deviceId, "deviceId"}, {E::profileId, "profileId"}}};
 };
 
 template <>
 struct EnumTexts<ConditionSign> {
+  using E = ConditionSign;
   static constexpr std::string_view what = "condition sign";
-  static constexpr std::array<std::string_view, kConditionSignCount> list{"equal",
-                                                                          "not equal",
-                                                                          "any of",
-                                                                          "none of",
-                                                                          "contains any of",
-                                                                          "contains none of",
-                                                                          "on date",
-                                                                          "after time",
-                                                                          "before time",
-                                                                          "greater",
-                                                                          "less",
-                                                                          "greater equal",
-                                                                          "less equal",
-                                                                          "starts with",
-                                                                          "not starts with",
-                                                                          "ends with",
-                                                                          "not ends with",
-                                                                          "contains",
-                                                                          "not contains"};
+  static constexpr std::array<EnumText<E>, kConditionSignCount> list{
+      {{E::equal, "equal"},
+       {E::notEqual, "not equal"},
+       {E::anyOf, "any of"},
+       {E::noneOf, "none of"},
+       {E::containsAnyOf, "contains any of"},
+       {E::containsNoneOf, "contains none of"},
+       {E::onDate, "on date"},
+       {E::afterTime, "after time"},
+       {E::beforeTime, "before time"},
+       {E::greater, "greater"},
+       {E::less, "less"},
+       {E::greaterEqual, "greater equal"},
+       {E::lessEqual, "less equal"},
+       {E::startsWith, "starts with"},
+       {E::notStartsWith, "not starts with"},
+       {E::endsWith, "ends with"},
+       {E::notEndsWith, "not ends with"},
+       {E::contains, "contains"},
+       {E::notContains, "not contains"}}};
 };
+
+template <class E>
+constexpr bool hasEveryEnumerator() {
+  return isByEnumerator(EnumTexts<E>::list, [](const auto& row) { return row.value; });
+}
+static_assert(hasEveryEnumerator<ConditionalStatement>() && hasEveryEnumerator<SplitMode>() &&
+              hasEveryEnumerator<ConditionSign>());
 
 template <class T>
 concept JsonRecord = requires {

@@ -156,40 +156,50 @@ using Less = std::less<>;
 using GreaterEqual = std::greater_equal<>;
 using LessEqual = std::less_equal<>;
 
-constexpr std::array<Sign, kConditionSignCount> kSigns{
-    sign<oneAlternative, isAny<true>>(),        // equal
-    sign<oneAlternative, isAny<false>>(true),   // notEqual
-    sign<alternatives, isAny<true>>(),          // anyOf
-    sign<alternatives, isAny<false>>(),         // noneOf
-    sign<allTexts, contains<true>>(),           // containsAnyOf
-    sign<allTexts, contains<false>>(),          // containsNoneOf
-    sign<oneDate, onDate<sameDay>>(),           // onDate
-    sign<oneDate, onDate<after>>(),             // afterTime
-    sign<oneDate, onDate<before>>(),            // beforeTime
-    sign<oneNumber, onNumber<Greater>>(),       // greater
-    sign<oneNumber, onNumber<Less>>(),          // less
-    sign<oneNumber, onNumber<GreaterEqual>>(),  // greaterEqual
-    sign<oneNumber, onNumber<LessEqual>>(),     // lessEqual
-    sign<oneText, onText<starts, true>>(),      // startsWith
-    sign<oneText, onText<starts, false>>(),     // notStartsWith
-    sign<oneText, onText<ends, true>>(),        // endsWith
-    sign<oneText, onText<ends, false>>(),       // notEndsWith
-    sign<oneText, onText<isPart, true>>(),      // contains
-    sign<oneText, onText<isPart, false>>(),     // notContains
+using Of = model::ConditionSign;
+
+struct Row {
+  Of of;
+  Sign sign;
 };
 
-constexpr std::array<Sign, 4> kVersionSigns{
-    sign<oneVersion, onVersion<Greater>>(),
-    sign<oneVersion, onVersion<Less>>(),
-    sign<oneVersion, onVersion<GreaterEqual>>(),
-    sign<oneVersion, onVersion<LessEqual>>(),
-};
+constexpr std::array<Row, kConditionSignCount> kSigns{{
+    {Of::equal, sign<oneAlternative, isAny<true>>()},
+    {Of::notEqual, sign<oneAlternative, isAny<false>>(true)},
+    {Of::anyOf, sign<alternatives, isAny<true>>()},
+    {Of::noneOf, sign<alternatives, isAny<false>>()},
+    {Of::containsAnyOf, sign<allTexts, contains<true>>()},
+    {Of::containsNoneOf, sign<allTexts, contains<false>>()},
+    {Of::onDate, sign<oneDate, onDate<sameDay>>()},
+    {Of::afterTime, sign<oneDate, onDate<after>>()},
+    {Of::beforeTime, sign<oneDate, onDate<before>>()},
+    {Of::greater, sign<oneNumber, onNumber<Greater>>()},
+    {Of::less, sign<oneNumber, onNumber<Less>>()},
+    {Of::greaterEqual, sign<oneNumber, onNumber<GreaterEqual>>()},
+    {Of::lessEqual, sign<oneNumber, onNumber<LessEqual>>()},
+    {Of::startsWith, sign<oneText, onText<starts, true>>()},
+    {Of::notStartsWith, sign<oneText, onText<starts, false>>()},
+    {Of::endsWith, sign<oneText, onText<ends, true>>()},
+    {Of::notEndsWith, sign<oneText, onText<ends, false>>()},
+    {Of::contains, sign<oneText, onText<isPart, true>>()},
+    {Of::notContains, sign<oneText, onText<isPart, false>>()},
+}};
+static_assert(model::isByEnumerator(kSigns, [](const Row& row) { return row.of; }));
+
+// Of versions, the signs that order.
+constexpr std::array<Row, 4> kVersionSigns{{
+    {Of::greater, sign<oneVersion, onVersion<Greater>>()},
+    {Of::less, sign<oneVersion, onVersion<Less>>()},
+    {Of::greaterEqual, sign<oneVersion, onVersion<GreaterEqual>>()},
+    {Of::lessEqual, sign<oneVersion, onVersion<LessEqual>>()},
+}};
 
 const Sign& signOf(const model::Condition& condition) {
-  constexpr auto kFirst = static_cast<std::size_t>(model::ConditionSign::greater);
-  const auto at = static_cast<std::size_t>(condition.conditionSign);
-  const bool ordered = at >= kFirst && at - kFirst < kVersionSigns.size();
-  return ordered && condition.name == "appVersion" ? kVersionSigns[at - kFirst] : kSigns[at];
+  if (condition.name == "appVersion") {
+    const auto ordering = std::ranges::find(kVersionSigns, condition.conditionSign, &Row::of);
+    if (ordering != kVersionSigns.end()) return ordering->sign;
+  }
+  return kSigns[static_cast<std::size_t>(condition.conditionSign)].sign;
 }
 
 template <bool answer>
