@@ -22,9 +22,9 @@ StorageClient::StorageClient(std::shared_ptr<PreferencesStore> store, std::strin
 StorageClient::StorageClient(std::shared_ptr<StorageProtocol> storage, std::uint64_t cacheTTL)
     : config("config", storage, cacheTTL),
       location("location", storage, cacheTTL),
-      user("user", storage, std::nullopt),
-      corvoPrivateId("corvoPrivateId", storage, std::nullopt),
-      corvoForcedExperiments("corvoForcedExperiments", storage, std::nullopt),
+      user("user", storage),
+      corvoPrivateId("corvoPrivateId", storage),
+      corvoForcedExperiments("corvoForcedExperiments", storage),
       storage_(std::move(storage)) {}
 
 bool StorageClient::tryAgain() {

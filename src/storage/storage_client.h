@@ -37,8 +37,8 @@ struct StorageClient {
   /// Whether the store lacks anything.
   [[nodiscard]] bool isOwed() const noexcept;
 
-  StorageProperty<model::ConfigResponse> config;
-  StorageProperty<PropertyMap> location;
+  ExpiringProperty<model::ConfigResponse> config;
+  ExpiringProperty<PropertyMap> location;
   StorageProperty<CorvoUser> user;
   StorageProperty<std::string> corvoPrivateId;
   StorageProperty<model::ForcedExperiments> corvoForcedExperiments;

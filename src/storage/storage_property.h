@@ -68,9 +68,9 @@ enum class Origin : std::uint8_t {
   makeshift     ///< Made by the library for want of a stored one: gives way to it.
 };
 
-/// One persisted value of a client: a typed slot that keeps its value in the store, remembers when
-/// it was last written, and, where it has a time-to-live, is empty once that has passed. The value
-/// lies under key + ".value", the moment under key + ".update_time".
+/// One persisted value of a client: a typed slot that keeps its value in the store and remembers
+/// when it was last written. The value lies under key + ".value", the moment under key +
+/// ".update_time". It lasts; see `ExpiringProperty` for one that does not.
 ///
 /// Works without a store: the value then lives in memory until the store can be reached. Nothing
 /// here fails outward: what does not decode reads as none, what does not encode is kept in memory.
@@ -78,22 +78,10 @@ enum class Origin : std::uint8_t {
 template <class T>
 class StorageProperty {
  public:
-  /// The time-to-live is in seconds; none means that the value never expires.
-  StorageProperty(const std::string& key, std::shared_ptr<StorageProtocol> storage,
-                  std::optional<std::uint64_t> cacheTTL)
+  StorageProperty(const std::string& key, std::shared_ptr<StorageProtocol> storage)
       : storage_(std::move(storage)),
         storedValue_(key + ".value"),
-        storedTime_(key + ".update_time") {
-    if (cacheTTL) cacheTTL_ = static_cast<double>(*cacheTTL);
-  }
-
-  /// Whether the value may be used at the moment: less than the time-to-live, to the bit, has
-  /// passed since it was written. A clock set back leaves it valid.
-  [[nodiscard]] bool isValid(double now) {
-    if (!cacheTTL_) return true;
-    const double* written = updateTime();
-    return written != nullptr && now - *written < *cacheTTL_;
-  }
+        storedTime_(key + ".update_time") {}
 
   /// When it was written, in seconds since 1970; null when it never was. Valid until the next use
   /// of the slot.
@@ -103,16 +91,11 @@ class StorageProperty {
     return stored ? &stored->secondsSince1970 : nullptr;
   }
 
-  /// The value; null when there is none, or the slot is not valid at the moment. The reference
-  /// holds until the next use of the slot.
-  const std::shared_ptr<const T>& read(double now) {
-    if (!isValid(now)) return none_;
+  /// The value; null when there is none. The reference holds until the next use of the slot.
+  const std::shared_ptr<const T>& read() {
     if (cachedValue_ || owed_) return cachedValue_;
     return storedValue_.read(*storage_);
   }
-
-  /// The value of a slot that never expires.
-  const std::shared_ptr<const T>& read() { return read(0); }
 
   /// A value, which is none where it is null, with all that can fail about writing it done.
   struct Prepared {
@@ -186,12 +169,45 @@ class StorageProperty {
   }
 
   std::shared_ptr<StorageProtocol> storage_;
-  std::optional<double> cacheTTL_;
   std::shared_ptr<const T> cachedValue_;    // last written through this slot in this process
   std::optional<double> cachedUpdateTime_;  // when that was
   std::optional<Origin> owed_;              // none when the store has it
   Stored<T> storedValue_;
   Stored<model::StoredDate> storedTime_;
+};
+
+/// A slot with a time-to-live, in seconds, which is empty once that has passed.
+template <class T>
+class ExpiringProperty : private StorageProperty<T> {
+ public:
+  ExpiringProperty(const std::string& key, std::shared_ptr<StorageProtocol> storage,
+                   std::uint64_t cacheTTL)
+      : StorageProperty<T>(key, std::move(storage)), cacheTTL_(static_cast<double>(cacheTTL)) {}
+
+  /// Whether the value may be used at the moment: less than the time-to-live, to the bit, has
+  /// passed since it was written. A clock set back leaves it valid.
+  [[nodiscard]] bool isValid(double now) {
+    const double* written = updateTime();
+    return written != nullptr && now - *written < cacheTTL_;
+  }
+
+  /// The value; null when there is none, or it is not valid at the moment. The reference holds
+  /// until the next use of the slot.
+  const std::shared_ptr<const T>& read(double now) {
+    return isValid(now) ? StorageProperty<T>::read() : none_;
+  }
+
+  using typename StorageProperty<T>::Prepared;
+  using StorageProperty<T>::updateTime;
+  using StorageProperty<T>::prepare;
+  using StorageProperty<T>::write;
+  using StorageProperty<T>::isOwed;
+  using StorageProperty<T>::isKnown;
+  using StorageProperty<T>::forgetStored;
+  using StorageProperty<T>::settle;
+
+ private:
+  double cacheTTL_;
   const std::shared_ptr<const T> none_;
 };
 

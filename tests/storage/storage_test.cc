@@ -16,7 +16,8 @@ class StoragePropertyTest : public testing::Test {
   std::shared_ptr<StorageProtocol> protocol() {
     return std::make_shared<StorageProtocol>(store_, "suite", kWritten);
   }
-  StorageProperty<std::string> slot(std::optional<std::uint64_t> cacheTTL = std::nullopt) {
+  StorageProperty<std::string> slot() { return {"key", protocol()}; }
+  ExpiringProperty<std::string> slot(std::uint64_t cacheTTL) {
     return {"key", protocol(), cacheTTL};
   }
   void put(const std::string& key, std::optional<std::string> blob) {
@@ -53,7 +54,7 @@ TEST_F(StoragePropertyTest, NeedsItsUpdateTimeAfterARestart) {
   slot(10).write(text("a"), kWritten);
   put("key.update_time", std::nullopt);
   EXPECT_FALSE(slot(10).isValid(kWritten));
-  EXPECT_EQ(*slot().read(kWritten), "a");
+  EXPECT_EQ(*slot().read(), "a");
 }
 
 TEST_F(StoragePropertyTest, StoresValueAndTimeInOneChange) {
@@ -77,17 +78,17 @@ TEST_F(StoragePropertyTest, ClearingRemovesTheValueAndRestartsTheTime) {
 TEST_F(StoragePropertyTest, ReadsAndDecodesTheSameBytesOnce) {
   put("key.value", "\"a\"");
   auto property = slot();
-  const std::string* first = property.read(kWritten).get();
+  const std::string* first = property.read().get();
   put("other", "1");
-  EXPECT_EQ(property.read(kWritten).get(), first);
+  EXPECT_EQ(property.read().get(), first);
   EXPECT_EQ(store_->reads("suite", "key.value"), 1U);
   put("key.value", "\"b\"");
-  EXPECT_EQ(*property.read(kWritten), "b");
+  EXPECT_EQ(*property.read(), "b");
 }
 
 TEST_F(StoragePropertyTest, KeepsInMemoryWhatCannotBeEncoded) {
   put("config.value", "{}");
-  StorageProperty<model::ConfigResponse> property("config", protocol(), 10);
+  ExpiringProperty<model::ConfigResponse> property("config", protocol(), 10);
   model::ConfigResponse config;
   config.experiments.emplace_back().allocation = std::numeric_limits<double>::infinity();
   property.write(std::make_shared<const model::ConfigResponse>(config), kWritten);
