@@ -18,7 +18,7 @@ class Clients;
 
 /// The clients of an application by tag, all on one platform. What is read once per process (the
 /// application's version, the device's identifier) is read once per registry. Any thread may use a
-/// registry: a lock guards it.
+/// registry: a lock guards it, which is never held while the store is used.
 class CORVO_EXPORT ClientRegistry {
  public:
   /// Throws `std::invalid_argument` when a service of the platform is null.
@@ -33,7 +33,8 @@ class CORVO_EXPORT ClientRegistry {
   ///
   /// `cacheTTL`: how long a fetched configuration or location serves, in seconds, at least 10.
   /// `retryCount`: how often a failed request is sent again, at once.
-  /// Throws `CorvoError` with `initializationOfExistingClient` when the tag is taken.
+  /// Throws `CorvoError` with `initializationOfExistingClient` when the tag is taken: by a client,
+  /// or by one that another thread is just making.
   std::shared_ptr<CorvoClient> initializeClient(std::string_view projectToken,
                                                 std::optional<CorvoUser> initialUser,
                                                 std::string_view apiURL, std::uint64_t cacheTTL,

@@ -42,13 +42,69 @@ class Clients {
                                           std::string tag) {
     auto network = std::make_shared<network::NetworkClientImpl>(
         platform_.urlSession, platform_.mainQueue, std::move(apiURL), retryCount);
+    Place place(*this, tag);
+    auto made = makeClient(std::move(projectToken), std::move(network),
+                           std::max(cacheTTL, kShortestCacheTTL), tag);
+    made->settleUser(std::move(initialUser));
+    place.fill(made);
+    return made;
+  }
+
+  std::shared_ptr<CorvoClient> get(const std::string& tag) const {
     const std::lock_guard lock(mutex_);
-    if (clients_.contains(tag)) {
-      throw CorvoError(CorvoError::InitializationOfExistingClient{std::move(tag)});
+    const auto found = clients_.find(tag);
+    return found == clients_.end() ? nullptr : found->second;
+  }
+
+  // The client, if this was its last owner, is destroyed outside the lock. One that is being made
+  // is not there yet.
+  std::shared_ptr<CorvoClient> remove(const std::string& tag) {
+    const std::lock_guard lock(mutex_);
+    const auto found = clients_.find(tag);
+    if (found == clients_.end() || found->second == nullptr) return nullptr;
+    std::shared_ptr<CorvoClient> removed = std::move(found->second);
+    clients_.erase(found);
+    return removed;
+  }
+
+ private:
+  using Map = std::map<std::string, std::shared_ptr<CorvoClient>>;
+
+  /// The place of a client that is being made, so that the store is used outside the lock. Taken
+  /// before the stored user is replaced: nothing can fail after that.
+  class Place {
+   public:
+    Place(Clients& clients, const std::string& tag) : clients_(clients) {
+      const std::lock_guard lock(clients_.mutex_);
+      const auto [place, isFree] = clients_.clients_.try_emplace(tag);
+      if (!isFree) throw CorvoError(CorvoError::InitializationOfExistingClient{tag});
+      place_ = place;
     }
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+    ~Place() {
+      if (isFilled_) return;
+      const std::lock_guard lock(clients_.mutex_);
+      clients_.clients_.erase(place_);
+    }
+
+    void fill(std::shared_ptr<CorvoClient> client) {
+      const std::lock_guard lock(clients_.mutex_);
+      place_->second = std::move(client);
+      isFilled_ = true;
+    }
+
+   private:
+    Clients& clients_;
+    Map::iterator place_;
+    bool isFilled_ = false;
+  };
+
+  [[nodiscard]] std::shared_ptr<client::CorvoClientImpl> makeClient(
+      std::string projectToken, std::shared_ptr<network::NetworkClient> network,
+      std::uint64_t cacheTTL, const std::string& tag) const {
     auto storage = std::make_shared<storage::StorageClient>(
-        platform_.preferencesStore, tag, projectToken, std::max(cacheTTL, kShortestCacheTTL),
-        platform_.clock->now());
+        platform_.preferencesStore, tag, projectToken, cacheTTL, platform_.clock->now());
     auto contexts = std::make_shared<client::ContextSource>(
         client::ContextSource::Parts{.storage = storage,
                                      .clock = platform_.clock,
@@ -63,7 +119,7 @@ class Clients {
                                        .clock = platform_.clock,
                                        .random = platform_.secureRandom,
                                        .forced = forced});
-    auto made = std::make_shared<client::CorvoClientImpl>(
+    return std::make_shared<client::CorvoClientImpl>(
         client::CorvoClientImpl::Parts{.storage = std::move(storage),
                                        .contexts = std::move(contexts),
                                        .forced = std::move(forced),
@@ -71,32 +127,12 @@ class Clients {
                                        .clock = platform_.clock,
                                        .timeZone = platform_.timeZone,
                                        .mainQueue = platform_.mainQueue});
-    // Its place is ready before the stored user is replaced: nothing can fail after that.
-    std::map<std::string, std::shared_ptr<CorvoClient>> entry;
-    entry.emplace(std::move(tag), std::shared_ptr<CorvoClient>(made));
-    made->settleUser(std::move(initialUser));
-    clients_.merge(entry);
-    return made;
   }
 
-  std::shared_ptr<CorvoClient> get(const std::string& tag) const {
-    const std::lock_guard lock(mutex_);
-    const auto found = clients_.find(tag);
-    return found == clients_.end() ? nullptr : found->second;
-  }
-
-  // The client, if this was its last owner, is destroyed outside the lock.
-  std::shared_ptr<CorvoClient> remove(const std::string& tag) {
-    const std::lock_guard lock(mutex_);
-    auto removed = clients_.extract(tag);
-    return removed ? std::move(removed.mapped()) : nullptr;
-  }
-
- private:
   Platform platform_;
   std::shared_ptr<client::DeviceOnce> device_;
   mutable std::mutex mutex_;
-  std::map<std::string, std::shared_ptr<CorvoClient>> clients_;
+  Map clients_;
 };
 
 }  // namespace api

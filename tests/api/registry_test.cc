@@ -1,3 +1,5 @@
+#include <functional>
+#include <new>
 #include <thread>
 
 #include "tests/client/client_fixture.h"
@@ -96,6 +98,37 @@ TEST_F(RegistryTest, MayBeUsedFromManyThreads) {
     });
   }
   for (std::thread& thread : threads) thread.join();
+}
+
+/// A store that looks into the registry while a client is made.
+struct CuriousStore final : PreferencesStore {
+  fakes::MemoryPreferencesStore store;
+  std::function<void()> look;
+
+  std::shared_ptr<PreferencesSuite> open(std::string_view name) override {
+    look();
+    return store.open(name);
+  }
+};
+
+TEST_F(RegistryTest, UsesTheStoreOutsideItsLock) {
+  const auto store = std::make_shared<CuriousStore>();
+  Platform platform = fake.platform();
+  platform.preferencesStore = store;
+  ClientRegistry curious(platform);
+  int looks = 0;
+  store->look = [&] {
+    ++looks;
+    EXPECT_EQ(curious.getClient("tag"), nullptr) << "it is not made yet";
+    curious.removeClient("tag");
+    EXPECT_THROW(curious.initializeClient("token", {}, "https://a", 0, 0, "tag"), CorvoError);
+    if (looks == 2) throw std::bad_alloc();
+  };
+  EXPECT_NE(curious.initializeClient("token", {}, "https://a", 0, 0, "tag"), nullptr);
+  curious.removeClient("tag");
+  EXPECT_THROW(curious.initializeClient("token", {}, "https://a", 0, 0, "tag"), std::bad_alloc);
+  store->look = [] {};
+  EXPECT_NE(curious.initializeClient("token", {}, "https://a", 0, 0, "tag"), nullptr);
 }
 
 }  // namespace
