@@ -13,8 +13,8 @@
 #include "bench/bench_client.h"
 #include "bench/project.h"
 #include "bench/table.h"
-#include "experiments/project.h"
 #include "model/codec.h"
+#include "project/prepared_project.h"
 
 namespace corvo::bench {
 namespace {
@@ -55,7 +55,7 @@ void start(benchmark::State& state) {
 double liveKilobytes() {
   largeDocument();  // its text is not what is counted
   const std::size_t before = liveBytes();
-  const experiments::Project project(decoded());
+  const project::PreparedProject project(decoded());
   return static_cast<double>(liveBytes() - before) / 1e3;
 }
 
@@ -72,7 +72,7 @@ double residentKilobytes() {
   largeDocument();
   malloc_trim(0);
   const double before = resident();
-  const experiments::Project project(decoded());
+  const project::PreparedProject project(decoded());
   return resident() - before;
 }
 #endif
@@ -85,7 +85,7 @@ void addLoading() {
 #endif
   addTime("decode and prepare 1 MB", 4e6, [](benchmark::State& state) {
     for (auto _ : state) {
-      const experiments::Project project(decoded());
+      const project::PreparedProject project(decoded());
       benchmark::DoNotOptimize(&project);
     }
   });

@@ -9,8 +9,8 @@
 #include <set>
 #include <variant>
 
-#include "experiments/resolution.h"
 #include "fuzz/documents.h"
+#include "placement/resolution.h"
 
 namespace {
 
@@ -92,7 +92,7 @@ void readDamaged(const std::string& text) {
 
 // Whoever resolves all shares digests and holdouts.
 void resolveAll(const ConfigResponse& config, Input& in) {
-  const experiments::Project project(std::make_shared<const ConfigResponse>(config));
+  const project::PreparedProject project(std::make_shared<const ConfigResponse>(config));
   PropertyMap own;
   for (const char* key : {"userId", "deviceId", "profileId"}) {
     if (!in.oneIn(4)) own[key] = in.oneOf(fuzz::kTexts);
@@ -103,10 +103,10 @@ void resolveAll(const ConfigResponse& config, Input& in) {
   const targeting::LocalTime localTime(zone);
   const targeting::Context context{
       .user = &layer, .properties = &properties, .localTime = localTime};
-  experiments::Resolver resolver(project, context);
+  placement::Resolver resolver(project, context);
   for (const auto& experiment : project.experiments()) {
     const auto& ofAll = resolver.resolve(experiment);
-    const auto alone = experiments::resolveExperiment(experiment, context);
+    const auto alone = placement::resolveExperiment(experiment, context);
     require(ofAll.reason == alone.reason && ofAll.group == alone.group &&
                 ofAll.bucket == alone.bucket && ofAll.holdout == alone.holdout,
             "the same place in both ways");

@@ -342,7 +342,7 @@ void CorvoClientImpl::answer(Question& question, const Evidence& evidence, Turn&
 
 const CorvoClientImpl::ProjectPointer& CorvoClientImpl::projectOf(const ConfigPointer& config) {
   if (config != config_) {
-    project_ = std::make_shared<const experiments::Project>(config);
+    project_ = std::make_shared<const project::PreparedProject>(config);
     config_ = config;
   }
   return project_;

@@ -18,8 +18,8 @@
 #include "client/question.h"
 #include "client/synchronisation.h"
 #include "experiments/memberships.h"
-#include "experiments/project.h"
 #include "model/config.h"
+#include "project/prepared_project.h"
 #include "storage/storage_client.h"
 
 namespace corvo::client {
@@ -70,7 +70,7 @@ class CorvoClientImpl final : public CorvoClient,
   [[nodiscard]] std::shared_ptr<MainQueue> mainQueue() const override { return mainQueue_; }
 
  private:
-  using ProjectPointer = std::shared_ptr<const experiments::Project>;
+  using ProjectPointer = std::shared_ptr<const project::PreparedProject>;
   using ConfigPointer = std::shared_ptr<const model::ConfigResponse>;
   using LocationPointer = std::shared_ptr<const PropertyMap>;
 

@@ -29,7 +29,7 @@ targeting::Context ContextSource::ofUser(double now) {
 }
 
 targeting::Context ContextSource::at(double now,
-                                     const std::shared_ptr<const experiments::Project>& project,
+                                     const std::shared_ptr<const project::PreparedProject>& project,
                                      const std::shared_ptr<const PropertyMap>& location) {
   targeting::Context context = ofUser(now);
   if (location_.record != location) makeLocationLayer(location);
@@ -60,7 +60,7 @@ void ContextSource::makeLocationLayer(const std::shared_ptr<const PropertyMap>& 
   table_.project = nullptr;
 }
 
-void ContextSource::makeTable(const std::shared_ptr<const experiments::Project>& project,
+void ContextSource::makeTable(const std::shared_ptr<const project::PreparedProject>& project,
                               const targeting::PropertyLayer& device) {
   table_ = {project, targeting::PropertyTable(
                          project->propertyNames(),

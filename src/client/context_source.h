@@ -10,7 +10,7 @@
 #include <string>
 
 #include "client/device_once.h"
-#include "experiments/project.h"
+#include "project/prepared_project.h"
 #include "storage/storage_client.h"
 #include "targeting/context.h"
 #include "targeting/device_properties.h"
@@ -45,9 +45,9 @@ class ContextSource {
   [[nodiscard]] targeting::Context ofUser(double now);
 
   /// The whole context, for the conditions of that project.
-  [[nodiscard]] targeting::Context at(double now,
-                                      const std::shared_ptr<const experiments::Project>& project,
-                                      const std::shared_ptr<const PropertyMap>& location);
+  [[nodiscard]] targeting::Context at(
+      double now, const std::shared_ptr<const project::PreparedProject>& project,
+      const std::shared_ptr<const PropertyMap>& location);
 
  private:
   // What was made, with what it was made from. That is kept alive: the same pointer means the same
@@ -62,14 +62,15 @@ class ContextSource {
     targeting::PropertyLayer layer;
   };
   struct Table {
-    std::shared_ptr<const experiments::Project> project;  // null when a layer has been made since
+    std::shared_ptr<const project::PreparedProject>
+        project;  // null when a layer has been made since
     targeting::PropertyTable properties;
   };
 
   void learnDevice(double now);
   void makeUserLayer(const std::shared_ptr<const CorvoUser>& user, std::uint64_t zone);
   void makeLocationLayer(const std::shared_ptr<const PropertyMap>& location);
-  void makeTable(const std::shared_ptr<const experiments::Project>& project,
+  void makeTable(const std::shared_ptr<const project::PreparedProject>& project,
                  const targeting::PropertyLayer& device);
 
   Parts parts_;

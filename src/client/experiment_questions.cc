@@ -5,20 +5,20 @@
 #include <string>
 
 #include "experiments/experiment_impl.h"
-#include "experiments/resolution.h"
+#include "placement/resolution.h"
 
 namespace corvo::client {
 
 Decision<CorvoExperimentPointer> decideExperiment(const Evidence& evidence, std::string_view name) {
-  const experiments::PreparedExperiment* each = evidence.project->findExperiment(name);
+  const project::PreparedExperiment* each = evidence.project->findExperiment(name);
   if (each == nullptr) return CorvoError(CorvoError::ExperimentNotFound{std::string(name)});
   // Several of one name may name the same holdouts: then each of these is resolved once, at the
   // price of a memory for the whole project.
-  std::optional<experiments::Resolver> resolver;
+  std::optional<placement::Resolver> resolver;
   if (each->nextOfName != nullptr) resolver.emplace(*evidence.project, evidence.context);
   for (; each != nullptr; each = each->nextOfName) {
-    const auto placement = resolver ? resolver->resolve(*each)
-                                    : experiments::resolveExperiment(*each, evidence.context);
+    const auto placement =
+        resolver ? resolver->resolve(*each) : placement::resolveExperiment(*each, evidence.context);
     if (placement.group == nullptr) continue;
     return std::make_shared<const experiments::CorvoExperimentImpl>(evidence.project, *each,
                                                                     placement, evidence.context);
@@ -28,9 +28,9 @@ Decision<CorvoExperimentPointer> decideExperiment(const Evidence& evidence, std:
 
 // The holdouts that a holdout itself names do not count here, though they do in the list of all.
 Decision<bool> decideHoldout(const Evidence& evidence, std::string_view name) {
-  const experiments::PreparedExperiment* holdout = evidence.project->findHoldout(name);
+  const project::PreparedExperiment* holdout = evidence.project->findHoldout(name);
   if (holdout == nullptr) return CorvoError(CorvoError::HoldoutNotFound{std::string(name)});
-  return experiments::resolveIgnoringHoldouts(*holdout, evidence.context).group != nullptr;
+  return placement::resolveIgnoringHoldouts(*holdout, evidence.context).group != nullptr;
 }
 
 }  // namespace corvo::client

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "client/question.h"
-#include "experiments/project.h"
+#include "project/prepared_project.h"
 
 namespace corvo::client {
 
@@ -19,14 +19,14 @@ namespace corvo::client {
 
 /// How an experiment or a holdout is looked up by its name.
 using Find =
-    const experiments::PreparedExperiment* (experiments::Project::*)(std::string_view) const;
+    const project::PreparedExperiment* (project::PreparedProject::*)(std::string_view) const;
 
 /// Decides about what has that name: about the user only where there is such a thing.
 template <class Value, Find find, Decision<Value> (*decideBy)(const Evidence&, std::string_view)>
 struct DecidingByName {
   Name name;
 
-  [[nodiscard]] Question::About about(const experiments::Project& project) const {
+  [[nodiscard]] Question::About about(const project::PreparedProject& project) const {
     return (project.*find)(name.get()) ? Question::About::user : Question::About::project;
   }
   [[nodiscard]] Decision<Value> decide(const Evidence& evidence) const {
@@ -36,7 +36,8 @@ struct DecidingByName {
 };
 
 using DecidingExperiment =
-    DecidingByName<CorvoExperimentPointer, &experiments::Project::findExperiment, decideExperiment>;
-using DecidingHoldout = DecidingByName<bool, &experiments::Project::findHoldout, decideHoldout>;
+    DecidingByName<CorvoExperimentPointer, &project::PreparedProject::findExperiment,
+                   decideExperiment>;
+using DecidingHoldout = DecidingByName<bool, &project::PreparedProject::findHoldout, decideHoldout>;
 
 }  // namespace corvo::client

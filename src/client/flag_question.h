@@ -12,7 +12,7 @@ namespace corvo::client {
 struct DecidingFlag {
   Name name;
 
-  [[nodiscard]] static Question::About about(const experiments::Project& /*project*/) {
+  [[nodiscard]] static Question::About about(const project::PreparedProject& /*project*/) {
     return Question::About::user;
   }
   [[nodiscard]] Decision<std::string_view> decide(const Evidence& evidence) const;

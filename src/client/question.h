@@ -11,14 +11,14 @@
 #include <utility>
 #include <variant>
 
-#include "experiments/project.h"
+#include "project/prepared_project.h"
 #include "targeting/context.h"
 
 namespace corvo::client {
 
 /// What a question is decided from. Valid until its callback is called.
 struct Evidence {
-  const std::shared_ptr<const experiments::Project>& project;
+  const std::shared_ptr<const project::PreparedProject>& project;
   const targeting::Context& context;  ///< Bare for a question that is about the project alone.
 };
 
@@ -31,7 +31,7 @@ class Question : public std::enable_shared_from_this<Question> {
 
   virtual ~Question() = default;
   /// Whether user and location count for the answer. Where not, neither is touched.
-  [[nodiscard]] virtual About about(const experiments::Project& project) const = 0;
+  [[nodiscard]] virtual About about(const project::PreparedProject& project) const = 0;
   /// Decides, and keeps the outcome as the callback takes it.
   virtual void answer(const Evidence& evidence) = 0;
   /// Keeps the error.
@@ -87,7 +87,7 @@ class SinkQuestion final : public Question {
   SinkQuestion(Decider decider, std::unique_ptr<AnswerSink<T>> sink)
       : decider_(std::move(decider)), ownSink_(std::move(sink)), sink_(ownSink_.get()) {}
 
-  [[nodiscard]] About about(const experiments::Project& project) const override {
+  [[nodiscard]] About about(const project::PreparedProject& project) const override {
     return decider_.about(project);
   }
   void answer(const Evidence& evidence) override {
@@ -114,7 +114,7 @@ template <Question::About what, class Function>
 struct Deciding {
   Function decide;
 
-  [[nodiscard]] Question::About about(const experiments::Project& /*project*/) const {
+  [[nodiscard]] Question::About about(const project::PreparedProject& /*project*/) const {
     return what;
   }
   [[nodiscard]] Deciding detach() const { return *this; }

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "client/platform_filter.h"
 #include "network/private_identifier.h"
+#include "project/platform_filter.h"
 
 namespace corvo::client {
 
@@ -17,7 +17,7 @@ std::string Synchronisation::privateIdentifier() {
 }
 
 std::shared_ptr<const model::ConfigResponse> Synchronisation::keep(model::ConfigResponse config) {
-  filterByPlatform(config);
+  project::filterByPlatform(config);
   return keepForced(std::move(config), parts_.clock->now());
 }
 

@@ -6,7 +6,8 @@
 #include <string>
 #include <utility>
 
-#include "experiments/group_values.h"
+#include "experiments/param_value.h"
+#include "flags/flag_decision.h"
 
 namespace corvo::experiments {
 namespace {
@@ -34,13 +35,13 @@ class Results {
 
 // Adds what the flags or parameters of an experiment come to in the user's group. Answers whether
 // there was room.
-using Collect = bool (*)(const PreparedExperiment& experiment, const model::Group& group,
+using Collect = bool (*)(const project::PreparedExperiment& experiment, const model::Group& group,
                          const targeting::Context& context, Results& results);
 
-bool flagResults(const PreparedExperiment& experiment, const model::Group& group,
+bool flagResults(const project::PreparedExperiment& experiment, const model::Group& group,
                  const targeting::Context& context, Results& results) {
   std::size_t index = 0;
-  for (const FlagDecision& decision : decideFlags(experiment, group, context)) {
+  for (const flags::FlagDecision& decision : flags::decideFlags(experiment, group, context)) {
     const bool repeatsName = experiment.firstFlags[index] < index;
     ++index;
     if (!decision.value) continue;
@@ -50,7 +51,7 @@ bool flagResults(const PreparedExperiment& experiment, const model::Group& group
 }
 
 // Of two parameters with one name both entries show the first one's value.
-bool paramResults(const PreparedExperiment& experiment, const model::Group& group,
+bool paramResults(const project::PreparedExperiment& experiment, const model::Group& group,
                   const targeting::Context& /*context*/, Results& results) {
   std::vector<const std::string*> values;
   for (const std::uint32_t first : experiment.firstParams) {
@@ -62,7 +63,7 @@ bool paramResults(const PreparedExperiment& experiment, const model::Group& grou
   return true;
 }
 
-bool noResults(const PreparedExperiment& /*experiment*/, const model::Group& /*group*/,
+bool noResults(const project::PreparedExperiment& /*experiment*/, const model::Group& /*group*/,
                const targeting::Context& /*context*/, Results& /*results*/) {
   return true;
 }

@@ -4,18 +4,19 @@
 #include <utility>
 
 #include "base/text.h"
+#include "experiments/param_value.h"
 
 namespace corvo::experiments {
 
-CorvoExperimentImpl::CorvoExperimentImpl(std::shared_ptr<const Project> project,
-                                         const PreparedExperiment& experiment,
-                                         const Placement& placement,
+CorvoExperimentImpl::CorvoExperimentImpl(std::shared_ptr<const project::PreparedProject> project,
+                                         const project::PreparedExperiment& experiment,
+                                         const placement::Placement& placement,
                                          const targeting::Context& context)
     : project_(std::move(project)),
       experiment_(experiment),
       userGroup_(placement.group),
       groupIndex_(placement.index) {
-  if (userGroup_) decisions_ = decideFlags(experiment, *userGroup_, context);
+  if (userGroup_) decisions_ = flags::decideFlags(experiment, *userGroup_, context);
 }
 
 std::optional<std::int64_t> CorvoExperimentImpl::groupIndex() const {
@@ -43,7 +44,7 @@ std::optional<std::string_view> CorvoExperimentImpl::featureText(std::string_vie
       decisions_, std::string_view(name),
       [](const auto& decision) { return std::string_view(decision.carried->record->name); });
   if (found == decisions_.end()) return std::nullopt;
-  if (found->value == nullptr) throw errorOf(*found, name);
+  if (found->value == nullptr) throw flags::errorOf(*found, name);
   return *found->value;
 }
 

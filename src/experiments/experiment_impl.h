@@ -5,9 +5,9 @@
 #include <memory>
 #include <vector>
 
-#include "experiments/group_values.h"
-#include "experiments/placement.h"
-#include "experiments/project.h"
+#include "flags/flag_decision.h"
+#include "placement/placement.h"
+#include "project/prepared_project.h"
 #include "targeting/context.h"
 
 namespace corvo::experiments {
@@ -18,8 +18,9 @@ namespace corvo::experiments {
 class CorvoExperimentImpl final : public CorvoExperiment {
  public:
   /// The experiment is one of the project's.
-  CorvoExperimentImpl(std::shared_ptr<const Project> project, const PreparedExperiment& experiment,
-                      const Placement& placement, const targeting::Context& context);
+  CorvoExperimentImpl(std::shared_ptr<const project::PreparedProject> project,
+                      const project::PreparedExperiment& experiment,
+                      const placement::Placement& placement, const targeting::Context& context);
 
   [[nodiscard]] std::optional<std::int64_t> groupIndex() const override;
   [[nodiscard]] std::string name() const override { return experiment_.record->name; }
@@ -29,11 +30,12 @@ class CorvoExperimentImpl final : public CorvoExperiment {
       std::string_view flagName) const override;
 
  private:
-  std::shared_ptr<const Project> project_;
-  const PreparedExperiment& experiment_;
+  std::shared_ptr<const project::PreparedProject> project_;
+  const project::PreparedExperiment& experiment_;
   const model::Group* userGroup_;
   std::uint32_t groupIndex_;
-  std::vector<FlagDecision> decisions_;  // of the carried flags, by position; none without a group
+  std::vector<flags::FlagDecision>
+      decisions_;  // of the carried flags, by position; none without a group
 };
 
 }  // namespace corvo::experiments

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "experiments/split_identifier.h"
+#include "placement/split_identifier.h"
 
 namespace corvo::experiments {
 namespace {
@@ -27,7 +27,7 @@ std::variant<std::size_t, CorvoError> findToForceInto(
 std::variant<model::Experiment, CorvoError> applyForcedInclusion(
     const model::Experiment& experiment, std::optional<std::int64_t> groupIndex,
     const targeting::Context& context) {
-  const std::string* splitId = splitIdentifier(experiment.splitMode, context);
+  const std::string* splitId = placement::splitIdentifier(experiment.splitMode, context);
   if (splitId == nullptr) {
     return CorvoError(CorvoError::ExperimentSplitIdNotFound{experiment.name});
   }

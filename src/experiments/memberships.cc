@@ -1,23 +1,23 @@
 #include "experiments/memberships.h"
 
 #include "experiments/experiment_impl.h"
-#include "experiments/resolution.h"
+#include "placement/resolution.h"
 
 namespace corvo::experiments {
 namespace {
 
-bool isWithin(Scope scope, const PreparedExperiment& experiment) {
+bool isWithin(Scope scope, const project::PreparedExperiment& experiment) {
   return scope == Scope::all || experiment.isHoldout() == (scope == Scope::onlyHoldouts);
 }
 
 }  // namespace
 
-std::vector<Membership> eligibleExperiments(const Project& project, Scope scope,
+std::vector<Membership> eligibleExperiments(const project::PreparedProject& project, Scope scope,
                                             const targeting::Context& context) {
   std::vector<Membership> memberships;
-  Resolver resolver(project, context);
-  for (const PreparedExperiment& experiment : project.experiments()) {
-    const Placement& placement = resolver.resolve(experiment);
+  placement::Resolver resolver(project, context);
+  for (const project::PreparedExperiment& experiment : project.experiments()) {
+    const placement::Placement& placement = resolver.resolve(experiment);
     if (placement.group && isWithin(scope, experiment)) {
       memberships.push_back({&experiment, placement});
     }
@@ -35,9 +35,9 @@ std::optional<std::string> membershipText(const std::vector<Membership>& members
   return text;
 }
 
-std::vector<CorvoExperimentPointer> experimentHandles(const std::shared_ptr<const Project>& project,
-                                                      const std::vector<Membership>& memberships,
-                                                      const targeting::Context& context) {
+std::vector<CorvoExperimentPointer> experimentHandles(
+    const std::shared_ptr<const project::PreparedProject>& project,
+    const std::vector<Membership>& memberships, const targeting::Context& context) {
   std::vector<CorvoExperimentPointer> handles;
   handles.reserve(memberships.size());
   for (const auto& [experiment, placement] : memberships) {

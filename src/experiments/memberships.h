@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "experiments/placement.h"
-#include "experiments/project.h"
+#include "placement/placement.h"
+#include "project/prepared_project.h"
 #include "targeting/context.h"
 
 namespace corvo::experiments {
@@ -19,13 +19,14 @@ enum class Scope : std::uint8_t { all, withoutHoldouts, onlyHoldouts };
 
 /// An experiment that the user takes part in, with his group there.
 struct Membership {
-  const PreparedExperiment* experiment;
-  Placement placement;
+  const project::PreparedExperiment* experiment;
+  placement::Placement placement;
 };
 
 /// The experiments that the user of the context takes part in, in the project's order. All are
 /// resolved; those within the scope are kept.
-[[nodiscard]] std::vector<Membership> eligibleExperiments(const Project& project, Scope scope,
+[[nodiscard]] std::vector<Membership> eligibleExperiments(const project::PreparedProject& project,
+                                                          Scope scope,
                                                           const targeting::Context& context);
 
 /// The name and the group's index of each, as "name.index", joined by "|"; none where there are no
@@ -34,7 +35,7 @@ struct Membership {
 
 /// The handle of each.
 [[nodiscard]] std::vector<CorvoExperimentPointer> experimentHandles(
-    const std::shared_ptr<const Project>& project, const std::vector<Membership>& memberships,
-    const targeting::Context& context);
+    const std::shared_ptr<const project::PreparedProject>& project,
+    const std::vector<Membership>& memberships, const targeting::Context& context);
 
 }  // namespace corvo::experiments

@@ -1,23 +1,53 @@
 #pragma once
 
-#include "experiments/group_values.h"
-#include "experiments/project.h"
-#include "experiments/resolution.h"
+#include <corvo/error.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/config.h"
+#include "placement/resolution.h"
+#include "project/prepared_project.h"
 #include "targeting/context.h"
 
 namespace corvo::flags {
 
-using experiments::FlagDecision;
+/// Which value a flag has for a user and why, or why it has none.
+struct FlagDecision {
+  enum class Reason : std::uint8_t {
+    rule,               ///< A rule holds.
+    notFound,           ///< The configuration has no flag of that name.
+    noRules,            ///< The rule list in use is empty.
+    rulesNotSatisfied,  ///< No rule of the list in use holds.
+    groupNotMatching    ///< The carried flag has no group of the name of the user's group.
+  };
+
+  Reason reason = Reason::notFound;
+  const std::string* value = nullptr;   ///< The deciding rule's; null where there is no value.
+  const model::Group* group = nullptr;  ///< The user's group, where an experiment decided,
+  const project::CarriedFlag* carried = nullptr;  ///< and the flag that it carries.
+};
 
 /// Decides a flag for the user of the context: by the group that the user has in the experiment
 /// that carries the flag, else by the flag's own rules. The entry is that of the flag's name, null
 /// when there is none. Pure.
-[[nodiscard]] FlagDecision decideFlag(const experiments::FlagEntry* entry,
+[[nodiscard]] FlagDecision decideFlag(const project::FlagEntry* entry,
                                       const targeting::Context& context);
 
 /// The same for a flag of the configuration, when the experiments are resolved for many flags.
-[[nodiscard]] FlagDecision decideFlag(const experiments::FlagEntry& entry,
-                                      experiments::Resolver& resolver,
+[[nodiscard]] FlagDecision decideFlag(const project::FlagEntry& entry,
+                                      placement::Resolver& resolver,
                                       const targeting::Context& context);
+
+/// The decisions about all flags that an experiment carries, by position. Of two flags with one
+/// name the first decides for both.
+[[nodiscard]] std::vector<FlagDecision> decideFlags(const project::PreparedExperiment& experiment,
+                                                    const model::Group& group,
+                                                    const targeting::Context& context);
+
+/// The error of a decision without a value.
+[[nodiscard]] CorvoError errorOf(const FlagDecision& decision, std::string_view flagName);
 
 }  // namespace corvo::flags

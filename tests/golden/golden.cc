@@ -11,8 +11,8 @@
 
 #include "base/md5.h"
 #include "base/number.h"
-#include "experiments/bucketing.h"
 #include "model/codec.h"
+#include "placement/bucketing.h"
 
 // Prints how numbers are read, digests and 10,000 assignments, each to the last bit. The output
 // must be the same from every processor, compiler and level of optimisation: `scripts/test-cross`
@@ -113,7 +113,7 @@ void printDigests(Generator& random) {
     for (std::size_t lane = 0; lane < texts.size(); ++lane) {
       expect(digests[lane] == base::md5(texts[lane], texts[0]), "a digest beside others");
       print("digest", base::view(base::hexDigits(digests[lane])),
-            std::to_string(experiments::stringHash32(digests[lane])));
+            std::to_string(placement::stringHash32(digests[lane])));
     }
   }
 }
@@ -124,7 +124,7 @@ model::Experiment experimentAround(const std::string& splitId, Generator& random
   model::Experiment experiment;
   experiment.name = "e";
   experiment.salt = random.text(8);
-  const double bucket = std::fabs(experiments::bucketValue(splitId, experiment.salt));
+  const double bucket = std::fabs(placement::bucketValue(splitId, experiment.salt));
   experiment.allocation =
       random.below(2) == 0 ? random.near(bucket / 100 / 100) : random.oneOf(kShares) * 2;
 
@@ -139,8 +139,8 @@ model::Experiment experimentAround(const std::string& splitId, Generator& random
   if (random.below(20) == 0) experiment.forcedUserList.push_back(splitId);
 
   if (random.below(3) == 0) experiment.layerId = random.text(4);
-  const double layer = std::fabs(
-      experiments::bucketValue(splitId, experiment.layerId ? *experiment.layerId : "sad"));
+  const double layer =
+      std::fabs(placement::bucketValue(splitId, experiment.layerId ? *experiment.layerId : "sad"));
   for (std::size_t count = random.below(3); count != 0; --count) {
     const double point = random.near(std::floor(layer / 10));
     const double width = static_cast<double>(random.below(3));
@@ -153,7 +153,7 @@ model::Experiment experimentAround(const std::string& splitId, Generator& random
 
 void printAssignments(Generator& random) {
   // Worked by hand: 385719871 * 85407170560000 / 2^64.
-  expect(experiments::bucketValue("user-1", "salt1") == 1785.856771213581, "the bucket of user-1");
+  expect(placement::bucketValue("user-1", "salt1") == 1785.856771213581, "the bucket of user-1");
   model::ConfigResponse written;
   std::vector<std::string> splitIds;
   for (int i = 0; i < 10'000; ++i) {
@@ -168,7 +168,7 @@ void printAssignments(Generator& random) {
   print("configuration", base::view(base::md5Hex(json)));
   if (config == nullptr) return;
   for (std::size_t i = 0; i < config->experiments.size(); ++i) {
-    const auto placement = experiments::assignGroup(splitIds[i], config->experiments[i]);
+    const auto placement = placement::assignGroup(splitIds[i], config->experiments[i]);
     const std::string group = placement.group ? std::to_string(placement.index) : "-";
     print("assignment", std::to_string(i), std::to_string(static_cast<int>(placement.reason)),
           group, bits(placement.bucket));

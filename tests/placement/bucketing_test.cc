@@ -1,4 +1,4 @@
-#include "experiments/bucketing.h"
+#include "placement/bucketing.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 
 #include "model/codec.h"
 #include "tests/base/case_table.h"
-#include "tests/experiments/reasons.h"
+#include "tests/placement/reasons.h"
 
-namespace corvo::experiments {
+namespace corvo::placement {
 namespace {
 
 /// The experiment of that JSON text, which has no name.
@@ -21,7 +21,7 @@ model::Experiment experiment(const std::string& json) {
 
 TEST(Bucketing, AgreesWithTheGoldenVectors) {
   for (const auto& [what, splitId, json, reason, index, bucket] :
-       tests::caseTable<6>(CORVO_EXPERIMENTS_CASES "bucketing.txt")) {
+       tests::caseTable<6>(CORVO_PLACEMENT_CASES "bucketing.txt")) {
     const model::Experiment record = experiment(json);
     const Placement placement = assignGroup(splitId, record);
     EXPECT_EQ(nameOf(placement.reason), reason) << what;
@@ -51,4 +51,4 @@ TEST(BucketingDeathTest, StopsAtInvertedBoundsWhenTheyAreReached) {
 }
 
 }  // namespace
-}  // namespace corvo::experiments
+}  // namespace corvo::placement

@@ -1,4 +1,4 @@
-#include "experiments/split_identifier.h"
+#include "placement/split_identifier.h"
 
 #include <array>
 #include <cstddef>
@@ -6,7 +6,7 @@
 
 #include "model/fields.h"
 
-namespace corvo::experiments {
+namespace corvo::placement {
 namespace {
 
 using model::SplitMode;
@@ -31,4 +31,4 @@ const std::string* splitIdentifier(std::optional<model::SplitMode> splitMode,
   return own;
 }
 
-}  // namespace corvo::experiments
+}  // namespace corvo::placement

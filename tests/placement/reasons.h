@@ -3,9 +3,9 @@
 #include <array>
 #include <string>
 
-#include "experiments/placement.h"
+#include "placement/placement.h"
 
-namespace corvo::experiments {
+namespace corvo::placement {
 
 /// What the tables of cases call a reason.
 inline std::string nameOf(PlacementReason reason) {
@@ -15,4 +15,4 @@ inline std::string nameOf(PlacementReason reason) {
   return kNames.at(static_cast<std::size_t>(reason));
 }
 
-}  // namespace corvo::experiments
+}  // namespace corvo::placement

@@ -1,4 +1,4 @@
-#include "experiments/resolution.h"
+#include "placement/resolution.h"
 
 #include <algorithm>
 #include <array>
@@ -6,17 +6,17 @@
 #include <string>
 #include <string_view>
 
-#include "experiments/split_identifier.h"
+#include "placement/split_identifier.h"
 #include "targeting/rules.h"
 
-namespace corvo::experiments {
+namespace corvo::placement {
 
 namespace {
 
-using Holdouts = std::span<const PreparedExperiment* const>;
+using Holdouts = std::span<const project::PreparedExperiment* const>;
 
 // The group, and, unless a forced list put the user there, the targets.
-Placement place(std::string_view splitId, const PreparedExperiment& experiment,
+Placement place(std::string_view splitId, const project::PreparedExperiment& experiment,
                 const targeting::Context& context, const double* bucket) {
   const model::Experiment& record = *experiment.record;
   Placement placement = assignGroup(splitId, record, bucket);
@@ -28,11 +28,11 @@ Placement place(std::string_view splitId, const PreparedExperiment& experiment,
 }
 
 template <class IsInHoldout, class BucketOf>
-Placement resolve(const PreparedExperiment& experiment, Holdouts holdouts,
+Placement resolve(const project::PreparedExperiment& experiment, Holdouts holdouts,
                   const targeting::Context& context, IsInHoldout isInHoldout, BucketOf bucketOf) {
   const std::string* splitId = splitIdentifier(experiment.record->splitMode, context);
   if (splitId == nullptr) return {.reason = PlacementReason::noSplitIdentifier};
-  for (const PreparedExperiment* holdout : holdouts) {
+  for (const project::PreparedExperiment* holdout : holdouts) {
     if (isInHoldout(*holdout)) {
       return {.reason = PlacementReason::heldOut, .holdout = holdout->record};
     }
@@ -40,49 +40,53 @@ Placement resolve(const PreparedExperiment& experiment, Holdouts holdouts,
   return place(*splitId, experiment, context, bucketOf(experiment));
 }
 
-constexpr auto kNoHoldout = [](const PreparedExperiment&) { return false; };
-constexpr auto kUnknownBucket = [](const PreparedExperiment&) -> const double* { return nullptr; };
+constexpr auto kNoHoldout = [](const project::PreparedExperiment&) { return false; };
+constexpr auto kUnknownBucket = [](const project::PreparedExperiment&) -> const double* {
+  return nullptr;
+};
 
 }  // namespace
 
-Placement resolveExperiment(const PreparedExperiment& experiment,
+Placement resolveExperiment(const project::PreparedExperiment& experiment,
                             const targeting::Context& context) {
-  const auto isInHoldout = [&](const PreparedExperiment& holdout) {
+  const auto isInHoldout = [&](const project::PreparedExperiment& holdout) {
     return resolveIgnoringHoldouts(holdout, context).group != nullptr;
   };
   return resolve(experiment, experiment.holdouts, context, isInHoldout, kUnknownBucket);
 }
 
-Placement resolveIgnoringHoldouts(const PreparedExperiment& experiment,
+Placement resolveIgnoringHoldouts(const project::PreparedExperiment& experiment,
                                   const targeting::Context& context) {
   return resolve(experiment, {}, context, kNoHoldout, kUnknownBucket);
 }
 
-Resolver::Resolver(const Project& project, const targeting::Context& context)
+Resolver::Resolver(const project::PreparedProject& project, const targeting::Context& context)
     : project_(project),
       context_(context),
       placements_(project.experiments().size()),
       isInHoldout_(project.experiments().size()),
       buckets_(project.experiments().size() / base::kMd5Lanes + 1) {}
 
-const Placement& Resolver::resolve(const PreparedExperiment& experiment) {
+const Placement& Resolver::resolve(const project::PreparedExperiment& experiment) {
   std::optional<Placement>& placement = placements_[positionOf(experiment)];
   if (placement) return *placement;
-  return placement.emplace(experiments::resolve(
+  return placement.emplace(placement::resolve(
       experiment, experiment.holdouts, context_,
-      [this](const PreparedExperiment& holdout) { return isInHoldout(holdout); },
-      [this](const PreparedExperiment& placed) { return bucketOf(placed); }));
+      [this](const project::PreparedExperiment& holdout) { return isInHoldout(holdout); },
+      [this](const project::PreparedExperiment& placed) { return bucketOf(placed); }));
 }
 
-bool Resolver::isInHoldout(const PreparedExperiment& holdout) {
+bool Resolver::isInHoldout(const project::PreparedExperiment& holdout) {
   std::optional<bool>& isIn = isInHoldout_[positionOf(holdout)];
   if (isIn) return *isIn;
-  const auto bucket = [this](const PreparedExperiment& placed) { return bucketOf(placed); };
-  const Placement placement = experiments::resolve(holdout, {}, context_, kNoHoldout, bucket);
+  const auto bucket = [this](const project::PreparedExperiment& placed) {
+    return bucketOf(placed);
+  };
+  const Placement placement = placement::resolve(holdout, {}, context_, kNoHoldout, bucket);
   return isIn.emplace(placement.group != nullptr);
 }
 
-const double* Resolver::bucketOf(const PreparedExperiment& experiment) {
+const double* Resolver::bucketOf(const project::PreparedExperiment& experiment) {
   const std::size_t position = positionOf(experiment);
   const std::size_t lane = position % base::kMd5Lanes;
   std::optional<Buckets>& buckets = buckets_[position / base::kMd5Lanes];
@@ -101,8 +105,8 @@ Buckets Resolver::bucketsFrom(std::size_t first) const {
   return bucketValues(messages);
 }
 
-std::size_t Resolver::positionOf(const PreparedExperiment& experiment) const {
+std::size_t Resolver::positionOf(const project::PreparedExperiment& experiment) const {
   return static_cast<std::size_t>(&experiment - project_.experiments().data());
 }
 
-}  // namespace corvo::experiments
+}  // namespace corvo::placement

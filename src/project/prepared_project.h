@@ -11,7 +11,7 @@
 #include "targeting/property_names.h"
 #include "targeting/rules.h"
 
-namespace corvo::experiments {
+namespace corvo::project {
 
 /// A flag that an experiment carries: its rules for each of the flag's groups, by position.
 struct CarriedFlag {
@@ -50,11 +50,11 @@ struct FlagEntry {
 /// work of a question does not grow with the project.
 ///
 /// Immutable, so any thread may read it. Keeps the records alive that it refers to.
-class Project {
+class PreparedProject {
  public:
-  explicit Project(std::shared_ptr<const model::ConfigResponse> config);
-  Project(const Project&) = delete;
-  Project& operator=(const Project&) = delete;
+  explicit PreparedProject(std::shared_ptr<const model::ConfigResponse> config);
+  PreparedProject(const PreparedProject&) = delete;
+  PreparedProject& operator=(const PreparedProject&) = delete;
 
   [[nodiscard]] const model::ConfigResponse& config() const noexcept { return *config_; }
 
@@ -106,4 +106,4 @@ class Project {
   base::NameIndex holdoutIndex_;     // the first of each name
 };
 
-}  // namespace corvo::experiments
+}  // namespace corvo::project

@@ -1,4 +1,4 @@
-#include "client/platform_filter.h"
+#include "project/platform_filter.h"
 
 #include <algorithm>
 #include <string>
@@ -6,7 +6,7 @@
 
 #include "base/text.h"
 
-namespace corvo::client {
+namespace corvo::project {
 namespace {
 
 bool isOurs(const std::string& platform) {
@@ -28,4 +28,4 @@ void filterByPlatform(model::ConfigResponse& config) {
   std::erase_if(config.experiments, [](const auto& experiment) { return !isOurs(experiment); });
 }
 
-}  // namespace corvo::client
+}  // namespace corvo::project

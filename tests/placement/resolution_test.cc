@@ -1,4 +1,4 @@
-#include "experiments/resolution.h"
+#include "placement/resolution.h"
 
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
@@ -12,16 +12,17 @@
 
 #include "model/codec.h"
 #include "tests/base/case_table.h"
-#include "tests/experiments/reasons.h"
+#include "tests/placement/reasons.h"
 
-namespace corvo::experiments {
+namespace corvo::placement {
 namespace {
 
-std::shared_ptr<const Project> readProject() {
-  std::ifstream file(CORVO_EXPERIMENTS_CASES "project.json");
+std::shared_ptr<const project::PreparedProject> readProject() {
+  std::ifstream file(CORVO_PLACEMENT_CASES "project.json");
   const std::string json(std::istreambuf_iterator<char>(file), {});
-  return std::make_shared<const Project>(std::make_shared<const model::ConfigResponse>(
-      std::get<model::ConfigResponse>(model::decodeJson<model::ConfigResponse>(json))));
+  return std::make_shared<const project::PreparedProject>(
+      std::make_shared<const model::ConfigResponse>(
+          std::get<model::ConfigResponse>(model::decodeJson<model::ConfigResponse>(json))));
 }
 
 TEST(Resolution, ChecksInItsOrderAndNamesTheReason) {
@@ -29,7 +30,7 @@ TEST(Resolution, ChecksInItsOrderAndNamesTheReason) {
   const fakes::FakeTimeZone zone;
   const targeting::LocalTime localTime(zone);
   for (const auto& [user, experiment, reason, index, holdout] :
-       tests::caseTable<5>(CORVO_EXPERIMENTS_CASES "resolutions.txt")) {
+       tests::caseTable<5>(CORVO_PLACEMENT_CASES "resolutions.txt")) {
     const std::string what = user + " in " + experiment;
     PropertyMap own;
     PropertyMap location;
@@ -69,7 +70,7 @@ TEST(Resolution, OfManyAgreesWithThatOfEach) {
     if (i % 4 == 2) experiment.holdouts = {"e3", "e9"};
     if (i % 6 == 3) experiment.type = model::ExperimentType::holdout;
   }
-  const Project project(std::make_shared<const model::ConfigResponse>(config));
+  const project::PreparedProject project(std::make_shared<const model::ConfigResponse>(config));
   const fakes::FakeTimeZone zone;
   const targeting::LocalTime localTime(zone);
   for (const PropertyMap& user : {PropertyMap{{"userId", "u"}}, PropertyMap{{"profileId", "p"}},
@@ -78,7 +79,7 @@ TEST(Resolution, OfManyAgreesWithThatOfEach) {
     const targeting::Context context{.user = &layer, .localTime = localTime};
     Resolver resolver(project, context);
     for (std::size_t i = project.experiments().size(); i-- > 0;) {
-      const PreparedExperiment& experiment = project.experiments()[i];
+      const project::PreparedExperiment& experiment = project.experiments()[i];
       const Placement each = resolveExperiment(experiment, context);
       const Placement& ofMany = resolver.resolve(experiment);
       EXPECT_EQ(ofMany.reason, each.reason) << i;
@@ -90,4 +91,4 @@ TEST(Resolution, OfManyAgreesWithThatOfEach) {
 }
 
 }  // namespace
-}  // namespace corvo::experiments
+}  // namespace corvo::placement

@@ -1,10 +1,10 @@
-#include "experiments/project.h"
+#include "project/prepared_project.h"
 
 #include <string>
 #include <unordered_map>
 #include <utility>
 
-namespace corvo::experiments {
+namespace corvo::project {
 namespace {
 
 CarriedFlag prepared(const model::FeatureFlag& flag, const model::Experiment& experiment,
@@ -46,7 +46,7 @@ PreparedExperiment prepared(const model::Experiment& experiment, targeting::Rule
 
 }  // namespace
 
-Project::Project(std::shared_ptr<const model::ConfigResponse> config)
+PreparedProject::PreparedProject(std::shared_ptr<const model::ConfigResponse> config)
     : config_(std::move(config)),
       flagIndex_(config_->featureFlags.size()),
       experimentIndex_(config_->experiments.size()) {
@@ -61,7 +61,7 @@ Project::Project(std::shared_ptr<const model::ConfigResponse> config)
 }
 
 // Of two flags with one name the first decides.
-void Project::addFlags(targeting::Vocabulary& vocabulary) {
+void PreparedProject::addFlags(targeting::Vocabulary& vocabulary) {
   for (const model::FeatureFlag& flag : config_->featureFlags) {
     FlagEntry& entry = entryOf(flag.name);
     if (entry.isInConfiguration) continue;
@@ -71,7 +71,7 @@ void Project::addFlags(targeting::Vocabulary& vocabulary) {
   }
 }
 
-void Project::addExperiments(targeting::Vocabulary& vocabulary) {
+void PreparedProject::addExperiments(targeting::Vocabulary& vocabulary) {
   experiments_.reserve(config_->experiments.size());  // much points into it
   for (const model::Experiment& experiment : config_->experiments) {
     experiments_.push_back(prepared(experiment, rules_, vocabulary));
@@ -79,7 +79,7 @@ void Project::addExperiments(targeting::Vocabulary& vocabulary) {
 }
 
 // The first experiment that carries a flag decides it, by the first flag of that name.
-void Project::addCarriedFlags() {
+void PreparedProject::addCarriedFlags() {
   for (const PreparedExperiment& experiment : experiments_) {
     for (const CarriedFlag& flag : experiment.flags) {
       FlagEntry& entry = entryOf(flag.record->name);
@@ -91,7 +91,7 @@ void Project::addCarriedFlags() {
 }
 
 // Backwards, so that each experiment comes before those of its name that follow it.
-void Project::addNames() {
+void PreparedProject::addNames() {
   for (auto i = static_cast<std::uint32_t>(experiments_.size()); i-- > 0;) {
     PreparedExperiment& experiment = experiments_[i];
     const base::HashedName name(experiment.record->name);
@@ -101,7 +101,7 @@ void Project::addNames() {
 }
 
 // A holdout that is named again could only answer the same again.
-void Project::addHoldouts() {
+void PreparedProject::addHoldouts() {
   std::unordered_map<const PreparedExperiment*, const PreparedExperiment*> namedLastBy;
   for (PreparedExperiment& experiment : experiments_) {
     for (const std::string& name : experiment.record->holdouts) {
@@ -113,7 +113,7 @@ void Project::addHoldouts() {
   }
 }
 
-FlagEntry& Project::entryOf(std::string_view flagName) {
+FlagEntry& PreparedProject::entryOf(std::string_view flagName) {
   const base::HashedName name(flagName);
   const std::uint32_t known = flagIndex_.find(name, flagNameAt());
   if (known != base::NameIndex::kNone) return flags_[known];
@@ -122,21 +122,21 @@ FlagEntry& Project::entryOf(std::string_view flagName) {
   return flags_.back();
 }
 
-const FlagEntry* Project::findFlag(std::string_view name) const {
+const FlagEntry* PreparedProject::findFlag(std::string_view name) const {
   const std::uint32_t position = flagIndex_.find(name, flagNameAt());
   return position == base::NameIndex::kNone ? nullptr : &flags_[position];
 }
 
-const PreparedExperiment* Project::experimentAt(std::uint32_t position) const {
+const PreparedExperiment* PreparedProject::experimentAt(std::uint32_t position) const {
   return position == base::NameIndex::kNone ? nullptr : &experiments_[position];
 }
 
-const PreparedExperiment* Project::findExperiment(std::string_view name) const {
+const PreparedExperiment* PreparedProject::findExperiment(std::string_view name) const {
   return experimentAt(experimentIndex_.find(name, experimentNameAt()));
 }
 
-const PreparedExperiment* Project::findHoldout(std::string_view name) const {
+const PreparedExperiment* PreparedProject::findHoldout(std::string_view name) const {
   return experimentAt(holdoutIndex_.find(name, experimentNameAt()));
 }
 
-}  // namespace corvo::experiments
+}  // namespace corvo::project

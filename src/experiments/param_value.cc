@@ -1,0 +1,12 @@
+#include "experiments/param_value.h"
+
+#include <algorithm>
+
+namespace corvo::experiments {
+
+const std::string* paramValue(const model::Param& param, const model::Group& group) {
+  const auto value = std::ranges::find(param.values, group.name, &model::Param::Value::group);
+  return value == param.values.end() ? nullptr : &value->value;
+}
+
+}  // namespace corvo::experiments

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include "model/config.h"
+
+namespace corvo::experiments {
+
+/// The first text that a parameter has for that group, or null.
+[[nodiscard]] const std::string* paramValue(const model::Param& param, const model::Group& group);
+
+}  // namespace corvo::experiments
