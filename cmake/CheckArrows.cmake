@@ -20,7 +20,7 @@ set(below_fakes platform base)
 set(below_corvo api host ${below_api})
 
 # The public headers belong to folders, too.
-set(base_headers argument callback error export text_hash)
+set(base_headers argument callback error export result text_hash)
 set(model_headers json_value property user)
 set(targeting_headers user_builder)
 set(experiments_headers experiment experiment_detail)

@@ -26,7 +26,7 @@ class CORVO_TYPE AnswerSink {
 
   /// Keeps the value, converted to the type that the application asked for. A view need not last.
   virtual void keepValue(T value) = 0;
-  virtual void keepError(CorvoError error) = 0;
+  virtual void keepError(CorvoError&& error) = 0;
   /// Calls the callback for what is kept. Throws what that throws.
   virtual void deliver() = 0;
   /// A sink on the heap, never null, that takes this one's place.
@@ -37,7 +37,7 @@ class CORVO_TYPE AnswerSink {
     keepValue(std::move(value));
     deliver();
   }
-  void onError(CorvoError error) {
+  void onError(CorvoError&& error) {
     keepError(std::move(error));
     deliver();
   }

@@ -4,9 +4,11 @@
 #include <corvo/export.h>
 
 #include <atomic>
+#include <concepts>
 #include <cstdint>
 #include <exception>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -207,7 +209,11 @@ class CORVO_EXPORT CorvoError : public std::exception {
                    ExperimentAlreadyContainsUser, ExperimentGroupAlreadyContainsUser,
                    HoldoutNotFound, ExperimentsEmpty, NoForceIncludedExperiments>;
 
-  CorvoError(Payload payload) : payload_(std::move(payload)) {}
+  /// One of the payloads.
+  template <class P>
+  requires(!std::derived_from<std::remove_cvref_t<P>, CorvoError> &&
+           std::constructible_from<Payload, P>) CorvoError(P&& payload)
+      : payload_(std::forward<P>(payload)) {}
 
   [[nodiscard]] Case which() const noexcept { return static_cast<Case>(payload_.index()); }
   [[nodiscard]] const Payload& payload() const noexcept { return payload_; }

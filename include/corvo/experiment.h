@@ -3,12 +3,14 @@
 #include <corvo/error.h>
 #include <corvo/export.h>
 #include <corvo/property.h>
+#include <corvo/result.h>
 
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace corvo {
 
@@ -40,11 +42,19 @@ class CORVO_TYPE CorvoExperiment {
 
   /// The value in the user's group of a flag that the experiment carries, as the type asked for.
   /// Absent without a group, when the experiment carries no flag of that name, or when the text is
-  /// no valid form of the type. Throws `CorvoError`: `experimentGroupNotMatchingFeatureFlagGroup`,
+  /// no valid form of the type. Fails with `experimentGroupNotMatchingFeatureFlagGroup`,
   /// `featureFlagNoRules` or `featureFlagRulesNotSatisfied`.
   template <CorvoPropertyType T>
+  [[nodiscard]] Result<std::optional<T>> featureValue(std::string_view flagName) const {
+    Result<std::optional<std::string_view>> text = featureText(flagName);
+    if (CorvoError* error = text.error()) return std::move(*error);
+    return typed<T>(text.value());
+  }
+
+  /// The same, where an error is thrown; without exceptions it stops the process.
+  template <CorvoPropertyType T>
   [[nodiscard]] std::optional<T> getFeatureValue(std::string_view flagName) const {
-    return typed<T>(featureText(flagName));
+    return featureValue<T>(flagName).value();
   }
 
   /// Another name for `getFeatureValue`.
@@ -55,7 +65,7 @@ class CORVO_TYPE CorvoExperiment {
 
   /// What the typed values are made from; valid as long as this object.
   [[nodiscard]] virtual std::optional<std::string_view> paramText(std::string_view name) const = 0;
-  [[nodiscard]] virtual std::optional<std::string_view> featureText(
+  [[nodiscard]] virtual Result<std::optional<std::string_view>> featureText(
       std::string_view flagName) const = 0;
 
  private:

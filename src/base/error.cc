@@ -1,6 +1,9 @@
 #include <corvo/error.h>
+#include <corvo/result.h>
 
 #include <memory>
+
+#include "base/stop_process.h"
 
 namespace corvo {
 namespace base {
@@ -27,6 +30,14 @@ const char* WhatText::keep(std::string text) const {
 }
 
 }  // namespace base
+
+void corvo_internal::raise(const CorvoError& error) {
+#ifdef __cpp_exceptions
+  throw CorvoError(error);
+#else
+  base::stopProcess(error.what());
+#endif
+}
 
 namespace {
 
@@ -120,12 +131,16 @@ struct Description {
 
 template <class Error>
 const char* whatOf(const Error& error, const base::WhatText& kept) noexcept {
+  if (const char* text = kept.get()) return text;
+#ifdef __cpp_exceptions
   try {
-    const char* text = kept.get();
-    return text != nullptr ? text : kept.keep(error.description());
+    return kept.keep(error.description());
   } catch (...) {
     return "corvo: no memory for the description of an error";
   }
+#else
+  return kept.keep(error.description());
+#endif
 }
 
 }  // namespace

@@ -155,12 +155,12 @@ void CorvoClientImpl::askFlag(std::string_view flagName, AnswerSink<std::string_
 
 void CorvoClientImpl::askFlagReport(AnswerSink<FlagReport>& sink) {
   ask(aboutUser(
-          [](const Evidence& evidence) -> Decision<FlagReport> { return reportFlags(evidence); }),
+          [](const Evidence& evidence) -> Result<FlagReport> { return reportFlags(evidence); }),
       sink);
 }
 
 void CorvoClientImpl::askExperiments(AnswerSink<std::vector<CorvoExperimentPointer>>& sink) {
-  ask(aboutUser([](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentPointer>> {
+  ask(aboutUser([](const Evidence& evidence) -> Result<std::vector<CorvoExperimentPointer>> {
         return experiments::experimentHandles(
             evidence.project,
             experiments::eligibleExperiments(*evidence.project, Scope::all, evidence.context),
@@ -179,7 +179,7 @@ void CorvoClientImpl::askHoldoutsText(AnswerSink<std::optional<std::string>>& si
 }
 
 void CorvoClientImpl::askMemberships(Scope scope, AnswerSink<std::optional<std::string>>& sink) {
-  ask(aboutUser([scope](const Evidence& evidence) -> Decision<std::optional<std::string>> {
+  ask(aboutUser([scope](const Evidence& evidence) -> Result<std::optional<std::string>> {
         return experiments::membershipText(
             experiments::eligibleExperiments(*evidence.project, scope, evidence.context));
       }),
@@ -200,7 +200,7 @@ void CorvoClientImpl::askHoldout(std::string_view name, AnswerSink<bool>& sink) 
 void CorvoClientImpl::askDetails(bool estimateHoldouts,
                                  AnswerSink<std::vector<CorvoExperimentDetail>>& sink) {
   const Scope scope = scopeWith(estimateHoldouts);
-  ask(aboutUser([scope](const Evidence& evidence) -> Decision<std::vector<CorvoExperimentDetail>> {
+  ask(aboutUser([scope](const Evidence& evidence) -> Result<std::vector<CorvoExperimentDetail>> {
         auto details = experiments::experimentDetails(
             experiments::eligibleExperiments(*evidence.project, scope, evidence.context),
             evidence.context);
@@ -215,7 +215,7 @@ void CorvoClientImpl::askDetails(bool estimateHoldouts,
 void CorvoClientImpl::askToInclude(std::string_view experimentName,
                                    std::optional<std::int64_t> groupIndex, AnswerSink<Done>& sink) {
   ask(aboutProject([this, name = base::wellFormed(experimentName),
-                    groupIndex](const Evidence& evidence) -> Decision<Done> {
+                    groupIndex](const Evidence& evidence) -> Result<Done> {
         auto error = forced_->include(evidence.project->config(), name, groupIndex);
         if (error) return *std::move(error);
         return Done();
@@ -247,8 +247,7 @@ void CorvoClientImpl::askToExcludeAll(AnswerSink<Done>& sink) {
 
 // Done as soon as a new configuration is in hand.
 void CorvoClientImpl::refresh(AnswerSink<Done>& sink, Turn& turn) {
-  SinkQuestion question(aboutProject([](const Evidence&) -> Decision<Done> { return Done(); }),
-                        sink);
+  SinkQuestion question(aboutProject([](const Evidence&) -> Result<Done> { return Done(); }), sink);
   askAnew(question, turn);
 }
 

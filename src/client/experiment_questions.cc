@@ -9,7 +9,7 @@
 
 namespace corvo::client {
 
-Decision<CorvoExperimentPointer> decideExperiment(const Evidence& evidence, std::string_view name) {
+Result<CorvoExperimentPointer> decideExperiment(const Evidence& evidence, std::string_view name) {
   const project::PreparedExperiment* each = evidence.project->findExperiment(name);
   if (each == nullptr) return CorvoError(CorvoError::ExperimentNotFound{std::string(name)});
   // Several of one name may name the same holdouts: then each of these is resolved once, at the
@@ -27,7 +27,7 @@ Decision<CorvoExperimentPointer> decideExperiment(const Evidence& evidence, std:
 }
 
 // The holdouts that a holdout itself names do not count here, though they do in the list of all.
-Decision<bool> decideHoldout(const Evidence& evidence, std::string_view name) {
+Result<bool> decideHoldout(const Evidence& evidence, std::string_view name) {
   const project::PreparedExperiment* holdout = evidence.project->findHoldout(name);
   if (holdout == nullptr) return CorvoError(CorvoError::HoldoutNotFound{std::string(name)});
   return placement::resolveIgnoringHoldouts(*holdout, evidence.context).group != nullptr;

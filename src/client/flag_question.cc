@@ -5,7 +5,7 @@
 
 namespace corvo::client {
 
-Decision<std::string_view> DecidingFlag::decide(const Evidence& evidence) const {
+Result<std::string_view> DecidingFlag::decide(const Evidence& evidence) const {
   const project::FlagEntry* entry = evidence.project->findFlag(name.get());
   const flags::FlagDecision decision = flags::decideFlag(entry, evidence.context);
   if (decision.value != nullptr) return std::string_view(*decision.value);

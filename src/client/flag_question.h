@@ -15,7 +15,7 @@ struct DecidingFlag {
   [[nodiscard]] static Question::About about(const project::PreparedProject& /*project*/) {
     return Question::About::user;
   }
-  [[nodiscard]] Decision<std::string_view> decide(const Evidence& evidence) const;
+  [[nodiscard]] Result<std::string_view> decide(const Evidence& evidence) const;
   [[nodiscard]] DecidingFlag detach() const { return {name.detach()}; }
 };
 

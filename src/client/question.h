@@ -2,6 +2,7 @@
 
 #include <corvo/answer_sink.h>
 #include <corvo/error.h>
+#include <corvo/result.h>
 
 #include <cstdint>
 #include <memory>
@@ -9,7 +10,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 
 #include "project/prepared_project.h"
 #include "targeting/context.h"
@@ -35,7 +35,7 @@ class Question : public std::enable_shared_from_this<Question> {
   /// Decides, and keeps the outcome as the callback takes it.
   virtual void answer(const Evidence& evidence) = 0;
   /// Keeps the error.
-  virtual void fail(CorvoError error) = 0;
+  virtual void fail(CorvoError&& error) = 0;
   /// Calls the callback for what is kept.
   void deliver() {
     isDelivered_ = true;
@@ -74,10 +74,6 @@ class Name {
   std::optional<std::string> owned_;
 };
 
-/// What a question comes to.
-template <class T>
-using Decision = std::variant<T, CorvoError>;
-
 /// The question whose answer goes to a sink: the asker's, or, where it waits, its own. What decides
 /// it tells what it is about, decides by the evidence, and can be detached, as the question itself.
 template <class T, class Decider>
@@ -91,11 +87,11 @@ class SinkQuestion final : public Question {
     return decider_.about(project);
   }
   void answer(const Evidence& evidence) override {
-    Decision<T> decision = decider_.decide(evidence);
-    if (auto* error = std::get_if<CorvoError>(&decision)) return fail(std::move(*error));
-    sink_->keepValue(std::get<0>(std::move(decision)));
+    Result<T> result = decider_.decide(evidence);
+    if (CorvoError* error = result.error()) return fail(std::move(*error));
+    sink_->keepValue(std::move(result.value()));
   }
-  void fail(CorvoError error) override { sink_->keepError(std::move(error)); }
+  void fail(CorvoError&& error) override { sink_->keepError(std::move(error)); }
 
  protected:
   void callBack() override { sink_->deliver(); }

@@ -38,14 +38,15 @@ std::optional<std::string_view> CorvoExperimentImpl::paramText(std::string_view 
   return text ? std::optional<std::string_view>(*text) : std::nullopt;
 }
 
-std::optional<std::string_view> CorvoExperimentImpl::featureText(std::string_view flagName) const {
+Result<std::optional<std::string_view>> CorvoExperimentImpl::featureText(
+    std::string_view flagName) const {
   const base::WellFormed name(flagName);
   const auto found = std::ranges::find(
       decisions_, std::string_view(name),
       [](const auto& decision) { return std::string_view(decision.carried->record->name); });
-  if (found == decisions_.end()) return std::nullopt;
-  if (found->value == nullptr) throw flags::errorOf(*found, name);
-  return *found->value;
+  if (found == decisions_.end()) return std::optional<std::string_view>();
+  if (found->value == nullptr) return flags::errorOf(*found, name);
+  return std::optional<std::string_view>(*found->value);
 }
 
 }  // namespace corvo::experiments

@@ -26,7 +26,7 @@ class CorvoExperimentImpl final : public CorvoExperiment {
   [[nodiscard]] std::string name() const override { return experiment_.record->name; }
   [[nodiscard]] std::optional<std::string> userGroupName() const override;
   [[nodiscard]] std::optional<std::string_view> paramText(std::string_view name) const override;
-  [[nodiscard]] std::optional<std::string_view> featureText(
+  [[nodiscard]] Result<std::optional<std::string_view>> featureText(
       std::string_view flagName) const override;
 
  private:

@@ -27,7 +27,7 @@ class KeepingSink : public AnswerSink<Received> {
       outcome_.template emplace<1>(fromCorvoString<typename Value::value_type>(value));
     }
   }
-  void keepError(CorvoError error) final { outcome_.template emplace<2>(std::move(error)); }
+  void keepError(CorvoError&& error) final { outcome_.template emplace<2>(std::move(error)); }
 
  protected:
   Outcome<Value> outcome_;

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <corvo/error.h>
+#include <corvo/export.h>
+
+#include <concepts>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+namespace corvo {
+
+namespace corvo_internal {
+/// Throws the error. A library that was built without exceptions stops the process instead.
+[[noreturn]] CORVO_EXPORT void raise(const CorvoError& error);
+}  // namespace corvo_internal
+
+/// The answer to a question that is answered at once: a value or the error of the question. Never
+/// empty, but for one that was moved from.
+template <class T>
+class [[nodiscard]] Result {
+ public:
+  /// A value, or what converts to one.
+  template <class V = T>
+  requires(std::convertible_to<V, T> && !std::same_as<std::remove_cvref_t<V>, CorvoError> &&
+           !std::same_as<std::remove_cvref_t<V>, Result>) Result(V&& value)
+      : outcome_(std::in_place_index<0>, std::forward<V>(value)) {}
+  Result(CorvoError&& error) : outcome_(std::in_place_index<1>, std::move(error)) {}
+
+  [[nodiscard]] bool hasValue() const noexcept { return outcome_.index() == 0; }
+  explicit operator bool() const noexcept { return hasValue(); }
+
+  /// The value. Where there is none, throws the error; without exceptions that stops the process.
+  [[nodiscard]] const T& value() const& {
+    if (const T* value = std::get_if<0>(&outcome_)) return *value;
+    corvo_internal::raise(*error());
+  }
+  [[nodiscard]] T& value() & {
+    if (T* value = std::get_if<0>(&outcome_)) return *value;
+    corvo_internal::raise(*error());
+  }
+  [[nodiscard]] T value() && { return std::move(value()); }
+
+  /// The error; null where there is a value.
+  [[nodiscard]] const CorvoError* error() const noexcept { return std::get_if<1>(&outcome_); }
+  [[nodiscard]] CorvoError* error() noexcept { return std::get_if<1>(&outcome_); }
+
+ private:
+  std::variant<T, CorvoError> outcome_;
+};
+
+}  // namespace corvo
