@@ -7,6 +7,36 @@
 namespace corvo {
 namespace {
 
+/// Asks whether a flag is known.
+bool knows(CorvoClient& client) {
+  bool known = false;
+  client.checkFlag<bool>("f", [&](auto) { known = true; });
+  return known;
+}
+
+/// A client that is made, and asked, before `main`.
+struct EarlyClient {
+  fakes::FakePlatform fake;
+  ClientRegistry registry{fake.platform()};
+  std::shared_ptr<CorvoClient> client =
+      registry.initializeClient("t", std::nullopt, "https://a", 60, 0, "t");
+
+  EarlyClient() {
+    fake.session->always("config.json", fakes::ok(R"({"feature_flags": [
+        {"name": "f", "type": "t", "rules": [{"is_default": true, "value": "true",
+         "conditional_statement": "-", "conditions": []}]}]})"));
+    fake.session->always("geo", fakes::ok("{}"));
+    client->getAllUserHoldouts().get();
+  }
+};
+const EarlyClient early;
+const bool knownEarly = knows(*early.client);
+
+TEST(EarlyClientTest, AnswersTheSameBeforeMainAndAfter) {
+  EXPECT_TRUE(knownEarly);
+  EXPECT_TRUE(knows(*early.client));
+}
+
 using RegistryTest = ClientTest;
 
 TEST_F(RegistryTest, RefusesATagThatIsTakenUntilItIsRemoved) {
@@ -22,67 +52,6 @@ TEST_F(RegistryTest, RefusesATagThatIsTakenUntilItIsRemoved) {
   registry.removeClient("tag");
   EXPECT_EQ(registry.getClient("tag"), nullptr);
   EXPECT_NE(makeClient(), first);
-}
-
-TEST_F(RegistryTest, ServesACopyForAtLeastTenSeconds) {
-  struct Case {
-    std::uint64_t cacheTTL;
-    double lastsFor;
-  };
-  for (const auto& [cacheTTL, lastsFor] : {Case{0, 10}, Case{10, 10}, Case{11, 11}}) {
-    const auto tag = std::to_string(cacheTTL);
-    const auto client =
-        registry.initializeClient("token", std::nullopt, "https://a", cacheTTL, 0, tag);
-    client->checkFlag<bool>("on").get();
-    const std::size_t requests = configRequests();
-    fake.time->advance(lastsFor - 0.5);
-    client->checkFlag<bool>("on").get();
-    EXPECT_EQ(configRequests(), requests) << cacheTTL;
-    fake.time->advance(0.5);
-    client->checkFlag<bool>("on").get();
-    EXPECT_EQ(configRequests(), requests + 1) << cacheTTL;
-    EXPECT_EQ(geoRequests(), requests + 1) << cacheTTL;
-  }
-}
-
-TEST_F(RegistryTest, SettlesTheUserOfANewClient) {
-  const CorvoUser given{{{"a", "1"}}, PropertyMap{{"a", "x"}}};
-  struct Case {
-    const char* what;
-    std::optional<CorvoUser> initial;
-    const char* storedBefore;
-    const char* storedAfter;
-  };
-  for (const Case& each :
-       {Case{"an initial user replaces the stored one", given, R"({"properties":{"b":"2"}})",
-             R"({"properties":{"a":"1"},"corvoExpiration":{"a":"x"}})"},
-        Case{"a stored user is kept", std::nullopt,
-             R"({"properties":{"b":"2"},"corvoExpiration":{}})",
-             R"({"properties":{"b":"2"},"corvoExpiration":{}})"},
-        Case{"one without expiries gets them", std::nullopt,
-             R"({"properties":{"b":"2","userId":"u"}})",
-             R"({"properties":{"b":"2","userId":"u"},"corvoExpiration":)"
-             R"({"b":"2024-05-02 12:00:00","userId":"2024-05-02 12:00:00"}})"},
-        Case{"an unreadable one counts as none", std::nullopt, "[]", "[]"}}) {
-    const PreferencesChange change{"user.value", each.storedBefore};
-    fake.store->open("storagetagtoken")->apply({&change, 1});
-    makeClient(0, each.initial);
-    EXPECT_EQ(stored("user.value"), each.storedAfter) << each.what;
-    registry.removeClient("tag");
-  }
-}
-
-TEST_F(RegistryTest, WorksWithoutAStore) {
-  fake.store->failOpening(true);
-  const auto client = makeClient();
-  for (const std::size_t fetched : {1U, 2U}) {
-    client->checkFlag<bool>("on").get();
-    fake.time->advance(9);
-    EXPECT_EQ(client->checkFlag<bool>("on").get(), true);
-    EXPECT_EQ(configRequests(), fetched);
-    EXPECT_EQ(geoRequests(), fetched);
-    fake.time->advance(1);
-  }
 }
 
 TEST_F(RegistryTest, MayBeUsedFromManyThreads) {

@@ -5,10 +5,6 @@
 namespace corvo {
 namespace {
 
-CorvoUser user(const char* plan) {
-  return CorvoUser{{{"custom.plan", plan}}, PropertyMap{{"custom.plan", "2024-05-02 12:00:00"}}};
-}
-
 TEST_F(ClientTest, AnswersOnTheMainQueueAfterAFetchAndAtOnceFromFreshCopies) {
   const auto client = makeClient();
   int calls = 0;
@@ -45,55 +41,6 @@ TEST_F(ClientTest, AsksForTheConfigurationAndThenTheLocation) {
   EXPECT_EQ(stored("user.value"), R"({"properties":{},"corvoExpiration":{}})");
 }
 
-TEST_F(ClientTest, FollowsTheClockFromMinuteToMinute) {
-  fake.session->always("config.json", fakes::ok(R"({"feature_flags": [
-      {"name": "late", "type": "string", "rules": [
-          {"is_default": false, "value": "yes", "conditional_statement": "AND", "conditions": [
-              {"name": "time", "condition_sign": "after time", "value": "2024-05-01 12:00"}]},
-          {"is_default": true, "value": "no", "conditional_statement": "-", "conditions": []}]}]})"));
-  const auto client = makeClient();
-  fake.time->advance(55);
-  EXPECT_EQ(client->checkFlag<std::string>("late").get(), "no");
-  fake.time->advance(4);
-  EXPECT_EQ(client->checkFlag<std::string>("late").get(), "no");
-  fake.time->advance(1);
-  EXPECT_EQ(client->checkFlag<std::string>("late").get(), "yes");
-  EXPECT_EQ(configRequests(), 1U);
-}
-
-TEST_F(ClientTest, NeverServesAnExpiredConfiguration) {
-  const auto client = makeClient(1);
-  client->checkFlag<bool>("on").get();
-  fake.time->advance(11);
-  fake.session->always("config.json", fakes::failure());
-  std::string description;
-  client->checkFlag<bool>("on", nullptr,
-                          [&](const CorvoError& e) { description = e.description(); });
-  EXPECT_EQ(description, "");
-  fake.time->run();
-  EXPECT_EQ(description,
-            "Corvo warn: Config request failed with error: "
-            "URL request succeeded, but returned no data");
-  EXPECT_EQ(configRequests(), 3U);
-  EXPECT_NE(stored("config.value"), "");
-}
-
-TEST_F(ClientTest, FailsWithoutALocationAndKeepsTheConfiguration) {
-  const auto client = makeClient();
-  fake.session->next("geo", fakes::status(404, "{}"));
-  try {
-    client->checkFlag<bool>("on").get();
-    FAIL();
-  } catch (const CorvoError& error) {
-    EXPECT_EQ(error, CorvoError(CorvoError::RequestLocationFailed{
-                         CorvoNetworkError(CorvoNetworkError::WrongStatusCode{404})}));
-  }
-  EXPECT_EQ(stored("location.value"), "");
-  EXPECT_NE(stored("user.value"), "") << "the user comes before the location";
-  client->checkFlag<bool>("on").get();
-  EXPECT_EQ(configRequests(), 1U);
-}
-
 TEST_F(ClientTest, RefusesAnImpossibleAddressBeforeItReturns) {
   const auto client = registry.initializeClient("token", std::nullopt, "http://a b", 10, 5, "tag");
   bool refused = false;
@@ -112,82 +59,6 @@ TEST_F(ClientTest, MakesARequestForEachOfConcurrentQuestions) {
   EXPECT_EQ(configRequests(), 2U);
   EXPECT_EQ(first.get(), true);
   EXPECT_EQ(second.get(), true);
-}
-
-TEST_F(ClientTest, TypesTheAnswerAsAsked) {
-  const auto client = makeClient();
-  EXPECT_EQ(client->checkFlag<std::string>("on").get(), "true");
-  EXPECT_EQ(client->checkFlag<std::int64_t>("on").get(), std::nullopt);
-}
-
-TEST_F(ClientTest, ReportsErrorsOfFlagsAndAsksForTheLocationEvenSo) {
-  const auto client = makeClient();
-  const auto errorOf = [&](const char* flag) {
-    try {
-      client->checkFlag<std::string>(flag).get();
-    } catch (const CorvoError& error) {
-      return error;
-    }
-    return CorvoError(CorvoError::ExperimentsEmpty{});
-  };
-  EXPECT_EQ(errorOf("no\xff"), CorvoError(CorvoError::FeatureFlagNotFound{"no\xef\xbf\xbd"}));
-  EXPECT_EQ(geoRequests(), 1U);
-  EXPECT_EQ(errorOf("mine"), CorvoError(CorvoError::FeatureFlagRulesNotSatisfied{"mine"}));
-  EXPECT_EQ(errorOf("empty"), CorvoError(CorvoError::FeatureFlagNoRules{"empty"}));
-}
-
-TEST_F(ClientTest, ComparesPrivateFlagsWithTheValueOfTheMoment) {
-  const auto flag = [](const std::string& name, const std::string& digest) {
-    return R"({"name": ")" + name + R"(", "type": "bool", "is_private": true, "rules": [
-        {"is_default": false, "value": "true", "conditional_statement": "AND", "conditions": [
-            {"name": ")" +
-           name + R"(", "condition_sign": "equal", "value": ")" + digest + R"("}]},
-        {"is_default": true, "value": "false", "conditional_statement": "-", "conditions": []}]})";
-  };
-  // The digests of "2024-05-01 12:00" and "tvOS".
-  fake.session->always(
-      "config.json",
-      fakes::ok(R"({"feature_flags": [)" + flag("time", "b5b4319b739bb06a8cb9c1ed46f4067f") + "," +
-                flag("os.name", "6dc9155e5a34c48d7c1ef154c368c18d") + "]}"));
-  const auto client = registry.initializeClient("token", std::nullopt, "https://a", 1e6, 0, "tag");
-  client->setUserProperties([](auto& builder) { builder.setOsName("tvOS"); });
-  const auto expect = [&](bool time, bool osName) {
-    for (int i = 0; i < 2; ++i) {
-      EXPECT_EQ(client->getUserFeatureFlagsDetails().get(),
-                (FlagReport{{"time", time}, {"os.name", osName}}));
-    }
-  };
-  expect(true, true);
-  fake.time->advance(60);
-  expect(false, true);
-  fake.time->advance(86'400);
-  expect(false, false);  // the device's
-  fake.time->set(1'714'564'800);
-  expect(true, true);
-}
-
-TEST_F(ClientTest, ReadsExpiriesInTheZoneOfNow) {
-  const auto client = makeClient();
-  client->setUser(user("gold"));
-  fake.time->advance(23.5 * 3600);
-  EXPECT_EQ(client->checkFlag<std::string>("mine").get(), "yes");
-  fake.timeZone->change(3600);
-  EXPECT_THROW(client->checkFlag<std::string>("mine").get(), CorvoError);
-}
-
-TEST_F(ClientTest, EditsKeepWhatTheyDoNotTouchAndSettingsReplaceAll) {
-  const auto client = makeClient();
-  client->editUserProperties([](auto& builder) { builder.setUserId("u"); });
-  fake.time->advance(60);
-  client->editUserProperties([](auto& builder) { builder.setEmail("e"); });
-  EXPECT_EQ(stored("user.value"),
-            R"({"properties":{"email":"e","userId":"u"},"corvoExpiration":)"
-            R"({"email":"2024-05-02 12:01:00","userId":"2024-05-02 12:00:00"}})");
-  client->setUserProperties([](auto& builder) { builder.setEmail("f"); });
-  EXPECT_EQ(stored("user.value"),
-            R"({"properties":{"email":"f"},"corvoExpiration":{"email":"2024-05-02 12:01:00"}})");
-  client->clearUserProperties();
-  EXPECT_EQ(stored("user.value"), R"({"properties":{},"corvoExpiration":{}})");
 }
 
 TEST_F(ClientTest, BuilderCallbacksThatDoNothingStoreNothing) {
@@ -218,6 +89,21 @@ TEST_F(ClientTest, PassesOnThatNoSecureBytesCanBeHad) {
   EXPECT_TRUE(fake.store->contents("storagetagtoken").empty());
   fake.random->failFilling(false);
   EXPECT_EQ(client->checkFlag<bool>("on").get(), true);
+}
+
+TEST_F(ClientTest, AttemptsAreASecondApart) {
+  fake.store->failOpening(true);
+  const std::size_t before = fake.store->openings();
+  const auto client = makeClient();
+  for (int tenths = 0; tenths < 50; ++tenths) {
+    client->getExperiment("e", nullptr);
+    client->clearUserProperties();
+    fake.time->advance(0.1);
+  }
+  EXPECT_EQ(fake.store->openings(), before + 5);
+  fake.time->set(0);  // a clock set back is no reason to wait
+  client->getExperiment("e", nullptr);
+  EXPECT_EQ(fake.store->openings(), before + 6);
 }
 
 }  // namespace
