@@ -3,8 +3,13 @@
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
+#include <variant>
 #include <vector>
+
+#include "model/codec.h"
+#include "tests/base/case_table.h"
 
 namespace corvo::targeting {
 namespace {
@@ -43,29 +48,22 @@ class Rules : public testing::Test {
 };
 
 TEST_F(Rules, AndTargetsJoinTheirConditions) {
-  struct Case {
-    model::ConditionalStatement statement;
-    std::vector<model::Condition> conditions;
-    bool rule;
-    bool target;
-  };
-  const Case cases[] = {
-      {and_, {}, true, true},
-      {and_, {kTrue, kTrue}, true, true},
-      {and_, {kTrue, kFalse}, false, false},
-      {and_, {kFalse, kTrue}, false, false},
-      {or_, {}, false, true},
-      {or_, {kFalse, kTrue}, true, true},
-      {or_, {kTrue, kFalse}, true, true},
-      {or_, {kFalse, kFalse}, false, false},
-      {empty, {}, false, true},
-      {empty, {kTrue}, false, false},
-  };
-  for (const Case& c : cases) {
-    const std::vector<model::Rule> rules{{false, "on", c.statement, c.conditions}};
-    const model::Target target{c.statement, c.conditions};
-    EXPECT_EQ(choose(rules) != nullptr, c.rule) << &c - cases;
-    EXPECT_EQ(matches(target), c.target) << &c - cases;
+  for (const auto& [statement, plans, rule, target] :
+       tests::caseTable<4>(CORVO_TARGETING_CASES "rules.txt")) {
+    std::string conditions;
+    std::istringstream words(plans);
+    for (std::string plan; words >> plan;) {
+      conditions += conditions.empty() ? "" : ",";
+      conditions += R"({"name": "plan", "condition_sign": "equal", "value": ")" + plan + "\"}";
+    }
+    const auto config = model::decodeJson<model::ConfigResponse>(
+        R"({"feature_flags": [{"name": "f", "type": "t", "rules": [{"is_default": false,
+            "value": "on", "conditional_statement": ")" +
+        statement + R"(", "conditions": [)" + conditions + "]}]}]}");
+    const auto& rules = std::get<model::ConfigResponse>(config).featureFlags.at(0).rules;
+    EXPECT_EQ(choose(rules) != nullptr, rule == "yes") << statement << ' ' << plans;
+    EXPECT_EQ(matches({rules.at(0).conditionalStatement, rules.at(0).conditions}), target == "yes")
+        << statement << ' ' << plans;
   }
 }
 
