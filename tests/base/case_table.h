@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -13,6 +14,11 @@ inline void replaceAll(std::string& text, const std::string& what, const std::st
   for (auto at = text.find(what); at < text.size(); at = text.find(what, at + by.size())) {
     text.replace(at, what.size(), by);
   }
+}
+
+/// Every byte of a file; none where there is no file.
+inline std::string contentsOf(const std::string& file) {
+  return (std::ostringstream() << std::ifstream(file, std::ios::binary).rdbuf()).str();
 }
 
 /// The text with "ababab" for "{3*ab}".

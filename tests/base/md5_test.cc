@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <string>
 
@@ -23,26 +21,6 @@ TEST(Md5, AgreesWithTheTable) {
   for (const auto& [length, text, digest] : tests::caseTable<3>(CORVO_BASE_CASES "md5.txt")) {
     EXPECT_EQ(view(md5Hex(length.empty() ? text : sample(std::stoul(length)))), digest)
         << length << text;
-  }
-}
-
-TEST(Md5, MakesSeveralDigestsSideBySideOrNot) {
-  for (const std::array<std::size_t, kMd5Lanes>& lengths :
-       {std::array<std::size_t, kMd5Lanes>{0, 1, 36, 55},
-        {56, 64, 100, 119},
-        {20, 20, 20, 120},
-        {56, 55, 55, 55},
-        {120, 150, 183, 130}}) {
-    std::array<std::string, kMd5Lanes> texts;
-    std::array<Md5Message, kMd5Lanes> messages;
-    for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
-      const std::string_view text = texts[lane] = sample(lengths[lane] + lane).substr(lane);
-      messages[lane] = {text.substr(0, 9 * lane), text.substr(std::min(9 * lane, text.size()))};
-    }
-    const auto digests = md5OfEach(messages);
-    for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
-      EXPECT_EQ(digests[lane], md5(texts[lane])) << lengths[lane];
-    }
   }
 }
 

@@ -2,7 +2,6 @@
 #include <cctype>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
@@ -67,10 +66,7 @@ std::pair<std::string, std::string> parts(const std::string& text, const std::st
 
 fakes::Reply reply(const std::string& text) {
   if (text == "failure") return fakes::failure();
-  if (text.ends_with(".json")) {
-    std::ifstream file(CORVO_CLIENT_CASES + text);
-    return fakes::ok({std::istreambuf_iterator<char>(file), {}});
-  }
+  if (text.ends_with(".json")) return fakes::ok(tests::contentsOf(CORVO_CLIENT_CASES + text));
   return std::isdigit(text.front()) != 0 ? fakes::status(std::stoi(text), "{}") : fakes::ok(text);
 }
 

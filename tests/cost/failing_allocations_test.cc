@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "fuzz/questions.h"
+#include "tests/base/case_table.h"
 #include "tests/cost/allocations.h"
 
 // Every allocation of every operation fails once: the operation has then been done or has not,
@@ -20,21 +21,7 @@
 namespace corvo {
 namespace {
 
-constexpr const char* kProject = R"({"feature_flags": [
-    {"name": "a flag of the configuration", "type": "t", "rules": [
-      {"is_default": false, "value": "{\"a key beyond any buffer\": 1}",
-       "conditional_statement": "AND", "conditions": [
-         {"name": "custom.plan", "condition_sign": "any of", "value": ["gold", "gol\u0064\u0301"]},
-         {"name": "date", "condition_sign": "after time", "value": "2001-01-01"}]},
-      {"is_default": true, "value": "false", "conditional_statement": "-", "conditions": []}]}],
-  "experiments": [
-    {"name": "an experiment of the configuration", "type": 1, "salt": "s", "allocation": 1,
-     "groups": [{"name": "g", "weight": 1}], "holdouts": ["a holdout of the configuration"],
-     "feature_flags": [{"name": "a flag of the experiment", "type": "t", "groups": [
-       {"group": "g", "rules": [{"is_default": true, "value": "1",
-                                 "conditional_statement": "-", "conditions": []}]}]}]},
-    {"name": "a holdout of the configuration", "type": 5, "salt": "t", "allocation": 0,
-     "groups": [{"name": "g", "weight": 1}]}]})";
+const std::string kProject = tests::contentsOf(CORVO_COST_CASES "project.json");
 constexpr const char* kFlag = "a flag of the configuration";
 constexpr const char* kCarriedFlag = "a flag of the experiment";
 constexpr const char* kExperiment = "an experiment of the configuration";

@@ -16,7 +16,6 @@
 #include <map>
 #include <optional>
 #include <random>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -33,10 +32,6 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kLarge = 1 << 20;
 constexpr std::string_view kId = "\x0C\x02\xB0\xDB";  // what says whose a file is
-
-std::string bytesOf(const fs::path& file) {
-  return (std::ostringstream() << std::ifstream(file, std::ios::binary).rdbuf()).str();
-}
 
 /// Another process, which does some work with a function that tells numbers, greater than 0.
 class Child {
@@ -96,7 +91,7 @@ class SqlitePreferencesStoreTest : public testing::Test {
 
   /// A file is never half made: a process that was killed then would leave what is not ours.
   [[nodiscard]] bool isEmptyOrStamped() const {
-    const std::string bytes = bytesOf(file());
+    const std::string bytes = tests::contentsOf(file());
     return bytes.empty() || bytes.substr(68, 4) == kId;
   }
   static bool put(PreferencesSuite& suite, const std::string& key, const std::string& value) {
@@ -107,7 +102,7 @@ class SqlitePreferencesStoreTest : public testing::Test {
   [[nodiscard]] Files files() const {
     Files all;
     for (const auto& each : fs::directory_iterator(folder_)) {
-      all[each.path().filename()] = bytesOf(each.path());
+      all[each.path().filename()] = tests::contentsOf(each.path());
     }
     return all;
   }
@@ -198,7 +193,7 @@ TEST_F(SqlitePreferencesStoreTest, OnlyItsOwnFilesAreOpened) {
     }
     EXPECT_EQ(suite->read("a").value_or(""), value);
     EXPECT_TRUE(put(*suite, "b", "2"));
-    EXPECT_EQ(bytesOf(file()).substr(68, 4), kId);
+    EXPECT_EQ(tests::contentsOf(file()).substr(68, 4), kId);
   }
 }
 
@@ -215,7 +210,7 @@ class DamagedStoreTest : public SqlitePreferencesStoreTest {
       const auto suite = this->suite();
       for (const auto& [key, value] : kValues) EXPECT_TRUE(put(*suite, key, value));
     }
-    sound_ = bytesOf(file());
+    sound_ = tests::contentsOf(file());
     broken_ = sound_.substr(0, 8192) + std::string(sound_.size() - 8192, '\xFF');
   }
 
@@ -261,7 +256,7 @@ TEST_F(DamagedStoreTest, AFileCutShortIsSetAside) {
     const auto aside = use({{"corvo.db", cut}}, true);
     EXPECT_EQ(aside, size < 72 ? std::nullopt : std::optional(true)) << "72 bytes say whose it is";
     if (aside) {
-      EXPECT_TRUE(bytesOf(folder_ / "corvo.db.damaged-1") == cut);
+      EXPECT_TRUE(tests::contentsOf(folder_ / "corvo.db.damaged-1") == cut);
     }
   }
 }
@@ -291,8 +286,8 @@ TEST_F(DamagedStoreTest, DamageThatIsFoundLateIsSetAsideBehindTheSuite) {
   EXPECT_EQ(suite->read("a"), std::nullopt);
   EXPECT_TRUE(put(*suite, "a", "2"));
   EXPECT_EQ(this->suite(), suite);
-  EXPECT_EQ(bytesOf(folder_ / "corvo.db.damaged-1"), "earlier");
-  EXPECT_TRUE(bytesOf(folder_ / "corvo.db.damaged-3") == broken_);
+  EXPECT_EQ(tests::contentsOf(folder_ / "corvo.db.damaged-1"), "earlier");
+  EXPECT_TRUE(tests::contentsOf(folder_ / "corvo.db.damaged-3") == broken_);
 }
 
 TEST_F(DamagedStoreTest, CompanionsAreSetAsideWithTheirFile) {
@@ -302,7 +297,7 @@ TEST_F(DamagedStoreTest, CompanionsAreSetAsideWithTheirFile) {
     EXPECT_EQ(use({{"corvo.db", sound_}, {companion, junk}}, true), false) << "junk alone";
     EXPECT_EQ(use({{"corvo.db", sound_.substr(0, 8192)}, {companion, junk}}, true), true);
     if (ending == std::string("-wal")) {  // SQLite makes the others anew
-      EXPECT_TRUE(bytesOf(folder_ / "corvo.db.damaged-1-wal") == junk);
+      EXPECT_TRUE(tests::contentsOf(folder_ / "corvo.db.damaged-1-wal") == junk);
     }
   }
 }

@@ -5,10 +5,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
 
+#include "tests/base/case_table.h"
 #include "tests/host/loopback_server.h"
 
 namespace corvo::tests {
@@ -41,11 +40,6 @@ RawReply reply(const std::string& config, const std::string& head) {
   return answer(200, isFor(head, "/geo") ? "{}" : "<html>", kMemorable);
 }
 
-std::string readFile(const fs::path& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// A program run in a home of its own.
 class Promises : public testing::Test {
  protected:
@@ -67,7 +61,7 @@ class Promises : public testing::Test {
     const int status = std::system(command.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
-  std::string said(const char* stream) const { return readFile(folder_ / "said" / stream); }
+  std::string said(const char* stream) const { return contentsOf(folder_ / "said" / stream); }
   std::set<std::string> files() const {
     std::set<std::string> found;
     for (const auto& entry : fs::recursive_directory_iterator(folder_)) {

@@ -81,7 +81,7 @@ TEST_F(Ask, LeavesAFileThatIsNoStoreAsItIs) {
   };
   write("");
   host::Connection(file).execute("CREATE TABLE t (x)");
-  const std::string foreign = readFile(file);
+  const std::string foreign = tests::contentsOf(file);
   for (const std::string& bytes :
        {foreign, std::string("x"), std::string("to do\n"), std::string(600, '\n'),
         std::string("SQLite format 3"), "SQLite format 3\n" + std::string(50'000, 'x'),
@@ -91,7 +91,7 @@ TEST_F(Ask, LeavesAFileThatIsNoStoreAsItIs) {
     const Ran ran = ask("flags --user-id ann --store " + file);
     EXPECT_EQ(ran.status, 1);
     EXPECT_EQ(ran.err, "cannot open " + file + " as a store\n");
-    EXPECT_TRUE(readFile(file) == bytes);
+    EXPECT_TRUE(tests::contentsOf(file) == bytes);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 1);
   }
 }

@@ -6,9 +6,9 @@
 
 #include <array>
 #include <csignal>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
+
+#include "tests/base/case_table.h"
 
 namespace corvo::tool {
 namespace {
@@ -33,11 +33,6 @@ int exitStatus(int status) {
 
 }  // namespace
 
-std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 Ran runCorvo(const std::string& arguments) {
   const std::string errors = testing::TempDir() + "corvo_errors_" + std::to_string(getpid());
   const std::string command = CORVO_COMMAND " " + arguments + " 2>" + errors;
@@ -45,7 +40,7 @@ Ran runCorvo(const std::string& arguments) {
   Ran ran;
   ran.out = readAll(output);
   ran.status = exitStatus(pclose(output));
-  ran.err = readFile(errors);
+  ran.err = tests::contentsOf(errors);
   return ran;
 }
 

@@ -17,8 +17,6 @@ struct Ran {
 /// Runs `corvo` with the arguments, written as for the shell.
 Ran runCorvo(const std::string& arguments);
 
-std::string readFile(const std::string& path);
-
 /// `corvo serve` on a free port, from its construction until it is stopped or destroyed.
 class Backend {
  public:

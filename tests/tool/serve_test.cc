@@ -96,14 +96,14 @@ TEST_F(Serve, SaysWhereADocumentIsBroken) {
   Backend backend(arguments() + " 2>" + errors);
   std::string said = folder_ + "config.json:1:1: expected object, found array\n" + folder_ +
                      "geo.json:2:24: expected a name in quotes\n";
-  EXPECT_EQ(readFile(errors), said);
+  EXPECT_EQ(tests::contentsOf(errors), said);
   httplib::Client http(backend.url());
   for (const auto& [file, content, says] : edits) {
     write(file, content);
     const std::string path = file == "geo.json" ? "/geo" : "/config.json";
     for (int i = 0; i < 2; ++i) EXPECT_EQ(http.Get(path, kHeaders)->body, content);
     if (!says.empty()) said += folder_ + file + ":" + says + "\n";
-    EXPECT_EQ(readFile(errors), said) << content;
+    EXPECT_EQ(tests::contentsOf(errors), said) << content;
   }
 }
 

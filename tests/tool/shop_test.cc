@@ -14,7 +14,7 @@ namespace {
 
 TEST(Shop, DecodesWithoutADrop) {
   std::vector<model::Drop> drops;
-  const auto decoded = model::decodeConfig(readFile(CORVO_SHOP "/config.json"), drops);
+  const auto decoded = model::decodeConfig(tests::contentsOf(CORVO_SHOP "/config.json"), drops);
   for (const model::Drop& drop : drops) ADD_FAILURE() << drop.pointer << ": " << drop.reason;
   const auto* config = std::get_if<model::ConfigResponse>(&decoded);
   ASSERT_NE(config, nullptr);
@@ -26,8 +26,8 @@ TEST(Shop, DecodesWithoutADrop) {
 std::string answer(const PropertyMap& properties, const std::string& asked) {
   fakes::FakePlatform fake;
   fake.device->vendor = std::nullopt;
-  fake.session->always("config.json", fakes::ok(readFile(CORVO_SHOP "/config.json")));
-  fake.session->always("geo", fakes::ok(readFile(CORVO_SHOP "/geo.json")));
+  fake.session->always("config.json", fakes::ok(tests::contentsOf(CORVO_SHOP "/config.json")));
+  fake.session->always("geo", fakes::ok(tests::contentsOf(CORVO_SHOP "/geo.json")));
   CorvoUser user{properties, PropertyMap()};
   for (const auto& [name, value] : properties) {
     user.corvoExpiration->emplace(name, "2024-05-02 12:00:00");
