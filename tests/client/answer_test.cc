@@ -10,28 +10,22 @@
 namespace corvo {
 namespace {
 
-// The least of a coroutine type: runs at once, and destroys itself at its end.
-struct FireAndForget {
+// The least of a coroutine type: runs at once, and is destroyed at its end or by its owner.
+template <class AtEnd>
+struct Coroutine {
   struct promise_type {
-    FireAndForget get_return_object() { return {}; }
+    Coroutine get_return_object() {
+      return {std::coroutine_handle<promise_type>::from_promise(*this)};
+    }
     std::suspend_never initial_suspend() { return {}; }
-    std::suspend_never final_suspend() noexcept { return {}; }
-    void return_void() {}
-    void unhandled_exception() { throw; }
-  };
-};
-
-// One whose frame its owner destroys.
-struct Owned {
-  struct promise_type {
-    Owned get_return_object() { return {std::coroutine_handle<promise_type>::from_promise(*this)}; }
-    std::suspend_never initial_suspend() { return {}; }
-    std::suspend_always final_suspend() noexcept { return {}; }
+    AtEnd final_suspend() noexcept { return {}; }
     void return_void() {}
     void unhandled_exception() { throw; }
   };
   std::coroutine_handle<promise_type> handle;
 };
+using FireAndForget = Coroutine<std::suspend_never>;
+using Owned = Coroutine<std::suspend_always>;
 
 class AnswerTest : public ClientTest {
  protected:

@@ -70,15 +70,17 @@ fakes::Reply reply(const std::string& text) {
   return std::isdigit(text.front()) != 0 ? fakes::status(std::stoi(text), "{}") : fakes::ok(text);
 }
 
-/// Sets "userId=u plan=gold"; whatever is not well known is a custom property.
+/// Sets "userId=u, plan=gold"; whatever is not well known is a custom property.
 void put(CorvoUser::Builder& user, const std::string& properties) {
   using Builder = CorvoUser::Builder;
   static const std::map<std::string, Builder& (Builder::*)(OptionalText)> kSetters{
-      {"userId", &Builder::setUserId},
-      {"email", &Builder::setEmail},
-      {"os.name", &Builder::setOsName}};
+      {"userId", &Builder::setUserId},      {"profileId", &Builder::setProfileId},
+      {"deviceId", &Builder::setDeviceId},  {"appVersion", &Builder::setAppVersion},
+      {"os.name", &Builder::setOsName},     {"geo.country", &Builder::setGeoCountry},
+      {"geo.state", &Builder::setGeoState}, {"geo.city", &Builder::setGeoCity},
+      {"email", &Builder::setEmail}};
   std::istringstream words(properties);
-  for (std::string word; words >> word;) {
+  for (std::string word; std::getline(words >> std::ws, word, ',');) {
     const auto [name, value] = parts(word, "=");
     if (const auto setter = kSetters.find(name); setter != kSetters.end()) {
       (user.*setter->second)(value);
@@ -89,23 +91,25 @@ void put(CorvoUser::Builder& user, const std::string& properties) {
 }
 
 struct Session {
-  std::string title;
+  std::string name;
   std::vector<std::string> steps;
 };
-void PrintTo(const Session& session, std::ostream* out) { *out << session.title; }
+void PrintTo(const Session& session, std::ostream* out) { *out << session.name; }
 
 /// Those of a file, with their definitions filled in.
-std::vector<Session> readSessions(const std::string& name, const std::string& failing = {}) {
+std::vector<Session> readSessions(const std::string& name, const std::string& failing) {
   std::vector<Session> sessions;
   std::vector<std::pair<std::string, std::string>> definitions{{"$FAILING", failing}};
-  std::ifstream file(CORVO_CLIENT_CASES + name);
+  std::ifstream file(CORVO_CLIENT_CASES + name + ".txt");
   for (std::string line; std::getline(file, line);) {
     if (line.empty() || line.front() == '#') continue;
     for (const auto& [what, text] : definitions) tests::replaceAll(line, what, text);
     if (line.front() == '$') {
       definitions.push_back(parts(line, " = "));
     } else if (line.starts_with("== ")) {
-      sessions.push_back({line.substr(3), {}});
+      std::string title = name + failing + line;
+      std::erase_if(title, [](char c) { return std::isalnum(c) == 0; });
+      sessions.push_back({title, {}});
     } else {
       sessions.back().steps.push_back(line);
     }
@@ -170,6 +174,7 @@ class SessionTest : public ClientTest, public testing::WithParamInterface<Sessio
 
   std::optional<ClientRegistry> process{std::in_place, fake.platform()};
   std::shared_ptr<CorvoClient> client;
+  CorvoExperimentPointer held;
   std::string tag = "tag";
   std::string token = "token";
   std::uint64_t cacheTTL = 10;
@@ -183,7 +188,15 @@ const std::map<std::string, SessionTest::Act> SessionTest::kActs{
     {"next-geo", [](Self s, Text text) { s.fake.session->next("geo", reply(text)); }},
     {"advance", [](Self s, Text seconds) { s.fake.time->advance(std::stod(seconds)); }},
     {"clock", [](Self s, Text moment) { s.fake.time->set(std::stod(moment)); }},
-    {"zone", [](Self s, Text offset) { s.fake.timeZone->change(std::stoi(offset)); }},
+    {"zone",
+     [](Self s, Text about) {
+       std::istringstream numbers(about);
+       std::int32_t offset = 0;
+       numbers >> offset;
+       fakes::FakeTimeZone::Transitions transitions;
+       for (std::int64_t moment = 0; numbers >> moment;) numbers >> transitions[moment];
+       s.fake.timeZone->change(offset, transitions);
+     }},
     {"device",
      [](Self s, Text id) {
        s.fake.device->vendor = id == "(none)" ? std::nullopt : std::optional(id);
@@ -242,6 +255,7 @@ const std::map<std::string, SessionTest::Act> SessionTest::kActs{
        index[0] == '-' ? s.client->includeForce(name, std::stoll(index)).get()
                        : s.client->includeForce(name, std::stoull(index)).get();
      }},
+    {"hold", [](Self s, Text name) { s.held = s.client->getExperiment(name).get(); }},
     {"exclude", [](Self s, Text name) { s.client->excludeForce(name).get(); }},
     {"exclude-all", [](Self s, Text) { s.client->excludeForceAll().get(); }},
 };
@@ -263,16 +277,17 @@ const std::map<std::string, SessionTest::Question> SessionTest::kQuestions{
     {"experiment", [](Self s, Text n) { return shown(s.client->getExperiment(n).get()); }},
     {"feature",
      [](Self s, Text n) {
-       const auto [experiment, flag] = parts(n, "/");
-       const auto handle = s.client->getExperiment(experiment).get();
-       return shown(handle->getFeatureValue<std::string>(flag));
+       return shown(s.client->getExperiment(parts(n, "/").first)
+                        .get()
+                        ->getFeatureValue<std::string>(parts(n, "/").second));
      }},
     {"param",
      [](Self s, Text n) {
-       const auto [experiment, param] = parts(n, "/");
-       const auto handle = s.client->getExperiment(experiment).get();
-       return shown(handle->getParamValue<std::string>(param));
+       return shown(s.client->getExperiment(parts(n, "/").first)
+                        .get()
+                        ->getParamValue<std::string>(parts(n, "/").second));
      }},
+    {"held", [](Self s, Text n) { return shown(s.held->getFeatureFlagValue<std::string>(n)); }},
     {"details", [](Self s, Text) { return shown(s.client->getUserExperimentsDetails().get()); }},
     {"details-alone",
      [](Self s, Text) { return shown(s.client->getUserExperimentsDetails(false).get()); }},
@@ -289,27 +304,22 @@ TEST_P(SessionTest, GoesAsWritten) {
   for (const std::string& step : GetParam().steps) take(step);
 }
 
-std::string nameOf(const testing::TestParamInfo<Session>& session) {
-  std::string name;
-  for (const char c : session.param.title) {
-    if (std::isalnum(c) != 0) name += c;
+std::vector<Session> allSessions() {
+  std::vector<Session> all;
+  for (const auto& [file, failing] : {std::pair{"sessions", ""},
+                                      {"experiments", ""},
+                                      {"forcing", ""},
+                                      {"shop", ""},
+                                      {"days", ""},
+                                      {"outages", "opening"},
+                                      {"outages", "reading"},
+                                      {"outages", "reading writing"}}) {
+    for (Session& session : readSessions(file, failing)) all.push_back(std::move(session));
   }
-  return name;
+  return all;
 }
-
-INSTANTIATE_TEST_SUITE_P(Usual, SessionTest, testing::ValuesIn(readSessions("sessions.txt")),
-                         nameOf);
-INSTANTIATE_TEST_SUITE_P(Experiments, SessionTest,
-                         testing::ValuesIn(readSessions("experiments.txt")), nameOf);
-INSTANTIATE_TEST_SUITE_P(Forcing, SessionTest, testing::ValuesIn(readSessions("forcing.txt")),
-                         nameOf);
-INSTANTIATE_TEST_SUITE_P(Days, SessionTest, testing::ValuesIn(readSessions("days.txt")), nameOf);
-INSTANTIATE_TEST_SUITE_P(NotOpened, SessionTest,
-                         testing::ValuesIn(readSessions("outages.txt", "opening")), nameOf);
-INSTANTIATE_TEST_SUITE_P(NotRead, SessionTest,
-                         testing::ValuesIn(readSessions("outages.txt", "reading")), nameOf);
-INSTANTIATE_TEST_SUITE_P(NotReadNorWritten, SessionTest,
-                         testing::ValuesIn(readSessions("outages.txt", "reading writing")), nameOf);
+INSTANTIATE_TEST_SUITE_P(Of, SessionTest, testing::ValuesIn(allSessions()),
+                         [](const auto& session) { return session.param.name; });
 
 // Entries of one name, the first with a mebibyte that all of them show.
 TEST_F(ClientTest, ShowsSixtyFourMebibytesOfRepeatedValuesAtMost) {
@@ -338,33 +348,6 @@ TEST_F(ClientTest, ShowsSixtyFourMebibytesOfRepeatedValuesAtMost) {
     fake.session->always("config.json", fakes::ok(document + "," + before + after + "]}]}"));
     EXPECT_THROW(client->getUserExperimentsDetails().get(), CorvoError) << list;
   }
-}
-
-// Local half past two is before three, unless the clocks skip that hour.
-TEST_F(ClientTest, AHandleStaysAsItWasMade) {
-  fake.session->always("config.json", fakes::ok(R"({"experiments": [
-      {"name": "e", "salt": "s", "allocation": 1, "groups": [{"name": "g", "weight": 1}],
-       "feature_flags": [{"name": "f", "type": "t", "groups": [{"group": "g", "rules": [
-         {"is_default": false, "value": "12", "conditional_statement": "AND", "conditions": [
-           {"name": "userId", "condition_sign": "equal", "value": "u"},
-           {"name": "custom.at", "condition_sign": "before time",
-            "value": "2024-03-31 03:00"}]}]}]}]}]})"));
-  auto client = makeClient(0, CorvoUser::Builder(fake.time, fake.timeZone)
-                                  .setUserId("u")
-                                  .setCustomProperty("2024-03-31 02:30", "at")
-                                  .build());
-  const CorvoExperimentPointer experiment = client->getExperiment("e").get();
-  fake.timeZone->change(3600, {{1'711'846'800, 7200}});  // 2024-03-31 01:00 UTC
-  const CorvoExperimentPointer later = client->getExperiment("e").get();
-  EXPECT_THROW(static_cast<void>(later->getFeatureValue<bool>("f")), CorvoError);
-  fake.session->always("config.json", fakes::ok("{}"));
-  client->clearUserProperties();
-  fake.time->advance(1e6);
-  EXPECT_THROW(client->getExperiment("e").get(), CorvoError);
-  registry.removeClient("tag");
-  client.reset();
-  EXPECT_EQ(experiment->getFeatureFlagValue<std::int64_t>("f"), 12);
-  EXPECT_EQ(experiment->getFeatureValue<bool>("f"), std::nullopt) << "no form of a boolean";
 }
 
 }  // namespace

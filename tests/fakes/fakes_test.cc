@@ -105,18 +105,6 @@ TEST_F(ScriptedSessionTest, AnswersInsideTheCallByRoute) {
   EXPECT_EQ(session->requests()[1].url, "http:/h/geo?a=/b");
 }
 
-TEST_F(ScriptedSessionTest, AnswersLaterInTheOrderOfTheDelays) {
-  session->next("r", after(2, ok("slow")));
-  session->next("r", after(1, failure()));
-  session->next("r", silence());
-  for (int i = 0; i < 3; ++i) ask("r");
-  EXPECT_THAT(bodies, ElementsAre());
-  time->advance(1);
-  EXPECT_THAT(bodies, ElementsAre("failed"));
-  time->advance(1000);
-  EXPECT_THAT(bodies, ElementsAre("failed", "slow"));
-}
-
 TEST_F(ScriptedSessionTest, DropsWhatIsUnderWayWhenDestroyed) {
   const auto held = std::make_shared<int>();
   for (const Reply& reply : {after(1, ok({})), after(1, ok({})), silence()}) {

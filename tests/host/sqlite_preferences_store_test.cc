@@ -331,6 +331,8 @@ TEST_F(DamagedStoreTest, AnIdentifierThatIsNoneIsReplaced) {
   EXPECT_NE(second, first);
   EXPECT_TRUE(host::isUuid(second.value()));
   EXPECT_EQ(open().device->vendorIdentifier(), second);
+  EXPECT_NE(hostPlatform({.inMemory = true}).device->vendorIdentifier(),
+            hostPlatform({.inMemory = true}).device->vendorIdentifier());
 }
 
 TEST_F(SqlitePreferencesStoreTest, IsNullWithoutAFolderAndWorksOnceThereIsOne) {
@@ -542,15 +544,6 @@ TEST_F(SqlitePreferencesStoreTest, TheIdentifierThatAnotherProcessIsMakingCounts
   std::optional<std::string> ours;
   while (!ours) ours = open().device->vendorIdentifier();
   EXPECT_EQ(ours, theirs);
-}
-
-TEST_F(SqlitePreferencesStoreTest, TheInstallationOutlivesTheProcess) {
-  const auto first = open().device->vendorIdentifier();
-  EXPECT_EQ(open().device->vendorIdentifier(), first);
-  fs::remove_all(folder_);
-  EXPECT_NE(open().device->vendorIdentifier(), first);
-  EXPECT_NE(hostPlatform({.inMemory = true}).device->vendorIdentifier(),
-            hostPlatform({.inMemory = true}).device->vendorIdentifier());
 }
 
 TEST(DataFolderTest, LiesInTheUsersDataFolder) {

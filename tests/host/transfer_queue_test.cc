@@ -1,6 +1,5 @@
 #include <corvo/host.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <chrono>
@@ -19,8 +18,6 @@ using tests::RawReply;
 
 class TransferQueueTest : public testing::Test {
  protected:
-  TransferQueueTest() { setenv("no_proxy", "127.0.0.1,localhost", 1); }
-
   void ask(const std::string& url, double timeoutSeconds = 30) {
     host_.platform.urlSession->start({"GET", url, {}, timeoutSeconds}, [this](UrlResponse came) {
       came_.push_back(std::move(came));

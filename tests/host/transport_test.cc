@@ -39,8 +39,6 @@ auto hasLine(const std::string& line) { return HasSubstr("\r\n" + line + "\r\n")
 
 class TransportTest : public testing::Test {
  protected:
-  TransportTest() { setenv("no_proxy", "127.0.0.1,localhost", 1); }
-
   UrlResponse ask(UrlRequest request, double timeoutSeconds = 30) {
     request.timeoutSeconds = timeoutSeconds;
     std::optional<UrlResponse> response;

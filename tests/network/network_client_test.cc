@@ -154,19 +154,5 @@ TEST_F(NetworkClientTest, DropsTheAnswerWhenTheClientIsGone) {
   }
 }
 
-TEST_F(NetworkClientTest, MayBeReleasedByACallbackThatThrows) {
-  session->always("geo", ok(kBody));
-  makeClient(5, session);
-  const auto onSuccess = [this](const PropertyMap&) {
-    const std::weak_ptr<NetworkClientImpl> watched = std::exchange(client, nullptr);
-    EXPECT_TRUE(watched.expired()) << "nothing of ours keeps it";
-    throw std::runtime_error("thrown by the application");
-  };
-  client->request(LocationRoute("t", "u"), onSuccess, [](const CorvoNetworkError&) { FAIL(); });
-  EXPECT_THROW(time->run(), std::runtime_error);
-  time->run();
-  EXPECT_EQ(session->requests().size(), 1U);
-}
-
 }  // namespace
 }  // namespace corvo::network

@@ -3,7 +3,6 @@
 #include <corvo/host.h>
 #include <curl/curl.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <list>
@@ -267,7 +266,6 @@ class FaultsTest : public testing::Test {
 };
 
 TEST_F(FaultsTest, CostAnAnswerAtMost) {
-  setenv("no_proxy", "127.0.0.1,localhost", 1);
   readTables();
   constexpr std::size_t kMostBytes = 65'536;
   askAll(slow_, makeHost({.inMemory = true,

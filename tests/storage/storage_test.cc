@@ -1,8 +1,6 @@
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
-#include <limits>
-
 #include "storage/storage_client.h"
 #include "storage/storage_property.h"
 
@@ -31,24 +29,6 @@ class StoragePropertyTest : public testing::Test {
   const std::shared_ptr<fakes::MemoryPreferencesStore> store_ =
       std::make_shared<fakes::MemoryPreferencesStore>();
 };
-
-TEST_F(StoragePropertyTest, LivesForLessThanItsTimeToLive) {
-  struct Case {
-    double age;
-    bool valid;
-  };
-  for (const auto& [age, valid] :
-       {Case{0, true}, Case{9.9, true}, Case{10, false}, Case{1e9, false}, Case{-3600, true},
-        Case{std::numeric_limits<double>::quiet_NaN(), false}}) {
-    auto written = slot(10);
-    written.write(text("a"), kWritten);
-    auto restarted = slot(10);
-    for (auto* property : {&written, &restarted}) {
-      EXPECT_EQ(property->isValid(kWritten + age), valid) << age;
-      EXPECT_EQ(property->read(kWritten + age) != nullptr, valid) << age;
-    }
-  }
-}
 
 TEST_F(StoragePropertyTest, NeedsItsUpdateTimeAfterARestart) {
   slot(10).write(text("a"), kWritten);
@@ -84,18 +64,6 @@ TEST_F(StoragePropertyTest, ReadsAndDecodesTheSameBytesOnce) {
   EXPECT_EQ(store_->reads("suite", "key.value"), 1U);
   put("key.value", "\"b\"");
   EXPECT_EQ(*property.read(), "b");
-}
-
-TEST_F(StoragePropertyTest, KeepsInMemoryWhatCannotBeEncoded) {
-  put("config.value", "{}");
-  ExpiringProperty<model::ConfigResponse> property("config", protocol(), 10);
-  model::ConfigResponse config;
-  config.experiments.emplace_back().allocation = std::numeric_limits<double>::infinity();
-  property.write(std::make_shared<const model::ConfigResponse>(config), kWritten);
-  EXPECT_EQ(*property.read(kWritten), config);
-  EXPECT_EQ(store_->contents("suite"),
-            (std::map<std::string, std::string>{{"config.value", "{}"},
-                                                {"config.update_time", "736257600"}}));
 }
 
 /// Gives whatever suite is there now, as when a file was set aside and a new one begun.

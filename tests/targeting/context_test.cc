@@ -5,7 +5,6 @@
 
 #include <limits>
 #include <map>
-#include <stdexcept>
 #include <string>
 
 #include "targeting/device_properties.h"
@@ -171,24 +170,6 @@ TEST(DeviceProperties, ShowDateAndMinute) {
   expectClock(kNow + 1, "2024-05-01 13:00");
   expectClock(-1, "1969-12-31 23:59");
   expectClock(std::numeric_limits<double>::quiet_NaN(), "1970-01-01 00:00");
-}
-
-TEST(DeviceProperties, ShowTheTimeOnceTheZoneCanTellIt) {
-  struct : TimeZone {
-    bool fails = true;
-    [[nodiscard]] std::int32_t offsetAt(std::int64_t /*moment*/) const override {
-      return fails ? throw std::runtime_error("no zone") : kHour;
-    }
-    [[nodiscard]] std::uint64_t identifier() const override { return 0; }
-  } zone;
-  const LocalTime localTime(zone);
-  DeviceProperties device({});
-  EXPECT_THROW(static_cast<void>(device.at(kNow, 0, localTime)), std::runtime_error);
-  zone.fails = false;
-  const PropertyLayer::Property* time = device.at(kNow, 0, localTime).find("time");
-  EXPECT_EQ(time->value, "2024-05-01 13:00");
-  EXPECT_EQ(device.at(kNow + 60, 0, localTime).find("time"), time);
-  EXPECT_EQ(time->value, "2024-05-01 13:01");
 }
 
 }  // namespace

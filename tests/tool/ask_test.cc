@@ -6,9 +6,11 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "host/sqlite.h"
+#include "model/codec.h"
 #include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
 
@@ -128,6 +130,16 @@ TEST_F(Ask, RefusesWrongUsage) {
     EXPECT_EQ(ran.out, "") << question;
     EXPECT_NE(ran.err, "") << question;
   }
+}
+
+TEST(Shop, DecodesWithoutADrop) {
+  std::vector<model::Drop> drops;
+  const auto decoded = model::decodeConfig(tests::contentsOf(CORVO_SHOP "/config.json"), drops);
+  for (const model::Drop& drop : drops) ADD_FAILURE() << drop.pointer << ": " << drop.reason;
+  const auto* config = std::get_if<model::ConfigResponse>(&decoded);
+  ASSERT_NE(config, nullptr);
+  EXPECT_EQ(config->featureFlags.size(), 13);
+  EXPECT_EQ(config->experiments.size(), 7);
 }
 
 }  // namespace
