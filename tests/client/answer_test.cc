@@ -96,7 +96,7 @@ TEST_F(AnswerTest, LeavesADroppedCoroutineToItsOwner) {
 }
 
 TEST_F(AnswerTest, GetsItsAnswerByRunningTheQueueAndItsTime) {
-  fake.session->next("config.json", fakes::after(5, fakes::ok(kConfig)));
+  fake.session->next("config.json", fakes::after(5, fakes::ok(project)));
   const double start = fake.time->now();
   EXPECT_EQ(client->checkFlag<bool>("on").get(), true);
   EXPECT_EQ(fake.time->now(), start + 5);
@@ -120,7 +120,7 @@ TEST_F(AnswerTest, MovesBeforeAndAfterItIsSettled) {
 }
 
 TEST_F(AnswerTest, MayBeAwaitedOnAnotherThreadThanTheOneThatBringsIt) {
-  fake.session->next("config.json", fakes::after(1, fakes::ok(kConfig)));
+  fake.session->next("config.json", fakes::after(1, fakes::ok(project)));
   auto answer = client->checkFlag<bool>("on");
   std::optional<bool> seen;
   const auto wait = [](Answer<std::optional<bool>>& awaited,

@@ -8,24 +8,14 @@
 #include <optional>
 #include <string>
 
+#include "tests/base/case_table.h"
+
 namespace corvo {
 
-/// Whole clients on the fakes. Each client asks a backend that has a small project and a location.
-class ClientTest : public testing::Test {
- protected:
-  static constexpr const char* kConfig = R"({"feature_flags": [
-      {"name": "on", "type": "bool", "rules": [
-          {"is_default": true, "value": "true", "conditional_statement": "-", "conditions": []}]},
-      {"name": "berlin", "type": "string", "rules": [
-          {"is_default": false, "value": "yes", "conditional_statement": "AND", "conditions": [
-              {"name": "geo.city", "condition_sign": "equal", "value": "Berlin"}]}]},
-      {"name": "mine", "type": "string", "rules": [
-          {"is_default": false, "value": "yes", "conditional_statement": "AND", "conditions": [
-              {"name": "custom.plan", "condition_sign": "equal", "value": ["gold"]}]}]},
-      {"name": "empty", "type": "string", "rules": []}]})";
-
-  ClientTest() {
-    fake.session->always("config.json", fakes::ok(kConfig));
+/// Clients on the fakes, which ask a backend that has a small project and a location.
+struct ClientWorld {
+  ClientWorld() {
+    fake.session->always("config.json", fakes::ok(project));
     fake.session->always("geo", fakes::ok(R"({"city": "Berlin"})"));
   }
 
@@ -45,8 +35,11 @@ class ClientTest : public testing::Test {
   std::size_t configRequests() const { return fake.session->requestCount("config.json"); }
   std::size_t geoRequests() const { return fake.session->requestCount("geo"); }
 
+  const std::string project = tests::contentsOf(CORVO_CLIENT_CASES "project.json");
   fakes::FakePlatform fake;
   ClientRegistry registry{fake.platform()};
 };
+
+class ClientTest : public testing::Test, protected ClientWorld {};
 
 }  // namespace corvo

@@ -8,6 +8,7 @@
 #include <tuple>
 #include <utility>
 
+#include "base/number.h"
 #include "model/codec.h"
 #include "tests/base/case_table.h"
 #include "tests/client/client_fixture.h"
@@ -187,7 +188,7 @@ const std::map<std::string, SessionTest::Act> SessionTest::kActs{
     {"next-config", [](Self s, Text text) { s.fake.session->next("config.json", reply(text)); }},
     {"next-geo", [](Self s, Text text) { s.fake.session->next("geo", reply(text)); }},
     {"advance", [](Self s, Text seconds) { s.fake.time->advance(std::stod(seconds)); }},
-    {"clock", [](Self s, Text moment) { s.fake.time->set(std::stod(moment)); }},
+    {"clock", [](Self s, Text moment) { s.fake.time->set(base::parseDouble(moment).value()); }},
     {"zone",
      [](Self s, Text about) {
        std::istringstream numbers(about);
@@ -310,6 +311,7 @@ std::vector<Session> allSessions() {
                                       {"experiments", ""},
                                       {"forcing", ""},
                                       {"shop", ""},
+                                      {"expiries", ""},
                                       {"days", ""},
                                       {"outages", "opening"},
                                       {"outages", "reading"},

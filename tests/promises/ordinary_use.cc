@@ -1,6 +1,6 @@
 #include <corvo/corvo.h>
 
-#include <cstdlib>
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <iterator>

@@ -6,18 +6,13 @@
 
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <stdexcept>
 
 #include "tests/base/case_table.h"
 
 namespace corvo::tool {
 namespace {
-
-std::string readAll(FILE* stream) {
-  std::string text;
-  for (int c = std::fgetc(stream); c != EOF; c = std::fgetc(stream)) text += static_cast<char>(c);
-  return text;
-}
 
 std::string readLine(FILE* stream) {
   std::array<char, 256> line{};
@@ -34,14 +29,10 @@ int exitStatus(int status) {
 }  // namespace
 
 Ran runCorvo(const std::string& arguments) {
-  const std::string errors = testing::TempDir() + "corvo_errors_" + std::to_string(getpid());
-  const std::string command = CORVO_COMMAND " " + arguments + " 2>" + errors;
-  FILE* output = popen(command.c_str(), "r");
-  Ran ran;
-  ran.out = readAll(output);
-  ran.status = exitStatus(pclose(output));
-  ran.err = tests::contentsOf(errors);
-  return ran;
+  const std::string said = testing::TempDir() + "corvo_said_" + std::to_string(getpid());
+  const int status =
+      std::system((CORVO_COMMAND " >" + said + " 2>" + said + "_wrongly " + arguments).c_str());
+  return {exitStatus(status), tests::contentsOf(said), tests::contentsOf(said + "_wrongly")};
 }
 
 Backend::Backend(const std::string& arguments)

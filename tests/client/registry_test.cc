@@ -7,37 +7,18 @@
 namespace corvo {
 namespace {
 
-/// Asks whether a flag is known.
-bool knows(CorvoClient& client) {
-  bool known = false;
-  client.checkFlag<bool>("f", [&](auto) { known = true; });
-  return known;
-}
-
 /// A client that is made, and asked, before `main`.
-struct EarlyClient {
-  fakes::FakePlatform fake;
-  ClientRegistry registry{fake.platform()};
-  std::shared_ptr<CorvoClient> client =
-      registry.initializeClient("t", std::nullopt, "https://a", 60, 0, "t");
-
-  EarlyClient() {
-    fake.session->always("config.json", fakes::ok(R"({"feature_flags": [
-        {"name": "f", "type": "t", "rules": [{"is_default": true, "value": "true",
-         "conditional_statement": "-", "conditions": []}]}]})"));
-    fake.session->always("geo", fakes::ok("{}"));
-    client->getAllUserHoldouts().get();
-  }
-};
-const EarlyClient early;
-const bool knownEarly = knows(*early.client);
+const struct Early : ClientWorld {
+  std::shared_ptr<CorvoClient> client = makeClient();
+  bool answered = client->checkFlag<bool>("on").get() == true;
+} early;
 
 TEST(EarlyClientTest, AnswersTheSameBeforeMainAndAfter) {
-  EXPECT_TRUE(knownEarly);
-  EXPECT_TRUE(knows(*early.client));
+  EXPECT_TRUE(early.answered);
+  EXPECT_EQ(early.client->checkFlag<bool>("on").get(), true);
 }
 
-using RegistryTest = ClientTest;
+class RegistryTest : public ClientTest {};
 
 TEST_F(RegistryTest, RefusesATagThatIsTakenUntilItIsRemoved) {
   const auto first = makeClient();
