@@ -102,28 +102,5 @@ TEST(Condition, OfNoValuesIsFalseWhateverItsSign) {
   }
 }
 
-TEST(Condition, AsksTheZoneOfNowForTheMoments) {
-  fakes::FakeTimeZone zone;
-  const LocalTime localTime(zone);
-  struct Case {
-    ConditionSign sign;
-    const char* property;
-    const char* value;
-    bool afterwards;  // in the zone that skips 02:00 to 03:00; before that all hold
-  };
-  const Case cases[] = {{ConditionSign::afterTime, "2024-03-31 03:15", "2024-03-31 01:59", true},
-                        {ConditionSign::beforeTime, "2024-03-31 02:30", "2024-03-31 03:45", false},
-                        {ConditionSign::afterTime, "2024-03-31 03:15", "2024-03-31 02:30", false},
-                        {ConditionSign::onDate, "2024-03-30 02:30", "2024-03-31 02:29", false},
-                        {ConditionSign::onDate, "2024-03-30 12:00", "2024-03-31 11:59", true}};
-  for (const Case& c : cases) {
-    const Asked asked("date", c.property, c.sign, {c.value});
-    zone.change(0);
-    EXPECT_TRUE(asked.matches(localTime)) << c.value;
-    zone.change(3'600, {{1'711'846'800, 7'200}});
-    EXPECT_EQ(asked.matches(localTime), c.afterwards) << c.value;
-  }
-}
-
 }  // namespace
 }  // namespace corvo::targeting
