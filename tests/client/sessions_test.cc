@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -115,6 +116,7 @@ std::vector<Session> readSessions(const std::string& name, const std::string& fa
       sessions.back().steps.push_back(line);
     }
   }
+  if (sessions.empty()) throw std::runtime_error("no sessions in " + name);
   return sessions;
 }
 
