@@ -3,57 +3,11 @@
 #include <exception>
 #include <string_view>
 
+#include "host/system.h"
 #include "host/uuid.h"
-
-#ifdef _WIN32
-#include <windows.h>
-#else
-#include <sys/utsname.h>
-#ifdef __APPLE__
-#include <sys/sysctl.h>
-#endif
-#endif
 
 namespace corvo::host {
 namespace {
-
-struct System {
-  std::string name;
-  std::string version;
-};
-
-#if defined(_WIN32)
-
-System describeSystem() {
-  using GetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);  // `GetVersionEx` would lie
-  const auto get = reinterpret_cast<GetVersion>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion")));
-  OSVERSIONINFOW info{};
-  info.dwOSVersionInfoSize = sizeof info;
-  if (get == nullptr || get(&info) != 0) return {"Windows", ""};
-  return {"Windows", std::to_string(info.dwMajorVersion) + "." +
-                         std::to_string(info.dwMinorVersion) + "." +
-                         std::to_string(info.dwBuildNumber)};
-}
-
-#elif defined(__APPLE__)
-
-System describeSystem() {
-  char version[64] = "";
-  std::size_t size = sizeof version - 1;
-  if (sysctlbyname("kern.osproductversion", version, &size, nullptr, 0) != 0) version[0] = '\0';
-  return {"macOS", version};
-}
-
-#else
-
-System describeSystem() {
-  utsname system{};
-  if (uname(&system) != 0) return {};
-  return {system.sysname, system.release};
-}
-
-#endif
 
 /// The leading numbers joined by dots: a Linux release goes on with the distribution's remarks.
 std::string numericPart(std::string_view version) {

@@ -1,8 +1,6 @@
 #pragma once
 
-#ifndef _WIN32
-#include <csignal>
-#endif
+#include "host/system.h"
 
 namespace corvo::host {
 
@@ -11,33 +9,13 @@ namespace corvo::host {
 /// ignored, for that would hold for the whole process. One that was pending before stays so.
 class WithoutSigpipe {
  public:
+  WithoutSigpipe() noexcept : sigpipe_(blockSigpipe()) {}
   WithoutSigpipe(const WithoutSigpipe&) = delete;
   WithoutSigpipe& operator=(const WithoutSigpipe&) = delete;
-#ifdef _WIN32
-  WithoutSigpipe() noexcept {}  // there is no such signal
-#else
-  WithoutSigpipe() noexcept {
-    sigemptyset(&sigpipe_);
-    sigaddset(&sigpipe_, SIGPIPE);
-    isBlocked_ = !isPending() && pthread_sigmask(SIG_BLOCK, &sigpipe_, &before_) == 0;
-  }
-  ~WithoutSigpipe() {
-    if (!isBlocked_) return;
-    int taken = 0;
-    if (isPending()) sigwait(&sigpipe_, &taken);
-    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-  }
+  ~WithoutSigpipe() { releaseSigpipe(sigpipe_); }
 
  private:
-  static bool isPending() noexcept {
-    sigset_t pending{};
-    return sigpending(&pending) == 0 && sigismember(&pending, SIGPIPE) == 1;
-  }
-
-  sigset_t sigpipe_{};
-  sigset_t before_{};
-  bool isBlocked_ = false;
-#endif
+  const Sigpipe sigpipe_;
 };
 
 }  // namespace corvo::host

@@ -11,6 +11,25 @@ void check(int code) {
 
 }  // namespace
 
+std::string sqliteName(const std::filesystem::path& file) {
+  const std::u8string text = file.u8string();
+  return {text.begin(), text.end()};
+}
+
+std::string sqliteUri(const std::filesystem::path& file) {
+  const std::u8string text = file.generic_u8string();
+  std::string encoded = text.starts_with(u8'/') ? "file://" : "file:///";
+  for (const char8_t byte : text) {
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    if (byte == '%' || byte == '?' || byte == '#') {
+      encoded.append({'%', kDigits[byte >> 4], kDigits[byte & 0x0F]});
+    } else {
+      encoded += static_cast<char>(byte);
+    }
+  }
+  return encoded;
+}
+
 Statement::Statement(sqlite3* database, std::string_view sql) {
   sqlite3_stmt* statement = nullptr;
   check(sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()),

@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <exception>
+#include <filesystem>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -29,6 +30,11 @@ class SqliteError final : public std::exception {
  private:
   int code_;
 };
+
+/// The name of a file as SQLite takes it, in UTF-8 everywhere.
+[[nodiscard]] std::string sqliteName(const std::filesystem::path& file);
+/// The URI of a file (RFC 8089), as SQLite reads it.
+[[nodiscard]] std::string sqliteUri(const std::filesystem::path& file);
 
 struct CloseSqlite {
   void operator()(sqlite3* database) const noexcept { sqlite3_close_v2(database); }

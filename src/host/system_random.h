@@ -2,12 +2,14 @@
 
 #include <corvo/platform/secure_random.h>
 
+#include "host/system.h"
+
 namespace corvo::host {
 
 /// Random bytes of the operating system's secure source. Any thread.
 class SystemRandom final : public SecureRandom {
  public:
-  void fill(std::span<std::byte> bytes) override;
+  void fill(std::span<std::byte> bytes) override { fillAtRandom(bytes); }
 };
 
 }  // namespace corvo::host

@@ -1,0 +1,33 @@
+#include <unistd.h>
+
+#include <ctime>
+#include <memory>
+
+#include "platform/system.h"
+#include "platform/system_parts.h"
+#include "platform/system_posix.h"
+
+namespace corvo::platform {
+namespace {
+
+/// The moment of the kernel's last tick, a few milliseconds ago. Nothing that the library decides
+/// needs a finer one, and the exact moment takes nearly five times as long to read.
+class TickClock final : public ExactClock {
+ public:
+  [[nodiscard]] double now() const override {
+    std::timespec tick{};
+    if (clock_gettime(CLOCK_REALTIME_COARSE, &tick) != 0) return ExactClock::now();
+    return static_cast<double>(tick.tv_sec) + static_cast<double>(tick.tv_nsec) / 1e9;
+  }
+};
+
+}  // namespace
+
+std::shared_ptr<Clock> systemClock() {
+  static const auto clock = std::make_shared<TickClock>();
+  return clock;
+}
+
+char** const* environmentPlace() noexcept { return &environ; }
+
+}  // namespace corvo::platform
