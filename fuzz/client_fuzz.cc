@@ -18,6 +18,7 @@
 #include "fuzz/agreement.h"
 #include "fuzz/backend.h"
 #include "fuzz/questions.h"
+#include "json/stored_date.h"
 
 namespace {
 
@@ -214,7 +215,7 @@ class Application {
   }
 
   [[nodiscard]] bool isFresh(const Slot& slot, const std::string& key) const {
-    const auto written = stored<model::StoredDate>(slot, key + ".update_time");
+    const auto written = stored<json::StoredDate>(slot, key + ".update_time");
     return written && fake_.time->now() - written->secondsSince1970 < slot.lifetime();
   }
 

@@ -13,6 +13,7 @@
 #include <variant>
 #include <vector>
 
+#include "json/stored_date.h"
 #include "model/codec.h"
 
 namespace {
@@ -80,7 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   drops(text);
   dictionary(text);
   number(text);
-  static_cast<void>(decodeJson<StoredDate>(text));
+  static_cast<void>(decodeJson<json::StoredDate>(text));
   static_cast<void>(typedProperty(text));
   return 0;
 }

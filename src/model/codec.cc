@@ -3,17 +3,19 @@
 #include <algorithm>
 #include <utility>
 
-#include "model/any_codable.h"
+#include "dynamic/any_codable.h"
+#include "json/json_pointer.h"
+#include "json/json_tree.h"
+#include "json/json_writer.h"
+#include "json/stored_date.h"
 #include "model/decoder.h"
 #include "model/encoder.h"
-#include "model/json_pointer.h"
-#include "model/json_tree.h"
 
 namespace corvo::model {
 namespace {
 
 DecodingFailure explain(const ReadFailure& failure, const JsonNode& root) {
-  return {failure.reason(), pointersTo({failure.node}, root).front()};
+  return {failure.reason(), json::pointersTo({failure.node}, root).front()};
 }
 
 // Records are read in the order of their tables, which need not be the document's.
@@ -22,7 +24,7 @@ std::vector<Drop> explain(std::vector<DroppedNode> dropped, const JsonNode& root
             [](const DroppedNode& a, const DroppedNode& b) { return a.node < b.node; });
   std::vector<const JsonNode*> nodes;
   for (const auto& [node, failure] : dropped) nodes.insert(nodes.end(), {node, failure.node});
-  auto pointers = pointersTo(nodes, root);
+  auto pointers = json::pointersTo(nodes, root);
 
   std::vector<Drop> drops;
   for (std::size_t i = 0; i < dropped.size(); ++i) {
@@ -38,7 +40,7 @@ std::vector<Drop> explain(std::vector<DroppedNode> dropped, const JsonNode& root
 
 template <class T>
 Decoded<T> decode(std::string_view json, std::vector<Drop>* drops = nullptr) {
-  const JsonTree tree(json);
+  const json::JsonTree tree(json);
   if (!tree.root()) return DecodingFailure{std::string(tree.error()), ""};
 
   std::vector<DroppedNode> dropped;
@@ -68,7 +70,7 @@ Decoded<T> decodeJson(std::string_view json) {
 
 template <class T>
 std::optional<std::string> encodeJson(const T& value) {
-  JsonWriter writer;
+  json::JsonWriter writer;
   Encoder(writer).write(value);
   return writer.isFaithful() ? std::optional(writer.take()) : std::nullopt;
 }
@@ -78,15 +80,15 @@ template Decoded<CorvoUser> decodeJson(std::string_view);
 template Decoded<PropertyMap> decodeJson(std::string_view);
 template Decoded<ForcedExperiments> decodeJson(std::string_view);
 template Decoded<std::string> decodeJson(std::string_view);
-template Decoded<StoredDate> decodeJson(std::string_view);
-template Decoded<AnyCodable> decodeJson(std::string_view);
-template Decoded<AnyDecodable> decodeJson(std::string_view);
+template Decoded<json::StoredDate> decodeJson(std::string_view);
+template Decoded<dynamic::AnyCodable> decodeJson(std::string_view);
+template Decoded<dynamic::AnyDecodable> decodeJson(std::string_view);
 
 template std::optional<std::string> encodeJson(const ConfigResponse&);
 template std::optional<std::string> encodeJson(const CorvoUser&);
 template std::optional<std::string> encodeJson(const PropertyMap&);
 template std::optional<std::string> encodeJson(const ForcedExperiments&);
 template std::optional<std::string> encodeJson(const std::string&);
-template std::optional<std::string> encodeJson(const StoredDate&);
+template std::optional<std::string> encodeJson(const json::StoredDate&);
 
 }  // namespace corvo::model

@@ -12,16 +12,6 @@
 
 namespace corvo::model {
 
-/// 2001-01-01 00:00:00 UTC, in seconds since 1970.
-constexpr double kStoredDateEpoch = 978'307'200;
-
-/// A moment as it is stored: a JSON number, the seconds since 2001-01-01 00:00:00 UTC.
-struct StoredDate {
-  double secondsSince1970 = 0;
-
-  bool operator==(const StoredDate&) const = default;
-};
-
 /// Why a text could not be decoded: the first failure, and where it is (RFC 6901). A missing key is
 /// reported at the object that lacks it; a text that is no JSON, at the root. Keys are read in the
 /// order of their record, whatever the document's, and the first failure in that order counts.
@@ -37,8 +27,8 @@ template <class T>
 using Decoded = std::variant<T, DecodingFailure>;
 
 /// Decodes a JSON text. Exists for the types that are stored or received: `ConfigResponse`,
-/// `CorvoUser`, `PropertyMap`, `ForcedExperiments`, `std::string`, `StoredDate`; and for the
-/// dynamic `AnyCodable` and `AnyDecodable`. Throws nothing but `std::bad_alloc`: what
+/// `CorvoUser`, `PropertyMap`, `ForcedExperiments`, `std::string`, `json::StoredDate`; and for the
+/// `dynamic::AnyCodable` and `dynamic::AnyDecodable`. Throws nothing but `std::bad_alloc`: what
 /// a text holds cannot be told when memory runs out. Texts are accepted as far as RFC 8259 goes,
 /// and nothing beyond it: UTF-8, a leading byte order mark skipped, 512 levels deep, the last of
 /// duplicate keys. An integer may be written in any way (1.0, 1e0); whether a number is one is

@@ -3,8 +3,8 @@
 #include <cmath>
 
 #include "base/number.h"
-#include "model/dynamic_value.h"
-#include "model/json_number.h"
+#include "dynamic/dynamic_value.h"
+#include "json/json_number.h"
 
 namespace corvo::model {
 namespace {
@@ -49,7 +49,7 @@ bool Decoder::read(const JsonNode& node, bool& value) {
 
 bool Decoder::read(const JsonNode& node, std::int64_t& value) {
   if (node.kind != JsonKind::number) return wrongKind(node, "number");
-  const auto integer = JsonNumber::parse(node.text())->asSigned();
+  const auto integer = json::JsonNumber::parse(node.text())->asSigned();
   value = integer.value_or(0);
   return integer || fail(node, Why::notInteger);
 }
@@ -94,10 +94,10 @@ bool Decoder::read(const JsonNode& node, ExperimentType& value) {
   return true;
 }
 
-bool Decoder::read(const JsonNode& node, StoredDate& value) {
+bool Decoder::read(const JsonNode& node, json::StoredDate& value) {
   double seconds = 0;
   if (!read(node, seconds)) return false;
-  value.secondsSince1970 = seconds + kStoredDateEpoch;
+  value = json::StoredDate::from(seconds);
   return true;
 }
 
@@ -156,7 +156,7 @@ std::map<std::string_view, const JsonNode*> Decoder::lastMembers(const JsonNode&
 }
 
 bool Decoder::readNumber(const JsonNode& node, JsonValue& value) {
-  const auto number = *JsonNumber::parse(node.text());
+  const auto number = *json::JsonNumber::parse(node.text());
   if (const auto integer = number.asSigned()) {
     value = JsonValue(*integer);
   } else if (const auto natural = number.asUnsigned()) {
@@ -167,10 +167,10 @@ bool Decoder::readNumber(const JsonNode& node, JsonValue& value) {
   return true;
 }
 
-bool Decoder::read(const JsonNode& node, DynamicValue& value) {
+bool Decoder::read(const JsonNode& node, dynamic::DynamicValue& value) {
   JsonValue json;
   if (!read(node, json)) return fail(node, Why::notDynamic);
-  value = DynamicValue(json);
+  value = dynamic::DynamicValue(json);
   return true;
 }
 

@@ -15,13 +15,21 @@
 #include <utility>
 #include <vector>
 
+#include "json/json_tree.h"
+#include "json/stored_date.h"
 #include "model/codec.h"
 #include "model/fields.h"
-#include "model/json_tree.h"
+
+namespace corvo::dynamic {
+class DynamicValue;
+}
 
 namespace corvo::model {
 
-class DynamicValue;
+using json::JsonElements;
+using json::JsonKind;
+using json::JsonMembers;
+using json::JsonNode;
 
 /// Why a value could not be read. Only a note: nobody may ever want its text.
 struct ReadFailure {
@@ -65,11 +73,11 @@ class Decoder {
   bool read(const JsonNode& node, TextOrList field);
   bool read(const JsonNode& node, SingleText field);
   bool read(const JsonNode& node, ExperimentType& value);
-  bool read(const JsonNode& node, StoredDate& value);
+  bool read(const JsonNode& node, json::StoredDate& value);
   /// Of several failures in it any may be told.
   bool read(const JsonNode& node, JsonValue& value);
   /// Fails at the value as a whole, wherever in it the cause lies.
-  bool read(const JsonNode& node, DynamicValue& value);
+  bool read(const JsonNode& node, dynamic::DynamicValue& value);
 
   /// Wrappers of a dynamic value.
   template <class W>

@@ -8,28 +8,25 @@
 #include <tuple>
 #include <vector>
 
+#include "json/json_writer.h"
+#include "json/stored_date.h"
 #include "model/codec.h"
 #include "model/fields.h"
-#include "model/json_writer.h"
 
 namespace corvo::model {
 
 /// Writes values and, by the tables of fields, records.
 class Encoder {
  public:
-  explicit Encoder(JsonWriter& out) : out_(out) {}
+  explicit Encoder(json::JsonWriter& out) : out_(out) {}
 
   void write(bool value) { out_.boolean(value); }
   void write(std::int64_t value) { out_.integer(value); }
-  void write(std::uint64_t value) { out_.integer(value); }
   void write(double value) { out_.real(value); }
   void write(const std::string& value) { out_.string(value); }
-  void write(std::monostate) { out_.null(); }
   void write(ExperimentType value) { out_.integer(static_cast<std::int64_t>(value)); }
-  void write(const StoredDate& value) { out_.real(value.secondsSince1970 - kStoredDateEpoch); }
-  void write(const JsonValue& value) {
-    std::visit([this](const auto& kind) { write(kind); }, value.value());
-  }
+  void write(const json::StoredDate& value) { out_.real(value.number()); }
+  void write(const JsonValue& value) { out_.value(value); }
 
   /// Wrappers of a dynamic value. Where one fails, the writer knows.
   template <class W>
@@ -88,7 +85,7 @@ class Encoder {
     return !value;
   }
 
-  JsonWriter& out_;
+  json::JsonWriter& out_;
 };
 
 }  // namespace corvo::model

@@ -2,8 +2,8 @@
 
 #include "base/number.h"
 #include "base/text.h"
+#include "json/json_tree.h"
 #include "model/decoder.h"
-#include "model/json_tree.h"
 
 namespace corvo {
 
@@ -25,7 +25,7 @@ std::optional<double> CorvoPropertyTraits<double>::fromCorvoString(std::string_v
 std::optional<JsonObject> CorvoPropertyTraits<JsonObject>::fromCorvoString(std::string_view text) {
   // Most texts that are asked hold no brace, and a parser is not made for nothing.
   if (text.find('{') == std::string_view::npos) return std::nullopt;
-  const model::JsonTree tree(text);
+  const json::JsonTree tree(text);
   JsonObject object;
   if (!tree.root() || !model::Decoder(nullptr).read(*tree.root(), object)) return std::nullopt;
   return object;

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "json/stored_date.h"
 #include "model/codec.h"
 #include "storage/merge.h"
 #include "storage/storage_protocol.h"
@@ -104,7 +105,7 @@ class StorageProperty {
     std::vector<PreferencesChange> changes;
   };
   [[nodiscard]] Prepared prepare(std::shared_ptr<const T> value, double now) const {
-    const model::StoredDate date{now};
+    const json::StoredDate date{now};
     std::vector<PreferencesChange> changes;
     StorageProtocol::change(changes, storedValue_.key(), value.get());
     StorageProtocol::change(changes, storedTime_.key(), &date);
@@ -173,7 +174,7 @@ class StorageProperty {
   std::optional<double> cachedUpdateTime_;  // when that was
   std::optional<Origin> owed_;              // none when the store has it
   Stored<T> storedValue_;
-  Stored<model::StoredDate> storedTime_;
+  Stored<json::StoredDate> storedTime_;
 };
 
 /// A slot with a time-to-live, in seconds, which is empty once that has passed.

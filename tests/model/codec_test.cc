@@ -7,10 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "json/stored_date.h"
 #include "tests/base/case_table.h"
 
 namespace corvo::model {
 namespace {
+
+using json::StoredDate;
 
 ConfigResponse decoded(const std::string& json) {
   auto result = decodeJson<ConfigResponse>(json);

@@ -8,7 +8,7 @@ namespace corvo::tool {
 namespace {
 
 TEST(JsonPlaces, FindsAFaultInJustTheTextsThatTheLibraryRefuses) {
-  for (const auto& [isJson, text] : tests::caseTable<2>(CORVO_MODEL_CASES "json_texts.txt")) {
+  for (const auto& [isJson, text] : tests::caseTable<2>(CORVO_JSON_CASES "json_texts.txt")) {
     EXPECT_EQ(jsonPlaces(text).fault.has_value(), isJson != "yes") << text;
   }
   const std::string opened(512, '[');

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <corvo/json_value.h>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
 
-namespace corvo::model {
+namespace corvo::json {
 
 /// Appends JSON text (RFC 8259) without blanks to one string. The caller keeps to JSON's grammar;
 /// the commas are set here. Texts must be well-formed UTF-8; only what must be is escaped.
@@ -25,6 +27,7 @@ class JsonWriter {
   void real(double value);
   void real(float value);
   void string(std::string_view value);
+  void value(const JsonValue& value);
 
   /// Notes that a value could not be written: the text is of no use any more.
   void refuse() { faithful_ = false; }
@@ -47,4 +50,4 @@ class JsonWriter {
   bool faithful_ = true;
 };
 
-}  // namespace corvo::model
+}  // namespace corvo::json

@@ -7,13 +7,13 @@
 #include <string>
 #include <variant>
 
-#include "model/codec.h"
-#include "model/json_writer.h"
+#include "json/json_writer.h"
+#include "json/stored_date.h"
 
 // The kinds of dynamic values that no document holds. Boxed numbers, dates, URLs and other
 // encodables are opaque: see `DynamicValue` for what becomes of their equality.
 
-namespace corvo::model {
+namespace corvo::dynamic {
 
 struct EncodingFailure;
 
@@ -49,7 +49,7 @@ class BoxedNumber {
 
 /// A point in time.
 struct Date {
-  StoredDate moment;
+  json::StoredDate moment;
   bool operator==(const Date&) const = default;
 };
 
@@ -63,8 +63,8 @@ struct Url {
 /// tells why it cannot and where in itself. Equal are those that write the same; one that cannot is
 /// equal to nothing.
 struct OtherEncodable {
-  std::function<std::optional<EncodingFailure>(JsonWriter&)> encode;
+  std::function<std::optional<EncodingFailure>(json::JsonWriter&)> encode;
   friend bool operator==(const OtherEncodable& a, const OtherEncodable& b);
 };
 
-}  // namespace corvo::model
+}  // namespace corvo::dynamic

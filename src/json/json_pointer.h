@@ -4,9 +4,9 @@
 #include <string_view>
 #include <vector>
 
-#include "model/json_tree.h"
+#include "json/json_tree.h"
 
-namespace corvo::model {
+namespace corvo::json {
 
 /// Extends a JSON pointer (RFC 6901) by one step: a key, or the index of an element.
 void appendToken(std::string& pointer, std::string_view token);
@@ -16,4 +16,4 @@ void appendToken(std::string& pointer, std::string_view token);
 [[nodiscard]] std::vector<std::string> pointersTo(const std::vector<const JsonNode*>& nodes,
                                                   const JsonNode& root);
 
-}  // namespace corvo::model
+}  // namespace corvo::json

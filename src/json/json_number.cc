@@ -1,9 +1,9 @@
-#include "model/json_number.h"
+#include "json/json_number.h"
 
 #include <algorithm>
 #include <limits>
 
-namespace corvo::model {
+namespace corvo::json {
 namespace {
 
 constexpr auto kMaxUnsigned = std::numeric_limits<std::uint64_t>::max();
@@ -83,4 +83,4 @@ std::optional<std::uint64_t> JsonNumber::asUnsigned() const noexcept {
   return negative && value != 0u ? std::nullopt : value;
 }
 
-}  // namespace corvo::model
+}  // namespace corvo::json

@@ -1,16 +1,16 @@
-#include "model/dynamic_value.h"
+#include "dynamic/dynamic_value.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "model/any_codable.h"
+#include "dynamic/any_codable.h"
+#include "json/json_pointer.h"
 #include "model/decoder.h"
 #include "model/encoder.h"
-#include "model/json_pointer.h"
 #include "tests/base/case_table.h"
 
-namespace corvo::model {
+namespace corvo::dynamic {
 namespace {
 
 using Value = DynamicValue;
@@ -26,7 +26,7 @@ constexpr auto list = Value::array;
 constexpr auto dict = Value::object;
 DynamicArray of(const auto&... kinds) { return {Value(kinds)...}; }
 OtherEncodable other(const Value& value) {
-  return {[value](JsonWriter& out) { return value.encode(out); }};
+  return {[value](json::JsonWriter& out) { return value.encode(out); }};
 }
 
 /// The text that is written, or which of the two reasons there is for none, and where.
@@ -47,14 +47,15 @@ TEST(DynamicValue, DecodesTheKindsOfADocumentOrFailsAsAWhole) {
       {"[1.0,1e0,-0.5,1e20]", list({1, 1, -0.5, 1e20})},
       {R"({"a":1e999,"a":2})", dict({{"a", 2}})}};
   for (const auto& [json, value] : cases) {
-    EXPECT_EQ(std::get<AnyDecodable>(decodeJson<AnyDecodable>(json)), AnyDecodable(value)) << json;
+    EXPECT_EQ(std::get<AnyDecodable>(model::decodeJson<AnyDecodable>(json)), AnyDecodable(value))
+        << json;
   }
-  const JsonTree tree(R"({"a":[1],"b":[{"c":1e999}]})");
+  const json::JsonTree tree(R"({"a":[1],"b":[{"c":1e999}]})");
   std::map<std::string, AnyCodable, std::less<>> map;
-  Decoder decoder(nullptr);
+  model::Decoder decoder(nullptr);
   EXPECT_FALSE(decoder.read(*tree.root(), map));
   EXPECT_EQ(decoder.failure().reason(), "AnyDecodable value cannot be decoded");
-  EXPECT_EQ(pointersTo({decoder.failure().node}, *tree.root()).front(), "/b");
+  EXPECT_EQ(json::pointersTo({decoder.failure().node}, *tree.root()).front(), "/b");
 }
 
 TEST(DynamicValue, IsEqualWithinItsKindOnly) {
@@ -142,14 +143,14 @@ TEST(DynamicValue, IsPrintedAndEncodedByItsKind) {
   EXPECT_EQ(AnyCodable("x\"").debugDescription(), R"(AnyCodable("x\""))");
   EXPECT_EQ(AnyDecodable("x\"").debugDescription(), R"(AnyDecodable("x\""))");
 
-  JsonWriter out;
-  Encoder(out).write(std::vector<AnyCodable>{1, BoxedNumber(1, 'x'), "a"});
+  json::JsonWriter out;
+  model::Encoder(out).write(std::vector<AnyCodable>{1, BoxedNumber(1, 'x'), "a"});
   EXPECT_FALSE(out.isFaithful());
 }
 
 TEST(DynamicValue, EncodesBoxedNumbersByTheirCode) {
   const BoxedNumber::Number numbers[] = {-4294967496, kMax, -1.5, 1e300};
-  for (const auto& row : tests::caseTable<5>(CORVO_MODEL_CASES "boxed_numbers.txt")) {
+  for (const auto& row : tests::caseTable<5>(CORVO_DYNAMIC_CASES "boxed_numbers.txt")) {
     for (std::size_t i = 0; i < 4; ++i)
       EXPECT_EQ(written(BoxedNumber(numbers[i], row[0][0])), row.at(i + 1)) << row[0] << i;
   }
@@ -157,4 +158,4 @@ TEST(DynamicValue, EncodesBoxedNumbersByTheirCode) {
 }
 
 }  // namespace
-}  // namespace corvo::model
+}  // namespace corvo::dynamic

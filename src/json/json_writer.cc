@@ -1,10 +1,10 @@
-#include "model/json_writer.h"
+#include "json/json_writer.h"
 
 #include <array>
 #include <charconv>
 #include <cmath>
 
-namespace corvo::model {
+namespace corvo::json {
 namespace {
 
 // What follows the backslash for each byte that RFC 8259 wants escaped; zero for the others.
@@ -56,6 +56,32 @@ void JsonWriter::string(std::string_view value) {
   quote(value);
 }
 
+void JsonWriter::value(const JsonValue& value) {
+  struct Write {
+    JsonWriter& out;
+    void operator()(JsonValue::Null) const { out.null(); }
+    void operator()(bool truth) const { out.boolean(truth); }
+    void operator()(std::int64_t number) const { out.integer(number); }
+    void operator()(std::uint64_t number) const { out.integer(number); }
+    void operator()(double number) const { out.real(number); }
+    void operator()(const std::string& text) const { out.string(text); }
+    void operator()(const JsonArray& list) const {
+      out.beginArray();
+      for (const JsonValue& element : list) out.value(element);
+      out.endArray();
+    }
+    void operator()(const JsonObject& object) const {
+      out.beginObject();
+      for (const auto& [key, member] : object) {
+        out.key(key);
+        out.value(member);
+      }
+      out.endObject();
+    }
+  };
+  std::visit(Write{*this}, value.value());
+}
+
 // A value needs a comma before it unless it is the first one or follows its key.
 void JsonWriter::separate() {
   if (text_.empty()) return;
@@ -95,4 +121,4 @@ void JsonWriter::escape(char c, char letter) {
   text_ += "0123456789abcdef"[c % 0x10];
 }
 
-}  // namespace corvo::model
+}  // namespace corvo::json

@@ -1,4 +1,4 @@
-#include "model/dynamic_value.h"
+#include "dynamic/dynamic_value.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,7 +11,7 @@
 #include "base/stop_process.h"
 #include "base/text_hash.h"
 
-namespace corvo::model {
+namespace corvo::dynamic {
 namespace {
 
 struct FromJson {
@@ -109,7 +109,7 @@ struct DebugText {
   }
 
   std::string operator()(const std::string& text) const {
-    JsonWriter out;
+    json::JsonWriter out;
     out.string(text);
     return out.take();
   }
@@ -119,7 +119,7 @@ struct DebugText {
   }
   std::string operator()(const Url& url) const { return url.text; }
   std::string operator()(const OtherEncodable& other) const {
-    JsonWriter out;
+    json::JsonWriter out;
     const auto failure = other.encode(out);
     return failure ? '<' + failure->reason + '>' : out.take();
   }
@@ -154,8 +154,8 @@ bool operator==(const BoxedNumber& a, const BoxedNumber& b) {
 }
 
 bool operator==(const OtherEncodable& a, const OtherEncodable& b) {
-  JsonWriter one;
-  JsonWriter other;
+  json::JsonWriter one;
+  json::JsonWriter other;
   return !a.encode(one) && !b.encode(other) && one.take() == other.take();
 }
 
@@ -186,4 +186,4 @@ std::string DynamicValue::description() const {
 
 std::string DynamicValue::debugDescription() const { return std::visit(DebugText(), value_); }
 
-}  // namespace corvo::model
+}  // namespace corvo::dynamic

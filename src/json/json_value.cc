@@ -3,8 +3,7 @@
 #include <new>
 #include <utility>
 
-#include "model/encoder.h"
-#include "model/json_writer.h"
+#include "json/json_writer.h"
 
 namespace corvo {
 
@@ -54,8 +53,8 @@ const JsonValue* JsonValue::find(std::string_view key) const {
 }
 
 std::string JsonValue::toJson() const {
-  model::JsonWriter writer;
-  model::Encoder(writer).write(*this);
+  json::JsonWriter writer;
+  writer.value(*this);
   return writer.take();
 }
 

@@ -1,4 +1,4 @@
-#include "model/json_tree.h"
+#include "json/json_tree.h"
 
 #include <gtest/gtest.h>
 
@@ -7,13 +7,13 @@
 
 #include "tests/base/case_table.h"
 
-namespace corvo::model {
+namespace corvo::json {
 namespace {
 
 TEST(JsonTree, AcceptsAndRefusesAsTheTableSays) {
   const std::map<std::string, std::string> errors{
       {"yes", ""}, {"no", "not a JSON text"}, {"utf8", "not UTF-8"}};
-  for (const auto& [isJson, text] : tests::caseTable<2>(CORVO_MODEL_CASES "json_texts.txt")) {
+  for (const auto& [isJson, text] : tests::caseTable<2>(CORVO_JSON_CASES "json_texts.txt")) {
     EXPECT_EQ(JsonTree(text).error(), errors.at(isJson)) << text;
   }
 }
@@ -62,4 +62,4 @@ TEST(JsonTree, RefusesEveryBeginningOfADocument) {
 }
 
 }  // namespace
-}  // namespace corvo::model
+}  // namespace corvo::json

@@ -10,14 +10,14 @@
 #include <utility>
 #include <variant>
 
-#include "model/dynamic_value.h"
+#include "dynamic/dynamic_value.h"
 
-namespace corvo::model {
+namespace corvo::dynamic {
 
 enum class Offers : std::uint8_t { decoding, encoding, both };
 
-/// A dynamic value that `Decoder` reads, `Encoder` writes, or both, beside the typed records and
-/// inside them. Those that can be encoded are made of literals, too.
+/// A dynamic value that can be decoded, encoded, or both, beside the typed records and inside them.
+/// Those that can be encoded are made of literals, too.
 template <Offers offers>
 struct Any {
   static constexpr bool kDecodes = offers != Offers::encoding;
@@ -32,7 +32,8 @@ struct Any {
   explicit(!kEncodes) Any(V&& wrapped) : value(std::forward<V>(wrapped)) {}
 
   /// Into a place for one value of a longer text. A failure's place is counted from here.
-  [[nodiscard]] std::optional<EncodingFailure> encode(JsonWriter& out) const requires kEncodes {
+  [[nodiscard]] std::optional<EncodingFailure> encode(
+      json::JsonWriter& out) const requires kEncodes {
     return value.encode(out);
   }
   [[nodiscard]] std::variant<std::string, EncodingFailure> toJson() const requires kEncodes {
@@ -51,4 +52,4 @@ using AnyDecodable = Any<Offers::decoding>;
 using AnyEncodable = Any<Offers::encoding>;
 using AnyCodable = Any<Offers::both>;
 
-}  // namespace corvo::model
+}  // namespace corvo::dynamic

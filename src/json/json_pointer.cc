@@ -1,6 +1,6 @@
-#include "model/json_pointer.h"
+#include "json/json_pointer.h"
 
-namespace corvo::model {
+namespace corvo::json {
 namespace {
 
 class Search {
@@ -58,4 +58,4 @@ std::vector<std::string> pointersTo(const std::vector<const JsonNode*>& nodes,
   return std::move(search.found_);
 }
 
-}  // namespace corvo::model
+}  // namespace corvo::json

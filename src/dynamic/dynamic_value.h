@@ -15,10 +15,10 @@
 #include <variant>
 #include <vector>
 
-#include "model/dynamic_kinds.h"
-#include "model/json_writer.h"
+#include "dynamic/dynamic_kinds.h"
+#include "json/json_writer.h"
 
-namespace corvo::model {
+namespace corvo::dynamic {
 
 class DynamicValue;
 
@@ -53,10 +53,10 @@ class DynamicValue {
 
   [[nodiscard]] const Kinds& value() const noexcept { return value_; }
 
-  /// Writes this as one JSON value: dates as the encoder writes moments, URLs as strings, boxed
-  /// numbers as their code says. Fails for a number that JSON does not have and for an unknown
-  /// code; `out` is then no longer faithful.
-  [[nodiscard]] std::optional<EncodingFailure> encode(JsonWriter& out) const;
+  /// Writes this as one JSON value: dates as moments are stored, URLs as strings, boxed numbers as
+  /// their code says. Fails for a number that JSON does not have and for an unknown code; `out` is
+  /// then no longer faithful.
+  [[nodiscard]] std::optional<EncodingFailure> encode(json::JsonWriter& out) const;
   /// This as JSON text, or the failure.
   [[nodiscard]] std::variant<std::string, EncodingFailure> toJson() const;
 
@@ -85,4 +85,4 @@ struct EncodingFailure {
   std::string pointer;
 };
 
-}  // namespace corvo::model
+}  // namespace corvo::dynamic

@@ -1,4 +1,4 @@
-#include "model/json_tree.h"
+#include "json/json_tree.h"
 
 // Its checks of ours would use memory without a look whether there was any.
 #define SIMDJSON_DEVELOPMENT_CHECKS 0
@@ -10,9 +10,9 @@
 #include <variant>
 
 #include "base/text.h"
-#include "model/json_number.h"
+#include "json/json_number.h"
 
-namespace corvo::model {
+namespace corvo::json {
 namespace {
 
 namespace ondemand = simdjson::ondemand;
@@ -192,4 +192,4 @@ JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) 
 
 JsonTree::~JsonTree() = default;
 
-}  // namespace corvo::model
+}  // namespace corvo::json

@@ -11,12 +11,13 @@
 #include <utility>
 #include <variant>
 
-#include "model/dynamic_value.h"
-#include "model/encoder.h"
-#include "model/json_pointer.h"
+#include "dynamic/dynamic_value.h"
+#include "json/json_pointer.h"
 
-namespace corvo::model {
+namespace corvo::dynamic {
 namespace {
+
+using json::JsonWriter;
 
 /// A boxed number as another type. Integers keep their low bits. Doubles become integers of 64 bits
 /// first: cut toward zero, limited to what those hold, not-a-number zero.
@@ -72,7 +73,7 @@ class DynamicEncoding {
   }
   void operator()(const std::string& text) { out_.string(text); }
   void operator()(const BoxedNumber& boxed);
-  void operator()(const Date& date) { Encoder(out_).write(date.moment); }
+  void operator()(const Date& date) { out_.real(date.moment.number()); }
   void operator()(const Url& url) { out_.string(url.text); }
 
   void operator()(const DynamicArray& list) {
@@ -104,7 +105,7 @@ class DynamicEncoding {
 
   void writeBelow(std::string_view token, const DynamicValue& value) {
     const auto length = path_.size();
-    appendToken(path_, token);
+    json::appendToken(path_, token);
     write(value);
     path_.resize(length);
   }
@@ -144,16 +145,16 @@ void DynamicEncoding::operator()(const BoxedNumber& boxed) {
 
 }  // namespace
 
-std::optional<EncodingFailure> DynamicValue::encode(JsonWriter& out) const {
+std::optional<EncodingFailure> DynamicValue::encode(json::JsonWriter& out) const {
   DynamicEncoding encoding(out);
   encoding.write(*this);
   return encoding.takeFailure();
 }
 
 std::variant<std::string, EncodingFailure> DynamicValue::toJson() const {
-  JsonWriter out;
+  json::JsonWriter out;
   if (auto failure = encode(out)) return *std::move(failure);
   return out.take();
 }
 
-}  // namespace corvo::model
+}  // namespace corvo::dynamic
