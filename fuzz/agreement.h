@@ -120,7 +120,7 @@ class Agreement {
     require(hasAny || detail.results.empty(), "no results");
     const auto valueOf = [&](std::string_view name) -> Text {
       const auto value =
-          outcomeOf([&] { return hasFlags ? handle.featureText(name) : handle.paramText(name); });
+          outcomeOf([&] { return hasFlags ? handle.featureText(name).value() : handle.paramText(name); });
       const auto* text = std::get_if<0>(&value);
       return text && *text ? Text(**text) : std::nullopt;
     };
