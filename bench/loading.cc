@@ -17,6 +17,9 @@
 #include "project/prepared_project.h"
 
 namespace corvo::bench {
+
+using namespace corvo_internal;
+
 namespace {
 
 std::shared_ptr<const model::ConfigResponse> decoded() {

@@ -13,6 +13,8 @@
 
 namespace corvo::bench {
 
+using namespace corvo_internal;
+
 void addYardsticks() {
   addTime(kDigestYardstick, kNoGoal, [](benchmark::State& state) {
     const std::string text(32, 'u');

@@ -22,7 +22,7 @@ set(below_fakes platform base)
 set(below_corvo api host ${below_api})
 
 # The public headers belong to folders, too.
-set(base_headers argument callback error export result text_hash)
+set(base_headers argument callback error export internal/what_text result text_hash)
 set(json_headers json_value)
 set(model_headers property user)
 set(targeting_headers user_builder)

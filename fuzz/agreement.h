@@ -14,6 +14,8 @@
 
 namespace corvo::fuzz {
 
+using namespace corvo_internal;
+
 template <class T>
 using Outcome = std::variant<T, CorvoError>;
 
@@ -119,8 +121,8 @@ class Agreement {
     const bool hasAny = hasFlags || detail.type == "parameter";
     require(hasAny || detail.results.empty(), "no results");
     const auto valueOf = [&](std::string_view name) -> Text {
-      const auto value =
-          outcomeOf([&] { return hasFlags ? handle.featureText(name).value() : handle.paramText(name); });
+      const auto value = outcomeOf(
+          [&] { return hasFlags ? handle.featureText(name).value() : handle.paramText(name); });
       const auto* text = std::get_if<0>(&value);
       return text && *text ? Text(**text) : std::nullopt;
     };

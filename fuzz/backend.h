@@ -15,6 +15,8 @@
 
 namespace corvo::fuzz {
 
+using namespace corvo_internal;
+
 /// A client, and what has become of its questions.
 struct Life {
   std::weak_ptr<CorvoClient> client;

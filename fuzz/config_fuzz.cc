@@ -15,7 +15,7 @@
 namespace {
 
 using namespace corvo;
-using namespace corvo::model;
+using namespace corvo::corvo_internal::model;
 using fuzz::Input;
 using fuzz::require;
 

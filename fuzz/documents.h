@@ -13,6 +13,8 @@
 
 namespace corvo::fuzz {
 
+using namespace corvo_internal;
+
 /// Few, so that what is named is often there, and there more than once.
 inline constexpr const char* kNames[] = {"a", "b", "c", "d", "\xC3\xA9", ""};
 inline constexpr const char* kProperties[] = {

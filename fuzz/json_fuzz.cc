@@ -19,7 +19,7 @@
 namespace {
 
 using namespace corvo;
-using namespace corvo::model;
+using namespace corvo::corvo_internal::model;
 
 void require(bool condition) {
   if (!condition) std::abort();

@@ -17,7 +17,7 @@
 namespace {
 
 using namespace corvo;
-using namespace corvo::network;
+using namespace corvo::corvo_internal::network;
 using fuzz::Input;
 using fuzz::require;
 

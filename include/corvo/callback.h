@@ -13,7 +13,7 @@ namespace corvo {
 template <class Signature>
 class Callback;
 
-namespace base {
+namespace corvo_internal {
 /// Whether a target of that type is itself null when it converts to false.
 template <class Target>
 inline constexpr bool isNullable = std::is_pointer_v<Target> || std::is_member_pointer_v<Target>;
@@ -21,7 +21,7 @@ template <class Signature>
 inline constexpr bool isNullable<std::function<Signature>> = true;
 template <class Signature>
 inline constexpr bool isNullable<Callback<Signature>> = true;
-}  // namespace base
+}  // namespace corvo_internal
 
 /// A function that is called at most once and then forgets its target.
 ///
@@ -40,7 +40,7 @@ class Callback<void(Args...)> {
   template <class F, class Target = std::decay_t<F>>
   requires(!std::same_as<Target, Callback> && std::invocable<Target&, Args...> &&
            std::constructible_from<Target, F>) Callback(F&& target) {
-    if constexpr (base::isNullable<Target>) {
+    if constexpr (corvo_internal::isNullable<Target>) {
       if (!static_cast<const Target&>(target)) return;
     }
     using Holder = std::conditional_t<fitsInline<Target>, Inline<Target>, Boxed<Target>>;

@@ -12,9 +12,9 @@
 
 namespace corvo {
 
-namespace api {
+namespace corvo_internal::api {
 class Clients;
-}  // namespace api
+}  // namespace corvo_internal::api
 
 /// The clients of an application by tag, all on one platform. What is read once per process (the
 /// application's version, the device's identifier) is read once per registry. Any thread may use a
@@ -48,7 +48,7 @@ class CORVO_EXPORT ClientRegistry {
   void removeClient(std::string_view tag);
 
  private:
-  std::unique_ptr<api::Clients> clients_;
+  std::unique_ptr<corvo_internal::api::Clients> clients_;
 };
 
 }  // namespace corvo

@@ -2,8 +2,8 @@
 
 #include <corvo/callback.h>
 #include <corvo/export.h>
+#include <corvo/internal/what_text.h>
 
-#include <atomic>
 #include <concepts>
 #include <cstdint>
 #include <exception>
@@ -14,26 +14,6 @@
 #include <vector>
 
 namespace corvo {
-
-namespace base {
-
-/// The text behind a `what()`: made once, on first use, from any thread. A copy starts without it.
-class CORVO_EXPORT WhatText {
- public:
-  WhatText() noexcept = default;
-  WhatText(const WhatText&) noexcept {}
-  WhatText& operator=(const WhatText&) noexcept;
-  ~WhatText();
-
-  /// The text kept, or else the one given, which is kept from now on.
-  const char* keep(std::string text) const;
-  const char* get() const noexcept;
-
- private:
-  mutable std::atomic<const std::string*> text_{nullptr};
-};
-
-}  // namespace base
 
 /// Why a request to the backend failed. A value of one of six cases, each with its payload. Reaches
 /// the application inside a `CorvoError`. Copyable; reading is safe from any thread.
@@ -97,7 +77,7 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
 
  private:
   Payload payload_;
-  base::WhatText what_;
+  corvo_internal::WhatText what_;
 };
 
 /// Why a question could not be answered. A value of one of fifteen cases, each with its payload.
@@ -236,7 +216,7 @@ class CORVO_EXPORT CorvoError : public std::exception {
 
  private:
   Payload payload_;
-  base::WhatText what_;
+  corvo_internal::WhatText what_;
 };
 
 /// Receives the error of a question, at most once.

@@ -14,7 +14,10 @@
 #include "storage/storage_client.h"
 
 namespace corvo {
-namespace api {
+
+using namespace corvo_internal;
+
+namespace corvo_internal::api {
 namespace {
 
 constexpr std::uint64_t kShortestCacheTTL = 10;  // seconds
@@ -135,7 +138,7 @@ class Clients {
   Map clients_;
 };
 
-}  // namespace api
+}  // namespace corvo_internal::api
 
 ClientRegistry::ClientRegistry(Platform platform)
     : clients_(std::make_unique<api::Clients>(std::move(platform))) {}

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 // The calendar repeats after this many years and days.
@@ -127,4 +127,4 @@ std::int64_t wholeSeconds(double moment) noexcept {
   return static_cast<std::int64_t>(std::floor(std::clamp(moment, -kFarthest, kFarthest)));
 }
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

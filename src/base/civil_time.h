@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 
 /// A local date and time in the proleptic Gregorian calendar, counted in seconds as if local time
 /// were UTC: seconds since 1970-01-01 00:00:00 on a clock that shows local time and never jumps.
@@ -39,4 +39,4 @@ enum class DatePattern {
 /// becomes the nearest one within about a hundred thousand years of 1970 (no number: 1970).
 [[nodiscard]] std::int64_t wholeSeconds(double moment) noexcept;
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

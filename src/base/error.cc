@@ -6,7 +6,10 @@
 #include "base/stop_process.h"
 
 namespace corvo {
-namespace base {
+
+using namespace corvo_internal;
+
+namespace corvo_internal {
 
 WhatText& WhatText::operator=(const WhatText&) noexcept {
   delete text_.exchange(nullptr);
@@ -29,7 +32,7 @@ const char* WhatText::keep(std::string text) const {
   return kept->c_str();
 }
 
-}  // namespace base
+}  // namespace corvo_internal
 
 void corvo_internal::raise(const CorvoError& error) {
 #ifdef __cpp_exceptions
@@ -130,7 +133,7 @@ struct Description {
 };
 
 template <class Error>
-const char* whatOf(const Error& error, const base::WhatText& kept) noexcept {
+const char* whatOf(const Error& error, const WhatText& kept) noexcept {
   if (const char* text = kept.get()) return text;
 #ifdef __cpp_exceptions
   try {

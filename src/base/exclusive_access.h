@@ -6,7 +6,7 @@
 
 #include "base/stop_process.h"
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 
 /// How sure two threads at once are to be noticed.
 enum class Noticing : std::uint8_t {
@@ -74,4 +74,4 @@ class ExclusiveAccess {
   const char* complaint_;
 };
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

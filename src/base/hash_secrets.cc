@@ -3,7 +3,7 @@
 
 #include "base/text_hash.h"
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 std::uint64_t drawn() noexcept {
@@ -29,4 +29,4 @@ HashSecrets drawHashSecrets() noexcept {
   return {start, (drawn() ^ start * kOdd) | 1};
 }
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

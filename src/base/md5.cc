@@ -6,7 +6,7 @@
 #include <cstring>
 #include <utility>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 constexpr std::size_t kBlockSize = 64;
@@ -208,4 +208,4 @@ Md5Hex hexDigits(const Md5Digest& digest) noexcept {
 
 Md5Hex md5Hex(std::string_view text) noexcept { return hexDigits(md5(text)); }
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

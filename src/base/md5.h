@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 
 /// The 16 bytes of an MD5 digest, in digest order.
 using Md5Digest = std::array<std::uint8_t, 16>;
@@ -35,4 +35,4 @@ constexpr std::size_t kMd5Lanes = 4;
   return {hex.data(), hex.size()};
 }
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

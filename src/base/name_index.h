@@ -9,7 +9,7 @@
 
 #include "base/text_hash.h"
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 
 /// A name with its hash: names known beforehand are hashed once. Refers to the text it is made
 /// from.
@@ -83,4 +83,4 @@ class NameIndex {
   std::size_t count_ = 0;
 };
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

@@ -15,7 +15,7 @@
 #endif
 #endif
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
@@ -169,4 +169,4 @@ std::optional<std::int64_t> parseInteger(std::string_view text) noexcept {
 std::string describe(double value) { return describeFloat(value); }
 std::string describe(float value) { return describeFloat(value); }
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 
 /// The whole text as ISO C `strtod` reads it in the C locale, whatever locale the process has set.
 /// None for an empty text, one that begins with white space, holds a NUL or has more after the
@@ -28,4 +28,4 @@ namespace corvo::base {
 /// limits of the fixed notation are those of the digits, so 1e-4f is 0.0001 and 1e16f is 1e+16.
 [[nodiscard]] std::string describe(float value);
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

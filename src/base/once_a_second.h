@@ -2,7 +2,7 @@
 
 #include <limits>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 
 /// Keeps attempts a second apart. Moments are seconds since 1970 on a clock that may be set: a
 /// moment before the last attempt is no reason to wait, and neither is one that is not a number.
@@ -23,4 +23,4 @@ class OnceASecond {
   double last_ = -std::numeric_limits<double>::infinity();
 };
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

@@ -3,11 +3,11 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 
 void stopProcess(const char* reason) noexcept {
   std::fprintf(stderr, "Corvo: %s\n", reason);
   std::abort();
 }
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <vector>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 using CodePoint = utf8proc_int32_t;
@@ -188,4 +188,4 @@ bool equalsLowerCased(std::string_view text, std::string_view lowerCase) noexcep
                     [](char given, char lower) { return (given | kCaseBit) == lower; });
 }
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

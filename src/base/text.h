@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 
 /// Whether the bytes are well-formed UTF-8 (Unicode 15, table 3-7).
 [[nodiscard]] bool isWellFormed(std::string_view text) noexcept;
@@ -45,4 +45,4 @@ class WellFormed {
 /// lower-casing: no other character has their letters for its lower case.
 [[nodiscard]] bool equalsLowerCased(std::string_view text, std::string_view lowerCase) noexcept;
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

@@ -4,6 +4,8 @@
 
 namespace corvo {
 
+using namespace corvo_internal;
+
 std::size_t TextHash::operator()(std::string_view text) const { return base::TextHash()(text); }
 
 }  // namespace corvo

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string_view>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 
 /// Two numbers that differ in every process and that nobody outside can guess, so that nobody can
 /// choose texts that hash alike. The factor is odd.
@@ -82,4 +82,4 @@ struct TextHash {
   }
 };
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

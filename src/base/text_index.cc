@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 using Places = std::vector<std::uint32_t>;
@@ -56,4 +56,4 @@ bool TextIndex::contains(std::string_view part) const {
   return part.empty() || (found != order_.end() && startAt(*found) == part);
 }
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

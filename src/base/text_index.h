@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 
 /// Tells of many short texts whether they stand in one long text: a suffix array (Manber and Myers,
 /// 1990). Made in time that grows with the size of the text and its logarithm, with 20 bytes per
@@ -25,4 +25,4 @@ class TextIndex {
   std::vector<std::uint32_t> order_;  // where the suffixes begin, in their order
 };
 
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

@@ -11,7 +11,7 @@
 #include "network/routes.h"
 #include "targeting/expiry.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 using experiments::Scope;
 
@@ -347,4 +347,4 @@ const CorvoClientImpl::ProjectPointer& CorvoClientImpl::projectOf(const ConfigPo
   return project_;
 }
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

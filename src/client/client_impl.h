@@ -22,7 +22,7 @@
 #include "project/prepared_project.h"
 #include "storage/storage_client.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 /// The one implementation of `CorvoClient`. Keeps no state but what is derived from its stored
 /// records, and that only until they change. What waits for the network holds it weakly.
@@ -123,4 +123,4 @@ class CorvoClientImpl final : public CorvoClient,
   ProjectPointer project_;
 };
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

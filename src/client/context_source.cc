@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 ContextSource::ContextSource(Parts parts)
     : parts_(std::move(parts)), localTime_(*parts_.timeZone) {}
@@ -67,4 +67,4 @@ void ContextSource::makeTable(const std::shared_ptr<const project::PreparedProje
                          {.user = &user_.layer, .device = &device, .location = &location_.layer})};
 }
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

@@ -18,7 +18,7 @@
 #include "targeting/property_layer.h"
 #include "targeting/property_table.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 /// Makes the targeting contexts of one client's questions. The layers of user and location are made
 /// once per record and time zone, the table of all properties once per project and layers; they
@@ -82,4 +82,4 @@ class ContextSource {
   Table table_;
 };
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

@@ -5,7 +5,7 @@
 
 #include "base/text.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 namespace {
 
 std::optional<std::string> wellFormed(const std::optional<std::string>& text) {
@@ -37,4 +37,4 @@ void DeviceOnce::askForIdentifier(double now) {
   facts_.deviceId = wellFormed(device_->vendorIdentifier());
 }
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

@@ -11,7 +11,7 @@
 #include "base/once_a_second.h"
 #include "targeting/device_properties.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 /// What a device tells about itself, asked on first need and only once; the identifier again while
 /// there is none, at most once a second, for the reason may pass. Any thread may ask.
@@ -35,4 +35,4 @@ class DeviceOnce {
   base::OnceASecond attempts_;
 };
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

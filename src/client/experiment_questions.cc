@@ -7,7 +7,7 @@
 #include "experiments/experiment_impl.h"
 #include "placement/resolution.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 Result<CorvoExperimentPointer> decideExperiment(const Evidence& evidence, std::string_view name) {
   const project::PreparedExperiment* each = evidence.project->findExperiment(name);
@@ -33,4 +33,4 @@ Result<bool> decideHoldout(const Evidence& evidence, std::string_view name) {
   return placement::resolveIgnoringHoldouts(*holdout, evidence.context).group != nullptr;
 }
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

@@ -7,7 +7,7 @@
 #include "client/question.h"
 #include "project/prepared_project.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 /// The handle of the first experiment of that name that the user takes part in, or null; an error
 /// when the project has no experiment of that name. Only those of the name are resolved.
@@ -40,4 +40,4 @@ using DecidingExperiment =
                    decideExperiment>;
 using DecidingHoldout = DecidingByName<bool, &project::PreparedProject::findHoldout, decideHoldout>;
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

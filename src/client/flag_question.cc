@@ -3,7 +3,7 @@
 #include "flags/flag_decision.h"
 #include "model/config.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 Result<std::string_view> DecidingFlag::decide(const Evidence& evidence) const {
   const project::FlagEntry* entry = evidence.project->findFlag(name.get());
@@ -24,4 +24,4 @@ FlagReport reportFlags(const Evidence& evidence) {
   return report;
 }
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

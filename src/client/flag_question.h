@@ -6,7 +6,7 @@
 
 #include "client/question.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 /// Decides about the text of one flag.
 struct DecidingFlag {
@@ -22,4 +22,4 @@ struct DecidingFlag {
 /// The report on all flags: those with a value, each typed by its text.
 [[nodiscard]] FlagReport reportFlags(const Evidence& evidence);
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

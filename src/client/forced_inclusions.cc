@@ -5,7 +5,7 @@
 
 #include "experiments/forced_inclusion.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 std::optional<CorvoError> ForcedInclusions::include(const model::ConfigResponse& config,
                                                     std::string_view experimentName,
@@ -90,4 +90,4 @@ ForcedInclusions::Slot::Prepared ForcedInclusions::prepared(model::ForcedExperim
       std::make_shared<const model::ForcedExperiments>(std::move(forced)), now);
 }
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

@@ -15,7 +15,7 @@
 #include "model/config.h"
 #include "storage/storage_client.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 /// The experiments that the application forced its user into: what is remembered of them in the
 /// store, and what they change in the configuration. For one thread at a time.
@@ -55,4 +55,4 @@ class ForcedInclusions {
   Parts parts_;
 };
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

@@ -14,7 +14,7 @@
 #include "project/prepared_project.h"
 #include "targeting/context.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 /// What a question is decided from. Valid until its callback is called.
 struct Evidence {
@@ -125,4 +125,4 @@ Deciding<Question::About::project, Function> aboutProject(Function decide) {
   return {std::move(decide)};
 }
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

@@ -5,7 +5,7 @@
 #include "network/private_identifier.h"
 #include "project/platform_filter.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 // The identifier is made on first need and then kept for the life of the suite.
 std::string Synchronisation::privateIdentifier() {
@@ -46,4 +46,4 @@ std::shared_ptr<const PropertyMap> Synchronisation::keep(const PropertyMap& loca
   return kept;
 }
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

@@ -14,7 +14,7 @@
 #include "network/network_client.h"
 #include "storage/storage_client.h"
 
-namespace corvo::client {
+namespace corvo::corvo_internal::client {
 
 /// Fetches the configuration and the location for a client, and caches them. Every fetch makes a
 /// request of its own. For one thread at a time, but for `fetch`.
@@ -62,4 +62,4 @@ class Synchronisation {
   Parts parts_;
 };
 
-}  // namespace corvo::client
+}  // namespace corvo::corvo_internal::client

@@ -12,7 +12,7 @@
 
 #include "dynamic/dynamic_value.h"
 
-namespace corvo::dynamic {
+namespace corvo::corvo_internal::dynamic {
 
 enum class Offers : std::uint8_t { decoding, encoding, both };
 
@@ -52,4 +52,4 @@ using AnyDecodable = Any<Offers::decoding>;
 using AnyEncodable = Any<Offers::encoding>;
 using AnyCodable = Any<Offers::both>;
 
-}  // namespace corvo::dynamic
+}  // namespace corvo::corvo_internal::dynamic

@@ -14,7 +14,7 @@
 #include "dynamic/dynamic_value.h"
 #include "json/json_pointer.h"
 
-namespace corvo::dynamic {
+namespace corvo::corvo_internal::dynamic {
 namespace {
 
 using json::JsonWriter;
@@ -157,4 +157,4 @@ std::variant<std::string, EncodingFailure> DynamicValue::toJson() const {
   return out.take();
 }
 
-}  // namespace corvo::dynamic
+}  // namespace corvo::corvo_internal::dynamic

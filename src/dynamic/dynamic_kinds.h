@@ -13,7 +13,7 @@
 // The kinds of dynamic values that no document holds. Boxed numbers, dates, URLs and other
 // encodables are opaque: see `DynamicValue` for what becomes of their equality.
 
-namespace corvo::dynamic {
+namespace corvo::corvo_internal::dynamic {
 
 struct EncodingFailure;
 
@@ -67,4 +67,4 @@ struct OtherEncodable {
   friend bool operator==(const OtherEncodable& a, const OtherEncodable& b);
 };
 
-}  // namespace corvo::dynamic
+}  // namespace corvo::corvo_internal::dynamic

@@ -11,7 +11,7 @@
 #include "base/stop_process.h"
 #include "base/text_hash.h"
 
-namespace corvo::dynamic {
+namespace corvo::corvo_internal::dynamic {
 namespace {
 
 struct FromJson {
@@ -186,4 +186,4 @@ std::string DynamicValue::description() const {
 
 std::string DynamicValue::debugDescription() const { return std::visit(DebugText(), value_); }
 
-}  // namespace corvo::dynamic
+}  // namespace corvo::corvo_internal::dynamic

@@ -18,7 +18,7 @@
 #include "dynamic/dynamic_kinds.h"
 #include "json/json_writer.h"
 
-namespace corvo::dynamic {
+namespace corvo::corvo_internal::dynamic {
 
 class DynamicValue;
 
@@ -85,4 +85,4 @@ struct EncodingFailure {
   std::string pointer;
 };
 
-}  // namespace corvo::dynamic
+}  // namespace corvo::corvo_internal::dynamic

@@ -9,7 +9,7 @@
 #include "experiments/param_value.h"
 #include "flags/flag_decision.h"
 
-namespace corvo::experiments {
+namespace corvo::corvo_internal::experiments {
 namespace {
 
 // The entries of one experiment. What repeats a name takes from the room that is left.
@@ -108,4 +108,4 @@ std::optional<std::vector<CorvoExperimentDetail>> experimentDetails(
   return details;
 }
 
-}  // namespace corvo::experiments
+}  // namespace corvo::corvo_internal::experiments

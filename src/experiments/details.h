@@ -9,7 +9,7 @@
 #include "experiments/memberships.h"
 #include "targeting/context.h"
 
-namespace corvo::experiments {
+namespace corvo::corvo_internal::experiments {
 
 /// How much the values of repeated names may take in one answer, in bytes.
 inline constexpr std::size_t kMostRepeatedBytes = std::size_t{64} << 20;
@@ -21,4 +21,4 @@ inline constexpr std::size_t kMostRepeatedBytes = std::size_t{64} << 20;
 [[nodiscard]] std::optional<std::vector<CorvoExperimentDetail>> experimentDetails(
     const std::vector<Membership>& memberships, const targeting::Context& context);
 
-}  // namespace corvo::experiments
+}  // namespace corvo::corvo_internal::experiments

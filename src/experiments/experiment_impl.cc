@@ -6,7 +6,7 @@
 #include "base/text.h"
 #include "experiments/param_value.h"
 
-namespace corvo::experiments {
+namespace corvo::corvo_internal::experiments {
 
 CorvoExperimentImpl::CorvoExperimentImpl(std::shared_ptr<const project::PreparedProject> project,
                                          const project::PreparedExperiment& experiment,
@@ -49,4 +49,4 @@ Result<std::optional<std::string_view>> CorvoExperimentImpl::featureText(
   return std::optional<std::string_view>(*found->value);
 }
 
-}  // namespace corvo::experiments
+}  // namespace corvo::corvo_internal::experiments

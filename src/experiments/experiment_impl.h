@@ -10,7 +10,7 @@
 #include "project/prepared_project.h"
 #include "targeting/context.h"
 
-namespace corvo::experiments {
+namespace corvo::corvo_internal::experiments {
 
 /// The one implementation of `CorvoExperiment`. The flags that the experiment carries are decided
 /// when the handle is made: so it needs neither the properties of that moment nor a clock or a time
@@ -38,4 +38,4 @@ class CorvoExperimentImpl final : public CorvoExperiment {
       decisions_;  // of the carried flags, by position; none without a group
 };
 
-}  // namespace corvo::experiments
+}  // namespace corvo::corvo_internal::experiments

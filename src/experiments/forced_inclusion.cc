@@ -5,7 +5,7 @@
 
 #include "placement/split_identifier.h"
 
-namespace corvo::experiments {
+namespace corvo::corvo_internal::experiments {
 namespace {
 
 bool isGroupOf(const model::Experiment& experiment, std::int64_t index) {
@@ -43,4 +43,4 @@ std::variant<model::Experiment, CorvoError> applyForcedInclusion(
   return edited;
 }
 
-}  // namespace corvo::experiments
+}  // namespace corvo::corvo_internal::experiments

@@ -12,7 +12,7 @@
 #include "model/config.h"
 #include "targeting/context.h"
 
-namespace corvo::experiments {
+namespace corvo::corvo_internal::experiments {
 
 /// The position of the first experiment of that name, into which somebody is to be forced, or the
 /// error that there is none.
@@ -26,4 +26,4 @@ namespace corvo::experiments {
     const model::Experiment& experiment, std::optional<std::int64_t> groupIndex,
     const targeting::Context& context);
 
-}  // namespace corvo::experiments
+}  // namespace corvo::corvo_internal::experiments

@@ -3,7 +3,7 @@
 #include "experiments/experiment_impl.h"
 #include "placement/resolution.h"
 
-namespace corvo::experiments {
+namespace corvo::corvo_internal::experiments {
 namespace {
 
 bool isWithin(Scope scope, const project::PreparedExperiment& experiment) {
@@ -47,4 +47,4 @@ std::vector<CorvoExperimentPointer> experimentHandles(
   return handles;
 }
 
-}  // namespace corvo::experiments
+}  // namespace corvo::corvo_internal::experiments

@@ -12,7 +12,7 @@
 #include "project/prepared_project.h"
 #include "targeting/context.h"
 
-namespace corvo::experiments {
+namespace corvo::corvo_internal::experiments {
 
 /// Which experiments of a project a question is about.
 enum class Scope : std::uint8_t { all, withoutHoldouts, onlyHoldouts };
@@ -38,4 +38,4 @@ struct Membership {
     const std::shared_ptr<const project::PreparedProject>& project,
     const std::vector<Membership>& memberships, const targeting::Context& context);
 
-}  // namespace corvo::experiments
+}  // namespace corvo::corvo_internal::experiments

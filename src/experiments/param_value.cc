@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-namespace corvo::experiments {
+namespace corvo::corvo_internal::experiments {
 
 const std::string* paramValue(const model::Param& param, const model::Group& group) {
   const auto value = std::ranges::find(param.values, group.name, &model::Param::Value::group);
   return value == param.values.end() ? nullptr : &value->value;
 }
 
-}  // namespace corvo::experiments
+}  // namespace corvo::corvo_internal::experiments

@@ -4,9 +4,9 @@
 
 #include "model/config.h"
 
-namespace corvo::experiments {
+namespace corvo::corvo_internal::experiments {
 
 /// The first text that a parameter has for that group, or null.
 [[nodiscard]] const std::string* paramValue(const model::Param& param, const model::Group& group);
 
-}  // namespace corvo::experiments
+}  // namespace corvo::corvo_internal::experiments

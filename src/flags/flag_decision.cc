@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace corvo::flags {
+namespace corvo::corvo_internal::flags {
 
 namespace {
 
@@ -99,4 +99,4 @@ CorvoError errorOf(const FlagDecision& decision, std::string_view flagName) {
   return CorvoError(CorvoError::FeatureFlagNotFound{std::string(flagName)});
 }
 
-}  // namespace corvo::flags
+}  // namespace corvo::corvo_internal::flags

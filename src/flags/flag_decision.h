@@ -12,7 +12,7 @@
 #include "project/prepared_project.h"
 #include "targeting/context.h"
 
-namespace corvo::flags {
+namespace corvo::corvo_internal::flags {
 
 /// Which value a flag has for a user and why, or why it has none.
 struct FlagDecision {
@@ -50,4 +50,4 @@ struct FlagDecision {
 /// The error of a decision without a value.
 [[nodiscard]] CorvoError errorOf(const FlagDecision& decision, std::string_view flagName);
 
-}  // namespace corvo::flags
+}  // namespace corvo::corvo_internal::flags

@@ -6,7 +6,7 @@
 
 #include "host/url_rules.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 constexpr int kMostRedirects = 10;
@@ -158,4 +158,4 @@ int CurlTransfer::onProgress(void* self, curl_off_t /*total*/, curl_off_t receiv
   return isTooMuch ? 1 : 0;  // 1 ends the transfer
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// What a transfer may take.
 struct TransferLimits {
@@ -80,4 +80,4 @@ class CurlTransfer {
   std::unique_ptr<CURL, FreeEasy> handle_;  // last: it dies before what it points at
 };
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

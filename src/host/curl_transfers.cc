@@ -11,7 +11,7 @@
 #include "host/sigpipe.h"
 #include "host/url_rules.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 constexpr int kMostPerOrigin = 6;  // as browsers do
@@ -197,4 +197,4 @@ void CurlTransfers::wait() {
   curl_multi_poll(multi_.get(), nullptr, 0, milliseconds, nullptr);
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -12,7 +12,7 @@
 #include "host/curl_transfer.h"
 #include "host/order.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// All the transfers of one loop, with the connections that they leave open for the next ones. Lets
 /// six transfers of an origin through at once; the others wait their turn. For the thread that runs
@@ -68,4 +68,4 @@ class CurlTransfers {
   std::atomic<std::size_t> count_ = 0;
 };
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

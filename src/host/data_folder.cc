@@ -5,6 +5,9 @@
 #include "host/system.h"
 
 namespace corvo {
+
+using namespace corvo_internal;
+
 namespace {
 
 using std::filesystem::path;

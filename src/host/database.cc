@@ -9,7 +9,7 @@
 #include "host/database_file.h"
 #include "host/uuid.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 /// The one spelling of a file that the process uses; empty when there is none. Links that cannot be
@@ -112,4 +112,4 @@ std::string Database::installation(std::string_view proposed) {
   });
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

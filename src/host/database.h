@@ -14,7 +14,7 @@
 #include "host/patience.h"
 #include "host/sqlite.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// The one database of an application: its preferences, and the identifier of this installation.
 /// Opened on first need, and again as long as that fails; one that turns out to be damaged is set
@@ -62,4 +62,4 @@ class Database {
   std::optional<Opened> opened_;
 };
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

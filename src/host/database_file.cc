@@ -11,7 +11,7 @@
 #include "host/database_format.h"
 #include "host/system.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 namespace fs = std::filesystem;
@@ -101,4 +101,4 @@ Connection openDatabaseInMemory() {
   return connection;
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -5,7 +5,7 @@
 #include "host/patience.h"
 #include "host/sqlite.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// Opens an application's database, made with its folder when it is missing. A damaged one is set
 /// aside, and a new one begun. Throws a `std::exception` when it cannot be opened just now, was
@@ -20,4 +20,4 @@ namespace corvo::host {
 bool setAside(Connection damaged, const std::filesystem::path& file,
               bool lookAgain = false) noexcept;
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

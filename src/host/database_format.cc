@@ -6,7 +6,7 @@
 #include <string>
 #include <system_error>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 namespace fs = std::filesystem;
@@ -177,4 +177,4 @@ fs::path companion(const fs::path& file, std::string_view ending) {
   return path += ending;
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

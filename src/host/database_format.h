@@ -5,7 +5,7 @@
 
 #include "host/sqlite.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// What lies where an application's database belongs. An empty file is ours, too.
 enum class Find { kForeign, kDamaged, kOurs };
@@ -27,4 +27,4 @@ void makeTables(Connection& connection);
 [[nodiscard]] std::filesystem::path companion(const std::filesystem::path& file,
                                               std::string_view ending);
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

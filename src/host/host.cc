@@ -11,6 +11,9 @@
 #include "platform/system.h"
 
 namespace corvo {
+
+using namespace corvo_internal;
+
 namespace {
 
 /// Null when the options name no file. The file's name is made absolute now, since the program may

@@ -6,7 +6,7 @@
 #include "host/system.h"
 #include "host/uuid.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 /// The leading numbers joined by dots: a Linux release goes on with the distribution's remarks.
@@ -38,4 +38,4 @@ std::optional<std::string> HostDevice::systemVersion() const {
   return unlessEmpty(numericPart(describeSystem().version));
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

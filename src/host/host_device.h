@@ -10,7 +10,7 @@
 
 #include "host/database.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// Describes this computer, and this installation of the application by a random identifier that is
 /// kept in the application's database. Any thread. Shares the database and the random source.
@@ -37,4 +37,4 @@ class HostDevice final : public Device {
   std::optional<std::string> applicationVersion_;
 };
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 void HostLoopImpl::post(Callback<void()> task) {
   bool isFirst = false;
@@ -134,4 +134,4 @@ void CurlSession::start(UrlRequest request, Callback<void(UrlResponse)> completi
       {.request = std::move(request), .completion = std::move(completion), .owner = life_});
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

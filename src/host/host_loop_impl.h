@@ -12,7 +12,7 @@
 #include "base/exclusive_access.h"
 #include "host/curl_transfers.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// The queue of tasks and the transfers, moved on in turns by whoever runs the loop. Which thread
 /// may call what is said at `HostLoop`.
@@ -69,4 +69,4 @@ class CurlSession final : public UrlSession {
   std::shared_ptr<const void> life_ = std::make_shared<char>();
 };
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -10,7 +10,7 @@
 
 #include "host/curl_transfer.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// Whom one speaks to, and how many transfers with them are under way.
 struct Origin {
@@ -35,4 +35,4 @@ struct Order {
 /// memory runs out.
 using Orders = std::list<Order>;
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

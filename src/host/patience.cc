@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <thread>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 constexpr Patience::Milliseconds kMost{100};
@@ -27,4 +27,4 @@ Patience::Milliseconds Patience::steadySleep(Milliseconds duration) {
       std::chrono::steady_clock::now().time_since_epoch());
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

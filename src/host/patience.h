@@ -4,7 +4,7 @@
 #include <functional>
 #include <utility>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// Waits for others who hold a file: 100 milliseconds at most within any second, however many ask.
 /// For one thread at a time.
@@ -27,4 +27,4 @@ class Patience {
   Milliseconds until_{0};
 };
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -2,7 +2,7 @@
 
 #include "host/system.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// While it lives, no write of this thread to a closed connection raises SIGPIPE, by which a server
 /// could end the process: TLS libraries write in a way that does. The signal is blocked, never
@@ -18,4 +18,4 @@ class WithoutSigpipe {
   const Sigpipe sigpipe_;
 };
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

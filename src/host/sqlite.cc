@@ -2,7 +2,7 @@
 
 #include <new>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 void check(int code) {
@@ -125,4 +125,4 @@ void Transaction::commit() {
   open_ = false;
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

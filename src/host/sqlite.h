@@ -12,7 +12,7 @@
 
 #include "host/patience.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// Why SQLite did not do what it was asked for.
 class SqliteError final : public std::exception {
@@ -104,4 +104,4 @@ class Transaction {
   bool open_ = false;
 };
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -6,7 +6,7 @@
 #include <functional>
 #include <utility>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 /// The one object of a suite, shared by all its handles in this process.
@@ -80,4 +80,4 @@ std::shared_ptr<PreferencesSuite> SqlitePreferencesStore::open(std::string_view 
   return nullptr;
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

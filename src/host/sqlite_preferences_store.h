@@ -10,7 +10,7 @@
 
 #include "host/database.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// Keeps suites in an application's database. Any thread. Shares the database.
 class SqlitePreferencesStore final : public PreferencesStore {
@@ -26,4 +26,4 @@ class SqlitePreferencesStore final : public PreferencesStore {
   std::shared_ptr<Database> database_;
 };
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

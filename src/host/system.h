@@ -7,7 +7,7 @@
 
 // What every system does in its own way. The file of each is chosen when the library is built.
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// Fills the bytes from the system's secure source. Throws `std::system_error` when it fails.
 void fillAtRandom(std::span<std::byte> bytes);
@@ -39,4 +39,4 @@ enum class Sigpipe { kUntouched, kBlocked, kBlockedBefore };
 /// Takes the signal if one came meanwhile, and lets it through again unless it was blocked before.
 void releaseSigpipe(Sigpipe sigpipe) noexcept;
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -7,7 +7,7 @@
 #include "host/system.h"
 #include "host/system_posix.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 void fillAtRandom(std::span<std::byte> bytes) {
   while (!bytes.empty()) {
@@ -35,4 +35,4 @@ SystemVersion describeSystem() {
   return {system.sysname, system.release};
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -5,7 +5,7 @@
 #include "host/system.h"
 #include "host/system_posix.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 void fillAtRandom(std::span<std::byte> bytes) { ::arc4random_buf(bytes.data(), bytes.size()); }
 
@@ -23,4 +23,4 @@ SystemVersion describeSystem() {
   return {"macOS", version};
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

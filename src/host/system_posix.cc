@@ -8,7 +8,7 @@
 
 #include "host/system.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 bool isPending(int signal) noexcept {
@@ -55,4 +55,4 @@ void releaseSigpipe(Sigpipe sigpipe) noexcept {
   if (sigpipe == Sigpipe::kBlocked) pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -4,7 +4,7 @@
 
 #include "host/system.h"
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// Random bytes of the operating system's secure source. Any thread.
 class SystemRandom final : public SecureRandom {
@@ -12,4 +12,4 @@ class SystemRandom final : public SecureRandom {
   void fill(std::span<std::byte> bytes) override { fillAtRandom(bytes); }
 };
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <system_error>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 void fillAtRandom(std::span<std::byte> bytes) {
   const NTSTATUS status =
@@ -51,4 +51,4 @@ Sigpipe blockSigpipe() noexcept { return Sigpipe::kUntouched; }
 
 void releaseSigpipe(Sigpipe /*sigpipe*/) noexcept {}
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

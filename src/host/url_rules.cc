@@ -6,7 +6,7 @@
 #include <memory>
 #include <string_view>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 struct CurlFree {
@@ -83,4 +83,4 @@ bool mayFollow(const std::string& from, const std::string& to) {
   return old->scheme == "http";
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// Why a request must not be put on the wire; none when it may. It must have "GET" or "POST", an
 /// address of scheme http or https with a port that exists, and header fields (RFC 9110, section 5)
@@ -22,4 +22,4 @@ namespace corvo::host {
 /// already, and the https side still has to prove that it is the host.
 [[nodiscard]] bool mayFollow(const std::string& from, const std::string& to);
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

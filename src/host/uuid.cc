@@ -3,7 +3,7 @@
 #include <array>
 #include <cstddef>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 namespace {
 
 constexpr std::string_view kDigits = "0123456789ABCDEF";
@@ -37,4 +37,4 @@ bool isUuid(std::string_view text) noexcept {
   return true;
 }
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvo::host {
+namespace corvo::corvo_internal::host {
 
 /// A random UUID (RFC 9562, version 4) in upper-case canonical form.
 [[nodiscard]] std::string randomUuid(SecureRandom& random);
@@ -13,4 +13,4 @@ namespace corvo::host {
 /// Whether the text is any UUID in upper-case canonical form.
 [[nodiscard]] bool isUuid(std::string_view text) noexcept;
 
-}  // namespace corvo::host
+}  // namespace corvo::corvo_internal::host

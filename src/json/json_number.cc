@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace corvo::json {
+namespace corvo::corvo_internal::json {
 namespace {
 
 constexpr auto kMaxUnsigned = std::numeric_limits<std::uint64_t>::max();
@@ -83,4 +83,4 @@ std::optional<std::uint64_t> JsonNumber::asUnsigned() const noexcept {
   return negative && value != 0u ? std::nullopt : value;
 }
 
-}  // namespace corvo::json
+}  // namespace corvo::corvo_internal::json

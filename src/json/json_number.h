@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-namespace corvo::json {
+namespace corvo::corvo_internal::json {
 
 /// A number literal taken apart by the grammar of RFC 8259, section 6. Views into the literal.
 struct JsonNumber {
@@ -25,4 +25,4 @@ struct JsonNumber {
   [[nodiscard]] std::optional<std::uint64_t> magnitude() const noexcept;
 };
 
-}  // namespace corvo::json
+}  // namespace corvo::corvo_internal::json

@@ -1,6 +1,6 @@
 #include "json/json_pointer.h"
 
-namespace corvo::json {
+namespace corvo::corvo_internal::json {
 namespace {
 
 class Search {
@@ -58,4 +58,4 @@ std::vector<std::string> pointersTo(const std::vector<const JsonNode*>& nodes,
   return std::move(search.found_);
 }
 
-}  // namespace corvo::json
+}  // namespace corvo::corvo_internal::json

@@ -6,7 +6,7 @@
 
 #include "json/json_tree.h"
 
-namespace corvo::json {
+namespace corvo::corvo_internal::json {
 
 /// Extends a JSON pointer (RFC 6901) by one step: a key, or the index of an element.
 void appendToken(std::string& pointer, std::string_view token);
@@ -16,4 +16,4 @@ void appendToken(std::string& pointer, std::string_view token);
 [[nodiscard]] std::vector<std::string> pointersTo(const std::vector<const JsonNode*>& nodes,
                                                   const JsonNode& root);
 
-}  // namespace corvo::json
+}  // namespace corvo::corvo_internal::json

@@ -12,7 +12,7 @@
 #include "base/text.h"
 #include "json/json_number.h"
 
-namespace corvo::json {
+namespace corvo::corvo_internal::json {
 namespace {
 
 namespace ondemand = simdjson::ondemand;
@@ -192,4 +192,4 @@ JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) 
 
 JsonTree::~JsonTree() = default;
 
-}  // namespace corvo::json
+}  // namespace corvo::corvo_internal::json

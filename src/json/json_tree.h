@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace corvo::json {
+namespace corvo::corvo_internal::json {
 
 enum class JsonKind : std::uint8_t { null, boolean, number, string, array, object };
 
@@ -93,4 +93,4 @@ class JsonTree {
   std::string_view error_;
 };
 
-}  // namespace corvo::json
+}  // namespace corvo::corvo_internal::json

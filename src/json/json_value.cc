@@ -7,6 +7,8 @@
 
 namespace corvo {
 
+using namespace corvo_internal;
+
 JsonValue::JsonValue(JsonValue&& other) noexcept = default;
 JsonValue& JsonValue::operator=(JsonValue&& other) noexcept = default;
 

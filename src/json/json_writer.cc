@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cmath>
 
-namespace corvo::json {
+namespace corvo::corvo_internal::json {
 namespace {
 
 // What follows the backslash for each byte that RFC 8259 wants escaped; zero for the others.
@@ -121,4 +121,4 @@ void JsonWriter::escape(char c, char letter) {
   text_ += "0123456789abcdef"[c % 0x10];
 }
 
-}  // namespace corvo::json
+}  // namespace corvo::corvo_internal::json

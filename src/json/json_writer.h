@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-namespace corvo::json {
+namespace corvo::corvo_internal::json {
 
 /// Appends JSON text (RFC 8259) without blanks to one string. The caller keeps to JSON's grammar;
 /// the commas are set here. Texts must be well-formed UTF-8; only what must be is escaped.
@@ -50,4 +50,4 @@ class JsonWriter {
   bool faithful_ = true;
 };
 
-}  // namespace corvo::json
+}  // namespace corvo::corvo_internal::json

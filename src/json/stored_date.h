@@ -1,6 +1,6 @@
 #pragma once
 
-namespace corvo::json {
+namespace corvo::corvo_internal::json {
 
 /// A moment as it is stored: a JSON number, the seconds since 2001-01-01 00:00:00 UTC.
 struct StoredDate {
@@ -14,4 +14,4 @@ struct StoredDate {
   bool operator==(const StoredDate&) const = default;
 };
 
-}  // namespace corvo::json
+}  // namespace corvo::corvo_internal::json

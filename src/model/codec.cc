@@ -11,7 +11,7 @@
 #include "model/decoder.h"
 #include "model/encoder.h"
 
-namespace corvo::model {
+namespace corvo::corvo_internal::model {
 namespace {
 
 DecodingFailure explain(const ReadFailure& failure, const JsonNode& root) {
@@ -91,4 +91,4 @@ template std::optional<std::string> encodeJson(const ForcedExperiments&);
 template std::optional<std::string> encodeJson(const std::string&);
 template std::optional<std::string> encodeJson(const json::StoredDate&);
 
-}  // namespace corvo::model
+}  // namespace corvo::corvo_internal::model

@@ -10,7 +10,7 @@
 
 #include "model/config.h"
 
-namespace corvo::model {
+namespace corvo::corvo_internal::model {
 
 /// Why a text could not be decoded: the first failure, and where it is (RFC 6901). A missing key is
 /// reported at the object that lacks it; a text that is no JSON, at the root. Keys are read in the
@@ -54,4 +54,4 @@ struct Drop {
 /// tools. Nothing is listed inside a dropped element.
 [[nodiscard]] Decoded<ConfigResponse> decodeConfig(std::string_view json, std::vector<Drop>& drops);
 
-}  // namespace corvo::model
+}  // namespace corvo::corvo_internal::model

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace corvo::model {
+namespace corvo::corvo_internal::model {
 
 /// How the conditions of a list are joined.
 enum class ConditionalStatement : std::uint8_t { and_, or_, empty };
@@ -175,4 +175,4 @@ struct ConfigResponse {
 /// user was forced without a group.
 using ForcedExperiments = std::map<std::string, std::optional<std::int64_t>, std::less<>>;
 
-}  // namespace corvo::model
+}  // namespace corvo::corvo_internal::model

@@ -6,7 +6,7 @@
 #include "dynamic/dynamic_value.h"
 #include "json/json_number.h"
 
-namespace corvo::model {
+namespace corvo::corvo_internal::model {
 namespace {
 
 std::string_view nameOf(JsonKind kind) {
@@ -180,4 +180,4 @@ void Decoder::drop(const JsonNode& node, std::size_t listed) {
   drops_->push_back({&node, failure_});
 }
 
-}  // namespace corvo::model
+}  // namespace corvo::corvo_internal::model

@@ -20,11 +20,11 @@
 #include "model/codec.h"
 #include "model/fields.h"
 
-namespace corvo::dynamic {
+namespace corvo::corvo_internal::dynamic {
 class DynamicValue;
 }
 
-namespace corvo::model {
+namespace corvo::corvo_internal::model {
 
 using json::JsonElements;
 using json::JsonKind;
@@ -265,4 +265,4 @@ class Decoder {
   ReadFailure failure_;
 };
 
-}  // namespace corvo::model
+}  // namespace corvo::corvo_internal::model

@@ -13,7 +13,7 @@
 #include "model/codec.h"
 #include "model/fields.h"
 
-namespace corvo::model {
+namespace corvo::corvo_internal::model {
 
 /// Writes values and, by the tables of fields, records.
 class Encoder {
@@ -88,4 +88,4 @@ class Encoder {
   json::JsonWriter& out_;
 };
 
-}  // namespace corvo::model
+}  // namespace corvo::corvo_internal::model

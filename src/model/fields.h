@@ -8,7 +8,7 @@
 
 #include "model/config.h"
 
-namespace corvo::model {
+namespace corvo::corvo_internal::model {
 
 /// A list from which elements that cannot be decoded are dropped one by one.
 template <class T>
@@ -257,4 +257,4 @@ concept TextEnum = requires {
   EnumTexts<T>::list;
 };
 
-}  // namespace corvo::model
+}  // namespace corvo::corvo_internal::model

@@ -7,6 +7,8 @@
 
 namespace corvo {
 
+using namespace corvo_internal;
+
 std::optional<bool> CorvoPropertyTraits<bool>::fromCorvoString(std::string_view text) noexcept {
   if (base::equalsLowerCased(text, "true")) return true;
   if (base::equalsLowerCased(text, "false")) return false;

@@ -12,7 +12,7 @@
 #include "model/codec.h"
 #include "network/network_route.h"
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 
 /// Through which a client talks to its backend.
 ///
@@ -53,4 +53,4 @@ class NetworkClient {
   }
 };
 
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

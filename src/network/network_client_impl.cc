@@ -9,7 +9,7 @@
 #define CORVO_VERSION "unknown"
 #endif
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 namespace {
 
 UrlRequest makeRequest(const NetworkRoute& route, std::string url) {
@@ -98,4 +98,4 @@ NetworkClient::Answer NetworkClientImpl::answerOf(UrlResponse response) {
   return std::move(response.body);
 }
 
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

@@ -9,7 +9,7 @@
 
 #include "network/network_client.h"
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 
 /// Sends routes over a URL session, again as often as it may while the answers are unusable.
 ///
@@ -41,4 +41,4 @@ class NetworkClientImpl final : public NetworkClient,
   std::uint64_t retryCount_;
 };
 
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

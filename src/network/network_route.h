@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 
 enum class Method : std::uint8_t { get, post };
 
@@ -28,4 +28,4 @@ struct NetworkRoute {
   std::vector<QueryItem> queryItems;           ///< None: the address has no query.
 };
 
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

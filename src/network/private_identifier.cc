@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string_view>
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 namespace {
 
 constexpr std::string_view kCharacters =
@@ -35,4 +35,4 @@ std::string makePrivateIdentifier(SecureRandom& random) {
   return identifier;
 }
 
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

@@ -2,7 +2,7 @@
 
 #include "network/uri_reference.h"
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 namespace {
 
 void appendEncoded(std::string& url, std::string_view text) {
@@ -52,4 +52,4 @@ std::optional<std::string> requestUrl(std::string_view address,
   return url;
 }
 
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

@@ -7,7 +7,7 @@
 
 #include "network/network_route.h"
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 
 /// The base address, a slash and the path, with every "//" made "/": one pass from left to right,
 /// so "///" becomes "//". The scheme's double slash is not spared: "https://host" and "geo" make
@@ -19,4 +19,4 @@ namespace corvo::network {
 [[nodiscard]] std::optional<std::string> requestUrl(std::string_view address,
                                                     const std::vector<QueryItem>& queryItems);
 
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

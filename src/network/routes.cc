@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 namespace {
 
 // Credentials are header fields, so that neither the address nor its logs show them.
@@ -21,4 +21,4 @@ ConfigRoute::ConfigRoute(std::string token, std::string userId)
 LocationRoute::LocationRoute(std::string token, std::string userId)
     : NetworkRoute(getRoute("geo", std::move(token), std::move(userId))) {}
 
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

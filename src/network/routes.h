@@ -7,7 +7,7 @@
 #include "model/config.h"
 #include "network/network_route.h"
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 
 /// Asks for the configuration of a project, on behalf of a client's private identifier.
 struct ConfigRoute : NetworkRoute {
@@ -23,4 +23,4 @@ struct LocationRoute : NetworkRoute {
   LocationRoute(std::string token, std::string userId);
 };
 
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 namespace {
 
 constexpr auto kNone = std::string_view::npos;
@@ -164,4 +164,4 @@ std::optional<UriReference> parseUriReference(std::string_view text) {
   return isValid(uri) ? std::optional(uri) : std::nullopt;
 }
 
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 
 /// The components of a URI reference (RFC 3986), as they are written, without their delimiters.
 /// They live as long as the text they were parsed from.
@@ -23,4 +23,4 @@ struct UriReference {
 /// Whether the character never needs percent-encoding (RFC 3986, section 2.3).
 [[nodiscard]] bool isUnreserved(char c) noexcept;
 
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

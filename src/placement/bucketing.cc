@@ -16,7 +16,7 @@
 static_assert(std::numeric_limits<double>::is_iec559 && FLT_EVAL_METHOD == 0,
               "excess precision would move users between groups");
 
-namespace corvo::placement {
+namespace corvo::corvo_internal::placement {
 namespace {
 
 constexpr double kBucketMultiplier = 85407170560000.0;
@@ -166,4 +166,4 @@ Placement assignGroup(std::string_view splitId, const model::Experiment& experim
   return pick(AllocationTest::applied);
 }
 
-}  // namespace corvo::placement
+}  // namespace corvo::corvo_internal::placement

@@ -11,7 +11,7 @@
 // Where the hash puts a user in one experiment. Pure, from any thread; the same on every processor:
 // IEEE 754 doubles, each operation rounded by itself, in the order written.
 
-namespace corvo::placement {
+namespace corvo::corvo_internal::placement {
 
 /// The polynomial hash of a digest's 32 hexadecimal digits: h = 31 h + c modulo 2^32, as a signed
 /// number (two's complement).
@@ -33,4 +33,4 @@ using Buckets = std::array<double, base::kMd5Lanes>;
 [[nodiscard]] Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
                                     const double* bucket = nullptr);
 
-}  // namespace corvo::placement
+}  // namespace corvo::corvo_internal::placement

@@ -4,7 +4,7 @@
 
 #include "model/config.h"
 
-namespace corvo::placement {
+namespace corvo::corvo_internal::placement {
 
 /// Why a user has a group in an experiment, or has none.
 enum class PlacementReason : std::uint8_t {
@@ -28,4 +28,4 @@ struct Placement {
   const model::Experiment* holdout = nullptr;  ///< The one that holds him out.
 };
 
-}  // namespace corvo::placement
+}  // namespace corvo::corvo_internal::placement

@@ -9,7 +9,7 @@
 #include "placement/split_identifier.h"
 #include "targeting/rules.h"
 
-namespace corvo::placement {
+namespace corvo::corvo_internal::placement {
 
 namespace {
 
@@ -109,4 +109,4 @@ std::size_t Resolver::positionOf(const project::PreparedExperiment& experiment) 
   return static_cast<std::size_t>(&experiment - project_.experiments().data());
 }
 
-}  // namespace corvo::placement
+}  // namespace corvo::corvo_internal::placement

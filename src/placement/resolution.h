@@ -9,7 +9,7 @@
 #include "project/prepared_project.h"
 #include "targeting/context.h"
 
-namespace corvo::placement {
+namespace corvo::corvo_internal::placement {
 
 /// Decides about one experiment for the user of the context. Looked at in this order: the split
 /// identifier, the holdouts that the experiment names, the group, and, unless a forced list put the
@@ -44,4 +44,4 @@ class Resolver {
   std::vector<std::optional<Buckets>> buckets_;       // by position, several in one
 };
 
-}  // namespace corvo::placement
+}  // namespace corvo::corvo_internal::placement

@@ -6,7 +6,7 @@
 
 #include "model/fields.h"
 
-namespace corvo::placement {
+namespace corvo::corvo_internal::placement {
 namespace {
 
 using model::SplitMode;
@@ -31,4 +31,4 @@ const std::string* splitIdentifier(std::optional<model::SplitMode> splitMode,
   return own;
 }
 
-}  // namespace corvo::placement
+}  // namespace corvo::corvo_internal::placement

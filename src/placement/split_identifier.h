@@ -6,7 +6,7 @@
 #include "model/config.h"
 #include "targeting/context.h"
 
-namespace corvo::placement {
+namespace corvo::corvo_internal::placement {
 
 /// The text by which an experiment places the user of the context: the user's property that its
 /// split mode names, "userId" where it has none. Read from the user's own properties only, but the
@@ -15,4 +15,4 @@ namespace corvo::placement {
 [[nodiscard]] const std::string* splitIdentifier(std::optional<model::SplitMode> splitMode,
                                                  const targeting::Context& context);
 
-}  // namespace corvo::placement
+}  // namespace corvo::corvo_internal::placement

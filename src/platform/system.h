@@ -5,7 +5,7 @@
 
 #include <memory>
 
-namespace corvo::platform {
+namespace corvo::corvo_internal::platform {
 
 /// The system's clock. One instance per process; any thread.
 [[nodiscard]] std::shared_ptr<Clock> systemClock();
@@ -15,4 +15,4 @@ namespace corvo::platform {
 /// process; any thread, as long as nobody changes the environment meanwhile.
 [[nodiscard]] std::shared_ptr<TimeZone> systemTimeZone();
 
-}  // namespace corvo::platform
+}  // namespace corvo::corvo_internal::platform

@@ -7,7 +7,7 @@
 #include "platform/system_parts.h"
 #include "platform/system_posix.h"
 
-namespace corvo::platform {
+namespace corvo::corvo_internal::platform {
 namespace {
 
 /// The moment of the kernel's last tick, a few milliseconds ago. Nothing that the library decides
@@ -30,4 +30,4 @@ std::shared_ptr<Clock> systemClock() {
 
 char** const* environmentPlace() noexcept { return &environ; }
 
-}  // namespace corvo::platform
+}  // namespace corvo::corvo_internal::platform

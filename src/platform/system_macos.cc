@@ -6,7 +6,7 @@
 #include "platform/system_parts.h"
 #include "platform/system_posix.h"
 
-namespace corvo::platform {
+namespace corvo::corvo_internal::platform {
 
 std::shared_ptr<Clock> systemClock() {
   static const auto clock = std::make_shared<ExactClock>();
@@ -15,4 +15,4 @@ std::shared_ptr<Clock> systemClock() {
 
 char** const* environmentPlace() noexcept { return _NSGetEnviron(); }
 
-}  // namespace corvo::platform
+}  // namespace corvo::corvo_internal::platform

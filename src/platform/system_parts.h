@@ -11,7 +11,7 @@
 
 // What the files of the systems make their clock and their time zone of.
 
-namespace corvo::platform {
+namespace corvo::corvo_internal::platform {
 
 class ExactClock : public Clock {
  public:
@@ -49,4 +49,4 @@ class SystemTimeZone final : public TimeZone {
   Zone zone_;
 };
 
-}  // namespace corvo::platform
+}  // namespace corvo::corvo_internal::platform

@@ -10,7 +10,7 @@
 #include "platform/system.h"
 #include "platform/system_parts.h"
 
-namespace corvo::platform {
+namespace corvo::corvo_internal::platform {
 namespace {
 
 class PosixZone {
@@ -73,4 +73,4 @@ std::shared_ptr<TimeZone> systemTimeZone() {
   return zone;
 }
 
-}  // namespace corvo::platform
+}  // namespace corvo::corvo_internal::platform

@@ -7,7 +7,7 @@
 #include "platform/system.h"
 #include "platform/system_parts.h"
 
-namespace corvo::platform {
+namespace corvo::corvo_internal::platform {
 namespace {
 
 struct WindowsZone {
@@ -49,4 +49,4 @@ std::shared_ptr<TimeZone> systemTimeZone() {
   return zone;
 }
 
-}  // namespace corvo::platform
+}  // namespace corvo::corvo_internal::platform

@@ -6,7 +6,7 @@
 
 #include "base/text.h"
 
-namespace corvo::project {
+namespace corvo::corvo_internal::project {
 namespace {
 
 bool isOurs(const std::string& platform) {
@@ -28,4 +28,4 @@ void filterByPlatform(model::ConfigResponse& config) {
   std::erase_if(config.experiments, [](const auto& experiment) { return !isOurs(experiment); });
 }
 
-}  // namespace corvo::project
+}  // namespace corvo::corvo_internal::project

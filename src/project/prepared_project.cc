@@ -4,7 +4,7 @@
 #include <unordered_map>
 #include <utility>
 
-namespace corvo::project {
+namespace corvo::corvo_internal::project {
 namespace {
 
 CarriedFlag prepared(const model::FeatureFlag& flag, const model::Experiment& experiment,
@@ -139,4 +139,4 @@ const PreparedExperiment* PreparedProject::findHoldout(std::string_view name) co
   return experimentAt(holdoutIndex_.find(name, experimentNameAt()));
 }
 
-}  // namespace corvo::project
+}  // namespace corvo::corvo_internal::project

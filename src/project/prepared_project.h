@@ -11,7 +11,7 @@
 #include "targeting/property_names.h"
 #include "targeting/rules.h"
 
-namespace corvo::project {
+namespace corvo::corvo_internal::project {
 
 /// A flag that an experiment carries: its rules for each of the flag's groups, by position.
 struct CarriedFlag {
@@ -106,4 +106,4 @@ class PreparedProject {
   base::NameIndex holdoutIndex_;     // the first of each name
 };
 
-}  // namespace corvo::project
+}  // namespace corvo::corvo_internal::project

@@ -7,7 +7,7 @@
 
 #include "model/config.h"
 
-namespace corvo::storage {
+namespace corvo::corvo_internal::storage {
 
 /// What an edit comes to that was made without knowing the stored value: its own entries, and the
 /// stored ones of other names. What it removed without knowing of it is there again.
@@ -36,4 +36,4 @@ concept Mergeable = requires(const T& value) {
   merged(value, value);
 };
 
-}  // namespace corvo::storage
+}  // namespace corvo::corvo_internal::storage

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace corvo::storage {
+namespace corvo::corvo_internal::storage {
 namespace {
 
 std::shared_ptr<StorageProtocol> openStorage(std::shared_ptr<PreferencesStore> store,
@@ -45,4 +45,4 @@ bool StorageClient::isOwed() const noexcept {
   return any(config, location, user, corvoPrivateId, corvoForcedExperiments);
 }
 
-}  // namespace corvo::storage
+}  // namespace corvo::corvo_internal::storage

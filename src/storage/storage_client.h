@@ -11,7 +11,7 @@
 #include "model/config.h"
 #include "storage/storage_property.h"
 
-namespace corvo::storage {
+namespace corvo::corvo_internal::storage {
 
 /// All that one client keeps across restarts, in one suite of the preferences store. The suite is
 /// named "storage" + tag + token with nothing between, so clients whose tag and token join to the
@@ -49,4 +49,4 @@ struct StorageClient {
   std::shared_ptr<StorageProtocol> storage_;
 };
 
-}  // namespace corvo::storage
+}  // namespace corvo::corvo_internal::storage

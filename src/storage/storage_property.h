@@ -12,7 +12,7 @@
 #include "storage/merge.h"
 #include "storage/storage_protocol.h"
 
-namespace corvo::storage {
+namespace corvo::corvo_internal::storage {
 
 /// What was last read from the store under one key, so that the same bytes are read and decoded
 /// only once.
@@ -212,4 +212,4 @@ class ExpiringProperty : private StorageProperty<T> {
   const std::shared_ptr<const T> none_;
 };
 
-}  // namespace corvo::storage
+}  // namespace corvo::corvo_internal::storage

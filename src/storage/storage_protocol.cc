@@ -2,7 +2,7 @@
 
 #include <exception>
 
-namespace corvo::storage {
+namespace corvo::corvo_internal::storage {
 
 StorageProtocol::StorageProtocol(std::shared_ptr<PreferencesStore> store, std::string suiteName,
                                  double now)
@@ -50,4 +50,4 @@ void StorageProtocol::fail() noexcept {
   attempts_.begin(now_);
 }
 
-}  // namespace corvo::storage
+}  // namespace corvo::corvo_internal::storage

@@ -14,7 +14,7 @@
 #include "base/once_a_second.h"
 #include "model/codec.h"
 
-namespace corvo::storage {
+namespace corvo::corvo_internal::storage {
 
 /// Typed values, encoded as JSON, under text keys of one suite. A suite that cannot be opened, read
 /// or written just now is left alone until somebody calls `reopen`.
@@ -89,4 +89,4 @@ class StorageProtocol {
   double now_;
 };
 
-}  // namespace corvo::storage
+}  // namespace corvo::corvo_internal::storage

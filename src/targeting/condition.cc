@@ -8,7 +8,7 @@
 #include "base/number.h"
 #include "base/text.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 namespace {
 
 using Texts = std::span<const std::string>;
@@ -221,4 +221,4 @@ PreparedCondition::PreparedCondition(const model::Condition& condition, Vocabula
   }
 }
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -14,7 +14,7 @@
 #include "targeting/version.h"
 #include "targeting/vocabulary.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// Texts, and the canonical decompositions of those that have another one than themselves; null
 /// where none has.
@@ -60,4 +60,4 @@ class PreparedCondition {
   return condition.matches({context, condition.property(), hashed});
 }
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -4,7 +4,7 @@
 
 #include "base/civil_time.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 namespace {
 
 const std::string* find(const PropertyMap& map, std::string_view name) {
@@ -39,4 +39,4 @@ PropertyLayer lastingLayer(const PropertyMap& properties) {
   return layer;
 }
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -9,7 +9,7 @@
 #include "targeting/property_layer.h"
 #include "targeting/property_table.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// All that a decision reads besides the configuration: the user's own properties, all properties
 /// by the numbers of the configuration's names, the moment of the question, the local time of the
@@ -44,4 +44,4 @@ struct Context {
 /// Properties that do not expire, as those of the location.
 [[nodiscard]] PropertyLayer lastingLayer(const PropertyMap& properties);
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

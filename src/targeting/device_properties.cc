@@ -4,7 +4,7 @@
 
 #include "base/number.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 DeviceProperties::DeviceProperties(const DeviceFacts& facts) {
   layer_.put("appVersion", facts.appVersion.value_or(""));
@@ -38,4 +38,4 @@ std::string normalisedVersion(std::string_view version) {
   return numbers[2] > 0 ? text + '.' + std::to_string(numbers[2]) : text;
 }
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -10,7 +10,7 @@
 #include "targeting/local_time.h"
 #include "targeting/property_layer.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// What is known about the device and the application.
 struct DeviceFacts {
@@ -48,4 +48,4 @@ class DeviceProperties {
 /// greater than 0. What is missing or no number is 0; a fourth number is dropped.
 [[nodiscard]] std::string normalisedVersion(std::string_view version);
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

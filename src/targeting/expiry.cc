@@ -3,7 +3,7 @@
 #include "base/civil_time.h"
 #include "targeting/local_time.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 constexpr double kLifetimeSeconds = 86'400;
 
@@ -12,4 +12,4 @@ std::string expiryText(double now, const TimeZone& timeZone) {
   return base::formatDate(expiry, base::DatePattern::second);
 }
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

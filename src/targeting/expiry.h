@@ -4,10 +4,10 @@
 
 #include <string>
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// The expiry of a property that is set at a moment: 24 hours later, as local time
 /// "yyyy-MM-dd HH:mm:ss", fractions of a second dropped.
 [[nodiscard]] std::string expiryText(double now, const TimeZone& timeZone);
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 namespace {
 
 using base::kSecondsPerDay;
@@ -81,4 +81,4 @@ std::optional<std::int64_t> LocalTime::search(LocalSeconds local) const {
   return last;
 }
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

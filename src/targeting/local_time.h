@@ -8,7 +8,7 @@
 
 #include "base/civil_time.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// Converts between moments and the local times that a zone's clocks show then, and remembers the
 /// conversions asked for most recently until the zone changes.
@@ -60,4 +60,4 @@ class LocalTime {
   mutable Memo<base::LocalSeconds> locals_;
 };
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

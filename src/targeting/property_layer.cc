@@ -1,6 +1,6 @@
 #include "targeting/property_layer.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 void PropertyLayer::put(const base::HashedName& name, std::string_view value, double expiry) {
   std::uint32_t position = index_.find(name, NameAt{properties_});
@@ -13,4 +13,4 @@ void PropertyLayer::put(const base::HashedName& name, std::string_view value, do
   properties_[position].expiry = expiry;
 }
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

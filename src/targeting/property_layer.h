@@ -8,7 +8,7 @@
 
 #include "base/name_index.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// The expiry of what never expires.
 constexpr double kNever = std::numeric_limits<double>::infinity();
@@ -49,4 +49,4 @@ class PropertyLayer {
   base::NameIndex index_;
 };
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

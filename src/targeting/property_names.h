@@ -6,7 +6,7 @@
 
 #include "base/name_index.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// Numbers the names of the properties that conditions test: a condition knows its property by
 /// number, and nobody looks for a name when it is tested. Refers to the texts it is given.
@@ -32,4 +32,4 @@ class PropertyNames {
   base::NameIndex index_;
 };
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

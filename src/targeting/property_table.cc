@@ -1,6 +1,6 @@
 #include "targeting/property_table.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 namespace {
 
 const PropertyLayer::Property* findIn(const PropertyLayer* layer, const base::HashedName& name) {
@@ -31,4 +31,4 @@ Readings& PropertyTable::readings(std::uint32_t number, const std::string& value
   return readings_[place];
 }
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -8,7 +8,7 @@
 #include "targeting/property_names.h"
 #include "targeting/readings.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// The layers that a property is looked for in, in this order. Null is an empty one. Only the
 /// user's properties expire.
@@ -52,4 +52,4 @@ class PropertyTable {
   mutable std::vector<Readings> readings_;  // of the present question
 };
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -10,7 +10,7 @@
 #include "base/text_index.h"
 #include "targeting/version.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// A value that is made when it is first asked for.
 template <class Value>
@@ -41,4 +41,4 @@ struct Readings {
   Once<base::TextIndex> index;
 };
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <span>
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 namespace {
 
 using model::ConditionalStatement;
@@ -85,4 +85,4 @@ bool targetMatches(const PreparedTarget& target, const Context& context, bool ha
          statementHolds(target.statement, target.conditions, context, hashed);
 }
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -10,7 +10,7 @@
 #include "targeting/context.h"
 #include "targeting/vocabulary.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 class RuleBook;
 
@@ -81,4 +81,4 @@ struct PreparedTarget {
 /// Whether a target's conditions hold; always where it has none.
 [[nodiscard]] bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed);
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

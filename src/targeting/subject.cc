@@ -5,7 +5,7 @@
 #include "base/text.h"
 #include "base/text_index.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 std::string_view Subject::digest() const {
   return base::view(readings().digest.get([&] { return base::md5Hex(*value_); }));
@@ -56,4 +56,4 @@ std::optional<base::LocalSeconds> parseConditionDate(std::string_view text) {
   return minute ? minute : base::parseDate(text, base::DatePattern::day);
 }
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -10,7 +10,7 @@
 #include "targeting/context.h"
 #include "targeting/version.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// The property that a condition tests, read as the condition wants it. What takes long to read is
 /// remembered by the context's table of properties, so that many conditions on a long property cost
@@ -60,4 +60,4 @@ class Subject {
 /// Reads a date as conditions write it: with a time of day, to the minute, or without.
 [[nodiscard]] std::optional<base::LocalSeconds> parseConditionDate(std::string_view text);
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

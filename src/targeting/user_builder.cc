@@ -8,6 +8,9 @@
 #include "targeting/expiry.h"
 
 namespace corvo {
+
+using namespace corvo_internal;
+
 namespace {
 
 void erase(PropertyMap& map, std::string_view key) {

@@ -5,7 +5,7 @@
 
 #include "base/number.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 namespace {
 
 // Calls `use` with every piece; false when one of them is no number.
@@ -64,4 +64,4 @@ int OrderedVersion::orderTo(std::span<const std::int64_t> other) const noexcept 
   return orderFrom_[std::min(other.size(), version_.size())];
 }
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// The pieces of a version: signed numbers of 64 bits. Missing ones are zeros, so "1.2" and "1.2.0"
 /// are the same version, and a version without pieces is all zeros.
@@ -33,4 +33,4 @@ class OrderedVersion {
   std::vector<std::int8_t> orderFrom_;  // how the pieces from each place on stand to zeros
 };
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -9,7 +9,7 @@
 #include "base/text_hash.h"
 #include "targeting/property_names.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 
 /// What the rules of a configuration have in common, found while they are prepared: the names of
 /// the properties, and the texts. Many rules compare with the same few lists and answer the same
@@ -51,4 +51,4 @@ class Vocabulary {
   Pool<std::vector<std::string>> lists_;
 };
 
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

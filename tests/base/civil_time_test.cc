@@ -7,7 +7,7 @@
 
 #include "tests/base/case_table.h"
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 using enum DatePattern;
@@ -49,4 +49,4 @@ TEST(CivilTime, RoundsMomentsDownAndKeepsThemNear) {
 }
 
 }  // namespace
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

@@ -4,7 +4,7 @@
 
 #include <thread>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 template <Noticing noticing>
@@ -30,4 +30,4 @@ TEST(ExclusiveAccessDeathTest, BelongsToOneThreadUntilItGivesItUp) {
 }
 
 }  // namespace
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

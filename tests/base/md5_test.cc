@@ -7,7 +7,7 @@
 
 #include "tests/base/case_table.h"
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 /// Bytes of all kinds.
@@ -33,4 +33,4 @@ TEST(Md5, JoinsHeadAndTailWhereverTheyMeet) {
 }
 
 }  // namespace
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

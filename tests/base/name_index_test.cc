@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 // By hand: the squares of 2^64 - 1 and 2^32 - 1 are 2^128 - 2^65 + 1 and 2^64 - 2^33 + 1.
@@ -93,4 +93,4 @@ TEST(NameIndex, ComparesOneNamePerLookUpHoweverManyThereAre) {
 }
 
 }  // namespace
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

@@ -15,7 +15,7 @@
 
 #include "tests/base/case_table.h"
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 /// Every bit of a double, or "-" for none.
@@ -137,4 +137,4 @@ TEST(Describe, WritesTheShortestDigitsThatReadBack) {
 }
 
 }  // namespace
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

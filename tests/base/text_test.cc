@@ -7,7 +7,7 @@
 #include "base/text_index.h"
 #include "tests/base/case_table.h"
 
-namespace corvo::base {
+namespace corvo::corvo_internal::base {
 namespace {
 
 using namespace std::string_view_literals;
@@ -92,4 +92,4 @@ TEST(EqualsLowerCased, FoldsAsciiCaseOnly) {
 }
 
 }  // namespace
-}  // namespace corvo::base
+}  // namespace corvo::corvo_internal::base

@@ -17,6 +17,9 @@
 // What applications do and see, step by step: see sessions.txt.
 
 namespace corvo {
+
+using namespace corvo_internal;
+
 namespace {
 
 std::string shown(const std::optional<std::string>& text) { return text.value_or("(none)"); }

@@ -11,6 +11,9 @@
 #include "tests/contract/implementations.h"
 
 namespace corvo {
+
+using namespace corvo_internal;
+
 namespace {
 
 constexpr std::int64_t kWinter = 1'704'067'200;  // 2024-01-01 00:00:00 UTC

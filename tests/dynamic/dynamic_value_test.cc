@@ -10,7 +10,7 @@
 #include "model/encoder.h"
 #include "tests/base/case_table.h"
 
-namespace corvo::dynamic {
+namespace corvo::corvo_internal::dynamic {
 namespace {
 
 using Value = DynamicValue;
@@ -158,4 +158,4 @@ TEST(DynamicValue, EncodesBoxedNumbersByTheirCode) {
 }
 
 }  // namespace
-}  // namespace corvo::dynamic
+}  // namespace corvo::corvo_internal::dynamic

@@ -18,6 +18,9 @@
 // compares it. Fails where it is wrong for certain.
 
 namespace corvo {
+
+using namespace corvo_internal;
+
 namespace {
 
 bool failed = false;

@@ -12,6 +12,9 @@
 #include "tests/host/loopback_server.h"
 
 namespace corvo {
+
+using namespace corvo_internal;
+
 namespace {
 
 std::shared_ptr<HostLoop> makeLoop() { return makeHost({.inMemory = true}).loop; }

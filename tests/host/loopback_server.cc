@@ -14,6 +14,9 @@
 #include "tests/base/case_table.h"
 
 namespace corvo::tests {
+
+using namespace corvo_internal;
+
 namespace {
 
 constexpr int kMomentMilliseconds = 10;

@@ -26,6 +26,9 @@
 #include "tests/base/case_table.h"
 
 namespace corvo {
+
+using namespace corvo_internal;
+
 namespace {
 
 namespace fs = std::filesystem;

@@ -12,6 +12,9 @@
 #include "tests/host/loopback_server.h"
 
 namespace corvo {
+
+using namespace corvo_internal;
+
 namespace {
 
 using testing::AllOf;

@@ -25,7 +25,7 @@
 // many zones. Both sides see the same zones, ICU's: whose edition of the tz database is newer plays
 // no part.
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 namespace {
 
 using base::DatePattern;
@@ -208,4 +208,4 @@ TEST(LocalTimesJudged, AreWholeDaysApartAsIcuCountsThem) {
 }
 
 }  // namespace
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

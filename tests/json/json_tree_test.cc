@@ -7,7 +7,7 @@
 
 #include "tests/base/case_table.h"
 
-namespace corvo::json {
+namespace corvo::corvo_internal::json {
 namespace {
 
 TEST(JsonTree, AcceptsAndRefusesAsTheTableSays) {
@@ -62,4 +62,4 @@ TEST(JsonTree, RefusesEveryBeginningOfADocument) {
 }
 
 }  // namespace
-}  // namespace corvo::json
+}  // namespace corvo::corvo_internal::json

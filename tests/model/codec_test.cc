@@ -10,7 +10,7 @@
 #include "json/stored_date.h"
 #include "tests/base/case_table.h"
 
-namespace corvo::model {
+namespace corvo::corvo_internal::model {
 namespace {
 
 using json::StoredDate;
@@ -161,4 +161,4 @@ TEST(StoredCodec, DatesCountFrom2001) {
 }
 
 }  // namespace
-}  // namespace corvo::model
+}  // namespace corvo::corvo_internal::model

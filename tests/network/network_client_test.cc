@@ -8,7 +8,7 @@
 #include "network/network_client_impl.h"
 #include "network/routes.h"
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 namespace {
 
 using fakes::failure;
@@ -155,4 +155,4 @@ TEST_F(NetworkClientTest, DropsTheAnswerWhenTheClientIsGone) {
 }
 
 }  // namespace
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 namespace {
 
 TEST(PrivateIdentifierTest, UsesEachUsableByteOnceInOrder) {
@@ -30,4 +30,4 @@ TEST(PrivateIdentifierTest, ThrowsWhenTheSourceFailsOrIsStuck) {
 }
 
 }  // namespace
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

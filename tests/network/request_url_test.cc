@@ -4,7 +4,7 @@
 
 #include "tests/base/case_table.h"
 
-namespace corvo::network {
+namespace corvo::corvo_internal::network {
 namespace {
 
 TEST(JoinAddressTest, HalvesDoubledSlashesInOnePass) {
@@ -52,4 +52,4 @@ TEST(RequestUrlTest, ReplacesTheQueryAndKeepsTheFragment) {
 }
 
 }  // namespace
-}  // namespace corvo::network
+}  // namespace corvo::corvo_internal::network

@@ -12,7 +12,7 @@
 #include "placement/resolution.h"
 #include "tests/base/case_table.h"
 
-namespace corvo::placement {
+namespace corvo::corvo_internal::placement {
 namespace {
 
 /// What the tables of cases call a reason.
@@ -134,4 +134,4 @@ TEST(Resolution, OfManyAgreesWithThatOfEach) {
 }
 
 }  // namespace
-}  // namespace corvo::placement
+}  // namespace corvo::corvo_internal::placement

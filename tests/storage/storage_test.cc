@@ -4,7 +4,7 @@
 #include "storage/storage_client.h"
 #include "storage/storage_property.h"
 
-namespace corvo::storage {
+namespace corvo::corvo_internal::storage {
 namespace {
 
 constexpr double kWritten = 1'714'564'800;
@@ -89,4 +89,4 @@ TEST(StorageClientTest, KeepsNothingOfAFormerSuite) {
 }
 
 }  // namespace
-}  // namespace corvo::storage
+}  // namespace corvo::corvo_internal::storage

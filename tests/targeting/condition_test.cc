@@ -15,7 +15,7 @@
 #include "model/codec.h"
 #include "tests/base/case_table.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 namespace {
 
 using model::ConditionSign;
@@ -103,4 +103,4 @@ TEST(Condition, OfNoValuesIsFalseWhateverItsSign) {
 }
 
 }  // namespace
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -9,7 +9,7 @@
 
 #include "targeting/device_properties.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 namespace {
 
 constexpr double kNow = 1'714'564'800;  // 2024-05-01 12:00:00 UTC
@@ -109,4 +109,4 @@ TEST(DeviceProperties, ShowDateAndMinute) {
 }
 
 }  // namespace
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

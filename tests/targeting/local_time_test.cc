@@ -11,7 +11,7 @@
 
 #include "tests/base/case_table.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 namespace {
 
 using base::DatePattern;
@@ -77,4 +77,4 @@ TEST(LocalTime, DropsFractionsDownwardsAndBearsAnyMoment) {
 }
 
 }  // namespace
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

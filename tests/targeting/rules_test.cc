@@ -11,7 +11,7 @@
 #include "model/codec.h"
 #include "tests/base/case_table.h"
 
-namespace corvo::targeting {
+namespace corvo::corvo_internal::targeting {
 namespace {
 
 using enum model::ConditionalStatement;
@@ -108,4 +108,4 @@ TEST(Vocabulary, KeepsEqualContentsOnceAndOthersApart) {
 }
 
 }  // namespace
-}  // namespace corvo::targeting
+}  // namespace corvo::corvo_internal::targeting

@@ -15,6 +15,9 @@
 #include "tests/tool/backend.h"
 
 namespace corvo::tool {
+
+using namespace corvo_internal;
+
 namespace {
 
 namespace fs = std::filesystem;

@@ -1,6 +1,22 @@
 #include <corvo/corvo.h>
 #include <corvo/fakes.h>
 
+// Names that an application may have itself, beside all of the library's.
+namespace api {
+constexpr int version = 1;
+}
+namespace base = api;
+namespace client = api;
+namespace detail = api;
+namespace host = api;
+namespace json = api;
+namespace model = api;
+namespace platform = api;
+using namespace corvo;
+static_assert(base::version + client::version + detail::version + host::version + json::version +
+                  model::version + platform::version ==
+              7);
+
 // An error is caught as what it is, whatever library throws it.
 bool isMissing(corvo::CorvoClient& client, const char* flag) try {
   client.checkFlag<corvo::JsonObject>(flag).get();
