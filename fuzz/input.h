@@ -18,36 +18,12 @@ inline void require(bool condition, std::string_view what) {
   std::abort();
 }
 
-/// The bytes that drive a target, taken from the front. Zeros follow the last of them.
+/// The bytes that drive a target, taken from the front. Numbers are 0 when there are no more.
 class Input {
  public:
   explicit Input(std::span<const std::uint8_t> bytes) : rest_(bytes) {}
 
   [[nodiscard]] bool isEmpty() const { return rest_.empty(); }
-
-  /// A number below the limit.
-  std::size_t below(std::size_t limit) {
-    std::size_t number = byte();
-    if (limit > 256) number = number << 8U | byte();
-    return number % limit;
-  }
-  bool oneIn(std::size_t chances) { return below(chances) == chances - 1; }
-
-  template <class List>
-  auto oneOf(const List& list) {
-    return std::data(list)[below(std::size(list))];
-  }
-
-  std::int64_t number() {
-    std::uint64_t value = 0;
-    for (int i = 0; i < 8; ++i) value = value << 8U | byte();
-    return static_cast<std::int64_t>(value);
-  }
-  /// From the first to the last, both of which it may be.
-  std::int64_t between(std::int64_t first, std::int64_t last) {
-    const auto count = static_cast<std::uint64_t>(last - first) + 1;
-    return first + static_cast<std::int64_t>(static_cast<std::uint64_t>(number()) % count);
-  }
 
   std::string_view text(std::size_t length) {
     const auto piece = rest_.first(std::min(length, rest_.size()));
@@ -55,14 +31,35 @@ class Input {
     return {reinterpret_cast<const char*>(piece.data()), piece.size()};
   }
 
- private:
-  std::uint8_t byte() {
-    if (rest_.empty()) return 0;
-    const std::uint8_t value = rest_.front();
-    rest_ = rest_.subspan(1);
-    return value;
+  std::int64_t number(std::size_t byteCount = 8) {
+    std::uint64_t value = 0;
+    for (const char c : text(byteCount)) value = value << 8U | static_cast<unsigned char>(c);
+    return static_cast<std::int64_t>(value);
+  }
+  /// From the first to the last, both of which it may be.
+  std::int64_t between(std::int64_t first, std::int64_t last) {
+    const auto count = static_cast<std::uint64_t>(last - first) + 1;
+    return first + static_cast<std::int64_t>(static_cast<std::uint64_t>(number()) % count);
+  }
+  /// A number below the limit.
+  std::size_t below(std::size_t limit) {
+    return static_cast<std::size_t>(number(limit > 256 ? 2 : 1)) % limit;
+  }
+  bool oneIn(std::size_t chances) { return below(chances) == chances - 1; }
+
+  template <class List>
+  auto oneOf(const List& list) {
+    return std::data(list)[below(std::size(list))];
+  }
+  /// Pieces of a list, one after the other, fewer than the limit.
+  template <class List>
+  std::string joined(const List& list, std::size_t limit) {
+    std::string all;
+    for (std::size_t count = below(limit); count > 0; --count) all += oneOf(list);
+    return all;
   }
 
+ private:
   std::span<const std::uint8_t> rest_;
 };
 
