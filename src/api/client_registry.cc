@@ -42,7 +42,7 @@ class Clients {
   std::shared_ptr<CorvoClient> initialize(std::string projectToken,
                                           std::optional<CorvoUser> initialUser, std::string apiURL,
                                           std::uint64_t cacheTTL, std::uint64_t retryCount,
-                                          std::string tag) {
+                                          const std::string& tag) {
     auto network = std::make_shared<network::NetworkClientImpl>(
         platform_.urlSession, platform_.mainQueue, std::move(apiURL), retryCount);
     Place place(*this, tag);
