@@ -8,19 +8,17 @@
 #include <corvo/experiment.h>
 #include <corvo/experiment_detail.h>
 #include <corvo/export.h>
+#include <corvo/flag_report.h>
 #include <corvo/internal/sinks.h>
 #include <corvo/property.h>
-#include <corvo/text_hash.h>
 #include <corvo/user_builder.h>
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -28,10 +26,6 @@ namespace corvo {
 
 /// Fills the builder that it is given.
 using EditUser = Callback<void(CorvoUser::Builder&)>;
-
-/// The typed value of every flag that has one for the user, by the flag's name. Can be asked by
-/// `std::string_view`.
-using FlagReport = std::unordered_map<std::string, CorvoProperty, TextHash, std::equal_to<>>;
 
 /// Answers questions about one user of one project. `Corvo` and `ClientRegistry` make clients.
 ///

@@ -108,8 +108,8 @@ class Clients {
       std::uint64_t cacheTTL, const std::string& tag) const {
     auto storage = std::make_shared<storage::StorageClient>(
         platform_.preferencesStore, tag, projectToken, cacheTTL, platform_.clock->now());
-    auto contexts = std::make_shared<client::ContextSource>(
-        client::ContextSource::Parts{.storage = storage,
+    auto contexts = std::make_shared<client::StoredContext>(
+        client::StoredContext::Parts{.storage = storage,
                                      .clock = platform_.clock,
                                      .timeZone = platform_.timeZone,
                                      .device = device_});

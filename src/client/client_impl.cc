@@ -5,9 +5,6 @@
 #include <variant>
 
 #include "base/text.h"
-#include "client/experiment_questions.h"
-#include "client/flag_question.h"
-#include "experiments/details.h"
 #include "network/routes.h"
 #include "targeting/expiry.h"
 
@@ -27,12 +24,6 @@ PropertyMap wellFormed(const PropertyMap& properties) {
     result.emplace(base::wellFormed(name), base::wellFormed(value));
   }
   return result;
-}
-
-// Fails as a document that could not be decoded does.
-CorvoError tooManyRepeatedValues() {
-  return CorvoError(CorvoError::RequestConfigFailed{CorvoNetworkError(
-      CorvoNetworkError::DecodingError{"the values of repeated names take more than 64 MiB"})});
 }
 
 CorvoUser wellFormed(const CorvoUser& user) {
@@ -154,17 +145,15 @@ void CorvoClientImpl::askFlag(std::string_view flagName, AnswerSink<std::string_
 }
 
 void CorvoClientImpl::askFlagReport(AnswerSink<FlagReport>& sink) {
-  ask(aboutUser(
-          [](const Evidence& evidence) -> Result<FlagReport> { return reportFlags(evidence); }),
+  ask(aboutUser([](const Evidence& evidence) -> Result<FlagReport> {
+        return evidence.evaluator.flags(evidence.context);
+      }),
       sink);
 }
 
 void CorvoClientImpl::askExperiments(AnswerSink<std::vector<CorvoExperimentPointer>>& sink) {
   ask(aboutUser([](const Evidence& evidence) -> Result<std::vector<CorvoExperimentPointer>> {
-        return experiments::experimentHandles(
-            evidence.project,
-            experiments::eligibleExperiments(*evidence.project, Scope::all, evidence.context),
-            evidence.context);
+        return evidence.evaluator.experiments(evidence.context);
       }),
       sink);
 }
@@ -180,8 +169,7 @@ void CorvoClientImpl::askHoldoutsText(AnswerSink<std::optional<std::string>>& si
 
 void CorvoClientImpl::askMemberships(Scope scope, AnswerSink<std::optional<std::string>>& sink) {
   ask(aboutUser([scope](const Evidence& evidence) -> Result<std::optional<std::string>> {
-        return experiments::membershipText(
-            experiments::eligibleExperiments(*evidence.project, scope, evidence.context));
+        return evidence.evaluator.experimentsText(scope, evidence.context);
       }),
       sink);
 }
@@ -200,12 +188,8 @@ void CorvoClientImpl::askHoldout(std::string_view name, AnswerSink<bool>& sink) 
 void CorvoClientImpl::askDetails(bool estimateHoldouts,
                                  AnswerSink<std::vector<CorvoExperimentDetail>>& sink) {
   const Scope scope = scopeWith(estimateHoldouts);
-  ask(aboutUser([scope](const Evidence& evidence) -> Result<std::vector<CorvoExperimentDetail>> {
-        auto details = experiments::experimentDetails(
-            experiments::eligibleExperiments(*evidence.project, scope, evidence.context),
-            evidence.context);
-        if (!details) return tooManyRepeatedValues();
-        return *std::move(details);
+  ask(aboutUser([scope](const Evidence& evidence) {
+        return evidence.evaluator.details(scope, evidence.context);
       }),
       sink);
 }
@@ -216,7 +200,7 @@ void CorvoClientImpl::askToInclude(std::string_view experimentName,
                                    std::optional<std::int64_t> groupIndex, AnswerSink<Done>& sink) {
   ask(aboutProject([this, name = base::wellFormed(experimentName),
                     groupIndex](const Evidence& evidence) -> Result<Done> {
-        auto error = forced_->include(evidence.project->config(), name, groupIndex);
+        auto error = forced_->include(evidence.evaluator.project()->config(), name, groupIndex);
         if (error) return *std::move(error);
         return Done();
       }),
@@ -296,7 +280,7 @@ void CorvoClientImpl::ask(Question& question) {
   Turn turn(access_);
   const double now = begin(turn);
   if (const ConfigPointer& config = storage_->config.read(now)) {
-    return locate(question, projectOf(config), now, turn);
+    return locate(question, evaluatorOf(config), now, turn);
   }
   askAnew(question, turn);
 }
@@ -307,30 +291,30 @@ void CorvoClientImpl::askAnew(Question& question, Turn& turn) {
       [](CorvoClientImpl& self, Question& asked, model::ConfigResponse& fetched, Turn& mine) {
         const double now = self.begin(mine);
         const ConfigPointer config = self.synchronisation_->keep(std::move(fetched));
-        self.locate(asked, self.projectOf(config), now, mine);
+        self.locate(asked, self.evaluatorOf(config), now, mine);
       });
 }
 
-void CorvoClientImpl::locate(Question& question, const ProjectPointer& project, double now,
+void CorvoClientImpl::locate(Question& question, const EvaluatorPointer& evaluator, double now,
                              Turn& turn) {
-  if (question.about(*project) == Question::About::project) {
-    return answer(question, {project, contexts_->bare(now)}, turn);
+  if (question.about(*evaluator->project()) == Question::About::project) {
+    return answer(question, {*evaluator, contexts_->bare(now)}, turn);
   }
   if (const LocationPointer& location = storage_->location.read(now)) {
-    return decide(question, project, location, now, turn);
+    return decide(question, evaluator, location, now, turn);
   }
   contexts_->currentUser();  // an empty user is stored before the location is asked for
   fetch<network::LocationRoute, CorvoError::RequestLocationFailed>(
       question, turn,
-      [project](CorvoClientImpl& self, Question& asked, const PropertyMap& fetched, Turn& mine) {
+      [evaluator](CorvoClientImpl& self, Question& asked, const PropertyMap& fetched, Turn& mine) {
         const double later = self.begin(mine);
-        self.decide(asked, project, self.synchronisation_->keep(fetched), later, mine);
+        self.decide(asked, evaluator, self.synchronisation_->keep(fetched), later, mine);
       });
 }
 
-void CorvoClientImpl::decide(Question& question, const ProjectPointer& project,
+void CorvoClientImpl::decide(Question& question, const EvaluatorPointer& evaluator,
                              const LocationPointer& location, double now, Turn& turn) {
-  answer(question, {project, contexts_->at(now, project, location)}, turn);
+  answer(question, {*evaluator, contexts_->at(now, evaluator->project(), location)}, turn);
 }
 
 void CorvoClientImpl::answer(Question& question, const Evidence& evidence, Turn& turn) {
@@ -339,12 +323,13 @@ void CorvoClientImpl::answer(Question& question, const Evidence& evidence, Turn&
   question.deliver();
 }
 
-const CorvoClientImpl::ProjectPointer& CorvoClientImpl::projectOf(const ConfigPointer& config) {
+const CorvoClientImpl::EvaluatorPointer& CorvoClientImpl::evaluatorOf(const ConfigPointer& config) {
   if (config != config_) {
-    project_ = std::make_shared<const project::PreparedProject>(config);
+    evaluator_ = std::make_shared<evaluation::Evaluator>(
+        std::make_shared<const project::PreparedProject>(config));
     config_ = config;
   }
-  return project_;
+  return evaluator_;
 }
 
 }  // namespace corvo::corvo_internal::client

@@ -13,13 +13,13 @@
 #include <vector>
 
 #include "base/exclusive_access.h"
-#include "client/context_source.h"
 #include "client/forced_inclusions.h"
 #include "client/question.h"
+#include "client/stored_context.h"
 #include "client/synchronisation.h"
+#include "evaluation/evaluator.h"
 #include "experiments/memberships.h"
 #include "model/config.h"
-#include "project/prepared_project.h"
 #include "storage/storage_client.h"
 
 namespace corvo::corvo_internal::client {
@@ -32,7 +32,7 @@ class CorvoClientImpl final : public CorvoClient,
   struct Parts {
     std::shared_ptr<storage::StorageClient> storage;
     // The next three on the same storage.
-    std::shared_ptr<ContextSource> contexts;
+    std::shared_ptr<StoredContext> contexts;
     std::shared_ptr<ForcedInclusions> forced;
     std::shared_ptr<Synchronisation> synchronisation;
     std::shared_ptr<Clock> clock;
@@ -70,7 +70,7 @@ class CorvoClientImpl final : public CorvoClient,
   [[nodiscard]] std::shared_ptr<MainQueue> mainQueue() const override { return mainQueue_; }
 
  private:
-  using ProjectPointer = std::shared_ptr<const project::PreparedProject>;
+  using EvaluatorPointer = std::shared_ptr<evaluation::Evaluator>;
   using ConfigPointer = std::shared_ptr<const model::ConfigResponse>;
   using LocationPointer = std::shared_ptr<const PropertyMap>;
 
@@ -89,12 +89,12 @@ class CorvoClientImpl final : public CorvoClient,
   void ask(Decider decider, AnswerSink<T>& sink);
   void ask(Question& question);
   void askAnew(Question& question, Turn& turn);
-  void locate(Question& question, const ProjectPointer& project, double now, Turn& turn);
-  void decide(Question& question, const ProjectPointer& project, const LocationPointer& location,
-              double now, Turn& turn);
+  void locate(Question& question, const EvaluatorPointer& evaluator, double now, Turn& turn);
+  void decide(Question& question, const EvaluatorPointer& evaluator,
+              const LocationPointer& location, double now, Turn& turn);
   static void answer(Question& question, const Evidence& evidence, Turn& turn);
 
-  const ProjectPointer& projectOf(const ConfigPointer& config);
+  const EvaluatorPointer& evaluatorOf(const ConfigPointer& config);
   void stampStoredUser(double now);
   void storeUser(const CorvoUser& user, double now,
                  storage::Origin origin = storage::Origin::replacement);
@@ -111,7 +111,7 @@ class CorvoClientImpl final : public CorvoClient,
 
   Access access_{"a client was used from two threads at once"};
   std::shared_ptr<storage::StorageClient> storage_;
-  std::shared_ptr<ContextSource> contexts_;
+  std::shared_ptr<StoredContext> contexts_;
   std::shared_ptr<ForcedInclusions> forced_;
   std::shared_ptr<Synchronisation> synchronisation_;
   std::shared_ptr<Clock> clock_;
@@ -119,8 +119,8 @@ class CorvoClientImpl final : public CorvoClient,
   std::shared_ptr<MainQueue> mainQueue_;
   bool needsStamps_ = false;      // the stored user of an earlier run, not read yet
   bool lacksInclusions_ = false;  // a configuration that was fetched while they could not be read
-  ConfigPointer config_;          // what project_ is made from
-  ProjectPointer project_;
+  ConfigPointer config_;          // what evaluator_ is about
+  EvaluatorPointer evaluator_;
 };
 
 }  // namespace corvo::corvo_internal::client

@@ -11,7 +11,7 @@
 #include <utility>
 #include <variant>
 
-#include "client/context_source.h"
+#include "client/stored_context.h"
 #include "model/config.h"
 #include "storage/storage_client.h"
 
@@ -23,7 +23,7 @@ class ForcedInclusions {
  public:
   struct Parts {
     std::shared_ptr<storage::StorageClient> storage;
-    std::shared_ptr<ContextSource> contexts;
+    std::shared_ptr<StoredContext> contexts;
     std::shared_ptr<const Clock> clock;
   };
   explicit ForcedInclusions(Parts parts) : parts_(std::move(parts)) {}

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "evaluation/evaluator.h"
 #include "project/prepared_project.h"
 #include "targeting/context.h"
 
@@ -18,7 +19,7 @@ namespace corvo::corvo_internal::client {
 
 /// What a question is decided from. Valid until its callback is called.
 struct Evidence {
-  const std::shared_ptr<const project::PreparedProject>& project;
+  evaluation::Evaluator& evaluator;
   const targeting::Context& context;  ///< Bare for a question that is about the project alone.
 };
 
@@ -124,5 +125,41 @@ template <class Function>
 Deciding<Question::About::project, Function> aboutProject(Function decide) {
   return {std::move(decide)};
 }
+
+/// Decides about the text of one flag.
+struct DecidingFlag {
+  Name name;
+
+  [[nodiscard]] static Question::About about(const project::PreparedProject& /*project*/) {
+    return Question::About::user;
+  }
+  [[nodiscard]] Result<std::string_view> decide(const Evidence& evidence) const {
+    return evidence.evaluator.flag(name.get(), evidence.context);
+  }
+  [[nodiscard]] DecidingFlag detach() const { return {name.detach()}; }
+};
+
+/// How an experiment or a holdout is looked up by its name.
+using Find =
+    const project::PreparedExperiment* (project::PreparedProject::*)(std::string_view) const;
+
+/// Decides about what has that name: about the user only where there is such a thing.
+template <Find find, auto decideBy>
+struct DecidingByName {
+  Name name;
+
+  [[nodiscard]] Question::About about(const project::PreparedProject& project) const {
+    return (project.*find)(name.get()) ? Question::About::user : Question::About::project;
+  }
+  [[nodiscard]] auto decide(const Evidence& evidence) const {
+    return (evidence.evaluator.*decideBy)(name.get(), evidence.context);
+  }
+  [[nodiscard]] DecidingByName detach() const { return {name.detach()}; }
+};
+
+using DecidingExperiment =
+    DecidingByName<&project::PreparedProject::findExperiment, &evaluation::Evaluator::experiment>;
+using DecidingHoldout =
+    DecidingByName<&project::PreparedProject::findHoldout, &evaluation::Evaluator::holdout>;
 
 }  // namespace corvo::corvo_internal::client

@@ -27,8 +27,8 @@ std::variant<std::size_t, CorvoError> findToForceInto(
 std::variant<model::Experiment, CorvoError> applyForcedInclusion(
     const model::Experiment& experiment, std::optional<std::int64_t> groupIndex,
     const targeting::Context& context) {
-  const std::string* splitId = placement::splitIdentifier(experiment.splitMode, context);
-  if (splitId == nullptr) {
+  const auto splitId = placement::splitIdentifier(experiment.splitMode, context);
+  if (!splitId) {
     return CorvoError(CorvoError::ExperimentSplitIdNotFound{experiment.name});
   }
   if (groupIndex && !isGroupOf(experiment, *groupIndex)) {
@@ -39,7 +39,7 @@ std::variant<model::Experiment, CorvoError> applyForcedInclusion(
   for (model::Group& group : edited.groups) std::erase(group.forcedUserList, *splitId);
   auto& list = groupIndex ? edited.groups[static_cast<std::size_t>(*groupIndex)].forcedUserList
                           : edited.forcedUserList;
-  list.push_back(*splitId);
+  list.emplace_back(*splitId);
   return edited;
 }
 

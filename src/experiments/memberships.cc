@@ -13,11 +13,10 @@ bool isWithin(Scope scope, const project::PreparedExperiment& experiment) {
 }  // namespace
 
 std::vector<Membership> eligibleExperiments(const project::PreparedProject& project, Scope scope,
-                                            const targeting::Context& context) {
+                                            placement::Resolver::Report& report) {
   std::vector<Membership> memberships;
-  placement::Resolver resolver(project, context);
   for (const project::PreparedExperiment& experiment : project.experiments()) {
-    const placement::Placement& placement = resolver.resolve(experiment);
+    const placement::Placement& placement = report.resolve(experiment);
     if (placement.group && isWithin(scope, experiment)) {
       memberships.push_back({&experiment, placement});
     }

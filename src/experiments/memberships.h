@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "placement/placement.h"
+#include "placement/resolution.h"
 #include "project/prepared_project.h"
 #include "targeting/context.h"
 
@@ -23,11 +24,11 @@ struct Membership {
   placement::Placement placement;
 };
 
-/// The experiments that the user of the context takes part in, in the project's order. All are
+/// The experiments that the user of the report takes part in, in the project's order. All are
 /// resolved; those within the scope are kept.
 [[nodiscard]] std::vector<Membership> eligibleExperiments(const project::PreparedProject& project,
                                                           Scope scope,
-                                                          const targeting::Context& context);
+                                                          placement::Resolver::Report& report);
 
 /// The name and the group's index of each, as "name.index", joined by "|"; none where there are no
 /// memberships. Names stand as they are, whatever they hold.

@@ -57,17 +57,18 @@ CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagN
 
 }  // namespace
 
-FlagDecision decideFlag(const project::FlagEntry* entry, const targeting::Context& context) {
+FlagDecision decideFlag(const project::FlagEntry* entry, placement::Resolver& resolver,
+                        const targeting::Context& context) {
   if (entry == nullptr) return {};
   return decide(*entry, context, [&](const project::PreparedExperiment& carrier) {
-    return placement::resolveExperiment(carrier, context);
+    return resolver.resolve(carrier, context);
   });
 }
 
-FlagDecision decideFlag(const project::FlagEntry& entry, placement::Resolver& resolver,
+FlagDecision decideFlag(const project::FlagEntry& entry, placement::Resolver::Report& report,
                         const targeting::Context& context) {
   return decide(entry, context, [&](const project::PreparedExperiment& carrier) {
-    return resolver.resolve(carrier);
+    return report.resolve(carrier);
   });
 }
 

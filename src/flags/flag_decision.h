@@ -32,13 +32,14 @@ struct FlagDecision {
 
 /// Decides a flag for the user of the context: by the group that the user has in the experiment
 /// that carries the flag, else by the flag's own rules. The entry is that of the flag's name, null
-/// when there is none. Pure.
+/// when there is none.
 [[nodiscard]] FlagDecision decideFlag(const project::FlagEntry* entry,
+                                      placement::Resolver& resolver,
                                       const targeting::Context& context);
 
-/// The same for a flag of the configuration, when the experiments are resolved for many flags.
+/// The same for one of many flags.
 [[nodiscard]] FlagDecision decideFlag(const project::FlagEntry& entry,
-                                      placement::Resolver& resolver,
+                                      placement::Resolver::Report& report,
                                       const targeting::Context& context);
 
 /// The decisions about all flags that an experiment carries, by position. Of two flags with one

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
+#include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "placement/bucketing.h"
@@ -11,37 +12,74 @@
 
 namespace corvo::corvo_internal::placement {
 
-/// Decides about one experiment for the user of the context. Looked at in this order: the split
+/// Decides who takes part in the experiments of one project. Looked at in this order: the split
 /// identifier, the holdouts that the experiment names, the group, and, unless a forced list put the
 /// user there, the targets.
-[[nodiscard]] Placement resolveExperiment(const project::PreparedExperiment& experiment,
-                                          const targeting::Context& context);
-
-/// The same without regard to holdouts: what counts for being in a holdout oneself.
-[[nodiscard]] Placement resolveIgnoringHoldouts(const project::PreparedExperiment& experiment,
-                                                const targeting::Context& context);
-
-/// Resolves each experiment of a project at most once, and so each holdout; the digests of
-/// neighbours are made together. For a question about many of them; project and context must
-/// outlive it.
+///
+/// Which group lists, layer and weights give an identifier depends on the project alone. It is
+/// remembered for each experiment until another identifier, or another user, is asked about.
+/// Holdouts and targets can depend on the clock: they are looked at anew at every question.
+///
+/// The project must outlive it, and all contexts come from one source. For one thread at a time.
 class Resolver {
  public:
-  Resolver(const project::PreparedProject& project, const targeting::Context& context);
+  explicit Resolver(const project::PreparedProject& project) : project_(project) {}
 
-  /// What `resolveExperiment` answers for an experiment of the project.
-  const Placement& resolve(const project::PreparedExperiment& experiment);
+  [[nodiscard]] Placement resolve(const project::PreparedExperiment& experiment,
+                                  const targeting::Context& context);
+
+  /// The same without regard to holdouts: what counts for being in a holdout oneself.
+  [[nodiscard]] Placement resolveIgnoringHoldouts(const project::PreparedExperiment& experiment,
+                                                  const targeting::Context& context);
+
+  /// A question about many experiments: each is resolved at most once, and so is each holdout. The
+  /// digests of neighbours are made together. One at a time; resolver and context must outlive it.
+  class Report {
+   public:
+    Report(Resolver& resolver, const targeting::Context& context);
+
+    const Placement& resolve(const project::PreparedExperiment& experiment);
+
+   private:
+    bool isInHoldout(const project::PreparedExperiment& holdout);
+
+    Resolver& resolver_;
+    const targeting::Context& context_;
+  };
 
  private:
-  bool isInHoldout(const project::PreparedExperiment& holdout);
-  const double* bucketOf(const project::PreparedExperiment& experiment);
-  [[nodiscard]] Buckets bucketsFrom(std::size_t first) const;
+  // Where an identifier was put, or what is known about that.
+  struct Remembered {
+    std::uint64_t revision = 0;
+    const char* identifier = nullptr;  // within one revision, the same place is the same text
+    bool hasBucket = false;
+    bool isPlaced = false;
+    double bucket = 0;
+    Placement placement;
+  };
+  // What a report has found out, if its number is this.
+  struct Reported {
+    std::uint64_t resolvedIn = 0;
+    std::uint64_t holdoutIn = 0;
+    bool isInHoldout = false;
+    Placement placement;
+  };
+  enum class Digests : std::uint8_t { single, together };
+
+  template <class IsInHoldout>
+  Placement resolve(const project::PreparedExperiment& experiment,
+                    const targeting::Context& context, Digests digests, IsInHoldout isInHoldout);
+  Placement place(std::string_view splitId, const project::PreparedExperiment& experiment,
+                  const targeting::Context& context, Digests digests);
+  Remembered& recall(std::size_t position, std::string_view splitId,
+                     const targeting::Context& context);
+  void makeBuckets(std::size_t position, const targeting::Context& context);
   [[nodiscard]] std::size_t positionOf(const project::PreparedExperiment& experiment) const;
 
   const project::PreparedProject& project_;
-  const targeting::Context& context_;
-  std::vector<std::optional<Placement>> placements_;  // by position
-  std::vector<std::optional<bool>> isInHoldout_;      // by position
-  std::vector<std::optional<Buckets>> buckets_;       // by position, several in one
+  std::vector<Remembered> memory_;  // by position, as what follows; made on first use
+  std::vector<Reported> reported_;
+  std::uint64_t report_ = 0;  // the number of the present one
 };
 
 }  // namespace corvo::corvo_internal::placement

@@ -1,47 +1,50 @@
 #pragma once
 
-#include <corvo/user.h>
-
+#include <array>
 #include <cstdint>
-#include <string>
+#include <optional>
+#include <string_view>
 
+#include "model/config.h"
 #include "targeting/local_time.h"
-#include "targeting/property_layer.h"
 #include "targeting/property_table.h"
 
 namespace corvo::corvo_internal::targeting {
 
-/// All that a decision reads besides the configuration: the user's own properties, all properties
-/// by the numbers of the configuration's names, the moment of the question, the local time of the
-/// device and its identifier, null where it has none.
+/// A property of the user's own by which experiments may split.
+struct OwnIdentifier {
+  std::string_view text;
+  double expiry = 0;
+  bool isThere = false;
+};
+
+/// Those properties, by split mode.
+using OwnIdentifiers = std::array<OwnIdentifier, 3>;
+
+/// All that a decision reads besides the configuration: the user's identifiers, all properties by
+/// the numbers of the configuration's names, the moment of the question, the local time of the
+/// device and its identifier, absent where it has none.
 ///
 /// A value made for one question; refers to its parts. No properties (null) are none.
 struct Context {
-  const PropertyLayer* user = nullptr;
+  const OwnIdentifiers* own = nullptr;
   const PropertyTable* properties = nullptr;
   double now = 0;
+  std::uint64_t revision = 0;  ///< Another one when the user, or the device, is another one.
   const LocalTime& localTime;
-  const std::string* vendorIdentifier = nullptr;
+  std::optional<std::string_view> vendorIdentifier = {};
 
   /// The property of that number; null when there is none.
-  [[nodiscard]] const std::string* find(std::uint32_t number) const {
+  [[nodiscard]] const std::string_view* find(std::uint32_t number) const {
     return properties == nullptr ? nullptr : properties->find(number, now);
   }
 
-  /// The user's own property of that name; null when there is none, or it has expired.
-  [[nodiscard]] const std::string* findOwn(const base::HashedName& name) const {
-    const PropertyLayer::Property* own = user == nullptr ? nullptr : user->find(name);
-    return own != nullptr && own->countsAt(now) ? &own->value : nullptr;
+  /// The user's own identifier of that mode; null when there is none, or it has expired.
+  [[nodiscard]] const std::string_view* findOwn(model::SplitMode mode) const {
+    if (own == nullptr) return nullptr;
+    const OwnIdentifier& identifier = (*own)[static_cast<std::size_t>(mode)];
+    return identifier.isThere && !hasExpired(identifier.expiry, now) ? &identifier.text : nullptr;
   }
 };
-
-/// The properties of a user with their expiries. One without an expiry that is a date, and shown by
-/// the clocks, has expired for good and is left out. The expiry of "userId" is the text of a
-/// *property* "corvoExpiration", where the user has one. Expiries are local times: a layer serves
-/// as long as the zone does not change.
-[[nodiscard]] PropertyLayer userLayer(const CorvoUser& user, const LocalTime& localTime);
-
-/// Properties that do not expire, as those of the location.
-[[nodiscard]] PropertyLayer lastingLayer(const PropertyMap& properties);
 
 }  // namespace corvo::corvo_internal::targeting

@@ -6,25 +6,26 @@
 
 namespace corvo::corvo_internal::targeting {
 
-DeviceProperties::DeviceProperties(const DeviceFacts& facts) {
-  layer_.put("appVersion", facts.appVersion.value_or(""));
-  layer_.put("deviceId", facts.deviceId.value_or(""));
-  layer_.put("os.name", facts.osName.value_or(""));
-  layer_.put("os.version", normalisedVersion(facts.osVersion.value_or("")));
-  layer_.put("time", "");  // from now on only values change, so tables of the layer stay right
-  layer_.put("date", "");
-}
+DeviceProperties::DeviceProperties(const DeviceFacts& facts)
+    : list_{{{"appVersion", facts.appVersion.value_or("")},
+             {"deviceId", facts.deviceId.value_or("")},
+             {"os.name", facts.osName.value_or("")},
+             {"os.version", normalisedVersion(facts.osVersion.value_or(""))},
+             {"time", ""},
+             {"date", ""}}} {}
 
-void DeviceProperties::show(double now, std::uint64_t zone, const LocalTime& localTime) {
+bool DeviceProperties::showAnew(double now, std::uint64_t zone, const LocalTime& localTime) {
   const base::LocalSeconds minute = base::startOfMinute(localTime.at(now));
-  if (minute_ != minute) {
+  const bool isAnother = minute_ != minute;
+  if (isAnother) {
     const std::string text = base::formatDate(minute, base::DatePattern::minute);
-    layer_.put("time", text);
-    layer_.put("date", text);
+    list_[kTime].value = text;
+    list_[kDate].value = text;
     minute_ = minute;
   }
   second_ = static_cast<double>(base::wholeSeconds(now));
   zone_ = zone;
+  return isAnother;
 }
 
 std::string normalisedVersion(std::string_view version) {

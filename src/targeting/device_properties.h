@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -7,45 +9,57 @@
 #include <string_view>
 
 #include "base/civil_time.h"
+#include "base/name_index.h"
 #include "targeting/local_time.h"
-#include "targeting/property_layer.h"
 
 namespace corvo::corvo_internal::targeting {
 
 /// What is known about the device and the application.
 struct DeviceFacts {
-  std::optional<std::string> appVersion;
-  std::optional<std::string> deviceId;
-  std::optional<std::string> osName;
-  std::optional<std::string> osVersion;
+  std::optional<std::string> appVersion = {};
+  std::optional<std::string> deviceId = {};
+  std::optional<std::string> osName = {};
+  std::optional<std::string> osVersion = {};
+
+  bool operator==(const DeviceFacts&) const = default;
 };
 
-/// The layer of device, application and clock: "appVersion", "deviceId", "os.name", "os.version",
-/// and "time" and "date", which both show date, hour and minute. For one thread at a time.
+/// The properties of device, application and clock: "appVersion", "deviceId", "os.name",
+/// "os.version", and "time" and "date", which both show date, hour and minute. For one thread at a
+/// time.
 class DeviceProperties {
  public:
-  explicit DeviceProperties(const DeviceFacts& facts);
+  struct Property {
+    base::HashedName name;
+    std::string value;
+  };
 
-  /// The layer at a moment. Cheap to ask at every question: the clock's text is made anew when the
-  /// local minute has changed, and that is looked at once per second. `zone` identifies the present
-  /// time zone. Valid until the next call.
-  [[nodiscard]] const PropertyLayer& at(double now, std::uint64_t zone,
-                                        const LocalTime& localTime) {
-    if (zone != zone_ || !(second_ <= now && now < second_ + 1)) show(now, zone, localTime);
-    return layer_;
+  explicit DeviceProperties(const DeviceFacts& facts = {});
+
+  /// Shows the clock's time at a moment, and tells whether any text is another one now. Cheap to
+  /// ask at every question: the text is made anew when the local minute has changed, and that is
+  /// looked at once per second. `zone` identifies the present time zone.
+  bool show(double now, std::uint64_t zone, const LocalTime& localTime) {
+    if (zone == zone_ && second_ <= now && now < second_ + 1) return false;
+    return showAnew(now, zone, localTime);
   }
 
- private:
-  void show(double now, std::uint64_t zone, const LocalTime& localTime);
+  [[nodiscard]] const std::array<Property, 6>& list() const noexcept { return list_; }
+  [[nodiscard]] std::string_view deviceId() const noexcept { return list_[kDeviceId].value; }
 
-  PropertyLayer layer_;
+ private:
+  enum Position : std::size_t { kAppVersion, kDeviceId, kOsName, kOsVersion, kTime, kDate };
+
+  bool showAnew(double now, std::uint64_t zone, const LocalTime& localTime);
+
+  std::array<Property, 6> list_;
   double second_ = std::numeric_limits<double>::quiet_NaN();  // that was last looked at
   std::uint64_t zone_ = 0;
   std::optional<base::LocalSeconds> minute_;
 };
 
 /// Major and minor number of a system's version joined by a dot, and the patch number where it is
-/// greater than 0. What is missing or no number is 0; a fourth number is dropped.
+/// greater than 0. What is missing or not a number is 0; a fourth number is dropped.
 [[nodiscard]] std::string normalisedVersion(std::string_view version);
 
 }  // namespace corvo::corvo_internal::targeting

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -15,20 +16,30 @@ class PropertyNames {
   /// The number of a name; a name that is new gets the next one, from 0.
   std::uint32_t numberOf(std::string_view name) {
     const base::HashedName hashed(name);
-    const auto nameAt = [this](std::uint32_t number) { return list_[number].text; };
-    const std::uint32_t known = index_.find(hashed, nameAt);
-    if (known != base::NameIndex::kNone) return known;
+    const std::uint32_t known = find(hashed);
+    if (known != kNone) return known;
     const auto number = static_cast<std::uint32_t>(list_.size());
-    list_.push_back(hashed);
-    index_.put(hashed, number, nameAt);
+    list_.push_back(name);
+    index_.put(hashed, number, NameAt{list_});
     return number;
   }
 
-  /// All names, by number.
-  [[nodiscard]] const std::vector<base::HashedName>& list() const noexcept { return list_; }
+  static constexpr std::uint32_t kNone = base::NameIndex::kNone;
+
+  /// The number of a name, or `kNone` where no condition tests a property of that name.
+  [[nodiscard]] std::uint32_t find(const base::HashedName& name) const {
+    return index_.find(name, NameAt{list_});
+  }
+
+  [[nodiscard]] std::size_t count() const noexcept { return list_.size(); }
 
  private:
-  std::vector<base::HashedName> list_;
+  struct NameAt {
+    const std::vector<std::string_view>& names;
+    std::string_view operator()(std::uint32_t number) const { return names[number]; }
+  };
+
+  std::vector<std::string_view> list_;
   base::NameIndex index_;
 };
 

@@ -1,54 +1,78 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <string>
+#include <limits>
+#include <string_view>
 #include <vector>
 
-#include "targeting/property_layer.h"
-#include "targeting/property_names.h"
 #include "targeting/readings.h"
 
 namespace corvo::corvo_internal::targeting {
 
-/// The layers that a property is looked for in, in this order. Null is an empty one. Only the
-/// user's properties expire.
-struct Layers {
-  const PropertyLayer* user = nullptr;
-  const PropertyLayer* device = nullptr;
-  const PropertyLayer* location = nullptr;
-};
+/// The expiry of what never expires.
+constexpr double kNever = std::numeric_limits<double>::infinity();
 
-/// The properties of all layers, by the numbers of one configuration's names. Refers to the layers'
-/// texts: a new value under an old name shows, a new name or expiry needs a new table. For one
-/// thread at a time.
+/// A moment that is not a number has expired nothing.
+[[nodiscard]] inline bool hasExpired(double expiry, double now) noexcept { return expiry < now; }
+
+/// The properties that a configuration's conditions test, by the numbers of their names: the
+/// user's, each with the moment after which it counts as absent, and behind them those of device
+/// and location, which do not expire. Refers to the texts, which must last. For one thread at a
+/// time.
 class PropertyTable {
  public:
-  PropertyTable() = default;
-  PropertyTable(const PropertyNames& names, const Layers& layers);
+  /// Makes room for that many names. Everything is absent.
+  void resize(std::size_t count) { rows_.assign(count, {}); }
 
-  /// The user's property of that number, else the device's, else the location's; else null. An
-  /// expired one does not hide those behind it.
-  [[nodiscard]] const std::string* find(std::uint32_t number, double now) const {
+  /// All of the user's properties are absent from now on; those behind them.
+  void forgetUser() noexcept { ++user_; }
+  void forgetBehind() noexcept { ++behind_; }
+
+  /// Enters a property. Of several of one name the first counts.
+  void putUser(std::uint32_t number, std::string_view value, double expiry) {
+    Row& row = rows_[number];
+    if (row.userOf == user_) return;
+    row.userOf = user_;
+    row.user = value;
+    row.expiry = expiry;
+  }
+  void putBehind(std::uint32_t number, std::string_view value) {
+    Row& row = rows_[number];
+    if (row.behindOf == behind_) return;
+    row.behindOf = behind_;
+    row.behind = value;
+  }
+
+  /// The user's property of that number, else the one behind it; else null. An expired one does not
+  /// hide what is behind it.
+  [[nodiscard]] const std::string_view* find(std::uint32_t number, double now) const {
     const Row& row = rows_[number];
-    return hasExpired(row.expiry, now) ? row.otherwise : row.value;
+    if (row.userOf == user_ && !hasExpired(row.expiry, now)) return &row.user;
+    return row.behindOf == behind_ ? &row.behind : nullptr;
   }
 
   /// What has been read out of the property of that number, which has been found to have that
   /// value. Valid until those of another property are asked for.
-  [[nodiscard]] Readings& readings(std::uint32_t number, const std::string& value) const;
+  [[nodiscard]] Readings& readings(std::uint32_t number, const std::string_view& value) const;
 
   /// To be called for each question, as values may have changed.
   void forgetReadings() { readings_.clear(); }
 
  private:
+  // What was put before the present user came, or before those behind were put anew, is absent.
   struct Row {
-    const std::string* value;
-    double expiry;
-    const std::string* otherwise;
+    std::string_view user;
+    double expiry = kNever;
+    std::string_view behind;
+    std::uint64_t userOf = 0;
+    std::uint64_t behindOf = 0;
     mutable std::uint32_t readings = 0;  // their place, should they be there and of that value
   };
 
   std::vector<Row> rows_;
+  std::uint64_t user_ = 1;
+  std::uint64_t behind_ = 1;
   mutable std::vector<Readings> readings_;  // of the present question
 };
 

@@ -29,9 +29,9 @@ class Once {
 /// What has been read out of one property in the course of a question: each at most once, however
 /// many conditions need it. Refers to the property's text.
 struct Readings {
-  explicit Readings(const std::string& text) : of(&text) {}
+  explicit Readings(const std::string_view& text) : of(&text) {}
 
-  const std::string* of;
+  const std::string_view* of;
   Once<base::Md5Hex> digest;
   Once<std::optional<std::string>> decomposition;  // none where that is the text itself
   Once<std::optional<double>> number;

@@ -52,7 +52,7 @@ class Subject {
   [[nodiscard]] std::string_view digest() const;
 
   const Context& context_;
-  const std::string* value_;  // null where it is missing
+  const std::string_view* value_;  // null where it is missing
   std::uint32_t number_;
   bool hashed_;
 };

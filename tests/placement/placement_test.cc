@@ -10,6 +10,7 @@
 #include "model/codec.h"
 #include "placement/bucketing.h"
 #include "placement/resolution.h"
+#include "targeting/context_source.h"
 #include "tests/base/case_table.h"
 
 namespace corvo::corvo_internal::placement {
@@ -61,6 +62,8 @@ TEST(BucketingDeathTest, StopsAtInvertedBoundsWhenTheyAreReached) {
             PlacementReason::bucketed);
 }
 
+using Properties = std::vector<targeting::LastingProperty>;
+
 std::shared_ptr<const project::PreparedProject> readProject() {
   const std::string json = tests::contentsOf(CORVO_PLACEMENT_CASES "project.json");
   return std::make_shared<const project::PreparedProject>(
@@ -71,7 +74,9 @@ std::shared_ptr<const project::PreparedProject> readProject() {
 TEST(Resolution, ChecksInItsOrderAndNamesTheReason) {
   const auto project = readProject();
   const fakes::FakeTimeZone zone;
-  const targeting::LocalTime localTime(zone);
+  targeting::ContextSource source(zone);
+  source.setNames(project->propertyNames());
+  Resolver resolver(*project);
   for (const auto& [user, experiment, reason, index, holdout] :
        tests::caseTable<5>(CORVO_PLACEMENT_CASES "resolutions.txt")) {
     const std::string what = user + " in " + experiment;
@@ -83,16 +88,12 @@ TEST(Resolution, ChecksInItsOrderAndNamesTheReason) {
       (word.starts_with("geo.") ? location : own)[word.substr(0, equals)] = word.substr(equals + 1);
     }
     const auto vendor = own.extract("vendor");
-    const targeting::PropertyLayer userLayer = targeting::lastingLayer(own);
-    const targeting::PropertyLayer locationLayer = targeting::lastingLayer(location);
-    const targeting::PropertyTable properties(project->propertyNames(),
-                                              {.user = &userLayer, .location = &locationLayer});
+    const Properties properties(own.begin(), own.end());
+    source.setUser(properties);
+    source.setLocation(location);
+    source.setDevice({.deviceId = vendor ? std::optional(vendor.mapped()) : std::nullopt});
     const Placement placement =
-        resolveExperiment(*project->findExperiment(experiment),
-                          {.user = &userLayer,
-                           .properties = &properties,
-                           .localTime = localTime,
-                           .vendorIdentifier = vendor ? &vendor.mapped() : nullptr});
+        resolver.resolve(*project->findExperiment(experiment), source.at(0));
     EXPECT_EQ(nameOf(placement.reason), reason) << what;
     EXPECT_EQ(placement.group ? std::to_string(placement.index) : "", index) << what;
     EXPECT_EQ(placement.holdout ? placement.holdout->name : "", holdout) << what;
@@ -115,16 +116,18 @@ TEST(Resolution, OfManyAgreesWithThatOfEach) {
   }
   const project::PreparedProject project(std::make_shared<const model::ConfigResponse>(config));
   const fakes::FakeTimeZone zone;
-  const targeting::LocalTime localTime(zone);
+  targeting::ContextSource source(zone);
+  Resolver many(project);
   for (const PropertyMap& user : {PropertyMap{{"userId", "u"}}, PropertyMap{{"profileId", "p"}},
                                   PropertyMap{{"userId", "v"}, {"profileId", "q"}}}) {
-    const targeting::PropertyLayer layer = targeting::lastingLayer(user);
-    const targeting::Context context{.user = &layer, .localTime = localTime};
-    Resolver resolver(project, context);
+    const Properties properties(user.begin(), user.end());
+    source.setUser(properties);
+    const targeting::Context context = source.ofUser(0);
+    Resolver::Report report(many, context);
     for (std::size_t i = project.experiments().size(); i-- > 0;) {
       const project::PreparedExperiment& experiment = project.experiments()[i];
-      const Placement each = resolveExperiment(experiment, context);
-      const Placement& ofMany = resolver.resolve(experiment);
+      const Placement each = Resolver(project).resolve(experiment, context);
+      const Placement& ofMany = report.resolve(experiment);
       EXPECT_EQ(ofMany.reason, each.reason) << i;
       EXPECT_EQ(ofMany.group, each.group) << i;
       EXPECT_EQ(ofMany.bucket, each.bucket) << i;

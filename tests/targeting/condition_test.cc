@@ -36,19 +36,21 @@ class Asked {
  public:
   Asked(const std::string& name, const std::optional<std::string>& property, ConditionSign sign,
         std::vector<std::string> values)
-      : user_(lastingLayer(property ? PropertyMap{{name, *property}} : PropertyMap())),
-        record_{name, sign, std::move(values)} {}
+      : property_(property), record_{name, sign, std::move(values)} {
+    table_.resize(vocabulary_.names.count());
+    if (property_) table_.putUser(condition_.property(), *property_, kNever);
+  }
 
   [[nodiscard]] bool matches(const LocalTime& localTime, bool hashed = false) const {
     return conditionMatches(condition_, {.properties = &table_, .localTime = localTime}, hashed);
   }
 
  private:
-  const PropertyLayer user_;
+  const std::optional<std::string> property_;
   const model::Condition record_;
   Vocabulary vocabulary_;
   const PreparedCondition condition_{record_, vocabulary_};
-  const PropertyTable table_{vocabulary_.names, {.user = &user_}};
+  PropertyTable table_;
 };
 
 // What takes long is remembered, and of many searches an index is made.

@@ -1,12 +1,12 @@
-#include "targeting/context.h"
-
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <map>
 #include <string>
+#include <vector>
 
+#include "targeting/context_source.h"
 #include "targeting/device_properties.h"
 
 namespace corvo::corvo_internal::targeting {
@@ -15,64 +15,74 @@ namespace {
 constexpr double kNow = 1'714'564'800;  // 2024-05-01 12:00:00 UTC
 constexpr std::int32_t kHour = 3'600;
 
-std::string at(const PropertyLayer& layer, std::string_view name, double now = kNow) {
-  const PropertyLayer::Property* property = layer.find(name);
-  return property != nullptr && property->countsAt(now) ? property->value : "(none)";
+std::string at(const DeviceProperties& device, std::string_view name) {
+  for (const auto& [each, value] : device.list()) {
+    if (each.text == name) return value;
+  }
+  return "(none)";
 }
 
-TEST(PropertyLayer, FindsEachOfManyByItsExactName) {
-  PropertyLayer layer;
-  EXPECT_EQ(at(layer, "0"), "(none)");
-  for (int i = 0; i < 1'000; ++i) layer.put(std::to_string(i), "old", i);
-  for (int i = 0; i < 1'000; ++i) layer.put(std::to_string(i), std::to_string(2 * i));
-  for (int i = 0; i < 1'000; ++i) EXPECT_EQ(at(layer, std::to_string(i)), std::to_string(2 * i));
-  layer.put("Name", "1");
-  EXPECT_EQ(at(layer, "name"), "(none)");
-  layer.put("cafe\u0301", "2");
-  EXPECT_EQ(at(layer, "caf\u00e9"), "(none)");
+TEST(PropertyNames, FindEachOfManyByItsExactName) {
+  PropertyNames names;
+  EXPECT_EQ(names.find("0"), PropertyNames::kNone);
+  std::vector<std::string> texts;
+  for (int i = 0; i < 1'000; ++i) texts.push_back(std::to_string(i));
+  for (std::uint32_t i = 0; i < 1'000; ++i) EXPECT_EQ(names.numberOf(texts[i]), i);
+  for (std::uint32_t i = 0; i < 1'000; ++i) EXPECT_EQ(names.find(texts[i]), i);
+  EXPECT_EQ(names.numberOf("Name"), 1'000U);
+  EXPECT_EQ(names.find("name"), PropertyNames::kNone);
+  EXPECT_EQ(names.numberOf("cafe\u0301"), 1'001U);
+  EXPECT_EQ(names.find("caf\u00e9"), PropertyNames::kNone);
 }
 
-TEST(Context, AsksUserThenDeviceThenLocation) {
+// What a context says about a user, a device and a location, one after the other.
+TEST(ContextSource, AsksUserThenDeviceThenLocation) {
   const fakes::FakeTimeZone zone;
-  const LocalTime localTime(zone);
-  PropertyLayer user;
-  user.put("os.name", "tvOS", kNow);
-  user.put("geo.city", "Graz", kNow - 1);
-  user.put("gone", "1", kNow - 1);
-  const PropertyLayer device = lastingLayer({{"os.name", "iOS"}, {"deviceId", "d"}});
-  const PropertyLayer location =
-      lastingLayer({{"geo.city", "Wien"}, {"deviceId", "x"}, {"os.name", "y"}});
   PropertyNames names;
   const std::uint32_t osName = names.numberOf("os.name");
   const std::uint32_t city = names.numberOf("geo.city");
   const std::uint32_t deviceId = names.numberOf("deviceId");
   const std::uint32_t gone = names.numberOf("gone");
-  EXPECT_EQ(names.numberOf("geo.city"), city);
-  const PropertyTable table(names, {&user, &device, &location});
-  const Context context{&user, &table, kNow, localTime};
+  const std::string past = "2024-05-01 11:59:59";
+  const std::string present = "2024-05-01 12:00:00";
+  const CorvoUser user{{{"os.name", "tvOS"}, {"geo.city", "Graz"}, {"gone", "1"}, {"other", "2"}},
+                       PropertyMap{{"geo.city", past}, {"gone", past}, {"os.name", present}}};
+  const PropertyMap location{{"geo.city", "Wien"}, {"deviceId", "x"}, {"os.name", "y"}};
+  ContextSource source(zone);
+  EXPECT_EQ(source.bare(kNow).find(osName), nullptr);
+  source.setNames(names);
+  source.setUser(user);
+  source.setDevice({.deviceId = "d", .osName = "iOS"});
+  source.setLocation(location);
+  const Context context = source.at(kNow);
   EXPECT_EQ(*context.find(osName), "tvOS");
   EXPECT_EQ(*context.find(city), "Wien");  // an expired one does not hide it
   EXPECT_EQ(*context.find(deviceId), "d");
   EXPECT_EQ(context.find(gone), nullptr);
-  EXPECT_EQ((Context{.localTime = localTime}.find(osName)), nullptr);
-  const double noNumber = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_EQ(*table.find(deviceId, noNumber), "d");
-  EXPECT_EQ(*table.find(gone, noNumber), "1");
-  EXPECT_EQ(*table.find(deviceId, -kNever), "d");
+  EXPECT_EQ(*source.at(kNow + 1).find(osName), "iOS");
+  const Context never = source.at(std::numeric_limits<double>::quiet_NaN());
+  EXPECT_EQ(*never.find(deviceId), "d");
+  EXPECT_EQ(*never.find(gone), "1");
+  const LastingProperty properties[] = {{"geo.city", "Linz"}, {"geo.city", "Graz"}, {"userId", ""}};
+  source.setUser(properties);
+  const Context next = source.at(kNow);
+  EXPECT_EQ(*next.find(city), "Linz");
+  EXPECT_EQ(*next.find(osName), "iOS");
+  EXPECT_EQ(next.find(gone), nullptr);
+  EXPECT_EQ(*next.findOwn(model::SplitMode::userId), "");
+  EXPECT_EQ(next.findOwn(model::SplitMode::deviceId), nullptr) << "the device's is not their own";
 }
 
 TEST(DeviceProperties, DescribeDeviceAndApplication) {
-  const fakes::FakeTimeZone zone;
-  const LocalTime localTime(zone);
-  DeviceProperties known({"1.2", "6F96-19FF", "iOS", "17.4.1"});
-  DeviceProperties unknown({});
+  const DeviceProperties known({"1.2", "6F96-19FF", "iOS", "17.4.1"});
+  const DeviceProperties unknown;
   const std::string expected[][3] = {{"appVersion", "1.2", ""},
                                      {"deviceId", "6F96-19FF", ""},
                                      {"os.name", "iOS", ""},
                                      {"os.version", "17.4.1", "0.0"}};
   for (const auto& [name, text, otherwise] : expected) {
-    EXPECT_EQ(at(known.at(kNow, 0, localTime), name), text);
-    EXPECT_EQ(at(unknown.at(kNow, 0, localTime), name), otherwise);
+    EXPECT_EQ(at(known, name), text);
+    EXPECT_EQ(at(unknown, name), otherwise);
   }
 }
 
@@ -87,11 +97,11 @@ TEST(DeviceProperties, NormaliseTheSystemVersion) {
 TEST(DeviceProperties, ShowDateAndMinute) {
   fakes::FakeTimeZone zone;
   const LocalTime localTime(zone);
-  DeviceProperties device({});
+  DeviceProperties device;
   const auto expectClock = [&](double now, std::string_view text) {
-    const PropertyLayer& layer = device.at(now, zone.identifier(), localTime);
-    EXPECT_EQ(at(layer, "time"), text);
-    EXPECT_EQ(at(layer, "date"), text);
+    device.show(now, zone.identifier(), localTime);
+    EXPECT_EQ(at(device, "time"), text);
+    EXPECT_EQ(at(device, "date"), text);
   };
   expectClock(kNow, "2024-05-01 12:00");
   expectClock(kNow + 59.999, "2024-05-01 12:00");

@@ -22,8 +22,6 @@ const model::Condition kFalse{"plan", ConditionSign::equal, {"silver"}};
 
 class Rules : public testing::Test {
  protected:
-  Rules() { user_.put("plan", "gold"); }
-
   const std::string* choose(const std::vector<model::Rule>& rules) {
     Vocabulary vocabulary;
     RuleBook book;
@@ -31,20 +29,26 @@ class Rules : public testing::Test {
     static_cast<void>(book.add(ofAnotherFlag, vocabulary));
     const RuleList list = book.add(rules, vocabulary);
     book.close();
-    const PropertyTable properties(vocabulary.names, {.user = &user_});
-    return list.choose({.properties = &properties, .localTime = localTime_}, false);
+    return list.choose(contextOf(vocabulary), false);
   }
 
   bool matches(const model::Target& target) {
     Vocabulary vocabulary;
     const PreparedTarget prepared(target, vocabulary);
-    const PropertyTable properties(vocabulary.names, {.user = &user_});
-    return targetMatches(prepared, {.properties = &properties, .localTime = localTime_}, false);
+    return targetMatches(prepared, contextOf(vocabulary), false);
+  }
+
+ private:
+  Context contextOf(const Vocabulary& vocabulary) {
+    const std::uint32_t plan = vocabulary.names.find("plan");
+    properties_.resize(vocabulary.names.count());
+    if (plan != PropertyNames::kNone) properties_.putUser(plan, "gold", kNever);
+    return {.properties = &properties_, .localTime = localTime_};
   }
 
   fakes::FakeTimeZone zone_;
   LocalTime localTime_{zone_};
-  PropertyLayer user_;
+  PropertyTable properties_;
 };
 
 TEST_F(Rules, AndTargetsJoinTheirConditions) {

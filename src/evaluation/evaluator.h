@@ -1,0 +1,67 @@
+#pragma once
+
+#include <corvo/experiment.h>
+#include <corvo/experiment_detail.h>
+#include <corvo/flag_report.h>
+#include <corvo/result.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "experiments/memberships.h"
+#include "placement/resolution.h"
+#include "project/prepared_project.h"
+#include "targeting/context.h"
+
+namespace corvo::corvo_internal::evaluation {
+
+/// Answers questions about one project, each from the context that comes with it. Remembers where
+/// the hash puts the user of these contexts, which must all come from one source. For one thread at
+/// a time.
+class Evaluator {
+ public:
+  explicit Evaluator(std::shared_ptr<const project::PreparedProject> project)
+      : project_(std::move(project)), resolver_(*project_) {}
+  Evaluator(const Evaluator&) = delete;
+  Evaluator& operator=(const Evaluator&) = delete;
+
+  [[nodiscard]] const std::shared_ptr<const project::PreparedProject>& project() const noexcept {
+    return project_;
+  }
+
+  /// The text that a flag has for the user; valid as long as the project.
+  [[nodiscard]] Result<std::string_view> flag(std::string_view name,
+                                              const targeting::Context& context);
+
+  /// All flags of the configuration that have a value, each typed by its text.
+  [[nodiscard]] FlagReport flags(const targeting::Context& context);
+
+  /// The handle of the first experiment of that name that the user takes part in, or null. Only
+  /// those of the name are resolved.
+  [[nodiscard]] Result<CorvoExperimentPointer> experiment(std::string_view name,
+                                                          const targeting::Context& context);
+
+  /// Whether the user is in the first holdout of that name.
+  [[nodiscard]] Result<bool> holdout(std::string_view name, const targeting::Context& context);
+
+  /// The experiments that the user takes part in: their handles, their text, and their details,
+  /// which fail where the values of repeated names take more than they may.
+  [[nodiscard]] std::vector<CorvoExperimentPointer> experiments(const targeting::Context& context);
+  [[nodiscard]] std::optional<std::string> experimentsText(experiments::Scope scope,
+                                                           const targeting::Context& context);
+  [[nodiscard]] Result<std::vector<CorvoExperimentDetail>> details(
+      experiments::Scope scope, const targeting::Context& context);
+
+ private:
+  [[nodiscard]] std::vector<experiments::Membership> memberships(experiments::Scope scope,
+                                                                 const targeting::Context& context);
+
+  std::shared_ptr<const project::PreparedProject> project_;
+  placement::Resolver resolver_;
+};
+
+}  // namespace corvo::corvo_internal::evaluation

@@ -1,0 +1,140 @@
+#include "targeting/context_source.h"
+
+#include <algorithm>
+#include <string>
+
+#include "base/civil_time.h"
+#include "model/fields.h"
+
+namespace corvo::corvo_internal::targeting {
+namespace {
+
+// A split mode is written as the name of its property.
+OwnIdentifier* identifierOf(std::string_view name, OwnIdentifiers& own) {
+  constexpr auto& kModes = model::EnumTexts<model::SplitMode>::list;
+  const auto mode = std::ranges::find(kModes, name, &model::EnumText<model::SplitMode>::text);
+  return mode == kModes.end() ? nullptr : &own[static_cast<std::size_t>(mode->value)];
+}
+
+// When a user's properties expire. To be asked for names in their order, which is that of the
+// user's own lists.
+class Expiries {
+ public:
+  Expiries(const CorvoUser& user, const LocalTime& localTime) : localTime_(localTime) {
+    const auto ofUserId = user.properties.find("corvoExpiration");
+    if (ofUserId != user.properties.end()) ofUserId_ = &ofUserId->second;
+    if (!user.corvoExpiration) return;
+    next_ = user.corvoExpiration->begin();
+    end_ = user.corvoExpiration->end();
+  }
+
+  // None where there is none, or it is no date that the clocks show.
+  std::optional<double> of(std::string_view name) {
+    const std::string* text = textOf(name);
+    if (text == nullptr) return std::nullopt;
+    if (last_ == nullptr || *text != *last_) {  // one text often serves all
+      const auto local = base::parseDate(*text, base::DatePattern::second);
+      const auto moment = local ? localTime_.momentOf(*local) : std::nullopt;
+      lastMoment_ = moment ? std::optional(static_cast<double>(*moment)) : std::nullopt;
+      last_ = text;
+    }
+    return lastMoment_;
+  }
+
+ private:
+  const std::string* textOf(std::string_view name) {
+    if (name == "userId" && ofUserId_ != nullptr) return ofUserId_;
+    while (next_ != end_ && next_->first < name) ++next_;
+    return next_ != end_ && next_->first == name ? &next_->second : nullptr;
+  }
+
+  const LocalTime& localTime_;
+  const std::string* ofUserId_ = nullptr;
+  PropertyMap::const_iterator next_{};
+  PropertyMap::const_iterator end_{};
+  const std::string* last_ = nullptr;
+  std::optional<double> lastMoment_;
+};
+
+}  // namespace
+
+void ContextSource::setDevice(const DeviceFacts& facts) {
+  ++revision_;
+  device_ = DeviceProperties(facts);
+  vendorIdentifier_.reset();
+  if (facts.deviceId) vendorIdentifier_ = device_.deviceId();
+  isBehindRead_ = false;
+}
+
+void ContextSource::setNames(const PropertyNames& names) {
+  names_ = nullptr;  // should there be no memory
+  table_.resize(names.count());
+  names_ = &names;
+  isUserRead_ = false;
+  isBehindRead_ = false;
+}
+
+Context ContextSource::ofUser(double now) {
+  const std::uint64_t zone = zone_.identifier();
+  if (zone != zoneIdentifier_) isUserRead_ = false;  // expiries are local times
+  zoneIdentifier_ = zone;
+  if (!isUserRead_) readUser();
+  Context context = bare(now);
+  context.own = &own_;
+  context.revision = revision_;
+  context.vendorIdentifier = vendorIdentifier_;
+  return context;
+}
+
+Context ContextSource::at(double now) {
+  Context context = ofUser(now);
+  if (device_.show(now, zoneIdentifier_, localTime_)) isBehindRead_ = false;
+  if (!isBehindRead_) readBehind();
+  table_.forgetReadings();
+  context.properties = &table_;
+  return context;
+}
+
+void ContextSource::readUser() {
+  table_.forgetUser();
+  own_ = {};
+  if (user_ == nullptr) {
+    readUser(properties_, [](std::string_view) { return std::optional(kNever); });
+  } else {
+    Expiries expiries(*user_, localTime_);
+    readUser(user_->properties, [&](std::string_view name) { return expiries.of(name); });
+  }
+  isUserRead_ = true;
+}
+
+template <class ExpiryOf>
+void ContextSource::readUser(const auto& properties, ExpiryOf expiryOf) {
+  for (const auto& [name, value] : properties) {
+    const std::uint32_t number = numberOf(name);
+    OwnIdentifier* const identifier = identifierOf(name, own_);
+    if (number == PropertyNames::kNone && identifier == nullptr) continue;
+    const std::optional<double> expiry = expiryOf(name);
+    if (!expiry) continue;
+    if (number != PropertyNames::kNone) table_.putUser(number, value, *expiry);
+    if (identifier != nullptr && !identifier->isThere) *identifier = {value, *expiry, true};
+  }
+}
+
+// What stands first counts: the device hides the location.
+void ContextSource::readBehind() {
+  table_.forgetBehind();
+  isBehindRead_ = true;
+  const auto put = [this](const auto& name, std::string_view value) {
+    const std::uint32_t number = numberOf(name);
+    if (number != PropertyNames::kNone) table_.putBehind(number, value);
+  };
+  for (const DeviceProperties::Property& each : device_.list()) put(each.name, each.value);
+  if (location_ == nullptr) return;
+  for (const auto& [name, value] : *location_) put(name, value);
+}
+
+std::uint32_t ContextSource::numberOf(const base::HashedName& name) const {
+  return names_ == nullptr ? PropertyNames::kNone : names_->find(name);
+}
+
+}  // namespace corvo::corvo_internal::targeting
