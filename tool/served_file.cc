@@ -11,9 +11,12 @@
 #include <string_view>
 #include <utility>
 
-#include "tool/json_places.h"
+#include "json/json_places.h"
 
 namespace corvo::tool {
+
+using namespace corvo_internal;
+
 namespace {
 
 /// Answers at once, with one of two documents.
@@ -68,9 +71,9 @@ std::string pointerTo(std::string_view keyInQuotes) {
 
 /// The place of the value that a refusal is about: its pointer, if it ends with one, leads to a
 /// member of the text's object, of which the last of its name counts.
-std::size_t placeOfRefused(const std::string& refusal, const JsonPlaces& places) {
+std::size_t placeOfRefused(const std::string& refusal, const json::JsonPlaces& places) {
   constexpr std::string_view kAt = " at ";
-  std::size_t place = places.root;
+  std::size_t place = places.nodes.front();
   const std::size_t at = refusal.find(std::string(kAt) + "/");
   if (at == std::string::npos) return place;
   for (const auto& [key, value] : places.members) {
@@ -80,10 +83,10 @@ std::size_t placeOfRefused(const std::string& refusal, const JsonPlaces& places)
 }
 
 void complain(const std::string& path, const std::string& content, const std::string& refusal) {
-  const JsonPlaces places = jsonPlaces(content);
-  const auto fault =
-      places.fault.value_or(JsonPlaces::Fault{placeOfRefused(refusal, places), refusal.c_str()});
-  std::cerr << path + ":" + lineAndColumn(content, fault.place) + ": " + fault.reason + "\n";
+  const json::JsonPlaces places = json::jsonPlaces(content);
+  const auto fault = places.fault.value_or(
+      json::JsonPlaces::Fault{placeOfRefused(refusal, places), refusal.c_str()});
+  std::cerr << path + ":" + json::lineAndColumn(content, fault.place) + ": " + fault.reason + "\n";
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ class CORVO_EXPORT ClientRegistry {
                                                 std::string_view apiURL, std::uint64_t cacheTTL,
                                                 std::uint64_t retryCount, std::string_view tag);
 
-  /// The client registered under the tag, or null.
+  /// The client registered under the tag, or null; null also while another thread is making it.
   [[nodiscard]] std::shared_ptr<CorvoClient> getClient(std::string_view tag) const;
 
   /// Forgets the client of the tag, if there is one. What it stored stays; whoever holds the client

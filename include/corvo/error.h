@@ -5,8 +5,10 @@
 #include <corvo/internal/what_text.h>
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -37,6 +39,9 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
   /// The answer does not fit the type that was asked for.
   struct DecodingError {
     std::string localizedDescription;
+    /// Where in the text the cause lies, in bytes from 0, as `Project::decode` tells; a client does
+    /// not.
+    std::optional<std::size_t> offset = {};
     bool operator==(const DecodingError&) const = default;
   };
   /// Never made by this library.

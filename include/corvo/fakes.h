@@ -99,7 +99,8 @@ class CORVO_FAKES_EXPORT ScriptedSession final : public UrlSession {
 };
 
 /// Suites in memory. A second client, or a "restarted application", on the same store finds what
-/// the first one left. Opening and writing can be made to fail. For one thread at a time.
+/// the first one left. Opening and writing can be made to fail. Any thread may open suites and use
+/// them; the rest is for the test's thread.
 class CORVO_FAKES_EXPORT MemoryPreferencesStore final : public PreferencesStore {
  public:
   MemoryPreferencesStore() = default;
@@ -130,6 +131,7 @@ class CORVO_FAKES_EXPORT MemoryPreferencesStore final : public PreferencesStore 
     bool writing = false;
   };
 
+  std::mutex mutex_;  // guards the openings and the suites
   bool failsOpening_ = false;
   std::shared_ptr<Fails> fails_ = std::make_shared<Fails>();  // shared with the suites
   std::size_t openings_ = 0;

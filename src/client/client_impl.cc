@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "base/text.h"
+#include "model/well_formed.h"
 #include "network/routes.h"
 #include "targeting/expiry.h"
 
@@ -16,20 +17,6 @@ namespace {
 
 Scope scopeWith(ExactBool estimateHoldouts) {
   return estimateHoldouts.value ? Scope::all : Scope::withoutHoldouts;
-}
-
-PropertyMap wellFormed(const PropertyMap& properties) {
-  PropertyMap result;
-  for (const auto& [name, value] : properties) {
-    result.emplace(base::wellFormed(name), base::wellFormed(value));
-  }
-  return result;
-}
-
-CorvoUser wellFormed(const CorvoUser& user) {
-  CorvoUser result{wellFormed(user.properties), std::nullopt};
-  if (user.corvoExpiration) result.corvoExpiration = wellFormed(*user.corvoExpiration);
-  return result;
 }
 
 }  // namespace
@@ -129,7 +116,7 @@ void CorvoClientImpl::clearUserProperties() {
 }
 
 void CorvoClientImpl::storeUser(const CorvoUser& user, double now, storage::Origin origin) {
-  storage_->user.write(std::make_shared<const CorvoUser>(wellFormed(user)), now, origin);
+  storage_->user.write(std::make_shared<const CorvoUser>(model::wellFormed(user)), now, origin);
   needsStamps_ = false;
 }
 

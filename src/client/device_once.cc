@@ -14,12 +14,12 @@ std::optional<std::string> wellFormed(const std::optional<std::string>& text) {
 
 }  // namespace
 
-targeting::DeviceFacts DeviceOnce::facts(double now) {
+DeviceFacts DeviceOnce::facts(double now) {
   const std::lock_guard lock(mutex_);
   if (!asked_) {
-    facts_.appVersion = wellFormed(device_->applicationVersion());
-    facts_.osName = wellFormed(device_->systemName());
-    facts_.osVersion = wellFormed(device_->systemVersion());
+    facts_.applicationVersion = wellFormed(device_->applicationVersion());
+    facts_.systemName = wellFormed(device_->systemName());
+    facts_.systemVersion = wellFormed(device_->systemVersion());
     asked_ = true;
   }
   askForIdentifier(now);
@@ -29,12 +29,12 @@ targeting::DeviceFacts DeviceOnce::facts(double now) {
 std::optional<std::string> DeviceOnce::deviceId(double now) {
   const std::lock_guard lock(mutex_);
   askForIdentifier(now);
-  return facts_.deviceId;
+  return facts_.vendorIdentifier;
 }
 
 void DeviceOnce::askForIdentifier(double now) {
-  if (facts_.deviceId || !attempts_.isDue(now)) return;
-  facts_.deviceId = wellFormed(device_->vendorIdentifier());
+  if (facts_.vendorIdentifier || !attempts_.isDue(now)) return;
+  facts_.vendorIdentifier = wellFormed(device_->vendorIdentifier());
 }
 
 }  // namespace corvo::corvo_internal::client

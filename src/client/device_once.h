@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvo/device_facts.h>
 #include <corvo/platform/device.h>
 
 #include <memory>
@@ -9,7 +10,6 @@
 #include <utility>
 
 #include "base/once_a_second.h"
-#include "targeting/device_properties.h"
 
 namespace corvo::corvo_internal::client {
 
@@ -20,7 +20,7 @@ class DeviceOnce {
   explicit DeviceOnce(std::shared_ptr<const Device> device) : device_(std::move(device)) {}
 
   /// All that is known. `now` is the moment, in seconds since 1970.
-  [[nodiscard]] targeting::DeviceFacts facts(double now);
+  [[nodiscard]] DeviceFacts facts(double now);
 
   /// The identifier alone.
   [[nodiscard]] std::optional<std::string> deviceId(double now);
@@ -31,7 +31,7 @@ class DeviceOnce {
   std::shared_ptr<const Device> device_;
   std::mutex mutex_;
   bool asked_ = false;  // guarded, as what follows
-  targeting::DeviceFacts facts_;
+  DeviceFacts facts_;
   base::OnceASecond attempts_;
 };
 

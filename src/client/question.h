@@ -81,8 +81,6 @@ template <class T, class Decider>
 class SinkQuestion final : public Question {
  public:
   SinkQuestion(Decider decider, AnswerSink<T>& sink) : decider_(std::move(decider)), sink_(&sink) {}
-  SinkQuestion(Decider decider, std::unique_ptr<AnswerSink<T>> sink)
-      : decider_(std::move(decider)), ownSink_(std::move(sink)), sink_(ownSink_.get()) {}
 
   [[nodiscard]] About about(const project::PreparedProject& project) const override {
     return decider_.about(project);
@@ -96,8 +94,12 @@ class SinkQuestion final : public Question {
 
  protected:
   void callBack() override { sink_->deliver(); }
+  // The sink comes last: once its callbacks have moved, nothing can fail.
   std::shared_ptr<Question> detach() override {
-    return std::make_shared<SinkQuestion>(decider_.detach(), sink_->detach());
+    auto detached = std::make_shared<SinkQuestion>(decider_.detach(), *sink_);
+    detached->ownSink_ = sink_->detach();
+    detached->sink_ = detached->ownSink_.get();
+    return detached;
   }
 
  private:

@@ -41,10 +41,10 @@ void StoredContext::settleUser(double now) {
     user_ = user;
   }
   if (knowsIdentifier_ || (knowsFacts_ && !parts_.device->deviceId(now))) return;
-  const targeting::DeviceFacts facts = parts_.device->facts(now);
+  const DeviceFacts facts = parts_.device->facts(now);
   source_.setDevice(facts);
   knowsFacts_ = true;
-  knowsIdentifier_ = facts.deviceId.has_value();
+  knowsIdentifier_ = facts.vendorIdentifier.has_value();
 }
 
 }  // namespace corvo::corvo_internal::client

@@ -80,13 +80,17 @@ constexpr std::array<TypeRow, 5> kTypes{{{"featureFlag", flagResults},
                                          {"webBuilder", noResults},
                                          {"holdout", noResults}}};
 
+const TypeRow& rowOf(model::ExperimentType type) {
+  return kTypes.at(static_cast<std::size_t>(type) - 1);
+}
+
 std::optional<CorvoExperimentDetail> detailOf(const Membership& membership,
                                               const targeting::Context& context,
                                               std::size_t& room) {
   const auto& [experiment, placement] = membership;
   CorvoExperimentDetail detail{std::nullopt, experiment->record->name, {placement.index}, {}};
   if (!experiment->record->type) return detail;
-  const TypeRow& type = kTypes.at(static_cast<std::size_t>(*experiment->record->type) - 1);
+  const TypeRow& type = rowOf(*experiment->record->type);
   detail.type = type.word;
   Results results(detail.results, room);
   if (!type.collect(*experiment, *placement.group, context, results)) return std::nullopt;
@@ -94,6 +98,8 @@ std::optional<CorvoExperimentDetail> detailOf(const Membership& membership,
 }
 
 }  // namespace
+
+const char* wordOf(model::ExperimentType type) { return rowOf(type).word; }
 
 std::optional<std::vector<CorvoExperimentDetail>> experimentDetails(
     const std::vector<Membership>& memberships, const targeting::Context& context) {

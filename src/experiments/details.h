@@ -7,9 +7,13 @@
 #include <vector>
 
 #include "experiments/memberships.h"
+#include "model/config.h"
 #include "targeting/context.h"
 
 namespace corvo::corvo_internal::experiments {
+
+/// The word for a type of experiments.
+[[nodiscard]] const char* wordOf(model::ExperimentType type);
 
 /// How much the values of repeated names may take in one answer, in bytes.
 inline constexpr std::size_t kMostRepeatedBytes = std::size_t{64} << 20;

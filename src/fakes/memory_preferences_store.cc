@@ -1,5 +1,6 @@
 #include <corvo/fakes.h>
 
+#include <atomic>
 #include <stdexcept>
 
 namespace corvo::fakes {
@@ -13,6 +14,7 @@ class MemoryPreferencesStore::Suite final : public PreferencesSuite {
 
   [[nodiscard]] std::optional<std::string> read(std::string_view key) const override {
     if (fails_->reading) throw std::runtime_error("reading fails");
+    const std::lock_guard lock(mutex_);
     Entry& entry = entryOf(key);
     ++entry.reads;
     return entry.value;
@@ -20,6 +22,7 @@ class MemoryPreferencesStore::Suite final : public PreferencesSuite {
 
   bool apply(std::span<const PreferencesChange> changes) override {
     if (fails_->writing) return false;
+    const std::lock_guard lock(mutex_);
     if (!changes.empty()) ++revision_;
     for (const PreferencesChange& change : changes) {
       Entry& entry = entryOf(change.key);
@@ -32,16 +35,19 @@ class MemoryPreferencesStore::Suite final : public PreferencesSuite {
   [[nodiscard]] std::uint64_t revision() const override { return revision_; }
 
   [[nodiscard]] std::uint64_t revisionOf(std::string_view key) const override {
+    const std::lock_guard lock(mutex_);
     const auto found = entries_.find(key);
     return found == entries_.end() ? 0 : found->second.revision;
   }
 
   [[nodiscard]] std::size_t reads(std::string_view key) const {
+    const std::lock_guard lock(mutex_);
     const auto found = entries_.find(key);
     return found == entries_.end() ? 0 : found->second.reads;
   }
 
   [[nodiscard]] std::map<std::string, std::string> contents() const {
+    const std::lock_guard lock(mutex_);
     std::map<std::string, std::string> values;
     for (const auto& [key, entry] : entries_) {
       if (entry.value) values.emplace(key, *entry.value);
@@ -62,7 +68,8 @@ class MemoryPreferencesStore::Suite final : public PreferencesSuite {
   }
 
   std::shared_ptr<const Fails> fails_;
-  std::uint64_t revision_ = 0;
+  std::atomic<std::uint64_t> revision_ = 0;
+  mutable std::mutex mutex_;                                   // guards what follows
   mutable std::map<std::string, Entry, std::less<>> entries_;  // also of keys only read so far
 };
 
@@ -74,6 +81,7 @@ MemoryPreferencesStore::MemoryPreferencesStore(const MemoryPreferencesStore& oth
 }
 
 std::shared_ptr<PreferencesSuite> MemoryPreferencesStore::open(std::string_view suiteName) {
+  const std::lock_guard lock(mutex_);
   ++openings_;
   if (failsOpening_) return nullptr;
   auto& suite = suites_[std::string(suiteName)];

@@ -10,6 +10,7 @@
 #include <variant>
 
 #include "base/text.h"
+#include "json/json_limits.h"
 #include "json/json_number.h"
 
 namespace corvo::corvo_internal::json {
@@ -17,10 +18,8 @@ namespace {
 
 namespace ondemand = simdjson::ondemand;
 
-constexpr std::size_t kMaxDepth = 512;
 // No text has more values than bytes.
 constexpr std::size_t kMaxSize = (std::size_t{1} << JsonNode::kSpanBits) - 1;
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 constexpr std::string_view kNotJson = "not a JSON text";
 constexpr std::string_view kNotUtf8 = "not UTF-8";

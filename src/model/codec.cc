@@ -15,7 +15,8 @@ namespace corvo::corvo_internal::model {
 namespace {
 
 DecodingFailure explain(const ReadFailure& failure, const JsonNode& root) {
-  return {failure.reason(), json::pointersTo({failure.node}, root).front()};
+  return {failure.reason(), json::pointersTo({failure.node}, root).front(),
+          static_cast<std::size_t>(failure.node - &root)};
 }
 
 // Records are read in the order of their tables, which need not be the document's.
@@ -32,8 +33,9 @@ std::vector<Drop> explain(std::vector<DroppedNode> dropped, const JsonNode& root
     auto& cause = pointers[2 * i + 1];
     auto reason = dropped[i].failure.reason();
     if (cause != pointer)
-      reason = DecodingFailure{std::move(reason), std::move(cause)}.description();
-    drops.push_back({std::move(pointer), std::move(reason)});
+      reason = DecodingFailure{std::move(reason), std::move(cause), {}}.description();
+    drops.push_back(
+        {std::move(pointer), std::move(reason), static_cast<std::size_t>(dropped[i].node - &root)});
   }
   return drops;
 }

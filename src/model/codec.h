@@ -18,6 +18,9 @@ namespace corvo::corvo_internal::model {
 struct DecodingFailure {
   std::string reason;
   std::string pointer;
+  /// The number of the value in document order, keys counted, from 0; none for a text that is not
+  /// JSON.
+  std::optional<std::size_t> node = {};
 
   /// A short text for people, stable from version to version.
   [[nodiscard]] std::string description() const;
@@ -46,6 +49,7 @@ template <class T>
 struct Drop {
   std::string pointer;  ///< RFC 6901.
   std::string reason;
+  std::size_t node = 0;  ///< Its number in document order, keys counted, from 0.
 
   bool operator==(const Drop&) const = default;
 };

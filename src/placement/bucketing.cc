@@ -107,9 +107,7 @@ Placement pickGroupByWeight(const model::Experiment& experiment, AllocationTest 
 
 // Bounds that are not ordered, as those that are no numbers, admit nobody.
 bool admits(const model::LayerBounds& bounds, double point) {
-  if (bounds.lowerBound > bounds.upperBound) {
-    base::stopProcess("a layer bound's lower end exceeds its upper end");
-  }
+  if (isInverted(bounds)) base::stopProcess(kInvertedBounds);
   return bounds.lowerBound <= point && point <= bounds.upperBound;
 }
 

@@ -26,6 +26,12 @@ using Buckets = std::array<double, base::kMd5Lanes>;
 [[nodiscard]] Buckets bucketValues(
     const std::array<base::Md5Message, base::kMd5Lanes>& messages) noexcept;
 
+/// Whether the lower bound exceeds the upper one, and what is said when that stops the process.
+[[nodiscard]] inline bool isInverted(const model::LayerBounds& bounds) noexcept {
+  return bounds.lowerBound > bounds.upperBound;
+}
+inline constexpr const char* kInvertedBounds = "a layer bound's lower end exceeds its upper end";
+
 /// Which group of the experiment the identifier has, if any: by a group's forced list, else by the
 /// experiment's (whatever layer and allocation say), else by layer, allocation and weights. Layer
 /// bounds whose lower one exceeds the upper stop the process when they are reached. `bucket` is

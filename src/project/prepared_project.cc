@@ -66,6 +66,7 @@ void PreparedProject::addFlags(targeting::Vocabulary& vocabulary) {
     FlagEntry& entry = entryOf(flag.name);
     if (entry.isInConfiguration) continue;
     entry.isInConfiguration = true;
+    entry.record = &flag;
     entry.isPrivate = flag.isPrivate.value_or(false);
     entry.rules = rules_.add(flag.rules, vocabulary);
   }

@@ -39,6 +39,7 @@ struct PreparedExperiment {
 /// All that decides one flag: the flag of that name, and the first experiment that carries one.
 struct FlagEntry {
   std::string_view name;
+  const model::FeatureFlag* record = nullptr;
   bool isInConfiguration = false;  // not where only an experiment knows the name
   bool isPrivate = false;
   targeting::RuleList rules;

@@ -16,6 +16,9 @@ OwnIdentifier* identifierOf(std::string_view name, OwnIdentifiers& own) {
   return mode == kModes.end() ? nullptr : &own[static_cast<std::size_t>(mode->value)];
 }
 
+// A view of nothing at all is an empty text.
+std::string_view present(std::string_view text) { return text.data() == nullptr ? "" : text; }
+
 // When a user's properties expire. To be asked for names in their order, which is that of the
 // user's own lists.
 class Expiries {
@@ -62,12 +65,11 @@ void ContextSource::setDevice(const DeviceFacts& facts) {
   ++revision_;
   device_ = DeviceProperties(facts);
   vendorIdentifier_.reset();
-  if (facts.deviceId) vendorIdentifier_ = device_.deviceId();
+  if (facts.vendorIdentifier) vendorIdentifier_ = device_.deviceId();
   isBehindRead_ = false;
 }
 
 void ContextSource::setNames(const PropertyNames& names) {
-  names_ = nullptr;  // should there be no memory
   table_.resize(names.count());
   names_ = &names;
   isUserRead_ = false;
@@ -88,8 +90,15 @@ Context ContextSource::ofUser(double now) {
 
 Context ContextSource::at(double now) {
   Context context = ofUser(now);
-  if (device_.show(now, zoneIdentifier_, localTime_)) isBehindRead_ = false;
-  if (!isBehindRead_) readBehind();
+  const bool showsAnother = device_.show(now, zoneIdentifier_, localTime_);
+  if (!isBehindRead_) {
+    readBehind();
+  } else if (showsAnother) {
+    for (const DeviceProperties::Property* each : device_.clock()) {
+      const std::uint32_t number = numberOf(each->name);
+      if (number != PropertyNames::kNone) table_.changeBehind(number, each->value);
+    }
+  }
   table_.forgetReadings();
   context.properties = &table_;
   return context;
@@ -116,7 +125,8 @@ void ContextSource::readUser(const auto& properties, ExpiryOf expiryOf) {
     const std::optional<double> expiry = expiryOf(name);
     if (!expiry) continue;
     if (number != PropertyNames::kNone) table_.putUser(number, value, *expiry);
-    if (identifier != nullptr && !identifier->isThere) *identifier = {value, *expiry, true};
+    if (identifier != nullptr && !identifier->isThere)
+      *identifier = {present(value), *expiry, true};
   }
 }
 

@@ -7,10 +7,10 @@
 namespace corvo::corvo_internal::targeting {
 
 DeviceProperties::DeviceProperties(const DeviceFacts& facts)
-    : list_{{{"appVersion", facts.appVersion.value_or("")},
-             {"deviceId", facts.deviceId.value_or("")},
-             {"os.name", facts.osName.value_or("")},
-             {"os.version", normalisedVersion(facts.osVersion.value_or(""))},
+    : list_{{{"appVersion", facts.applicationVersion.value_or("")},
+             {"deviceId", facts.vendorIdentifier.value_or("")},
+             {"os.name", facts.systemName.value_or("")},
+             {"os.version", normalisedVersion(facts.systemVersion.value_or(""))},
              {"time", ""},
              {"date", ""}}} {}
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <corvo/device_facts.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -13,16 +15,6 @@
 #include "targeting/local_time.h"
 
 namespace corvo::corvo_internal::targeting {
-
-/// What is known about the device and the application.
-struct DeviceFacts {
-  std::optional<std::string> appVersion = {};
-  std::optional<std::string> deviceId = {};
-  std::optional<std::string> osName = {};
-  std::optional<std::string> osVersion = {};
-
-  bool operator==(const DeviceFacts&) const = default;
-};
 
 /// The properties of device, application and clock: "appVersion", "deviceId", "os.name",
 /// "os.version", and "time" and "date", which both show date, hour and minute. For one thread at a
@@ -45,6 +37,10 @@ class DeviceProperties {
   }
 
   [[nodiscard]] const std::array<Property, 6>& list() const noexcept { return list_; }
+  /// Those that show the clock's time.
+  [[nodiscard]] std::array<const Property*, 2> clock() const noexcept {
+    return {&list_[kTime], &list_[kDate]};
+  }
   [[nodiscard]] std::string_view deviceId() const noexcept { return list_[kDeviceId].value; }
 
  private:

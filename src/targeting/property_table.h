@@ -22,8 +22,8 @@ constexpr double kNever = std::numeric_limits<double>::infinity();
 /// time.
 class PropertyTable {
  public:
-  /// Makes room for that many names. Everything is absent.
-  void resize(std::size_t count) { rows_.assign(count, {}); }
+  /// Makes room for that many names. Everything is absent. Without memory, nothing has changed.
+  void resize(std::size_t count) { rows_ = std::vector<Row>(count); }
 
   /// All of the user's properties are absent from now on; those behind them.
   void forgetUser() noexcept { ++user_; }
@@ -43,6 +43,9 @@ class PropertyTable {
     row.behindOf = behind_;
     row.behind = value;
   }
+
+  /// Another value in place of one that has been entered.
+  void changeBehind(std::uint32_t number, std::string_view value) { rows_[number].behind = value; }
 
   /// The user's property of that number, else the one behind it; else null. An expired one does not
   /// hide what is behind it.

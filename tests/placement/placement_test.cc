@@ -91,7 +91,7 @@ TEST(Resolution, ChecksInItsOrderAndNamesTheReason) {
     const Properties properties(own.begin(), own.end());
     source.setUser(properties);
     source.setLocation(location);
-    source.setDevice({.deviceId = vendor ? std::optional(vendor.mapped()) : std::nullopt});
+    source.setDevice({.vendorIdentifier = vendor ? std::optional(vendor.mapped()) : std::nullopt});
     const Placement placement =
         resolver.resolve(*project->findExperiment(experiment), source.at(0));
     EXPECT_EQ(nameOf(placement.reason), reason) << what;

@@ -52,7 +52,7 @@ TEST(ContextSource, AsksUserThenDeviceThenLocation) {
   EXPECT_EQ(source.bare(kNow).find(osName), nullptr);
   source.setNames(names);
   source.setUser(user);
-  source.setDevice({.deviceId = "d", .osName = "iOS"});
+  source.setDevice({.vendorIdentifier = "d", .systemName = "iOS"});
   source.setLocation(location);
   const Context context = source.at(kNow);
   EXPECT_EQ(*context.find(osName), "tvOS");

@@ -14,8 +14,8 @@ namespace corvo {
 
 /// All that the library asks of its surroundings. Services of any origin mix: a fake clock goes
 /// with the host's time zone. None may be null. A service throws nothing but `std::bad_alloc`,
-/// unless its own comment says otherwise. It must not use the registry itself: that holds its lock
-/// while it makes a client.
+/// unless its own comment says otherwise. A device must not ask a client: its facts are read under
+/// a lock.
 struct Platform {
   std::shared_ptr<Clock> clock;
   std::shared_ptr<TimeZone> timeZone;

@@ -18,7 +18,8 @@ struct PreferencesChange {
 };
 
 /// A named set of binary values under text keys. Every handle to the suite of one name, within one
-/// process and one store, shows the same values at once.
+/// process and one store, shows the same values at once. Clients on different threads use theirs at
+/// the same time.
 class CORVO_TYPE PreferencesSuite {
  public:
   virtual ~PreferencesSuite() = default;

@@ -1,16 +1,17 @@
-#include "tool/json_places.h"
+#include "json/json_places.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <utility>
 
-namespace corvo::tool {
+#include "json/json_limits.h"
+#include "json/json_number.h"
+
+namespace corvo::corvo_internal::json {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r\n";
-constexpr int kMaxDepth = 512;
 
 bool isBetween(unsigned value, unsigned first, unsigned last) {
   return first <= value && value <= last;
@@ -26,33 +27,8 @@ std::size_t characterSize(unsigned lead, unsigned second) {
   return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
 }
 
-bool take(std::string_view& text, std::string_view anyOf) {
-  if (text.empty() || anyOf.find(text.front()) == std::string_view::npos) return false;
-  text.remove_prefix(1);
-  return true;
-}
-
-std::size_t takeDigits(std::string_view& text) {
-  const std::size_t all = text.size();
-  text.remove_prefix(std::min(text.find_first_not_of("0123456789"), all));
-  return all - text.size();
-}
-
-bool isNumber(std::string_view token) {
-  take(token, "-");
-  const bool startsWithZero = token.starts_with('0');
-  const std::size_t digits = takeDigits(token);
-  if (digits == 0 || (startsWithZero && digits > 1)) return false;
-  if (take(token, ".") && takeDigits(token) == 0) return false;
-  if (take(token, "eE")) {
-    take(token, "+-");
-    if (takeDigits(token) == 0) return false;
-  }
-  return token.empty();
-}
-
 bool isScalar(std::string_view token) {
-  return token == "null" || token == "true" || token == "false" || isNumber(token);
+  return token == "null" || token == "true" || token == "false" || JsonNumber::parse(token);
 }
 
 /// Each operation reads one thing and answers whether it is as it should be.
@@ -63,8 +39,6 @@ class Scan {
   }
 
   JsonPlaces document() {
-    skipBlanks();
-    places_.root = at_;
     if (value() && at_ < text_.size()) fail("expected the end of the text");
     return std::move(places_);
   }
@@ -88,6 +62,7 @@ class Scan {
   // With the blanks around it.
   bool value() {
     skipBlanks();
+    places_.nodes.push_back(at_);
     const bool isRead = skip('{')   ? list('}', &Scan::member, "expected a comma or a brace")
                         : skip('[') ? list(']', &Scan::value, "expected a comma or a bracket")
                         : skip('"') ? string()
@@ -115,6 +90,7 @@ class Scan {
   bool member() {
     skipBlanks();
     const std::size_t start = at_;
+    places_.nodes.push_back(at_);
     if (!skip('"')) return fail("expected a name in quotes");
     if (!string()) return false;
     const std::string_view key = text_.substr(start, at_ - start);
@@ -179,7 +155,7 @@ class Scan {
 
   std::string_view text_;
   std::size_t at_ = 0;
-  int depth_ = 0;
+  std::size_t depth_ = 0;
   JsonPlaces places_;
 };
 
@@ -197,4 +173,4 @@ std::string lineAndColumn(std::string_view text, std::size_t place) {
   return std::to_string(line) + ":" + std::to_string(column);
 }
 
-}  // namespace corvo::tool
+}  // namespace corvo::corvo_internal::json

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace corvo::tool {
+namespace corvo::corvo_internal::json {
 
 /// What of a JSON text a person must find again, by the byte at which it begins.
 struct JsonPlaces {
@@ -21,8 +21,9 @@ struct JsonPlaces {
 
   /// The first thing that is not as the library reads JSON; none when all is.
   std::optional<Fault> fault;
-  std::size_t root = 0;         ///< The text's value,
-  std::vector<Member> members;  ///< and the members of it, as far as there is no fault.
+  /// The values and keys, as far as there is no fault, in the order of a `JsonTree`'s nodes.
+  std::vector<std::size_t> nodes;
+  std::vector<Member> members;  ///< Those of the text's value.
 };
 
 /// Reads a text by RFC 8259, to be precise about places where the library only says yes or no: it
@@ -32,4 +33,4 @@ struct JsonPlaces {
 /// "line:column" of a byte of a text, as editors count: from 1, columns in characters.
 [[nodiscard]] std::string lineAndColumn(std::string_view text, std::size_t place);
 
-}  // namespace corvo::tool
+}  // namespace corvo::corvo_internal::json

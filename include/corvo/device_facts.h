@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace corvo {
+
+/// What is known about a device and the application on it, as `Device` tells it. Absent facts read
+/// as empty texts, and a system without a version as "0.0".
+struct DeviceFacts {
+  std::optional<std::string> applicationVersion = {};
+  std::optional<std::string> vendorIdentifier = {};
+  std::optional<std::string> systemName = {};
+  std::optional<std::string> systemVersion = {};
+
+  bool operator==(const DeviceFacts&) const = default;
+};
+
+}  // namespace corvo

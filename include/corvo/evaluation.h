@@ -1,0 +1,75 @@
+#pragma once
+
+#include <corvo/argument.h>
+#include <corvo/evaluation_context.h>
+#include <corvo/experiment.h>
+#include <corvo/experiment_detail.h>
+#include <corvo/export.h>
+#include <corvo/flag_report.h>
+#include <corvo/project.h>
+#include <corvo/property.h>
+#include <corvo/result.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace corvo {
+
+/// A project asked about one context: the questions of `CorvoClient` under their names, answered at
+/// once, without store and network. The answers, and the errors, are those of a client.
+///
+/// Made by `Project::evaluate`. For one thread at a time; any number may live side by side, also on
+/// one project. Keeps the project alive. Remembers what is costly to find out about its user, so
+/// that asking again costs little, and keeps its memory from one user to the next. One that was
+/// moved from may only be assigned to and destroyed.
+class CORVO_EXPORT Evaluation {
+ public:
+  Evaluation(const Project& project, const EvaluationContext& context);
+  Evaluation(Evaluation&& other) noexcept;
+  Evaluation& operator=(Evaluation&& other) noexcept;
+  ~Evaluation();
+
+  /// Goes on with another context. After the first few users that allocates nothing, where device
+  /// and location stay the same and all texts are well-formed.
+  void reset(const EvaluationContext& context);
+
+  /// The value that a flag has for the user; see `CorvoClient::checkFlag`.
+  template <CorvoPropertyType T>
+  Result<std::optional<T>> checkFlag(std::string_view flagName) {
+    Result<std::string_view> text = flagText(flagName);
+    if (CorvoError* error = text.error()) return std::move(*error);
+    return fromCorvoString<T>(text.value());
+  }
+
+  /// The typed values of all flags that have one for the user.
+  Result<FlagReport> getUserFeatureFlagsDetails();
+
+  /// The experiments that the user takes part in, holdouts included: their handles, and as a text.
+  Result<std::vector<CorvoExperimentPointer>> getAllUserExperiments();
+  Result<std::optional<std::string>> getAllUserExperimentsText(ExactBool estimateHoldouts = true);
+
+  /// The first experiment of that name that the user takes part in, or null.
+  Result<CorvoExperimentPointer> getExperiment(std::string_view name);
+
+  /// Whether the user is in the first holdout of that name, and the holdouts they are in as a text.
+  Result<bool> getHoldout(std::string_view name);
+  Result<std::optional<std::string>> getAllUserHoldouts();
+
+  /// The experiments that the user takes part in, each with the values that they get from it.
+  Result<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails(
+      ExactBool estimateHoldouts = true);
+
+ private:
+  struct State;
+
+  // Valid as long as the project.
+  Result<std::string_view> flagText(std::string_view flagName);
+
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace corvo

@@ -1,0 +1,139 @@
+#include <corvo/evaluation.h>
+#include <corvo/project.h>
+
+#include <algorithm>
+#include <new>
+#include <utility>
+#include <variant>
+
+#include "evaluation/project_state.h"
+#include "experiments/details.h"
+#include "json/json_places.h"
+#include "model/config.h"
+#include "model/fields.h"
+#include "placement/bucketing.h"
+#include "project/platform_filter.h"
+
+namespace corvo {
+
+using namespace corvo_internal;
+
+namespace {
+
+// A text that is not JSON fails where it stops to be; any other failure has its value.
+std::size_t offsetOf(const model::DecodingFailure& failure, std::string_view text) {
+  const json::JsonPlaces places = json::jsonPlaces(text);
+  if (failure.node) return places.nodes.at(*failure.node);
+  return places.fault ? places.fault->place : 0;
+}
+
+CorvoError unreadable(const model::DecodingFailure& failure, std::string_view text) {
+  return CorvoError(CorvoError::RequestConfigFailed{CorvoNetworkError(
+      CorvoNetworkError::DecodingError{failure.description(), offsetOf(failure, text)})});
+}
+
+template <class Record>
+std::vector<std::string> namesOf(const std::vector<Record>& records) {
+  std::vector<std::string> names;
+  names.reserve(records.size());
+  for (const Record& each : records) names.push_back(each.name);
+  return names;
+}
+
+std::string_view textOf(model::SplitMode mode) {
+  return model::EnumTexts<model::SplitMode>::list.at(static_cast<std::size_t>(mode)).text;
+}
+
+Project::Experiment described(const model::Experiment& record) {
+  Project::Experiment experiment{
+      .name = record.name,
+      .type = std::nullopt,
+      .splitBy = std::string(textOf(record.splitMode.value_or(model::SplitMode::userId))),
+      .allocation = record.allocation,
+      .layer = record.layerId,
+      .groups = {},
+      .flags = namesOf(record.featureFlags),
+      .params = namesOf(record.params),
+      .holdouts = record.holdouts,
+      .isPrivate = record.isPrivate.value_or(false)};
+  if (record.type) experiment.type = experiments::wordOf(*record.type);
+  for (const model::Group& group : record.groups) {
+    experiment.groups.push_back({group.name, group.label, group.weight});
+  }
+  return experiment;
+}
+
+std::vector<Project::Experiment> described(const project::PreparedProject& project,
+                                           bool areHoldouts) {
+  std::vector<Project::Experiment> list;
+  for (const project::PreparedExperiment& each : project.experiments()) {
+    if (each.isHoldout() == areHoldouts) list.push_back(described(*each.record));
+  }
+  return list;
+}
+
+}  // namespace
+
+Project::Project(std::shared_ptr<const State> state) : state_(std::move(state)) {}
+
+Result<Project> Project::decode(std::string_view text, Filter filter) {
+  State state;
+  auto decoded = model::decodeConfig(text, state.drops);
+  if (const auto* failure = std::get_if<model::DecodingFailure>(&decoded)) {
+    return unreadable(*failure, text);
+  }
+  auto& config = std::get<model::ConfigResponse>(decoded);
+  if (filter == Filter::client) project::filterByPlatform(config);
+  if (!state.drops.empty()) state.text = text;
+  state.prepared = std::make_shared<const project::PreparedProject>(
+      std::make_shared<const model::ConfigResponse>(std::move(config)));
+  return Project(std::make_shared<const State>(std::move(state)));
+}
+
+Evaluation Project::evaluate(const EvaluationContext& context) const {
+  return Evaluation(*this, context);
+}
+
+std::vector<Project::Drop> Project::drops() const {
+  std::vector<Drop> drops;
+  if (state_->drops.empty()) return drops;
+  const json::JsonPlaces places = json::jsonPlaces(state_->text);
+  for (const auto& [pointer, reason, node] : state_->drops) {
+    drops.push_back({pointer, reason, places.nodes.at(node)});
+  }
+  return drops;
+}
+
+std::vector<Project::Flag> Project::flags() const {
+  std::vector<Flag> flags;
+  for (const project::FlagEntry& entry : state_->prepared->flags()) {
+    Flag& flag =
+        flags.emplace_back(Flag{std::string(entry.name), "", entry.isPrivate, std::nullopt});
+    if (entry.carrier != nullptr) {
+      flag.carriedBy = entry.carrier->record->name;
+      flag.type = entry.carried->record->type;
+    }
+    if (entry.record != nullptr) flag.type = entry.record->type;
+  }
+  return flags;
+}
+
+std::vector<Project::Experiment> Project::experiments() const {
+  return described(*state_->prepared, false);
+}
+
+std::vector<Project::Experiment> Project::holdouts() const {
+  return described(*state_->prepared, true);
+}
+
+std::vector<Project::Stop> Project::stops() const {
+  std::vector<Stop> stops;
+  for (const project::PreparedExperiment& each : state_->prepared->experiments()) {
+    if (std::ranges::any_of(each.record->layerBounds, placement::isInverted)) {
+      stops.push_back({each.record->name, placement::kInvertedBounds});
+    }
+  }
+  return stops;
+}
+
+}  // namespace corvo

@@ -1,0 +1,199 @@
+#include <corvo/client_registry.h>
+#include <corvo/evaluation.h>
+#include <corvo/fakes.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "tests/base/case_table.h"
+
+namespace corvo {
+namespace {
+
+Project read(const std::string& file) {
+  return Project::decode(tests::contentsOf(file), Project::Filter::client).value();
+}
+
+PropertyMap location() { return {{"country", "DE"}, {"city", "Berlin"}}; }
+
+CorvoUser userOf(int number) {
+  const std::string id = std::to_string(number);
+  CorvoUser user{
+      {{"userId", "user-" + id},
+       {"custom.plan", number % 2 == 0 ? "gold" : "free"},
+       {"custom.\xFF", "\xFF"}},
+      PropertyMap{{"userId", "2030-01-01 00:00:00"}, {"custom.plan", "2024-05-02 00:00:00"}}};
+  if (number % 3 == 0) user.properties["deviceId"] = "own-" + id;
+  if (number % 3 == 0) user.corvoExpiration->emplace("deviceId", "2024-05-01 12:00:00");
+  if (number % 5 == 0) user.properties["profileId"] = "profile-" + id;
+  if (number % 5 == 0) user.corvoExpiration->emplace("profileId", "2030-01-01 00:00:00");
+  return user;
+}
+
+// Everything that an asked one answers, as one text: of a client, or of an evaluation.
+template <class Asked, class Get>
+std::string everything(const Project& project, Asked& asked, Get get) {
+  std::string all;
+  const auto add = [&](const auto& answer) {
+    using Answered = std::decay_t<decltype(answer)>;
+    const CorvoError* const error = answer.error();
+    if (error != nullptr) return void(all += error->description() + '\n');
+    if constexpr (requires { answer.value()->groupIndex(); }) {
+      if (answer.value() == nullptr) return void(all += "out\n");
+      all += answer.value()->name() + *answer.value()->userGroupName();
+    } else if constexpr (std::is_same_v<Answered, Result<bool>>) {
+      all += answer.value() ? "in" : "out";
+    } else {
+      all += answer.value().value_or("none");
+    }
+    all += '\n';
+  };
+  for (const Project::Flag& flag : project.flags()) {
+    add(get([&] { return asked.template checkFlag<std::string>(flag.name); }));
+  }
+  add(get([&] { return asked.template checkFlag<std::string>("no such flag \xFF"); }));
+  for (const auto& list : {project.experiments(), project.holdouts()}) {
+    for (const Project::Experiment& each : list) {
+      add(get([&] { return asked.getExperiment(each.name); }));
+      add(get([&] { return asked.getHoldout(each.name); }));
+    }
+  }
+  add(get([&] { return asked.getAllUserExperimentsText(); }));
+  add(get([&] { return asked.getAllUserExperimentsText(false); }));
+  add(get([&] { return asked.getAllUserHoldouts(); }));
+  const auto reports = get([&] { return asked.getUserFeatureFlagsDetails(); });
+  for (const auto& each : std::map(reports.value().begin(), reports.value().end())) {
+    all += each.first + '\n';
+  }
+  const auto details = get([&] { return asked.getUserExperimentsDetails(); });
+  for (const auto& [type, id, group, results] : details.value()) {
+    for (const auto& [name, value] : results) all.append(id).append(name).append(value) += '\n';
+  }
+  return all;
+}
+
+std::string everythingOf(const Project& project, Evaluation& evaluation) {
+  return everything(project, evaluation, [](auto ask) { return ask(); });
+}
+
+TEST(Evaluation, AnswersAsAClientDoes) {
+  for (const std::string file : {CORVO_SHOP "config.json", CORVO_CLIENT_CASES "experiments.json"}) {
+    fakes::FakePlatform fake;
+    fake.session->always("config.json", fakes::ok(tests::contentsOf(file)));
+    fake.session->always("geo", fakes::ok(R"({"country": "DE", "city": "Berlin"})"));
+    ClientRegistry registry(fake.platform());
+    const auto client = registry.initializeClient("token", {}, "https://a", 1'000'000, 0, "tag");
+    const Device& device = *fake.device;
+    EvaluationContext context{.location = location(),
+                              .device = {device.applicationVersion(), device.vendorIdentifier(),
+                                         device.systemName(), device.systemVersion()},
+                              .timeZone = fake.timeZone};
+    const Project project = read(file);
+    Evaluation evaluation = project.evaluate(context);
+    for (int i = 0; i < 60; ++i) {
+      if (i == 20) fake.timeZone->change(3'600);
+      if (i == 40) fake.time->advance(86'400);
+      const CorvoUser user = userOf(i);
+      client->setUser(user);
+      context.user = &user;
+      context.now = fake.time->now();
+      evaluation.reset(context);
+      const auto get = [](auto ask) -> Result<decltype(ask().get())> {
+        try {
+          return ask().get();
+        } catch (const CorvoError& error) {
+          return CorvoError(error);
+        }
+      };
+      const std::string expected = everything(project, *client, get);
+      for (const bool again : {false, true}) {
+        ASSERT_EQ(everythingOf(project, evaluation), expected) << file << " " << i << again;
+      }
+    }
+  }
+}
+
+TEST(Evaluation, TakesPropertiesThatDoNotExpire) {
+  const Project project = read(CORVO_CLIENT_CASES "experiments.json");
+  const CorvoUser user = userOf(4);
+  const EvaluationContext::Property properties[] = {{"userId", "user-4"},
+                                                    {"custom.plan", "gold"},
+                                                    {"userId", "another"},
+                                                    {"custom.\xFF", "\xFF"}};
+  EvaluationContext context{.user = &user, .now = 1'714'564'800};
+  Evaluation about = project.evaluate(context);
+  const std::string expected = everythingOf(project, about);
+  context = {.properties = properties, .now = 4e9};
+  about.reset(context);
+  EXPECT_EQ(everythingOf(project, about), expected);
+  about.reset({.now = 4e9});
+  EXPECT_NE(everythingOf(project, about), expected) << "nobody is left of the former user";
+}
+
+TEST(Evaluation, ServesManyThreadsFromOneProject) {
+  const Project project = read(CORVO_CLIENT_CASES "experiments.json");
+  std::vector<std::string> expected;
+  const auto answersOf = [&](int number) {
+    const CorvoUser user = userOf(number);
+    Evaluation about = project.evaluate({.user = &user, .now = 1'714'564'800});
+    return everythingOf(project, about);
+  };
+  for (int i = 0; i < 8; ++i) expected.push_back(answersOf(i));
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 8; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < 8; ++i) EXPECT_EQ(answersOf(i), expected[static_cast<std::size_t>(i)]);
+    });
+  }
+  for (std::thread& each : threads) each.join();
+}
+
+TEST(Project, TellsWhereADocumentCannotBeRead) {
+  struct Case {
+    const char* text;
+    const char* reason;
+    std::size_t offset;
+  };
+  for (const auto& [text, reason, offset] :
+       {Case{"\xEF\xBB\xBF {\"feature_flags\": 7}",
+             "expected array, found number at /feature_flags", 22},
+        Case{"{\"feature_flags\": [}", "not a JSON text", 19}, Case{"", "not a JSON text", 0},
+        Case{"[]", "expected object, found array", 0}}) {
+    const auto result = Project::decode(text);
+    ASSERT_NE(result.error(), nullptr) << text;
+    const auto* failed = result.error()->as<CorvoError::RequestConfigFailed>();
+    const auto* error = failed->error.as<CorvoNetworkError::DecodingError>();
+    EXPECT_EQ(error->localizedDescription, reason);
+    EXPECT_EQ(error->offset, offset) << text;
+    EXPECT_THROW(static_cast<void>(result.value()), CorvoError);
+  }
+}
+
+TEST(Project, TellsWhatItDroppedHoldsAndWhatWouldStop) {
+  const std::string text = R"({"feature_flags": [{"name": "a", "type": "t"}, 7],
+    "experiments": [{"name": "e", "salt": "s", "allocation": 1, "platforms": ["web"]},
+      {"name": "h", "salt": "", "allocation": "0.5", "type": 5, "layer_id": "l",
+       "layer_bounds": [{"lower_bound": 2, "upper_bound": 1}, {}],
+       "groups": [{"name": "g", "weight": 0.25}], "is_private": true, "split_by": "deviceId",
+       "feature_flags": [{"name": "b", "type": "u"}]}]})";
+  const Project project = Project::decode(text).value();
+  ASSERT_EQ(project.drops().size(), 2U);
+  for (const Project::Drop& drop : project.drops()) {
+    const bool isFlag = drop.pointer == "/feature_flags/1";
+    EXPECT_EQ(drop.offset, text.find(isFlag ? "7]" : "{}")) << drop.pointer;
+    EXPECT_FALSE(drop.reason.empty());
+  }
+  EXPECT_EQ(project.flags().size(), 2U);
+  EXPECT_EQ(project.flags()[1].carriedBy, "h");
+  EXPECT_EQ(project.experiments().size(), 1U);
+  ASSERT_EQ(project.holdouts().size(), 1U);
+  const Project::Experiment holdout = project.holdouts()[0];
+  EXPECT_EQ(holdout.type, "holdout");
+  EXPECT_EQ(holdout.splitBy, "deviceId");
+  EXPECT_EQ(holdout.groups.at(0).weight, 0.25);
+  EXPECT_EQ(project.stops().at(0).experiment, "h");
+  EXPECT_TRUE(Project::decode(text, Project::Filter::client).value().experiments().empty());
+}
+
+}  // namespace
+}  // namespace corvo
