@@ -91,7 +91,7 @@ Result<Project> Project::decode(std::string_view text, Filter filter) {
 }
 
 Evaluation Project::evaluate(const EvaluationContext& context) const {
-  return Evaluation(*this, context);
+  return {*this, context};
 }
 
 std::vector<Project::Drop> Project::drops() const {
