@@ -8,9 +8,9 @@
 
 namespace corvo::fuzz {
 
-/// The first twelve need a location, the first sixteen a configuration that is fresh.
-constexpr std::size_t kQuestionCount = 18;
-constexpr std::size_t kConfigQuestionCount = 16;
+/// The first twelve need a location, the first seventeen a configuration that is fresh.
+constexpr std::size_t kQuestionCount = 19;
+constexpr std::size_t kConfigQuestionCount = 17;
 constexpr std::size_t kLocationQuestionCount = 12;
 constexpr std::size_t kReport = 5;  // of all flags
 
@@ -38,7 +38,8 @@ void withQuestion(std::size_t number, std::string_view name, std::int64_t index,
   if (number == 13) return use(ASK(getHoldout, name));
   if (number == 14) return use(ASK(includeForce, name));
   if (number == 15) return use(ASK(includeForce, name, index));
-  if (number == 16) return use(ASK(excludeForce, name));
+  if (number == 16) return use(ASK(getProject));
+  if (number == 17) return use(ASK(excludeForce, name));
   use(ASK(excludeForceAll));
 #undef ASK
 }

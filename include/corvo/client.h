@@ -10,6 +10,7 @@
 #include <corvo/export.h>
 #include <corvo/flag_report.h>
 #include <corvo/internal/sinks.h>
+#include <corvo/project.h>
 #include <corvo/property.h>
 #include <corvo/user_builder.h>
 
@@ -182,6 +183,16 @@ class CORVO_TYPE CorvoClient {
     return answer<std::vector<CorvoExperimentDetail>>([&](auto& sink) { askDetails(true, sink); });
   }
 
+  /// The project in force: that of the cached configuration while it is fresh, else fetched. With
+  /// it any number of threads can answer about any users; see <corvo/evaluation.h>.
+  void getProject(Callback<void(Project)> onSuccess, OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askProject(sink);
+  }
+  Answer<Project> getProject() {
+    return answer<Project>([&](auto& sink) { askProject(sink); });
+  }
+
   /// Forces the user of now into the first experiment of that name: into the group of that index,
   /// from 0, or, without an index, into whichever group the weights give him. Allocation, layer and
   /// targets no longer count for him there, holdouts still do. Kept, in place of an earlier choice
@@ -246,6 +257,7 @@ class CORVO_TYPE CorvoClient {
   virtual void askHoldoutsText(AnswerSink<std::optional<std::string>>& sink) = 0;
   virtual void askDetails(bool estimateHoldouts,
                           AnswerSink<std::vector<CorvoExperimentDetail>>& sink) = 0;
+  virtual void askProject(AnswerSink<Project>& sink) = 0;
   virtual void askToInclude(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
                             AnswerSink<Done>& sink) = 0;
   virtual void askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) = 0;

@@ -16,6 +16,10 @@ namespace corvo {
 class Evaluation;
 struct EvaluationContext;
 
+namespace corvo_internal {
+struct ProjectAccess;
+}  // namespace corvo_internal
+
 /// A project's configuration, decoded and prepared for questions. Immutable: any number of threads
 /// may read it at once. Cheap to copy; the copies share what they hold.
 class CORVO_EXPORT Project {
@@ -88,6 +92,7 @@ class CORVO_EXPORT Project {
 
  private:
   friend class Evaluation;
+  friend struct corvo_internal::ProjectAccess;
   struct State;
 
   explicit Project(std::shared_ptr<const State> state);

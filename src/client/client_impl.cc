@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "base/text.h"
+#include "evaluation/project_state.h"
 #include "model/well_formed.h"
 #include "network/routes.h"
 #include "targeting/expiry.h"
@@ -177,6 +178,13 @@ void CorvoClientImpl::askDetails(bool estimateHoldouts,
   const Scope scope = scopeWith(estimateHoldouts);
   ask(aboutUser([scope](const Evidence& evidence) {
         return evidence.evaluator.details(scope, evidence.context);
+      }),
+      sink);
+}
+
+void CorvoClientImpl::askProject(AnswerSink<Project>& sink) {
+  ask(aboutProject([](const Evidence& evidence) -> Result<Project> {
+        return ProjectAccess::of(evidence.evaluator.project());
       }),
       sink);
 }

@@ -63,6 +63,7 @@ class CorvoClientImpl final : public CorvoClient,
   void askHoldoutsText(AnswerSink<std::optional<std::string>>& sink) override;
   void askDetails(bool estimateHoldouts,
                   AnswerSink<std::vector<CorvoExperimentDetail>>& sink) override;
+  void askProject(AnswerSink<Project>& sink) override;
   void askToInclude(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
                     AnswerSink<Done>& sink) override;
   void askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) override;

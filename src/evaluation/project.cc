@@ -90,9 +90,7 @@ Result<Project> Project::decode(std::string_view text, Filter filter) {
   return Project(std::make_shared<const State>(std::move(state)));
 }
 
-Evaluation Project::evaluate(const EvaluationContext& context) const {
-  return {*this, context};
-}
+Evaluation Project::evaluate(const EvaluationContext& context) const { return {*this, context}; }
 
 std::vector<Project::Drop> Project::drops() const {
   std::vector<Drop> drops;

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "model/codec.h"
@@ -17,5 +18,16 @@ struct Project::State {
   std::vector<corvo_internal::model::Drop> drops = {};
   std::string text = {};  ///< The document, where something was dropped.
 };
+
+namespace corvo_internal {
+
+/// Makes a project of what a client has prepared.
+struct ProjectAccess {
+  [[nodiscard]] static Project of(std::shared_ptr<const project::PreparedProject> prepared) {
+    return Project(std::make_shared<const Project::State>(Project::State{std::move(prepared)}));
+  }
+};
+
+}  // namespace corvo_internal
 
 }  // namespace corvo

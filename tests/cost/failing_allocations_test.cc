@@ -10,8 +10,10 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "fuzz/questions.h"
+#include "targeting/context_source.h"
 #include "tests/base/case_table.h"
 #include "tests/cost/allocations.h"
 
@@ -39,7 +41,7 @@ constexpr Start kStarts[] = {{"fresh", 0, false, false},
                              {"anew", 10, true, false},
                              {"owing", 0, true, true,
                               "editUserProperties, 15 about a holdout of the configuration, "
-                              "17 about an experiment of the configuration, removeClient"}};
+                              "18 about an experiment of the configuration, removeClient"}};
 
 struct Application {
   explicit Application(const Start& at) {
@@ -129,10 +131,10 @@ std::map<std::string, Operation> operations() {
     const char* name;
   } questions[] = {{4, 5, kFlag},
                    {1, 2, kCarriedFlag},
-                   {5, 18, kExperiment},
+                   {5, 19, kExperiment},
                    {13, 14, kHoldout},
                    {15, 16, kHoldout}};
-  static_assert(fuzz::kQuestionCount == 18);
+  static_assert(fuzz::kQuestionCount == 19);
   std::map<std::string, Operation> all = kOtherOperations;
   for (const auto& [first, end, name] : questions) {
     for (std::size_t number = first; number < end; ++number) {
@@ -204,6 +206,26 @@ TEST(FailingAllocationsTest, LeaveNothingHalfDoneAndNothingBehindAndLoseNothing)
       }
     }
   }
+}
+
+TEST(FailingAllocationsTest, LeaveAContextTheProjectOfBefore) {
+  using namespace corvo_internal::targeting;
+  const fakes::FakeTimeZone zone;
+  const PropertyMap location{{"geo.city", "Wien"}};
+  std::vector<std::string> texts;
+  for (int i = 0; i < 100; ++i) texts.push_back(std::to_string(i));
+  PropertyNames few;
+  PropertyNames many;
+  const std::uint32_t city = few.numberOf("geo.city");
+  for (const std::string& text : texts) many.numberOf(text);
+  ContextSource source(zone);
+  source.setNames(few);
+  {
+    const tests::FailingAllocation failing(0);
+    EXPECT_THROW(source.setNames(many), std::bad_alloc);
+  }
+  source.setLocation(location);
+  EXPECT_EQ(*source.at(0).find(city), "Wien");
 }
 
 TEST(FailingAllocationsTest, DoNotCostAWaitingQuestionItsAnswer) {

@@ -106,6 +106,9 @@ TEST(Evaluation, AnswersAsAClientDoes) {
         }
       };
       const std::string expected = everything(project, *client, get);
+      const Project ofClient = client->getProject().get();
+      Evaluation another = ofClient.evaluate(context);
+      ASSERT_EQ(everythingOf(ofClient, another), expected);
       for (const bool again : {false, true}) {
         ASSERT_EQ(everythingOf(project, evaluation), expected) << file << " " << i << again;
       }
