@@ -37,6 +37,7 @@ int main(int argc, char** argv) try {
   const int cores = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
   std::vector<Counts> parts(static_cast<std::size_t>(cores));
   std::vector<std::thread> threads;
+  threads.reserve(parts.size());
   for (int i = 0; i < cores; ++i) {
     threads.emplace_back(
         [&, i] { parts[static_cast<std::size_t>(i)] = countGroups(project, argv[2], i, cores); });

@@ -46,6 +46,7 @@ int main(int argc, char** argv) try {
                                               /*cacheTTL*/ 10, /*retryCount*/ 2, "server");
   Current current(client->getProject().get());
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int i = 0; i < 4; ++i) threads.emplace_back(answer, std::ref(current), i);
   for (int i = 0; i < 3; ++i) {  // a real server would go on for ever
     client->getProject([&](Project project) { current.set(std::move(project)); });
