@@ -13,8 +13,9 @@ std::vector<Drop> dropsOf(const std::string& text, const ConfigResponse& expecte
   const auto decoded = decodeConfig(text, drops);
   const auto* config = std::get_if<ConfigResponse>(&decoded);
   require(config && *config == expected, "the same with drops and without");
-  for (const auto& [pointer, reason] : drops) {
-    require(pointer.starts_with('/') && !reason.empty(), "a drop has its place and reason");
+  for (const auto& [pointer, reason, node] : drops) {
+    require(pointer.starts_with('/') && !reason.empty() && node > 0,
+            "a drop has its place and reason");
   }
   return drops;
 }
