@@ -15,7 +15,7 @@ std::string_view nameOf(JsonKind kind) {
   return kNames.at(static_cast<std::size_t>(kind));
 }
 
-std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
+std::string inQuotes(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 }  // namespace
 
@@ -25,12 +25,12 @@ std::string ReadFailure::reason() const {
     case Why::wrongKind:
       return "expected " + what + ", found " + std::string(nameOf(node->kind));
     case Why::missingKey:
-      return "missing key " + quoted(what);
+      return "missing key " + inQuotes(what);
     case Why::unknownValue:
       return "unknown " + what + ' ' +
-             (node->kind == JsonKind::string ? quoted(node->text()) : std::string(node->text()));
+             (node->kind == JsonKind::string ? inQuotes(node->text()) : std::string(node->text()));
     case Why::notNumeric:
-      return "Expected Double value, but got String value " + quoted(node->text());
+      return "Expected Double value, but got String value " + inQuotes(node->text());
     case Why::notInteger:
       return "not a signed 64-bit integer";
     case Why::notDouble:
