@@ -35,7 +35,7 @@ FlagReport Evaluator::flags(const Context& context) {
   report.reserve(project_->config().featureFlags.size());
   placement::Resolver::Report resolved(resolver_, context);
   for (const project::FlagEntry& entry : project_->flags()) {
-    if (!entry.isInConfiguration) continue;
+    if (entry.record == nullptr) continue;
     const flags::FlagDecision decision = flags::decideFlag(entry, resolved, context);
     if (decision.value) report.emplace(entry.name, typedProperty(*decision.value));
   }

@@ -41,7 +41,7 @@ FlagDecision decide(const project::FlagEntry& entry, const targeting::Context& c
     const placement::Placement& placement = resolve(*entry.carrier);
     if (placement.group) return decideInGroup(*entry.carried, *placement.group, context);
   }
-  if (!entry.isInConfiguration) return {};
+  if (entry.record == nullptr) return {};
   return decideByRules(entry.rules, context, entry.isPrivate);
 }
 

@@ -64,8 +64,7 @@ PreparedProject::PreparedProject(std::shared_ptr<const model::ConfigResponse> co
 void PreparedProject::addFlags(targeting::Vocabulary& vocabulary) {
   for (const model::FeatureFlag& flag : config_->featureFlags) {
     FlagEntry& entry = entryOf(flag.name);
-    if (entry.isInConfiguration) continue;
-    entry.isInConfiguration = true;
+    if (entry.record != nullptr) continue;
     entry.record = &flag;
     entry.isPrivate = flag.isPrivate.value_or(false);
     entry.rules = rules_.add(flag.rules, vocabulary);

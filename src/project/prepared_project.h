@@ -39,8 +39,7 @@ struct PreparedExperiment {
 /// All that decides one flag: the flag of that name, and the first experiment that carries one.
 struct FlagEntry {
   std::string_view name;
-  const model::FeatureFlag* record = nullptr;
-  bool isInConfiguration = false;  // not where only an experiment knows the name
+  const model::FeatureFlag* record = nullptr;  // null where only an experiment knows the name
   bool isPrivate = false;
   targeting::RuleList rules;
   const PreparedExperiment* carrier = nullptr;  // null where no experiment carries the flag
