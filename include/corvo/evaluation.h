@@ -34,7 +34,8 @@ class CORVO_EXPORT Evaluation {
   ~Evaluation();
 
   /// Goes on with another context. After the first few users that allocates nothing, where device
-  /// and location stay the same and all texts are well-formed.
+  /// and location stay the same and all texts are well-formed. Should it throw for want of memory,
+  /// the evaluation is about nobody.
   void reset(const EvaluationContext& context);
 
   /// The value that a flag has for the user; see `CorvoClient::checkFlag`.

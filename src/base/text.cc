@@ -178,6 +178,10 @@ bool contains(std::string_view whole, std::string_view part) {
   return part.size() <= whole.size() && containsLong(whole, part);
 }
 
+std::optional<std::string> wellFormedIfAny(const std::optional<std::string>& text) {
+  return text ? std::optional(wellFormed(std::string_view(*text))) : std::nullopt;
+}
+
 std::string wellFormed(std::string_view text) {
   return std::string(std::string_view(WellFormed(text)));
 }

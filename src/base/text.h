@@ -27,6 +27,7 @@ class WellFormed {
 
 /// The text itself, or mended.
 [[nodiscard]] std::string wellFormed(std::string_view text);
+[[nodiscard]] std::optional<std::string> wellFormedIfAny(const std::optional<std::string>& text);
 
 /// Whether the bytes of `part` stand in `whole`; in time that grows with their sum, not product.
 [[nodiscard]] bool contains(std::string_view whole, std::string_view part);

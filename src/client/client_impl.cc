@@ -14,14 +14,6 @@ namespace corvo::corvo_internal::client {
 
 using experiments::Scope;
 
-namespace {
-
-Scope scopeWith(ExactBool estimateHoldouts) {
-  return estimateHoldouts.value ? Scope::all : Scope::withoutHoldouts;
-}
-
-}  // namespace
-
 CorvoClientImpl::CorvoClientImpl(Parts parts)
     : storage_(std::move(parts.storage)),
       contexts_(std::move(parts.contexts)),
@@ -148,7 +140,7 @@ void CorvoClientImpl::askExperiments(AnswerSink<std::vector<CorvoExperimentPoint
 
 void CorvoClientImpl::askExperimentsText(bool estimateHoldouts,
                                          AnswerSink<std::optional<std::string>>& sink) {
-  askMemberships(scopeWith(estimateHoldouts), sink);
+  askMemberships(experiments::scopeWith(estimateHoldouts), sink);
 }
 
 void CorvoClientImpl::askHoldoutsText(AnswerSink<std::optional<std::string>>& sink) {
@@ -175,7 +167,7 @@ void CorvoClientImpl::askHoldout(std::string_view name, AnswerSink<bool>& sink) 
 
 void CorvoClientImpl::askDetails(bool estimateHoldouts,
                                  AnswerSink<std::vector<CorvoExperimentDetail>>& sink) {
-  const Scope scope = scopeWith(estimateHoldouts);
+  const Scope scope = experiments::scopeWith(estimateHoldouts);
   ask(aboutUser([scope](const Evidence& evidence) {
         return evidence.evaluator.details(scope, evidence.context);
       }),

@@ -6,20 +6,13 @@
 #include "base/text.h"
 
 namespace corvo::corvo_internal::client {
-namespace {
-
-std::optional<std::string> wellFormed(const std::optional<std::string>& text) {
-  return text ? std::optional(base::wellFormed(*text)) : std::nullopt;
-}
-
-}  // namespace
 
 DeviceFacts DeviceOnce::facts(double now) {
   const std::lock_guard lock(mutex_);
   if (!asked_) {
-    facts_.applicationVersion = wellFormed(device_->applicationVersion());
-    facts_.systemName = wellFormed(device_->systemName());
-    facts_.systemVersion = wellFormed(device_->systemVersion());
+    facts_.applicationVersion = base::wellFormedIfAny(device_->applicationVersion());
+    facts_.systemName = base::wellFormedIfAny(device_->systemName());
+    facts_.systemVersion = base::wellFormedIfAny(device_->systemVersion());
     asked_ = true;
   }
   askForIdentifier(now);
@@ -34,7 +27,7 @@ std::optional<std::string> DeviceOnce::deviceId(double now) {
 
 void DeviceOnce::askForIdentifier(double now) {
   if (facts_.vendorIdentifier || !attempts_.isDue(now)) return;
-  facts_.vendorIdentifier = wellFormed(device_->vendorIdentifier());
+  facts_.vendorIdentifier = base::wellFormedIfAny(device_->vendorIdentifier());
 }
 
 }  // namespace corvo::corvo_internal::client

@@ -4,6 +4,7 @@
 
 #include "network/private_identifier.h"
 #include "project/platform_filter.h"
+#include "targeting/location_properties.h"
 
 namespace corvo::corvo_internal::client {
 
@@ -39,9 +40,7 @@ std::shared_ptr<const model::ConfigResponse> Synchronisation::keepForced(
 }
 
 std::shared_ptr<const PropertyMap> Synchronisation::keep(const PropertyMap& location) {
-  PropertyMap prefixed;
-  for (const auto& [name, value] : location) prefixed.emplace("geo." + name, value);
-  auto kept = std::make_shared<const PropertyMap>(std::move(prefixed));
+  auto kept = std::make_shared<const PropertyMap>(targeting::locationProperties(location));
   parts_.storage->location.write(kept, parts_.clock->now());
   return kept;
 }

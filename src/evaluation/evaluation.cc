@@ -1,5 +1,6 @@
 #include <corvo/evaluation.h>
 
+#include <span>
 #include <utility>
 
 #include "base/text.h"
@@ -9,6 +10,7 @@
 #include "model/well_formed.h"
 #include "platform/system.h"
 #include "targeting/context_source.h"
+#include "targeting/location_properties.h"
 
 namespace corvo {
 
@@ -17,29 +19,14 @@ using experiments::Scope;
 
 namespace {
 
-std::optional<std::string> wellFormed(const std::optional<std::string>& text) {
-  return text ? std::optional(base::wellFormed(*text)) : std::nullopt;
-}
-
 DeviceFacts wellFormed(const DeviceFacts& facts) {
-  return {wellFormed(facts.applicationVersion), wellFormed(facts.vendorIdentifier),
-          wellFormed(facts.systemName), wellFormed(facts.systemVersion)};
-}
-
-PropertyMap asProperties(const PropertyMap& location) {
-  PropertyMap properties;
-  for (const auto& [name, value] : location) {
-    properties.emplace("geo." + base::wellFormed(name), base::wellFormed(value));
-  }
-  return properties;
+  return {base::wellFormedIfAny(facts.applicationVersion),
+          base::wellFormedIfAny(facts.vendorIdentifier), base::wellFormedIfAny(facts.systemName),
+          base::wellFormedIfAny(facts.systemVersion)};
 }
 
 std::shared_ptr<const TimeZone> zoneOf(const EvaluationContext& context) {
   return context.timeZone ? context.timeZone : platform::systemTimeZone();
-}
-
-Scope scopeWith(ExactBool estimateHoldouts) {
-  return estimateHoldouts.value ? Scope::all : Scope::withoutHoldouts;
 }
 
 }  // namespace
@@ -68,7 +55,9 @@ struct Evaluation::State {
   targeting::ContextSource source;
 };
 
+// Should anything throw, the evaluation is about nobody, and refers to nothing that may be gone.
 void Evaluation::State::goOnWith(const EvaluationContext& context) {
+  source.setUser(std::span<const targeting::LastingProperty>());
   if (context.user == nullptr) {
     source.setUser(lasting.of(context.properties));
   } else if (model::isWellFormed(*context.user)) {
@@ -78,13 +67,15 @@ void Evaluation::State::goOnWith(const EvaluationContext& context) {
     source.setUser(user);
   }
   if (location != context.location) {
-    properties = asProperties(context.location);
+    PropertyMap given = context.location;
+    properties = targeting::locationProperties(given);
     source.setLocation(properties);
-    location = context.location;
+    location = std::move(given);
   }
   if (device != context.device) {
-    source.setDevice(wellFormed(context.device));
-    device = context.device;
+    DeviceFacts given = context.device;
+    source.setDevice(wellFormed(given));
+    device = std::move(given);
   }
   now = context.now ? *context.now : platform::systemClock()->now();
 }
@@ -119,7 +110,8 @@ Result<std::vector<CorvoExperimentPointer>> Evaluation::getAllUserExperiments() 
 
 Result<std::optional<std::string>> Evaluation::getAllUserExperimentsText(
     ExactBool estimateHoldouts) {
-  return state_->evaluator.experimentsText(scopeWith(estimateHoldouts), state_->context());
+  return state_->evaluator.experimentsText(experiments::scopeWith(estimateHoldouts.value),
+                                           state_->context());
 }
 
 Result<CorvoExperimentPointer> Evaluation::getExperiment(std::string_view name) {
@@ -136,7 +128,8 @@ Result<std::optional<std::string>> Evaluation::getAllUserHoldouts() {
 
 Result<std::vector<CorvoExperimentDetail>> Evaluation::getUserExperimentsDetails(
     ExactBool estimateHoldouts) {
-  return state_->evaluator.details(scopeWith(estimateHoldouts), state_->context());
+  return state_->evaluator.details(experiments::scopeWith(estimateHoldouts.value),
+                                   state_->context());
 }
 
 }  // namespace corvo

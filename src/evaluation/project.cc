@@ -2,7 +2,6 @@
 #include <corvo/project.h>
 
 #include <algorithm>
-#include <new>
 #include <utility>
 #include <variant>
 

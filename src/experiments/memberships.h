@@ -18,6 +18,10 @@ namespace corvo::corvo_internal::experiments {
 /// Which experiments of a project a question is about.
 enum class Scope : std::uint8_t { all, withoutHoldouts, onlyHoldouts };
 
+[[nodiscard]] constexpr Scope scopeWith(bool holdouts) noexcept {
+  return holdouts ? Scope::all : Scope::withoutHoldouts;
+}
+
 /// An experiment that the user takes part in, with his group there.
 struct Membership {
   const project::PreparedExperiment* experiment;

@@ -143,7 +143,7 @@ class Scan {
 
   static constexpr unsigned kNoUnit = ~0U;
 
-  // The UTF-16 code unit that \uXXXX stands for.
+  // The UTF-16 code unit that an escape of four digits stands for.
   [[nodiscard]] unsigned escapedUnit(std::size_t offset) const {
     if (byte(offset) != '\\' || byte(offset + 1) != 'u') return kNoUnit;
     const std::string_view digits = text_.substr(at_ + offset + 2, 4);
