@@ -6,6 +6,8 @@
 #include <cmath>
 
 #include "fuzz/documents.h"
+#include "json/json_places.h"
+#include "json/json_tree.h"
 #include "json/stored_date.h"
 
 namespace {
@@ -34,6 +36,14 @@ void number(double value) {
   require(again == value && std::signbit(*again) == std::signbit(value), "the same number");
 }
 
+// A second reading, to tell places, finds the same values, or that there are none.
+void places(std::string_view text) {
+  const json::JsonTree tree(text);
+  const json::JsonPlaces found = json::jsonPlaces(text);
+  require(found.fault.has_value() == (tree.root() == nullptr), "JSON or not");
+  require(found.fault || found.nodes.size() == tree.root()->span, "the same values");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -43,6 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   roundTrip<PropertyMap>(text);
   roundTrip<model::ForcedExperiments>(text);
   roundTrip<std::string>(text);
+  places(text);
   dictionary(text);
   number(std::bit_cast<double>(fuzz::Input({data, size}).number()));
   static_cast<void>(model::decodeJson<json::StoredDate>(text));
