@@ -9,24 +9,31 @@ namespace corvo::corvo_internal::flags {
 
 namespace {
 
-FlagDecision decideByRules(const targeting::RuleList& rules, const targeting::Context& context,
-                           bool hashed) {
-  if (const std::string* value = rules.choose(context, hashed)) {
-    return {FlagDecision::Reason::rule, value};
-  }
+// The records are those that the list was prepared from.
+template <class AnyObserver>
+FlagDecision decideByRules(const targeting::RuleList& rules,
+                           const std::vector<model::Rule>& records,
+                           const targeting::Context& context, bool hashed, AnyObserver observer) {
+  observer.on(RulesBegun{records, hashed});
+  const std::string* value = rules.choose(context, hashed, observer);
+  observer.on(RulesDecided{value});
+  if (value != nullptr) return {FlagDecision::Reason::rule, value};
   return {rules.isEmpty() ? FlagDecision::Reason::noRules
                           : FlagDecision::Reason::rulesNotSatisfied};
 }
 
 // The experiment's privacy counts, not the flag's.
+template <class AnyObserver>
 FlagDecision decideInGroup(const project::CarriedFlag& flag, const model::Group& group,
-                           const targeting::Context& context) {
+                           const targeting::Context& context, AnyObserver observer) {
   const std::vector<model::FeatureFlagGroup>& groups = flag.record->groups;
   const auto found = std::ranges::find(groups, group.name, &model::FeatureFlagGroup::name);
+  observer.on(GroupMatched{flag, group, found != groups.end()});
   FlagDecision decision{FlagDecision::Reason::groupNotMatching};
   if (found != groups.end()) {
-    decision = decideByRules(flag.groupRules[static_cast<std::size_t>(found - groups.begin())],
-                             context, flag.experiment->isPrivate.value_or(false));
+    decision = decideByRules<AnyObserver>(
+        flag.groupRules[static_cast<std::size_t>(found - groups.begin())], found->rules, context,
+        flag.experiment->isPrivate.value_or(false), observer);
   }
   decision.group = &group;
   decision.carried = &flag;
@@ -34,15 +41,19 @@ FlagDecision decideInGroup(const project::CarriedFlag& flag, const model::Group&
 }
 
 // Only the first experiment that carries the flag is asked.
-template <class Resolve>
+template <class AnyObserver, class Resolve>
 FlagDecision decide(const project::FlagEntry& entry, const targeting::Context& context,
-                    Resolve resolve) {
+                    Resolve resolve, AnyObserver observer) {
   if (entry.carrier != nullptr) {
+    observer.on(CarrierBegun{*entry.carrier});
     const placement::Placement& placement = resolve(*entry.carrier);
-    if (placement.group) return decideInGroup(*entry.carried, *placement.group, context);
+    observer.on(CarrierDecided{*entry.carried, placement});
+    if (placement.group)
+      return decideInGroup<AnyObserver>(*entry.carried, *placement.group, context, observer);
   }
   if (entry.record == nullptr) return {};
-  return decideByRules(entry.rules, context, entry.isPrivate);
+  return decideByRules<AnyObserver>(entry.rules, entry.record->rules, context, entry.isPrivate,
+                                    observer);
 }
 
 CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagName) {
@@ -60,16 +71,27 @@ CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagN
 FlagDecision decideFlag(const project::FlagEntry* entry, placement::Resolver& resolver,
                         const targeting::Context& context) {
   if (entry == nullptr) return {};
-  return decide(*entry, context, [&](const project::PreparedExperiment& carrier) {
+  const auto resolve = [&](const project::PreparedExperiment& carrier) {
     return resolver.resolve(carrier, context);
-  });
+  };
+  return decide<Silent>(*entry, context, resolve, {});
 }
 
 FlagDecision decideFlag(const project::FlagEntry& entry, placement::Resolver::Report& report,
                         const targeting::Context& context) {
-  return decide(entry, context, [&](const project::PreparedExperiment& carrier) {
+  const auto resolve = [&](const project::PreparedExperiment& carrier) -> const auto& {
     return report.resolve(carrier);
-  });
+  };
+  return decide<Silent>(entry, context, resolve, {});
+}
+
+FlagDecision decideFlag(const project::FlagEntry* entry, const targeting::Context& context,
+                        Observer& observer) {
+  if (entry == nullptr) return {};
+  const auto resolve = [&](const project::PreparedExperiment& carrier) {
+    return placement::resolve(carrier, context, observer);
+  };
+  return decide<Observer&>(*entry, context, resolve, observer);
 }
 
 std::vector<FlagDecision> decideFlags(const project::PreparedExperiment& experiment,
@@ -80,7 +102,7 @@ std::vector<FlagDecision> decideFlags(const project::PreparedExperiment& experim
   for (const std::uint32_t first : experiment.firstFlags) {
     decisions.push_back(first < decisions.size()
                             ? decisions[first]
-                            : decideInGroup(experiment.flags[first], group, context));
+                            : decideInGroup<Silent>(experiment.flags[first], group, context, {}));
   }
   return decisions;
 }

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "flags/observer.h"
 #include "model/config.h"
 #include "placement/resolution.h"
 #include "project/prepared_project.h"
@@ -41,6 +42,10 @@ struct FlagDecision {
 [[nodiscard]] FlagDecision decideFlag(const project::FlagEntry& entry,
                                       placement::Resolver::Report& report,
                                       const targeting::Context& context);
+
+/// The first, seen by an observer. Remembers nothing.
+[[nodiscard]] FlagDecision decideFlag(const project::FlagEntry* entry,
+                                      const targeting::Context& context, Observer& observer);
 
 /// The decisions about all flags that an experiment carries, by position. Of two flags with one
 /// name the first decides for both.

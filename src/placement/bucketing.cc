@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/stop_process.h"
+#include "placement/observer.h"
 
 static_assert(std::numeric_limits<double>::is_iec559 && FLT_EVAL_METHOD == 0,
               "excess precision would move users between groups");
@@ -51,8 +52,15 @@ double bucketOf(const base::Md5Digest& digest) {
   return static_cast<double>(stringHash32(digest)) * kBucketMultiplier * kBucketScale;
 }
 
+template <class AnyObserver>
+double bucketSeen(std::string_view splitId, std::string_view salt, AnyObserver observer) {
+  const double bucket = bucketOf(base::md5(splitId, salt));
+  observer.on(Hashed{splitId, salt, bucket});
+  return bucket;
+}
+
 template <class List>
-bool contains(const List& list, std::string_view splitId) {
+inline bool contains(const List& list, std::string_view splitId) {
   return std::ranges::find(list, splitId) != list.end();
 }
 
@@ -78,29 +86,43 @@ double beyondHundreds(double magnitude) {
 }
 
 // The first group whose share ends at the point or beyond it, else the one that takes the rest.
-std::optional<std::size_t> groupAt(double point, const std::vector<model::Group>& groups) {
+template <class AnyObserver>
+std::optional<std::size_t> groupAt(double point, const std::vector<model::Group>& groups,
+                                   AnyObserver observer) {
   double cumulative = 0;
   for (std::size_t i = 0; i < groups.size(); ++i) {
     cumulative += groups[i].weight * kPercent;
-    if (point <= cumulative) return i;
+    const bool holds = point <= cumulative;
+    observer.on(ShareTested{cumulative, holds});
+    if (holds) return i;
   }
   const auto rest = std::ranges::find(groups, kFallbackGroup, &model::Group::name);
   if (rest == groups.end()) return std::nullopt;
   return static_cast<std::size_t>(rest - groups.begin());
 }
 
-enum class AllocationTest : bool { skipped, applied };
+template <class AnyObserver>
+bool insideAllocation(const model::Experiment& experiment, double magnitude, AnyObserver observer) {
+  const double used = magnitude / kPercent;
+  const double limit = experiment.allocation * kPercent;
+  const bool isInside = !(used > limit);
+  observer.on(AllocationTested{experiment.allocation, used, limit, isInside});
+  return isInside;
+}
 
 // The group whose share of the weights the bucket falls in. A point on a boundary belongs to the
-// earlier group.
-Placement pickGroupByWeight(const model::Experiment& experiment, AllocationTest allocationTest,
-                            double bucket) {
+// earlier group. The allocation does not count for those who are forced.
+template <class AnyObserver>
+Placement pickGroupByWeight(const model::Experiment& experiment, bool isForced, double bucket,
+                            AnyObserver observer) {
   const double magnitude = std::fabs(bucket);
-  if (allocationTest == AllocationTest::applied &&
-      magnitude / kPercent > experiment.allocation * kPercent) {
+  if (!isForced && !insideAllocation<AnyObserver>(experiment, magnitude, observer)) {
     return {.reason = PlacementReason::outsideAllocation, .bucket = bucket};
   }
-  const std::optional<std::size_t> index = groupAt(beyondHundreds(magnitude), experiment.groups);
+  const double point = beyondHundreds(magnitude);
+  observer.on(SharesBegun{experiment, point});
+  const std::optional<std::size_t> index = groupAt<AnyObserver>(point, experiment.groups, observer);
+  observer.on(SharesDecided{index});
   if (!index) return {.reason = PlacementReason::noGroup, .bucket = bucket};
   return placed(PlacementReason::bucketed, experiment.groups, *index, bucket);
 }
@@ -112,13 +134,46 @@ bool admits(const model::LayerBounds& bounds, double point) {
 }
 
 // Without a layer everybody is inside. One that is named but has no bounds admits nobody.
-bool insideLayer(std::string_view splitId, const model::Experiment& experiment) {
+template <class AnyObserver>
+bool insideBounds(std::string_view splitId, const model::Experiment& experiment,
+                  AnyObserver observer) {
   if (experiment.layerBounds.empty()) return !experiment.layerId;
   const std::string_view salt = experiment.layerId ? std::string_view(*experiment.layerId)  //
                                                    : kDefaultLayerSalt;
-  const double point = std::floor(std::fabs(bucketValue(splitId, salt) / kLayerDivisor));
-  return std::ranges::any_of(experiment.layerBounds,
-                             [&](const auto& bounds) { return admits(bounds, point); });
+  const double bucket = bucketSeen<AnyObserver>(splitId, salt, observer);
+  const double point = std::floor(std::fabs(bucket / kLayerDivisor));
+  return std::ranges::any_of(experiment.layerBounds, [&](const model::LayerBounds& bounds) {
+    const bool isInside = admits(bounds, point);
+    observer.on(IntervalTested{bounds, point, isInside});
+    return isInside;
+  });
+}
+
+template <class AnyObserver>
+bool insideLayer(std::string_view splitId, const model::Experiment& experiment,
+                 AnyObserver observer) {
+  observer.on(LayerBegun{experiment});
+  const bool isInside = insideBounds<AnyObserver>(splitId, experiment, observer);
+  observer.on(LayerDecided{isInside});
+  return isInside;
+}
+
+template <class AnyObserver>
+Placement assign(std::string_view splitId, const model::Experiment& experiment,
+                 const double* bucket, AnyObserver observer) {
+  const auto index = forcedGroupIndex(experiment.groups, splitId);
+  observer.on(GroupsForced{experiment, index});
+  if (index) return placed(PlacementReason::forcedIntoGroup, experiment.groups, *index);
+  const bool isForced = contains(experiment.forcedUserList, splitId);
+  observer.on(ExperimentForced{isForced});
+  if (!isForced && !insideLayer<AnyObserver>(splitId, experiment, observer)) {
+    return {.reason = PlacementReason::outsideLayer};
+  }
+  const double value =
+      bucket != nullptr ? *bucket : bucketSeen<AnyObserver>(splitId, experiment.salt, observer);
+  Placement placement = pickGroupByWeight<AnyObserver>(experiment, isForced, value, observer);
+  if (isForced && placement.group) placement.reason = PlacementReason::forcedIntoExperiment;
+  return placement;
 }
 
 }  // namespace
@@ -148,20 +203,12 @@ Buckets bucketValues(const std::array<base::Md5Message, base::kMd5Lanes>& messag
 
 Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
                       const double* bucket) {
-  if (const auto index = forcedGroupIndex(experiment.groups, splitId)) {
-    return placed(PlacementReason::forcedIntoGroup, experiment.groups, *index);
-  }
-  const auto pick = [&](AllocationTest allocationTest) {
-    return pickGroupByWeight(experiment, allocationTest,
-                             bucket != nullptr ? *bucket : bucketValue(splitId, experiment.salt));
-  };
-  if (contains(experiment.forcedUserList, splitId)) {
-    Placement placement = pick(AllocationTest::skipped);
-    if (placement.group) placement.reason = PlacementReason::forcedIntoExperiment;
-    return placement;
-  }
-  if (!insideLayer(splitId, experiment)) return {.reason = PlacementReason::outsideLayer};
-  return pick(AllocationTest::applied);
+  return assign<Silent>(splitId, experiment, bucket, {});
+}
+
+Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
+                      Observer& observer) {
+  return assign<Observer&>(splitId, experiment, nullptr, observer);
 }
 
 }  // namespace corvo::corvo_internal::placement

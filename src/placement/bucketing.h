@@ -6,6 +6,7 @@
 
 #include "base/md5.h"
 #include "model/config.h"
+#include "placement/observer.h"
 #include "placement/placement.h"
 
 // Where the hash puts a user in one experiment. Pure, from any thread; the same on every processor:
@@ -38,5 +39,7 @@ inline constexpr const char* kInvertedBounds = "a layer bound's lower end exceed
 /// that of identifier and salt, null where it is not known yet.
 [[nodiscard]] Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
                                     const double* bucket = nullptr);
+[[nodiscard]] Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
+                                    Observer& observer);
 
 }  // namespace corvo::corvo_internal::placement

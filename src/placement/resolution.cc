@@ -13,6 +13,32 @@ namespace {
 
 constexpr auto kNoHoldout = [](const project::PreparedExperiment&) { return false; };
 
+// What all ways to resolve share: `isInHoldout` looks at a holdout, `assign` gives the group. The
+// targets do not count where a forced list put the user there.
+template <class AnyObserver, class IsInHoldout, class Assign>
+Placement resolveBy(const project::PreparedExperiment& experiment,
+                    const targeting::Context& context, IsInHoldout isInHoldout, Assign assign,
+                    AnyObserver observer) {
+  const model::Experiment& record = *experiment.record;
+  const auto splitId = splitIdentifier(record.splitMode, context);
+  observer.on(SplitIdentified{record.splitMode.value_or(model::SplitMode::userId), splitId});
+  if (!splitId) return {.reason = PlacementReason::noSplitIdentifier};
+  for (const project::PreparedExperiment* holdout : experiment.holdouts) {
+    observer.on(HoldoutBegun{*holdout});
+    const bool isIn = isInHoldout(*holdout);
+    observer.on(HoldoutDecided{isIn});
+    if (isIn) return {.reason = PlacementReason::heldOut, .holdout = holdout->record};
+  }
+  const Placement& placement = assign(*splitId);
+  if (placement.reason != PlacementReason::bucketed || !experiment.target) return placement;
+  observer.on(TargetsBegun{record});
+  const bool areMet =
+      targetMatches(*experiment.target, context, record.isPrivate.value_or(false), observer);
+  observer.on(TargetsDecided{areMet});
+  if (areMet) return placement;
+  return {.reason = PlacementReason::targetsNotMet, .bucket = placement.bucket};
+}
+
 }  // namespace
 
 Placement Resolver::resolve(const project::PreparedExperiment& experiment,
@@ -32,31 +58,22 @@ template <class IsInHoldout>
 Placement Resolver::resolve(const project::PreparedExperiment& experiment,
                             const targeting::Context& context, Digests digests,
                             IsInHoldout isInHoldout) {
-  const auto splitId = splitIdentifier(experiment.record->splitMode, context);
-  if (!splitId) return {.reason = PlacementReason::noSplitIdentifier};
-  for (const project::PreparedExperiment* holdout : experiment.holdouts) {
-    if (isInHoldout(*holdout)) {
-      return {.reason = PlacementReason::heldOut, .holdout = holdout->record};
-    }
-  }
-  return place(*splitId, experiment, context, digests);
+  const auto assign = [&](std::string_view splitId) -> const Placement& {
+    return assignOnce(splitId, experiment, context, digests);
+  };
+  return resolveBy<Silent>(experiment, context, isInHoldout, assign, {});
 }
 
-// The group, and, unless a forced list put the user there, the targets.
-Placement Resolver::place(std::string_view splitId, const project::PreparedExperiment& experiment,
-                          const targeting::Context& context, Digests digests) {
+const Placement& Resolver::assignOnce(std::string_view splitId,
+                                      const project::PreparedExperiment& experiment,
+                                      const targeting::Context& context, Digests digests) {
   const std::size_t position = positionOf(experiment);
-  const model::Experiment& record = *experiment.record;
   Remembered& known = recall(position, splitId, context);
-  if (!known.isPlaced) {
-    if (digests == Digests::together && !known.hasBucket) makeBuckets(position, context);
-    known.placement = assignGroup(splitId, record, known.hasBucket ? &known.bucket : nullptr);
-    known.isPlaced = true;
-  }
-  if (known.placement.reason == PlacementReason::bucketed && experiment.target &&
-      !targetMatches(*experiment.target, context, record.isPrivate.value_or(false))) {
-    return {.reason = PlacementReason::targetsNotMet, .bucket = known.placement.bucket};
-  }
+  if (known.isPlaced) return known.placement;
+  if (digests == Digests::together && !known.hasBucket) makeBuckets(position, context);
+  known.placement =
+      assignGroup(splitId, *experiment.record, known.hasBucket ? &known.bucket : nullptr);
+  known.isPlaced = true;
   return known.placement;
 }
 
@@ -124,6 +141,30 @@ bool Resolver::Report::isInHoldout(const project::PreparedExperiment& holdout) {
     known.holdoutIn = resolver_.report_;
   }
   return known.isInHoldout;
+}
+
+namespace {
+
+template <class IsInHoldout>
+Placement resolveSeen(const project::PreparedExperiment& experiment,
+                      const targeting::Context& context, IsInHoldout isInHoldout,
+                      Observer& observer) {
+  const auto assign = [&](std::string_view splitId) {
+    return assignGroup(splitId, *experiment.record, observer);
+  };
+  return resolveBy<Observer&>(experiment, context, isInHoldout, assign, observer);
+}
+
+}  // namespace
+
+Placement resolve(const project::PreparedExperiment& experiment, const targeting::Context& context,
+                  Observer& observer) {
+  return resolveSeen(
+      experiment, context,
+      [&](const project::PreparedExperiment& holdout) {
+        return resolveSeen(holdout, context, kNoHoldout, observer).group != nullptr;
+      },
+      observer);
 }
 
 }  // namespace corvo::corvo_internal::placement

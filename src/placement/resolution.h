@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "placement/bucketing.h"
+#include "placement/observer.h"
 #include "placement/placement.h"
 #include "project/prepared_project.h"
 #include "targeting/context.h"
@@ -69,8 +70,9 @@ class Resolver {
   template <class IsInHoldout>
   Placement resolve(const project::PreparedExperiment& experiment,
                     const targeting::Context& context, Digests digests, IsInHoldout isInHoldout);
-  Placement place(std::string_view splitId, const project::PreparedExperiment& experiment,
-                  const targeting::Context& context, Digests digests);
+  const Placement& assignOnce(std::string_view splitId,
+                              const project::PreparedExperiment& experiment,
+                              const targeting::Context& context, Digests digests);
   Remembered& recall(std::size_t position, std::string_view splitId,
                      const targeting::Context& context);
   void makeBuckets(std::size_t position, const targeting::Context& context);
@@ -81,5 +83,9 @@ class Resolver {
   std::vector<Reported> reported_;
   std::uint64_t report_ = 0;  // the number of the present one
 };
+
+/// The same, seen by an observer. Remembers nothing.
+[[nodiscard]] Placement resolve(const project::PreparedExperiment& experiment,
+                                const targeting::Context& context, Observer& observer);
 
 }  // namespace corvo::corvo_internal::placement

@@ -221,4 +221,10 @@ PreparedCondition::PreparedCondition(const model::Condition& condition, Vocabula
   }
 }
 
+bool PreparedCondition::comparesDigests() const noexcept {
+  if (match_ == always<true> || match_ == always<false>) return false;
+  return std::holds_alternative<std::string_view>(operand_) ||
+         std::holds_alternative<Alternatives>(operand_);
+}
+
 }  // namespace corvo::corvo_internal::targeting

@@ -47,17 +47,14 @@ class PreparedCondition {
 
   [[nodiscard]] bool matches(const Subject& subject) const { return match_(operand_, subject); }
 
+  /// Whether the property is compared with texts as a whole, so that its digest takes its place
+  /// where whoever owns the decision is private.
+  [[nodiscard]] bool comparesDigests() const noexcept;
+
  private:
   Operand operand_;
   Match match_;
   std::uint32_t property_;
 };
-
-/// Whether a condition holds for a context. `hashed` tells whether texts are compared with the
-/// digest of the property.
-[[nodiscard]] inline bool conditionMatches(const PreparedCondition& condition,
-                                           const Context& context, bool hashed) {
-  return condition.matches({context, condition.property(), hashed});
-}
 
 }  // namespace corvo::corvo_internal::targeting

@@ -29,7 +29,7 @@ using OwnIdentifiers = std::array<OwnIdentifier, 3>;
 struct Context {
   const OwnIdentifiers* own = nullptr;
   const PropertyTable* properties = nullptr;
-  double now = 0;
+  double now = 0;              ///< Comparable with expiries.
   std::uint64_t revision = 0;  ///< Another one when the user, or the device, is another one.
   const LocalTime& localTime;
   std::optional<std::string_view> vendorIdentifier = {};

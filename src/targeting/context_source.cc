@@ -31,14 +31,14 @@ class Expiries {
     end_ = user.corvoExpiration->end();
   }
 
-  // None where there is none, or it is no date that the clocks show.
-  std::optional<double> of(std::string_view name) {
+  // Where there is none, or it is no date that the clocks show, the property has expired for good.
+  double of(std::string_view name) {
     const std::string* text = textOf(name);
-    if (text == nullptr) return std::nullopt;
+    if (text == nullptr) return kForGood;
     if (last_ == nullptr || *text != *last_) {  // one text often serves all
       const auto local = base::parseDate(*text, base::DatePattern::second);
       const auto moment = local ? localTime_.momentOf(*local) : std::nullopt;
-      lastMoment_ = moment ? std::optional(static_cast<double>(*moment)) : std::nullopt;
+      lastMoment_ = moment ? static_cast<double>(*moment) : kForGood;
       last_ = text;
     }
     return lastMoment_;
@@ -56,7 +56,7 @@ class Expiries {
   PropertyMap::const_iterator next_{};
   PropertyMap::const_iterator end_{};
   const std::string* last_ = nullptr;
-  std::optional<double> lastMoment_;
+  double lastMoment_ = kForGood;
 };
 
 }  // namespace
@@ -108,7 +108,7 @@ void ContextSource::readUser() {
   table_.forgetUser();
   own_ = {};
   if (user_ == nullptr) {
-    readUser(properties_, [](std::string_view) { return std::optional(kNever); });
+    readUser(properties_, [](std::string_view) { return kNever; });
   } else {
     Expiries expiries(*user_, localTime_);
     readUser(user_->properties, [&](std::string_view name) { return expiries.of(name); });
@@ -122,11 +122,9 @@ void ContextSource::readUser(const auto& properties, ExpiryOf expiryOf) {
     const std::uint32_t number = numberOf(name);
     OwnIdentifier* const identifier = identifierOf(name, own_);
     if (number == PropertyNames::kNone && identifier == nullptr) continue;
-    const std::optional<double> expiry = expiryOf(name);
-    if (!expiry) continue;
-    if (number != PropertyNames::kNone) table_.putUser(number, value, *expiry);
-    if (identifier != nullptr && !identifier->isThere)
-      *identifier = {present(value), *expiry, true};
+    const double expiry = expiryOf(name);
+    if (number != PropertyNames::kNone) table_.putUser(number, value, expiry);
+    if (identifier != nullptr && !identifier->isThere) *identifier = {present(value), expiry, true};
   }
 }
 

@@ -53,7 +53,9 @@ class ContextSource {
   void setNames(const PropertyNames& names);
 
   /// A context of nobody and nothing.
-  [[nodiscard]] Context bare(double now) const { return {.now = now, .localTime = localTime_}; }
+  [[nodiscard]] Context bare(double now) const {
+    return {.now = comparable(now), .localTime = localTime_};
+  }
   /// That of the user and the device's identifier, without properties.
   [[nodiscard]] Context ofUser(double now);
   /// The whole context. Valid until the next one is made.

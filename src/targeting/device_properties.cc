@@ -1,18 +1,35 @@
 #include "targeting/device_properties.h"
 
+#include <algorithm>
 #include <array>
 
 #include "base/number.h"
 
 namespace corvo::corvo_internal::targeting {
 
+namespace {
+
+constexpr std::array<std::string_view, 4> kDevice{"appVersion", "deviceId", "os.name",
+                                                  "os.version"};
+constexpr std::array<std::string_view, 2> kClock{"time", "date"};
+
+}  // namespace
+
 DeviceProperties::DeviceProperties(const DeviceFacts& facts)
-    : list_{{{"appVersion", facts.applicationVersion.value_or("")},
-             {"deviceId", facts.vendorIdentifier.value_or("")},
-             {"os.name", facts.systemName.value_or("")},
-             {"os.version", normalisedVersion(facts.systemVersion.value_or(""))},
-             {"time", ""},
-             {"date", ""}}} {}
+    : list_{{{kDevice[0], facts.applicationVersion.value_or("")},
+             {kDevice[1], facts.vendorIdentifier.value_or("")},
+             {kDevice[2], facts.systemName.value_or("")},
+             {kDevice[3], normalisedVersion(facts.systemVersion.value_or(""))},
+             {kClock[0], ""},
+             {kClock[1], ""}}} {}
+
+Shows whatShows(std::string_view name) noexcept {
+  const auto isOne = [name](const auto& names) {
+    return std::ranges::find(names, name) != names.end();
+  };
+  if (isOne(kDevice)) return Shows::device;
+  return isOne(kClock) ? Shows::clock : Shows::neither;
+}
 
 bool DeviceProperties::showAnew(double now, std::uint64_t zone, const LocalTime& localTime) {
   const base::LocalSeconds minute = base::startOfMinute(localTime.at(now));

@@ -54,6 +54,11 @@ class DeviceProperties {
   std::optional<base::LocalSeconds> minute_;
 };
 
+/// Whether a name is that of a property of the device (or the application), of the clock, or of
+/// neither.
+enum class Shows : std::uint8_t { device, clock, neither };
+[[nodiscard]] Shows whatShows(std::string_view name) noexcept;
+
 /// Major and minor number of a system's version joined by a dot, and the patch number where it is
 /// greater than 0. What is missing or not a number is 0; a fourth number is dropped.
 [[nodiscard]] std::string normalisedVersion(std::string_view version);

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -10,11 +11,18 @@
 
 namespace corvo::corvo_internal::targeting {
 
-/// The expiry of what never expires.
+/// The expiry of what never expires, and of what has expired for good.
 constexpr double kNever = std::numeric_limits<double>::infinity();
+constexpr double kForGood = -kNever;
 
-/// A moment that is not a number has expired nothing.
+/// `now` must be comparable.
 [[nodiscard]] inline bool hasExpired(double expiry, double now) noexcept { return expiry < now; }
+
+/// A moment that is not a number has expired nothing but what has expired for good.
+[[nodiscard]] inline double comparable(double now) noexcept {
+  constexpr double kEarliest = std::numeric_limits<double>::lowest();
+  return now > kEarliest ? now : kEarliest;
+}
 
 /// The properties that a configuration's conditions test, by the numbers of their names: the
 /// user's, each with the moment after which it counts as absent, and behind them those of device
@@ -53,6 +61,17 @@ class PropertyTable {
     const Row& row = rows_[number];
     if (row.userOf == user_ && !hasExpired(row.expiry, now)) return &row.user;
     return row.behindOf == behind_ ? &row.behind : nullptr;
+  }
+
+  /// When the user's property of that number expired; none where they have it still, or never had.
+  [[nodiscard]] std::optional<double> expired(std::uint32_t number, double now) const {
+    const Row& row = rows_[number];
+    if (row.userOf != user_ || !hasExpired(row.expiry, now)) return std::nullopt;
+    return row.expiry;
+  }
+  /// Whether that is a user's value, or one behind it.
+  [[nodiscard]] bool isUsers(std::uint32_t number, const std::string_view& value) const {
+    return &rows_[number].user == &value;
   }
 
   /// What has been read out of the property of that number, which has been found to have that

@@ -3,16 +3,23 @@
 #include <algorithm>
 #include <span>
 
+#include "targeting/observer.h"
+
 namespace corvo::corvo_internal::targeting {
 namespace {
 
 using model::ConditionalStatement;
 
 // Of an empty list AND holds, OR does not. "-" never does.
+template <class AnyObserver>
 bool statementHolds(ConditionalStatement statement, std::span<const PreparedCondition> conditions,
-                    const Context& context, bool hashed) {
+                    const Context& context, bool hashed, AnyObserver observer) {
   const auto holds = [&](const PreparedCondition& condition) {
-    return conditionMatches(condition, context, hashed);
+    const Subject subject(context, condition.property(), hashed);
+    const bool result = condition.matches(subject);
+    const auto position = static_cast<std::size_t>(&condition - conditions.data());
+    observer.on(ConditionTested{position, condition, subject, result});
+    return result;
   };
   switch (statement) {
     case ConditionalStatement::and_:
@@ -29,11 +36,7 @@ bool statementHolds(ConditionalStatement statement, std::span<const PreparedCond
 
 RuleList RuleBook::add(const std::vector<model::Rule>& rules, Vocabulary& vocabulary) {
   const std::size_t first = rules_.size();
-  for (const bool isDefault : {false, true}) {
-    for (const model::Rule& rule : rules) {
-      if (rule.isDefault == isDefault) add(rule, vocabulary);
-    }
-  }
+  inOrderOfTrial(rules, [&](const model::Rule& rule) { add(rule, vocabulary); });
   return {*this, first, rules.size()};
 }
 
@@ -56,20 +59,34 @@ void RuleBook::close() {
   conditions_.shrink_to_fit();
 }
 
-bool RuleBook::ruleMatches(const PreparedRule& rule, const Context& context, bool hashed) const {
+template <class AnyObserver>
+bool RuleBook::ruleMatches(const PreparedRule& rule, const Context& context, bool hashed,
+                           AnyObserver observer) const {
+  observer.on(RuleBegun{});
   const std::span conditions(conditions_);
-  return statementHolds(rule.statement,
-                        conditions.subspan(rule.firstCondition, rule.conditionCount), context,
-                        hashed);
+  const bool holds = statementHolds<AnyObserver>(
+      rule.statement, conditions.subspan(rule.firstCondition, rule.conditionCount), context, hashed,
+      observer);
+  observer.on(RuleDecided{holds});
+  return holds;
 }
 
 // The first rule that holds decides, so the rules behind it need not be looked at.
-const std::string* RuleList::choose(const Context& context, bool hashed) const {
+template <class AnyObserver>
+const std::string* RuleList::chooseSeen(const Context& context, bool hashed,
+                                        AnyObserver observer) const {
   if (isEmpty()) return nullptr;
   for (const RuleBook::PreparedRule& rule : std::span(book_->rules_).subspan(first_, count_)) {
-    if (book_->ruleMatches(rule, context, hashed)) return rule.value;
+    if (book_->ruleMatches<AnyObserver>(rule, context, hashed, observer)) return rule.value;
   }
   return nullptr;
+}
+
+const std::string* RuleList::choose(const Context& context, bool hashed, Silent observer) const {
+  return chooseSeen<Silent>(context, hashed, observer);
+}
+const std::string* RuleList::choose(const Context& context, bool hashed, Observer& observer) const {
+  return chooseSeen<Observer&>(context, hashed, observer);
 }
 
 PreparedTarget::PreparedTarget(const model::Target& target, Vocabulary& vocabulary)
@@ -80,9 +97,25 @@ PreparedTarget::PreparedTarget(const model::Target& target, Vocabulary& vocabula
   }
 }
 
-bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed) {
+namespace {
+
+template <class AnyObserver>
+bool matches(const PreparedTarget& target, const Context& context, bool hashed,
+             AnyObserver observer) {
   return target.conditions.empty() ||
-         statementHolds(target.statement, target.conditions, context, hashed);
+         statementHolds<AnyObserver>(target.statement, target.conditions, context, hashed,
+                                     observer);
+}
+
+}  // namespace
+
+bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
+                   Silent observer) {
+  return matches<Silent>(target, context, hashed, observer);
+}
+bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
+                   Observer& observer) {
+  return matches<Observer&>(target, context, hashed, observer);
 }
 
 }  // namespace corvo::corvo_internal::targeting

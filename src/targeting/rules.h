@@ -8,6 +8,7 @@
 #include "model/config.h"
 #include "targeting/condition.h"
 #include "targeting/context.h"
+#include "targeting/observer.h"
 #include "targeting/vocabulary.h"
 
 namespace corvo::corvo_internal::targeting {
@@ -24,10 +25,15 @@ class RuleList {
 
   /// The value of the first rule that holds, default rules tried last; null when none does.
   /// `hashed` is the privacy of whoever owns the decision. Allocates only what a condition does.
-  [[nodiscard]] const std::string* choose(const Context& context, bool hashed) const;
+  [[nodiscard]] const std::string* choose(const Context& context, bool hashed,
+                                          Silent observer = {}) const;
+  [[nodiscard]] const std::string* choose(const Context& context, bool hashed,
+                                          Observer& observer) const;
 
  private:
   friend class RuleBook;
+  template <class AnyObserver>
+  const std::string* chooseSeen(const Context& context, bool hashed, AnyObserver observer) const;
   RuleList(const RuleBook& book, std::size_t first, std::size_t count)
       : book_(&book),
         first_(static_cast<std::uint32_t>(first)),
@@ -63,12 +69,23 @@ class RuleBook {
   };
 
   void add(const model::Rule& rule, Vocabulary& vocabulary);
-  [[nodiscard]] bool ruleMatches(const PreparedRule& rule, const Context& context,
-                                 bool hashed) const;
+  template <class AnyObserver>
+  bool ruleMatches(const PreparedRule& rule, const Context& context, bool hashed,
+                   AnyObserver observer) const;
 
   std::vector<PreparedRule> rules_;
   std::vector<PreparedCondition> conditions_;
 };
+
+/// Calls a function with each rule in the order in which they are tried: default rules last.
+template <class Function>
+void inOrderOfTrial(const std::vector<model::Rule>& rules, Function function) {
+  for (const bool isDefault : {false, true}) {
+    for (const model::Rule& rule : rules) {
+      if (rule.isDefault == isDefault) function(rule);
+    }
+  }
+}
 
 /// The test whether an experiment is for a user, prepared. Refers to texts as its conditions do.
 struct PreparedTarget {
@@ -79,6 +96,9 @@ struct PreparedTarget {
 };
 
 /// Whether a target's conditions hold; always where it has none.
-[[nodiscard]] bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed);
+[[nodiscard]] bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
+                                 Silent observer = {});
+[[nodiscard]] bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
+                                 Observer& observer);
 
 }  // namespace corvo::corvo_internal::targeting

@@ -43,6 +43,10 @@ class Subject {
 
   [[nodiscard]] const LocalTime& localTime() const { return context_.localTime; }
 
+  /// The property as it is; null where it is missing.
+  [[nodiscard]] const std::string_view* value() const noexcept { return value_; }
+  [[nodiscard]] bool isHashed() const noexcept { return hashed_; }
+
  private:
   // A short property is read anew each time: that costs less than to remember it.
   [[nodiscard]] bool isShort() const { return plain().size() <= 128; }

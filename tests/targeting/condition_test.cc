@@ -42,7 +42,8 @@ class Asked {
   }
 
   [[nodiscard]] bool matches(const LocalTime& localTime, bool hashed = false) const {
-    return conditionMatches(condition_, {.properties = &table_, .localTime = localTime}, hashed);
+    return condition_.matches(
+        {{.properties = &table_, .localTime = localTime}, condition_.property(), hashed});
   }
 
  private:
