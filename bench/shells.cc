@@ -23,6 +23,8 @@ class ConstantClient final : public CorvoClient {
   void askHoldout(std::string_view, AnswerSink<bool>&) override {}
   void askHoldoutsText(AnswerSink<std::optional<std::string>>&) override {}
   void askDetails(bool, AnswerSink<std::vector<CorvoExperimentDetail>>&) override {}
+  void askWhyFlag(std::string_view, AnswerSink<Explanation>&) override {}
+  void askWhyExperiment(std::string_view, AnswerSink<Explanation>&) override {}
   void askProject(AnswerSink<Project>&) override {}
   void askToInclude(std::string_view, std::optional<std::int64_t>, AnswerSink<Done>&) override {}
   void askToExclude(std::string_view, AnswerSink<Done>&) override {}

@@ -7,6 +7,7 @@
 #include <corvo/error.h>
 #include <corvo/experiment.h>
 #include <corvo/experiment_detail.h>
+#include <corvo/explanation.h>
 #include <corvo/export.h>
 #include <corvo/flag_report.h>
 #include <corvo/internal/sinks.h>
@@ -183,6 +184,26 @@ class CORVO_TYPE CorvoClient {
     return answer<std::vector<CorvoExperimentDetail>>([&](auto& sink) { askDetails(true, sink); });
   }
 
+  /// Why a flag has its value for the user, and why the user is in an experiment of that name, or
+  /// is not: the answer of `checkFlag` and `getExperiment`, or their error, with the steps that led
+  /// to it. Fetches as those do. Fails only where a fetch does.
+  void explainFlag(std::string_view flagName, Callback<void(Explanation)> onSuccess,
+                   OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askWhyFlag(flagName, sink);
+  }
+  Answer<Explanation> explainFlag(std::string_view flagName) {
+    return answer<Explanation>([&](auto& sink) { askWhyFlag(flagName, sink); });
+  }
+  void explainExperiment(std::string_view name, Callback<void(Explanation)> onSuccess,
+                         OnError onError = {}) {
+    corvo_internal::CallbackSink sink(onSuccess, onError);
+    askWhyExperiment(name, sink);
+  }
+  Answer<Explanation> explainExperiment(std::string_view name) {
+    return answer<Explanation>([&](auto& sink) { askWhyExperiment(name, sink); });
+  }
+
   /// The project in force: that of the cached configuration while it is fresh, else fetched. With
   /// it any number of threads can answer about any users; see <corvo/evaluation.h>.
   void getProject(Callback<void(Project)> onSuccess, OnError onError = {}) {
@@ -257,6 +278,8 @@ class CORVO_TYPE CorvoClient {
   virtual void askHoldoutsText(AnswerSink<std::optional<std::string>>& sink) = 0;
   virtual void askDetails(bool estimateHoldouts,
                           AnswerSink<std::vector<CorvoExperimentDetail>>& sink) = 0;
+  virtual void askWhyFlag(std::string_view flagName, AnswerSink<Explanation>& sink) = 0;
+  virtual void askWhyExperiment(std::string_view name, AnswerSink<Explanation>& sink) = 0;
   virtual void askProject(AnswerSink<Project>& sink) = 0;
   virtual void askToInclude(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
                             AnswerSink<Done>& sink) = 0;

@@ -10,6 +10,7 @@
 #include <exception>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <variant>
@@ -208,6 +209,9 @@ class CORVO_EXPORT CorvoError : public std::exception {
   [[nodiscard]] const P* as() const noexcept {
     return std::get_if<P>(&payload_);
   }
+
+  /// The name of the case: "featureFlagNotFound". Names never change.
+  [[nodiscard]] std::string_view name() const noexcept;
 
   /// A text for people, made anew at each call. Payload texts stand in it as they are.
   [[nodiscard]] std::string description() const;

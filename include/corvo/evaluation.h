@@ -4,6 +4,7 @@
 #include <corvo/evaluation_context.h>
 #include <corvo/experiment.h>
 #include <corvo/experiment_detail.h>
+#include <corvo/explanation.h>
 #include <corvo/export.h>
 #include <corvo/flag_report.h>
 #include <corvo/project.h>
@@ -63,6 +64,12 @@ class CORVO_EXPORT Evaluation {
   /// The experiments that the user takes part in, each with the values that they get from it.
   Result<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails(
       ExactBool estimateHoldouts = true);
+
+  /// Why a flag has its value for the user, and why the user is in an experiment of that name, or
+  /// is not: the answer of `checkFlag` and `getExperiment` with the steps that led to it. Costs far
+  /// more than the question.
+  [[nodiscard]] Explanation explainFlag(std::string_view flagName);
+  [[nodiscard]] Explanation explainExperiment(std::string_view name);
 
  private:
   struct State;

@@ -1,6 +1,7 @@
 #include <corvo/error.h>
 #include <corvo/result.h>
 
+#include <array>
 #include <memory>
 
 #include "base/stop_process.h"
@@ -132,6 +133,24 @@ struct Description {
   }
 };
 
+// By their cases.
+constexpr std::array<std::string_view, std::variant_size_v<CorvoError::Payload>> kNames{
+    "initializationOfExistingClient",
+    "requestConfigFailed",
+    "requestLocationFailed",
+    "featureFlagNotFound",
+    "featureFlagNoRules",
+    "featureFlagRulesNotSatisfied",
+    "experimentNotFound",
+    "experimentGroupNotMatchingFeatureFlagGroup",
+    "experimentSplitIdNotFound",
+    "experimentGroupIndexNotFound",
+    "experimentAlreadyContainsUser",
+    "experimentGroupAlreadyContainsUser",
+    "holdoutNotFound",
+    "experimentsEmpty",
+    "noForceIncludedExperiments"};
+
 template <class Error>
 const char* whatOf(const Error& error, const WhatText& kept) noexcept {
   if (const char* text = kept.get()) return text;
@@ -153,6 +172,8 @@ std::string CorvoNetworkError::description() const {
 }
 
 const char* CorvoNetworkError::what() const noexcept { return whatOf(*this, what_); }
+
+std::string_view CorvoError::name() const noexcept { return kNames[payload_.index()]; }
 
 std::string CorvoError::description() const {
   return "Corvo warn: " + std::visit(Description{}, payload_);

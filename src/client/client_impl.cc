@@ -119,9 +119,14 @@ void CorvoClientImpl::ask(Decider decider, AnswerSink<T>& sink) {
   ask(question);
 }
 
+template <class Decider, class T>
+void CorvoClientImpl::askAbout(std::string_view name, AnswerSink<T>& sink) {
+  const base::WellFormed wellFormed(name);
+  ask(Decider{Name(wellFormed)}, sink);
+}
+
 void CorvoClientImpl::askFlag(std::string_view flagName, AnswerSink<std::string_view>& sink) {
-  const base::WellFormed name(flagName);
-  ask(DecidingFlag{Name(name)}, sink);
+  askAbout<DecidingFlag>(flagName, sink);
 }
 
 void CorvoClientImpl::askFlagReport(AnswerSink<FlagReport>& sink) {
@@ -156,13 +161,11 @@ void CorvoClientImpl::askMemberships(Scope scope, AnswerSink<std::optional<std::
 
 void CorvoClientImpl::askExperiment(std::string_view name,
                                     AnswerSink<CorvoExperimentPointer>& sink) {
-  const base::WellFormed wellFormedName(name);
-  ask(DecidingExperiment{Name(wellFormedName)}, sink);
+  askAbout<DecidingExperiment>(name, sink);
 }
 
 void CorvoClientImpl::askHoldout(std::string_view name, AnswerSink<bool>& sink) {
-  const base::WellFormed wellFormedName(name);
-  ask(DecidingHoldout{Name(wellFormedName)}, sink);
+  askAbout<DecidingHoldout>(name, sink);
 }
 
 void CorvoClientImpl::askDetails(bool estimateHoldouts,
@@ -172,6 +175,14 @@ void CorvoClientImpl::askDetails(bool estimateHoldouts,
         return evidence.evaluator.details(scope, evidence.context);
       }),
       sink);
+}
+
+void CorvoClientImpl::askWhyFlag(std::string_view flagName, AnswerSink<Explanation>& sink) {
+  askAbout<ExplainingFlag>(flagName, sink);
+}
+
+void CorvoClientImpl::askWhyExperiment(std::string_view name, AnswerSink<Explanation>& sink) {
+  askAbout<ExplainingExperiment>(name, sink);
 }
 
 void CorvoClientImpl::askProject(AnswerSink<Project>& sink) {

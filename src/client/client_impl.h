@@ -63,6 +63,8 @@ class CorvoClientImpl final : public CorvoClient,
   void askHoldoutsText(AnswerSink<std::optional<std::string>>& sink) override;
   void askDetails(bool estimateHoldouts,
                   AnswerSink<std::vector<CorvoExperimentDetail>>& sink) override;
+  void askWhyFlag(std::string_view flagName, AnswerSink<Explanation>& sink) override;
+  void askWhyExperiment(std::string_view name, AnswerSink<Explanation>& sink) override;
   void askProject(AnswerSink<Project>& sink) override;
   void askToInclude(std::string_view experimentName, std::optional<std::int64_t> groupIndex,
                     AnswerSink<Done>& sink) override;
@@ -88,6 +90,8 @@ class CorvoClientImpl final : public CorvoClient,
   // fetch.
   template <class Decider, class T>
   void ask(Decider decider, AnswerSink<T>& sink);
+  template <class Decider, class T>
+  void askAbout(std::string_view name, AnswerSink<T>& sink);
   void ask(Question& question);
   void askAnew(Question& question, Turn& turn);
   void locate(Question& question, const EvaluatorPointer& evaluator, double now, Turn& turn);

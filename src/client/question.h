@@ -128,30 +128,21 @@ Deciding<Question::About::project, Function> aboutProject(Function decide) {
   return {std::move(decide)};
 }
 
-/// Decides about the text of one flag.
-struct DecidingFlag {
-  Name name;
-
-  [[nodiscard]] static Question::About about(const project::PreparedProject& /*project*/) {
-    return Question::About::user;
-  }
-  [[nodiscard]] Result<std::string_view> decide(const Evidence& evidence) const {
-    return evidence.evaluator.flag(name.get(), evidence.context);
-  }
-  [[nodiscard]] DecidingFlag detach() const { return {name.detach()}; }
-};
-
 /// How an experiment or a holdout is looked up by its name.
 using Find =
     const project::PreparedExperiment* (project::PreparedProject::*)(std::string_view) const;
 
-/// Decides about what has that name: about the user only where there is such a thing.
+/// Decides about what has that name: about the user, but, with a way to find it, only where there
+/// is such a thing.
 template <Find find, auto decideBy>
 struct DecidingByName {
   Name name;
 
   [[nodiscard]] Question::About about(const project::PreparedProject& project) const {
-    return (project.*find)(name.get()) ? Question::About::user : Question::About::project;
+    if constexpr (find != nullptr) {
+      if ((project.*find)(name.get()) == nullptr) return Question::About::project;
+    }
+    return Question::About::user;
   }
   [[nodiscard]] auto decide(const Evidence& evidence) const {
     return (evidence.evaluator.*decideBy)(name.get(), evidence.context);
@@ -159,9 +150,12 @@ struct DecidingByName {
   [[nodiscard]] DecidingByName detach() const { return {name.detach()}; }
 };
 
-using DecidingExperiment =
-    DecidingByName<&project::PreparedProject::findExperiment, &evaluation::Evaluator::experiment>;
-using DecidingHoldout =
-    DecidingByName<&project::PreparedProject::findHoldout, &evaluation::Evaluator::holdout>;
+using Asked = evaluation::Evaluator;
+using In = project::PreparedProject;
+using DecidingFlag = DecidingByName<nullptr, &Asked::flag>;
+using DecidingExperiment = DecidingByName<&In::findExperiment, &Asked::experiment>;
+using DecidingHoldout = DecidingByName<&In::findHoldout, &Asked::holdout>;
+using ExplainingFlag = DecidingByName<nullptr, &Asked::explainFlag>;
+using ExplainingExperiment = DecidingByName<&In::findExperiment, &Asked::explainExperiment>;
 
 }  // namespace corvo::corvo_internal::client

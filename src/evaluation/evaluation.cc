@@ -132,4 +132,12 @@ Result<std::vector<CorvoExperimentDetail>> Evaluation::getUserExperimentsDetails
                                    state_->context());
 }
 
+Explanation Evaluation::explainFlag(std::string_view flagName) {
+  return state_->evaluator.explainFlag(base::WellFormed(flagName), state_->context());
+}
+
+Explanation Evaluation::explainExperiment(std::string_view name) {
+  return state_->evaluator.explainExperiment(base::WellFormed(name), state_->context());
+}
+
 }  // namespace corvo

@@ -2,6 +2,7 @@
 
 #include <corvo/property.h>
 
+#include "evaluation/explainer.h"
 #include "experiments/details.h"
 #include "experiments/experiment_impl.h"
 #include "flags/flag_decision.h"
@@ -21,13 +22,33 @@ CorvoError tooManyRepeatedValues() {
 }
 static_assert(experiments::kMostRepeatedBytes == std::size_t{64} << 20);
 
+Result<std::string_view> valueOf(const flags::FlagDecision& decision, std::string_view name) {
+  if (decision.value != nullptr) return std::string_view(*decision.value);
+  return flags::errorOf(decision, name);
+}
+
+CorvoError experimentNotFound(std::string_view name) {
+  return CorvoError(CorvoError::ExperimentNotFound{std::string(name)});
+}
+
+// The first of several of one name that the user takes part in; null where they are in none.
+struct Joined {
+  const PreparedExperiment* experiment = nullptr;
+  Placement placement = {};
+};
+template <class Resolve>
+Joined firstJoined(const PreparedExperiment* each, Resolve resolve) {
+  for (; each != nullptr; each = each->nextOfName) {
+    const Placement placement = resolve(*each);
+    if (placement.group != nullptr) return {each, placement};
+  }
+  return {};
+}
+
 }  // namespace
 
 Result<std::string_view> Evaluator::flag(std::string_view name, const Context& context) {
-  const flags::FlagDecision decision =
-      flags::decideFlag(project_->findFlag(name), resolver_, context);
-  if (decision.value != nullptr) return std::string_view(*decision.value);
-  return flags::errorOf(decision, name);
+  return valueOf(flags::decideFlag(project_->findFlag(name), resolver_, context), name);
 }
 
 FlagReport Evaluator::flags(const Context& context) {
@@ -44,20 +65,18 @@ FlagReport Evaluator::flags(const Context& context) {
 
 Result<CorvoExperimentPointer> Evaluator::experiment(std::string_view name,
                                                      const Context& context) {
-  const PreparedExperiment* each = project_->findExperiment(name);
-  if (each == nullptr) return CorvoError(CorvoError::ExperimentNotFound{std::string(name)});
+  const PreparedExperiment* first = project_->findExperiment(name);
+  if (first == nullptr) return experimentNotFound(name);
   // Several of one name may name the same holdouts: then each of these is resolved once, at the
   // price of a memory for the whole project.
   std::optional<placement::Resolver::Report> several;
-  if (each->nextOfName != nullptr) several.emplace(resolver_, context);
-  for (; each != nullptr; each = each->nextOfName) {
-    const Placement placement =
-        several ? several->resolve(*each) : resolver_.resolve(*each, context);
-    if (placement.group == nullptr) continue;
-    return std::make_shared<const experiments::CorvoExperimentImpl>(project_, *each, placement,
-                                                                    context);
-  }
-  return nullptr;
+  if (first->nextOfName != nullptr) several.emplace(resolver_, context);
+  const Joined joined = firstJoined(first, [&](const PreparedExperiment& each) {
+    return several ? several->resolve(each) : resolver_.resolve(each, context);
+  });
+  if (joined.experiment == nullptr) return nullptr;
+  return std::make_shared<const experiments::CorvoExperimentImpl>(project_, *joined.experiment,
+                                                                  joined.placement, context);
 }
 
 // The holdouts that a holdout itself names do not count here, though they do in the list of all.
@@ -79,6 +98,47 @@ Result<std::vector<CorvoExperimentDetail>> Evaluator::details(Scope scope, const
   auto details = experiments::experimentDetails(memberships(scope, context), context);
   if (!details) return tooManyRepeatedValues();
   return *std::move(details);
+}
+
+Explanation Evaluator::explainFlag(std::string_view name, const Context& context) {
+  const project::FlagEntry* entry = project_->findFlag(name);
+  Explainer explainer(*project_, context);
+  explainer.flagSought(entry);
+  Result<std::string_view> value = valueOf(flags::decideFlag(entry, context, explainer), name);
+  Explanation explanation{.question = Explanation::Question::flag, .name = std::string(name)};
+  if (CorvoError* error = value.error()) {
+    explanation.error = std::move(*error);
+  } else {
+    explainer.valueFound(value.value());
+    explanation.value = value.value();
+  }
+  explanation.steps = explainer.take();
+  return explanation;
+}
+
+Explanation Evaluator::explainExperiment(std::string_view name, const Context& context) {
+  const PreparedExperiment* first = project_->findExperiment(name);
+  Explainer explainer(*project_, context);
+  Explanation explanation{.question = Explanation::Question::experiment, .name = std::string(name)};
+  if (first == nullptr) {
+    explainer.experimentNotFound();
+    explanation.error = experimentNotFound(name);
+  }
+  const Joined joined = firstJoined(first, [&](const PreparedExperiment& each) {
+    explainer.experimentBegun(each);
+    const Placement placement = placement::resolve(each, context, explainer);
+    explainer.experimentDecided(placement);
+    return placement;
+  });
+  if (joined.experiment != nullptr) {
+    explanation.value = joined.placement.group->name;
+    for (const auto* each = joined.experiment->nextOfName; each != nullptr;
+         each = each->nextOfName) {
+      explainer.experimentNotReached(*each);
+    }
+  }
+  explanation.steps = explainer.take();
+  return explanation;
 }
 
 std::vector<experiments::Membership> Evaluator::memberships(Scope scope, const Context& context) {

@@ -2,6 +2,7 @@
 
 #include <corvo/experiment.h>
 #include <corvo/experiment_detail.h>
+#include <corvo/explanation.h>
 #include <corvo/flag_report.h>
 #include <corvo/result.h>
 
@@ -55,6 +56,12 @@ class Evaluator {
                                                            const targeting::Context& context);
   [[nodiscard]] Result<std::vector<CorvoExperimentDetail>> details(
       experiments::Scope scope, const targeting::Context& context);
+
+  /// Why a flag has its value, and why the user is in an experiment of that name, or is not: the
+  /// answers of `flag` and `experiment`, with the steps to them. Nothing remembered is used.
+  [[nodiscard]] Explanation explainFlag(std::string_view name, const targeting::Context& context);
+  [[nodiscard]] Explanation explainExperiment(std::string_view name,
+                                              const targeting::Context& context);
 
  private:
   [[nodiscard]] std::vector<experiments::Membership> memberships(experiments::Scope scope,

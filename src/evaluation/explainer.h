@@ -1,0 +1,87 @@
+#pragma once
+
+#include <corvo/explanation.h>
+
+#include <span>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "flags/observer.h"
+#include "model/config.h"
+#include "placement/placement.h"
+#include "project/prepared_project.h"
+#include "targeting/context.h"
+
+namespace corvo::corvo_internal::evaluation {
+
+/// Writes down what it sees of a decision. The context must outlive it, and the records that events
+/// refer to. For one question.
+class Explainer final : public flags::Observer {
+ public:
+  using Code = Explanation::Code;
+  using Outcome = Explanation::Outcome;
+
+  Explainer(const project::PreparedProject& project, const targeting::Context& context)
+      : project_(project), context_(context), open_(1) {}
+  ~Explainer() = default;
+
+  // What the question itself has to tell.
+  void flagSought(const project::FlagEntry* entry);
+  void experimentBegun(const project::PreparedExperiment& experiment);
+  void experimentDecided(const placement::Placement& placement);
+  void experimentNotReached(const project::PreparedExperiment& experiment);
+  void experimentNotFound();
+  void valueFound(std::string_view text);
+
+  void on(const targeting::ConditionTested& event) override;
+  void on(const targeting::RuleBegun& event) override;
+  void on(const targeting::RuleDecided& event) override;
+  void on(const placement::SplitIdentified& event) override;
+  void on(const placement::HoldoutBegun& event) override;
+  void on(const placement::HoldoutDecided& event) override;
+  void on(const placement::GroupsForced& event) override;
+  void on(const placement::ExperimentForced& event) override;
+  void on(const placement::LayerBegun& event) override;
+  void on(const placement::IntervalTested& event) override;
+  void on(const placement::LayerDecided& event) override;
+  void on(const placement::Hashed& event) override;
+  void on(const placement::AllocationTested& event) override;
+  void on(const placement::SharesBegun& event) override;
+  void on(const placement::ShareTested& event) override;
+  void on(const placement::SharesDecided& event) override;
+  void on(const placement::TargetsBegun& event) override;
+  void on(const placement::TargetsDecided& event) override;
+  void on(const flags::CarrierBegun& event) override;
+  void on(const flags::CarrierDecided& event) override;
+  void on(const flags::GroupMatched& event) override;
+  void on(const flags::RulesBegun& event) override;
+  void on(const flags::RulesDecided& event) override;
+
+  /// The steps that were taken.
+  [[nodiscard]] std::vector<Explanation::Step> take() { return std::move(open_.front().steps); }
+
+ private:
+  using Step = Explanation::Step;
+  using Facts = std::vector<Explanation::Fact>;
+
+  void begin(Code code, Facts facts);
+  void end(Outcome outcome);
+  void add(Code code, Outcome outcome, Facts facts = {});
+  [[nodiscard]] Step& current() { return open_.back(); }
+  [[nodiscard]] Facts factsOf(const project::PreparedExperiment& experiment) const;
+  void restOf(std::span<const model::Condition> conditions);
+
+  const project::PreparedProject& project_;
+  const targeting::Context& context_;
+  std::vector<Step> open_;  // those that are not decided, each inside the one before
+  // What the present step is about: its parts are told of one by one, in their order.
+  const project::PreparedExperiment* asked_ = nullptr;
+  std::span<const model::Rule> records_;
+  std::vector<const model::Rule*> rules_;  // the records, in the order of trial
+  std::span<const model::Condition> conditions_;
+  std::span<const model::LayerBounds> bounds_;
+  std::span<const model::Group> groups_;
+};
+
+}  // namespace corvo::corvo_internal::evaluation
