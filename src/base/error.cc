@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "base/stop_process.h"
+#include "base/exceptions.h"
 
 namespace corvo {
 
@@ -34,13 +34,7 @@ const char* WhatText::keep(std::string text) const {
 
 }  // namespace corvo_internal
 
-void corvo_internal::raise(const CorvoError& error) {
-#ifdef __cpp_exceptions
-  throw CorvoError(error);
-#else
-  base::stopProcess(error.what());
-#endif
-}
+void corvo_internal::raise(const CorvoError& error) { base::throwOrStop(error); }
 
 namespace {
 
@@ -135,15 +129,8 @@ struct Description {
 template <class Error>
 const char* whatOf(const Error& error, const WhatText& kept) noexcept {
   if (const char* text = kept.get()) return text;
-#ifdef __cpp_exceptions
-  try {
-    return kept.keep(error.description());
-  } catch (...) {
-    return "corvo: no memory for the description of an error";
-  }
-#else
-  return kept.keep(error.description());
-#endif
+  return base::attempt([&] { return kept.keep(error.description()); },
+                       [] { return "corvo: no memory for the description of an error"; });
 }
 
 }  // namespace
