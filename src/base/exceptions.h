@@ -21,6 +21,7 @@ auto attempt(Action action, [[maybe_unused]] Otherwise otherwise) noexcept {
 #endif
 }
 
+/// Throws the exception, or stops the process with its text.
 template <class Exception>
 [[noreturn]] void throwOrStop(const Exception& exception) {
 #ifdef __cpp_exceptions
