@@ -22,6 +22,10 @@ set(below_host platform base)
 set(below_fakes platform base)
 set(below_corvo api host ${below_api})
 
+# The engine is given what it works on, and has nothing to wait for: it runs where these are not.
+set(engine evaluation ${below_evaluation})
+set(not_in_engine condition_variable|filesystem|fstream|future|mutex|shared_mutex|thread)
+
 # The public headers belong to folders, too.
 set(base_headers argument callback error export internal/what_text result text_hash)
 set(json_headers json_value)
@@ -67,6 +71,9 @@ foreach(source IN LISTS sources)
   foreach(line IN LISTS lines)
     string(REGEX REPLACE "^ *# *include *([<\"])([^>\"]*).*" "\\1\\2" include "${line}")
     if(include MATCHES "^<" AND NOT include MATCHES "^<corvo/")
+      if(own IN_LIST engine AND include MATCHES "^<(${not_in_engine})$")
+        message(SEND_ERROR "${source} includes ${include}>: the engine does without")
+      endif()
       continue()
     endif()
     string(SUBSTRING "${include}" 1 -1 include)

@@ -19,7 +19,7 @@
 #define CORVO_TYPE CORVO_EXPORTED
 #endif
 
-// Each library exports what is its own and imports from the others.
+// Each library exports what is its own and imports from the others. The engine is part of the core.
 
 #ifdef corvo_core_EXPORTS
 #define CORVO_EXPORT CORVO_EXPORTED

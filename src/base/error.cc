@@ -4,7 +4,7 @@
 #include <array>
 #include <memory>
 
-#include "base/stop_process.h"
+#include "base/exceptions.h"
 
 namespace corvo {
 
@@ -35,13 +35,7 @@ const char* WhatText::keep(std::string text) const {
 
 }  // namespace corvo_internal
 
-void corvo_internal::raise(const CorvoError& error) {
-#ifdef __cpp_exceptions
-  throw CorvoError(error);
-#else
-  base::stopProcess(error.what());
-#endif
-}
+void corvo_internal::raise(const CorvoError& error) { base::throwOrStop(error); }
 
 namespace {
 
@@ -154,15 +148,8 @@ constexpr std::array<std::string_view, std::variant_size_v<CorvoError::Payload>>
 template <class Error>
 const char* whatOf(const Error& error, const WhatText& kept) noexcept {
   if (const char* text = kept.get()) return text;
-#ifdef __cpp_exceptions
-  try {
-    return kept.keep(error.description());
-  } catch (...) {
-    return "corvo: no memory for the description of an error";
-  }
-#else
-  return kept.keep(error.description());
-#endif
+  return base::attempt([&] { return kept.keep(error.description()); },
+                       [] { return "corvo: no memory for the description of an error"; });
 }
 
 }  // namespace

@@ -1,18 +1,18 @@
 #include <chrono>
 #include <random>
 
+#include "base/exceptions.h"
 #include "base/text_hash.h"
 
 namespace corvo::corvo_internal::base {
 namespace {
 
 std::uint64_t drawn() noexcept {
-  try {
+  const auto draw = [] {
     std::random_device device;
     return static_cast<std::uint64_t>(device()) << 32 | device();
-  } catch (...) {
-    return 0;  // no reason to fail: the clock and the place remain
-  }
+  };
+  return attempt(draw, [] { return std::uint64_t{0}; });  // the clock and the place remain
 }
 
 std::uint64_t moment() noexcept {

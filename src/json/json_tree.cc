@@ -9,6 +9,7 @@
 #include <utility>
 #include <variant>
 
+#include "base/exceptions.h"
 #include "base/text.h"
 #include "json/json_limits.h"
 #include "json/json_number.h"
@@ -180,7 +181,7 @@ JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) 
   ondemand::document document;
   Walk walk(nodes_, source_->parser, source_->strings.get());
   if (const auto error = source_->parser.iterate(text).get(document)) {
-    if (error == simdjson::MEMALLOC) throw std::bad_alloc();
+    if (error == simdjson::MEMALLOC) base::throwOrStop(std::bad_alloc());
     error_ = error == simdjson::CAPACITY ? kTooLarge : kNotJson;
   } else if (!walk.wrapped(document)) {
     error_ = walk.error();

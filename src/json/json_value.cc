@@ -1,8 +1,8 @@
 #include <corvo/json_value.h>
 
-#include <new>
 #include <utility>
 
+#include "base/exceptions.h"
 #include "json/json_writer.h"
 
 namespace corvo {
@@ -14,19 +14,21 @@ JsonValue& JsonValue::operator=(JsonValue&& other) noexcept = default;
 
 // Without this, the destructor of each level would call that of the next. Where there is no memory
 // for the list of levels, they do.
-void JsonValue::dropChildren() noexcept try {
-  std::vector<JsonValue> levels;
-  while (true) {
-    if (JsonValue* nested = (levels.empty() ? *this : levels.back()).dropUpToNested()) {
-      levels.push_back(std::move(*nested));
-      nested->value_.emplace<Null>();
-    } else if (levels.empty()) {
-      return;
-    } else {
-      levels.pop_back();
+void JsonValue::dropChildren() noexcept {
+  const auto dropByLevels = [this] {
+    std::vector<JsonValue> levels;
+    while (true) {
+      if (JsonValue* nested = (levels.empty() ? *this : levels.back()).dropUpToNested()) {
+        levels.push_back(std::move(*nested));
+        nested->value_.emplace<Null>();
+      } else if (levels.empty()) {
+        return;
+      } else {
+        levels.pop_back();
+      }
     }
-  }
-} catch (const std::bad_alloc&) {
+  };
+  base::attempt(dropByLevels, [] {});
 }
 
 // Drops children up to the first that has some of its own. Gives that one; null where none is left.

@@ -1,3 +1,5 @@
 #pragma once
 
+#include <mutex>
+
 #include "client/client_impl.h"
