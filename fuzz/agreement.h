@@ -69,6 +69,8 @@ inline void compareAnswers(CorvoClient& client, const model::ConfigResponse& con
   const auto details = now(client.getUserExperimentsDetails()).value();
   for (const std::string name : kNames) {
     const auto flag = now(client.checkFlag<std::string>(name));
+    require(now(client.explainFlag(name)).value().value == flag.value_or(std::nullopt),
+            "the explained value");
     if (const auto reported = report.find(name); reported != report.end()) {
       require(flag && textOf(typedProperty(flag->value())) == reported->second, "the same value");
     } else {
@@ -78,6 +80,9 @@ inline void compareAnswers(CorvoClient& client, const model::ConfigResponse& con
     const auto detail = std::ranges::find(details, name, &CorvoExperimentDetail::id);
     const auto handle = now(client.getExperiment(name)).value_or(nullptr);
     require((handle != nullptr) == (detail != details.end()), "in the experiment or not");
+    const auto explained = now(client.explainExperiment(name)).value();
+    require(explained.value == (handle ? handle->userGroupName() : std::nullopt),
+            "the explained group");
     if (handle == nullptr) continue;
     require(handle->groupIndex() == detail->group.index, "in the same group");
     // Of several that share a name, the holdout may be another one.

@@ -8,10 +8,10 @@
 
 namespace corvo::fuzz {
 
-/// The first twelve need a location, the first seventeen a configuration that is fresh.
-constexpr std::size_t kQuestionCount = 19;
-constexpr std::size_t kConfigQuestionCount = 17;
-constexpr std::size_t kLocationQuestionCount = 12;
+/// The first thirteen need a location, the first nineteen a configuration that is fresh.
+constexpr std::size_t kQuestionCount = 21;
+constexpr std::size_t kConfigQuestionCount = 19;
+constexpr std::size_t kLocationQuestionCount = 13;
 constexpr std::size_t kReport = 5;  // of all flags
 
 /// Hands `use` the question of that number: a function of a client and of two callbacks, or of none
@@ -34,12 +34,14 @@ void withQuestion(std::size_t number, std::string_view name, std::int64_t index,
   if (number == 9) return use(ASK(getAllUserHoldouts));
   if (number == 10) return use(ASK(getUserExperimentsDetails));
   if (number == 11) return use(ASK(getUserExperimentsDetails, index > 0));
-  if (number == 12) return use(ASK(getExperiment, name));
-  if (number == 13) return use(ASK(getHoldout, name));
-  if (number == 14) return use(ASK(includeForce, name));
-  if (number == 15) return use(ASK(includeForce, name, index));
-  if (number == 16) return use(ASK(getProject));
-  if (number == 17) return use(ASK(excludeForce, name));
+  if (number == 12) return use(ASK(explainFlag, name));
+  if (number == 13) return use(ASK(explainExperiment, name));
+  if (number == 14) return use(ASK(getExperiment, name));
+  if (number == 15) return use(ASK(getHoldout, name));
+  if (number == 16) return use(ASK(includeForce, name));
+  if (number == 17) return use(ASK(includeForce, name, index));
+  if (number == 18) return use(ASK(getProject));
+  if (number == 19) return use(ASK(excludeForce, name));
   use(ASK(excludeForceAll));
 #undef ASK
 }

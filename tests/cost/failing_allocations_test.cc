@@ -131,10 +131,11 @@ std::map<std::string, Operation> operations() {
     const char* name;
   } questions[] = {{4, 5, kFlag},
                    {1, 2, kCarriedFlag},
-                   {5, 19, kExperiment},
-                   {13, 14, kHoldout},
-                   {15, 16, kHoldout}};
-  static_assert(fuzz::kQuestionCount == 19);
+                   {12, 13, kCarriedFlag},
+                   {5, 21, kExperiment},
+                   {15, 16, kHoldout},
+                   {17, 18, kHoldout}};
+  static_assert(fuzz::kQuestionCount == 21);
   std::map<std::string, Operation> all = kOtherOperations;
   for (const auto& [first, end, name] : questions) {
     for (std::size_t number = first; number < end; ++number) {
