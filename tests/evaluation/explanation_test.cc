@@ -50,7 +50,7 @@ TEST(Explanation, ReadsAsWritten) {
               expected);
     ++count;
   }
-  EXPECT_EQ(count, 5);
+  EXPECT_EQ(count, 7);
 }
 
 TEST(Explanation, IsJsonForPrograms) {
