@@ -40,15 +40,15 @@ class Clients {
         device_(std::make_shared<client::DeviceOnce>(platform_.device)) {}
 
   std::shared_ptr<CorvoClient> initialize(std::string projectToken,
-                                          std::optional<CorvoUser> initialUser, std::string apiURL,
-                                          std::uint64_t cacheTTL, std::uint64_t retryCount,
-                                          const std::string& tag) {
+                                          const std::optional<CorvoUser>& initialUser,
+                                          std::string apiURL, std::uint64_t cacheTTL,
+                                          std::uint64_t retryCount, const std::string& tag) {
     auto network = std::make_shared<network::NetworkClientImpl>(
         platform_.urlSession, platform_.mainQueue, std::move(apiURL), retryCount);
     Place place(*this, tag);
     auto made = makeClient(std::move(projectToken), std::move(network),
                            std::max(cacheTTL, kShortestCacheTTL), tag);
-    made->settleUser(std::move(initialUser));
+    made->settleUser(initialUser);
     place.fill(made);
     return made;
   }
@@ -113,6 +113,11 @@ class Clients {
                                      .clock = platform_.clock,
                                      .timeZone = platform_.timeZone,
                                      .device = device_});
+    auto user = std::make_shared<client::StoredUser>(
+        client::StoredUser::Parts{.storage = storage,
+                                  .contexts = contexts,
+                                  .clock = platform_.clock,
+                                  .timeZone = platform_.timeZone});
     auto forced = std::make_shared<client::ForcedInclusions>(client::ForcedInclusions::Parts{
         .storage = storage, .contexts = contexts, .clock = platform_.clock});
     auto synchronisation = std::make_shared<client::Synchronisation>(
@@ -125,10 +130,10 @@ class Clients {
     return std::make_shared<client::CorvoClientImpl>(
         client::CorvoClientImpl::Parts{.storage = std::move(storage),
                                        .contexts = std::move(contexts),
+                                       .user = std::move(user),
                                        .forced = std::move(forced),
                                        .synchronisation = std::move(synchronisation),
                                        .clock = platform_.clock,
-                                       .timeZone = platform_.timeZone,
                                        .mainQueue = platform_.mainQueue});
   }
 

@@ -6,9 +6,7 @@
 
 #include "base/text.h"
 #include "evaluation/project_state.h"
-#include "model/well_formed.h"
 #include "network/routes.h"
-#include "targeting/expiry.h"
 
 namespace corvo::corvo_internal::client {
 
@@ -17,10 +15,10 @@ using experiments::Scope;
 CorvoClientImpl::CorvoClientImpl(Parts parts)
     : storage_(std::move(parts.storage)),
       contexts_(std::move(parts.contexts)),
+      user_(std::move(parts.user)),
       forced_(std::move(parts.forced)),
       synchronisation_(std::move(parts.synchronisation)),
       clock_(std::move(parts.clock)),
-      timeZone_(std::move(parts.timeZone)),
       mainQueue_(std::move(parts.mainQueue)) {}
 
 CorvoClientImpl::~CorvoClientImpl() {
@@ -43,7 +41,7 @@ void CorvoClientImpl::tryStorageAgain(double now) try {
     lacksInclusions_ = true;
   }
   if (!storage_->tryAgain()) return;
-  if (needsStamps_) stampStoredUser(now);
+  user_->settleLate(now);
   if (lacksInclusions_) synchronisation_->forceAgain();
   lacksInclusions_ = false;
   storage_->config.settle();
@@ -52,32 +50,14 @@ void CorvoClientImpl::tryStorageAgain(double now) try {
   throw;
 }
 
-void CorvoClientImpl::settleUser(std::optional<CorvoUser> initialUser) {
+void CorvoClientImpl::settleUser(const std::optional<CorvoUser>& initialUser) {
   const Turn turn(access_);
-  const double now = begin(turn);
-  if (initialUser) {
-    storeUser(*initialUser, now);
-  } else {
-    stampStoredUser(now);
-  }
-}
-
-void CorvoClientImpl::stampStoredUser(double now) {
-  const std::shared_ptr<const CorvoUser> stored = storage_->user.read();
-  if (stored && !stored->corvoExpiration) {
-    CorvoUser stamped{stored->properties, PropertyMap()};
-    const std::string expiry = targeting::expiryText(now, *timeZone_);
-    for (const auto& property : stamped.properties) {
-      stamped.corvoExpiration->emplace(property.first, expiry);
-    }
-    storeUser(stamped, now);
-  }
-  needsStamps_ = !storage_->user.isKnown();
+  user_->settle(initialUser, begin(turn));
 }
 
 void CorvoClientImpl::setUser(CorvoUser user) {
   const Turn turn(access_);
-  storeUser(user, begin(turn));
+  user_->replace(user, begin(turn));
 }
 
 void CorvoClientImpl::setUserProperties(EditUser edit) {
@@ -85,9 +65,7 @@ void CorvoClientImpl::setUserProperties(EditUser edit) {
   const auto self = shared_from_this();  // the callback may release the client
   const Turn turn(access_);
   begin(turn);
-  CorvoUser::Builder builder(clock_, timeZone_);
-  edit(builder);
-  storeUser(builder.build(), clock_->now());
+  user_->build(edit);
 }
 
 void CorvoClientImpl::editUserProperties(EditUser edit) {
@@ -95,22 +73,12 @@ void CorvoClientImpl::editUserProperties(EditUser edit) {
   const auto self = shared_from_this();
   const Turn turn(access_);
   begin(turn);
-  const CorvoUser& user = *contexts_->currentUser();
-  CorvoUser::Builder builder(clock_, timeZone_);
-  builder.properties = user.properties;
-  builder.corvoExpiration = user.corvoExpiration.value_or(PropertyMap());
-  edit(builder);
-  storeUser(builder.build(), clock_->now(), storage::Origin::edit);
+  user_->edit(edit);
 }
 
 void CorvoClientImpl::clearUserProperties() {
   const Turn turn(access_);
-  storeUser({PropertyMap(), PropertyMap()}, begin(turn));
-}
-
-void CorvoClientImpl::storeUser(const CorvoUser& user, double now, storage::Origin origin) {
-  storage_->user.write(std::make_shared<const CorvoUser>(model::wellFormed(user)), now, origin);
-  needsStamps_ = false;
+  user_->replace({PropertyMap(), PropertyMap()}, begin(turn));
 }
 
 template <class Decider, class T>

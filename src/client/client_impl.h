@@ -3,7 +3,6 @@
 #include <corvo/client.h>
 #include <corvo/platform/clock.h>
 #include <corvo/platform/main_queue.h>
-#include <corvo/platform/time_zone.h>
 
 #include <cstdint>
 #include <memory>
@@ -16,6 +15,7 @@
 #include "client/forced_inclusions.h"
 #include "client/question.h"
 #include "client/stored_context.h"
+#include "client/stored_user.h"
 #include "client/synchronisation.h"
 #include "evaluation/evaluator.h"
 #include "experiments/memberships.h"
@@ -31,12 +31,12 @@ class CorvoClientImpl final : public CorvoClient,
  public:
   struct Parts {
     std::shared_ptr<storage::StorageClient> storage;
-    // The next three on the same storage.
+    // The next four on the same storage.
     std::shared_ptr<StoredContext> contexts;
+    std::shared_ptr<StoredUser> user;
     std::shared_ptr<ForcedInclusions> forced;
     std::shared_ptr<Synchronisation> synchronisation;
     std::shared_ptr<Clock> clock;
-    std::shared_ptr<TimeZone> timeZone;
     std::shared_ptr<MainQueue> mainQueue;
   };
   explicit CorvoClientImpl(Parts parts);
@@ -45,9 +45,8 @@ class CorvoClientImpl final : public CorvoClient,
   /// Tries once more to store what the store lacks.
   ~CorvoClientImpl() override;
 
-  /// Settles the stored user at the start of the client: an initial user replaces it; one from a
-  /// time without expiries gets them, a day from now.
-  void settleUser(std::optional<CorvoUser> initialUser);
+  /// Settles the stored user at the start of the client.
+  void settleUser(const std::optional<CorvoUser>& initialUser);
 
   void setUser(CorvoUser user) override;
   void setUserProperties(EditUser edit) override;
@@ -100,9 +99,6 @@ class CorvoClientImpl final : public CorvoClient,
   static void answer(Question& question, const Evidence& evidence, Turn& turn);
 
   const EvaluatorPointer& evaluatorOf(const ConfigPointer& config);
-  void stampStoredUser(double now);
-  void storeUser(const CorvoUser& user, double now,
-                 storage::Origin origin = storage::Origin::replacement);
 
   void askMemberships(experiments::Scope scope, AnswerSink<std::optional<std::string>>& sink);
   void refresh(AnswerSink<Done>& sink, Turn& turn);
@@ -117,12 +113,11 @@ class CorvoClientImpl final : public CorvoClient,
   Access access_{"a client was used from two threads at once"};
   std::shared_ptr<storage::StorageClient> storage_;
   std::shared_ptr<StoredContext> contexts_;
+  std::shared_ptr<StoredUser> user_;
   std::shared_ptr<ForcedInclusions> forced_;
   std::shared_ptr<Synchronisation> synchronisation_;
   std::shared_ptr<Clock> clock_;
-  std::shared_ptr<TimeZone> timeZone_;
   std::shared_ptr<MainQueue> mainQueue_;
-  bool needsStamps_ = false;      // the stored user of an earlier run, not read yet
   bool lacksInclusions_ = false;  // a configuration that was fetched while they could not be read
   ConfigPointer config_;          // what evaluator_ is about
   EvaluatorPointer evaluator_;

@@ -1,0 +1,59 @@
+#include "client/stored_user.h"
+
+#include <corvo/user_builder.h>
+
+#include <string>
+
+#include "model/well_formed.h"
+#include "targeting/expiry.h"
+
+namespace corvo::corvo_internal::client {
+
+void StoredUser::settle(const std::optional<CorvoUser>& initialUser, double now) {
+  if (initialUser) {
+    replace(*initialUser, now);
+  } else {
+    stamp(now);
+  }
+}
+
+void StoredUser::settleLate(double now) {
+  if (needsStamps_) stamp(now);
+}
+
+void StoredUser::stamp(double now) {
+  auto& slot = parts_.storage->user;
+  const std::shared_ptr<const CorvoUser> stored = slot.read();
+  if (stored && !stored->corvoExpiration) {
+    CorvoUser stamped{stored->properties, PropertyMap()};
+    const std::string expiry = targeting::expiryText(now, *parts_.timeZone);
+    for (const auto& property : stamped.properties) {
+      stamped.corvoExpiration->emplace(property.first, expiry);
+    }
+    replace(stamped, now);
+  }
+  needsStamps_ = !slot.isKnown();
+}
+
+void StoredUser::replace(const CorvoUser& user, double now, storage::Origin origin) {
+  parts_.storage->user.write(std::make_shared<const CorvoUser>(model::wellFormed(user)), now,
+                             origin);
+  needsStamps_ = false;
+}
+
+void StoredUser::build(EditUser& edit) {
+  CorvoUser::Builder builder(parts_.clock, parts_.timeZone);
+  edit(builder);
+  replace(builder.build(), parts_.clock->now());
+}
+
+void StoredUser::edit(EditUser& edit) {
+  const CorvoUser& user = *parts_.contexts->currentUser();
+  CorvoUser::Builder builder(parts_.clock, parts_.timeZone);
+  builder.properties = user.properties;
+  builder.corvoExpiration = user.corvoExpiration.value_or(PropertyMap());
+  edit(builder);
+  replace(builder.build(), parts_.clock->now(), storage::Origin::edit);
+}
+
+}  // namespace corvo::corvo_internal::client

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <corvo/client.h>
+#include <corvo/platform/clock.h>
+#include <corvo/platform/time_zone.h>
+#include <corvo/user.h>
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "client/stored_context.h"
+#include "storage/storage_client.h"
+
+namespace corvo::corvo_internal::client {
+
+/// The stored user of one client, as the application replaces and edits it. For one thread at a
+/// time.
+class StoredUser {
+ public:
+  struct Parts {
+    std::shared_ptr<storage::StorageClient> storage;
+    std::shared_ptr<StoredContext> contexts;  // on the same storage
+    std::shared_ptr<Clock> clock;
+    std::shared_ptr<TimeZone> timeZone;
+  };
+  explicit StoredUser(Parts parts) : parts_(std::move(parts)) {}
+
+  /// Settles the user at the start of the client: an initial user replaces it; one from a time
+  /// without expiries gets them, a day from now.
+  void settle(const std::optional<CorvoUser>& initialUser, double now);
+  /// Does the latter where the store could not be read at the start.
+  void settleLate(double now);
+
+  void replace(const CorvoUser& user, double now,
+               storage::Origin origin = storage::Origin::replacement);
+  /// Hands the callback an empty builder, or one with the stored user, and stores what that then
+  /// holds. After one that throws nothing is stored.
+  void build(EditUser& edit);
+  void edit(EditUser& edit);
+
+ private:
+  void stamp(double now);
+
+  Parts parts_;
+  bool needsStamps_ = false;  // the user of an earlier run, not read yet
+};
+
+}  // namespace corvo::corvo_internal::client
