@@ -143,7 +143,7 @@ bool containsLong(std::string_view whole, std::string_view part) {
 
 }  // namespace
 
-bool isWellFormed(std::string_view text) noexcept { return illFormedRest(text).empty(); }
+bool isWellFormedBeyondAscii(std::string_view text) noexcept { return illFormedRest(text).empty(); }
 
 WellFormed::WellFormed(std::string_view text) : text_(text) {
   if (!isWellFormed(text)) mended_ = mend(text);
