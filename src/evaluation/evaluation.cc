@@ -25,8 +25,15 @@ DeviceFacts wellFormed(const DeviceFacts& facts) {
           base::wellFormedIfAny(facts.systemVersion)};
 }
 
-std::shared_ptr<const TimeZone> zoneOf(const EvaluationContext& context) {
-  return context.timeZone ? context.timeZone : platform::systemTimeZone();
+// No reference is counted for those that stay the same.
+const std::shared_ptr<const TimeZone>& zoneOf(const EvaluationContext& context) {
+  static const std::shared_ptr<const TimeZone> system = platform::systemTimeZone();
+  return context.timeZone ? context.timeZone : system;
+}
+
+double momentOf(const EvaluationContext& context) {
+  static const std::shared_ptr<const Clock> system = platform::systemClock();
+  return context.now ? *context.now : system->now();
 }
 
 }  // namespace
@@ -77,7 +84,7 @@ void Evaluation::State::goOnWith(const EvaluationContext& context) {
     source.setDevice(wellFormed(given));
     device = std::move(given);
   }
-  now = context.now ? *context.now : platform::systemClock()->now();
+  now = momentOf(context);
 }
 
 Evaluation::Evaluation(const Project& project, const EvaluationContext& context)
@@ -90,7 +97,7 @@ Evaluation& Evaluation::operator=(Evaluation&&) noexcept = default;
 Evaluation::~Evaluation() = default;
 
 void Evaluation::reset(const EvaluationContext& context) {
-  if (const auto zone = zoneOf(context); zone != state_->zone) {
+  if (const auto& zone = zoneOf(context); zone != state_->zone) {
     state_ = std::make_unique<State>(state_->evaluator.project(), zone);
   }
   state_->goOnWith(context);

@@ -1,20 +1,14 @@
 #include "targeting/context_source.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <string>
 
 #include "base/civil_time.h"
-#include "model/fields.h"
 
 namespace corvo::corvo_internal::targeting {
 namespace {
-
-// A split mode is written as the name of its property.
-OwnIdentifier* identifierOf(std::string_view name, OwnIdentifiers& own) {
-  constexpr auto& kModes = model::EnumTexts<model::SplitMode>::list;
-  const auto mode = std::ranges::find(kModes, name, &model::EnumText<model::SplitMode>::text);
-  return mode == kModes.end() ? nullptr : &own[static_cast<std::size_t>(mode->value)];
-}
 
 // A view of nothing at all is an empty text.
 std::string_view present(std::string_view text) { return text.data() == nullptr ? "" : text; }
@@ -23,6 +17,8 @@ std::string_view present(std::string_view text) { return text.data() == nullptr 
 // user's own lists.
 class Expiries {
  public:
+  static constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+
   Expiries(const CorvoUser& user, const LocalTime& localTime) : localTime_(localTime) {
     const auto ofUserId = user.properties.find("corvoExpiration");
     if (ofUserId != user.properties.end()) ofUserId_ = &ofUserId->second;
@@ -31,14 +27,14 @@ class Expiries {
     end_ = user.corvoExpiration->end();
   }
 
-  // None where there is none, or it is no date that the clocks show.
-  std::optional<double> of(std::string_view name) {
+  // No number where there is none, or it is no date that the clocks show.
+  double of(std::string_view name) {
     const std::string* text = textOf(name);
-    if (text == nullptr) return std::nullopt;
+    if (text == nullptr) return kNone;
     if (last_ == nullptr || *text != *last_) {  // one text often serves all
       const auto local = base::parseDate(*text, base::DatePattern::second);
       const auto moment = local ? localTime_.momentOf(*local) : std::nullopt;
-      lastMoment_ = moment ? std::optional(static_cast<double>(*moment)) : std::nullopt;
+      lastMoment_ = moment ? static_cast<double>(*moment) : kNone;
       last_ = text;
     }
     return lastMoment_;
@@ -47,8 +43,11 @@ class Expiries {
  private:
   const std::string* textOf(std::string_view name) {
     if (name == "userId" && ofUserId_ != nullptr) return ofUserId_;
-    while (next_ != end_ && next_->first < name) ++next_;
-    return next_ != end_ && next_->first == name ? &next_->second : nullptr;
+    for (; next_ != end_; ++next_) {
+      const int order = next_->first.compare(name);
+      if (order >= 0) return order == 0 ? &next_->second : nullptr;
+    }
+    return nullptr;
   }
 
   const LocalTime& localTime_;
@@ -56,10 +55,15 @@ class Expiries {
   PropertyMap::const_iterator next_{};
   PropertyMap::const_iterator end_{};
   const std::string* last_ = nullptr;
-  std::optional<double> lastMoment_;
+  double lastMoment_ = kNone;
 };
 
 }  // namespace
+
+ContextSource::ContextSource(const TimeZone& zone) : zone_(zone), localTime_(zone) {
+  static const PropertyNames identifiersAlone;
+  setNames(identifiersAlone);
+}
 
 void ContextSource::setDevice(const DeviceFacts& facts) {
   ++revision_;
@@ -95,7 +99,7 @@ Context ContextSource::at(double now) {
     readBehind();
   } else if (showsAnother) {
     for (const DeviceProperties::Property* each : device_.clock()) {
-      const std::uint32_t number = numberOf(each->name);
+      const std::uint32_t number = names_->find(each->name);
       if (number != PropertyNames::kNone) table_.changeBehind(number, each->value);
     }
   }
@@ -108,7 +112,7 @@ void ContextSource::readUser() {
   table_.forgetUser();
   own_ = {};
   if (user_ == nullptr) {
-    readUser(properties_, [](std::string_view) { return std::optional(kNever); });
+    readUser(properties_, [](std::string_view) { return kNever; });
   } else {
     Expiries expiries(*user_, localTime_);
     readUser(user_->properties, [&](std::string_view name) { return expiries.of(name); });
@@ -119,14 +123,14 @@ void ContextSource::readUser() {
 template <class ExpiryOf>
 void ContextSource::readUser(const auto& properties, ExpiryOf expiryOf) {
   for (const auto& [name, value] : properties) {
-    const std::uint32_t number = numberOf(name);
-    OwnIdentifier* const identifier = identifierOf(name, own_);
-    if (number == PropertyNames::kNone && identifier == nullptr) continue;
-    const std::optional<double> expiry = expiryOf(name);
-    if (!expiry) continue;
-    if (number != PropertyNames::kNone) table_.putUser(number, value, *expiry);
-    if (identifier != nullptr && !identifier->isThere)
-      *identifier = {present(value), *expiry, true};
+    const std::uint32_t number = names_->find(name);
+    if (number == PropertyNames::kNone) continue;
+    const double expiry = expiryOf(name);
+    if (std::isnan(expiry)) continue;
+    table_.putUser(number, value, expiry);
+    if (number < own_.size() && !own_[number].isThere) {
+      own_[number] = {present(value), expiry, true};
+    }
   }
 }
 
@@ -135,16 +139,12 @@ void ContextSource::readBehind() {
   table_.forgetBehind();
   isBehindRead_ = true;
   const auto put = [this](const auto& name, std::string_view value) {
-    const std::uint32_t number = numberOf(name);
+    const std::uint32_t number = names_->find(name);
     if (number != PropertyNames::kNone) table_.putBehind(number, value);
   };
   for (const DeviceProperties::Property& each : device_.list()) put(each.name, each.value);
   if (location_ == nullptr) return;
   for (const auto& [name, value] : *location_) put(name, value);
-}
-
-std::uint32_t ContextSource::numberOf(const base::HashedName& name) const {
-  return names_ == nullptr ? PropertyNames::kNone : names_->find(name);
 }
 
 }  // namespace corvo::corvo_internal::targeting

@@ -25,7 +25,7 @@ using LastingProperty = std::pair<std::string_view, std::string_view>;
 /// and to the zone. For one thread at a time.
 class ContextSource {
  public:
-  explicit ContextSource(const TimeZone& zone) : zone_(zone), localTime_(zone) {}
+  explicit ContextSource(const TimeZone& zone);
   ContextSource(const ContextSource&) = delete;
   ContextSource& operator=(const ContextSource&) = delete;
 
@@ -64,7 +64,6 @@ class ContextSource {
   template <class ExpiryOf>
   void readUser(const auto& properties, ExpiryOf expiryOf);
   void readBehind();
-  [[nodiscard]] std::uint32_t numberOf(const base::HashedName& name) const;
 
   const TimeZone& zone_;
   LocalTime localTime_;

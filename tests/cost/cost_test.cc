@@ -1,9 +1,11 @@
 #include <corvo/client_registry.h>
+#include <corvo/evaluation.h>
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "tests/cost/allocations.h"
 
@@ -109,6 +111,41 @@ TEST_F(CostTest, AHandleCostsTheSameInAnyProject) {
   }
   EXPECT_EQ(allocated[10], allocated[2'000]);
   EXPECT_LE(allocated[10], 2U);
+}
+
+// As records and as properties, whether the rules hold for them or not.
+TEST(BatchCostTest, AnotherUserAllocatesNothing) {
+  constexpr std::size_t kUsers = 40;
+  std::vector<CorvoUser> users;
+  for (std::size_t i = 0; i < kUsers; ++i) {
+    const std::string id = i % 2 == 0 ? "u" : std::to_string(i) + ", whom no rule names";
+    users.push_back({{{"userId", id}, {"custom.seen", std::to_string(i)}}, PropertyMap()});
+    const std::string expiry = "2024-05-02 12:00:" + std::to_string(10 + i);
+    for (const auto& [name, value] : users[i].properties)
+      (*users[i].corvoExpiration)[name] = expiry;
+  }
+  for (const bool isRecord : {true, false}) {
+    EvaluationContext context{.location = {{"city", "Graz"}},
+                              .device = {.vendorIdentifier = "a device of a long identifier"},
+                              .now = 1'714'564'800,
+                              .timeZone = std::make_shared<fakes::FakeTimeZone>(7'200)};
+    Evaluation about = Project::decode(project(10)).value().evaluate(context);
+    std::vector<EvaluationContext::Property> properties;
+    std::size_t allocated = 0;
+    int answered = 0;
+    for (std::size_t i = 0; i < kUsers; ++i) {
+      properties.assign(users[i].properties.begin(), users[i].properties.end());
+      context.properties = properties;
+      if (isRecord) context.user = &users[i];
+      if (i == 2) allocated = tests::allocationCount();
+      about.reset(context);
+      for (const char* flag : {"flag0", "flag9", "carried", "none"}) {
+        answered += about.checkFlag<std::int64_t>(flag).hasValue() ? 1 : 0;
+      }
+    }
+    EXPECT_EQ(tests::allocationCount(), allocated) << isRecord;
+    EXPECT_EQ(answered, 3 * kUsers / 2) << isRecord;
+  }
 }
 
 }  // namespace
