@@ -133,6 +133,12 @@ EvaluationContext given() {
   return {.now = moment(), .timeZone = hostPlatform({.inMemory = true}).timeZone};
 }
 
+EvaluationContext somewhere() {
+  EvaluationContext context = given();
+  for (std::size_t i = 0; i < 12; ++i) context.location[text("place-", i)] = text("somewhere-", i);
+  return context;
+}
+
 auto batch(Give give, Ask ask, EvaluationContext context = given()) {
   return [=](benchmark::State& state) {
     Batch users(give, ask, context);
@@ -159,6 +165,8 @@ void addBatches() {
           batch(giveProperties, threeQuestions));
   addTime("another user, 9 properties, of now: the same", kNoGoal,
           batch(giveProperties, threeQuestions, EvaluationContext{}));
+  addTime("another user, 9 properties, a location of 12 that stays: the same", kNoGoal,
+          batch(giveProperties, threeQuestions, somewhere()));
   addTime("another user, a record: the same", 1'000, batch(giveRecord, threeQuestions));
   addTime("another user, 9 properties: report of 1,000 flags", kNoGoal,
           batch(giveProperties, report));

@@ -67,7 +67,7 @@ void Evaluation::State::goOnWith(const EvaluationContext& context) {
   source.setUser(std::span<const targeting::LastingProperty>());
   if (context.user == nullptr) {
     source.setUser(lasting.of(context.properties));
-  } else if (model::isWellFormed(*context.user)) {
+  } else if (model::readsAsWellFormed(*context.user)) {
     source.setUser(*context.user);
   } else {
     user = model::wellFormed(*context.user);

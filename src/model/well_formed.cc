@@ -24,9 +24,12 @@ PropertyMap wellFormed(const PropertyMap& properties) {
 
 }  // namespace
 
-bool isWellFormed(const CorvoUser& user) {
+bool readsAsWellFormed(const CorvoUser& user) {
+  const auto hasWellFormedName = [](const auto& expiry) {
+    return base::isWellFormed(expiry.first);
+  };
   return areWellFormed(user.properties) &&
-         (!user.corvoExpiration || areWellFormed(*user.corvoExpiration));
+         (!user.corvoExpiration || std::ranges::all_of(*user.corvoExpiration, hasWellFormedName));
 }
 
 CorvoUser wellFormed(const CorvoUser& user) {

@@ -13,7 +13,9 @@
 
 namespace corvo::corvo_internal::model {
 
-[[nodiscard]] bool isWellFormed(const CorvoUser& user);
+/// Whether a user reads as the well-formed one does. Of expiries only the names matter: one that is
+/// ill-formed is no date, and mended it is none either.
+[[nodiscard]] bool readsAsWellFormed(const CorvoUser& user);
 [[nodiscard]] CorvoUser wellFormed(const CorvoUser& user);
 
 /// The same for names and values that are only referred to. Keeps those that it had to replace.
