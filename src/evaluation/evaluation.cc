@@ -47,6 +47,7 @@ struct Evaluation::State {
     source.setDevice(device);
   }
 
+  void forgetUser() { source.setUser(std::span<const targeting::LastingProperty>()); }
   void goOnWith(const EvaluationContext& context);
   [[nodiscard]] targeting::Context context() { return source.at(now); }
 
@@ -56,23 +57,12 @@ struct Evaluation::State {
   PropertyMap location;    // the location, and
   PropertyMap properties;  // what conditions see of it
   double now = 0;
-  // Where what was given is ill-formed: what takes its place.
-  CorvoUser user;
-  model::WellFormedProperties lasting;
+  CorvoUser user;  // in place of one that is ill-formed
   targeting::ContextSource source;
 };
 
-// Should anything throw, the evaluation is about nobody, and refers to nothing that may be gone.
+// The user last: should anything throw, there is none.
 void Evaluation::State::goOnWith(const EvaluationContext& context) {
-  source.setUser(std::span<const targeting::LastingProperty>());
-  if (context.user == nullptr) {
-    source.setUser(lasting.of(context.properties));
-  } else if (model::readsAsWellFormed(*context.user)) {
-    source.setUser(*context.user);
-  } else {
-    user = model::wellFormed(*context.user);
-    source.setUser(user);
-  }
   if (location != context.location) {
     PropertyMap given = context.location;
     properties = targeting::locationProperties(given);
@@ -85,6 +75,14 @@ void Evaluation::State::goOnWith(const EvaluationContext& context) {
     device = std::move(given);
   }
   now = momentOf(context);
+  if (context.user == nullptr) {
+    source.setUser(context.properties);
+  } else if (model::readsAsWellFormed(*context.user)) {
+    source.setUser(*context.user);
+  } else {
+    user = model::wellFormed(*context.user);
+    source.setUser(user);
+  }
 }
 
 Evaluation::Evaluation(const Project& project, const EvaluationContext& context)
@@ -96,7 +94,9 @@ Evaluation::Evaluation(Evaluation&&) noexcept = default;
 Evaluation& Evaluation::operator=(Evaluation&&) noexcept = default;
 Evaluation::~Evaluation() = default;
 
+// Should anything throw, the evaluation is about nobody, and refers to nothing that may be gone.
 void Evaluation::reset(const EvaluationContext& context) {
+  state_->forgetUser();
   if (const auto& zone = zoneOf(context); zone != state_->zone) {
     state_ = std::make_unique<State>(state_->evaluator.project(), zone);
   }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "base/civil_time.h"
+#include "base/text.h"
 
 namespace corvo::corvo_internal::targeting {
 namespace {
@@ -111,27 +112,41 @@ Context ContextSource::at(double now) {
 void ContextSource::readUser() {
   table_.forgetUser();
   own_ = {};
-  if (user_ == nullptr) {
-    readUser(properties_, [](std::string_view) { return kNever; });
+  if (user_ != nullptr) {
+    readRecord();
   } else {
-    Expiries expiries(*user_, localTime_);
-    readUser(user_->properties, [&](std::string_view name) { return expiries.of(name); });
+    readLasting();
   }
   isUserRead_ = true;
 }
 
-template <class ExpiryOf>
-void ContextSource::readUser(const auto& properties, ExpiryOf expiryOf) {
-  for (const auto& [name, value] : properties) {
+void ContextSource::readRecord() {
+  Expiries expiries(*user_, localTime_);
+  for (const auto& [name, value] : user_->properties) {
     const std::uint32_t number = names_->find(name);
     if (number == PropertyNames::kNone) continue;
-    const double expiry = expiryOf(name);
-    if (std::isnan(expiry)) continue;
-    table_.putUser(number, value, expiry);
-    if (number < own_.size() && !own_[number].isThere) {
-      own_[number] = {present(value), expiry, true};
-    }
+    const double expiry = expiries.of(name);
+    if (!std::isnan(expiry)) putUser(number, value, expiry);
   }
+}
+
+// A name that is found is well-formed, and the value of one that is not is of no use.
+void ContextSource::readLasting() {
+  mended_.clear();
+  for (const auto& [name, value] : properties_) {
+    std::uint32_t number = names_->find(name);
+    if (number == PropertyNames::kNone && !base::isWellFormed(name)) {
+      number = names_->find(base::wellFormed(name));
+    }
+    if (number == PropertyNames::kNone) continue;
+    const bool isWellFormed = base::isWellFormed(value);
+    putUser(number, isWellFormed ? value : mended_.emplace_front(base::wellFormed(value)), kNever);
+  }
+}
+
+void ContextSource::putUser(std::uint32_t number, std::string_view value, double expiry) {
+  table_.putUser(number, value, expiry);
+  if (number < own_.size() && !own_[number].isThere) own_[number] = {present(value), expiry, true};
 }
 
 // What stands first counts: the device hides the location.

@@ -4,8 +4,10 @@
 #include <corvo/user.h>
 
 #include <cstdint>
+#include <forward_list>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -37,7 +39,8 @@ class ContextSource {
     user_ = &user;
     isUserRead_ = false;
   }
-  /// Properties of a user that do not expire. Of several with one name the first counts.
+  /// Properties of a user that do not expire. Of several with one name the first counts. Texts that
+  /// are ill-formed are mended.
   void setUser(std::span<const LastingProperty> properties) {
     ++revision_;
     user_ = nullptr;
@@ -61,8 +64,9 @@ class ContextSource {
 
  private:
   void readUser();
-  template <class ExpiryOf>
-  void readUser(const auto& properties, ExpiryOf expiryOf);
+  void readRecord();
+  void readLasting();
+  void putUser(std::uint32_t number, std::string_view value, double expiry);
   void readBehind();
 
   const TimeZone& zone_;
@@ -71,6 +75,7 @@ class ContextSource {
   std::uint64_t revision_ = 0;
   const CorvoUser* user_ = nullptr;
   std::span<const LastingProperty> properties_;  // where there is no user
+  std::forward_list<std::string> mended_;        // in place of values among them
   const PropertyMap* location_ = nullptr;
   const PropertyNames* names_ = nullptr;
   DeviceProperties device_;

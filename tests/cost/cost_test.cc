@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -111,6 +112,33 @@ TEST_F(CostTest, AHandleCostsTheSameInAnyProject) {
   }
   EXPECT_EQ(allocated[10], allocated[2'000]);
   EXPECT_LE(allocated[10], 2U);
+}
+
+TEST(BatchCostTest, AnEvaluationThatCannotGoOnIsAboutNobody) {
+  const Project all = Project::decode(project(1)).value();
+  const CorvoUser user{{{"userId", "u"}}, PropertyMap{{"userId", "2030-01-01 00:00:00"}}};
+  EvaluationContext first{.user = &user, .location = {{"city", "Graz"}}, .now = 0};
+  first.timeZone = std::make_shared<fakes::FakeTimeZone>();
+  std::vector<EvaluationContext> others(3, first);
+  others[0].location["a name beyond any buffer"] = "Wien";
+  others[1].device.systemName = "a system whose name is longer than any buffer";
+  others[2].timeZone = std::make_shared<fakes::FakeTimeZone>();
+  for (const EvaluationContext& other : others) {
+    bool failed = true;
+    for (std::size_t succeed = 0; failed; ++succeed) {
+      Evaluation about = all.evaluate(first);
+      ASSERT_EQ(about.checkFlag<bool>("flag0").value(), true);
+      {
+        const tests::FailingAllocation failing(succeed);
+        try {
+          about.reset(other);
+        } catch (const std::bad_alloc&) {
+        }
+        failed = tests::FailingAllocation::hasFailed();
+      }
+      EXPECT_EQ(about.checkFlag<bool>("flag0").hasValue(), !failed) << succeed;
+    }
+  }
 }
 
 // As records and as properties, whether the rules hold for them or not.
