@@ -8,8 +8,10 @@ int main(int argc, char** argv) {
   corvo::bench::addYardsticks();
   corvo::bench::addQuestions();
   corvo::bench::addReports();
+  corvo::bench::addBatches();
   corvo::bench::addShells();
   corvo::bench::addLoading();
   corvo::bench::addCounts();
+  corvo::bench::addBatchCounts();
   corvo::bench::runAll(std::cout);
 }

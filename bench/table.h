@@ -26,9 +26,11 @@ constexpr const char* kDigestYardstick = "MD5 of 32 bytes";
 void addYardsticks();
 void addQuestions();
 void addReports();
+void addBatches();
 void addShells();
 void addLoading();
 void addCounts();
+void addBatchCounts();
 
 /// Makes all measurements and writes them as a table in Markdown: of times the median, the shortest
 /// (which says more where other programs share the machine) and the median's ratio to the digest.

@@ -153,7 +153,7 @@ ClientRegistry::~ClientRegistry() = default;
 std::shared_ptr<CorvoClient> ClientRegistry::initializeClient(
     std::string_view projectToken, std::optional<CorvoUser> initialUser, std::string_view apiURL,
     std::uint64_t cacheTTL, std::uint64_t retryCount, std::string_view tag) {
-  return clients_->initialize(base::wellFormed(projectToken), std::move(initialUser),
+  return clients_->initialize(base::wellFormed(projectToken), initialUser,
                               base::wellFormed(apiURL), cacheTTL, retryCount,
                               base::wellFormed(tag));
 }

@@ -28,10 +28,6 @@ std::size_t asciiPrefix(std::string_view text) noexcept {
   constexpr std::size_t kWord = sizeof(std::uint64_t);
   std::size_t at = 0;
   while (text.size() - at >= kWord && isAsciiWord(text.data() + at)) at += kWord;
-  // The last bytes are looked at together with some of those before them.
-  if (at != 0 && text.size() - at < kWord && isAsciiWord(text.data() + text.size() - kWord)) {
-    return text.size();
-  }
   while (at < text.size() && isAscii(text[at])) ++at;
   return at;
 }
@@ -143,7 +139,7 @@ bool containsLong(std::string_view whole, std::string_view part) {
 
 }  // namespace
 
-bool isWellFormed(std::string_view text) noexcept { return illFormedRest(text).empty(); }
+bool isWellFormedBeyondAscii(std::string_view text) noexcept { return illFormedRest(text).empty(); }
 
 WellFormed::WellFormed(std::string_view text) : text_(text) {
   if (!isWellFormed(text)) mended_ = mend(text);

@@ -1,13 +1,43 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace corvo::corvo_internal::base {
 
-/// Whether the bytes are well-formed UTF-8 (Unicode 15, table 3-7).
-[[nodiscard]] bool isWellFormed(std::string_view text) noexcept;
+/// Whether all bytes of a text that is a word long or longer are ASCII. The last bytes are looked
+/// at together with some of those before them.
+template <class Word>
+[[nodiscard]] bool isAsciiByWords(std::string_view text) noexcept {
+  const auto isAsciiAt = [&](std::size_t at) {
+    Word word = 0;
+    std::memcpy(&word, text.data() + at, sizeof word);
+    return (word & static_cast<Word>(0x8080808080808080)) == 0;
+  };
+  const std::size_t last = text.size() - sizeof(Word);
+  for (std::size_t at = 0; at < last; at += sizeof(Word)) {
+    if (!isAsciiAt(at)) return false;
+  }
+  return isAsciiAt(last);
+}
+
+[[nodiscard]] inline bool isAscii(std::string_view text) noexcept {
+  if (text.size() >= 8) return isAsciiByWords<std::uint64_t>(text);
+  if (text.size() >= 4) return isAsciiByWords<std::uint32_t>(text);
+  if (text.size() >= 2) return isAsciiByWords<std::uint16_t>(text);
+  return text.empty() || isAsciiByWords<std::uint8_t>(text);
+}
+
+/// Whether the bytes are well-formed UTF-8 (Unicode 15, table 3-7). Most texts are ASCII, which is
+/// quickly found.
+[[nodiscard]] bool isWellFormedBeyondAscii(std::string_view text) noexcept;
+[[nodiscard]] inline bool isWellFormed(std::string_view text) noexcept {
+  return isAscii(text) || isWellFormedBeyondAscii(text);
+}
 
 /// A text made well-formed: each maximal ill-formed sequence becomes U+FFFD (Unicode 15, section
 /// 3.9, "substitution of maximal subparts"). A well-formed text is only looked at, not copied.

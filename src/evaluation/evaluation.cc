@@ -25,8 +25,15 @@ DeviceFacts wellFormed(const DeviceFacts& facts) {
           base::wellFormedIfAny(facts.systemVersion)};
 }
 
-std::shared_ptr<const TimeZone> zoneOf(const EvaluationContext& context) {
-  return context.timeZone ? context.timeZone : platform::systemTimeZone();
+// No reference is counted for those that stay the same.
+const std::shared_ptr<const TimeZone>& zoneOf(const EvaluationContext& context) {
+  static const std::shared_ptr<const TimeZone> system = platform::systemTimeZone();
+  return context.timeZone ? context.timeZone : system;
+}
+
+double momentOf(const EvaluationContext& context) {
+  static const std::shared_ptr<const Clock> system = platform::systemClock();
+  return context.now ? *context.now : system->now();
 }
 
 }  // namespace
@@ -40,6 +47,7 @@ struct Evaluation::State {
     source.setDevice(device);
   }
 
+  void forgetUser() { source.setUser(std::span<const targeting::LastingProperty>()); }
   void goOnWith(const EvaluationContext& context);
   [[nodiscard]] targeting::Context context() { return source.at(now); }
 
@@ -49,23 +57,12 @@ struct Evaluation::State {
   PropertyMap location;    // the location, and
   PropertyMap properties;  // what conditions see of it
   double now = 0;
-  // Where what was given is ill-formed: what takes its place.
-  CorvoUser user;
-  model::WellFormedProperties lasting;
+  CorvoUser user;  // in place of one that is ill-formed
   targeting::ContextSource source;
 };
 
-// Should anything throw, the evaluation is about nobody, and refers to nothing that may be gone.
+// The user last: should anything throw, there is none.
 void Evaluation::State::goOnWith(const EvaluationContext& context) {
-  source.setUser(std::span<const targeting::LastingProperty>());
-  if (context.user == nullptr) {
-    source.setUser(lasting.of(context.properties));
-  } else if (model::isWellFormed(*context.user)) {
-    source.setUser(*context.user);
-  } else {
-    user = model::wellFormed(*context.user);
-    source.setUser(user);
-  }
   if (location != context.location) {
     PropertyMap given = context.location;
     properties = targeting::locationProperties(given);
@@ -77,7 +74,15 @@ void Evaluation::State::goOnWith(const EvaluationContext& context) {
     source.setDevice(wellFormed(given));
     device = std::move(given);
   }
-  now = context.now ? *context.now : platform::systemClock()->now();
+  now = momentOf(context);
+  if (context.user == nullptr) {
+    source.setUser(context.properties);
+  } else if (model::readsAsWellFormed(*context.user)) {
+    source.setUser(*context.user);
+  } else {
+    user = model::wellFormed(*context.user);
+    source.setUser(user);
+  }
 }
 
 Evaluation::Evaluation(const Project& project, const EvaluationContext& context)
@@ -89,8 +94,10 @@ Evaluation::Evaluation(Evaluation&&) noexcept = default;
 Evaluation& Evaluation::operator=(Evaluation&&) noexcept = default;
 Evaluation::~Evaluation() = default;
 
+// Should anything throw, the evaluation is about nobody, and refers to nothing that may be gone.
 void Evaluation::reset(const EvaluationContext& context) {
-  if (const auto zone = zoneOf(context); zone != state_->zone) {
+  state_->forgetUser();
+  if (const auto& zone = zoneOf(context); zone != state_->zone) {
     state_ = std::make_unique<State>(state_->evaluator.project(), zone);
   }
   state_->goOnWith(context);

@@ -4,17 +4,10 @@
 #include <string>
 
 #include "base/civil_time.h"
-#include "model/fields.h"
+#include "base/text.h"
 
 namespace corvo::corvo_internal::targeting {
 namespace {
-
-// A split mode is written as the name of its property.
-OwnIdentifier* identifierOf(std::string_view name, OwnIdentifiers& own) {
-  constexpr auto& kModes = model::EnumTexts<model::SplitMode>::list;
-  const auto mode = std::ranges::find(kModes, name, &model::EnumText<model::SplitMode>::text);
-  return mode == kModes.end() ? nullptr : &own[static_cast<std::size_t>(mode->value)];
-}
 
 // A view of nothing at all is an empty text.
 std::string_view present(std::string_view text) { return text.data() == nullptr ? "" : text; }
@@ -47,8 +40,11 @@ class Expiries {
  private:
   const std::string* textOf(std::string_view name) {
     if (name == "userId" && ofUserId_ != nullptr) return ofUserId_;
-    while (next_ != end_ && next_->first < name) ++next_;
-    return next_ != end_ && next_->first == name ? &next_->second : nullptr;
+    for (; next_ != end_; ++next_) {
+      const int order = next_->first.compare(name);
+      if (order >= 0) return order == 0 ? &next_->second : nullptr;
+    }
+    return nullptr;
   }
 
   const LocalTime& localTime_;
@@ -60,6 +56,11 @@ class Expiries {
 };
 
 }  // namespace
+
+ContextSource::ContextSource(const TimeZone& zone) : zone_(zone), localTime_(zone) {
+  static const PropertyNames identifiersAlone;
+  setNames(identifiersAlone);
+}
 
 void ContextSource::setDevice(const DeviceFacts& facts) {
   ++revision_;
@@ -95,7 +96,7 @@ Context ContextSource::at(double now) {
     readBehind();
   } else if (showsAnother) {
     for (const DeviceProperties::Property* each : device_.clock()) {
-      const std::uint32_t number = numberOf(each->name);
+      const std::uint32_t number = names_->find(each->name);
       if (number != PropertyNames::kNone) table_.changeBehind(number, each->value);
     }
   }
@@ -107,25 +108,40 @@ Context ContextSource::at(double now) {
 void ContextSource::readUser() {
   table_.forgetUser();
   own_ = {};
-  if (user_ == nullptr) {
-    readUser(properties_, [](std::string_view) { return kNever; });
+  if (user_ != nullptr) {
+    readRecord();
   } else {
-    Expiries expiries(*user_, localTime_);
-    readUser(user_->properties, [&](std::string_view name) { return expiries.of(name); });
+    readLasting();
   }
   isUserRead_ = true;
 }
 
-template <class ExpiryOf>
-void ContextSource::readUser(const auto& properties, ExpiryOf expiryOf) {
-  for (const auto& [name, value] : properties) {
-    const std::uint32_t number = numberOf(name);
-    OwnIdentifier* const identifier = identifierOf(name, own_);
-    if (number == PropertyNames::kNone && identifier == nullptr) continue;
-    const double expiry = expiryOf(name);
-    if (number != PropertyNames::kNone) table_.putUser(number, value, expiry);
-    if (identifier != nullptr && !identifier->isThere) *identifier = {present(value), expiry, true};
+void ContextSource::readRecord() {
+  Expiries expiries(*user_, localTime_);
+  for (const auto& [name, value] : user_->properties) {
+    const std::uint32_t number = names_->find(name);
+    if (number == PropertyNames::kNone) continue;
+    putUser(number, value, expiries.of(name));
   }
+}
+
+// A name that is found is well-formed, and the value of one that is not is of no use.
+void ContextSource::readLasting() {
+  mended_.clear();
+  for (const auto& [name, value] : properties_) {
+    std::uint32_t number = names_->find(name);
+    if (number == PropertyNames::kNone && !base::isWellFormed(name)) {
+      number = names_->find(base::wellFormed(name));
+    }
+    if (number == PropertyNames::kNone) continue;
+    const bool isWellFormed = base::isWellFormed(value);
+    putUser(number, isWellFormed ? value : mended_.emplace_front(base::wellFormed(value)), kNever);
+  }
+}
+
+void ContextSource::putUser(std::uint32_t number, std::string_view value, double expiry) {
+  table_.putUser(number, value, expiry);
+  if (number < own_.size() && !own_[number].isThere) own_[number] = {present(value), expiry, true};
 }
 
 // What stands first counts: the device hides the location.
@@ -133,16 +149,12 @@ void ContextSource::readBehind() {
   table_.forgetBehind();
   isBehindRead_ = true;
   const auto put = [this](const auto& name, std::string_view value) {
-    const std::uint32_t number = numberOf(name);
+    const std::uint32_t number = names_->find(name);
     if (number != PropertyNames::kNone) table_.putBehind(number, value);
   };
   for (const DeviceProperties::Property& each : device_.list()) put(each.name, each.value);
   if (location_ == nullptr) return;
   for (const auto& [name, value] : *location_) put(name, value);
-}
-
-std::uint32_t ContextSource::numberOf(const base::HashedName& name) const {
-  return names_ == nullptr ? PropertyNames::kNone : names_->find(name);
 }
 
 }  // namespace corvo::corvo_internal::targeting

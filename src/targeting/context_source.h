@@ -4,8 +4,10 @@
 #include <corvo/user.h>
 
 #include <cstdint>
+#include <forward_list>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -25,7 +27,7 @@ using LastingProperty = std::pair<std::string_view, std::string_view>;
 /// and to the zone. For one thread at a time.
 class ContextSource {
  public:
-  explicit ContextSource(const TimeZone& zone) : zone_(zone), localTime_(zone) {}
+  explicit ContextSource(const TimeZone& zone);
   ContextSource(const ContextSource&) = delete;
   ContextSource& operator=(const ContextSource&) = delete;
 
@@ -37,7 +39,8 @@ class ContextSource {
     user_ = &user;
     isUserRead_ = false;
   }
-  /// Properties of a user that do not expire. Of several with one name the first counts.
+  /// Properties of a user that do not expire. Of several with one name the first counts. Texts that
+  /// are ill-formed are mended.
   void setUser(std::span<const LastingProperty> properties) {
     ++revision_;
     user_ = nullptr;
@@ -63,10 +66,10 @@ class ContextSource {
 
  private:
   void readUser();
-  template <class ExpiryOf>
-  void readUser(const auto& properties, ExpiryOf expiryOf);
+  void readRecord();
+  void readLasting();
+  void putUser(std::uint32_t number, std::string_view value, double expiry);
   void readBehind();
-  [[nodiscard]] std::uint32_t numberOf(const base::HashedName& name) const;
 
   const TimeZone& zone_;
   LocalTime localTime_;
@@ -74,6 +77,7 @@ class ContextSource {
   std::uint64_t revision_ = 0;
   const CorvoUser* user_ = nullptr;
   std::span<const LastingProperty> properties_;  // where there is no user
+  std::forward_list<std::string> mended_;        // in place of values among them
   const PropertyMap* location_ = nullptr;
   const PropertyNames* names_ = nullptr;
   DeviceProperties device_;

@@ -59,6 +59,7 @@ void LocalTime::forgetFormerZone() const {
   identifier_ = identifier;
   moments_.forget();
   locals_.forget();
+  steady_ = {};
 }
 
 LocalSeconds LocalTime::localAt(std::int64_t moment) const {
@@ -66,8 +67,9 @@ LocalSeconds LocalTime::localAt(std::int64_t moment) const {
   return locals_.get(moment, [&] { return moment + zone_.offsetAt(moment); });
 }
 
-// Tries every offset that is in force within a day of `local`.
+// Tries every offset that is in force within a day of `local`: where that is one, it is right.
 std::optional<std::int64_t> LocalTime::search(LocalSeconds local) const {
+  if (isSteady(local - kSecondsPerDay, local + kSecondsPerDay)) return local - steady_.offset;
   std::optional<std::int64_t> last;
   std::optional<std::int32_t> tried;
   for (std::int64_t sample = local - kSecondsPerDay; sample <= local + kSecondsPerDay;
@@ -79,6 +81,19 @@ std::optional<std::int64_t> LocalTime::search(LocalSeconds local) const {
     if (zone_.offsetAt(moment) == offset) last = std::max(last.value_or(moment), moment);
   }
   return last;
+}
+
+// Whether the offset is the same all the time. What is known to be steady is extended to there, so
+// that of many times that lie near each other the first alone costs many questions to the zone.
+bool LocalTime::isSteady(std::int64_t from, std::int64_t to) const {
+  if (to < steady_.first || steady_.last < from) steady_ = {from, from, zone_.offsetAt(from)};
+  for (; from < steady_.first; steady_.first -= kSampleSeconds) {
+    if (zone_.offsetAt(steady_.first - kSampleSeconds) != steady_.offset) return false;
+  }
+  for (; steady_.last < to; steady_.last += kSampleSeconds) {
+    if (zone_.offsetAt(steady_.last + kSampleSeconds) != steady_.offset) return false;
+  }
+  return true;
 }
 
 }  // namespace corvo::corvo_internal::targeting

@@ -53,9 +53,17 @@ class LocalTime {
   void forgetFormerZone() const;
   [[nodiscard]] base::LocalSeconds localAt(std::int64_t moment) const;
   [[nodiscard]] std::optional<std::int64_t> search(base::LocalSeconds local) const;
+  [[nodiscard]] bool isSteady(std::int64_t from, std::int64_t to) const;
 
   const TimeZone& zone_;
+  // From the one moment to the other the offset is the same, as it is at every hour between them.
+  struct Steady {
+    std::int64_t first = INT64_MAX;
+    std::int64_t last = INT64_MIN;
+    std::int32_t offset = 0;
+  };
   mutable std::uint64_t identifier_ = 0;
+  mutable Steady steady_;
   mutable Memo<std::optional<std::int64_t>> moments_;
   mutable Memo<base::LocalSeconds> locals_;
 };

@@ -1,9 +1,12 @@
 #include <corvo/client_registry.h>
+#include <corvo/evaluation.h>
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
 #include <map>
+#include <new>
 #include <string>
+#include <vector>
 
 #include "tests/cost/allocations.h"
 
@@ -109,6 +112,68 @@ TEST_F(CostTest, AHandleCostsTheSameInAnyProject) {
   }
   EXPECT_EQ(allocated[10], allocated[2'000]);
   EXPECT_LE(allocated[10], 2U);
+}
+
+TEST(BatchCostTest, AnEvaluationThatCannotGoOnIsAboutNobody) {
+  const Project all = Project::decode(project(1)).value();
+  const CorvoUser user{{{"userId", "u"}}, PropertyMap{{"userId", "2030-01-01 00:00:00"}}};
+  EvaluationContext first{.user = &user, .location = {{"city", "Graz"}}, .now = 0};
+  first.timeZone = std::make_shared<fakes::FakeTimeZone>();
+  std::vector<EvaluationContext> others(3, first);
+  others[0].location["a name beyond any buffer"] = "Wien";
+  others[1].device.systemName = "a system whose name is longer than any buffer";
+  others[2].timeZone = std::make_shared<fakes::FakeTimeZone>();
+  for (const EvaluationContext& other : others) {
+    bool failed = true;
+    for (std::size_t succeed = 0; failed; ++succeed) {
+      Evaluation about = all.evaluate(first);
+      ASSERT_EQ(about.checkFlag<bool>("flag0").value(), true);
+      {
+        const tests::FailingAllocation failing(succeed);
+        try {
+          about.reset(other);
+        } catch (const std::bad_alloc&) {
+        }
+        failed = tests::FailingAllocation::hasFailed();
+      }
+      EXPECT_EQ(about.checkFlag<bool>("flag0").hasValue(), !failed) << succeed;
+    }
+  }
+}
+
+// As records and as properties, whether the rules hold for them or not.
+TEST(BatchCostTest, AnotherUserAllocatesNothing) {
+  constexpr std::size_t kUsers = 40;
+  std::vector<CorvoUser> users;
+  for (std::size_t i = 0; i < kUsers; ++i) {
+    const std::string id = i % 2 == 0 ? "u" : std::to_string(i) + ", whom no rule names";
+    users.push_back({{{"userId", id}, {"custom.seen", std::to_string(i)}}, PropertyMap()});
+    const std::string expiry = "2024-05-02 12:00:" + std::to_string(10 + i);
+    for (const auto& [name, value] : users[i].properties)
+      (*users[i].corvoExpiration)[name] = expiry;
+  }
+  for (const bool isRecord : {true, false}) {
+    EvaluationContext context{.location = {{"city", "Graz"}},
+                              .device = {.vendorIdentifier = "a device of a long identifier"},
+                              .now = 1'714'564'800,
+                              .timeZone = std::make_shared<fakes::FakeTimeZone>(7'200)};
+    Evaluation about = Project::decode(project(10)).value().evaluate(context);
+    std::vector<EvaluationContext::Property> properties;
+    std::size_t allocated = 0;
+    int answered = 0;
+    for (std::size_t i = 0; i < kUsers; ++i) {
+      properties.assign(users[i].properties.begin(), users[i].properties.end());
+      context.properties = properties;
+      if (isRecord) context.user = &users[i];
+      if (i == 2) allocated = tests::allocationCount();
+      about.reset(context);
+      for (const char* flag : {"flag0", "flag9", "carried", "none"}) {
+        answered += about.checkFlag<std::int64_t>(flag).hasValue() ? 1 : 0;
+      }
+    }
+    EXPECT_EQ(tests::allocationCount(), allocated) << isRecord;
+    EXPECT_EQ(answered, 3 * kUsers / 2) << isRecord;
+  }
 }
 
 }  // namespace

@@ -25,6 +25,8 @@ CorvoUser userOf(int number) {
       PropertyMap{{"userId", "2030-01-01 00:00:00"}, {"custom.plan", "2024-05-02 00:00:00"}}};
   if (number % 3 == 0) user.properties["deviceId"] = "own-" + id;
   if (number % 3 == 0) user.corvoExpiration->emplace("deviceId", "2024-05-01 12:00:00");
+  if (number % 7 == 0) user.corvoExpiration->at("custom.plan") = "2030-01-01 00:00:00\xFF";
+  if (number % 7 == 1) user.corvoExpiration->emplace("custom.\xFF", "2030-01-01 00:00:00");
   if (number % 5 == 0) user.properties["profileId"] = "profile-" + id;
   if (number % 5 == 0) user.corvoExpiration->emplace("profileId", "2030-01-01 00:00:00");
   return user;

@@ -27,11 +27,12 @@ TEST(PropertyNames, FindEachOfManyByItsExactName) {
   EXPECT_EQ(names.find("0"), PropertyNames::kNone);
   std::vector<std::string> texts;
   for (int i = 0; i < 1'000; ++i) texts.push_back(std::to_string(i));
-  for (std::uint32_t i = 0; i < 1'000; ++i) EXPECT_EQ(names.numberOf(texts[i]), i);
-  for (std::uint32_t i = 0; i < 1'000; ++i) EXPECT_EQ(names.find(texts[i]), i);
-  EXPECT_EQ(names.numberOf("Name"), 1'000U);
+  const std::uint32_t first = names.numberOf("0");
+  for (std::uint32_t i = 0; i < 1'000; ++i) EXPECT_EQ(names.numberOf(texts[i]), first + i);
+  for (std::uint32_t i = 0; i < 1'000; ++i) EXPECT_EQ(names.find(texts[i]), first + i);
+  EXPECT_EQ(names.numberOf("Name"), first + 1'000);
   EXPECT_EQ(names.find("name"), PropertyNames::kNone);
-  EXPECT_EQ(names.numberOf("cafe\u0301"), 1'001U);
+  EXPECT_EQ(names.numberOf("cafe\u0301"), first + 1'001);
   EXPECT_EQ(names.find("caf\u00e9"), PropertyNames::kNone);
 }
 
@@ -43,6 +44,7 @@ TEST(ContextSource, AsksUserThenDeviceThenLocation) {
   const std::uint32_t city = names.numberOf("geo.city");
   const std::uint32_t deviceId = names.numberOf("deviceId");
   const std::uint32_t gone = names.numberOf("gone");
+  const std::uint32_t mended = names.numberOf("custom.\uFFFD");
   const std::string past = "2024-05-01 11:59:59";
   const std::string present = "2024-05-01 12:00:00";
   const CorvoUser user{{{"os.name", "tvOS"}, {"geo.city", "Graz"}, {"gone", "1"}, {"other", "2"}},
@@ -63,12 +65,15 @@ TEST(ContextSource, AsksUserThenDeviceThenLocation) {
   const Context never = source.at(std::numeric_limits<double>::quiet_NaN());
   EXPECT_EQ(*never.find(deviceId), "d");
   EXPECT_EQ(*never.find(gone), "1");
-  const LastingProperty properties[] = {{"geo.city", "Linz"}, {"geo.city", "Graz"}, {"userId", ""}};
+  const LastingProperty properties[] = {{"geo.city", "Linz"},   {"geo.city", "Graz"},
+                                        {"userId", ""},         {"custom.\xFF", "\xFF, mended"},
+                                        {"custom.\uFFFD", "x"}, {"\xFF", "\xFF"}};
   source.setUser(properties);
   const Context next = source.at(kNow);
   EXPECT_EQ(*next.find(city), "Linz");
   EXPECT_EQ(*next.find(osName), "iOS");
   EXPECT_EQ(next.find(gone), nullptr);
+  EXPECT_EQ(*next.find(mended), "\uFFFD, mended");
   EXPECT_EQ(*next.findOwn(model::SplitMode::userId), "");
   EXPECT_EQ(next.findOwn(model::SplitMode::deviceId), nullptr) << "the device's is not their own";
 }

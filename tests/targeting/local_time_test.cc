@@ -7,7 +7,10 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <random>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/base/case_table.h"
 
@@ -59,6 +62,39 @@ TEST(LocalTime, ForgetsTheFormerZone) {
   zone.change(kHour, {{kHour, 0}});
   EXPECT_EQ(time.momentOf(0), -kHour);
   EXPECT_TRUE(time.withinOneDay(0, 86'400 + kHour - 1));
+}
+
+/// Counts how often it is asked.
+struct CountedZone : TimeZone {
+  FakeTimeZone zone{kHour, {{1'000'000, 2 * kHour}, {1'003'600, kHour}, {1'400'000, -kHour}}};
+  mutable std::size_t asked = 0;
+  [[nodiscard]] std::uint64_t identifier() const override { return zone.identifier(); }
+  [[nodiscard]] std::int32_t offsetAt(std::int64_t moment) const override {
+    ++asked;
+    return zone.offsetAt(moment);
+  }
+};
+
+// What one local time has told about the zone serves the next, and never misleads it: whatever the
+// order, each is the moment that is found when it is asked for alone.
+TEST(LocalTime, AsksTheZoneLittleAboutTimesNearEachOther) {
+  const CountedZone zone;
+  const LocalTime time(zone);
+  EXPECT_EQ(time.momentOf(kHour), 0);
+  const std::size_t cold = std::exchange(zone.asked, 0);
+  for (std::int64_t local = 0; local < 24 * kHour; local += 9) {
+    EXPECT_EQ(time.momentOf(local), local - kHour);
+  }
+  EXPECT_LT(zone.asked, cold);
+  std::vector<std::int64_t> locals;
+  for (std::int64_t local = 700'000; local < 1'700'000; local += 1'234) locals.push_back(local);
+  std::ranges::shuffle(locals, std::mt19937(1));
+  for (const bool inOrder : {false, true}) {
+    if (inOrder) std::ranges::sort(locals);
+    for (const std::int64_t local : locals) {
+      EXPECT_EQ(time.momentOf(local), LocalTime(zone).momentOf(local)) << local;
+    }
+  }
 }
 
 TEST(LocalTime, DropsFractionsDownwardsAndBearsAnyMoment) {
