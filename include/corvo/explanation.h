@@ -23,43 +23,43 @@ struct CORVO_EXPORT Explanation {
 
   /// What was decided in a step.
   enum class Code : std::uint8_t {
-    flag,              ///< Whether the project has the flag.
+    flag,              ///< Whether the configuration itself has the flag.
     experiment,        ///< Whether the user is in an experiment, and in which group.
     splitIdentifier,   ///< The text by which the experiment places the user.
     holdout,           ///< Whether the user is in a holdout that the experiment names.
     forcedGroup,       ///< Whether the forced list of a group names the user.
-    forcedExperiment,  ///< Whether that of the experiment does.
+    forcedExperiment,  ///< Whether the forced list of the experiment names the user.
     layer,             ///< Whether the user's point lies inside the experiment's layer.
-    interval,          ///< Whether it lies in one interval of it.
+    interval,          ///< Whether the point lies in one interval of the layer.
     bucket,            ///< The hash of identifier and salt.
     allocation,        ///< Whether the bucket lies within the experiment's allocation.
-    group,             ///< The group whose share takes in the bucket.
-    share,             ///< Whether that of one group does.
+    group,             ///< The group whose share of the users takes in the bucket.
+    share,             ///< Whether the share of one group takes it in.
     targets,           ///< Whether the experiment is for users like this one.
     carriedFlag,       ///< Whether the flag that an experiment carries has the user's group.
     rules,             ///< Which rule of a list holds.
-    rule,              ///< Whether one rule does.
-    condition,         ///< Whether one condition does.
+    rule,              ///< Whether one rule holds.
+    condition,         ///< Whether one condition holds.
     value              ///< What the value's text is read as.
   };
 
   /// How it was decided.
   enum class Outcome : std::uint8_t {
-    done,       ///< There is one outcome.
-    found,      ///< There is such a thing.
-    notFound,   ///< There is none.
-    expired,    ///< The user had such a thing, which has expired.
+    done,       ///< The step has no other outcome.
+    found,      ///< What was looked for is there.
+    notFound,   ///< It is not.
+    expired,    ///< The user had it, but it has expired.
     in,         ///< The user is in.
     out,        ///< The user is out.
-    holds,      ///< It does.
-    fails,      ///< It does not.
+    holds,      ///< The condition, the rule, or whatever the step asks, holds.
+    fails,      ///< It does not hold.
     rest,       ///< No share takes in the bucket; the group that takes the rest does.
-    notReached  ///< What came before has decided.
+    notReached  ///< Not looked at: the answer did not depend on it.
   };
 
   /// Something on which a step was decided. Names never change their meaning.
   struct Fact {
-    std::string_view name;  ///< Lasts for ever.
+    std::string_view name;  ///< Has static storage.
     JsonValue value;
   };
 

@@ -153,9 +153,8 @@ ClientRegistry::~ClientRegistry() = default;
 std::shared_ptr<CorvoClient> ClientRegistry::initializeClient(
     std::string_view projectToken, std::optional<CorvoUser> initialUser, std::string_view apiURL,
     std::uint64_t cacheTTL, std::uint64_t retryCount, std::string_view tag) {
-  return clients_->initialize(base::wellFormed(projectToken), initialUser,
-                              base::wellFormed(apiURL), cacheTTL, retryCount,
-                              base::wellFormed(tag));
+  return clients_->initialize(base::wellFormed(projectToken), initialUser, base::wellFormed(apiURL),
+                              cacheTTL, retryCount, base::wellFormed(tag));
 }
 
 std::shared_ptr<CorvoClient> ClientRegistry::getClient(std::string_view tag) const {

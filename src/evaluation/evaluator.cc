@@ -124,9 +124,10 @@ Explanation Evaluator::explainExperiment(std::string_view name, const Context& c
     explainer.experimentNotFound();
     explanation.error = experimentNotFound(name);
   }
+  placement::SeenResolver resolver(context, explainer);
   const Joined joined = firstJoined(first, [&](const PreparedExperiment& each) {
     explainer.experimentBegun(each);
-    const Placement placement = placement::resolve(each, context, explainer);
+    const Placement placement = resolver.resolve(each);
     explainer.experimentDecided(placement);
     return placement;
   });

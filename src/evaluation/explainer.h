@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "evaluation/explanation_facts.h"
 #include "flags/observer.h"
 #include "model/config.h"
 #include "placement/placement.h"
@@ -39,6 +40,7 @@ class Explainer final : public flags::Observer {
   void on(const targeting::RuleDecided& event) override;
   void on(const placement::SplitIdentified& event) override;
   void on(const placement::HoldoutBegun& event) override;
+  void on(const placement::HoldoutRemembered& event) override;
   void on(const placement::HoldoutDecided& event) override;
   void on(const placement::GroupsForced& event) override;
   void on(const placement::ExperimentForced& event) override;
@@ -63,22 +65,27 @@ class Explainer final : public flags::Observer {
 
  private:
   using Step = Explanation::Step;
-  using Facts = std::vector<Explanation::Fact>;
 
   void begin(Code code, Facts facts);
   void end(Outcome outcome);
   void add(Code code, Outcome outcome, Facts facts = {});
   [[nodiscard]] Step& current() { return open_.back(); }
-  [[nodiscard]] Facts factsOf(const project::PreparedExperiment& experiment) const;
-  void restOf(std::span<const model::Condition> conditions);
+  // The parts of the current step that are behind those it has steps for.
+  template <class Parts>
+  void notReached(Code code, Parts parts);
 
   const project::PreparedProject& project_;
   const targeting::Context& context_;
   std::vector<Step> open_;  // those that are not decided, each inside the one before
-  // What the present step is about: its parts are told of one by one, in their order.
+  // The experiment that is asked about, not a holdout of it, and the parts of the step that is
+  // open. They are told of one by one, in their order, and no other step with such parts comes
+  // between.
+  struct RuleAt {
+    const model::Rule* rule;
+    std::size_t position;
+  };
   const project::PreparedExperiment* asked_ = nullptr;
-  std::span<const model::Rule> records_;
-  std::vector<const model::Rule*> rules_;  // the records, in the order of trial
+  std::vector<RuleAt> rules_;  // in the order of trial
   std::span<const model::Condition> conditions_;
   std::span<const model::LayerBounds> bounds_;
   std::span<const model::Group> groups_;

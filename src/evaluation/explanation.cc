@@ -87,6 +87,16 @@ void write(const std::vector<Explanation::Step>& steps, json::JsonWriter& out) {
   out.endArray();
 }
 
+// A line may not end within: names of a document may hold anything.
+std::string onOneLine(std::string_view text) {
+  std::string line;
+  for (const char c : text) {
+    const bool isControl = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+    line += isControl ? JsonValue(std::string(1, c)).toJson() : std::string(1, c);
+  }
+  return line;
+}
+
 void addLines(const std::vector<Explanation::Step>& steps, const std::string& indent,
               std::string& text) {
   for (const Explanation::Step& step : steps) {
@@ -143,7 +153,7 @@ std::string Explanation::toText() const {
   std::string text(wordOf(question));
   text.append(" ").append(JsonValue(name).toJson()).append(": ");
   if (error) {
-    text += error->description();
+    text += onOneLine(error->description());
   } else if (value) {
     text += JsonValue(*value).toJson();
   } else {

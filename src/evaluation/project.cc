@@ -39,15 +39,11 @@ std::vector<std::string> namesOf(const std::vector<Record>& records) {
   return names;
 }
 
-std::string_view textOf(model::SplitMode mode) {
-  return model::EnumTexts<model::SplitMode>::list.at(static_cast<std::size_t>(mode)).text;
-}
-
 Project::Experiment described(const model::Experiment& record) {
   Project::Experiment experiment{
       .name = record.name,
       .type = std::nullopt,
-      .splitBy = std::string(textOf(record.splitMode.value_or(model::SplitMode::userId))),
+      .splitBy = std::string(model::textOf(record.splitMode.value_or(model::SplitMode::userId))),
       .allocation = record.allocation,
       .layer = record.layerId,
       .groups = {},

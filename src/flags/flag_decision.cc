@@ -88,8 +88,9 @@ FlagDecision decideFlag(const project::FlagEntry& entry, placement::Resolver::Re
 FlagDecision decideFlag(const project::FlagEntry* entry, const targeting::Context& context,
                         Observer& observer) {
   if (entry == nullptr) return {};
+  placement::SeenResolver resolver(context, observer);
   const auto resolve = [&](const project::PreparedExperiment& carrier) {
-    return placement::resolve(carrier, context, observer);
+    return resolver.resolve(carrier);
   };
   return decide<Observer&>(*entry, context, resolve, observer);
 }

@@ -34,7 +34,7 @@ class Encoder {
 
   template <TextEnum E>
   void write(E value) {
-    out_.string(EnumTexts<E>::list.at(static_cast<std::size_t>(value)).text);
+    out_.string(textOf(value));
   }
 
   template <class T>

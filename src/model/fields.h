@@ -257,4 +257,10 @@ concept TextEnum = requires {
   EnumTexts<T>::list;
 };
 
+/// The text of an enumerator.
+template <TextEnum E>
+[[nodiscard]] constexpr std::string_view textOf(E enumerator) {
+  return EnumTexts<E>::list.at(static_cast<std::size_t>(enumerator)).text;
+}
+
 }  // namespace corvo::corvo_internal::model

@@ -54,8 +54,9 @@ double bucketOf(const base::Md5Digest& digest) {
 
 template <class AnyObserver>
 double bucketSeen(std::string_view splitId, std::string_view salt, AnyObserver observer) {
-  const double bucket = bucketOf(base::md5(splitId, salt));
-  observer.on(Hashed{splitId, salt, bucket});
+  const base::Md5Digest digest = base::md5(splitId, salt);
+  const double bucket = bucketOf(digest);
+  observer.on(Hashed{splitId, salt, digest, bucket});
   return bucket;
 }
 

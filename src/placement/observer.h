@@ -4,6 +4,7 @@
 #include <optional>
 #include <string_view>
 
+#include "base/md5.h"
 #include "model/config.h"
 #include "project/prepared_project.h"
 #include "targeting/observer.h"
@@ -25,6 +26,8 @@ struct HoldoutBegun {
 struct HoldoutDecided {
   bool isIn;
 };
+/// Between these two: the holdout has been looked at before, and is not again.
+struct HoldoutRemembered {};
 
 /// The forced lists of the groups, and then that of the experiment, were looked at.
 struct GroupsForced {
@@ -52,6 +55,7 @@ struct LayerDecided {
 struct Hashed {
   std::string_view identifier;
   std::string_view salt;
+  const base::Md5Digest& digest;
   double bucket;
 };
 
@@ -92,6 +96,7 @@ class Observer : public targeting::Observer {
   virtual void on(const SplitIdentified& event) = 0;
   virtual void on(const HoldoutBegun& event) = 0;
   virtual void on(const HoldoutDecided& event) = 0;
+  virtual void on(const HoldoutRemembered& event) = 0;
   virtual void on(const GroupsForced& event) = 0;
   virtual void on(const ExperimentForced& event) = 0;
   virtual void on(const LayerBegun& event) = 0;

@@ -143,28 +143,26 @@ bool Resolver::Report::isInHoldout(const project::PreparedExperiment& holdout) {
   return known.isInHoldout;
 }
 
-namespace {
-
-template <class IsInHoldout>
-Placement resolveSeen(const project::PreparedExperiment& experiment,
-                      const targeting::Context& context, IsInHoldout isInHoldout,
-                      Observer& observer) {
-  const auto assign = [&](std::string_view splitId) {
-    return assignGroup(splitId, *experiment.record, observer);
-  };
-  return resolveBy<Observer&>(experiment, context, isInHoldout, assign, observer);
+Placement SeenResolver::resolve(const project::PreparedExperiment& experiment) {
+  return resolve(experiment,
+                 [this](const project::PreparedExperiment& holdout) { return isIn(holdout); });
 }
 
-}  // namespace
+bool SeenResolver::isIn(const project::PreparedExperiment& holdout) {
+  if (const auto known = isIn_.find(&holdout); known != isIn_.end()) {
+    observer_.on(HoldoutRemembered{});
+    return known->second;
+  }
+  return isIn_[&holdout] = resolve(holdout, kNoHoldout).group != nullptr;
+}
 
-Placement resolve(const project::PreparedExperiment& experiment, const targeting::Context& context,
-                  Observer& observer) {
-  return resolveSeen(
-      experiment, context,
-      [&](const project::PreparedExperiment& holdout) {
-        return resolveSeen(holdout, context, kNoHoldout, observer).group != nullptr;
-      },
-      observer);
+template <class IsInHoldout>
+Placement SeenResolver::resolve(const project::PreparedExperiment& experiment,
+                                IsInHoldout isInHoldout) {
+  const auto assign = [&](std::string_view splitId) {
+    return assignGroup(splitId, *experiment.record, observer_);
+  };
+  return resolveBy<Observer&>(experiment, context_, isInHoldout, assign, observer_);
 }
 
 }  // namespace corvo::corvo_internal::placement

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "placement/bucketing.h"
@@ -84,8 +85,23 @@ class Resolver {
   std::uint64_t report_ = 0;  // the number of the present one
 };
 
-/// The same, seen by an observer. Remembers nothing.
-[[nodiscard]] Placement resolve(const project::PreparedExperiment& experiment,
-                                const targeting::Context& context, Observer& observer);
+/// Decides the same, seen by an observer, for one question. Remembers who is in the holdouts that
+/// have been looked at: many experiments may name one. Context and observer must outlive it.
+class SeenResolver {
+ public:
+  SeenResolver(const targeting::Context& context, Observer& observer)
+      : context_(context), observer_(observer) {}
+
+  [[nodiscard]] Placement resolve(const project::PreparedExperiment& experiment);
+
+ private:
+  template <class IsInHoldout>
+  Placement resolve(const project::PreparedExperiment& experiment, IsInHoldout isInHoldout);
+  bool isIn(const project::PreparedExperiment& holdout);
+
+  const targeting::Context& context_;
+  Observer& observer_;
+  std::unordered_map<const project::PreparedExperiment*, bool> isIn_;
+};
 
 }  // namespace corvo::corvo_internal::placement

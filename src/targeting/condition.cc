@@ -104,14 +104,22 @@ template <bool wanted>
 constexpr auto contains =
     [](Texts values, const Subject& subject) { return holdsAny(subject, values) == wanted; };
 
+struct Moments {
+  std::int64_t property;
+  std::int64_t value;
+};
+std::optional<Moments> momentsOf(base::LocalSeconds date, const Subject& subject) {
+  const auto local = subject.date();
+  if (!local) return std::nullopt;
+  const auto property = subject.localTime().momentOf(*local);
+  const auto value = subject.localTime().momentOf(date);
+  return property && value ? std::optional(Moments{*property, *value}) : std::nullopt;
+}
+
 template <auto test>
 constexpr auto onDate = [](base::LocalSeconds date, const Subject& subject) {
-  const auto local = subject.date();
-  if (!local) return false;
-  const LocalTime& time = subject.localTime();
-  const auto property = time.momentOf(*local);
-  const auto value = time.momentOf(date);
-  return property && value && test(*property, *value, time);
+  const auto moments = momentsOf(date, subject);
+  return moments && test(moments->property, moments->value, subject.localTime());
 };
 
 template <class Order>
@@ -221,10 +229,20 @@ PreparedCondition::PreparedCondition(const model::Condition& condition, Vocabula
   }
 }
 
-bool PreparedCondition::comparesDigests() const noexcept {
-  if (match_ == always<true> || match_ == always<false>) return false;
-  return std::holds_alternative<std::string_view>(operand_) ||
-         std::holds_alternative<Alternatives>(operand_);
+PreparedCondition::Comparison PreparedCondition::comparisonWith(const Subject& subject) const {
+  const auto ifRead = [](bool isRead) {
+    return isRead ? Comparison::property : Comparison::nothing;
+  };
+  if (match_ == always<true> || match_ == always<false>) return Comparison::nothing;
+  if (std::holds_alternative<double>(operand_)) return ifRead(subject.number().has_value());
+  if (const auto* version = std::get_if<Version>(&operand_)) {
+    return ifRead(subject.orderTo(*version).has_value());
+  }
+  if (const auto* date = std::get_if<base::LocalSeconds>(&operand_)) {
+    return ifRead(momentsOf(*date, subject).has_value());
+  }
+  const bool isOfParts = std::holds_alternative<Texts>(operand_);
+  return subject.isHashed() && !isOfParts ? Comparison::digest : Comparison::property;
 }
 
 }  // namespace corvo::corvo_internal::targeting

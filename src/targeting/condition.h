@@ -47,9 +47,11 @@ class PreparedCondition {
 
   [[nodiscard]] bool matches(const Subject& subject) const { return match_(operand_, subject); }
 
-  /// Whether the property is compared with texts as a whole, so that its digest takes its place
-  /// where whoever owns the decision is private.
-  [[nodiscard]] bool comparesDigests() const noexcept;
+  /// What a property is compared by: nothing, where the sign cannot read its values or the
+  /// property. Then the values do not count. The digest takes the property's place in comparisons
+  /// of whole texts.
+  enum class Comparison : std::uint8_t { nothing, property, digest };
+  [[nodiscard]] Comparison comparisonWith(const Subject& subject) const;
 
  private:
   Operand operand_;

@@ -268,6 +268,11 @@ const std::map<std::string, SessionTest::Act> SessionTest::kActs{
 
 const std::map<std::string, SessionTest::Question> SessionTest::kQuestions{
     {"flag", [](Self s, Text f) { return shown(s.client->checkFlag<std::string>(f).get()); }},
+    {"why",
+     [](Self s, Text n) {
+       const Explanation why = s.client->explainExperiment(n).get();
+       return why.error ? why.error->description() : shown(why.value);
+     }},
     {"number",
      [](Self s, Text f) {
        const auto number = s.client->checkFlag<std::int64_t>(f).get();

@@ -120,6 +120,14 @@ World ofOneName(std::size_t size) {
                        times(8, experiment("e", naming, 0)));
 }
 
+/// One holdout that takes long to look at, and many of one name that give its name.
+World ofOneHoldout(std::size_t size) {
+  const std::string intervals = R"(, "type": 5, "layer_bounds": [)" +
+                                times(size, R"({"lower_bound": 1e6, "upper_bound": 1e6})") + "]";
+  return ofExperiments(experiment("h", intervals) + "," +
+                       times(size, experiment("e", R"(, "holdouts": ["h"])", 0)));
+}
+
 /// One experiment with flags, one with parameters; each name stands twice.
 World ofValuesInAGroup(std::size_t size) {
   const std::string flag = R"({"name": "f@", "type": "t", "rules": [], "groups": [{"group": "g",
@@ -144,6 +152,7 @@ Worlds makeWorlds() {
   Worlds worlds{{"names that collide", ofCollidingNames},
                 {"forced", ofForcedExperiments},
                 {"one name", ofOneName},
+                {"one holdout", ofOneHoldout},
                 {"values in a group", ofValuesInAGroup},
                 {"properties", ofProperties}};
   for (const Comparison& each : kComparisons) {
@@ -184,6 +193,8 @@ const std::map<std::string, std::function<void(CorvoClient&)>> kQuestions{
     {"report", [](CorvoClient& c) { c.getUserFeatureFlagsDetails([](auto) {}); }},
     {"experiment", [](CorvoClient& c) { c.getExperiment("e", [](auto) {}); }},
     {"experiments", [](CorvoClient& c) { c.getAllUserExperiments([](auto) {}); }},
+    {"why flag", [](CorvoClient& c) { c.explainFlag("f", [](auto) {}); }},
+    {"why experiment", [](CorvoClient& c) { c.explainExperiment("e", [](auto) {}); }},
     {"details", [](CorvoClient& c) { c.getUserExperimentsDetails([](auto) {}); }},
 };
 

@@ -40,7 +40,9 @@ std::string everything(const Project& project, Asked& asked, Get get) {
     using Answered = std::decay_t<decltype(answer)>;
     const CorvoError* const error = answer.error();
     if (error != nullptr) return void(all += error->description() + '\n');
-    if constexpr (requires { answer.value()->groupIndex(); }) {
+    if constexpr (std::is_same_v<Answered, Result<Explanation>>) {
+      all += answer.value().toText();
+    } else if constexpr (requires { answer.value()->groupIndex(); }) {
       if (answer.value() == nullptr) return void(all += "out\n");
       all += answer.value()->name() + *answer.value()->userGroupName();
     } else if constexpr (std::is_same_v<Answered, Result<bool>>) {
@@ -52,12 +54,14 @@ std::string everything(const Project& project, Asked& asked, Get get) {
   };
   for (const Project::Flag& flag : project.flags()) {
     add(get([&] { return asked.template checkFlag<std::string>(flag.name); }));
+    add(get([&] { return asked.explainFlag(flag.name); }));
   }
   add(get([&] { return asked.template checkFlag<std::string>("no such flag \xFF"); }));
   for (const auto& list : {project.experiments(), project.holdouts()}) {
     for (const Project::Experiment& each : list) {
       add(get([&] { return asked.getExperiment(each.name); }));
       add(get([&] { return asked.getHoldout(each.name); }));
+      add(get([&] { return asked.explainExperiment(each.name); }));
     }
   }
   add(get([&] { return asked.getAllUserExperimentsText(); }));
@@ -75,7 +79,13 @@ std::string everything(const Project& project, Asked& asked, Get get) {
 }
 
 std::string everythingOf(const Project& project, Evaluation& evaluation) {
-  return everything(project, evaluation, [](auto ask) { return ask(); });
+  return everything(project, evaluation, [](auto ask) {
+    if constexpr (std::is_same_v<decltype(ask()), Explanation>) {
+      return Result<Explanation>(ask());
+    } else {
+      return ask();
+    }
+  });
 }
 
 TEST(Evaluation, AnswersAsAClientDoes) {

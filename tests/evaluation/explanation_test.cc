@@ -2,12 +2,14 @@
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <fstream>
 #include <random>
 #include <set>
 
 #include "fuzz/documents.h"
 #include "model/codec.h"
+#include "model/fields.h"
 #include "tests/base/case_table.h"
 
 namespace corvo {
@@ -61,7 +63,7 @@ TEST(Explanation, IsJsonForPrograms) {
   Evaluation asked = project.evaluate({});
   EXPECT_EQ(asked.explainFlag("\"").toJson(),
             R"({"question":"flag","name":"\"","value":"1e1","error":null,"steps":[)"
-            R"({"code":"flag","outcome":"found","facts":{"inConfiguration":true,"private":false},)"
+            R"({"code":"flag","outcome":"found","facts":{"private":false},)"
             R"("steps":[]},{"code":"rules","outcome":"found","facts":{"private":false},"steps":[)"
             R"({"code":"rule","outcome":"holds","facts":{"position":0,"default":true,)"
             R"("statement":"AND","value":"1e1"},"steps":[]}]},{"code":"value","outcome":"done",)"
@@ -136,8 +138,9 @@ bool isIn(const Step& placement) {
   return ofCode(steps, Code::group).at(0)->outcome != Outcome::notFound;
 }
 
-/// Whether the outcome of a step is what its facts and the steps inside it come to.
-bool follows(const Step& step) {
+/// Whether the outcome of a step is what its facts and the steps inside it come to. The bucket is
+/// that of the experiment.
+bool follows(const Step& step, double bucket) {
   const bool holds = step.outcome == Outcome::holds;
   const auto inside = [&](Code code) { return ofCode(step.steps, code); };
   if (step.outcome == Outcome::notReached) return step.steps.empty();
@@ -152,13 +155,16 @@ bool follows(const Step& step) {
     case Code::experiment:
     case Code::holdout:
       if (step.outcome == Outcome::notFound) return step.steps.empty();
+      if (step.find("explainedBefore") != nullptr) return step.steps.empty();
       return (step.outcome == Outcome::in) == isIn(step);
     case Code::layer:
       return holds == (step.steps.empty() ? step.find("layer")->isNull()
                                           : anyOf(inside(Code::interval), Outcome::holds));
     case Code::allocation:
+      EXPECT_EQ(numberIn(step, "used"), std::fabs(bucket) / 100);
       return holds == (numberIn(step, "used") <= numberIn(step, "allocation") * 100);
     case Code::group: {
+      EXPECT_EQ(numberIn(step, "point"), std::fmod(std::fabs(bucket), 100));
       double end = 0;
       for (const Step* share : inside(Code::share)) {
         end += numberIn(*share, "weight") * 100;
@@ -182,8 +188,10 @@ struct Seen {
   std::set<std::string> reasons, sources, types;
 
   void add(const std::vector<Step>& steps) {
+    double bucket = 0;
     for (const Step& step : steps) {
-      EXPECT_TRUE(follows(step));
+      if (step.code == Code::bucket) bucket = numberIn(step, "bucket");
+      EXPECT_TRUE(follows(step, bucket));
       codes.insert(step.code);
       outcomes.insert(step.outcome);
       reasons.insert(textIn(step, "reason"));
@@ -203,11 +211,29 @@ void expectRecord(const Step& step, const std::vector<model::Rule>& rules) {
     if (each.steps.empty()) continue;
     ASSERT_EQ(each.steps.size(), rule.conditions.size());
     for (std::size_t i = 0; i < each.steps.size(); ++i) {
-      EXPECT_EQ(textIn(each.steps[i], "property"), rule.conditions[i].name);
-      EXPECT_EQ(each.steps[i].find("values")->as<JsonArray>()->size(),
-                rule.conditions[i].values.size());
+      const auto& [name, sign, values] = rule.conditions[i];
+      EXPECT_EQ(textIn(each.steps[i], "property"), name);
+      EXPECT_EQ(textIn(each.steps[i], "sign"), model::textOf(sign));
+      EXPECT_TRUE(*each.steps[i].find("values")->as<JsonArray>() ==
+                  JsonArray(values.begin(), values.end()));
     }
   }
+}
+
+/// The rules that were tried: those of the flag, or of the group that it has in its experiment.
+const std::vector<model::Rule>& rulesOf(const model::ConfigResponse& config,
+                                        const std::string& name,
+                                        const std::vector<const Step*>& group) {
+  const auto isCalled = [](const auto& list, const std::string& wanted) {
+    return std::ranges::find(list, wanted, [](const auto& each) { return each.name; });
+  };
+  if (group.empty()) return isCalled(config.featureFlags, name)->rules;
+  for (const model::Experiment& experiment : config.experiments) {
+    const auto flag = isCalled(experiment.featureFlags, name);
+    if (flag == experiment.featureFlags.end()) continue;
+    return isCalled(flag->groups, textIn(*group[0], "group"))->rules;
+  }
+  throw std::logic_error("nothing carries the flag");
 }
 
 /// Holds the explanations of every name against the answers.
@@ -221,10 +247,7 @@ void compare(const model::ConfigResponse& config, Evaluation& asked, Seen& seen)
     const auto rules = ofCode(why.steps, Code::rules);
     const auto group = ofCode(why.steps, Code::carriedFlag);
     ASSERT_LE(rules.size(), 1U);
-    if (group.empty() && !rules.empty()) {
-      const auto record = std::ranges::find(config.featureFlags, name, &model::FeatureFlag::name);
-      expectRecord(*rules[0], record->rules);
-    }
+    if (!rules.empty()) expectRecord(*rules[0], rulesOf(config, name, group));
     EXPECT_EQ(!rules.empty() && rules[0]->outcome == Outcome::found, flag.hasValue());
     seen.add(why.steps);
 
