@@ -52,7 +52,7 @@ TEST(Explanation, ReadsAsWritten) {
               expected);
     ++count;
   }
-  EXPECT_EQ(count, 7);
+  EXPECT_EQ(count, 9);
 }
 
 TEST(Explanation, IsJsonForPrograms) {
