@@ -22,19 +22,6 @@ std::string at(const DeviceProperties& device, std::string_view name) {
   return "(none)";
 }
 
-TEST(PropertyNames, FindEachOfManyByItsExactName) {
-  PropertyNames names;
-  EXPECT_EQ(names.find("0"), PropertyNames::kNone);
-  std::vector<std::string> texts;
-  for (int i = 0; i < 1'000; ++i) texts.push_back(std::to_string(i));
-  for (std::uint32_t i = 0; i < 1'000; ++i) EXPECT_EQ(names.numberOf(texts[i]), i);
-  for (std::uint32_t i = 0; i < 1'000; ++i) EXPECT_EQ(names.find(texts[i]), i);
-  EXPECT_EQ(names.numberOf("Name"), 1'000U);
-  EXPECT_EQ(names.find("name"), PropertyNames::kNone);
-  EXPECT_EQ(names.numberOf("cafe\u0301"), 1'001U);
-  EXPECT_EQ(names.find("caf\u00e9"), PropertyNames::kNone);
-}
-
 // What a context says about a user, a device and a location, one after the other.
 TEST(ContextSource, AsksUserThenDeviceThenLocation) {
   const fakes::FakeTimeZone zone;
