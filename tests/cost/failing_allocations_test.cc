@@ -129,12 +129,8 @@ std::map<std::string, Operation> operations() {
   const struct {
     std::size_t first, end;
     const char* name;
-  } questions[] = {{4, 5, kFlag},
-                   {1, 2, kCarriedFlag},
-                   {12, 13, kCarriedFlag},
-                   {5, 21, kExperiment},
-                   {15, 16, kHoldout},
-                   {17, 18, kHoldout}};
+  } questions[] = {{4, 5, kFlag},        {1, 2, kCarriedFlag}, {12, 13, kCarriedFlag},
+                   {5, 21, kExperiment}, {15, 16, kHoldout},   {17, 18, kHoldout}};
   static_assert(fuzz::kQuestionCount == 21);
   std::map<std::string, Operation> all = kOtherOperations;
   for (const auto& [first, end, name] : questions) {
