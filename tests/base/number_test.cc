@@ -27,7 +27,8 @@ std::string bitsOf(const std::string& expected) {
 
 TEST(Numbers, AreReadAsTheTableSays) {
   const std::string file = CORVO_BASE_CASES "numbers.txt";
-  for (const auto& [text, asDouble, decimal, integer] : tests::caseTable<4>(file)) {
+  for (const auto& [folded, asDouble, decimal, integer] : tests::caseTable<4>(file)) {
+    const std::string text = tests::unfolded(folded);
     EXPECT_EQ(bits(parseDouble(text)), bitsOf(asDouble)) << text;
     EXPECT_EQ(bits(parseDecimal(text)), bitsOf(decimal)) << text;
     const auto read = parseInteger(text);
