@@ -5,13 +5,13 @@
 #include <corvo/fakes.h>
 
 #include <array>
-#include <coroutine>
 #include <limits>
 
 #include "fuzz/agreement.h"
 #include "fuzz/backend.h"
 #include "fuzz/questions.h"
 #include "json/stored_date.h"
+#include "tests/client/coroutine.h"
 
 namespace {
 
@@ -20,6 +20,7 @@ using namespace corvo_internal;
 using fuzz::Backend;
 using Mood = fuzz::Backend::Mood;
 using fuzz::require;
+using Coroutine = tests::Owned;  // whose frame is destroyed by the application
 
 constexpr const char* kHost = "https://h";
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -35,20 +36,6 @@ struct Question {
     require(++answers == 1, "a question is answered once");
     require(!client.expired(), "a question is dropped with its client");
   }
-};
-
-/// A coroutine whose frame its owner destroys.
-struct Coroutine {
-  struct promise_type {
-    Coroutine get_return_object() {
-      return {std::coroutine_handle<promise_type>::from_promise(*this)};
-    }
-    std::suspend_never initial_suspend() { return {}; }
-    std::suspend_always final_suspend() noexcept { return {}; }
-    void return_void() {}
-    void unhandled_exception() { std::abort(); }
-  };
-  std::coroutine_handle<promise_type> handle;
 };
 
 /// Whether a question has a value for its answer, which is waited for.

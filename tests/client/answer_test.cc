@@ -1,31 +1,17 @@
 #include <corvo/answer.h>
 
-#include <coroutine>
 #include <optional>
 #include <thread>
 #include <vector>
 
 #include "tests/client/client_fixture.h"
+#include "tests/client/coroutine.h"
 
 namespace corvo {
 namespace {
 
-// The least of a coroutine type: runs at once, and is destroyed at its end or by its owner.
-template <class AtEnd>
-struct Coroutine {
-  struct promise_type {
-    Coroutine get_return_object() {
-      return {std::coroutine_handle<promise_type>::from_promise(*this)};
-    }
-    std::suspend_never initial_suspend() { return {}; }
-    AtEnd final_suspend() noexcept { return {}; }
-    void return_void() {}
-    void unhandled_exception() { throw; }
-  };
-  std::coroutine_handle<promise_type> handle;
-};
-using FireAndForget = Coroutine<std::suspend_never>;
-using Owned = Coroutine<std::suspend_always>;
+using tests::FireAndForget;
+using tests::Owned;
 
 class AnswerTest : public ClientTest {
  protected:

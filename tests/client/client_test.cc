@@ -5,40 +5,21 @@
 namespace corvo {
 namespace {
 
-TEST_F(ClientTest, AnswersOnTheMainQueueAfterAFetchAndAtOnceFromFreshCopies) {
+TEST_F(ClientTest, FetchesForEachOfConcurrentQuestionsAndAnswersAtOnceFromFreshCopies) {
   const auto client = makeClient();
   int calls = 0;
   const auto ask = [&] {
     client->checkFlag<bool>("on", [&](std::optional<bool> on) { calls += on == true ? 1 : 100; });
   };
   ask();
-  EXPECT_EQ(calls, 0);
-  fake.time->run();
-  EXPECT_EQ(calls, 1);
   ask();
-  EXPECT_EQ(calls, 2);
-  EXPECT_EQ(fake.session->requests().size(), 2U);
-}
-
-TEST_F(ClientTest, AsksForTheConfigurationAndThenTheLocation) {
-  const auto client = makeClient();
-  client->checkFlag<bool>("on", nullptr);
-  ASSERT_EQ(fake.session->requests().size(), 1U);
-  EXPECT_EQ(stored("user.value"), "") << "the user is looked at once the configuration is there";
+  EXPECT_EQ(calls, 0) << "answers come from the main queue";
   fake.time->run();
-
-  ASSERT_EQ(fake.session->requests().size(), 2U);
-  const UrlRequest& config = fake.session->requests()[0];
-  const std::string identifier = stored("corvoPrivateId.value");
-  EXPECT_EQ(config.method, "GET");
-  EXPECT_EQ(config.url, "https:/flags.example.com/config.json");
-  EXPECT_EQ(config.headers.at("token"), "token");
-  EXPECT_EQ("\"" + config.headers.at("user-id") + "\"", identifier);
-  EXPECT_EQ(identifier.size(), 82U);
-  EXPECT_EQ(fake.session->requests()[1].url, "https:/flags.example.com/geo");
-  EXPECT_EQ(fake.session->requests()[1].headers, config.headers);
-  EXPECT_EQ(stored("location.value"), R"({"geo.city":"Berlin"})");
-  EXPECT_EQ(stored("user.value"), R"({"properties":{},"corvoExpiration":{}})");
+  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(configRequests(), 2U);
+  ask();
+  EXPECT_EQ(calls, 3);
+  EXPECT_EQ(configRequests(), 2U);
 }
 
 TEST_F(ClientTest, RefusesAnImpossibleAddressBeforeItReturns) {
@@ -50,15 +31,6 @@ TEST_F(ClientTest, RefusesAnImpossibleAddressBeforeItReturns) {
   });
   EXPECT_TRUE(refused);
   EXPECT_TRUE(fake.session->requests().empty());
-}
-
-TEST_F(ClientTest, MakesARequestForEachOfConcurrentQuestions) {
-  const auto client = makeClient();
-  auto first = client->checkFlag<bool>("on");
-  auto second = client->checkFlag<bool>("on");
-  EXPECT_EQ(configRequests(), 2U);
-  EXPECT_EQ(first.get(), true);
-  EXPECT_EQ(second.get(), true);
 }
 
 TEST_F(ClientTest, BuilderCallbacksThatDoNothingStoreNothing) {

@@ -317,15 +317,10 @@ TEST_P(SessionTest, GoesAsWritten) {
 
 std::vector<Session> allSessions() {
   std::vector<Session> all;
-  for (const auto& [file, failing] : {std::pair{"sessions", ""},
-                                      {"experiments", ""},
-                                      {"forcing", ""},
-                                      {"shop", ""},
-                                      {"expiries", ""},
-                                      {"days", ""},
-                                      {"outages", "opening"},
-                                      {"outages", "reading"},
-                                      {"outages", "reading writing"}}) {
+  for (const std::string source :
+       {"sessions", "experiments", "forcing", "shop", "expiries", "days", "outages opening",
+        "outages reading", "outages reading writing"}) {
+    const auto [file, failing] = parts(source, " ");
     for (Session& session : readSessions(file, failing)) all.push_back(std::move(session));
   }
   return all;
@@ -335,23 +330,10 @@ INSTANTIATE_TEST_SUITE_P(Of, SessionTest, testing::ValuesIn(allSessions()),
 
 // Entries of one name, the first with a mebibyte that all of them show.
 TEST_F(ClientTest, ShowsSixtyFourMebibytesOfRepeatedValuesAtMost) {
-  struct Kind {
-    std::string list, before, after;
-  };
-  const Kind kinds[] = {
-      {R"("type": 1, "feature_flags": [)",
-       R"({"name": "f", "type": "t", "groups": [{"group": "g", "rules": [
-           {"is_default": true, "conditional_statement": "-", "conditions": [], "value": ")",
-       R"("}]}]})"},
-      {R"("type": 2, "params": [)",
-       R"({"name": "p", "type": "t", "values": [{"group": "g", "value": ")", R"("}]})"}};
   const auto client =
       makeClient(0, CorvoUser::Builder(fake.time, fake.timeZone).setUserId("u").build());
-  for (const auto& [list, before, after] : kinds) {
-    std::string document = R"({"experiments": [{"name": "e", "salt": "s", "allocation": 1,
-                               "groups": [{"name": "g", "weight": 1}], )" +
-                           list;
-    document += before + std::string(std::size_t{1} << 20, 'v') + after;
+  for (const auto& [list, before, after] : tests::caseTable<3>(CORVO_CLIENT_CASES "repeated.txt")) {
+    std::string document = list + before + std::string(std::size_t{1} << 20, 'v') + after;
     for (int repeated = 0; repeated < 64; ++repeated) document.append(",").append(before + after);
     fake.time->advance(100);
     fake.session->always("config.json", fakes::ok(document + "]}]}"));

@@ -2,6 +2,7 @@
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
 #include <map>
 #include <string>
@@ -43,48 +44,26 @@ std::string flag(const std::string& name, const std::string& conditions, bool is
          conditions + R"(]}, {"is_default": true, "value": "2", "conditional_statement": "-",
              "conditions": []}]})";
 }
-std::string condition(const char* sign, const std::string& values, const char* name) {
-  return std::string(R"({"name": ")") + name + R"(", "condition_sign": ")" + sign +
-         R"(", "value": [)" + values + "]}";
+std::string condition(const std::string& sign, const std::string& values, const std::string& name) {
+  return R"({"name": ")" + name + R"(", "condition_sign": ")" + sign + R"(", "value": [)" + values +
+         "]}";
 }
 World ofFlags(const std::string& flags, const std::string& property = "") {
   return {R"({"experiments": [], "feature_flags": [)" + flags + "]}", property, ""};
 }
 
-/// Values for every eighth byte of a property: one of each condition, also of a private flag, or
-/// all of one condition.
-enum class Form { conditions, privateConditions, values };
-struct Comparison {
-  const char* what;
-  const char* sign;
-  const char* value;     ///< The values are this and a number.
-  const char* property;  ///< "@" is the size.
-  Form form = Form::conditions;
-  const char* name = "appVersion";
-};
-const Comparison kComparisons[] = {
-    {"marks, any of", "any of", "\u00E1", "{@*\u0301\u0316}", Form::values},
-    {"marks, equal", "equal", "\u00E1", "{@*\u0301\u0316}"},
-    {"contains any of", "contains any of", "aab", "{@*a}", Form::values},
-    {"contains none of", "contains any of", "aab", "{@*a}"},
-    {"contained", "contains", "aab", "{@*a}"},
-    {"private", "equal", "a", "{@*a}", Form::privateConditions},
-    {"private, contained", "contains", "a", "{@*a}", Form::privateConditions},
-    {"plain", "equal", "aaaaaaaaaab", "{@*a}"},
-    {"number", "greater", "1", "{@*0}", Form::conditions, "custom.p"},
-    {"version", "greater", "1.", "{@*0.}"},
-    {"date", "on date", "2024-05-0", "{@*0}2024-05-01"}};
+/// A row of the table of comparisons: see there.
+using Comparison = std::array<std::string, 6>;
 
-World ofComparison(const Comparison& c, std::size_t size) {
-  std::string property = c.property;
+World ofComparison(const Comparison& row, std::size_t size) {
+  auto [what, form, sign, name, text, property] = row;
   tests::replaceAll(property, "@", std::to_string(size));
   property = tests::unfolded(property);
-  const std::string value = std::string("\"") + c.value + "@\"";
+  const std::string value = '"' + text + "@\"";
   const std::size_t count = property.size() / 8;
-  const std::string conditions = c.form == Form::values
-                                     ? condition(c.sign, times(count, value), c.name)
-                                     : times(count, condition(c.sign, value, c.name));
-  return ofFlags(flag("f", conditions, c.form == Form::privateConditions), property);
+  const std::string conditions = form == "values" ? condition(sign, times(count, value), name)
+                                                  : times(count, condition(sign, value, name));
+  return ofFlags(flag("f", conditions, form == "private"), property);
 }
 
 /// Flags whose names all fall into one bucket of the standard hash.
@@ -155,8 +134,8 @@ Worlds makeWorlds() {
                 {"one holdout", ofOneHoldout},
                 {"values in a group", ofValuesInAGroup},
                 {"properties", ofProperties}};
-  for (const Comparison& each : kComparisons) {
-    worlds[each.what] = [&each](std::size_t size) { return ofComparison(each, size); };
+  for (const Comparison& row : tests::caseTable<6>(CORVO_COST_CASES "comparisons.txt")) {
+    worlds[row[0]] = [row](std::size_t size) { return ofComparison(row, size); };
   }
   return worlds;
 }

@@ -105,21 +105,6 @@ TEST_F(ScriptedSessionTest, AnswersInsideTheCallByRoute) {
   EXPECT_EQ(session->requests()[1].url, "http:/h/geo?a=/b");
 }
 
-TEST_F(ScriptedSessionTest, DropsWhatIsUnderWayWhenDestroyed) {
-  const auto held = std::make_shared<int>();
-  for (const Reply& reply : {after(1, ok({})), after(1, ok({})), silence()}) {
-    session->next("r", reply);
-    session->start({.method = "GET", .url = "r", .headers = {}}, [this, held](const UrlResponse&) {
-      bodies.emplace_back("the first");
-      session.reset();
-      time->advance(1);
-    });
-  }
-  time->advance(5);
-  EXPECT_THAT(bodies, ElementsAre("the first"));
-  EXPECT_EQ(held.use_count(), 1);
-}
-
 TEST(MemoryPreferencesStoreTest, FailsOnCueAndLeavesEverythingAsItWas) {
   MemoryPreferencesStore store;
   const auto suite = store.open("s");

@@ -106,13 +106,8 @@ TEST(ConfigCodec, ListsDropsInDocumentOrderAndNoneInsideADrop) {
 }
 
 TEST(ConfigCodec, FailsAsAWholeOnlyAtTheTop) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"[]", "expected object, found array"},
-      {"null", "expected object, found null"},
-      {R"({"experiments":7,"feature_flags":{}})", "expected array, found object at /feature_flags"},
-      {R"({"feature_flags":[],"experiments":"x"})", "expected array, found string at /experiments"},
-      {R"({"feature_flags":[})", "not a JSON text"}};
-  for (const auto& [json, description] : cases) {
+  for (const auto& [json, description] :
+       tests::caseTable<2>(CORVO_MODEL_CASES "config_failures.txt")) {
     std::vector<Drop> drops{{"left", "over"}};
     const auto result = decodeConfig(json, drops);
     EXPECT_EQ(std::get<DecodingFailure>(result).description(), description) << json;

@@ -8,20 +8,9 @@ namespace corvo::corvo_internal::network {
 namespace {
 
 TEST(JoinAddressTest, HalvesDoubledSlashesInOnePass) {
-  struct Case {
-    const char* base;
-    const char* path;
-    const char* joined;
-  };
-  const Case cases[] = {
-      {"https://host", "config.json", "https:/host/config.json"},
-      {"https://host/", "geo", "https:/host/geo"},
-      {"https://host//a///b", "geo", "https:/host/a//b/geo"},
-      {"http:////host//", "//geo", "http://host///geo"},
-      {"", "geo", "/geo"},
-      {"/", "", "/"},
-  };
-  for (const auto& [base, path, joined] : cases) EXPECT_EQ(joinAddress(base, path), joined);
+  for (const auto& [base, path, joined] : tests::caseTable<3>(CORVO_NETWORK_CASES "joins.txt")) {
+    EXPECT_EQ(joinAddress(base, path), joined);
+  }
 }
 
 TEST(RequestUrlTest, TakesUriReferencesOnly) {

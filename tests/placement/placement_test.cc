@@ -100,41 +100,5 @@ TEST(Resolution, ChecksInItsOrderAndNamesTheReason) {
   }
 }
 
-// Whoever resolves many makes the digests of neighbours together.
-TEST(Resolution, OfManyAgreesWithThatOfEach) {
-  model::ConfigResponse config;
-  for (int i = 0; i < 11; ++i) {
-    model::Experiment& experiment = config.experiments.emplace_back();
-    experiment.name = "e" + std::to_string(i);
-    experiment.salt = std::string(static_cast<std::size_t>(7 * i), 's') + "alt";
-    experiment.allocation = 0.7;
-    experiment.groups.resize(2);
-    for (model::Group& group : experiment.groups) group.weight = 0.5;
-    if (i % 3 == 1) experiment.splitMode = model::SplitMode::profileId;
-    if (i % 4 == 2) experiment.holdouts = {"e3", "e9"};
-    if (i % 6 == 3) experiment.type = model::ExperimentType::holdout;
-  }
-  const project::PreparedProject project(std::make_shared<const model::ConfigResponse>(config));
-  const fakes::FakeTimeZone zone;
-  targeting::ContextSource source(zone);
-  Resolver many(project);
-  for (const PropertyMap& user : {PropertyMap{{"userId", "u"}}, PropertyMap{{"profileId", "p"}},
-                                  PropertyMap{{"userId", "v"}, {"profileId", "q"}}}) {
-    const Properties properties(user.begin(), user.end());
-    source.setUser(properties);
-    const targeting::Context context = source.ofUser(0);
-    Resolver::Report report(many, context);
-    for (std::size_t i = project.experiments().size(); i-- > 0;) {
-      const project::PreparedExperiment& experiment = project.experiments()[i];
-      const Placement each = Resolver(project).resolve(experiment, context);
-      const Placement& ofMany = report.resolve(experiment);
-      EXPECT_EQ(ofMany.reason, each.reason) << i;
-      EXPECT_EQ(ofMany.group, each.group) << i;
-      EXPECT_EQ(ofMany.bucket, each.bucket) << i;
-      EXPECT_EQ(ofMany.holdout, each.holdout) << i;
-    }
-  }
-}
-
 }  // namespace
 }  // namespace corvo::corvo_internal::placement

@@ -16,12 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::MatchesRegex;
 
-constexpr const char* kConfig =
-    R"({"feature_flags": [{"name": "on", "type": "bool", "rules": [{"is_default": true,
-        "value": "true", "conditional_statement": "-", "conditions": []}]}],
-        "experiments": [{"name": "e", "salt": "s", "allocation": 100, "split_by": "userId",
-        "layer_id": "l", "layer_bounds": [{"lower_bound": 0, "upper_bound": 100}],
-        "groups": [{"name": "a", "weight": 100}], "type": 2}]})";
+const std::string kConfig = contentsOf(CORVO_PROMISES_CASES "project.json");
 /// What a browser would remember, and tell at its next request.
 constexpr const char* kMemorable =
     "Set-Cookie: id=7; Path=/\r\nETag: \"1\"\r\nLast-Modified: Mon, 01 Jan 2024 00:00:00 GMT\r\n"
@@ -75,7 +70,7 @@ class Promises : public testing::Test {
       fs::path(testing::TempDir()) / ("corvo_promises_" + std::to_string(getpid()));
 };
 
-TEST_F(Promises, NoThreadNoWordAndNoFileButTheStores) {
+TEST_F(Promises, NoThreadNoWordNoFileButTheStoresAndOnlyTheDocumentedFields) {
   LoopbackServer server([](const std::string& head) { return reply(kConfig, head); });
   EXPECT_EQ(run(server), 0) << "threads";
   EXPECT_EQ(said("out"), "");
@@ -84,11 +79,6 @@ TEST_F(Promises, NoThreadNoWordAndNoFileButTheStores) {
     EXPECT_THAT(file, MatchesRegex("data/ordinary_use/corvo\\.db(-wal|-shm)?"));
   }
   EXPECT_TRUE(fs::exists(folder_ / "data/ordinary_use/corvo.db"));
-}
-
-TEST_F(Promises, OnlyTheDocumentedFieldsLeaveTheDevice) {
-  LoopbackServer server([](const std::string& head) { return reply(kConfig, head); });
-  run(server);
   const auto requests = server.requests();
   EXPECT_GT(requests.size(), 6);  // the three addresses that answer, and excludeForceAll
   for (const auto& request : requests) {

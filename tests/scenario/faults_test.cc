@@ -106,11 +106,8 @@ class FaultServers {
   /// Fills in what the table leaves open: see there.
   [[nodiscard]] std::string written(std::string text, const std::string& path) const {
     const std::string route = path.substr(path.rfind('/') + 1);
-    const std::string good =
-        route == "geo"
-            ? R"({"country":"NEW"})"
-            : R"({"feature_flags":[{"name":"f","type":"string","rules":[{"is_default":true,)"
-              R"("value":"new","conditional_statement":"-","conditions":[]}]}]})";
+    const std::string good = tests::contentsOf(
+        CORVO_FAULTS + std::string(route == "geo" ? "new_geo" : "new_config") + ".json");
     for (const auto& [place, address] : addresses) {
       tests::replaceAll(text, '<' + place + '>', address);
     }
@@ -129,12 +126,7 @@ class FaultServers {
 /// A platform whose store holds what an earlier run fetched, and asks the network no more.
 struct Past : fakes::FakePlatform {
   Past() {
-    session->always("config.json", fakes::ok(R"({"feature_flags": [{"name": "f", "type": "string",
-        "rules": [{"is_default": false, "value": "new", "conditional_statement": "AND",
-                   "conditions": [{"name": "geo.country", "condition_sign": "equal",
-                                   "value": "NEW"}]},
-                  {"is_default": true, "value": "old", "conditional_statement": "-",
-                   "conditions": []}]}]})"));
+    session->always("config.json", fakes::ok(tests::contentsOf(CORVO_FAULTS "old_config.json")));
     session->always("geo", fakes::ok(R"({"country": "OLD"})"));
     ClientRegistry registry(platform());
     const auto client =

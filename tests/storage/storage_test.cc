@@ -15,9 +15,6 @@ class StoragePropertyTest : public testing::Test {
     return std::make_shared<StorageProtocol>(store_, "suite", kWritten);
   }
   StorageProperty<std::string> slot() { return {"key", protocol()}; }
-  ExpiringProperty<std::string> slot(std::uint64_t cacheTTL) {
-    return {"key", protocol(), cacheTTL};
-  }
   void put(const std::string& key, std::optional<std::string> blob) {
     const PreferencesChange change{key, std::move(blob)};
     store_->open("suite")->apply({&change, 1});
@@ -30,29 +27,12 @@ class StoragePropertyTest : public testing::Test {
       std::make_shared<fakes::MemoryPreferencesStore>();
 };
 
-TEST_F(StoragePropertyTest, NeedsItsUpdateTimeAfterARestart) {
-  slot(10).write(text("a"), kWritten);
-  put("key.update_time", std::nullopt);
-  EXPECT_FALSE(slot(10).isValid(kWritten));
-  EXPECT_EQ(*slot().read(), "a");
-}
-
 TEST_F(StoragePropertyTest, StoresValueAndTimeInOneChange) {
   slot().write(text("a"), kWritten);
   const auto suite = store_->open("suite");
   EXPECT_EQ(suite->read("key.value"), "\"a\"");
   EXPECT_EQ(suite->read("key.update_time"), "736257600");  // seconds from 2001 to 2024-05-01 12:00
   EXPECT_EQ(suite->revisionOf("key.value"), suite->revisionOf("key.update_time"));
-}
-
-TEST_F(StoragePropertyTest, ClearingRemovesTheValueAndRestartsTheTime) {
-  auto property = slot(10);
-  property.write(text("a"), kWritten);
-  property.write(nullptr, kWritten + 5);
-  EXPECT_EQ(property.read(kWritten + 5), nullptr);
-  EXPECT_TRUE(property.isValid(kWritten + 14));
-  EXPECT_EQ(store_->contents("suite"),
-            (std::map<std::string, std::string>{{"key.update_time", "736257605"}}));
 }
 
 TEST_F(StoragePropertyTest, ReadsAndDecodesTheSameBytesOnce) {

@@ -7,12 +7,12 @@
 #include <iomanip>
 #include <optional>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <utility>
-#include <variant>
 #include <vector>
 
-#include "model/codec.h"
+#include "model/fields.h"
 #include "tests/base/case_table.h"
 
 namespace corvo::corvo_internal::targeting {
@@ -22,13 +22,10 @@ using model::ConditionSign;
 
 /// As a configuration names it.
 ConditionSign signOf(const std::string& text) {
-  const auto config = model::decodeJson<model::ConfigResponse>(
-      R"({"feature_flags": [{"name": "f", "type": "t", "rules": [{"is_default": false, "value": "",
-          "conditional_statement": "-", "conditions": [{"name": "", "value": [],
-          "condition_sign": ")" +
-      text + "\"}]}]}]}");
-  const auto& flag = std::get<model::ConfigResponse>(config).featureFlags.at(0);
-  return flag.rules.at(0).conditions.at(0).conditionSign;
+  for (const auto& [sign, name] : model::EnumTexts<ConditionSign>::list) {
+    if (name == text) return sign;
+  }
+  throw std::out_of_range(text);
 }
 
 /// A condition, and a user who has the property or not.

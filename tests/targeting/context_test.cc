@@ -22,20 +22,6 @@ std::string at(const DeviceProperties& device, std::string_view name) {
   return "(none)";
 }
 
-TEST(PropertyNames, FindEachOfManyByItsExactName) {
-  PropertyNames names;
-  EXPECT_EQ(names.find("0"), PropertyNames::kNone);
-  std::vector<std::string> texts;
-  for (int i = 0; i < 1'000; ++i) texts.push_back(std::to_string(i));
-  const std::uint32_t first = names.numberOf("0");
-  for (std::uint32_t i = 0; i < 1'000; ++i) EXPECT_EQ(names.numberOf(texts[i]), first + i);
-  for (std::uint32_t i = 0; i < 1'000; ++i) EXPECT_EQ(names.find(texts[i]), first + i);
-  EXPECT_EQ(names.numberOf("Name"), first + 1'000);
-  EXPECT_EQ(names.find("name"), PropertyNames::kNone);
-  EXPECT_EQ(names.numberOf("cafe\u0301"), first + 1'001);
-  EXPECT_EQ(names.find("caf\u00e9"), PropertyNames::kNone);
-}
-
 // What a context says about a user, a device and a location, one after the other.
 TEST(ContextSource, AsksUserThenDeviceThenLocation) {
   const fakes::FakeTimeZone zone;

@@ -62,6 +62,8 @@ TEST(LocalTime, ForgetsTheFormerZone) {
   zone.change(kHour, {{kHour, 0}});
   EXPECT_EQ(time.momentOf(0), -kHour);
   EXPECT_TRUE(time.withinOneDay(0, 86'400 + kHour - 1));
+  zone.change(2 * kHour);
+  EXPECT_EQ(time.momentOf(0), -2 * kHour) << "and any other";
 }
 
 /// Counts how often it is asked.

@@ -3,12 +3,13 @@
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <sstream>
 #include <string>
-#include <variant>
+#include <string_view>
 #include <vector>
 
-#include "model/codec.h"
+#include "model/fields.h"
 #include "tests/base/case_table.h"
 
 namespace corvo::corvo_internal::targeting {
@@ -51,51 +52,43 @@ class Rules : public testing::Test {
   PropertyTable properties_;
 };
 
+/// What each word of a text stands for.
+template <class T>
+std::vector<T> listOf(const std::string& text, const std::map<std::string, T>& meanings) {
+  std::vector<T> list;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) list.push_back(meanings.at(word));
+  return list;
+}
+
 TEST_F(Rules, AndTargetsJoinTheirConditions) {
+  std::map<std::string_view, model::ConditionalStatement> statements;
+  for (const auto& [value, text] : model::EnumTexts<model::ConditionalStatement>::list) {
+    statements[text] = value;
+  }
   for (const auto& [statement, plans, rule, target] :
        tests::caseTable<4>(CORVO_TARGETING_CASES "rules.txt")) {
-    std::string conditions;
-    std::istringstream words(plans);
-    for (std::string plan; words >> plan;) {
-      conditions += conditions.empty() ? "" : ",";
-      conditions += R"({"name": "plan", "condition_sign": "equal", "value": ")" + plan + "\"}";
-    }
-    const auto config = model::decodeJson<model::ConfigResponse>(
-        R"({"feature_flags": [{"name": "f", "type": "t", "rules": [{"is_default": false,
-            "value": "on", "conditional_statement": ")" +
-        statement + R"(", "conditions": [)" + conditions + "]}]}]}");
-    const auto& rules = std::get<model::ConfigResponse>(config).featureFlags.at(0).rules;
-    EXPECT_EQ(choose(rules) != nullptr, rule == "yes") << statement << ' ' << plans;
-    EXPECT_EQ(matches({rules.at(0).conditionalStatement, rules.at(0).conditions}), target == "yes")
+    const auto conditions = listOf<model::Condition>(plans, {{"gold", kTrue}, {"silver", kFalse}});
+    const model::ConditionalStatement joined = statements.at(statement);
+    EXPECT_EQ(choose({{false, "on", joined, conditions}}) != nullptr, rule == "yes")
         << statement << ' ' << plans;
+    EXPECT_EQ(matches({joined, conditions}), target == "yes") << statement << ' ' << plans;
   }
 }
 
 TEST_F(Rules, ChooseTheFirstThatHoldsDefaultsLast) {
-  const model::Rule unmet{false, "unmet", and_, {kFalse}};
-  const model::Rule first{false, "first", or_, {kFalse, kTrue}};
-  const model::Rule second{false, "second", and_, {kTrue}};
-  const model::Rule off{true, "off", empty, {kFalse}};
-  const model::Rule other{true, "other", and_, {}};
-  struct Case {
-    std::vector<model::Rule> rules;
-    std::uint32_t position;
-    std::string value;
-  };
-  const Case cases[] = {
-      {{off, first}, 1, "first"},
-      {{unmet, off}, 1, "off"},
-      {{unmet, first, second}, 1, "first"},
-      {{other, unmet, off}, 0, "other"},
-      {{unmet, off, second, other, first}, 2, "second"},
-  };
-  for (const Case& c : cases) {
-    const std::string* chosen = choose(c.rules);
-    EXPECT_EQ(chosen, &c.rules[c.position].value) << c.value;
-    EXPECT_EQ(*chosen, c.value);
+  const std::map<std::string, model::Rule> rules{{"unmet", {false, "unmet", and_, {kFalse}}},
+                                                 {"first", {false, "first", or_, {kFalse, kTrue}}},
+                                                 {"second", {false, "second", and_, {kTrue}}},
+                                                 {"off", {true, "off", empty, {kFalse}}},
+                                                 {"other", {true, "other", and_, {}}}};
+  for (const auto& [names, chosen, position] :
+       tests::caseTable<3>(CORVO_TARGETING_CASES "choices.txt")) {
+    const auto list = listOf(names, rules);
+    const std::string* const value = choose(list);
+    EXPECT_EQ(value, chosen.empty() ? nullptr : &list.at(std::stoul(position)).value) << names;
+    EXPECT_TRUE(!value || *value == chosen) << names;
   }
-  EXPECT_EQ(choose({}), nullptr);
-  EXPECT_EQ(choose({unmet, unmet}), nullptr);
 }
 
 TEST(Vocabulary, KeepsEqualContentsOnceAndOthersApart) {

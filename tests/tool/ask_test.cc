@@ -1,3 +1,4 @@
+#include <corvo/evaluation.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
 
@@ -6,11 +7,9 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "host/sqlite.h"
-#include "model/codec.h"
 #include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
 
@@ -136,13 +135,11 @@ TEST_F(Ask, RefusesWrongUsage) {
 }
 
 TEST(Shop, DecodesWithoutADrop) {
-  std::vector<model::Drop> drops;
-  const auto decoded = model::decodeConfig(tests::contentsOf(CORVO_SHOP "/config.json"), drops);
-  for (const model::Drop& drop : drops) ADD_FAILURE() << drop.pointer << ": " << drop.reason;
-  const auto* config = std::get_if<model::ConfigResponse>(&decoded);
-  ASSERT_NE(config, nullptr);
-  EXPECT_EQ(config->featureFlags.size(), 13);
-  EXPECT_EQ(config->experiments.size(), 7);
+  const Project shop = Project::decode(tests::contentsOf(CORVO_SHOP "/config.json")).value();
+  for (const Project::Drop& drop : shop.drops())
+    ADD_FAILURE() << drop.pointer << ": " << drop.reason;
+  EXPECT_EQ(shop.flags().size(), 13);
+  EXPECT_EQ(shop.experiments().size() + shop.holdouts().size(), 7);
 }
 
 }  // namespace
