@@ -32,6 +32,9 @@ CorvoUser userOf(int number) {
   return user;
 }
 
+std::string textOf(const Explanation& why) { return why.toText(); }
+std::string textOf(const Result<Explanation>& why) { return why.value().toText(); }
+
 // Everything that an asked one answers, as one text: of a client, or of an evaluation.
 template <class Asked, class Get>
 std::string everything(const Project& project, Asked& asked, Get get) {
@@ -40,9 +43,7 @@ std::string everything(const Project& project, Asked& asked, Get get) {
     using Answered = std::decay_t<decltype(answer)>;
     const CorvoError* const error = answer.error();
     if (error != nullptr) return void(all += error->description() + '\n');
-    if constexpr (std::is_same_v<Answered, Result<Explanation>>) {
-      all += answer.value().toText();
-    } else if constexpr (requires { answer.value()->groupIndex(); }) {
+    if constexpr (requires { answer.value()->groupIndex(); }) {
       if (answer.value() == nullptr) return void(all += "out\n");
       all += answer.value()->name() + *answer.value()->userGroupName();
     } else if constexpr (std::is_same_v<Answered, Result<bool>>) {
@@ -54,14 +55,14 @@ std::string everything(const Project& project, Asked& asked, Get get) {
   };
   for (const Project::Flag& flag : project.flags()) {
     add(get([&] { return asked.template checkFlag<std::string>(flag.name); }));
-    add(get([&] { return asked.explainFlag(flag.name); }));
+    all += textOf(get([&] { return asked.explainFlag(flag.name); }));
   }
   add(get([&] { return asked.template checkFlag<std::string>("no such flag \xFF"); }));
   for (const auto& list : {project.experiments(), project.holdouts()}) {
     for (const Project::Experiment& each : list) {
       add(get([&] { return asked.getExperiment(each.name); }));
       add(get([&] { return asked.getHoldout(each.name); }));
-      add(get([&] { return asked.explainExperiment(each.name); }));
+      all += textOf(get([&] { return asked.explainExperiment(each.name); }));
     }
   }
   add(get([&] { return asked.getAllUserExperimentsText(); }));
@@ -79,13 +80,7 @@ std::string everything(const Project& project, Asked& asked, Get get) {
 }
 
 std::string everythingOf(const Project& project, Evaluation& evaluation) {
-  return everything(project, evaluation, [](auto ask) {
-    if constexpr (std::is_same_v<decltype(ask()), Explanation>) {
-      return Result<Explanation>(ask());
-    } else {
-      return ask();
-    }
-  });
+  return everything(project, evaluation, [](auto ask) { return ask(); });
 }
 
 TEST(Evaluation, AnswersAsAClientDoes) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <fstream>
 #include <random>
 #include <set>
 
@@ -76,20 +75,16 @@ TEST(Explanation, IsJsonForPrograms) {
 }
 
 TEST(Explanation, CutsLongTextsOfTheUser) {
-  const Project project = Project::decode(R"({"experiments": [
-      {"name": "e", "salt": "", "allocation": 1}]})")
-                              .value();
-  std::string longOne(1'023, 'x');
-  for (const char* end : {"y", "\u00E9", "yz"}) {
-    const std::string identifier = longOne + end;
+  const char* const document = R"({"experiments": [{"name": "e", "salt": "", "allocation": 1}]})";
+  const Project project = Project::decode(document).value();
+  const std::string most(1'023, 'x');
+  for (const auto& [end, shown] :
+       {std::pair{"y", "y"}, std::pair{"\u00E9", "\u2026"}, std::pair{"yz", "y\u2026"}}) {
+    const std::string identifier = most + end;
     const EvaluationContext::Property user{"userId", identifier};
     Evaluation asked = project.evaluate({.properties = {&user, 1}});
     const Step step = asked.explainExperiment("e").steps.at(0).steps.at(0);
-    const std::string whole = longOne + "y";
-    const std::string expected = end == std::string("y")    ? whole
-                                 : end == std::string("yz") ? whole + "\u2026"
-                                                            : longOne + "\u2026";
-    EXPECT_EQ(*step.find("value")->as<std::string>(), expected);
+    EXPECT_EQ(*step.find("value")->as<std::string>(), most + shown);
   }
 }
 
@@ -242,11 +237,9 @@ void compare(const model::ConfigResponse& config, Evaluation& asked, Seen& seen)
     const auto flag = asked.checkFlag<std::string>(name);
     const Explanation why = asked.explainFlag(name);
     EXPECT_EQ(why.value, flag ? flag.value() : std::nullopt);
-    EXPECT_EQ(why.error.has_value(), !flag);
-    EXPECT_TRUE(!why.error || *why.error == *flag.error());
+    EXPECT_TRUE(why.error == (flag ? std::nullopt : std::optional(*flag.error())));
     const auto rules = ofCode(why.steps, Code::rules);
     const auto group = ofCode(why.steps, Code::carriedFlag);
-    ASSERT_LE(rules.size(), 1U);
     if (!rules.empty()) expectRecord(*rules[0], rulesOf(config, name, group));
     EXPECT_EQ(!rules.empty() && rules[0]->outcome == Outcome::found, flag.hasValue());
     seen.add(why.steps);
@@ -296,14 +289,11 @@ TEST(Explanation, ComesToTheAnswerWhateverTheProject) {
 
 TEST(Explanation, HasNoWordsThatTheDocumentLacks) {
   const std::string document = tests::contentsOf(CORVO_EXPLANATIONS_DOCUMENT);
-  const auto isThere = [&](std::string_view word) {
-    return document.find("`" + std::string(word) + "`") != std::string::npos;
-  };
-  for (int code = 0; code <= static_cast<int>(Code::value); ++code) {
-    EXPECT_TRUE(isThere(textOf(static_cast<Code>(code)))) << code;
-  }
-  for (int outcome = 0; outcome <= static_cast<int>(Outcome::notReached); ++outcome) {
-    EXPECT_TRUE(isThere(textOf(static_cast<Outcome>(outcome)))) << outcome;
+  std::set<std::string_view> words;
+  for (int i = 0; i <= static_cast<int>(Code::value); ++i) words.insert(textOf(Code(i)));
+  for (int i = 0; i <= static_cast<int>(Outcome::notReached); ++i) words.insert(textOf(Outcome(i)));
+  for (const std::string_view word : words) {
+    EXPECT_TRUE(document.find("`" + std::string(word) + "`") < document.size()) << word;
   }
 }
 
