@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 namespace corvo::corvo_internal::json {
 namespace {
@@ -21,7 +22,41 @@ constexpr auto kEscapeLetters = [] {
   return letters;
 }();
 
+char letterOf(char c) { return kEscapeLetters[static_cast<unsigned char>(c)]; }
+
+// Whether one of eight bytes must be escaped: a difference borrows into a byte's highest bit where
+// the byte is below (S. Anderson, "Bit Twiddling Hacks": hasless, haszero).
+bool anyEscaped(std::uint64_t bytes) {
+  constexpr std::uint64_t kEach = 0x0101010101010101;
+  constexpr std::uint64_t kHighest = 0x80 * kEach;
+  const auto anyBelow = [](std::uint64_t word, std::uint64_t limit) {
+    return (word - kEach * limit) & ~word & kHighest;
+  };
+  const auto any = [&](char c) {
+    return anyBelow(bytes ^ (kEach * static_cast<unsigned char>(c)), 1);
+  };
+  return (anyBelow(bytes, 0x20) | any('"') | any('\\')) != 0;
+}
+
+// The first byte from there on that must be escaped, or the end.
+std::size_t firstEscaped(std::string_view text, std::size_t from) {
+  std::uint64_t bytes = 0;
+  for (; text.size() - from >= sizeof bytes; from += sizeof bytes) {
+    std::memcpy(&bytes, text.data() + from, sizeof bytes);
+    if (anyEscaped(bytes)) break;
+  }
+  while (from < text.size() && letterOf(text[from]) == 0) ++from;
+  return from;
+}
+
 }  // namespace
+
+void JsonWriter::plainKey(std::string_view key) {
+  separate();
+  text_ += '"';
+  text_ += key;
+  text_ += "\":";
+}
 
 void JsonWriter::key(std::string_view key) {
   separate();
@@ -102,18 +137,18 @@ void JsonWriter::raw(std::string_view literal) {
 void JsonWriter::quote(std::string_view value) {
   text_ += '"';
   std::size_t copied = 0;
-  for (std::size_t at = 0; at < value.size(); ++at) {
-    const char letter = kEscapeLetters[static_cast<unsigned char>(value[at])];
-    if (letter == 0) continue;
+  for (std::size_t at = firstEscaped(value, 0); at < value.size();
+       at = firstEscaped(value, copied)) {
     text_.append(value, copied, at - copied);
-    escape(value[at], letter);
+    escape(value[at]);
     copied = at + 1;
   }
   text_.append(value, copied);
   text_ += '"';
 }
 
-void JsonWriter::escape(char c, char letter) {
+void JsonWriter::escape(char c) {
+  const char letter = letterOf(c);
   text_ += '\\';
   text_ += letter;
   if (letter != 'u') return;

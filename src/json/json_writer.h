@@ -18,6 +18,8 @@ class JsonWriter {
   void beginArray() { open('['); }
   void endArray() { text_ += ']'; }
   void key(std::string_view key);
+  /// A key in which nothing needs to be escaped.
+  void plainKey(std::string_view key);
 
   void null() { raw("null"); }
   void boolean(bool value) { raw(value ? "true" : "false"); }
@@ -40,7 +42,7 @@ class JsonWriter {
   void open(char bracket);
   void raw(std::string_view literal);
   void quote(std::string_view value);
-  void escape(char c, char letter);
+  void escape(char c);
   template <class Number>
   void number(Number value);
   template <class Float>

@@ -72,7 +72,7 @@ class Encoder {
     const auto& value = record.*field.member;
     if (field.presence == Presence::standIn) return;
     if (field.presence == Presence::optional && isAbsent(value)) return;
-    out_.key(field.key);
+    out_.plainKey(field.key);
     write(value);
   }
 

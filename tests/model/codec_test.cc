@@ -155,5 +155,18 @@ TEST(StoredCodec, DatesCountFrom2001) {
   }
 }
 
+TEST(Encoding, EscapesEveryByteWhereverItStands) {
+  for (char c = 0; c >= 0 && c < 127; ++c) {
+    for (std::size_t at = 0; at < 20; ++at) {
+      std::string text = "\u00E9 twenty bytes long";
+      text[at] = c;
+      if (at < 2) text[1 - at] = 'x';
+      const auto json = encodeJson(text).value();
+      EXPECT_EQ(std::get<std::string>(decodeJson<std::string>(json)), text) << json;
+      EXPECT_EQ(json.find_first_of("\n\x1F"), std::string::npos);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace corvo::corvo_internal::model
