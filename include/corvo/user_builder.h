@@ -8,6 +8,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -127,8 +128,14 @@ class CORVO_EXPORT CorvoUser::Builder {
   static std::string describe(double value);
   static std::string describe(float value);
 
+  const std::string& expiryText();
+
   std::shared_ptr<const Clock> clock_;
   std::shared_ptr<const TimeZone> timeZone_;
+  // The last text of an expiry, that of this second and zone; empty before the first.
+  std::string expiry_;
+  std::int64_t expirySecond_ = 0;
+  std::uint64_t zone_ = 0;
 };
 
 }  // namespace corvo

@@ -40,15 +40,15 @@ class Clients {
         device_(std::make_shared<client::DeviceOnce>(platform_.device)) {}
 
   std::shared_ptr<CorvoClient> initialize(std::string projectToken,
-                                          const std::optional<CorvoUser>& initialUser,
-                                          std::string apiURL, std::uint64_t cacheTTL,
-                                          std::uint64_t retryCount, const std::string& tag) {
+                                          std::optional<CorvoUser> initialUser, std::string apiURL,
+                                          std::uint64_t cacheTTL, std::uint64_t retryCount,
+                                          const std::string& tag) {
     auto network = std::make_shared<network::NetworkClientImpl>(
         platform_.urlSession, platform_.mainQueue, std::move(apiURL), retryCount);
     Place place(*this, tag);
     auto made = makeClient(std::move(projectToken), std::move(network),
                            std::max(cacheTTL, kShortestCacheTTL), tag);
-    made->settleUser(initialUser);
+    made->settleUser(std::move(initialUser));
     place.fill(made);
     return made;
   }
@@ -153,8 +153,9 @@ ClientRegistry::~ClientRegistry() = default;
 std::shared_ptr<CorvoClient> ClientRegistry::initializeClient(
     std::string_view projectToken, std::optional<CorvoUser> initialUser, std::string_view apiURL,
     std::uint64_t cacheTTL, std::uint64_t retryCount, std::string_view tag) {
-  return clients_->initialize(base::wellFormed(projectToken), initialUser, base::wellFormed(apiURL),
-                              cacheTTL, retryCount, base::wellFormed(tag));
+  return clients_->initialize(base::wellFormed(projectToken), std::move(initialUser),
+                              base::wellFormed(apiURL), cacheTTL, retryCount,
+                              base::wellFormed(tag));
 }
 
 std::shared_ptr<CorvoClient> ClientRegistry::getClient(std::string_view tag) const {

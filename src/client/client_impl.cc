@@ -50,14 +50,14 @@ void CorvoClientImpl::tryStorageAgain(double now) try {
   throw;
 }
 
-void CorvoClientImpl::settleUser(const std::optional<CorvoUser>& initialUser) {
+void CorvoClientImpl::settleUser(std::optional<CorvoUser> initialUser) {
   const Turn turn(access_);
-  user_->settle(initialUser, begin(turn));
+  user_->settle(std::move(initialUser), begin(turn));
 }
 
 void CorvoClientImpl::setUser(CorvoUser user) {
   const Turn turn(access_);
-  user_->replace(user, begin(turn));
+  user_->replace(std::move(user), begin(turn));
 }
 
 void CorvoClientImpl::setUserProperties(EditUser edit) {

@@ -46,7 +46,7 @@ class CorvoClientImpl final : public CorvoClient,
   ~CorvoClientImpl() override;
 
   /// Settles the stored user at the start of the client.
-  void settleUser(const std::optional<CorvoUser>& initialUser);
+  void settleUser(std::optional<CorvoUser> initialUser);
 
   void setUser(CorvoUser user) override;
   void setUserProperties(EditUser edit) override;

@@ -9,9 +9,9 @@
 
 namespace corvo::corvo_internal::client {
 
-void StoredUser::settle(const std::optional<CorvoUser>& initialUser, double now) {
+void StoredUser::settle(std::optional<CorvoUser> initialUser, double now) {
   if (initialUser) {
-    replace(*initialUser, now);
+    replace(*std::move(initialUser), now);
   } else {
     stamp(now);
   }
@@ -30,14 +30,14 @@ void StoredUser::stamp(double now) {
     for (const auto& property : stamped.properties) {
       stamped.corvoExpiration->emplace(property.first, expiry);
     }
-    replace(stamped, now);
+    replace(std::move(stamped), now);
   }
   needsStamps_ = !slot.isKnown();
 }
 
-void StoredUser::replace(const CorvoUser& user, double now, storage::Origin origin) {
-  parts_.storage->user.write(std::make_shared<const CorvoUser>(model::wellFormed(user)), now,
-                             origin);
+void StoredUser::replace(CorvoUser user, double now, storage::Origin origin) {
+  auto stored = std::make_shared<const CorvoUser>(model::wellFormed(std::move(user)));
+  parts_.storage->user.write(std::move(stored), now, origin);
   needsStamps_ = false;
 }
 

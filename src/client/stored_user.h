@@ -28,12 +28,11 @@ class StoredUser {
 
   /// Settles the user at the start of the client: an initial user replaces it; one from a time
   /// without expiries gets them, a day from now.
-  void settle(const std::optional<CorvoUser>& initialUser, double now);
+  void settle(std::optional<CorvoUser> initialUser, double now);
   /// Does the latter where the store could not be read at the start.
   void settleLate(double now);
 
-  void replace(const CorvoUser& user, double now,
-               storage::Origin origin = storage::Origin::replacement);
+  void replace(CorvoUser user, double now, storage::Origin origin = storage::Origin::replacement);
   /// Hands the callback an empty builder, or one with the stored user, and stores what that then
   /// holds. After one that throws nothing is stored.
   void build(EditUser& edit);

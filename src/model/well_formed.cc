@@ -31,10 +31,12 @@ bool readsAsWellFormed(const CorvoUser& user) {
          (!user.corvoExpiration || std::ranges::all_of(*user.corvoExpiration, hasWellFormedName));
 }
 
-CorvoUser wellFormed(const CorvoUser& user) {
-  CorvoUser result{wellFormed(user.properties), std::nullopt};
-  if (user.corvoExpiration) result.corvoExpiration = wellFormed(*user.corvoExpiration);
-  return result;
+CorvoUser wellFormed(CorvoUser user) {
+  if (!areWellFormed(user.properties)) user.properties = wellFormed(user.properties);
+  if (user.corvoExpiration && !areWellFormed(*user.corvoExpiration)) {
+    user.corvoExpiration = wellFormed(*user.corvoExpiration);
+  }
+  return user;
 }
 
 }  // namespace corvo::corvo_internal::model

@@ -33,9 +33,21 @@ CorvoUser::Builder& CorvoUser::Builder::set(std::string_view key, OptionalText v
   }
   const base::WellFormed text(*value.view());
   properties.insert_or_assign(std::string(key), std::string_view(text));
-  corvoExpiration.insert_or_assign(std::string(key),
-                                   targeting::expiryText(clock_->now(), *timeZone_));
+  corvoExpiration.insert_or_assign(std::string(key), expiryText());
   return *this;
+}
+
+// Properties are set one after the other, mostly within one second.
+const std::string& CorvoUser::Builder::expiryText() {
+  const double now = clock_->now();
+  const std::int64_t second = targeting::expirySecond(now);
+  const std::uint64_t zone = timeZone_->identifier();
+  if (expiry_.empty() || second != expirySecond_ || zone != zone_) {
+    expiry_ = targeting::expiryText(now, *timeZone_);
+    expirySecond_ = second;
+    zone_ = zone;
+  }
+  return expiry_;
 }
 
 CorvoUser::Builder& CorvoUser::Builder::setCustom(std::string_view key, OptionalText value) {

@@ -73,6 +73,10 @@ TEST_F(UserBuilder, StampsADayAheadInLocalTime) {
   zone_->change(-3'600);
   time_->set(-0.5);
   EXPECT_EQ(builder_.setUserId("u").corvoExpiration.at("userId"), "1970-01-01 22:59:59");
+  zone_->change(0);
+  EXPECT_EQ(builder_.setUserId("u").corvoExpiration.at("userId"), "1970-01-01 23:59:59");
+  time_->set(0.5);
+  EXPECT_EQ(builder_.setUserId("u").corvoExpiration.at("userId"), "1970-01-02 00:00:00");
   time_->set(std::numeric_limits<double>::infinity());
   builder_.setUserId("u");
 }
