@@ -159,19 +159,37 @@ bool insideLayer(std::string_view splitId, const model::Experiment& experiment,
   return isInside;
 }
 
+// Where the lists force a user. A group's list counts before the experiment's.
+struct Forced {
+  std::optional<std::size_t> group;
+  bool intoExperiment = false;
+};
+
+Forced forced(std::string_view splitId, const model::Experiment& experiment,
+              const project::ForcedLists* lists) {
+  if (lists == nullptr) {
+    const auto group = forcedGroupIndex(experiment.groups, splitId);
+    return {group, !group && contains(experiment.forcedUserList, splitId)};
+  }
+  const std::uint32_t found = lists->find(splitId);
+  if (found == project::ForcedLists::kNone) return {};
+  if (found == experiment.groups.size()) return {std::nullopt, true};
+  return {found, false};
+}
+
 template <class AnyObserver>
-Placement assign(std::string_view splitId, const model::Experiment& experiment,
-                 const double* bucket, AnyObserver observer) {
-  const auto index = forcedGroupIndex(experiment.groups, splitId);
+Placement assign(std::string_view splitId, const model::Experiment& experiment, const Known& known,
+                 AnyObserver observer) {
+  const auto [index, isForced] = forced(splitId, experiment, known.forced);
   observer.on(GroupsForced{experiment, index});
   if (index) return placed(PlacementReason::forcedIntoGroup, experiment.groups, *index);
-  const bool isForced = contains(experiment.forcedUserList, splitId);
   observer.on(ExperimentForced{isForced});
   if (!isForced && !insideLayer<AnyObserver>(splitId, experiment, observer)) {
     return {.reason = PlacementReason::outsideLayer};
   }
-  const double value =
-      bucket != nullptr ? *bucket : bucketSeen<AnyObserver>(splitId, experiment.salt, observer);
+  const double value = known.bucket != nullptr
+                           ? *known.bucket
+                           : bucketSeen<AnyObserver>(splitId, experiment.salt, observer);
   Placement placement = pickGroupByWeight<AnyObserver>(experiment, isForced, value, observer);
   if (isForced && placement.group) placement.reason = PlacementReason::forcedIntoExperiment;
   return placement;
@@ -203,13 +221,13 @@ Buckets bucketValues(const std::array<base::Md5Message, base::kMd5Lanes>& messag
 }
 
 Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
-                      const double* bucket) {
-  return assign<Silent>(splitId, experiment, bucket, {});
+                      const Known& known) {
+  return assign<Silent>(splitId, experiment, known, {});
 }
 
 Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
                       Observer& observer) {
-  return assign<Observer&>(splitId, experiment, nullptr, observer);
+  return assign<Observer&>(splitId, experiment, {}, observer);
 }
 
 }  // namespace corvo::corvo_internal::placement

@@ -8,6 +8,7 @@
 #include "model/config.h"
 #include "placement/observer.h"
 #include "placement/placement.h"
+#include "project/forced_lists.h"
 
 // Where the hash puts a user in one experiment. Pure, from any thread; the same on every processor:
 // IEEE 754 doubles, each operation rounded by itself, in the order written.
@@ -33,12 +34,17 @@ using Buckets = std::array<double, base::kMd5Lanes>;
 }
 inline constexpr const char* kInvertedBounds = "a layer bound's lower end exceeds its upper end";
 
+/// What has been found out beforehand; null where it has not.
+struct Known {
+  const double* bucket = nullptr;  ///< That of identifier and salt.
+  const project::ForcedLists* forced = nullptr;
+};
+
 /// Which group of the experiment the identifier has, if any: by a group's forced list, else by the
 /// experiment's (whatever layer and allocation say), else by layer, allocation and weights. Layer
-/// bounds whose lower one exceeds the upper stop the process when they are reached. `bucket` is
-/// that of identifier and salt, null where it is not known yet.
+/// bounds whose lower one exceeds the upper stop the process when they are reached.
 [[nodiscard]] Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
-                                    const double* bucket = nullptr);
+                                    const Known& known = {});
 [[nodiscard]] Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
                                     Observer& observer);
 

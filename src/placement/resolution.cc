@@ -71,8 +71,9 @@ const Placement& Resolver::assignOnce(std::string_view splitId,
   Remembered& known = recall(position, splitId, context);
   if (known.isPlaced) return known.placement;
   if (digests == Digests::together && !known.hasBucket) makeBuckets(position, context);
-  known.placement =
-      assignGroup(splitId, *experiment.record, known.hasBucket ? &known.bucket : nullptr);
+  known.placement = assignGroup(
+      splitId, *experiment.record,
+      {.bucket = known.hasBucket ? &known.bucket : nullptr, .forced = experiment.forced.get()});
   known.isPlaced = true;
   return known.placement;
 }

@@ -35,6 +35,7 @@ PreparedExperiment prepared(const model::Experiment& experiment, targeting::Rule
   PreparedExperiment result;
   result.record = &experiment;
   if (experiment.targets) result.target.emplace(*experiment.targets, vocabulary);
+  result.forced = ForcedLists::of(experiment);
   result.flags.reserve(experiment.featureFlags.size());
   for (const model::FeatureFlag& flag : experiment.featureFlags) {
     result.flags.push_back(prepared(flag, experiment, rules, vocabulary));
@@ -55,6 +56,7 @@ PreparedProject::PreparedProject(std::shared_ptr<const model::ConfigResponse> co
   addExperiments(vocabulary);
   rules_.close();
   propertyNames_ = std::move(vocabulary.names);
+  lists_ = std::move(vocabulary.lists);
   addCarriedFlags();
   addNames();
   addHoldouts();

@@ -8,6 +8,7 @@
 
 #include "base/name_index.h"
 #include "model/config.h"
+#include "project/forced_lists.h"
 #include "targeting/property_names.h"
 #include "targeting/rules.h"
 
@@ -28,6 +29,7 @@ struct PreparedExperiment {
   const model::Experiment* record = nullptr;
   std::optional<targeting::PreparedTarget> target;
   std::vector<CarriedFlag> flags;
+  std::unique_ptr<const ForcedLists> forced;  // null where the lists are short
   FirstOfName firstFlags;
   FirstOfName firstParams;
   std::vector<const PreparedExperiment*> holdouts;  // those it names that there are, in its order
@@ -98,6 +100,7 @@ class PreparedProject {
 
   std::shared_ptr<const model::ConfigResponse> config_;
   targeting::PropertyNames propertyNames_;
+  targeting::PreparedLists lists_;
   targeting::RuleBook rules_;
   std::vector<PreparedExperiment> experiments_;
   std::vector<FlagEntry> flags_;

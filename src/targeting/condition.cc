@@ -31,6 +31,10 @@ bool holds(Texts texts, std::string_view wanted) {
 // Canonical equivalence.
 bool equalsAny(const Subject& subject, const Alternatives& values) {
   const std::string_view property = subject.text();
+  const PreparedList* prepared = values.prepared;
+  if (prepared != nullptr && base::isAscii(property)) {
+    if (const auto equals = prepared->equalsAscii(property)) return *equals;
+  }
   bool unclear = false;
   for (const std::string& text : values.texts) {
     const std::optional<bool> equal = base::plainlyEqual(property, text);
@@ -40,7 +44,7 @@ bool equalsAny(const Subject& subject, const Alternatives& values) {
   if (!unclear) return false;
   const std::string_view decomposition = subject.decomposition();
   return holds(values.texts, decomposition) ||
-         (values.decompositions && holds(*values.decompositions, decomposition));
+         (prepared != nullptr && holds(prepared->decompositions(), decomposition));
 }
 
 // This one looks for the values in the property.
@@ -67,15 +71,7 @@ auto single(Texts values) -> decltype(parse(values.front())) {
   return parse(values.front());
 }
 
-std::optional<Alternatives> alternatives(Texts values) {
-  std::vector<std::string> decompositions;
-  for (const std::string& value : values) {
-    if (auto other = base::decomposed(value)) decompositions.push_back(*std::move(other));
-  }
-  if (decompositions.empty()) return Alternatives{values, nullptr};
-  return Alternatives{values,
-                      std::make_unique<std::vector<std::string>>(std::move(decompositions))};
-}
+std::optional<Alternatives> alternatives(Texts values) { return Alternatives{values}; }
 
 std::optional<Alternatives> oneAlternative(Texts values) {
   return values.size() == 1 ? alternatives(values) : std::nullopt;
@@ -109,11 +105,10 @@ struct Moments {
   std::int64_t value;
 };
 std::optional<Moments> momentsOf(base::LocalSeconds date, const Subject& subject) {
-  const auto local = subject.date();
-  if (!local) return std::nullopt;
-  const auto property = subject.localTime().momentOf(*local);
+  const auto property = subject.moment();
+  if (!property) return std::nullopt;
   const auto value = subject.localTime().momentOf(date);
-  return property && value ? std::optional(Moments{*property, *value}) : std::nullopt;
+  return value ? std::optional(Moments{*property, *value}) : std::nullopt;
 }
 
 template <auto test>
@@ -221,8 +216,12 @@ PreparedCondition::PreparedCondition(const model::Condition& condition, Vocabula
     : match_(always<false>), property_(vocabulary.names.numberOf(condition.name)) {
   if (condition.values.empty()) return;
   const Sign& sign = signOf(condition);
-  if (auto operand = sign.read(vocabulary.shared(condition.values))) {
+  const std::vector<std::string>& values = vocabulary.shared(condition.values);
+  if (auto operand = sign.read(values)) {
     operand_ = *std::move(operand);
+    if (auto* texts = std::get_if<Alternatives>(&operand_)) {
+      texts->prepared = vocabulary.lists.of(values);
+    }
     match_ = sign.match;
   } else if (sign.unread) {
     match_ = always<true>;

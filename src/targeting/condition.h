@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -10,17 +9,17 @@
 
 #include "model/config.h"
 #include "targeting/context.h"
+#include "targeting/prepared_list.h"
 #include "targeting/subject.h"
 #include "targeting/version.h"
 #include "targeting/vocabulary.h"
 
 namespace corvo::corvo_internal::targeting {
 
-/// Texts, and the canonical decompositions of those that have another one than themselves; null
-/// where none has.
+/// Texts, and what is prepared about them; null where nothing is.
 struct Alternatives {
   std::span<const std::string> texts;
-  std::unique_ptr<const std::vector<std::string>> decompositions;
+  const PreparedList* prepared = nullptr;
 };
 
 /// What the sign of a condition compares the property with, parsed: one text, several texts, texts

@@ -79,8 +79,11 @@ void ContextSource::setNames(const PropertyNames& names) {
 
 Context ContextSource::ofUser(double now) {
   const std::uint64_t zone = zone_.identifier();
-  if (zone != zoneIdentifier_) isUserRead_ = false;  // expiries are local times
-  zoneIdentifier_ = zone;
+  if (zone != zoneIdentifier_) {
+    localTime_.forget();
+    isUserRead_ = false;  // expiries are local times
+    zoneIdentifier_ = zone;
+  }
   if (!isUserRead_) readUser();
   Context context = bare(now);
   context.own = &own_;

@@ -35,8 +35,20 @@ LocalSeconds LocalTime::at(double moment) const {
 }
 
 std::optional<std::int64_t> LocalTime::momentOf(LocalSeconds local) const {
-  forgetFormerZone();
   return moments_.get(local, [&] { return search(local); });
+}
+
+std::optional<std::int64_t> LocalTime::momentOf(std::string_view date) const {
+  const std::string_view last(lastRead_.text.data(), lastRead_.size);
+  if (date == last && !last.empty()) return lastRead_.moment;
+  const auto local = parseConditionDate(date);
+  const auto moment = local ? momentOf(*local) : std::nullopt;
+  if (date.size() <= lastRead_.text.size()) {
+    std::ranges::copy(date, lastRead_.text.begin());
+    lastRead_.size = date.size();
+    lastRead_.moment = moment;
+  }
+  return moment;
 }
 
 bool LocalTime::withinOneDay(std::int64_t from, std::int64_t to) const {
@@ -53,17 +65,14 @@ bool LocalTime::withinOneDay(std::int64_t from, std::int64_t to) const {
   return backwards ? to > limit : to < limit;
 }
 
-void LocalTime::forgetFormerZone() const {
-  const std::uint64_t identifier = zone_.identifier();
-  if (identifier == identifier_) return;
-  identifier_ = identifier;
+void LocalTime::forget() noexcept {
+  lastRead_ = {};
   moments_.forget();
   locals_.forget();
   steady_ = {};
 }
 
 LocalSeconds LocalTime::localAt(std::int64_t moment) const {
-  forgetFormerZone();
   return locals_.get(moment, [&] { return moment + zone_.offsetAt(moment); });
 }
 
@@ -94,6 +103,11 @@ bool LocalTime::isSteady(std::int64_t from, std::int64_t to) const {
     if (zone_.offsetAt(steady_.last + kSampleSeconds) != steady_.offset) return false;
   }
   return true;
+}
+
+std::optional<LocalSeconds> parseConditionDate(std::string_view text) {
+  const auto minute = base::parseDate(text, base::DatePattern::minute);
+  return minute ? minute : base::parseDate(text, base::DatePattern::day);
 }
 
 }  // namespace corvo::corvo_internal::targeting

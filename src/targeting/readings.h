@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "base/civil_time.h"
 #include "base/md5.h"
 #include "base/text_index.h"
 #include "targeting/version.h"
@@ -36,8 +35,8 @@ struct Readings {
   Once<std::optional<std::string>> decomposition;  // none where that is the text itself
   Once<std::optional<double>> number;
   Once<std::optional<OrderedVersion>> version;
-  Once<std::optional<base::LocalSeconds>> date;
-  std::uint32_t searches = 0;  // for parts, without the index
+  Once<std::optional<std::int64_t>> moment;  // as a date
+  std::uint32_t searches = 0;                // for parts, without the index
   Once<base::TextIndex> index;
 };
 

@@ -23,9 +23,9 @@ std::optional<double> Subject::number() const {
   return isShort() ? read() : readings().number.get(read);
 }
 
-std::optional<base::LocalSeconds> Subject::date() const {
-  const auto read = [&] { return parseConditionDate(plain()); };
-  return isShort() ? read() : readings().date.get(read);
+std::optional<std::int64_t> Subject::moment() const {
+  const auto read = [&] { return localTime().momentOf(plain()); };
+  return isShort() ? read() : readings().moment.get(read);
 }
 
 std::optional<int> Subject::orderTo(std::span<const std::int64_t> version) const {
@@ -49,11 +49,6 @@ bool Subject::contains(std::string_view part) const {
     return base::contains(whole, part);
   }
   return known.index.get([&] { return base::TextIndex(whole); }).contains(part);
-}
-
-std::optional<base::LocalSeconds> parseConditionDate(std::string_view text) {
-  const auto minute = base::parseDate(text, base::DatePattern::minute);
-  return minute ? minute : base::parseDate(text, base::DatePattern::day);
 }
 
 }  // namespace corvo::corvo_internal::targeting

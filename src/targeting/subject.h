@@ -35,7 +35,8 @@ class Subject {
   [[nodiscard]] std::string_view decomposition() const;
 
   [[nodiscard]] std::optional<double> number() const;
-  [[nodiscard]] std::optional<base::LocalSeconds> date() const;
+  /// The last moment at which the clocks show the property, or none where it is no such date.
+  [[nodiscard]] std::optional<std::int64_t> moment() const;
   /// How the property stands to a version, or none where it is no version.
   [[nodiscard]] std::optional<int> orderTo(std::span<const std::int64_t> version) const;
   /// Whether the part stands in the property.
@@ -60,8 +61,5 @@ class Subject {
   std::uint32_t number_;
   bool hashed_;
 };
-
-/// Reads a date as conditions write it: with a time of day, to the minute, or without.
-[[nodiscard]] std::optional<base::LocalSeconds> parseConditionDate(std::string_view text);
 
 }  // namespace corvo::corvo_internal::targeting

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/text_hash.h"
+#include "targeting/prepared_list.h"
 #include "targeting/property_names.h"
 
 namespace corvo::corvo_internal::targeting {
@@ -18,6 +19,7 @@ namespace corvo::corvo_internal::targeting {
 class Vocabulary {
  public:
   PropertyNames names;
+  PreparedLists lists;  ///< To be kept as long as conditions that were prepared with it.
 
   /// The first text, or list of texts, of that content.
   const std::string& shared(const std::string& text) { return **texts_.insert(&text).first; }

@@ -41,6 +41,9 @@ TEST(Bucketing, AgreesWithTheGoldenVectors) {
     const model::Group* group = index.empty() ? nullptr : &record.groups.at(std::stoul(index));
     EXPECT_EQ(placement.group, group) << what;
     EXPECT_EQ(placement.index, group ? std::stoul(index) : 0) << what;
+    const project::ForcedLists forced(record);
+    EXPECT_EQ(assignGroup(splitId, record, {.forced = &forced}).reason, placement.reason) << what;
+    EXPECT_EQ(assignGroup(splitId, record, {.forced = &forced}).group, group) << what;
   }
 }
 

@@ -1,0 +1,44 @@
+#include "project/forced_lists.h"
+
+#include <string>
+
+namespace corvo::corvo_internal::project {
+namespace {
+
+// Calls a function with each entry and the group that it belongs to: groups first, and then, as if
+// it were one more, the experiment.
+template <class Function>
+void forEachEntry(const model::Experiment& experiment, Function function) {
+  std::uint32_t owner = 0;
+  const auto visit = [&](const std::vector<std::string>& list) {
+    for (const std::string& entry : list) function(entry, owner);
+    ++owner;
+  };
+  for (const model::Group& group : experiment.groups) visit(group.forcedUserList);
+  visit(experiment.forcedUserList);
+}
+
+std::vector<std::string_view> entriesOf(const model::Experiment& experiment) {
+  std::vector<std::string_view> entries;
+  forEachEntry(experiment, [&](const std::string& entry, std::uint32_t /*owner*/) {
+    entries.push_back(entry);
+  });
+  return entries;
+}
+
+}  // namespace
+
+ForcedLists::ForcedLists(const model::Experiment& experiment) : positions_(entriesOf(experiment)) {
+  forEachEntry(experiment, [this](const std::string& /*entry*/, std::uint32_t owner) {
+    owners_.push_back(owner);
+  });
+}
+
+std::unique_ptr<const ForcedLists> ForcedLists::of(const model::Experiment& experiment) {
+  std::size_t count = experiment.forcedUserList.size();
+  for (const model::Group& group : experiment.groups) count += group.forcedUserList.size();
+  if (count < base::TextPositions::kWorthwhile) return nullptr;
+  return std::make_unique<const ForcedLists>(experiment);
+}
+
+}  // namespace corvo::corvo_internal::project
