@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "evaluation/evaluator.h"
@@ -128,18 +129,14 @@ Deciding<Question::About::project, Function> aboutProject(Function decide) {
   return {std::move(decide)};
 }
 
-/// How an experiment or a holdout is looked up by its name.
-using Find =
-    const project::PreparedExperiment* (project::PreparedProject::*)(std::string_view) const;
-
-/// Decides about what has that name: about the user, but, with a way to find it, only where there
-/// is such a thing.
-template <Find find, auto decideBy>
+/// Decides about what has that name: about the user, but, with a way to find it in the project,
+/// only where there is such a thing.
+template <auto find, auto decideBy>
 struct DecidingByName {
   Name name;
 
   [[nodiscard]] Question::About about(const project::PreparedProject& project) const {
-    if constexpr (find != nullptr) {
+    if constexpr (!std::is_null_pointer_v<decltype(find)>) {
       if ((project.*find)(name.get()) == nullptr) return Question::About::project;
     }
     return Question::About::user;
