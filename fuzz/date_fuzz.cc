@@ -82,7 +82,7 @@ std::int32_t offset(Input& in) {
   return in.oneIn(4) ? static_cast<std::int32_t>(in.between(-86'399, 86'399)) : in.oneOf(kUsual);
 }
 
-void searchLocal(Input& in, fakes::FakeTimeZone& clocks, const targeting::LocalTime& time) {
+void searchLocal(Input& in, fakes::FakeTimeZone& clocks, targeting::LocalTime& time) {
   std::set<std::int32_t> offsets{offset(in)};
   const std::int32_t first = *offsets.begin();
   fakes::FakeTimeZone::Transitions transitions;
@@ -95,6 +95,7 @@ void searchLocal(Input& in, fakes::FakeTimeZone& clocks, const targeting::LocalT
     change += 3'600 + (in.oneIn(2) ? in.between(0, 3 * kSecondsPerDay) : 0);
   }
   clocks.change(first, transitions);
+  time.forget();
   constexpr std::int64_t kUnits[] = {1, 3'600, kSecondsPerDay};
   for (int i = 0; i < 8; ++i) {
     const std::int64_t near =
@@ -116,7 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Input in({data, size});
   readAndWrite(in);
   fakes::FakeTimeZone clocks;
-  const targeting::LocalTime time(clocks);
+  targeting::LocalTime time(clocks);
   for (int i = 0; i < 2; ++i) searchLocal(in, clocks, time);
   return 0;
 }
