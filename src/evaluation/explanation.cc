@@ -87,12 +87,13 @@ void write(const std::vector<Explanation::Step>& steps, json::JsonWriter& out) {
   out.endArray();
 }
 
-// A line may not end within: names of a document may hold anything.
+// Names of a document may hold anything, also what would end the line.
 std::string onOneLine(std::string_view text) {
   std::string line;
   for (const char c : text) {
-    const bool isControl = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-    line += isControl ? JsonValue(std::string(1, c)).toJson() : std::string(1, c);
+    const std::string one(1, c);
+    const std::string escaped = JsonValue(one).toJson();
+    line += c == '"' || c == '\\' ? one : escaped.substr(1, escaped.size() - 2);
   }
   return line;
 }

@@ -61,7 +61,7 @@ double bucketSeen(std::string_view splitId, std::string_view salt, AnyObserver o
 }
 
 template <class List>
-inline bool contains(const List& list, std::string_view splitId) {
+bool contains(const List& list, std::string_view splitId) {
   return std::ranges::find(list, splitId) != list.end();
 }
 

@@ -74,6 +74,13 @@ TEST(Explanation, IsJsonForPrograms) {
             "[{\"code\":\"experiment\",\"outcome\":\"notFound\",\"facts\":{},\"steps\":[]}]}");
 }
 
+TEST(Explanation, KeepsNamesWithinTheirLine) {
+  Evaluation asked = Project::decode("{}").value().evaluate({});
+  EXPECT_EQ(asked.explainFlag("a\n\"").toText(),
+            "flag \"a\\n\\\"\": Corvo warn: Feature flag \"a\\n\"\" not found\n"
+            "  flag: not found\n");
+}
+
 TEST(Explanation, CutsLongTextsOfTheUser) {
   const char* const document = R"({"experiments": [{"name": "e", "salt": "", "allocation": 1}]})";
   const Project project = Project::decode(document).value();
