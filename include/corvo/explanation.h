@@ -85,8 +85,8 @@ struct CORVO_EXPORT Explanation {
   /// All of it as a JSON object; see docs/explanations.md.
   [[nodiscard]] std::string toJson() const;
 
-  /// All of it for people, one step a line. Texts of configuration and user are quoted as in JSON.
-  /// The wording may change.
+  /// All of it for people, one step a line. The texts of steps are quoted as in JSON; in an error's
+  /// description control characters are escaped. The wording may change.
   [[nodiscard]] std::string toText() const;
 };
 

@@ -156,7 +156,7 @@ std::optional<bool> plainlyEqual(std::string_view a, std::string_view b) {
 }
 
 std::optional<std::string> decomposed(std::string_view text) {
-  if (asciiPrefix(text) == text.size()) return std::nullopt;
+  if (isAscii(text)) return std::nullopt;
   std::vector<CodePoint> characters;
   characters.reserve(text.size());
   for (std::string_view rest = text; const auto character = takeCharacter(rest);) {

@@ -32,9 +32,9 @@ template <class Word>
   return text.empty() || isAsciiByWords<std::uint8_t>(text);
 }
 
+[[nodiscard]] bool isWellFormedBeyondAscii(std::string_view text) noexcept;
 /// Whether the bytes are well-formed UTF-8 (Unicode 15, table 3-7). Most texts are ASCII, which is
 /// quickly found.
-[[nodiscard]] bool isWellFormedBeyondAscii(std::string_view text) noexcept;
 [[nodiscard]] inline bool isWellFormed(std::string_view text) noexcept {
   return isAscii(text) || isWellFormedBeyondAscii(text);
 }

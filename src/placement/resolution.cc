@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 #include <span>
+#include <type_traits>
 
 #include "placement/split_identifier.h"
 #include "targeting/rules.h"
@@ -11,7 +12,23 @@
 namespace corvo::corvo_internal::placement {
 namespace {
 
-constexpr auto kNoHoldout = [](const project::PreparedExperiment&) { return false; };
+// In place of a way to look at holdouts: those that a holdout names itself do not count.
+struct IgnoreHoldouts {};
+
+// The first holdout that the user is in, of those that the experiment names; or null.
+template <class AnyObserver, class IsInHoldout>
+const model::Experiment* holdoutOf(const project::PreparedExperiment& experiment,
+                                   IsInHoldout isInHoldout, AnyObserver observer) {
+  if constexpr (!std::is_same_v<IsInHoldout, IgnoreHoldouts>) {
+    for (const project::PreparedExperiment* holdout : experiment.holdouts) {
+      observer.on(HoldoutBegun{*holdout});
+      const bool isIn = isInHoldout(*holdout);
+      observer.on(HoldoutDecided{isIn});
+      if (isIn) return holdout->record;
+    }
+  }
+  return nullptr;
+}
 
 // What all ways to resolve share: `isInHoldout` looks at a holdout, `assign` gives the group. The
 // targets do not count where a forced list put the user there.
@@ -23,11 +40,8 @@ Placement resolveBy(const project::PreparedExperiment& experiment,
   const auto splitId = splitIdentifier(record.splitMode, context);
   observer.on(SplitIdentified{record.splitMode.value_or(model::SplitMode::userId), splitId});
   if (!splitId) return {.reason = PlacementReason::noSplitIdentifier};
-  for (const project::PreparedExperiment* holdout : experiment.holdouts) {
-    observer.on(HoldoutBegun{*holdout});
-    const bool isIn = isInHoldout(*holdout);
-    observer.on(HoldoutDecided{isIn});
-    if (isIn) return {.reason = PlacementReason::heldOut, .holdout = holdout->record};
+  if (const auto* holdout = holdoutOf<AnyObserver>(experiment, isInHoldout, observer)) {
+    return {.reason = PlacementReason::heldOut, .holdout = holdout};
   }
   const Placement& placement = assign(*splitId);
   if (placement.reason != PlacementReason::bucketed || !experiment.target) return placement;
@@ -51,7 +65,7 @@ Placement Resolver::resolve(const project::PreparedExperiment& experiment,
 
 Placement Resolver::resolveIgnoringHoldouts(const project::PreparedExperiment& experiment,
                                             const targeting::Context& context) {
-  return resolve(experiment, context, Digests::single, kNoHoldout);
+  return resolve(experiment, context, Digests::single, IgnoreHoldouts());
 }
 
 template <class IsInHoldout>
@@ -138,7 +152,7 @@ bool Resolver::Report::isInHoldout(const project::PreparedExperiment& holdout) {
   Reported& known = resolver_.reported_[resolver_.positionOf(holdout)];
   if (known.holdoutIn != resolver_.report_) {
     known.isInHoldout =
-        resolver_.resolve(holdout, context_, Digests::together, kNoHoldout).group != nullptr;
+        resolver_.resolve(holdout, context_, Digests::together, IgnoreHoldouts()).group != nullptr;
     known.holdoutIn = resolver_.report_;
   }
   return known.isInHoldout;
@@ -154,7 +168,7 @@ bool SeenResolver::isIn(const project::PreparedExperiment& holdout) {
     observer_.on(HoldoutRemembered{});
     return known->second;
   }
-  return isIn_[&holdout] = resolve(holdout, kNoHoldout).group != nullptr;
+  return isIn_[&holdout] = resolve(holdout, IgnoreHoldouts()).group != nullptr;
 }
 
 template <class IsInHoldout>

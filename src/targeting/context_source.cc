@@ -1,6 +1,5 @@
 #include "targeting/context_source.h"
 
-#include <algorithm>
 #include <string>
 
 #include "base/civil_time.h"

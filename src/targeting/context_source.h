@@ -11,7 +11,6 @@
 #include <string_view>
 #include <utility>
 
-#include "base/name_index.h"
 #include "targeting/context.h"
 #include "targeting/device_properties.h"
 #include "targeting/local_time.h"

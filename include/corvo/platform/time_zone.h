@@ -17,7 +17,8 @@ class CORVO_TYPE TimeZone {
   [[nodiscard]] virtual std::int32_t offsetAt(std::int64_t moment) const = 0;
 
   /// A number that changes whenever the zone or its rules do. What the library remembers about
-  /// local times is forgotten with it. Asked at every question, so it must be cheap.
+  /// local times is forgotten with it. Asked at every question, and by every setter of a user's
+  /// builder, so it must be cheap.
   [[nodiscard]] virtual std::uint64_t identifier() const = 0;
 };
 
