@@ -63,7 +63,7 @@ class NameIndex {
     for (std::size_t at = name.hash;; ++at) {
       const Slot& slot = slots_[at & (slots_.size() - 1)];
       if (slot.position == kNone ||
-          (slot.hash == name.hash && nameAt(slot.position) == name.text)) {
+          (slot.hash == name.hash && sameBytes(nameAt(slot.position), name.text))) {
         return at & (slots_.size() - 1);
       }
     }

@@ -182,10 +182,4 @@ std::string wellFormed(std::string_view text) {
   return std::string(std::string_view(WellFormed(text)));
 }
 
-bool equalsLowerCased(std::string_view text, std::string_view lowerCase) noexcept {
-  constexpr char kCaseBit = 0x20;  // only a letter becomes a lower-case letter by it
-  return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(),
-                    [](char given, char lower) { return (given | kCaseBit) == lower; });
-}
-
 }  // namespace corvo::corvo_internal::base

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -9,14 +10,20 @@
 
 namespace corvo::corvo_internal::base {
 
+/// The bytes from there on as a number, in the machine's order.
+template <class Word>
+[[nodiscard]] Word loadWord(const char* bytes) noexcept {
+  Word word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
 /// Whether all bytes of a text that is a word long or longer are ASCII. The last bytes are looked
 /// at together with some of those before them.
 template <class Word>
 [[nodiscard]] bool isAsciiByWords(std::string_view text) noexcept {
   const auto isAsciiAt = [&](std::size_t at) {
-    Word word = 0;
-    std::memcpy(&word, text.data() + at, sizeof word);
-    return (word & static_cast<Word>(0x8080808080808080)) == 0;
+    return (loadWord<Word>(text.data() + at) & static_cast<Word>(0x8080808080808080)) == 0;
   };
   const std::size_t last = text.size() - sizeof(Word);
   for (std::size_t at = 0; at < last; at += sizeof(Word)) {
@@ -30,6 +37,20 @@ template <class Word>
   if (text.size() >= 4) return isAsciiByWords<std::uint32_t>(text);
   if (text.size() >= 2) return isAsciiByWords<std::uint16_t>(text);
   return text.empty() || isAsciiByWords<std::uint8_t>(text);
+}
+
+/// Whether two texts are the same bytes. Most names and values have 4 to 16: those are compared
+/// without a call, their first and their last bytes, which may overlap.
+[[nodiscard]] inline bool sameBytes(std::string_view a, std::string_view b) noexcept {
+  if (a.size() != b.size()) return false;
+  const auto sameEnds = [&]<class Word>(Word) {
+    const std::size_t last = a.size() - sizeof(Word);
+    return loadWord<Word>(a.data()) == loadWord<Word>(b.data()) &&
+           loadWord<Word>(a.data() + last) == loadWord<Word>(b.data() + last);
+  };
+  if (a.size() - 8 <= 8) return sameEnds(std::uint64_t());
+  if (a.size() - 4 <= 4) return sameEnds(std::uint32_t());
+  return a == b;
 }
 
 [[nodiscard]] bool isWellFormedBeyondAscii(std::string_view text) noexcept;
@@ -74,6 +95,14 @@ class WellFormed {
 /// Whether the text equals `lowerCase`, which consists of lower-case ASCII letters, once the text
 /// is lower-cased. For the words that the library asks for, ASCII lower-casing is full Unicode
 /// lower-casing: no other character has their letters for its lower case.
-[[nodiscard]] bool equalsLowerCased(std::string_view text, std::string_view lowerCase) noexcept;
+template <std::size_t size>
+[[nodiscard]] bool equalsLowerCased(std::string_view text, const char (&lowerCase)[size]) noexcept {
+  constexpr char kCaseBit = 0x20;  // only a letter becomes a lower-case letter by it
+  if (text.size() != size - 1) return false;
+  std::array<char, size - 1> lowered;
+  std::memcpy(lowered.data(), text.data(), lowered.size());
+  for (char& letter : lowered) letter |= kCaseBit;
+  return std::memcmp(lowered.data(), lowerCase, lowered.size()) == 0;
+}
 
 }  // namespace corvo::corvo_internal::base

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/text.h"
+
 namespace corvo::corvo_internal::base {
 
 /// Two numbers that differ in every process and that nobody outside can guess, so that nobody can
@@ -58,9 +60,7 @@ struct TextHash {
  private:
   template <class Integer>
   static std::uint64_t load(const char* bytes) noexcept {
-    Integer value = 0;
-    std::memcpy(&value, bytes, sizeof value);
-    return value;
+    return loadWord<Integer>(bytes);
   }
 
   // The last bytes, at most eight, in one or two pieces that may overlap, and, in a long text, with

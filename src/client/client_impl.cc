@@ -29,8 +29,9 @@ CorvoClientImpl::~CorvoClientImpl() {
   }
 }
 
-double CorvoClientImpl::begin(const Turn& turn) {
-  const double now = clock_->now();
+// Whatever the operation does, what was kept for questions may be of no use after it.
+double CorvoClientImpl::begin(const Turn& turn, double now) {
+  evidence_.drop();
   if (!turn.isNested() && storage_->isDue(now)) tryStorageAgain(now);
   return now;
 }
@@ -89,8 +90,8 @@ void CorvoClientImpl::ask(Decider decider, AnswerSink<T>& sink) {
 
 template <class Decider, class T>
 void CorvoClientImpl::askAbout(std::string_view name, AnswerSink<T>& sink) {
-  const base::WellFormed wellFormed(name);
-  ask(Decider{Name(wellFormed)}, sink);
+  SinkQuestion<T, Decider> question(name, sink);
+  ask(question);
 }
 
 void CorvoClientImpl::askFlag(std::string_view flagName, AnswerSink<std::string_view>& sink) {
@@ -164,13 +165,16 @@ void CorvoClientImpl::askProject(AnswerSink<Project>& sink) {
 // not at all.
 void CorvoClientImpl::askToInclude(std::string_view experimentName,
                                    std::optional<std::int64_t> groupIndex, AnswerSink<Done>& sink) {
-  ask(aboutProject([this, name = base::wellFormed(experimentName),
-                    groupIndex](const Evidence& evidence) -> Result<Done> {
-        auto error = forced_->include(evidence.evaluator.project()->config(), name, groupIndex);
-        if (error) return *std::move(error);
-        return Done();
-      }),
-      sink);
+  SinkQuestion question(aboutProject([this, name = base::wellFormed(experimentName),
+                                      groupIndex](const Evidence& evidence) -> Result<Done> {
+                          auto error = forced_->include(evidence.evaluator.project()->config(),
+                                                        name, groupIndex);
+                          if (error) return *std::move(error);
+                          return Done();
+                        }),
+                        sink);
+  Turn turn(access_);
+  askAtLength(question, begin(turn), turn);  // for it changes what is kept
 }
 
 void CorvoClientImpl::askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) {
@@ -244,7 +248,12 @@ void CorvoClientImpl::goOn(const std::shared_ptr<Question>& waiting, Step step) 
 
 void CorvoClientImpl::ask(Question& question) {
   Turn turn(access_);
-  const double now = begin(turn);
+  const double now = clock_->now();
+  if (evidence_.stands(now, surroundings())) return answer(question, evidence_.at(now), turn);
+  askAtLength(question, begin(turn, now), turn);
+}
+
+void CorvoClientImpl::askAtLength(Question& question, double now, Turn& turn) {
   if (const ConfigPointer& config = storage_->config.read(now)) {
     return locate(question, evaluatorOf(config), now, turn);
   }
@@ -280,7 +289,21 @@ void CorvoClientImpl::locate(Question& question, const EvaluatorPointer& evaluat
 
 void CorvoClientImpl::decide(Question& question, const EvaluatorPointer& evaluator,
                              const LocationPointer& location, double now, Turn& turn) {
-  answer(question, {*evaluator, contexts_->at(now, evaluator->project(), location)}, turn);
+  const targeting::Context context = contexts_->at(now, evaluator->project(), location);
+  const Evidence evidence{*evaluator, context};
+  if (mayKeep(now, turn)) evidence_.keep(evidence, now, surroundings());
+  answer(question, evidence, turn);
+}
+
+StandingEvidence::Surroundings CorvoClientImpl::surroundings() const {
+  return {storage_->revision(), contexts_->zone()};
+}
+
+// An operation that is going on may change what a question within it was decided from.
+bool CorvoClientImpl::mayKeep(double now, const Turn& turn) {
+  const double end = StandingEvidence::endOfSecond(now);
+  return !turn.isNested() && storage_->isReached() && contexts_->isComplete() &&
+         storage_->config.isValid(end) && storage_->location.isValid(end);
 }
 
 void CorvoClientImpl::answer(Question& question, const Evidence& evidence, Turn& turn) {

@@ -14,6 +14,7 @@
 #include "base/exclusive_access.h"
 #include "client/forced_inclusions.h"
 #include "client/question.h"
+#include "client/standing_evidence.h"
 #include "client/stored_context.h"
 #include "client/stored_user.h"
 #include "client/synchronisation.h"
@@ -82,22 +83,27 @@ class CorvoClientImpl final : public CorvoClient,
 
   // The moment of an operation that begins; a store that failed is tried again. Not inside another
   // operation, for what that has read must not change under it.
-  double begin(const Turn& turn);
+  double begin(const Turn& turn) { return begin(turn, clock_->now()); }
+  double begin(const Turn& turn, double now);
   void tryStorageAgain(double now);
 
-  // A question goes through the first, or the second, and the others, each at once or after a
-  // fetch.
+  // A question is decided at once where the evidence of the one before stands. Else it goes its way
+  // from configuration to location and context, each step at once or after a fetch.
   template <class Decider, class T>
   void ask(Decider decider, AnswerSink<T>& sink);
   template <class Decider, class T>
   void askAbout(std::string_view name, AnswerSink<T>& sink);
   void ask(Question& question);
+  void askAtLength(Question& question, double now, Turn& turn);
   void askAnew(Question& question, Turn& turn);
   void locate(Question& question, const EvaluatorPointer& evaluator, double now, Turn& turn);
   void decide(Question& question, const EvaluatorPointer& evaluator,
               const LocationPointer& location, double now, Turn& turn);
   static void answer(Question& question, const Evidence& evidence, Turn& turn);
 
+  [[nodiscard]] StandingEvidence::Surroundings surroundings() const;
+  // Whether the evidence of a question at that moment will do to the end of the second.
+  [[nodiscard]] bool mayKeep(double now, const Turn& turn);
   const EvaluatorPointer& evaluatorOf(const ConfigPointer& config);
 
   void askMemberships(experiments::Scope scope, AnswerSink<std::optional<std::string>>& sink);
@@ -121,6 +127,7 @@ class CorvoClientImpl final : public CorvoClient,
   bool lacksInclusions_ = false;  // a configuration that was fetched while they could not be read
   ConfigPointer config_;          // what evaluator_ is about
   EvaluatorPointer evaluator_;
+  StandingEvidence evidence_;  // of evaluator_ and contexts_
 };
 
 }  // namespace corvo::corvo_internal::client

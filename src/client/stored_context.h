@@ -4,6 +4,7 @@
 #include <corvo/platform/time_zone.h>
 #include <corvo/user.h>
 
+#include <cstdint>
 #include <memory>
 
 #include "client/device_once.h"
@@ -29,6 +30,12 @@ class StoredContext {
   /// The stored user. Without one an empty user is stored, and used. Valid until it is asked for
   /// again, or written.
   const std::shared_ptr<const CorvoUser>& currentUser();
+
+  /// Whether nothing about the device is asked for any more.
+  [[nodiscard]] bool isComplete() const noexcept { return knowsIdentifier_; }
+
+  /// Identifies the present time zone.
+  [[nodiscard]] std::uint64_t zone() const { return parts_.timeZone->identifier(); }
 
   /// A context of nobody and nothing.
   [[nodiscard]] targeting::Context bare(double now) const { return source_.bare(now); }

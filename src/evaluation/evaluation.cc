@@ -104,7 +104,7 @@ void Evaluation::reset(const EvaluationContext& context) {
 }
 
 Result<std::string_view> Evaluation::flagText(std::string_view flagName) {
-  return state_->evaluator.flag(base::WellFormed(flagName), state_->context());
+  return state_->evaluator.flag(flagName, state_->context());
 }
 
 Result<FlagReport> Evaluation::getUserFeatureFlagsDetails() {
@@ -122,11 +122,11 @@ Result<std::optional<std::string>> Evaluation::getAllUserExperimentsText(
 }
 
 Result<CorvoExperimentPointer> Evaluation::getExperiment(std::string_view name) {
-  return state_->evaluator.experiment(base::WellFormed(name), state_->context());
+  return state_->evaluator.experiment(name, state_->context());
 }
 
 Result<bool> Evaluation::getHoldout(std::string_view name) {
-  return state_->evaluator.holdout(base::WellFormed(name), state_->context());
+  return state_->evaluator.holdout(name, state_->context());
 }
 
 Result<std::optional<std::string>> Evaluation::getAllUserHoldouts() {
@@ -140,11 +140,11 @@ Result<std::vector<CorvoExperimentDetail>> Evaluation::getUserExperimentsDetails
 }
 
 Explanation Evaluation::explainFlag(std::string_view flagName) {
-  return state_->evaluator.explainFlag(base::WellFormed(flagName), state_->context());
+  return state_->evaluator.explainFlag(flagName, state_->context());
 }
 
 Explanation Evaluation::explainExperiment(std::string_view name) {
-  return state_->evaluator.explainExperiment(base::WellFormed(name), state_->context());
+  return state_->evaluator.explainExperiment(name, state_->context());
 }
 
 }  // namespace corvo

@@ -2,6 +2,7 @@
 
 #include <corvo/property.h>
 
+#include "base/text.h"
 #include "evaluation/explainer.h"
 #include "experiments/details.h"
 #include "experiments/experiment_impl.h"
@@ -28,7 +29,7 @@ Result<std::string_view> valueOf(const flags::FlagDecision& decision, std::strin
 }
 
 CorvoError experimentNotFound(std::string_view name) {
-  return CorvoError(CorvoError::ExperimentNotFound{std::string(name)});
+  return CorvoError(CorvoError::ExperimentNotFound{base::wellFormed(name)});
 }
 
 // The first of several of one name that the user takes part in; null where they are in none.
@@ -82,7 +83,7 @@ Result<CorvoExperimentPointer> Evaluator::experiment(std::string_view name,
 // The holdouts that a holdout itself names do not count here, though they do in the list of all.
 Result<bool> Evaluator::holdout(std::string_view name, const Context& context) {
   const PreparedExperiment* holdout = project_->findHoldout(name);
-  if (holdout == nullptr) return CorvoError(CorvoError::HoldoutNotFound{std::string(name)});
+  if (holdout == nullptr) return CorvoError(CorvoError::HoldoutNotFound{base::wellFormed(name)});
   return resolver_.resolveIgnoringHoldouts(*holdout, context).group != nullptr;
 }
 
@@ -105,7 +106,7 @@ Explanation Evaluator::explainFlag(std::string_view name, const Context& context
   Explainer explainer(*project_, context);
   explainer.flagSought(entry);
   Result<std::string_view> value = valueOf(flags::decideFlag(entry, context, explainer), name);
-  Explanation explanation{.question = Explanation::Question::flag, .name = std::string(name)};
+  Explanation explanation{.question = Explanation::Question::flag, .name = base::wellFormed(name)};
   if (CorvoError* error = value.error()) {
     explanation.error = std::move(*error);
   } else {
@@ -119,7 +120,8 @@ Explanation Evaluator::explainFlag(std::string_view name, const Context& context
 Explanation Evaluator::explainExperiment(std::string_view name, const Context& context) {
   const PreparedExperiment* first = project_->findExperiment(name);
   Explainer explainer(*project_, context);
-  Explanation explanation{.question = Explanation::Question::experiment, .name = std::string(name)};
+  Explanation explanation{.question = Explanation::Question::experiment,
+                          .name = base::wellFormed(name)};
   if (first == nullptr) {
     explainer.experimentNotFound();
     explanation.error = experimentNotFound(name);

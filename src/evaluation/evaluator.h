@@ -21,8 +21,8 @@
 namespace corvo::corvo_internal::evaluation {
 
 /// Answers questions about one project, each from the context that comes with it. Remembers where
-/// the hash puts the user of these contexts, which must all come from one source. For one thread at
-/// a time.
+/// the hash puts the user of these contexts, which must all come from one source. Names may be
+/// ill-formed: then they are mended. For one thread at a time.
 class Evaluator {
  public:
   explicit Evaluator(std::shared_ptr<const project::PreparedProject> project)

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
+
 namespace corvo::corvo_internal::flags {
 
 namespace {
@@ -27,7 +29,9 @@ template <class AnyObserver>
 FlagDecision decideInGroup(const project::CarriedFlag& flag, const model::Group& group,
                            const targeting::Context& context, AnyObserver observer) {
   const std::vector<model::FeatureFlagGroup>& groups = flag.record->groups;
-  const auto found = std::ranges::find(groups, group.name, &model::FeatureFlagGroup::name);
+  const auto found = std::ranges::find_if(groups, [&](const model::FeatureFlagGroup& each) {
+    return base::sameBytes(each.name, group.name);
+  });
   observer.on(GroupMatched{flag, group, found != groups.end()});
   FlagDecision decision{FlagDecision::Reason::groupNotMatching};
   if (found != groups.end()) {
@@ -62,7 +66,7 @@ CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagN
     names.push_back(candidate.name);
   }
   return CorvoError(CorvoError::ExperimentGroupNotMatchingFeatureFlagGroup{
-      decision.carried->experiment->name, std::string(flagName), decision.group->name,
+      decision.carried->experiment->name, base::wellFormed(flagName), decision.group->name,
       std::move(names)});
 }
 
@@ -111,16 +115,16 @@ std::vector<FlagDecision> decideFlags(const project::PreparedExperiment& experim
 CorvoError errorOf(const FlagDecision& decision, std::string_view flagName) {
   switch (decision.reason) {
     case FlagDecision::Reason::noRules:
-      return CorvoError(CorvoError::FeatureFlagNoRules{std::string(flagName)});
+      return CorvoError(CorvoError::FeatureFlagNoRules{base::wellFormed(flagName)});
     case FlagDecision::Reason::rulesNotSatisfied:
-      return CorvoError(CorvoError::FeatureFlagRulesNotSatisfied{std::string(flagName)});
+      return CorvoError(CorvoError::FeatureFlagRulesNotSatisfied{base::wellFormed(flagName)});
     case FlagDecision::Reason::groupNotMatching:
       return groupNotMatching(decision, flagName);
     case FlagDecision::Reason::rule:
     case FlagDecision::Reason::notFound:
       break;
   }
-  return CorvoError(CorvoError::FeatureFlagNotFound{std::string(flagName)});
+  return CorvoError(CorvoError::FeatureFlagNotFound{base::wellFormed(flagName)});
 }
 
 }  // namespace corvo::corvo_internal::flags

@@ -53,7 +53,7 @@ struct FlagDecision {
                                                     const model::Group& group,
                                                     const targeting::Context& context);
 
-/// The error of a decision without a value.
+/// The error of a decision without a value. A name that is ill-formed is mended.
 [[nodiscard]] CorvoError errorOf(const FlagDecision& decision, std::string_view flagName);
 
 }  // namespace corvo::corvo_internal::flags

@@ -4,8 +4,25 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/cold.h"
+#include "base/text.h"
+
 namespace corvo::corvo_internal::project {
 namespace {
+
+// Most names that nothing has are well-formed.
+template <class NameAt>
+CORVO_COLD std::uint32_t positionOfMended(const base::NameIndex& index, std::string_view name,
+                                          NameAt nameAt) {
+  return base::isWellFormed(name) ? base::NameIndex::kNone
+                                  : index.find(base::wellFormed(name), nameAt);
+}
+
+template <class NameAt>
+std::uint32_t positionOf(const base::NameIndex& index, std::string_view name, NameAt nameAt) {
+  const std::uint32_t position = index.find(name, nameAt);
+  return position != base::NameIndex::kNone ? position : positionOfMended(index, name, nameAt);
+}
 
 CarriedFlag prepared(const model::FeatureFlag& flag, const model::Experiment& experiment,
                      targeting::RuleBook& rules, targeting::Vocabulary& vocabulary) {
@@ -125,7 +142,7 @@ FlagEntry& PreparedProject::entryOf(std::string_view flagName) {
 }
 
 const FlagEntry* PreparedProject::findFlag(std::string_view name) const {
-  const std::uint32_t position = flagIndex_.find(name, flagNameAt());
+  const std::uint32_t position = positionOf(flagIndex_, name, flagNameAt());
   return position == base::NameIndex::kNone ? nullptr : &flags_[position];
 }
 
@@ -134,11 +151,11 @@ const PreparedExperiment* PreparedProject::experimentAt(std::uint32_t position) 
 }
 
 const PreparedExperiment* PreparedProject::findExperiment(std::string_view name) const {
-  return experimentAt(experimentIndex_.find(name, experimentNameAt()));
+  return experimentAt(positionOf(experimentIndex_, name, experimentNameAt()));
 }
 
 const PreparedExperiment* PreparedProject::findHoldout(std::string_view name) const {
-  return experimentAt(holdoutIndex_.find(name, experimentNameAt()));
+  return experimentAt(positionOf(holdoutIndex_, name, experimentNameAt()));
 }
 
 }  // namespace corvo::corvo_internal::project

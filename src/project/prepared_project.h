@@ -60,6 +60,9 @@ class PreparedProject {
 
   [[nodiscard]] const model::ConfigResponse& config() const noexcept { return *config_; }
 
+  // Names come from the application: the door's check for ill-formed UTF-8 is made only where
+  // nothing has the name as it stands, for all names here are well-formed.
+
   /// What decides the flag of that name, or null when nothing of the project has the name.
   [[nodiscard]] const FlagEntry* findFlag(std::string_view name) const;
 

@@ -26,6 +26,12 @@ struct StorageClient {
   /// Everything is kept in memory until one succeeds.
   [[nodiscard]] bool isDue(double now) noexcept { return storage_->isDue(now); }
 
+  /// Whether the suite can be used, as far as is known.
+  [[nodiscard]] bool isReached() const noexcept { return !storage_->hasFailed(); }
+
+  /// A number that changes when anything may have been written, by any client.
+  [[nodiscard]] std::uint64_t revision() const { return storage_->revision(); }
+
   /// Tries to reach a suite again that has failed. True when it was reached: what it lacks has then
   /// been written, and what was only made for want of stored records has given way to these. Only
   /// the configuration, which may have to be changed before, is left to `config.settle`.

@@ -42,6 +42,9 @@ class StorageProtocol {
     return hasFailed_ && attempts_.isDue(now);
   }
 
+  /// Whether it counts as failed.
+  [[nodiscard]] bool hasFailed() const noexcept { return hasFailed_; }
+
   /// What reading a key came to.
   struct Reading {
     bool isKnown = false;  ///< Else it cannot be told just now what is stored.

@@ -5,6 +5,7 @@
 #include <functional>
 #include <utility>
 
+#include "base/cold.h"
 #include "base/number.h"
 #include "base/text.h"
 
@@ -28,8 +29,8 @@ bool holds(Texts texts, std::string_view wanted) {
   return std::ranges::find(texts, wanted) != texts.end();
 }
 
-// Canonical equivalence.
-bool equalsAny(const Subject& subject, const Alternatives& values) {
+// Canonical equivalence of texts that have been compared byte by byte, or have a table.
+CORVO_COLD bool equivalentToAny(const Subject& subject, const Alternatives& values) {
   const std::string_view property = subject.text();
   const PreparedList* prepared = values.prepared;
   if (prepared != nullptr && base::isAscii(property)) {
@@ -45,6 +46,17 @@ bool equalsAny(const Subject& subject, const Alternatives& values) {
   const std::string_view decomposition = subject.decomposition();
   return holds(values.texts, decomposition) ||
          (prepared != nullptr && holds(prepared->decompositions(), decomposition));
+}
+
+// Most texts that are equivalent are equal.
+bool equalsAny(const Subject& subject, const Alternatives& values) {
+  if (values.prepared == nullptr) {
+    const std::string_view property = subject.text();
+    for (const std::string& text : values.texts) {
+      if (base::sameBytes(text, property)) return true;
+    }
+  }
+  return equivalentToAny(subject, values);
 }
 
 // This one looks for the values in the property.
