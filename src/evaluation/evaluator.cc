@@ -32,6 +32,12 @@ CorvoError experimentNotFound(std::string_view name) {
   return CorvoError(CorvoError::ExperimentNotFound{base::wellFormed(name)});
 }
 
+// A text that becomes its typed value where that is to lie.
+struct Typed {
+  std::string_view text;
+  operator CorvoProperty() const { return typedProperty(text); }
+};
+
 // The first of several of one name that the user takes part in; null where they are in none.
 struct Joined {
   const PreparedExperiment* experiment = nullptr;
@@ -59,7 +65,7 @@ FlagReport Evaluator::flags(const Context& context) {
   for (const project::FlagEntry& entry : project_->flags()) {
     if (entry.record == nullptr) continue;
     const flags::FlagDecision decision = flags::decideFlag(entry, resolved, context);
-    if (decision.value) report.emplace(entry.name, typedProperty(*decision.value));
+    if (decision.value) report.emplace(entry.name, Typed{*decision.value});
   }
   return report;
 }

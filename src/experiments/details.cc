@@ -12,89 +12,76 @@
 namespace corvo::corvo_internal::experiments {
 namespace {
 
-// The entries of one experiment. What repeats a name takes from the room that is left.
-class Results {
+// Collects what the user gets from one experiment after the other. What repeats a name takes from
+// the room that is left for all. Each way to collect answers whether there was room.
+class Collector {
  public:
-  Results(std::vector<CorvoExperimentDetail::Result>& entries, std::size_t& room)
-      : entries_(entries), room_(room) {}
+  using Results = std::vector<CorvoExperimentDetail::Result>;
 
-  // Answers whether there was room.
-  bool add(const std::string& name, const std::string& value, bool repeatsName) {
+  explicit Collector(const targeting::Context& context) : context_(context) {}
+
+  bool flags(const Membership& membership, Results& results) {
+    const auto& [experiment, placement] = membership;
+    flags::decideFlags(*experiment, *placement.group, context_, decisions_);
+    results.reserve(decisions_.size());
+    for (std::size_t index = 0; index < decisions_.size(); ++index) {
+      const flags::FlagDecision& decision = decisions_[index];
+      if (!decision.value) continue;
+      const bool repeatsName = experiment->firstFlags[index] < index;
+      if (!add(decision.carried->record->name, *decision.value, repeatsName, results)) return false;
+    }
+    return true;
+  }
+
+  // Of two parameters with one name both entries show the first one's value.
+  bool params(const Membership& membership, Results& results) {
+    const auto& [experiment, placement] = membership;
+    values_.clear();
+    results.reserve(experiment->firstParams.size());
+    for (const std::uint32_t first : experiment->firstParams) {
+      const model::Param& param = experiment->record->params[first];
+      const bool repeatsName = first < values_.size();
+      values_.push_back(repeatsName ? values_[first] : paramValue(param, *placement.group));
+      const std::string* value = values_.back();
+      if (value && !add(param.name, *value, repeatsName, results)) return false;
+    }
+    return true;
+  }
+
+  bool nothing(const Membership& /*membership*/, Results& /*results*/) { return true; }
+
+ private:
+  bool add(const std::string& name, const std::string& value, bool repeatsName, Results& results) {
     if (repeatsName) {
       if (value.size() > room_) return false;
       room_ -= value.size();
     }
-    entries_.push_back({name, value});
+    CorvoExperimentDetail::Result& result = results.emplace_back();
+    result.name = name;
+    result.value = value;
     return true;
   }
 
- private:
-  std::vector<CorvoExperimentDetail::Result>& entries_;
-  std::size_t& room_;
+  const targeting::Context& context_;
+  std::size_t room_ = kMostRepeatedBytes;
+  std::vector<flags::FlagDecision> decisions_;  // of the present experiment, as what follows
+  std::vector<const std::string*> values_;
 };
-
-// Adds what the flags or parameters of an experiment come to in the user's group. Answers whether
-// there was room.
-using Collect = bool (*)(const project::PreparedExperiment& experiment, const model::Group& group,
-                         const targeting::Context& context, Results& results);
-
-bool flagResults(const project::PreparedExperiment& experiment, const model::Group& group,
-                 const targeting::Context& context, Results& results) {
-  std::size_t index = 0;
-  for (const flags::FlagDecision& decision : flags::decideFlags(experiment, group, context)) {
-    const bool repeatsName = experiment.firstFlags[index] < index;
-    ++index;
-    if (!decision.value) continue;
-    if (!results.add(decision.carried->record->name, *decision.value, repeatsName)) return false;
-  }
-  return true;
-}
-
-// Of two parameters with one name both entries show the first one's value.
-bool paramResults(const project::PreparedExperiment& experiment, const model::Group& group,
-                  const targeting::Context& /*context*/, Results& results) {
-  std::vector<const std::string*> values;
-  for (const std::uint32_t first : experiment.firstParams) {
-    const model::Param& param = experiment.record->params[first];
-    const bool repeatsName = first < values.size();
-    values.push_back(repeatsName ? values[first] : paramValue(param, group));
-    if (values.back() && !results.add(param.name, *values.back(), repeatsName)) return false;
-  }
-  return true;
-}
-
-bool noResults(const project::PreparedExperiment& /*experiment*/, const model::Group& /*group*/,
-               const targeting::Context& /*context*/, Results& /*results*/) {
-  return true;
-}
 
 struct TypeRow {
   const char* word;
-  Collect collect;
+  bool (Collector::*collect)(const Membership&, Collector::Results&);
 };
 
 // In the order of the types, which are numbered from 1.
-constexpr std::array<TypeRow, 5> kTypes{{{"featureFlag", flagResults},
-                                         {"parameter", paramResults},
-                                         {"splitUrl", noResults},
-                                         {"webBuilder", noResults},
-                                         {"holdout", noResults}}};
+constexpr std::array<TypeRow, 5> kTypes{{{"featureFlag", &Collector::flags},
+                                         {"parameter", &Collector::params},
+                                         {"splitUrl", &Collector::nothing},
+                                         {"webBuilder", &Collector::nothing},
+                                         {"holdout", &Collector::nothing}}};
 
 const TypeRow& rowOf(model::ExperimentType type) {
   return kTypes.at(static_cast<std::size_t>(type) - 1);
-}
-
-std::optional<CorvoExperimentDetail> detailOf(const Membership& membership,
-                                              const targeting::Context& context,
-                                              std::size_t& room) {
-  const auto& [experiment, placement] = membership;
-  CorvoExperimentDetail detail{std::nullopt, experiment->record->name, {placement.index}, {}};
-  if (!experiment->record->type) return detail;
-  const TypeRow& type = rowOf(*experiment->record->type);
-  detail.type = type.word;
-  Results results(detail.results, room);
-  if (!type.collect(*experiment, *placement.group, context, results)) return std::nullopt;
-  return detail;
 }
 
 }  // namespace
@@ -103,13 +90,18 @@ const char* wordOf(model::ExperimentType type) { return rowOf(type).word; }
 
 std::optional<std::vector<CorvoExperimentDetail>> experimentDetails(
     const std::vector<Membership>& memberships, const targeting::Context& context) {
-  std::size_t room = kMostRepeatedBytes;
+  Collector collector(context);
   std::vector<CorvoExperimentDetail> details;
   details.reserve(memberships.size());
   for (const Membership& membership : memberships) {
-    std::optional<CorvoExperimentDetail> detail = detailOf(membership, context, room);
-    if (!detail) return std::nullopt;
-    details.push_back(*std::move(detail));
+    CorvoExperimentDetail& detail = details.emplace_back();
+    const model::Experiment& record = *membership.experiment->record;
+    detail.id = record.name;
+    detail.group.index = membership.placement.index;
+    if (!record.type) continue;
+    const TypeRow& type = rowOf(*record.type);
+    detail.type.emplace(type.word);
+    if (!(collector.*type.collect)(membership, detail.results)) return std::nullopt;
   }
   return details;
 }

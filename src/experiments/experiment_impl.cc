@@ -16,7 +16,7 @@ CorvoExperimentImpl::CorvoExperimentImpl(std::shared_ptr<const project::Prepared
       experiment_(experiment),
       userGroup_(placement.group),
       groupIndex_(placement.index) {
-  if (userGroup_) decisions_ = flags::decideFlags(experiment, *userGroup_, context);
+  if (userGroup_) flags::decideFlags(experiment, *userGroup_, context, decisions_);
 }
 
 std::optional<std::int64_t> CorvoExperimentImpl::groupIndex() const {

@@ -1,5 +1,10 @@
 #include "experiments/memberships.h"
 
+#include <array>
+#include <charconv>
+#include <limits>
+#include <string_view>
+
 #include "experiments/experiment_impl.h"
 #include "placement/resolution.h"
 
@@ -15,6 +20,7 @@ bool isWithin(Scope scope, const project::PreparedExperiment& experiment) {
 std::vector<Membership> eligibleExperiments(const project::PreparedProject& project, Scope scope,
                                             placement::Resolver::Report& report) {
   std::vector<Membership> memberships;
+  memberships.reserve(project.experiments().size());
   for (const project::PreparedExperiment& experiment : project.experiments()) {
     const placement::Placement& placement = report.resolve(experiment);
     if (placement.group && isWithin(scope, experiment)) {
@@ -26,10 +32,17 @@ std::vector<Membership> eligibleExperiments(const project::PreparedProject& proj
 
 std::optional<std::string> membershipText(const std::vector<Membership>& memberships) {
   if (memberships.empty()) return std::nullopt;
+  std::size_t size = 0;
+  for (const auto& [experiment, placement] : memberships) {
+    size += experiment->record->name.size() + std::string_view(".4294967295|").size();
+  }
   std::string text;
+  text.reserve(size);
   for (const auto& [experiment, placement] : memberships) {
     if (!text.empty()) text += '|';
-    text.append(experiment->record->name).append(1, '.').append(std::to_string(placement.index));
+    text.append(experiment->record->name) += '.';
+    std::array<char, std::numeric_limits<std::uint32_t>::digits10 + 1> digits;
+    text.append(digits.data(), std::to_chars(digits.begin(), digits.end(), placement.index).ptr);
   }
   return text;
 }

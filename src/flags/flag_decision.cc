@@ -99,17 +99,15 @@ FlagDecision decideFlag(const project::FlagEntry* entry, const targeting::Contex
   return decide<Observer&>(*entry, context, resolve, observer);
 }
 
-std::vector<FlagDecision> decideFlags(const project::PreparedExperiment& experiment,
-                                      const model::Group& group,
-                                      const targeting::Context& context) {
-  std::vector<FlagDecision> decisions;
+void decideFlags(const project::PreparedExperiment& experiment, const model::Group& group,
+                 const targeting::Context& context, std::vector<FlagDecision>& decisions) {
+  decisions.clear();
   decisions.reserve(experiment.flags.size());
   for (const std::uint32_t first : experiment.firstFlags) {
     decisions.push_back(first < decisions.size()
                             ? decisions[first]
                             : decideInGroup<Silent>(experiment.flags[first], group, context, {}));
   }
-  return decisions;
 }
 
 CorvoError errorOf(const FlagDecision& decision, std::string_view flagName) {

@@ -47,11 +47,10 @@ struct FlagDecision {
 [[nodiscard]] FlagDecision decideFlag(const project::FlagEntry* entry,
                                       const targeting::Context& context, Observer& observer);
 
-/// The decisions about all flags that an experiment carries, by position. Of two flags with one
-/// name the first decides for both.
-[[nodiscard]] std::vector<FlagDecision> decideFlags(const project::PreparedExperiment& experiment,
-                                                    const model::Group& group,
-                                                    const targeting::Context& context);
+/// Fills a list with the decisions about all flags that an experiment carries, by position. Of two
+/// flags with one name the first decides for both.
+void decideFlags(const project::PreparedExperiment& experiment, const model::Group& group,
+                 const targeting::Context& context, std::vector<FlagDecision>& decisions);
 
 /// The error of a decision without a value. A name that is ill-formed is mended.
 [[nodiscard]] CorvoError errorOf(const FlagDecision& decision, std::string_view flagName);
