@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cfloat>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
@@ -42,6 +43,28 @@ bool isDecimal(std::string_view text) noexcept {
     if (!takeDigits(text)) return false;
   }
   return text.empty();
+}
+
+// Up to 15 digits, perhaps with a point and a sign. The digits and the power of ten are doubles
+// themselves, so that one division rounds to the nearest one (Clinger, "How to Read Floating Point
+// Numbers Accurately", 1990). None for all other texts.
+std::optional<double> plainNumber(std::string_view text) noexcept {
+  constexpr std::array<double, 16> kPowers{1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                           1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  const bool isNegative = text.substr(0, 1) == "-";
+  takeOneOf("+-", text);
+  const std::size_t point = text.find('.');
+  const std::size_t digits = text.size() - (point == std::string_view::npos ? 0 : 1);
+  if (digits == 0 || digits >= kPowers.size() || FLT_EVAL_METHOD != 0) return std::nullopt;
+  std::int64_t number = 0;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (at == point) continue;
+    if (!isDigit(text[at])) return std::nullopt;
+    number = 10 * number + (text[at] - '0');
+  }
+  const std::size_t decimals = point == std::string_view::npos ? 0 : digits - point;
+  const double magnitude = static_cast<double>(number) / kPowers[decimals];
+  return isNegative ? -magnitude : magnitude;
 }
 
 #ifdef __cpp_lib_to_chars
@@ -142,6 +165,7 @@ std::string describeFloat(Float value) {
 }  // namespace
 
 std::optional<double> parseDouble(std::string_view text) {
+  if (const auto plain = plainNumber(text)) return plain;
   const bool isNegative = text.substr(0, 1) == "-";
   takeOneOf("+-", text);
   if (text.empty() || text.front() == '+' || text.front() == '-') return {};
@@ -150,6 +174,7 @@ std::optional<double> parseDouble(std::string_view text) {
 }
 
 std::optional<double> parseDecimal(std::string_view text) {
+  if (const auto plain = plainNumber(text)) return plain;
   if (!isDecimal(text)) return {};
   return parseDouble(text);
 }
