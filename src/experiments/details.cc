@@ -19,12 +19,12 @@ class Results {
       : entries_(entries), room_(room) {}
 
   // Answers whether there was room.
-  bool add(const std::string& name, const std::string& value, bool repeatsName) {
+  bool add(std::string_view name, std::string_view value, bool repeatsName) {
     if (repeatsName) {
       if (value.size() > room_) return false;
       room_ -= value.size();
     }
-    entries_.push_back({name, value});
+    entries_.push_back({std::string(name), std::string(value)});
     return true;
   }
 
@@ -53,7 +53,7 @@ bool flagResults(const project::PreparedExperiment& experiment, const model::Gro
 // Of two parameters with one name both entries show the first one's value.
 bool paramResults(const project::PreparedExperiment& experiment, const model::Group& group,
                   const targeting::Context& /*context*/, Results& results) {
-  std::vector<const std::string*> values;
+  std::vector<const model::Text*> values;
   for (const std::uint32_t first : experiment.firstParams) {
     const model::Param& param = experiment.record->params[first];
     const bool repeatsName = first < values.size();
@@ -88,7 +88,8 @@ std::optional<CorvoExperimentDetail> detailOf(const Membership& membership,
                                               const targeting::Context& context,
                                               std::size_t& room) {
   const auto& [experiment, placement] = membership;
-  CorvoExperimentDetail detail{std::nullopt, experiment->record->name, {placement.index}, {}};
+  CorvoExperimentDetail detail{
+      std::nullopt, std::string(experiment->record->name), {placement.index}, {}};
   if (!experiment->record->type) return detail;
   const TypeRow& type = rowOf(*experiment->record->type);
   detail.type = type.word;

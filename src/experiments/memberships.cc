@@ -29,7 +29,9 @@ std::optional<std::string> membershipText(const std::vector<Membership>& members
   std::string text;
   for (const auto& [experiment, placement] : memberships) {
     if (!text.empty()) text += '|';
-    text.append(experiment->record->name).append(1, '.').append(std::to_string(placement.index));
+    text.append(experiment->record->name.view())
+        .append(1, '.')
+        .append(std::to_string(placement.index));
   }
   return text;
 }
