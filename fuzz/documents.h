@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -54,7 +55,9 @@ class Documents {
  public:
   explicit Documents(Input& in) : in_(in) {}
 
-  model::ConfigResponse config() { return {list(4, &D::flag), list(5, &D::experiment)}; }
+  model::ConfigResponse config() {
+    return {records(4, &D::flag), records(5, &D::experiment), {pool_}};
+  }
 
   /// A text that is nearly the document.
   std::string damaged(std::string text) {
@@ -73,10 +76,14 @@ class Documents {
   using D = Documents;
 
   template <class T>
-  std::vector<T> list(std::size_t limit, T (D::*make)()) {
+  std::vector<T> records(std::size_t limit, T (D::*make)()) {
     std::vector<T> made;
     for (std::size_t count = in_.below(limit); count > 0; --count) made.push_back((this->*make)());
     return made;
+  }
+  template <class T>
+  model::List<T> list(std::size_t limit, T (D::*make)()) {
+    return pool_->list(records(limit, make));
   }
   template <class T>
   std::optional<T> maybe(std::size_t chances, T (D::*make)()) {
@@ -87,32 +94,35 @@ class Documents {
     return static_cast<decltype(last)>(in_.below(static_cast<std::size_t>(last) + 1));
   }
 
-  std::string name() { return in_.oneOf(kNames); }
-  std::string text() { return in_.oneOf(kTexts); }
+  model::Text name() { return pool_->text(in_.oneOf(kNames)); }
+  model::Text text() { return pool_->text(in_.oneOf(kTexts)); }
+  model::Text type() { return pool_->text("t"); }
   std::int64_t number() { return in_.number(); }
   bool flip() { return in_.oneIn(2); }
   double share() {
     constexpr double kShares[] = {1, 1, 1, 0.5, 0.5, 0.1, 0, -0.0, 1e-7, -1, 1e300, 5e-324};
     return in_.oneOf(kShares);
   }
-  model::ExperimentType type() { return static_cast<model::ExperimentType>(1 + in_.below(5)); }
+  model::ExperimentType experimentType() {
+    return static_cast<model::ExperimentType>(1 + in_.below(5));
+  }
 
   model::Condition condition() {
-    return {in_.oneOf(kProperties), oneUpTo<model::ConditionSign::notContains>(),
-            in_.oneIn(4) ? list(4, &D::text) : std::vector{text()}};
+    return {pool_->text(in_.oneOf(kProperties)), oneUpTo<model::ConditionSign::notContains>(),
+            in_.oneIn(4) ? list(4, &D::text) : pool_->list(std::vector{text()})};
   }
   model::Target target() {
     return {oneUpTo<model::ConditionalStatement::empty>(), list(3, &D::condition)};
   }
   model::Rule rule() {
-    return {flip(), text(), oneUpTo<model::ConditionalStatement::empty>(), list(3, &D::condition)};
+    return {text(), list(3, &D::condition), oneUpTo<model::ConditionalStatement::empty>(), flip()};
   }
   model::FeatureFlagGroup flagGroup() { return {name(), list(5, &D::rule)}; }
   model::FeatureFlag flag() {
     return {maybe(2, &D::text),
             maybe(2, &D::number),
             name(),
-            "t",
+            type(),
             list(4, &D::rule),
             list(4, &D::flagGroup),
             maybe(2, &D::flip),
@@ -124,7 +134,7 @@ class Documents {
   }
   model::Group group() { return {name(), maybe(2, &D::text), share(), list(2, &D::text)}; }
   model::Param::Value value() { return {name(), text()}; }
-  model::Param param() { return {name(), "t", list(3, &D::value)}; }
+  model::Param param() { return {name(), type(), list(3, &D::value)}; }
   model::Experiment experiment() {
     return {name(),
             text(),
@@ -140,10 +150,12 @@ class Documents {
             maybe(4, &D::oneUpTo<model::SplitMode::profileId>),
             list(in_.oneIn(16) ? 3 : 1, &D::text),
             list(2, &D::name),
-            maybe(2, &D::type)};
+            maybe(2, &D::experimentType),
+            {}};
   }
 
   Input& in_;
+  std::shared_ptr<base::Pool> pool_ = std::make_shared<base::Pool>();
 };
 
 }  // namespace corvo::fuzz

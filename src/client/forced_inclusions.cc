@@ -38,7 +38,7 @@ void ForcedInclusions::reapply(model::ConfigResponse& config) {
   model::ForcedExperiments left = *remembered;
   bool anyForced = false;
   for (model::Experiment& experiment : config.experiments) {
-    const auto found = left.find(experiment.name);
+    const auto found = left.find(experiment.name.view());
     if (found == left.end()) continue;
     auto edited = force(experiment, found->second);
     left.erase(found);  // only the first experiment of a name counts

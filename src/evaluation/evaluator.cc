@@ -140,7 +140,7 @@ Explanation Evaluator::explainExperiment(std::string_view name, const Context& c
     return placement;
   });
   if (joined.experiment != nullptr) {
-    explanation.value = joined.placement.group->name;
+    explanation.value = std::string(joined.placement.group->name);
     for (const auto* each = joined.experiment->nextOfName; each != nullptr;
          each = each->nextOfName) {
       explainer.experimentNotReached(*each);

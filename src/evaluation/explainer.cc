@@ -59,8 +59,8 @@ void Explainer::experimentBegun(const PreparedExperiment& experiment) {
   asked_ = &experiment;
   begin(Code::experiment, factsOf(experiment, project_));
   JsonArray unknown;
-  for (const std::string& name : experiment.record->holdouts) {
-    if (project_.findHoldout(name) == nullptr) unknown.emplace_back(name);
+  for (const model::Text name : experiment.record->holdouts) {
+    if (project_.findHoldout(name) == nullptr) unknown.emplace_back(std::string(name));
   }
   if (!unknown.empty()) current().facts.push_back({"unknownHoldouts", std::move(unknown)});
 }
@@ -142,7 +142,7 @@ void Explainer::on(const placement::HoldoutDecided& event) {
 void Explainer::on(const placement::GroupsForced& event) {
   Facts facts;
   if (event.group) {
-    facts = {{"group", event.experiment.groups[*event.group].name},
+    facts = {{"group", std::string(event.experiment.groups[*event.group].name)},
              {"index", static_cast<std::int64_t>(*event.group)}};
   }
   add(Code::forcedGroup, foundIf(event.group.has_value()), std::move(facts));
@@ -153,8 +153,8 @@ void Explainer::on(const placement::ExperimentForced& event) {
 }
 
 void Explainer::on(const placement::LayerBegun& event) {
-  const std::optional<std::string>& name = event.experiment.layerId;
-  begin(Code::layer, {{"layer", name ? JsonValue(*name) : JsonValue()}});
+  const std::optional<model::Text> name = event.experiment.layerId;
+  begin(Code::layer, {{"layer", name ? JsonValue(std::string(*name)) : JsonValue()}});
   bounds_ = event.experiment.layerBounds;
 }
 
@@ -194,7 +194,7 @@ void Explainer::on(const placement::SharesDecided& event) {
   const bool isInShare = !shares.empty() && shares.back().outcome == Outcome::holds;
   notReached(Code::share, groups_);
   if (!event.group) return end(Outcome::notFound);
-  current().facts.push_back({"group", groups_[*event.group].name});
+  current().facts.push_back({"group", std::string(groups_[*event.group].name)});
   current().facts.push_back({"index", static_cast<std::int64_t>(*event.group)});
   end(isInShare ? Outcome::found : Outcome::rest);
 }
@@ -230,10 +230,10 @@ void Explainer::on(const flags::CarrierDecided& event) {
 void Explainer::on(const flags::GroupMatched& event) {
   JsonArray groups;
   for (const model::FeatureFlagGroup& each : event.flag.record->groups) {
-    groups.emplace_back(each.name);
+    groups.emplace_back(std::string(each.name));
   }
   add(Code::carriedFlag, foundIf(event.isFound),
-      {{"group", event.group.name}, {"groups", std::move(groups)}});
+      {{"group", std::string(event.group.name)}, {"groups", std::move(groups)}});
 }
 
 }  // namespace corvo::corvo_internal::evaluation

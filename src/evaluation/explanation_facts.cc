@@ -62,7 +62,7 @@ JsonValue secondsOrNull(double expiry) {
 }
 
 // Where a property's value comes from. Device and clock hide a location's property of their names.
-const char* sourceOf(const std::string& name, std::uint32_t number, const std::string_view& value,
+const char* sourceOf(std::string_view name, std::uint32_t number, const std::string_view& value,
                      const targeting::Context& context) {
   if (context.properties->isUsers(number, value)) return "user";
   switch (targeting::whatShows(name)) {
@@ -88,7 +88,7 @@ const targeting::OwnIdentifier* ownIdentifier(model::SplitMode mode,
 Facts factsOf(const project::PreparedExperiment& experiment,
               const project::PreparedProject& project) {
   const model::Experiment& record = *experiment.record;
-  Facts facts{{"name", record.name},
+  Facts facts{{"name", std::string(record.name)},
               {"position", static_cast<std::int64_t>(&experiment - project.experiments().data())}};
   if (record.type) facts.push_back({"type", word(experiments::wordOf(*record.type))});
   return facts;
@@ -96,9 +96,10 @@ Facts factsOf(const project::PreparedExperiment& experiment,
 
 void addPlacement(const placement::Placement& placement, Facts& facts) {
   facts.push_back({"reason", word(kReasons.at(static_cast<std::size_t>(placement.reason)).word)});
-  if (placement.holdout != nullptr) facts.push_back({"heldOutBy", placement.holdout->name});
+  if (placement.holdout != nullptr)
+    facts.push_back({"heldOutBy", std::string(placement.holdout->name)});
   if (placement.group == nullptr) return;
-  facts.push_back({"group", placement.group->name});
+  facts.push_back({"group", std::string(placement.group->name)});
   facts.push_back({"index", static_cast<std::int64_t>(placement.index)});
 }
 
@@ -124,7 +125,7 @@ Facts factsOf(const model::LayerBounds& interval) {
 }
 
 Facts factsOf(const model::Group& share) {
-  return {{"group", share.name}, {"weight", share.weight}};
+  return {{"group", std::string(share.name)}, {"weight", share.weight}};
 }
 
 Facts factsOf(const placement::Hashed& event) {
@@ -143,13 +144,15 @@ Facts factsOf(const model::Rule& rule, std::size_t position) {
   return {{"position", static_cast<std::int64_t>(position)},
           {"default", rule.isDefault},
           {"statement", wordOf(rule.conditionalStatement)},
-          {"value", rule.value}};
+          {"value", std::string(rule.value)}};
 }
 
 Facts factsOf(const model::Condition& condition) {
-  return {{"property", condition.name},
+  JsonArray values;
+  for (const model::Text value : condition.values) values.emplace_back(std::string(value));
+  return {{"property", std::string(condition.name)},
           {"sign", wordOf(condition.conditionSign)},
-          {"values", JsonArray(condition.values.begin(), condition.values.end())}};
+          {"values", std::move(values)}};
 }
 
 void addTest(const targeting::ConditionTested& event, const model::Condition& condition,

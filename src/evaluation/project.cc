@@ -32,28 +32,32 @@ CorvoError unreadable(const model::DecodingFailure& failure, std::string_view te
 }
 
 template <class Record>
-std::vector<std::string> namesOf(const std::vector<Record>& records) {
+std::vector<std::string> namesOf(model::List<Record> records) {
   std::vector<std::string> names;
   names.reserve(records.size());
-  for (const Record& each : records) names.push_back(each.name);
+  for (const Record& each : records) names.emplace_back(each.name);
   return names;
+}
+
+std::optional<std::string> textIfAny(std::optional<model::Text> text) {
+  return text ? std::optional<std::string>(*text) : std::nullopt;
 }
 
 Project::Experiment described(const model::Experiment& record) {
   Project::Experiment experiment{
-      .name = record.name,
+      .name = std::string(record.name),
       .type = std::nullopt,
       .splitBy = std::string(model::textOf(record.splitMode.value_or(model::SplitMode::userId))),
       .allocation = record.allocation,
-      .layer = record.layerId,
+      .layer = textIfAny(record.layerId),
       .groups = {},
       .flags = namesOf(record.featureFlags),
       .params = namesOf(record.params),
-      .holdouts = record.holdouts,
+      .holdouts = {record.holdouts.begin(), record.holdouts.end()},
       .isPrivate = record.isPrivate.value_or(false)};
   if (record.type) experiment.type = experiments::wordOf(*record.type);
   for (const model::Group& group : record.groups) {
-    experiment.groups.push_back({group.name, group.label, group.weight});
+    experiment.groups.push_back({std::string(group.name), textIfAny(group.label), group.weight});
   }
   return experiment;
 }
@@ -123,7 +127,7 @@ std::vector<Project::Stop> Project::stops() const {
   std::vector<Stop> stops;
   for (const project::PreparedExperiment& each : state_->prepared->experiments()) {
     if (std::ranges::any_of(each.record->layerBounds, placement::isInverted)) {
-      stops.push_back({each.record->name, placement::kInvertedBounds});
+      stops.push_back({std::string(each.record->name), placement::kInvertedBounds});
     }
   }
   return stops;

@@ -42,7 +42,7 @@ class Collector {
       const model::Param& param = experiment->record->params[first];
       const bool repeatsName = first < values_.size();
       values_.push_back(repeatsName ? values_[first] : paramValue(param, *placement.group));
-      const std::string* value = values_.back();
+      const model::Text* value = values_.back();
       if (value && !add(param.name, *value, repeatsName, results)) return false;
     }
     return true;
@@ -51,7 +51,7 @@ class Collector {
   bool nothing(const Membership& /*membership*/, Results& /*results*/) { return true; }
 
  private:
-  bool add(const std::string& name, const std::string& value, bool repeatsName, Results& results) {
+  bool add(std::string_view name, std::string_view value, bool repeatsName, Results& results) {
     if (repeatsName) {
       if (value.size() > room_) return false;
       room_ -= value.size();
@@ -65,7 +65,7 @@ class Collector {
   const targeting::Context& context_;
   std::size_t room_ = kMostRepeatedBytes;
   std::vector<flags::FlagDecision> decisions_;  // of the present experiment, as what follows
-  std::vector<const std::string*> values_;
+  std::vector<const model::Text*> values_;
 };
 
 struct TypeRow {

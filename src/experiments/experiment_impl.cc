@@ -24,17 +24,17 @@ std::optional<std::int64_t> CorvoExperimentImpl::groupIndex() const {
 }
 
 std::optional<std::string> CorvoExperimentImpl::userGroupName() const {
-  return userGroup_ ? std::optional(userGroup_->name) : std::nullopt;
+  return userGroup_ ? std::optional<std::string>(userGroup_->name) : std::nullopt;
 }
 
 // Of two parameters with one name only the first counts, even where it has nothing for the group.
 std::optional<std::string_view> CorvoExperimentImpl::paramText(std::string_view name) const {
   if (userGroup_ == nullptr) return std::nullopt;
-  const std::vector<model::Param>& params = experiment_.record->params;
+  const model::List<model::Param> params = experiment_.record->params;
   const base::WellFormed wanted(name);
   const auto param = std::ranges::find(params, std::string_view(wanted), &model::Param::name);
   if (param == params.end()) return std::nullopt;
-  const std::string* text = paramValue(*param, *userGroup_);
+  const model::Text* text = paramValue(*param, *userGroup_);
   return text ? std::optional<std::string_view>(*text) : std::nullopt;
 }
 

@@ -23,7 +23,7 @@ class CorvoExperimentImpl final : public CorvoExperiment {
                       const placement::Placement& placement, const targeting::Context& context);
 
   [[nodiscard]] std::optional<std::int64_t> groupIndex() const override;
-  [[nodiscard]] std::string name() const override { return experiment_.record->name; }
+  [[nodiscard]] std::string name() const override { return std::string(experiment_.record->name); }
   [[nodiscard]] std::optional<std::string> userGroupName() const override;
   [[nodiscard]] std::optional<std::string_view> paramText(std::string_view name) const override;
   [[nodiscard]] Result<std::optional<std::string_view>> featureText(

@@ -34,13 +34,13 @@ std::optional<std::string> membershipText(const std::vector<Membership>& members
   if (memberships.empty()) return std::nullopt;
   std::size_t size = 0;
   for (const auto& [experiment, placement] : memberships) {
-    size += experiment->record->name.size() + std::string_view(".4294967295|").size();
+    size += experiment->record->name.view().size() + std::string_view(".4294967295|").size();
   }
   std::string text;
   text.reserve(size);
   for (const auto& [experiment, placement] : memberships) {
     if (!text.empty()) text += '|';
-    text.append(experiment->record->name) += '.';
+    text.append(experiment->record->name.view()) += '.';
     std::array<char, std::numeric_limits<std::uint32_t>::digits10 + 1> digits;
     text.append(digits.data(), std::to_chars(digits.begin(), digits.end(), placement.index).ptr);
   }

@@ -4,7 +4,7 @@
 
 namespace corvo::corvo_internal::experiments {
 
-const std::string* paramValue(const model::Param& param, const model::Group& group) {
+const model::Text* paramValue(const model::Param& param, const model::Group& group) {
   const auto value = std::ranges::find(param.values, group.name, &model::Param::Value::group);
   return value == param.values.end() ? nullptr : &value->value;
 }

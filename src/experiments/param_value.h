@@ -1,12 +1,10 @@
 #pragma once
 
-#include <string>
-
 #include "model/config.h"
 
 namespace corvo::corvo_internal::experiments {
 
 /// The first text that a parameter has for that group, or null.
-[[nodiscard]] const std::string* paramValue(const model::Param& param, const model::Group& group);
+[[nodiscard]] const model::Text* paramValue(const model::Param& param, const model::Group& group);
 
 }  // namespace corvo::corvo_internal::experiments

@@ -13,11 +13,10 @@ namespace {
 
 // The records are those that the list was prepared from.
 template <class AnyObserver>
-FlagDecision decideByRules(const targeting::RuleList& rules,
-                           const std::vector<model::Rule>& records,
+FlagDecision decideByRules(const targeting::RuleList& rules, model::List<model::Rule> records,
                            const targeting::Context& context, bool hashed, AnyObserver observer) {
   observer.on(RulesBegun{records, hashed});
-  const std::string* value = rules.choose(context, hashed, observer);
+  const model::Text* value = rules.choose(context, hashed, observer);
   observer.on(RulesDecided{value});
   if (value != nullptr) return {FlagDecision::Reason::rule, value};
   return {rules.isEmpty() ? FlagDecision::Reason::noRules
@@ -28,7 +27,7 @@ FlagDecision decideByRules(const targeting::RuleList& rules,
 template <class AnyObserver>
 FlagDecision decideInGroup(const project::CarriedFlag& flag, const model::Group& group,
                            const targeting::Context& context, AnyObserver observer) {
-  const std::vector<model::FeatureFlagGroup>& groups = flag.record->groups;
+  const model::List<model::FeatureFlagGroup> groups = flag.record->groups;
   const auto found = std::ranges::find_if(groups, [&](const model::FeatureFlagGroup& each) {
     return base::sameBytes(each.name, group.name);
   });
@@ -63,11 +62,11 @@ FlagDecision decide(const project::FlagEntry& entry, const targeting::Context& c
 CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagName) {
   std::vector<std::string> names;
   for (const model::FeatureFlagGroup& candidate : decision.carried->record->groups) {
-    names.push_back(candidate.name);
+    names.emplace_back(candidate.name);
   }
   return CorvoError(CorvoError::ExperimentGroupNotMatchingFeatureFlagGroup{
-      decision.carried->experiment->name, base::wellFormed(flagName), decision.group->name,
-      std::move(names)});
+      std::string(decision.carried->experiment->name), base::wellFormed(flagName),
+      std::string(decision.group->name), std::move(names)});
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <corvo/error.h>
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -26,7 +25,7 @@ struct FlagDecision {
   };
 
   Reason reason = Reason::notFound;
-  const std::string* value = nullptr;   ///< The deciding rule's; null where there is no value.
+  const model::Text* value = nullptr;   ///< The deciding rule's; null where there is no value.
   const model::Group* group = nullptr;  ///< The user's group, where an experiment decided,
   const project::CarriedFlag* carried = nullptr;  ///< and the flag that it carries.
 };

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "model/config.h"
 #include "placement/observer.h"
 #include "placement/placement.h"
@@ -30,11 +27,11 @@ struct GroupMatched {
 
 /// A list of rules is tried. `hashed` is the privacy of whoever owns the decision.
 struct RulesBegun {
-  const std::vector<model::Rule>& rules;
+  model::List<model::Rule> rules;
   bool hashed;
 };
 struct RulesDecided {
-  const std::string* value;  ///< Null where no rule holds.
+  const model::Text* value;  ///< Null where no rule holds.
 };
 
 /// Sees how the value of a flag is decided.

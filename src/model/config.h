@@ -3,9 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "base/pool.h"
 
 namespace corvo::corvo_internal::model {
 
@@ -60,42 +63,54 @@ enum class ExperimentType : std::uint8_t {
   holdout = 5
 };
 
+// The records of a configuration are plain: their texts and lists lie in a pool.
+
+using base::List;
+using base::Text;
+
+/// Keeps a pool as long as there are records that refer to it. It is no part of their content.
+struct PoolOwner {
+  std::shared_ptr<const base::Pool> pool;
+
+  bool operator==(const PoolOwner& /*other*/) const { return true; }
+};
+
 /// One test of one targeting property.
 struct Condition {
-  std::string name;
+  Text name;
   ConditionSign conditionSign{};
-  std::vector<std::string> values;
+  List<Text> values;
 
   bool operator==(const Condition&) const = default;
 };
 
 /// One value of a flag with the conditions under which it applies.
 struct Rule {
-  bool isDefault = false;
-  std::string value;
+  Text value;
+  List<Condition> conditions;
   ConditionalStatement conditionalStatement{};
-  std::vector<Condition> conditions;
+  bool isDefault = false;
 
   bool operator==(const Rule&) const = default;
 };
 
 /// The rules that a flag uses for one group of an experiment.
 struct FeatureFlagGroup {
-  std::string name;
-  std::vector<Rule> rules;
+  Text name;
+  List<Rule> rules;
 
   bool operator==(const FeatureFlagGroup&) const = default;
 };
 
 struct FeatureFlag {
-  std::optional<std::string> id;
+  std::optional<Text> id;
   std::optional<std::int64_t> projectId;
-  std::string name;
-  std::string type;
-  std::vector<Rule> rules;
-  std::vector<FeatureFlagGroup> groups;
+  Text name;
+  Text type;
+  List<Rule> rules;
+  List<FeatureFlagGroup> groups;
   std::optional<bool> isPrivate;
-  std::optional<std::string> platform;
+  std::optional<Text> platform;
 
   bool operator==(const FeatureFlag&) const = default;
 };
@@ -103,7 +118,7 @@ struct FeatureFlag {
 /// The users whom an experiment is for.
 struct Target {
   ConditionalStatement conditionalStatement{};
-  std::vector<Condition> conditions;
+  List<Condition> conditions;
 
   bool operator==(const Target&) const = default;
 };
@@ -118,10 +133,10 @@ struct LayerBounds {
 
 /// One group of an experiment; the weight is a fraction of its users.
 struct Group {
-  std::string name;
-  std::optional<std::string> label;
+  Text name;
+  std::optional<Text> label;
   double weight = 0;
-  std::vector<std::string> forcedUserList;
+  List<Text> forcedUserList;
 
   bool operator==(const Group&) const = default;
 };
@@ -129,36 +144,37 @@ struct Group {
 /// One parameter of an experiment with its value per group.
 struct Param {
   struct Value {
-    std::string group;
-    std::string value;
+    Text group;
+    Text value;
 
     bool operator==(const Value&) const = default;
   };
 
-  std::string name;
-  std::string type;
-  std::vector<Value> values;
+  Text name;
+  Text type;
+  List<Value> values;
 
   bool operator==(const Param&) const = default;
 };
 
 /// One experiment or holdout; the allocation is a fraction of all users.
 struct Experiment {
-  std::string name;
-  std::string salt;
+  Text name;
+  Text salt;
   double allocation = 0;
-  std::optional<std::string> layerId;
-  std::vector<LayerBounds> layerBounds;
-  std::vector<Group> groups;
-  std::vector<Param> params;
+  std::optional<Text> layerId;
+  List<LayerBounds> layerBounds;
+  List<Group> groups;
+  List<Param> params;
   std::optional<Target> targets;
-  std::vector<FeatureFlag> featureFlags;
-  std::vector<std::string> forcedUserList;
+  List<FeatureFlag> featureFlags;
+  List<Text> forcedUserList;
   std::optional<bool> isPrivate;
   std::optional<SplitMode> splitMode;
-  std::vector<std::string> platforms;
-  std::vector<std::string> holdouts;
+  List<Text> platforms;
+  List<Text> holdouts;
   std::optional<ExperimentType> type;
+  PoolOwner own;  ///< Of what the configuration's pool lacks; none in one that was read.
 
   bool operator==(const Experiment&) const = default;
 };
@@ -167,6 +183,7 @@ struct Experiment {
 struct ConfigResponse {
   std::vector<FeatureFlag> featureFlags;
   std::vector<Experiment> experiments;
+  PoolOwner owner;  ///< Of all that they refer to.
 
   bool operator==(const ConfigResponse&) const = default;
 };

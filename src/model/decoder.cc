@@ -66,6 +66,12 @@ bool Decoder::read(const JsonNode& node, std::string& value) {
   return true;
 }
 
+bool Decoder::read(const JsonNode& node, Text& value) {
+  if (node.kind != JsonKind::string) return wrongKind(node, "string");
+  value = pool_.text(node.text());
+  return true;
+}
+
 bool Decoder::read(const JsonNode& node, NumberOrText field) {
   if (node.kind == JsonKind::number) return read(node, field.wrappedValue);
   if (node.kind != JsonKind::string) return wrongKind(node, "number or string");
@@ -81,7 +87,10 @@ bool Decoder::read(const JsonNode& node, TextOrList field) {
 }
 
 bool Decoder::read(const JsonNode& node, SingleText field) {
-  return read(node, field.wrappedValue.emplace_back());
+  Text text;
+  if (!read(node, text)) return false;
+  keep(std::span(&text, 1), field.wrappedValue);
+  return true;
 }
 
 bool Decoder::read(const JsonNode& node, ExperimentType& value) {

@@ -6,8 +6,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -19,6 +21,7 @@
 #include "json/stored_date.h"
 #include "model/codec.h"
 #include "model/fields.h"
+#include "model/pool_writer.h"
 
 namespace corvo::corvo_internal::dynamic {
 class DynamicValue;
@@ -69,6 +72,7 @@ class Decoder {
   bool read(const JsonNode& node, std::int64_t& value);
   bool read(const JsonNode& node, double& value);
   bool read(const JsonNode& node, std::string& value);
+  bool read(const JsonNode& node, Text& value);
   bool read(const JsonNode& node, NumberOrText field);
   bool read(const JsonNode& node, TextOrList field);
   bool read(const JsonNode& node, SingleText field);
@@ -102,34 +106,24 @@ class Decoder {
   }
 
   template <class T>
-  bool read(const JsonNode& node, std::vector<T>& list) {
-    if (node.kind != JsonKind::array) return wrongKind(node, "array");
-    list.reserve(roomFor<T>(node));
-    for (const JsonNode& element : JsonElements(node)) {
-      if (!read(element, list.emplace_back())) return false;
-    }
-    return true;
+  bool read(const JsonNode& node, List<T>& list) {
+    return readElements(node, list,
+                        [](const JsonNode& /*element*/, std::size_t /*listed*/) { return false; });
   }
 
-  template <class T>
-  bool read(const JsonNode& node, LossyArray<T> field) {
-    auto& list = field.wrappedValue;
-    if (node.kind != JsonKind::array) return wrongKind(node, "array");
-    if constexpr (JsonRecord<T>)
-      list.reserve(roomFor<T>(node));  // dropped texts must leave no room
-    for (const JsonNode& element : JsonElements(node)) {
-      const auto listed = dropCount();
-      if (read(element, list.emplace_back())) continue;
-      list.pop_back();
-      drop(element, listed);
-    }
-    return true;
+  template <class L>
+  bool read(const JsonNode& node, LossyArray<L> field) {
+    return readElements(node, field.wrappedValue,
+                        [this](const JsonNode& element, std::size_t listed) {
+                          drop(element, listed);
+                          return true;
+                        });
   }
 
-  template <class T>
-  bool read(const JsonNode& node, LossyOrEmpty<T> field) {
+  template <class L>
+  bool read(const JsonNode& node, LossyOrEmpty<L> field) {
     const auto listed = dropCount();
-    if (!read(node, LossyArray<T>(field.wrappedValue))) drop(node, listed);
+    if (!read(node, LossyArray<L>(field.wrappedValue))) drop(node, listed);
     return true;
   }
 
@@ -145,8 +139,11 @@ class Decoder {
 
   template <JsonRecord R>
   bool read(const JsonNode& node, R& record) {
-    if (node.kind != JsonKind::object) return wrongKind(node, "object");
-    return readFields(node, findFields<R>(node), record, FieldIndexes<R>());
+    return readRecord(node, record);
+  }
+  bool read(const JsonNode& node, ConfigResponse& config) {
+    config.owner = pool_.open();
+    return readRecord(node, config);
   }
 
  private:
@@ -197,6 +194,44 @@ class Decoder {
   [[nodiscard]] std::size_t dropCount() const { return drops_ ? drops_->size() : 0; }
   void drop(const JsonNode& node, std::size_t listed);
 
+  // A list is read as a whole before it is kept: what is dropped leaves no room in it.
+  // `passOver` answers whether the list goes on after an element that cannot be read.
+  template <class L, class PassOver>
+  bool readElements(const JsonNode& node, L& list, PassOver passOver) {
+    using T = typename L::value_type;
+    if (node.kind != JsonKind::array) return wrongKind(node, "array");
+    std::vector<T>& unkept = std::get<std::vector<T>>(unkept_);
+    const std::size_t first = unkept.size();
+    bool isRead = true;
+    for (const JsonNode& element : JsonElements(node)) {
+      const auto listed = dropCount();
+      if (T value{}; read(element, value)) {
+        unkept.push_back(std::move(value));
+      } else if (!passOver(element, listed)) {
+        isRead = false;
+        break;
+      }
+    }
+    if (isRead) keep(std::span(unkept).subspan(first), list);
+    unkept.resize(first);
+    return isRead;
+  }
+
+  template <class T>
+  void keep(std::span<T> elements, List<T>& list) {
+    list = pool_.list(std::span<const T>(elements));
+  }
+  template <class T>
+  void keep(std::span<T> elements, std::vector<T>& list) {
+    list.assign(std::make_move_iterator(elements.begin()), std::make_move_iterator(elements.end()));
+  }
+
+  template <class R>
+  bool readRecord(const JsonNode& node, R& record) {
+    if (node.kind != JsonKind::object) return wrongKind(node, "object");
+    return readFields(node, findFields<R>(node), record, FieldIndexes<R>());
+  }
+
   // One pass over the members, so that the fields can then be read in the order of their table. The
   // search goes on where the last key was found: most documents have that order themselves.
   template <class R>
@@ -240,29 +275,15 @@ class Decoder {
 
   static bool isNone(const JsonNode* node) { return !node || node->kind == JsonKind::null; }
 
-  // Room for the elements that can succeed. A record needs nodes of its own for what is required,
-  // so an array of a million zeros makes no room for a million records.
-  template <class T>
-  static std::size_t roomFor(const JsonNode& array) {
-    return std::min<std::size_t>(array.size, (array.span - 1) / kLeastSpan<T>);
-  }
-  template <class T>
-  static constexpr std::uint32_t leastSpan() {
-    if constexpr (JsonRecord<T>) {
-      constexpr auto isRequired = [](const auto& field) -> std::uint32_t {
-        return field.presence == Presence::required ? 1 : 0;
-      };
-      return std::apply([&](const auto&... field) { return 1 + 2 * (isRequired(field) + ... + 0); },
-                        Fields<T>::list);
-    } else {
-      return 1;
-    }
-  }
-  template <class T>
-  static constexpr std::uint32_t kLeastSpan = leastSpan<T>();
-
   std::vector<DroppedNode>* drops_;
   ReadFailure failure_;
+  PoolWriter pool_;
+  // The elements of the lists that are being read. No list is part of one of its own type.
+  std::tuple<std::vector<Text>, std::vector<Condition>, std::vector<Rule>,
+             std::vector<FeatureFlagGroup>, std::vector<FeatureFlag>, std::vector<LayerBounds>,
+             std::vector<Group>, std::vector<Param::Value>, std::vector<Param>,
+             std::vector<Experiment>>
+      unkept_;
 };
 
 }  // namespace corvo::corvo_internal::model

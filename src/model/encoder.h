@@ -24,6 +24,7 @@ class Encoder {
   void write(std::int64_t value) { out_.integer(value); }
   void write(double value) { out_.real(value); }
   void write(const std::string& value) { out_.string(value); }
+  void write(Text value) { out_.string(value); }
   void write(ExperimentType value) { out_.integer(static_cast<std::int64_t>(value)); }
   void write(const json::StoredDate& value) { out_.real(value.number()); }
   void write(const JsonValue& value) { out_.value(value); }
@@ -44,9 +45,11 @@ class Encoder {
 
   template <class T>
   void write(const std::vector<T>& list) {
-    out_.beginArray();
-    for (const auto& element : list) write(element);
-    out_.endArray();
+    writeElements(list);
+  }
+  template <class T>
+  void write(List<T> list) {
+    writeElements(list);
   }
 
   template <class T>
@@ -67,6 +70,12 @@ class Encoder {
   }
 
  private:
+  void writeElements(const auto& list) {
+    out_.beginArray();
+    for (const auto& element : list) write(element);
+    out_.endArray();
+  }
+
   template <class F, class R>
   void writeField(const F& field, const R& record) {
     const auto& value = record.*field.member;

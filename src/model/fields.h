@@ -11,17 +11,17 @@
 namespace corvo::corvo_internal::model {
 
 /// A list from which elements that cannot be decoded are dropped one by one.
-template <class T>
+template <class L>
 struct LossyArray {
-  explicit LossyArray(std::vector<T>& list) : wrappedValue(list) {}
-  std::vector<T>& wrappedValue;
+  explicit LossyArray(L& list) : wrappedValue(list) {}
+  L& wrappedValue;
 };
 
 /// A lossy list that is empty where there is no list at all.
-template <class T>
+template <class L>
 struct LossyOrEmpty {
-  explicit LossyOrEmpty(std::vector<T>& list) : wrappedValue(list) {}
-  std::vector<T>& wrappedValue;
+  explicit LossyOrEmpty(L& list) : wrappedValue(list) {}
+  L& wrappedValue;
 };
 
 /// A number, or a string that reads as one.
@@ -32,14 +32,14 @@ struct NumberOrText {
 
 /// A list of strings, or a single string for a list of one.
 struct TextOrList {
-  explicit TextOrList(std::vector<std::string>& list) : wrappedValue(list) {}
-  std::vector<std::string>& wrappedValue;
+  explicit TextOrList(List<Text>& list) : wrappedValue(list) {}
+  List<Text>& wrappedValue;
 };
 
 /// A single string, for a list of one.
 struct SingleText {
-  explicit SingleText(std::vector<std::string>& list) : wrappedValue(list) {}
-  std::vector<std::string>& wrappedValue;
+  explicit SingleText(List<Text>& list) : wrappedValue(list) {}
+  List<Text>& wrappedValue;
 };
 
 enum class Presence : std::uint8_t {
@@ -75,19 +75,17 @@ template <class R, class M>
 constexpr Field<M&, R, M> nullable(std::string_view key, M R::*member) {
   return {key, member, Presence::nullable};
 }
-template <class R, class T>
-constexpr Field<LossyArray<T>, R, std::vector<T>> lossy(std::string_view key,
-                                                        std::vector<T> R::*member) {
+template <class R, class L>
+constexpr Field<LossyArray<L>, R, L> lossy(std::string_view key, L R::*member) {
   return {key, member, Presence::optional};
 }
-template <class R, class T>
-constexpr Field<LossyOrEmpty<T>, R, std::vector<T>> lossyOrEmpty(std::string_view key,
-                                                                 std::vector<T> R::*member) {
+template <class R, class L>
+constexpr Field<LossyOrEmpty<L>, R, L> lossyOrEmpty(std::string_view key, L R::*member) {
   return {key, member, Presence::optional};
 }
 template <class R>
-constexpr Field<SingleText, R, std::vector<std::string>> standIn(
-    std::string_view insteadOf, std::string_view key, std::vector<std::string> R::*member) {
+constexpr Field<SingleText, R, List<Text>> standIn(std::string_view insteadOf, std::string_view key,
+                                                   List<Text> R::*member) {
   return {key, member, Presence::standIn, insteadOf};
 }
 

@@ -8,8 +8,6 @@
 #include <cstddef>
 #include <limits>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "base/stop_process.h"
 #include "placement/observer.h"
@@ -65,13 +63,13 @@ bool contains(const List& list, std::string_view splitId) {
   return std::ranges::find(list, splitId) != list.end();
 }
 
-Placement placed(PlacementReason reason, const std::vector<model::Group>& groups, std::size_t index,
+Placement placed(PlacementReason reason, model::List<model::Group> groups, std::size_t index,
                  double bucket = 0) {
   return {reason, &groups[index], static_cast<std::uint32_t>(index), bucket};
 }
 
 // The first group in whose forced list the identifier stands.
-std::optional<std::size_t> forcedGroupIndex(const std::vector<model::Group>& groups,
+std::optional<std::size_t> forcedGroupIndex(model::List<model::Group> groups,
                                             std::string_view splitId) {
   for (std::size_t i = 0; i < groups.size(); ++i) {
     if (contains(groups[i].forcedUserList, splitId)) return i;
@@ -88,7 +86,7 @@ double beyondHundreds(double magnitude) {
 
 // The first group whose share ends at the point or beyond it, else the one that takes the rest.
 template <class AnyObserver>
-std::optional<std::size_t> groupAt(double point, const std::vector<model::Group>& groups,
+std::optional<std::size_t> groupAt(double point, model::List<model::Group> groups,
                                    AnyObserver observer) {
   double cumulative = 0;
   for (std::size_t i = 0; i < groups.size(); ++i) {

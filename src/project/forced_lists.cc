@@ -1,7 +1,5 @@
 #include "project/forced_lists.h"
 
-#include <string>
-
 namespace corvo::corvo_internal::project {
 namespace {
 
@@ -10,8 +8,8 @@ namespace {
 template <class Function>
 void forEachEntry(const model::Experiment& experiment, Function function) {
   std::uint32_t owner = 0;
-  const auto visit = [&](const std::vector<std::string>& list) {
-    for (const std::string& entry : list) function(entry, owner);
+  const auto visit = [&](model::List<model::Text> list) {
+    for (const model::Text entry : list) function(entry, owner);
     ++owner;
   };
   for (const model::Group& group : experiment.groups) visit(group.forcedUserList);
@@ -20,18 +18,16 @@ void forEachEntry(const model::Experiment& experiment, Function function) {
 
 std::vector<std::string_view> entriesOf(const model::Experiment& experiment) {
   std::vector<std::string_view> entries;
-  forEachEntry(experiment, [&](const std::string& entry, std::uint32_t /*owner*/) {
-    entries.push_back(entry);
-  });
+  forEachEntry(experiment,
+               [&](model::Text entry, std::uint32_t /*owner*/) { entries.push_back(entry); });
   return entries;
 }
 
 }  // namespace
 
 ForcedLists::ForcedLists(const model::Experiment& experiment) : positions_(entriesOf(experiment)) {
-  forEachEntry(experiment, [this](const std::string& /*entry*/, std::uint32_t owner) {
-    owners_.push_back(owner);
-  });
+  forEachEntry(experiment,
+               [this](model::Text /*entry*/, std::uint32_t owner) { owners_.push_back(owner); });
 }
 
 std::unique_ptr<const ForcedLists> ForcedLists::of(const model::Experiment& experiment) {

@@ -1,7 +1,6 @@
 #include "project/platform_filter.h"
 
 #include <algorithm>
-#include <string>
 #include <vector>
 
 #include "base/text.h"
@@ -9,16 +8,16 @@
 namespace corvo::corvo_internal::project {
 namespace {
 
-bool isOurs(const std::string& platform) {
+bool isOurs(model::Text platform) {
   return platform == "all" || platform == "ios" || base::equalsLowerCased(platform, "app");
 }
 
 bool isOurs(const model::FeatureFlag& flag) { return !flag.platform || isOurs(*flag.platform); }
 
 bool isOurs(const model::Experiment& experiment) {
-  const std::vector<std::string>& platforms = experiment.platforms;
-  return platforms.empty() || std::any_of(platforms.begin(), platforms.end(),
-                                          [](const auto& name) { return isOurs(name); });
+  const model::List<model::Text> platforms = experiment.platforms;
+  return platforms.empty() ||
+         std::ranges::any_of(platforms, [](model::Text name) { return isOurs(name); });
 }
 
 }  // namespace

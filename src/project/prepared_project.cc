@@ -1,6 +1,5 @@
 #include "project/prepared_project.h"
 
-#include <string>
 #include <unordered_map>
 #include <utility>
 
@@ -35,7 +34,7 @@ CarriedFlag prepared(const model::FeatureFlag& flag, const model::Experiment& ex
 }
 
 template <class Record>
-FirstOfName firstOfName(const std::vector<Record>& list) {
+FirstOfName firstOfName(model::List<Record> list) {
   if (list.size() == 1) return {0};
   std::unordered_map<std::string_view, std::uint32_t, base::TextHash> positions(list.size());
   FirstOfName first;
@@ -123,7 +122,7 @@ void PreparedProject::addNames() {
 void PreparedProject::addHoldouts() {
   std::unordered_map<const PreparedExperiment*, const PreparedExperiment*> namedLastBy;
   for (PreparedExperiment& experiment : experiments_) {
-    for (const std::string& name : experiment.record->holdouts) {
+    for (const model::Text name : experiment.record->holdouts) {
       const PreparedExperiment* holdout = findHoldout(name);
       if (holdout == nullptr) continue;
       if (std::exchange(namedLastBy[holdout], &experiment) == &experiment) continue;

@@ -12,7 +12,7 @@
 namespace corvo::corvo_internal::targeting {
 namespace {
 
-using Texts = std::span<const std::string>;
+using Texts = model::List<model::Text>;
 
 // --- Tests of texts, and of moments --------------------------------------------------------------
 
@@ -25,7 +25,8 @@ bool isPart(std::string_view property, std::string_view value) {
   return base::contains(value, property);
 }
 
-bool holds(Texts texts, std::string_view wanted) {
+template <class List>
+bool holds(const List& texts, std::string_view wanted) {
   return std::ranges::find(texts, wanted) != texts.end();
 }
 
@@ -37,7 +38,7 @@ CORVO_COLD bool equivalentToAny(const Subject& subject, const Alternatives& valu
     if (const auto equals = prepared->equalsAscii(property)) return *equals;
   }
   bool unclear = false;
-  for (const std::string& text : values.texts) {
+  for (const model::Text text : values.texts) {
     const std::optional<bool> equal = base::plainlyEqual(property, text);
     if (equal == true) return true;
     unclear = unclear || !equal;
@@ -52,7 +53,8 @@ CORVO_COLD bool equivalentToAny(const Subject& subject, const Alternatives& valu
 bool equalsAny(const Subject& subject, const Alternatives& values) {
   if (values.prepared == nullptr) {
     const std::string_view property = subject.text();
-    for (const std::string& text : values.texts) {
+    if (base::sameBytes(values.first, property)) return true;
+    for (const model::Text text : values.texts) {
       if (base::sameBytes(text, property)) return true;
     }
   }
@@ -61,7 +63,7 @@ bool equalsAny(const Subject& subject, const Alternatives& values) {
 
 // This one looks for the values in the property.
 bool holdsAny(const Subject& subject, Texts values) {
-  return std::ranges::any_of(values, [&](const std::string& v) { return subject.contains(v); });
+  return std::ranges::any_of(values, [&](model::Text v) { return subject.contains(v); });
 }
 
 bool sameDay(std::int64_t property, std::int64_t value, const LocalTime& localTime) {
@@ -78,12 +80,12 @@ std::optional<Texts> allTexts(Texts values) { return values; }
 
 // The single value, as `parse` reads it.
 template <auto parse>
-auto single(Texts values) -> decltype(parse(values.front())) {
+auto single(Texts values) -> decltype(parse(values[0])) {
   if (values.size() != 1) return std::nullopt;
-  return parse(values.front());
+  return parse(values[0]);
 }
 
-std::optional<Alternatives> alternatives(Texts values) { return Alternatives{values}; }
+std::optional<Alternatives> alternatives(Texts values) { return Alternatives{values[0], values}; }
 
 std::optional<Alternatives> oneAlternative(Texts values) {
   return values.size() == 1 ? alternatives(values) : std::nullopt;
@@ -228,11 +230,10 @@ PreparedCondition::PreparedCondition(const model::Condition& condition, Vocabula
     : match_(always<false>), property_(vocabulary.names.numberOf(condition.name)) {
   if (condition.values.empty()) return;
   const Sign& sign = signOf(condition);
-  const std::vector<std::string>& values = vocabulary.shared(condition.values);
-  if (auto operand = sign.read(values)) {
+  if (auto operand = sign.read(condition.values)) {
     operand_ = *std::move(operand);
     if (auto* texts = std::get_if<Alternatives>(&operand_)) {
-      texts->prepared = vocabulary.lists.of(values);
+      texts->prepared = vocabulary.lists.of(condition.values);
     }
     match_ = sign.match;
   } else if (sign.unread) {

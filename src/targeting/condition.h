@@ -1,11 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
-#include <string>
 #include <string_view>
 #include <variant>
-#include <vector>
 
 #include "model/config.h"
 #include "targeting/context.h"
@@ -18,13 +15,14 @@ namespace corvo::corvo_internal::targeting {
 
 /// Texts, and what is prepared about them; null where nothing is.
 struct Alternatives {
-  std::span<const std::string> texts;
+  std::string_view first;  // of the texts: most conditions have one, or hold by it
+  model::List<model::Text> texts;
   const PreparedList* prepared = nullptr;
 };
 
 /// What the sign of a condition compares the property with, parsed: one text, several texts, texts
 /// that it may equal, a number, a version, or a local date.
-using Operand = std::variant<std::string_view, std::span<const std::string>, Alternatives, double,
+using Operand = std::variant<std::string_view, model::List<model::Text>, Alternatives, double,
                              Version, base::LocalSeconds>;
 
 /// How a sign compares. Only called with the kind of operand that it asks for.

@@ -9,15 +9,15 @@ namespace corvo::corvo_internal::targeting {
 namespace {
 
 // Most lists are short and ASCII.
-bool isPlain(const std::vector<std::string>& list) {
+bool isPlain(model::List<model::Text> list) {
   return list.size() < base::TextPositions::kWorthwhile &&
-         std::ranges::all_of(list, [](const std::string& text) { return base::isAscii(text); });
+         std::ranges::all_of(list, [](model::Text text) { return base::isAscii(text); });
 }
 
 }  // namespace
 
-PreparedList::PreparedList(const std::vector<std::string>& list) {
-  for (const std::string& text : list) {
+PreparedList::PreparedList(model::List<model::Text> list) {
+  for (const model::Text text : list) {
     if (auto other = base::decomposed(text)) decompositions_.push_back(*std::move(other));
   }
   decompositions_.shrink_to_fit();
@@ -27,9 +27,9 @@ PreparedList::PreparedList(const std::vector<std::string>& list) {
   positions_.emplace(std::move(texts));
 }
 
-const PreparedList* PreparedLists::of(const std::vector<std::string>& list) {
+const PreparedList* PreparedLists::of(model::List<model::Text> list) {
   if (isPlain(list)) return nullptr;
-  auto& prepared = lists_[&list];
+  auto& prepared = lists_[list.data()];
   if (prepared == nullptr) prepared = std::make_unique<const PreparedList>(list);
   return prepared.get();
 }

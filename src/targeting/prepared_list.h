@@ -8,13 +8,14 @@
 #include <vector>
 
 #include "base/text_positions.h"
+#include "model/config.h"
 
 namespace corvo::corvo_internal::targeting {
 
 /// What is prepared about a list of texts of which a property may equal one. Refers to the list.
 class PreparedList {
  public:
-  explicit PreparedList(const std::vector<std::string>& list);
+  explicit PreparedList(model::List<model::Text> list);
   PreparedList(const PreparedList&) = delete;
   PreparedList& operator=(const PreparedList&) = delete;
 
@@ -38,10 +39,10 @@ class PreparedList {
 class PreparedLists {
  public:
   /// Null where the list is short and ASCII, so that there is nothing to prepare.
-  const PreparedList* of(const std::vector<std::string>& list);
+  const PreparedList* of(model::List<model::Text> list);
 
  private:
-  std::unordered_map<const std::vector<std::string>*, std::unique_ptr<const PreparedList>> lists_;
+  std::unordered_map<const model::Text*, std::unique_ptr<const PreparedList>> lists_;
 };
 
 }  // namespace corvo::corvo_internal::targeting

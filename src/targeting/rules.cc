@@ -34,7 +34,7 @@ bool statementHolds(ConditionalStatement statement, std::span<const PreparedCond
 
 }  // namespace
 
-RuleList RuleBook::add(const std::vector<model::Rule>& rules, Vocabulary& vocabulary) {
+RuleList RuleBook::add(model::List<model::Rule> rules, Vocabulary& vocabulary) {
   const std::size_t first = rules_.size();
   inOrderOfTrial(rules, [&](const model::Rule& rule) { add(rule, vocabulary); });
   return {*this, first, rules.size()};
@@ -42,7 +42,7 @@ RuleList RuleBook::add(const std::vector<model::Rule>& rules, Vocabulary& vocabu
 
 // A default rule holds whatever its conditions: it becomes an AND of none.
 void RuleBook::add(const model::Rule& rule, Vocabulary& vocabulary) {
-  PreparedRule prepared{.value = &vocabulary.shared(rule.value),
+  PreparedRule prepared{.value = rule.value,
                         .firstCondition = static_cast<std::uint32_t>(conditions_.size())};
   if (!rule.isDefault) {
     prepared.conditionCount = static_cast<std::uint32_t>(rule.conditions.size());
@@ -73,19 +73,19 @@ bool RuleBook::ruleMatches(const PreparedRule& rule, const Context& context, boo
 
 // The first rule that holds decides, so the rules behind it need not be looked at.
 template <class AnyObserver>
-const std::string* RuleList::chooseSeen(const Context& context, bool hashed,
+const model::Text* RuleList::chooseSeen(const Context& context, bool hashed,
                                         AnyObserver observer) const {
   if (isEmpty()) return nullptr;
   for (const RuleBook::PreparedRule& rule : std::span(book_->rules_).subspan(first_, count_)) {
-    if (book_->ruleMatches<AnyObserver>(rule, context, hashed, observer)) return rule.value;
+    if (book_->ruleMatches<AnyObserver>(rule, context, hashed, observer)) return &rule.value;
   }
   return nullptr;
 }
 
-const std::string* RuleList::choose(const Context& context, bool hashed, Silent observer) const {
+const model::Text* RuleList::choose(const Context& context, bool hashed, Silent observer) const {
   return chooseSeen<Silent>(context, hashed, observer);
 }
-const std::string* RuleList::choose(const Context& context, bool hashed, Observer& observer) const {
+const model::Text* RuleList::choose(const Context& context, bool hashed, Observer& observer) const {
   return chooseSeen<Observer&>(context, hashed, observer);
 }
 

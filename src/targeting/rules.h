@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "model/config.h"
@@ -25,15 +24,15 @@ class RuleList {
 
   /// The value of the first rule that holds, default rules tried last; null when none does.
   /// `hashed` is the privacy of whoever owns the decision. Allocates only what a condition does.
-  [[nodiscard]] const std::string* choose(const Context& context, bool hashed,
+  [[nodiscard]] const model::Text* choose(const Context& context, bool hashed,
                                           Silent observer = {}) const;
-  [[nodiscard]] const std::string* choose(const Context& context, bool hashed,
+  [[nodiscard]] const model::Text* choose(const Context& context, bool hashed,
                                           Observer& observer) const;
 
  private:
   friend class RuleBook;
   template <class AnyObserver>
-  const std::string* chooseSeen(const Context& context, bool hashed, AnyObserver observer) const;
+  const model::Text* chooseSeen(const Context& context, bool hashed, AnyObserver observer) const;
   RuleList(const RuleBook& book, std::size_t first, std::size_t count)
       : book_(&book),
         first_(static_cast<std::uint32_t>(first)),
@@ -54,7 +53,7 @@ class RuleBook {
   RuleBook(const RuleBook&) = delete;
   RuleBook& operator=(const RuleBook&) = delete;
 
-  [[nodiscard]] RuleList add(const std::vector<model::Rule>& rules, Vocabulary& vocabulary);
+  [[nodiscard]] RuleList add(model::List<model::Rule> rules, Vocabulary& vocabulary);
 
   /// Gives back the memory that was kept for more rules.
   void close();
@@ -62,7 +61,7 @@ class RuleBook {
  private:
   friend class RuleList;
   struct PreparedRule {
-    const std::string* value;
+    model::Text value;
     std::uint32_t firstCondition;
     std::uint32_t conditionCount = 0;
     model::ConditionalStatement statement = model::ConditionalStatement::and_;
@@ -79,7 +78,7 @@ class RuleBook {
 
 /// Calls a function with each rule in the order in which they are tried: default rules last.
 template <class Function>
-void inOrderOfTrial(const std::vector<model::Rule>& rules, Function function) {
+void inOrderOfTrial(model::List<model::Rule> rules, Function function) {
   for (const bool isDefault : {false, true}) {
     for (const model::Rule& rule : rules) {
       if (rule.isDefault == isDefault) function(rule);

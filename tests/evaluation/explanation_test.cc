@@ -205,10 +205,10 @@ struct Seen {
 };
 
 /// The rules and conditions that are told are those of the record, each where it says.
-void expectRecord(const Step& step, const std::vector<model::Rule>& rules) {
+void expectRecord(const Step& step, model::List<model::Rule> rules) {
   ASSERT_EQ(step.steps.size(), rules.size());
   for (const Step& each : step.steps) {
-    const model::Rule& rule = rules.at(static_cast<std::size_t>(numberIn(each, "position")));
+    const model::Rule& rule = rules[static_cast<std::size_t>(numberIn(each, "position"))];
     EXPECT_EQ(textIn(each, "value"), rule.value);
     if (each.steps.empty()) continue;
     ASSERT_EQ(each.steps.size(), rule.conditions.size());
@@ -216,17 +216,18 @@ void expectRecord(const Step& step, const std::vector<model::Rule>& rules) {
       const auto& [name, sign, values] = rule.conditions[i];
       EXPECT_EQ(textIn(each.steps[i], "property"), name);
       EXPECT_EQ(textIn(each.steps[i], "sign"), model::textOf(sign));
-      EXPECT_TRUE(*each.steps[i].find("values")->as<JsonArray>() ==
-                  JsonArray(values.begin(), values.end()));
+      EXPECT_TRUE(std::ranges::equal(*each.steps[i].find("values")->as<JsonArray>(), values,
+                                     [](const JsonValue& told, model::Text value) {
+                                       return *told.as<std::string>() == value;
+                                     }));
     }
   }
 }
 
 /// The rules that were tried: those of the flag, or of the group that it has in its experiment.
-const std::vector<model::Rule>& rulesOf(const model::ConfigResponse& config,
-                                        const std::string& name,
-                                        const std::vector<const Step*>& group) {
-  const auto isCalled = [](const auto& list, const std::string& wanted) {
+model::List<model::Rule> rulesOf(const model::ConfigResponse& config, const std::string& name,
+                                 const std::vector<const Step*>& group) {
+  const auto isCalled = [](const auto& list, std::string_view wanted) {
     return std::ranges::find(list, wanted, [](const auto& each) { return each.name; });
   };
   if (group.empty()) return isCalled(config.featureFlags, name)->rules;

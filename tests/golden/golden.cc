@@ -121,46 +121,52 @@ void printDigests(Generator& random) {
 }
 
 /// One whose boundaries the identifier hits or misses by the last bits.
-model::Experiment experimentAround(const std::string& splitId, Generator& random) {
+model::Experiment experimentAround(const std::string& splitId, Generator& random,
+                                   base::Pool& pool) {
   constexpr std::array kShares{0.0, 0.1, 0.25, 1.0 / 3, 0.333, 0.5, 0.995, 1.0, 1.5};
   model::Experiment experiment;
-  experiment.name = "e";
-  experiment.salt = random.text(8);
+  experiment.name = pool.text("e");
+  experiment.salt = pool.text(random.text(8));
   const double bucket = std::fabs(placement::bucketValue(splitId, experiment.salt));
   experiment.allocation =
       random.below(2) == 0 ? random.near(bucket / 100 / 100) : random.oneOf(kShares) * 2;
 
   double left = std::fmod(bucket, 100) / 100;
+  const model::List<model::Text> forced = pool.list(std::vector{pool.text(splitId)});
+  std::vector<model::Group> groups;
   for (std::size_t count = random.below(5); count != 0; --count) {
-    model::Group& group = experiment.groups.emplace_back();
-    group.name = random.oneOf(std::array{"a", "b", "c"});
+    model::Group& group = groups.emplace_back();
+    group.name = pool.text(random.oneOf(std::array{"a", "b", "c"}));
     group.weight = random.below(2) == 0 ? random.near(left) : left * random.oneOf(kShares);
     left = std::fabs(left - group.weight);
-    if (random.below(50) == 0) group.forcedUserList.push_back(splitId);
+    if (random.below(50) == 0) group.forcedUserList = forced;
   }
-  if (random.below(20) == 0) experiment.forcedUserList.push_back(splitId);
+  experiment.groups = pool.list(groups);
+  if (random.below(20) == 0) experiment.forcedUserList = forced;
 
-  if (random.below(3) == 0) experiment.layerId = random.text(4);
-  const double layer =
-      std::fabs(placement::bucketValue(splitId, experiment.layerId ? *experiment.layerId : "sad"));
+  if (random.below(3) == 0) experiment.layerId = pool.text(random.text(4));
+  const double layer = std::fabs(
+      placement::bucketValue(splitId, experiment.layerId ? experiment.layerId->view() : "sad"));
+  std::vector<model::LayerBounds> bounds;
   for (std::size_t count = random.below(3); count != 0; --count) {
     const double point = random.near(std::floor(layer / 10));
     const double width = static_cast<double>(random.below(3));
-    experiment.layerBounds.push_back(random.below(2) == 0
-                                         ? model::LayerBounds{point, point + width}
-                                         : model::LayerBounds{point - width, point});
+    bounds.push_back(random.below(2) == 0 ? model::LayerBounds{point, point + width}
+                                          : model::LayerBounds{point - width, point});
   }
+  experiment.layerBounds = pool.list(bounds);
   return experiment;
 }
 
 void printAssignments(Generator& random) {
   // Worked by hand: 385719871 * 85407170560000 / 2^64.
   expect(placement::bucketValue("user-1", "salt1") == 1785.856771213581, "the bucket of user-1");
-  model::ConfigResponse written;
+  const auto pool = std::make_shared<base::Pool>();
+  model::ConfigResponse written{{}, {}, {pool}};
   std::vector<std::string> splitIds;
   for (int i = 0; i < 10'000; ++i) {
     splitIds.push_back("user-" + std::to_string(i) + random.text(30));
-    written.experiments.push_back(experimentAround(splitIds.back(), random));
+    written.experiments.push_back(experimentAround(splitIds.back(), random, *pool));
   }
 
   const std::string json = model::encodeJson(written).value_or("");

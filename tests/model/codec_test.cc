@@ -47,13 +47,15 @@ TEST(ConfigCodec, WritesWhatItReads) {
   EXPECT_EQ(encodeJson(config), everything());
 
   const Experiment& experiment = config.experiments.at(0);
-  EXPECT_EQ(experiment.layerBounds.at(0).upperBound, 1e-7);
-  EXPECT_EQ(experiment.groups.at(0).label, "A");
-  EXPECT_EQ(experiment.params.at(0).values.at(0), (Param::Value{"g", "1"}));
+  EXPECT_EQ(experiment.layerBounds[0].upperBound, 1e-7);
+  EXPECT_EQ(experiment.groups[0].label->view(), "A");
+  EXPECT_EQ(experiment.params[0].values[0].group, "g");
   EXPECT_EQ(config.featureFlags.at(0).projectId, -7);
-  EXPECT_EQ(config.featureFlags.at(0).groups.at(0).name, "g");
-  EXPECT_EQ(config.featureFlags.at(0).rules.at(0).conditions.at(0),
-            (Condition{"os.name", ConditionSign::notEndsWith, {"a", "b"}}));
+  EXPECT_EQ(config.featureFlags.at(0).groups[0].name, "g");
+  const Condition& condition = config.featureFlags.at(0).rules[0].conditions[0];
+  EXPECT_EQ(condition.name, "os.name");
+  EXPECT_EQ(condition.conditionSign, ConditionSign::notEndsWith);
+  EXPECT_EQ(condition.values[1], "b");
 }
 
 TEST(ConfigCodec, ReadsAndWritesAsTheTableSays) {
@@ -124,6 +126,18 @@ TEST(ConfigCodec, LongListsOfNothing) {
   EXPECT_EQ(drops.size(), 20'001u);
   EXPECT_EQ(drops.back().pointer, "/experiments/20000");
   EXPECT_LT(std::get<ConfigResponse>(result).experiments.capacity(), 10'000u);
+}
+
+// Nothing else is read between them that could take their place.
+TEST(ConfigCodec, KeepsEqualTextsAndListsOfThemOnce) {
+  const auto config = decoded(
+      R"({"feature_flags":[{"name":"x","type":"x","rules":[{"is_default":false,"value":"x",)"
+      R"("conditional_statement":"OR","conditions":[)"
+      R"({"name":"x","condition_sign":"any of","value":["x","x"]},)"
+      R"({"name":"x","condition_sign":"none of","value":["x","x"]}]}]}]})");
+  const Rule& rule = config.featureFlags.at(0).rules[0];
+  EXPECT_EQ(rule.conditions[0].values.data(), rule.conditions[1].values.data());
+  EXPECT_EQ(rule.conditions[0].values[1].view().data(), rule.value.view().data());
 }
 
 /// What decoding gives, encoded again; or the failure in angle brackets.

@@ -28,7 +28,9 @@ std::string nameOf(PlacementReason reason) {
 model::Experiment experiment(const std::string& json) {
   const auto config = model::decodeJson<model::ConfigResponse>(R"({"experiments": [{"name": "e",)" +
                                                                json.substr(1) + "]}");
-  return std::get<model::ConfigResponse>(config).experiments.at(0);
+  model::Experiment read = std::get<model::ConfigResponse>(config).experiments.at(0);
+  read.own = std::get<model::ConfigResponse>(config).owner;
+  return read;
 }
 
 TEST(Bucketing, AgreesWithTheGoldenVectors) {
@@ -38,7 +40,7 @@ TEST(Bucketing, AgreesWithTheGoldenVectors) {
     const Placement placement = assignGroup(splitId, record);
     EXPECT_EQ(nameOf(placement.reason), reason) << what;
     EXPECT_EQ(placement.bucket, bucket.empty() ? 0 : std::stod(bucket)) << what;
-    const model::Group* group = index.empty() ? nullptr : &record.groups.at(std::stoul(index));
+    const model::Group* group = index.empty() ? nullptr : &record.groups[std::stoul(index)];
     EXPECT_EQ(placement.group, group) << what;
     EXPECT_EQ(placement.index, group ? std::stoul(index) : 0) << what;
     const project::ForcedLists forced(record);
@@ -99,7 +101,7 @@ TEST(Resolution, ChecksInItsOrderAndNamesTheReason) {
         resolver.resolve(*project->findExperiment(experiment), source.at(0));
     EXPECT_EQ(nameOf(placement.reason), reason) << what;
     EXPECT_EQ(placement.group ? std::to_string(placement.index) : "", index) << what;
-    EXPECT_EQ(placement.holdout ? placement.holdout->name : "", holdout) << what;
+    EXPECT_EQ(placement.holdout ? placement.holdout->name : model::Text(), holdout) << what;
   }
 }
 

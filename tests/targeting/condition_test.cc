@@ -32,8 +32,8 @@ ConditionSign signOf(const std::string& text) {
 class Asked {
  public:
   Asked(const std::string& name, const std::optional<std::string>& property, ConditionSign sign,
-        std::vector<std::string> values)
-      : property_(property), record_{name, sign, std::move(values)} {
+        const std::vector<std::string>& values)
+      : property_(property), record_{pool_.text(name), sign, listOf(values)} {
     table_.resize(vocabulary_.names.count());
     if (property_) table_.putUser(condition_.property(), *property_, kNever);
   }
@@ -44,6 +44,13 @@ class Asked {
   }
 
  private:
+  model::List<model::Text> listOf(const std::vector<std::string>& values) {
+    std::vector<model::Text> texts;
+    for (const std::string& value : values) texts.push_back(pool_.text(value));
+    return pool_.list(texts);
+  }
+
+  base::Pool pool_;
   const std::optional<std::string> property_;
   const model::Condition record_;
   Vocabulary vocabulary_;

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <ranges>
+#include <span>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace corvo::corvo_internal::base {
+
+/// A list that lies in a pool, in one word: its size stands before its elements. Copies refer to
+/// the same elements, which live as long as the pool.
+template <class T>
+class List {
+ public:
+  using value_type = T;
+
+  List() = default;
+
+  [[nodiscard]] const T* data() const noexcept { return first_; }
+  [[nodiscard]] bool empty() const noexcept { return first_ == nullptr; }
+  [[nodiscard]] std::size_t size() const noexcept {
+    if (first_ == nullptr) return 0;
+    std::uint32_t size = 0;
+    std::memcpy(&size, reinterpret_cast<const char*>(first_) - sizeof size, sizeof size);
+    return size;
+  }
+  [[nodiscard]] const T* begin() const noexcept { return first_; }
+  [[nodiscard]] const T* end() const noexcept { return first_ + size(); }
+  [[nodiscard]] const T& operator[](std::size_t position) const noexcept {
+    return first_[position];
+  }
+
+  bool operator==(const List& other) const { return std::ranges::equal(*this, other); }
+
+ private:
+  friend class Pool;
+  explicit List(const T* first) : first_(first) {}
+
+  const T* first_ = nullptr;  // null where there are no elements
+};
+
+/// A text that lies in a pool, in one word.
+class Text {
+ public:
+  Text() = default;
+
+  operator std::string_view() const noexcept { return {bytes_.data(), bytes_.size()}; }
+  [[nodiscard]] std::string_view view() const noexcept { return *this; }
+
+  friend bool operator==(Text a, Text b) noexcept { return a.view() == b.view(); }
+  friend bool operator==(Text a, std::string_view b) noexcept { return a.view() == b; }
+
+ private:
+  friend class Pool;
+  explicit Text(List<char> bytes) : bytes_(bytes) {}
+
+  List<char> bytes_;
+};
+
+/// Texts and lists, in a few blocks of memory. They stay where they are, and go with the pool.
+///
+/// Reading what is in it is safe from any thread while nobody adds.
+class Pool {
+ public:
+  Pool() = default;
+  Pool(const Pool&) = delete;
+  Pool& operator=(const Pool&) = delete;
+
+  /// A copy of a text.
+  [[nodiscard]] Text text(std::string_view text) {
+    return Text(list(std::span<const char>(text.data(), text.size())));
+  }
+
+  /// A copy of a list of fewer than 2^32 elements. What they refer to is not copied.
+  template <class T>
+  requires(std::is_trivially_copyable_v<T>)
+      [[nodiscard]] List<T> list(std::span<const T> elements) {
+    if (elements.empty()) return {};
+    const auto size = static_cast<std::uint32_t>(elements.size());
+    char* const place = room(elements.size_bytes(), std::max(alignof(T), alignof(char)));
+    std::memcpy(place - sizeof size, &size, sizeof size);
+    return List<T>(
+        std::uninitialized_copy_n(elements.data(), elements.size(), reinterpret_cast<T*>(place)) -
+        elements.size());
+  }
+  template <class T>
+  [[nodiscard]] List<T> list(const std::vector<T>& elements) {
+    return list(std::span<const T>(elements));
+  }
+
+ private:
+  // A place for that many bytes, with one for their number before it.
+  char* room(std::size_t bytes, std::size_t alignment);
+
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  std::size_t total_ = 0;  // the bytes of all blocks
+  char* next_ = nullptr;   // what is left of the last one
+  char* end_ = nullptr;
+};
+
+}  // namespace corvo::corvo_internal::base
+
+/// Its elements outlive it.
+template <class T>
+inline constexpr bool std::ranges::enable_borrowed_range<corvo::corvo_internal::base::List<T>> =
+    true;
