@@ -91,13 +91,8 @@ Connection openDatabaseFile(const fs::path& file, Patience& patience) {
     if (!error.isDamage() || !setAside(std::move(connection), file, lookAgain)) throw;
     return openDatabaseFile(file, patience);
   }
+  connection.waitForDisk(true);
   connection.tidyOnClose(true);
-  return connection;
-}
-
-Connection openDatabaseInMemory() {
-  Connection connection(":memory:");
-  makeTables(connection);
   return connection;
 }
 

@@ -123,9 +123,11 @@ void attempt(Connection& connection, const char* sql) {
 void adopt(Connection& connection) {
   // Larger pages than usual halve the time of the first read, which is of a whole configuration.
   connection.execute(("PRAGMA page_size = " + std::to_string(kPageSize)).c_str());
+  connection.execute("PRAGMA synchronous = NORMAL");
   // Until the transaction ends the file stays empty, whatever memory there is.
   connection.execute("PRAGMA cache_spill = OFF");
-  Transaction transaction(connection);
+  TransactionStatements statements(connection);
+  Transaction transaction(statements);
   const std::string identity = identityOf(connection);
   if (isOurs(identity)) return;
   if (identity == newIdentity()) {
@@ -163,14 +165,13 @@ bool isStamped(const Connection& connection) {
 
 void prepare(Connection& connection) {
   const std::string identity = identityOf(connection);
-  connection.execute("PRAGMA synchronous = NORMAL");
-  if (!isOurs(identity)) adopt(connection);
-  connection.execute("PRAGMA cache_spill = ON");
+  if (!isOurs(identity)) {
+    adopt(connection);
+    connection.execute("PRAGMA cache_spill = ON");
+  }
   // Where write-ahead logging is not to be had, as on some network drives, SQLite does without.
   attempt(connection, "PRAGMA journal_mode = WAL");
 }
-
-void makeTables(Connection& connection) { connection.execute(kTables); }
 
 fs::path companion(const fs::path& file, std::string_view ending) {
   fs::path path = file;

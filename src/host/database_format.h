@@ -20,8 +20,6 @@ enum class Find { kForeign, kDamaged, kOurs };
 /// Makes what a database of ours has, as far as it is missing, and sets the connection up for it.
 /// Throws `SqliteError`: damage, or `SQLITE_CANTOPEN` where the file is somebody else's after all.
 void prepare(Connection& connection);
-/// Only the tables, for a database that nobody else will ever see.
-void makeTables(Connection& connection);
 
 /// A file that is named after another, as SQLite names what it keeps beside a database.
 [[nodiscard]] std::filesystem::path companion(const std::filesystem::path& file,
