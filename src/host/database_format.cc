@@ -85,13 +85,11 @@ bool isOurs(std::string_view identity) {
 }
 
 std::string identityOf(const Connection& connection) try {
-  constexpr const char* kQuery =
-      "SELECT application_id || ' ' || user_version || ' '"
-      " || ifnull((SELECT group_concat(sql, ';') FROM sqlite_master), '')"
-      " FROM pragma_application_id, pragma_user_version";
-  return connection.prepare(kQuery).first().value_or("");
+  const auto ask = [&](const char* sql) { return connection.prepare(sql).first().value_or(""); };
+  return ask("PRAGMA application_id") + ' ' + ask("PRAGMA user_version") + ' ' +
+         ask("SELECT group_concat(sql, ';') FROM sqlite_master");
 } catch (const SqliteError& error) {
-  // The query is sound, so the file is of a format that SQLite does not know.
+  // The queries are sound, so the file is of a format that SQLite does not know.
   throw error.code() == SQLITE_ERROR ? SqliteError(SQLITE_CORRUPT) : error;
 }
 
@@ -104,6 +102,7 @@ bool isAdoptable(const fs::path& file, const Header& header) {
   Connection reader(sqliteUri(file) + (hasLog ? "?readonly_shm=1" : "?immutable=1"),
                     SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
   reader.tidyOnClose(false);
+  reader.execute("BEGIN");  // somebody may be adopting it
   const std::string identity = identityOf(reader);
   if (identity == formerIdentity()) return true;
   return identity == newIdentity() && header.isLogged() && header.pageSize() == kPageSize;
@@ -145,10 +144,9 @@ void adopt(Connection& connection) {
 
 }  // namespace
 
-Find lookAt(const fs::path& file) {
-  if (!fs::is_regular_file(file)) return Find::kForeign;  // opening a pipe would wait
+Find lookAt(const fs::path& file, const Connection& connection) {
   if (fs::is_empty(file)) return Find::kOurs;
-  const Header header(Connection(sqliteName(file), SQLITE_OPEN_READONLY));
+  const Header header(connection);
   if (header.applicationId() != kApplicationId) {
     return isAdoptable(file, header) ? Find::kOurs : Find::kForeign;
   }

@@ -10,9 +10,9 @@ namespace corvo::corvo_internal::host {
 /// What lies where an application's database belongs. An empty file is ours, too.
 enum class Find { kForeign, kDamaged, kOurs };
 
-/// What kind of file it is. Changes nothing, and waits for nobody. Throws a `std::exception` when
-/// it cannot be read just now.
-[[nodiscard]] Find lookAt(const std::filesystem::path& file);
+/// What kind of file it is that a connection has opened. Changes nothing, and waits for nobody.
+/// Throws a `std::exception` when it cannot be read just now.
+[[nodiscard]] Find lookAt(const std::filesystem::path& file, const Connection& connection);
 
 /// Whether the header of an open file says that it is ours. Read without a lock.
 [[nodiscard]] bool isStamped(const Connection& connection);

@@ -67,8 +67,7 @@ SqliteDatabase::Opened::Opened(Connection made)
       transactions(connection),
       read(connection.prepare("SELECT value FROM preference WHERE suite = ?1 AND key = ?2")),
       write(connection.prepare("INSERT INTO preference (suite, key, value) VALUES (?1, ?2, ?3)"
-                               " ON CONFLICT DO UPDATE SET value = excluded.value")),
-      remove(connection.prepare("DELETE FROM preference WHERE suite = ?1 AND key = ?2")) {}
+                               " ON CONFLICT DO UPDATE SET value = excluded.value")) {}
 
 // When SQLite begins a log it waits until the header is on the disk. Else a power failure could
 // leave the header of the log that lay there before, with some of its contents, which would come
@@ -132,7 +131,8 @@ bool SqliteDatabase::apply(std::string_view suite,
         if (value) {
           opened.write.run({suite, key, *value});
         } else {
-          opened.remove.run({suite, key});
+          opened.connection.prepare("DELETE FROM preference WHERE suite = ?1 AND key = ?2")
+              .run({suite, key});
         }
       }
     });

@@ -42,7 +42,6 @@ class SqliteDatabase final : public Database {
     TransactionStatements transactions;
     Statement read;
     Statement write;
-    Statement remove;
     bool isLogBegun = false;
   };
 
