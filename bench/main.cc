@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
   corvo::bench::addReports();
   corvo::bench::addBatches();
   corvo::bench::addShells();
+  corvo::bench::addUsers();
   corvo::bench::addLoading();
   corvo::bench::addCounts();
   corvo::bench::addBatchCounts();

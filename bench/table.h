@@ -28,6 +28,7 @@ void addQuestions();
 void addReports();
 void addBatches();
 void addShells();
+void addUsers();
 void addLoading();
 void addCounts();
 void addBatchCounts();
