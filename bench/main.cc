@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
   corvo::bench::addBatches();
   corvo::bench::addShells();
   corvo::bench::addLists();
+  corvo::bench::addUsers();
   corvo::bench::addLoading();
   corvo::bench::addCounts();
   corvo::bench::addBatchCounts();

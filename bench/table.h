@@ -29,6 +29,7 @@ void addReports();
 void addBatches();
 void addShells();
 void addLists();
+void addUsers();
 void addLoading();
 void addCounts();
 void addBatchCounts();

@@ -3,11 +3,19 @@
 #include <corvo/user_builder.h>
 
 #include <string>
+#include <utility>
 
 #include "model/well_formed.h"
 #include "targeting/expiry.h"
 
 namespace corvo::corvo_internal::client {
+namespace {
+
+CorvoUser taken(CorvoUser::Builder& builder) {
+  return {std::move(builder.properties), std::move(builder.corvoExpiration)};
+}
+
+}  // namespace
 
 void StoredUser::settle(std::optional<CorvoUser> initialUser, double now) {
   if (initialUser) {
@@ -44,7 +52,7 @@ void StoredUser::replace(CorvoUser user, double now, storage::Origin origin) {
 void StoredUser::build(EditUser& edit) {
   CorvoUser::Builder builder(parts_.clock, parts_.timeZone);
   edit(builder);
-  replace(builder.build(), parts_.clock->now());
+  replace(taken(builder), parts_.clock->now());
 }
 
 void StoredUser::edit(EditUser& edit) {
@@ -53,7 +61,7 @@ void StoredUser::edit(EditUser& edit) {
   builder.properties = user.properties;
   builder.corvoExpiration = user.corvoExpiration.value_or(PropertyMap());
   edit(builder);
-  replace(builder.build(), parts_.clock->now(), storage::Origin::edit);
+  replace(taken(builder), parts_.clock->now(), storage::Origin::edit);
 }
 
 }  // namespace corvo::corvo_internal::client

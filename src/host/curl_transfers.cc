@@ -39,12 +39,28 @@ void forEach(Orders& orders, Visit visit) {
 
 }  // namespace
 
-CurlTransfers::CurlTransfers(const TransferLimits& limits) : limits_(limits), multi_(makeMulti()) {}
-
 CurlTransfers::~CurlTransfers() {
   const WithoutSigpipe quiet;
   for (Order& order : active_) leave(order);
   multi_.reset();  // which ends the connections
+}
+
+CURLM* CurlTransfers::multi() {
+  const std::lock_guard lock(mutex_);
+  if (multi_ == nullptr) {
+    multi_.reset(makeMulti());
+    if (isWoken_) curl_multi_wakeup(multi_.get());
+  }
+  return multi_.get();
+}
+
+void CurlTransfers::wake() noexcept {
+  const std::lock_guard lock(mutex_);
+  if (multi_ == nullptr) {
+    isWoken_ = true;
+  } else {
+    curl_multi_wakeup(multi_.get());
+  }
 }
 
 void CurlTransfers::start(Orders orders) noexcept {
@@ -98,13 +114,14 @@ void CurlTransfers::advance(Orders::iterator waiting) noexcept try {
 
 void CurlTransfers::begin(Orders::iterator waiting) {
   Order& order = *waiting;
+  CURLM* const handles = multi();
   if (order.transfer == nullptr) {
     order.transfer = std::make_unique<CurlTransfer>(std::move(order.request), limits_);
     order.since = std::chrono::steady_clock::now();
   }
   order.transfer->noteProgress();
   if (!order.transfer->isPrepared() ||
-      curl_multi_add_handle(multi_.get(), order.transfer->handle()) != CURLM_OK) {
+      curl_multi_add_handle(handles, order.transfer->handle()) != CURLM_OK) {
     return answer(waiting_, waiting, failed("the transfer could not be prepared"));
   }
   ++order.origin->underWay;
@@ -112,6 +129,7 @@ void CurlTransfers::begin(Orders::iterator waiting) {
 }
 
 bool CurlTransfers::settleFinished() {
+  if (active_.empty()) return false;
   bool hasEnded = false;
   int left = 0;
   while (const CURLMsg* const message = curl_multi_info_read(multi_.get(), &left)) {
@@ -194,7 +212,7 @@ void CurlTransfers::wait() {
     left = std::min({left, secondsLeft(order, now), order.transfer->patience(now)});
   }
   const auto milliseconds = static_cast<int>(std::ceil(std::max(left, 0.0) * 1000));
-  curl_multi_poll(multi_.get(), nullptr, 0, milliseconds, nullptr);
+  curl_multi_poll(multi(), nullptr, 0, milliseconds, nullptr);
 }
 
 }  // namespace corvo::corvo_internal::host

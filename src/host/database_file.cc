@@ -58,7 +58,7 @@ bool setAside(Connection damaged, const fs::path& file, bool lookAgain) noexcept
   std::optional<Connection> holder(sqliteName(file));
   if (!lock(*holder) || holder->hasMoved()) return false;
   if (!isStamped(*holder)) return false;
-  if (lookAgain && lookAt(file) != Find::kDamaged) return false;
+  if (lookAgain && lookAt(file, *holder) != Find::kDamaged) return false;
   const std::optional<fs::path> name = nameForDamaged(file);
   if (!name) return false;
   if (!canRenameOpenFiles()) holder.reset();
@@ -74,15 +74,16 @@ bool setAside(Connection damaged, const fs::path& file, bool lookAgain) noexcept
 }
 
 Connection openDatabaseFile(const fs::path& file, Patience& patience) {
-  makeFolder(file.parent_path());
-  // SQLite would let everybody read it. An existing file must not be opened: closing it again would
-  // release the locks that SQLite holds on it elsewhere in this process.
-  makePrivateFile(file);
-  const Find found = lookAt(file);
-  if (found == Find::kForeign) throw SqliteError(SQLITE_CANTOPEN);
+  if (!fs::exists(file)) {
+    makeFolder(file.parent_path());
+    makePrivateFile(file);  // SQLite would let everybody read it
+  }
+  if (!fs::is_regular_file(file)) throw SqliteError(SQLITE_CANTOPEN);  // a pipe would be waited for
   Connection connection(sqliteName(file));
-  connection.waitWith(patience);
   connection.tidyOnClose(false);  // until it is known to be ours
+  const Find found = lookAt(file, connection);
+  if (found == Find::kForeign) throw SqliteError(SQLITE_CANTOPEN);
+  connection.waitWith(patience);
   try {
     if (found == Find::kDamaged) throw SqliteError(SQLITE_CORRUPT);
     prepare(connection);
@@ -92,12 +93,6 @@ Connection openDatabaseFile(const fs::path& file, Patience& patience) {
     return openDatabaseFile(file, patience);
   }
   connection.tidyOnClose(true);
-  return connection;
-}
-
-Connection openDatabaseInMemory() {
-  Connection connection(":memory:");
-  makeTables(connection);
   return connection;
 }
 

@@ -11,7 +11,6 @@ namespace corvo::corvo_internal::host {
 /// aside, and a new one begun. Throws a `std::exception` when it cannot be opened just now, was
 /// written by a later version, or is somebody else's: such a file is not touched.
 [[nodiscard]] Connection openDatabaseFile(const std::filesystem::path& file, Patience& patience);
-[[nodiscard]] Connection openDatabaseInMemory();
 
 /// Gives a file that a connection found damaged, and its companions, names of their own:
 /// "NAME.damaged-1" or the next number. Leaves it when its header does not say that it is ours,

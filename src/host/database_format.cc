@@ -85,13 +85,11 @@ bool isOurs(std::string_view identity) {
 }
 
 std::string identityOf(const Connection& connection) try {
-  constexpr const char* kQuery =
-      "SELECT application_id || ' ' || user_version || ' '"
-      " || ifnull((SELECT group_concat(sql, ';') FROM sqlite_master), '')"
-      " FROM pragma_application_id, pragma_user_version";
-  return connection.prepare(kQuery).first().value_or("");
+  const auto ask = [&](const char* sql) { return connection.prepare(sql).first().value_or(""); };
+  return ask("PRAGMA application_id") + ' ' + ask("PRAGMA user_version") + ' ' +
+         ask("SELECT group_concat(sql, ';') FROM sqlite_master");
 } catch (const SqliteError& error) {
-  // The query is sound, so the file is of a format that SQLite does not know.
+  // The queries are sound, so the file is of a format that SQLite does not know.
   throw error.code() == SQLITE_ERROR ? SqliteError(SQLITE_CORRUPT) : error;
 }
 
@@ -104,6 +102,7 @@ bool isAdoptable(const fs::path& file, const Header& header) {
   Connection reader(sqliteUri(file) + (hasLog ? "?readonly_shm=1" : "?immutable=1"),
                     SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
   reader.tidyOnClose(false);
+  reader.execute("BEGIN");  // somebody may be adopting it
   const std::string identity = identityOf(reader);
   if (identity == formerIdentity()) return true;
   return identity == newIdentity() && header.isLogged() && header.pageSize() == kPageSize;
@@ -123,9 +122,11 @@ void attempt(Connection& connection, const char* sql) {
 void adopt(Connection& connection) {
   // Larger pages than usual halve the time of the first read, which is of a whole configuration.
   connection.execute(("PRAGMA page_size = " + std::to_string(kPageSize)).c_str());
+  connection.execute("PRAGMA synchronous = NORMAL");
   // Until the transaction ends the file stays empty, whatever memory there is.
   connection.execute("PRAGMA cache_spill = OFF");
-  Transaction transaction(connection);
+  TransactionStatements statements(connection);
+  Transaction transaction(statements);
   const std::string identity = identityOf(connection);
   if (isOurs(identity)) return;
   if (identity == newIdentity()) {
@@ -143,10 +144,9 @@ void adopt(Connection& connection) {
 
 }  // namespace
 
-Find lookAt(const fs::path& file) {
-  if (!fs::is_regular_file(file)) return Find::kForeign;  // opening a pipe would wait
+Find lookAt(const fs::path& file, const Connection& connection) {
   if (fs::is_empty(file)) return Find::kOurs;
-  const Header header(Connection(sqliteName(file), SQLITE_OPEN_READONLY));
+  const Header header(connection);
   if (header.applicationId() != kApplicationId) {
     return isAdoptable(file, header) ? Find::kOurs : Find::kForeign;
   }
@@ -163,14 +163,13 @@ bool isStamped(const Connection& connection) {
 
 void prepare(Connection& connection) {
   const std::string identity = identityOf(connection);
-  connection.execute("PRAGMA synchronous = NORMAL");
-  if (!isOurs(identity)) adopt(connection);
-  connection.execute("PRAGMA cache_spill = ON");
+  if (!isOurs(identity)) {
+    adopt(connection);
+    connection.execute("PRAGMA cache_spill = ON");
+  }
   // Where write-ahead logging is not to be had, as on some network drives, SQLite does without.
   attempt(connection, "PRAGMA journal_mode = WAL");
 }
-
-void makeTables(Connection& connection) { connection.execute(kTables); }
 
 fs::path companion(const fs::path& file, std::string_view ending) {
   fs::path path = file;

@@ -10,9 +10,9 @@ namespace corvo::corvo_internal::host {
 /// What lies where an application's database belongs. An empty file is ours, too.
 enum class Find { kForeign, kDamaged, kOurs };
 
-/// What kind of file it is. Changes nothing, and waits for nobody. Throws a `std::exception` when
-/// it cannot be read just now.
-[[nodiscard]] Find lookAt(const std::filesystem::path& file);
+/// What kind of file it is that a connection has opened. Changes nothing, and waits for nobody.
+/// Throws a `std::exception` when it cannot be read just now.
+[[nodiscard]] Find lookAt(const std::filesystem::path& file, const Connection& connection);
 
 /// Whether the header of an open file says that it is ours. Read without a lock.
 [[nodiscard]] bool isStamped(const Connection& connection);
@@ -20,8 +20,6 @@ enum class Find { kForeign, kDamaged, kOurs };
 /// Makes what a database of ours has, as far as it is missing, and sets the connection up for it.
 /// Throws `SqliteError`: damage, or `SQLITE_CANTOPEN` where the file is somebody else's after all.
 void prepare(Connection& connection);
-/// Only the tables, for a database that nobody else will ever see.
-void makeTables(Connection& connection);
 
 /// A file that is named after another, as SQLite names what it keeps beside a database.
 [[nodiscard]] std::filesystem::path companion(const std::filesystem::path& file,

@@ -4,9 +4,11 @@
 #include <memory>
 #include <utility>
 
+#include "host/database_preferences_store.h"
 #include "host/host_device.h"
 #include "host/host_loop_impl.h"
-#include "host/sqlite_preferences_store.h"
+#include "host/memory_database.h"
+#include "host/sqlite_database.h"
 #include "host/system_random.h"
 #include "platform/system.h"
 
@@ -19,10 +21,10 @@ namespace {
 /// Null when the options name no file. The file's name is made absolute now, since the program may
 /// change its folder before the file is needed.
 std::shared_ptr<host::Database> databaseOf(const HostOptions& options) {
-  if (options.inMemory) return host::Database::inMemory();
+  if (options.inMemory) return std::make_shared<host::MemoryDatabase>();
   const std::filesystem::path& folder = options.dataFolder;
   const std::filesystem::path usual = folder.empty() ? folder : folder / "corvo.db";
-  return host::Database::inFile(options.dataFile.value_or(usual));
+  return host::SqliteDatabase::inFile(options.dataFile.value_or(usual));
 }
 
 }  // namespace
@@ -38,7 +40,7 @@ Host makeHost(HostOptions options) {
            .timeZone = platform::systemTimeZone(),
            .mainQueue = loop,
            .urlSession = std::make_shared<host::CurlSession>(loop),
-           .preferencesStore = std::make_shared<host::SqlitePreferencesStore>(database),
+           .preferencesStore = std::make_shared<host::DatabasePreferencesStore>(database),
            .device = std::make_shared<host::HostDevice>(database, random,
                                                         std::move(options.applicationVersion)),
            .secureRandom = random}};

@@ -88,6 +88,19 @@ void Connection::tidyOnClose(bool on) noexcept {
   sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, on ? 0 : 1, nullptr);
 }
 
+void Connection::waitForDisk(bool on) {
+  constexpr int kMostLogged = 512;  // pages, which are 4 MiB
+  if (!on) {
+    sqlite3_wal_autocheckpoint(database_.get(), 0);
+    waitsForDisk_ = false;
+  }
+  execute(on ? "PRAGMA synchronous = NORMAL" : "PRAGMA synchronous = OFF");
+  if (on) {
+    waitsForDisk_ = true;
+    sqlite3_wal_autocheckpoint(database_.get(), kMostLogged);
+  }
+}
+
 void Connection::execute(const char* sql) {
   check(sqlite3_exec(database_.get(), sql, nullptr, nullptr, nullptr));
 }
@@ -98,30 +111,42 @@ bool Connection::hasMoved() const noexcept {
   return moved != 0;
 }
 
-sqlite3_file& Connection::file() const {
+bool Connection::hasEmptyLog() const {
+  if (prepare("PRAGMA journal_mode").first() != "wal") return false;
+  sqlite3_file& log = file(SQLITE_FCNTL_JOURNAL_POINTER);
+  sqlite3_int64 size = 0;
+  check(log.pMethods->xFileSize(&log, &size));
+  return size == 0;
+}
+
+sqlite3_file& Connection::file(int which) const {
   sqlite3_file* file = nullptr;
-  check(sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file));
+  check(sqlite3_file_control(database_.get(), "main", which, &file));
   if (file == nullptr || file->pMethods == nullptr) throw SqliteError(SQLITE_CANTOPEN);
   return *file;
 }
 
-Transaction::Transaction(Connection& connection)
-    : connection_(connection), rollback_(connection.prepare("ROLLBACK")) {
-  connection_.execute("BEGIN IMMEDIATE");
+TransactionStatements::TransactionStatements(const Connection& connection)
+    : begin(connection.prepare("BEGIN IMMEDIATE")),
+      commit(connection.prepare("COMMIT")),
+      rollback(connection.prepare("ROLLBACK")) {}
+
+Transaction::Transaction(TransactionStatements& statements) : statements_(statements) {
+  statements_.begin.run();
   open_ = true;
 }
 
 Transaction::~Transaction() {
   if (!open_) return;
   try {
-    rollback_.run();
+    statements_.rollback.run();
   } catch (const SqliteError&) {
     open_ = false;  // SQLite has rolled back by itself
   }
 }
 
 void Transaction::commit() {
-  connection_.execute("COMMIT");
+  statements_.commit.run();
   open_ = false;
 }
 

@@ -73,25 +73,44 @@ class Connection {
 
   /// How long statements wait for other connections. Must outlive the connection.
   void waitWith(Patience& patience) noexcept;
-  /// Whether the last connection to close a file writes its log into it and removes the log.
+  /// Whether the last connection to close a file writes its log into it and removes the log. A
+  /// change of it has all statements prepared anew, which may fail.
   void tidyOnClose(bool on) noexcept;
+  /// Whether SQLite waits for the disk wherever a power failure could damage the file otherwise.
+  /// While it does not, it does not write its log into the file either, but on close.
+  void waitForDisk(bool on);
+  [[nodiscard]] bool waitsForDisk() const noexcept { return waitsForDisk_; }
 
   void execute(const char* sql);
   [[nodiscard]] Statement prepare(std::string_view sql) const { return {database_.get(), sql}; }
 
   /// Whether the file has meanwhile got another name, or none. Never, where open files keep theirs.
   [[nodiscard]] bool hasMoved() const noexcept;
+  /// Whether there is a write-ahead log with nothing in it.
+  [[nodiscard]] bool hasEmptyLog() const;
   /// The open file, for what SQL cannot say.
-  [[nodiscard]] sqlite3_file& file() const;
+  [[nodiscard]] sqlite3_file& file() const { return file(SQLITE_FCNTL_FILE_POINTER); }
 
  private:
+  [[nodiscard]] sqlite3_file& file(int which) const;
+
   std::unique_ptr<sqlite3, CloseSqlite> database_;
+  bool waitsForDisk_ = true;
+};
+
+/// The statements around changes of a connection.
+struct TransactionStatements {
+  explicit TransactionStatements(const Connection& connection);
+
+  Statement begin;
+  Statement commit;
+  Statement rollback;  // prepared ahead, since it must not fail
 };
 
 /// Makes the changes until `commit` one, or none when it ends without.
 class Transaction {
  public:
-  explicit Transaction(Connection& connection);
+  explicit Transaction(TransactionStatements& statements);
   Transaction(const Transaction&) = delete;
   Transaction& operator=(const Transaction&) = delete;
   ~Transaction();
@@ -99,8 +118,7 @@ class Transaction {
   void commit();
 
  private:
-  Connection& connection_;
-  Statement rollback_;  // prepared ahead, since it must not fail
+  TransactionStatements& statements_;
   bool open_ = false;
 };
 

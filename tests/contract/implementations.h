@@ -11,10 +11,10 @@ namespace corvo::tests {
 
 /// The implementations that a contract is held against: the fake, and the host's where it is built.
 #ifdef CORVO_TEST_HOST
-template <class Fake, class Host>
-using Implementations = testing::Types<Fake, Host>;
+template <class Fake, class... Host>
+using Implementations = testing::Types<Fake, Host...>;
 #else
-template <class Fake, class Host>
+template <class Fake, class... Host>
 using Implementations = testing::Types<Fake>;
 #endif
 

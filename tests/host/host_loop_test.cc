@@ -2,12 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
 
+#include "host/curl_transfers.h"
 #include "host/sigpipe.h"
 #include "tests/host/loopback_server.h"
 
@@ -53,6 +56,27 @@ TEST(HostLoopTest, StopEndsTheInnermostRunOrTheNext) {
   });
   loop->run();
   EXPECT_EQ(order, "inner ");
+}
+
+#ifdef __linux__  // where a process can count its descriptors
+TEST(HostLoopTest, OpensNothingBeforeItWaits) {
+  const auto opened = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+  };
+  const auto before = opened();
+  const Host host = makeHost({.inMemory = true});
+  host.loop->tick();
+  host.loop->stop();
+  host.loop->run();
+  EXPECT_EQ(opened(), before);
+}
+#endif
+
+TEST(HostLoopTest, BeingWokenBeforeTheFirstWaitEndsIt) {
+  host::CurlTransfers transfers({1, 1, 1});
+  transfers.wake();
+  transfers.wait();
+  EXPECT_EQ(transfers.count(), 0U);
 }
 
 TEST(HostLoopTest, ATickRunsWhatIsQueuedAndNotWhatThatPosts) {

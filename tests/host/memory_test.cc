@@ -1,9 +1,11 @@
 #include <corvo/host.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <new>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -14,6 +16,28 @@ namespace corvo {
 namespace {
 
 using tests::answer;
+
+TEST(StoreMemoryTest, AChangeIsMadeInWholeOrNotAtAllWhicheverAllocationFails) {
+  const std::string before(99, '1');
+  const std::string after(999, '2');
+  std::size_t nth = 0;
+  for (bool isMade = false; !isMade; ++nth) {
+    const auto suite = hostPlatform({.inMemory = true}).preferencesStore->open("s");
+    const std::array first{PreferencesChange{"a", before}, PreferencesChange{"b", before}};
+    const std::array changes{PreferencesChange{"a", after}, PreferencesChange{"b", std::nullopt},
+                             PreferencesChange{"a key of more than a word", after}};
+    ASSERT_TRUE(suite->apply(first));
+    {
+      const tests::FailingAllocation failing(nth);
+      isMade = suite->apply(changes);
+    }
+    EXPECT_EQ(suite->read("a"), isMade ? after : before) << nth;
+    EXPECT_EQ(suite->read("b").has_value(), !isMade) << nth;
+    EXPECT_EQ(suite->read(changes[2].key).has_value(), isMade) << nth;
+    EXPECT_EQ(suite->revision(), isMade ? 2U : 1U) << nth;
+  }
+  EXPECT_GT(nth, 6U);
+}
 
 TEST(TransferMemoryTest, AnOrderThatWasTakenIsAnsweredOnceWhicheverAllocationFails) {
   tests::LoopbackServer server([](const std::string& head) {

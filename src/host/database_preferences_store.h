@@ -2,21 +2,19 @@
 
 #include <corvo/platform/preferences_store.h>
 
-#include <map>
 #include <memory>
-#include <mutex>
-#include <string>
 #include <string_view>
+#include <utility>
 
 #include "host/database.h"
 
 namespace corvo::corvo_internal::host {
 
 /// Keeps suites in an application's database. Any thread. Shares the database.
-class SqlitePreferencesStore final : public PreferencesStore {
+class DatabasePreferencesStore final : public PreferencesStore {
  public:
   /// The database may be null: nothing can be opened.
-  explicit SqlitePreferencesStore(std::shared_ptr<Database> database)
+  explicit DatabasePreferencesStore(std::shared_ptr<Database> database)
       : database_(std::move(database)) {}
 
   [[nodiscard]] std::shared_ptr<PreferencesSuite> open(

@@ -1,18 +1,22 @@
-#include "host/sqlite_preferences_store.h"
+#include "host/database_preferences_store.h"
 
 #include <atomic>
 #include <cstdint>
 #include <exception>
 #include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
 #include <utility>
 
 namespace corvo::corvo_internal::host {
 namespace {
 
 /// The one object of a suite, shared by all its handles in this process.
-class SqliteSuite final : public PreferencesSuite {
+class Suite final : public PreferencesSuite {
  public:
-  SqliteSuite(std::shared_ptr<Database> database, std::string name)
+  Suite(std::shared_ptr<Database> database, std::string name)
       : database_(std::move(database)), name_(std::move(name)) {}
 
   [[nodiscard]] std::optional<std::string> read(std::string_view key) const override {
@@ -55,16 +59,16 @@ class SqliteSuite final : public PreferencesSuite {
 /// destroyed: a client that is released while the process ends may still open its suite.
 std::shared_ptr<PreferencesSuite> sharedSuite(std::shared_ptr<Database> database,
                                               std::string name) {
-  using InUse = std::map<std::pair<Database*, std::string>, std::weak_ptr<SqliteSuite>>;
+  using InUse = std::map<std::pair<Database*, std::string>, std::weak_ptr<Suite>>;
   static auto& mutex = *new std::mutex();
   static auto& inUse = *new InUse();
 
   const std::lock_guard lock(mutex);
   std::erase_if(inUse, [](const auto& entry) { return entry.second.expired(); });
-  std::weak_ptr<SqliteSuite>& known = inUse[{database.get(), name}];
-  std::shared_ptr<SqliteSuite> suite = known.lock();
+  std::weak_ptr<Suite>& known = inUse[{database.get(), name}];
+  std::shared_ptr<Suite> suite = known.lock();
   if (suite == nullptr) {
-    suite = std::make_shared<SqliteSuite>(std::move(database), std::move(name));
+    suite = std::make_shared<Suite>(std::move(database), std::move(name));
     known = suite;
   }
   return suite;
@@ -72,8 +76,8 @@ std::shared_ptr<PreferencesSuite> sharedSuite(std::shared_ptr<Database> database
 
 }  // namespace
 
-std::shared_ptr<PreferencesSuite> SqlitePreferencesStore::open(std::string_view suiteName) noexcept
-    try {
+std::shared_ptr<PreferencesSuite> DatabasePreferencesStore::open(
+    std::string_view suiteName) noexcept try {
   if (database_ == nullptr || !database_->open()) return nullptr;
   return sharedSuite(database_, std::string(suiteName));
 } catch (const std::exception&) {

@@ -1,0 +1,161 @@
+#include "host/sqlite_database.h"
+
+#include <exception>
+#include <map>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "host/database_file.h"
+#include "host/uuid.h"
+
+namespace corvo::corvo_internal::host {
+namespace {
+
+/// The one spelling of a file that the process uses; empty when there is none. Links that cannot be
+/// followed just now stay in it: whether the file can be opened is seen later.
+std::filesystem::path spelled(const std::filesystem::path& file) {
+  std::error_code error;
+  const auto full = std::filesystem::absolute(file, error);
+  if (!file.has_filename() || error) return {};
+  auto followed = std::filesystem::weakly_canonical(full, error);
+  return error ? full.lexically_normal() : followed;
+}
+
+/// Has SQLite wait for no disk while it lives. Where that does not end, for want of memory, the log
+/// stays apart from the file until it does.
+class WithoutWaiting {
+ public:
+  explicit WithoutWaiting(Connection& connection) : connection_(connection) {
+    connection_.waitForDisk(false);
+  }
+  WithoutWaiting(const WithoutWaiting&) = delete;
+  WithoutWaiting& operator=(const WithoutWaiting&) = delete;
+  ~WithoutWaiting() {
+    try {
+      connection_.waitForDisk(true);
+    } catch (const SqliteError&) {
+      connection_.tidyOnClose(false);
+    }
+  }
+
+ private:
+  Connection& connection_;
+};
+
+}  // namespace
+
+std::shared_ptr<SqliteDatabase> SqliteDatabase::inFile(const std::filesystem::path& file) {
+  static std::mutex mutex;
+  static std::map<std::filesystem::path, std::weak_ptr<SqliteDatabase>> inUse;
+
+  const std::filesystem::path place = spelled(file);
+  if (place.empty()) return nullptr;
+  const std::lock_guard lock(mutex);
+  std::erase_if(inUse, [](const auto& entry) { return entry.second.expired(); });
+  std::weak_ptr<SqliteDatabase>& known = inUse[place];
+  std::shared_ptr<SqliteDatabase> database = known.lock();
+  if (database == nullptr) {
+    database = std::make_shared<SqliteDatabase>(place);
+    known = database;
+  }
+  return database;
+}
+
+SqliteDatabase::Opened::Opened(Connection made)
+    : connection(std::move(made)),
+      transactions(connection),
+      read(connection.prepare("SELECT value FROM preference WHERE suite = ?1 AND key = ?2")),
+      write(connection.prepare("INSERT INTO preference (suite, key, value) VALUES (?1, ?2, ?3)"
+                               " ON CONFLICT DO UPDATE SET value = excluded.value")) {}
+
+// When SQLite begins a log it waits until the header is on the disk. Else a power failure could
+// leave the header of the log that lay there before, with some of its contents, which would come
+// back over what has been written into the file since. Where nothing lay there, nothing can come
+// back: it can only cost the last changes, as it can at any other time. Nobody else writes to the
+// log before the transaction ends.
+template <class Work>
+bool SqliteDatabase::Opened::beginLog(Work work) {
+  const WithoutWaiting hurried(connection);
+  Transaction transaction(transactions);
+  if (!connection.hasEmptyLog()) return false;
+  work();
+  transaction.commit();
+  return true;
+}
+
+template <class Work>
+void SqliteDatabase::Opened::change(Work work) {
+  if (!std::exchange(isLogBegun, true) && beginLog(work)) return;
+  if (!connection.waitsForDisk()) {
+    connection.waitForDisk(true);
+    connection.tidyOnClose(true);
+  }
+  Transaction transaction(transactions);
+  work();
+  transaction.commit();
+}
+
+template <class Work>
+auto SqliteDatabase::with(Work work) {
+  const std::lock_guard lock(mutex_);
+  if (!opened_) opened_.emplace(openDatabaseFile(file_, patience_));
+  try {
+    return work(*opened_);
+  } catch (const SqliteError& error) {
+    if (error.isDamage()) {
+      Connection damaged = std::move(opened_->connection);
+      opened_.reset();
+      setAside(std::move(damaged), file_);
+    }
+    throw;
+  }
+}
+
+bool SqliteDatabase::open() noexcept try {
+  with([](Opened&) {});
+  return true;
+} catch (const std::exception&) {
+  return false;
+}
+
+std::optional<std::string> SqliteDatabase::read(std::string_view suite, std::string_view key) {
+  return with([&](Opened& opened) { return opened.read.first({suite, key}); });
+}
+
+bool SqliteDatabase::apply(std::string_view suite,
+                           std::span<const PreferencesChange> changes) noexcept try {
+  with([&](Opened& opened) {
+    opened.change([&] {
+      for (const auto& [key, value] : changes) {
+        if (value) {
+          opened.write.run({suite, key, *value});
+        } else {
+          opened.connection.prepare("DELETE FROM preference WHERE suite = ?1 AND key = ?2")
+              .run({suite, key});
+        }
+      }
+    });
+  });
+  return true;
+} catch (const std::exception&) {
+  return false;
+}
+
+std::string SqliteDatabase::installation(std::string_view proposed) {
+  return with([&](Opened& opened) {
+    Statement stored = opened.connection.prepare("SELECT identifier FROM installation");
+    std::optional<std::string> identifier = stored.first();
+    if (identifier && isUuid(*identifier)) return *identifier;
+    opened.change([&] {
+      identifier = stored.first();  // another process may have been faster
+      if (identifier && isUuid(*identifier)) return;
+      identifier = proposed;
+      opened.connection.prepare("REPLACE INTO installation VALUES (1, CAST(?1 AS TEXT))")
+          .run({proposed});
+    });
+    return *identifier;
+  });
+}
+
+}  // namespace corvo::corvo_internal::host
