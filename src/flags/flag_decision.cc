@@ -60,16 +60,6 @@ FlagDecision decide(const project::FlagEntry& entry, const targeting::Context& c
                                     observer);
 }
 
-CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagName) {
-  std::vector<std::string> names;
-  for (const model::FeatureFlagGroup& candidate : decision.carried->record->groups) {
-    names.push_back(candidate.name);
-  }
-  return CorvoError(CorvoError::ExperimentGroupNotMatchingFeatureFlagGroup{
-      decision.carried->experiment->name, base::wellFormed(flagName), decision.group->name,
-      std::move(names)});
-}
-
 }  // namespace
 
 FlagDecision decideFlag(const project::FlagEntry* entry, placement::Resolver& resolver,
@@ -112,19 +102,16 @@ std::vector<FlagDecision> decideFlags(const project::PreparedExperiment& experim
   return decisions;
 }
 
-CorvoError errorOf(const FlagDecision& decision, std::string_view flagName) {
-  switch (decision.reason) {
-    case FlagDecision::Reason::noRules:
-      return CorvoError(CorvoError::FeatureFlagNoRules{base::wellFormed(flagName)});
-    case FlagDecision::Reason::rulesNotSatisfied:
-      return CorvoError(CorvoError::FeatureFlagRulesNotSatisfied{base::wellFormed(flagName)});
-    case FlagDecision::Reason::groupNotMatching:
-      return groupNotMatching(decision, flagName);
-    case FlagDecision::Reason::rule:
-    case FlagDecision::Reason::notFound:
-      break;
+}
+
+CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagName) {
+  std::vector<std::string> names;
+  for (const model::FeatureFlagGroup& candidate : decision.carried->record->groups) {
+    names.push_back(candidate.name);
   }
-  return CorvoError(CorvoError::FeatureFlagNotFound{base::wellFormed(flagName)});
+  return CorvoError(CorvoError::ExperimentGroupNotMatchingFeatureFlagGroup{
+      decision.carried->experiment->name, std::string(flagName), decision.group->name,
+      std::move(names)});
 }
 
 }  // namespace corvo::corvo_internal::flags

@@ -17,21 +17,15 @@
 
 namespace corvo::corvo_internal {
 
-template <class Received, class Value>
-class KeepingSink : public AnswerSink<Received> {
- public:
-  void keepValue(Received value) final {
-    if constexpr (std::same_as<Received, Value>) {
-      outcome_.template emplace<1>(std::move(value));
-    } else {
-      outcome_.template emplace<1>(fromCorvoString<typename Value::value_type>(value));
-    }
+/// Puts the value into an optional, converted to the type that the application asked for.
+template <class Value, class Received>
+void keepIn(std::optional<Value>& kept, Received&& received) {
+  if constexpr (std::same_as<Received, Value>) {
+    kept.emplace(std::move(received));
+  } else {
+    kept.emplace(fromCorvoString<typename Value::value_type>(received));
   }
-  void keepError(CorvoError&& error) final { outcome_.template emplace<2>(std::move(error)); }
-
- protected:
-  Outcome<Value> outcome_;
-};
+}
 
 /// The callback that takes a value.
 template <class Value>
