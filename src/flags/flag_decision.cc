@@ -102,8 +102,6 @@ std::vector<FlagDecision> decideFlags(const project::PreparedExperiment& experim
   return decisions;
 }
 
-}
-
 CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagName) {
   std::vector<std::string> names;
   for (const model::FeatureFlagGroup& candidate : decision.carried->record->groups) {
