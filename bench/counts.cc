@@ -38,6 +38,11 @@ void addCounts() {
       client.checkFlag<bool>(kCarriedFlag, [](std::optional<bool>) {});
     });
   });
+  addCount("allocations: an unknown flag of 15 bytes", kNone, [] {
+    return allocationsOf([](CorvoClient& client) {
+      client.checkFlag<bool>("no-such-flag-is", [](std::optional<bool>) {});
+    });
+  });
   addCount("allocations: getExperiment", kNoGoal, [] {
     return allocationsOf([](CorvoClient& client) {
       client.getExperiment(kExperiment, [](const CorvoExperimentPointer&) {});

@@ -7,6 +7,7 @@
 #include <corvo/platform/main_queue.h>
 
 #include <coroutine>
+#include <cstddef>
 #include <memory>
 #include <stdexcept>
 #include <type_traits>
@@ -36,11 +37,6 @@ class [[nodiscard]] Answer {
   using PendingOutcome = corvo_internal::PendingOutcome<Value>;
 
  public:
-  /// Used by `CorvoClient`: an answer at hand.
-  explicit Answer(Outcome outcome) : outcome_(std::move(outcome)) {}
-  /// One that will come on that queue.
-  Answer(std::shared_ptr<PendingOutcome> pending, std::shared_ptr<MainQueue> queue)
-      : pending_(std::move(pending)), queue_(std::move(queue)) {}
   Answer(Answer&& other) noexcept
       : outcome_(std::exchange(other.outcome_, {})),
         pending_(std::move(other.pending_)),
@@ -66,17 +62,27 @@ class [[nodiscard]] Answer {
   }
 
  private:
+  friend class CorvoClient;
+
+  Answer() = default;
+
   T take() {
-    // Nothing is left behind: to take it again is to take what was dropped.
-    const auto pending = std::move(pending_);
-    Outcome outcome = pending ? pending->take() : std::exchange(outcome_, {});
-    if (auto* error = std::get_if<2>(&outcome)) throw std::move(*error);
-    if (outcome.index() == 0) throw QuestionDropped();
-    if constexpr (!std::is_void_v<T>) return std::get<1>(std::move(outcome));
+    if (const auto pending = std::move(pending_)) outcome_ = pending->take();
+    if (outcome_.index() == 2) throw taken<2>();
+    if (outcome_.index() == 0) throw QuestionDropped();
+    return static_cast<T>(taken<1>());
+  }
+
+  // Nothing is left behind: to take it again is to take what was dropped.
+  template <std::size_t which>
+  auto taken() {
+    auto kept = std::move(*std::get_if<which>(&outcome_));
+    outcome_.template emplace<0>();
+    return kept;
   }
 
   Outcome outcome_;
-  std::shared_ptr<PendingOutcome> pending_;
+  std::shared_ptr<PendingOutcome> pending_;  // in place of an outcome that will come on the queue
   std::shared_ptr<MainQueue> queue_;
 };
 

@@ -12,8 +12,9 @@ namespace corvo {
 struct Done {};
 
 /// Receives the answer to one question: the end of `CorvoClient`'s questions that an implementation
-/// sees. Keep the value or the error, then deliver it, last of all; once. The sink lives on the
-/// asker's stack. A client that must wait for the answer detaches it and uses what it gets instead.
+/// sees. Keep the value, then deliver it, last of all; or tell the error, last of all; once. The
+/// sink lives on the asker's stack. A client that must wait for the answer detaches it and uses
+/// what it gets instead.
 ///
 /// For one thread at a time.
 template <class T>
@@ -26,19 +27,16 @@ class CORVO_TYPE AnswerSink {
 
   /// Keeps the value, converted to the type that the application asked for. A view need not last.
   virtual void keepValue(T value) = 0;
-  virtual void keepError(CorvoError&& error) = 0;
-  /// Calls the callback for what is kept. Throws what that throws.
+  /// Calls the callback for the value that is kept. Throws what that throws.
   virtual void deliver() = 0;
+  /// Calls the callback for the error. Throws what that throws.
+  virtual void onError(CorvoError&& error) = 0;
   /// A sink on the heap, never null, that takes this one's place.
   [[nodiscard]] virtual std::unique_ptr<AnswerSink> detach() = 0;
 
   /// Both steps, for implementations that have nothing to do between them.
   void onValue(T value) {
     keepValue(std::move(value));
-    deliver();
-  }
-  void onError(CorvoError&& error) {
-    keepError(std::move(error));
     deliver();
   }
 };

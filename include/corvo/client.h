@@ -294,10 +294,14 @@ class CORVO_TYPE CorvoClient {
   template <class T, class Received = T, class Ask>
   Answer<T> answer(Ask ask) {
     using Value = std::conditional_t<std::is_void_v<T>, Done, T>;
-    corvo_internal::SuspendingSink<Received, Value> sink;
+    Answer<T> answer;
+    corvo_internal::SuspendingSink<Received, Value> sink(answer.outcome_);
     ask(sink);
-    if (auto pending = sink.takePending()) return Answer<T>(std::move(pending), mainQueue());
-    return Answer<T>(sink.takeOutcome());
+    if (auto pending = sink.takePending()) {
+      answer.pending_ = std::move(pending);
+      answer.queue_ = mainQueue();
+    }
+    return answer;
   }
 };
 

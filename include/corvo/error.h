@@ -2,9 +2,9 @@
 
 #include <corvo/callback.h>
 #include <corvo/export.h>
+#include <corvo/internal/one_of.h>
 #include <corvo/internal/what_text.h>
 
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
@@ -55,21 +55,31 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
     bool operator==(const NoData&) const = default;
   };
 
-  /// The cases in their order; a payload's position is that of its case.
+  /// The cases in their order.
   enum class Case { incorrectURL, urlError, wrongStatusCode, decodingError, customError, noData };
   using Payload =
       std::variant<IncorrectURL, UrlError, WrongStatusCode, DecodingError, CustomError, NoData>;
 
-  CorvoNetworkError(Payload payload) : payload_(std::move(payload)) {}
+  /// One of the payloads.
+  template <class P>
+  requires(corvo_internal::OneOfThe<Payload>::has<std::remove_cvref_t<P>>)
+      CorvoNetworkError(P&& payload)
+      : payload_(std::forward<P>(payload)) {}
+  CorvoNetworkError(const CorvoNetworkError& other);
+  CorvoNetworkError(CorvoNetworkError&& other) noexcept;
+  CorvoNetworkError& operator=(const CorvoNetworkError& other);
+  CorvoNetworkError& operator=(CorvoNetworkError&& other) noexcept;
+  ~CorvoNetworkError() override;
 
-  [[nodiscard]] Case which() const noexcept { return static_cast<Case>(payload_.index()); }
-  [[nodiscard]] const Payload& payload() const noexcept { return payload_; }
+  [[nodiscard]] Case which() const noexcept { return static_cast<Case>(payload_.position()); }
 
   /// The payload of that case, or null when this is another case.
   template <class P>
   [[nodiscard]] const P* as() const noexcept {
-    return std::get_if<P>(&payload_);
+    return payload_.as<P>();
   }
+  /// A copy of the payload, for `std::visit`. Its position is that of the case.
+  [[nodiscard]] Payload payload() const;
 
   /// A text for people, made anew at each call.
   [[nodiscard]] std::string description() const;
@@ -77,12 +87,10 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
   /// The description, made on first call.
   [[nodiscard]] const char* what() const noexcept override;
 
-  friend bool operator==(const CorvoNetworkError& a, const CorvoNetworkError& b) {
-    return a.payload_ == b.payload_;
-  }
+  bool operator==(const CorvoNetworkError& other) const noexcept;
 
  private:
-  Payload payload_;
+  corvo_internal::OneOfThe<Payload> payload_;
   corvo_internal::WhatText what_;
 };
 
@@ -169,7 +177,7 @@ class CORVO_EXPORT CorvoError : public std::exception {
     bool operator==(const NoForceIncludedExperiments&) const = default;
   };
 
-  /// The cases in their order; a payload's position is that of its case.
+  /// The cases in their order.
   enum class Case {
     initializationOfExistingClient,
     requestConfigFailed,
@@ -197,18 +205,26 @@ class CORVO_EXPORT CorvoError : public std::exception {
 
   /// One of the payloads.
   template <class P>
-  requires(!std::derived_from<std::remove_cvref_t<P>, CorvoError> &&
-           std::constructible_from<Payload, P>) CorvoError(P&& payload)
+  requires(corvo_internal::OneOfThe<Payload>::has<std::remove_cvref_t<P>>) CorvoError(P&& payload)
       : payload_(std::forward<P>(payload)) {}
+  /// One of the payloads that are a text, made in its place.
+  template <class P>
+  CorvoError(std::in_place_type_t<P> payload, std::string_view text) : payload_(payload, text) {}
+  CorvoError(const CorvoError& other);
+  CorvoError(CorvoError&& other) noexcept;
+  CorvoError& operator=(const CorvoError& other);
+  CorvoError& operator=(CorvoError&& other) noexcept;
+  ~CorvoError() override;
 
-  [[nodiscard]] Case which() const noexcept { return static_cast<Case>(payload_.index()); }
-  [[nodiscard]] const Payload& payload() const noexcept { return payload_; }
+  [[nodiscard]] Case which() const noexcept { return static_cast<Case>(payload_.position()); }
 
   /// The payload of that case, or null when this is another case.
   template <class P>
   [[nodiscard]] const P* as() const noexcept {
-    return std::get_if<P>(&payload_);
+    return payload_.as<P>();
   }
+  /// A copy of the payload, for `std::visit`. Its position is that of the case.
+  [[nodiscard]] Payload payload() const;
 
   /// The name of the case: "featureFlagNotFound". Names never change.
   [[nodiscard]] std::string_view name() const noexcept;
@@ -219,12 +235,10 @@ class CORVO_EXPORT CorvoError : public std::exception {
   /// The description, made on first call.
   [[nodiscard]] const char* what() const noexcept override;
 
-  friend bool operator==(const CorvoError& a, const CorvoError& b) {
-    return a.payload_ == b.payload_;
-  }
+  bool operator==(const CorvoError& other) const noexcept;
 
  private:
-  Payload payload_;
+  corvo_internal::OneOfThe<Payload> payload_;
   corvo_internal::WhatText what_;
 };
 

@@ -4,6 +4,7 @@
 #include <corvo/export.h>
 
 #include <concepts>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <variant>
@@ -26,6 +27,10 @@ class [[nodiscard]] Result {
            !std::same_as<std::remove_cvref_t<V>, Result>) Result(V&& value)
       : outcome_(std::in_place_index<0>, std::forward<V>(value)) {}
   Result(CorvoError&& error) : outcome_(std::in_place_index<1>, std::move(error)) {}
+  /// An error whose payload is that text, made in its place.
+  template <class P>
+  Result(std::in_place_type_t<P> payload, std::string_view text)
+      : outcome_(std::in_place_index<1>, payload, text) {}
 
   [[nodiscard]] bool hasValue() const noexcept { return outcome_.index() == 0; }
   explicit operator bool() const noexcept { return hasValue(); }

@@ -145,6 +145,20 @@ constexpr std::array<std::string_view, std::variant_size_v<CorvoError::Payload>>
     "experimentsEmpty",
     "noForceIncludedExperiments"};
 
+template <class Describe, class Payload>
+std::string described(const Payload& payload) {
+  std::string text;
+  payload.visit([&](const auto& each) { text = Describe()(each); });
+  return text;
+}
+
+template <class Variant>
+Variant variantOf(const OneOfThe<Variant>& payload) {
+  Variant copy;
+  payload.visit([&](const auto& each) { copy = each; });
+  return copy;
+}
+
 template <class Error>
 const char* whatOf(const Error& error, const WhatText& kept) noexcept {
   if (const char* text = kept.get()) return text;
@@ -154,18 +168,46 @@ const char* whatOf(const Error& error, const WhatText& kept) noexcept {
 
 }  // namespace
 
+// Made here, so that who includes the header does not compile what each case needs.
+
+CorvoNetworkError::CorvoNetworkError(const CorvoNetworkError&) = default;
+CorvoNetworkError::CorvoNetworkError(CorvoNetworkError&&) noexcept = default;
+CorvoNetworkError& CorvoNetworkError::operator=(const CorvoNetworkError&) = default;
+CorvoNetworkError& CorvoNetworkError::operator=(CorvoNetworkError&&) noexcept = default;
+CorvoNetworkError::~CorvoNetworkError() = default;
+
+CorvoNetworkError::Payload CorvoNetworkError::payload() const {
+  return variantOf<Payload>(payload_);
+}
+
 std::string CorvoNetworkError::description() const {
-  return std::visit(NetworkDescription{}, payload_);
+  return described<NetworkDescription>(payload_);
 }
 
 const char* CorvoNetworkError::what() const noexcept { return whatOf(*this, what_); }
 
-std::string_view CorvoError::name() const noexcept { return kNames[payload_.index()]; }
+bool CorvoNetworkError::operator==(const CorvoNetworkError& other) const noexcept {
+  return payload_ == other.payload_;
+}
+
+CorvoError::CorvoError(const CorvoError&) = default;
+CorvoError::CorvoError(CorvoError&&) noexcept = default;
+CorvoError& CorvoError::operator=(const CorvoError&) = default;
+CorvoError& CorvoError::operator=(CorvoError&&) noexcept = default;
+CorvoError::~CorvoError() = default;
+
+CorvoError::Payload CorvoError::payload() const { return variantOf<Payload>(payload_); }
+
+std::string_view CorvoError::name() const noexcept { return kNames[payload_.position()]; }
 
 std::string CorvoError::description() const {
-  return "Corvo warn: " + std::visit(Description{}, payload_);
+  return "Corvo warn: " + described<Description>(payload_);
 }
 
 const char* CorvoError::what() const noexcept { return whatOf(*this, what_); }
+
+bool CorvoError::operator==(const CorvoError& other) const noexcept {
+  return payload_ == other.payload_;
+}
 
 }  // namespace corvo

@@ -63,7 +63,7 @@ std::size_t maximalSubpart(std::string_view illFormed) noexcept {
   return 1;
 }
 
-std::string mend(std::string_view text) {
+std::string mended(std::string_view text) {
   std::string mended;
   while (!text.empty()) {
     const std::string_view rest = illFormedRest(text);
@@ -141,9 +141,7 @@ bool containsLong(std::string_view whole, std::string_view part) {
 
 bool isWellFormedBeyondAscii(std::string_view text) noexcept { return illFormedRest(text).empty(); }
 
-WellFormed::WellFormed(std::string_view text) : text_(text) {
-  if (!isWellFormed(text)) mended_ = mend(text);
-}
+void WellFormed::mend() { mended_ = mended(text_); }
 
 std::optional<bool> plainlyEqual(std::string_view a, std::string_view b) {
   if (a == b) return true;

@@ -64,7 +64,9 @@ template <class Word>
 /// 3.9, "substitution of maximal subparts"). A well-formed text is only looked at, not copied.
 class WellFormed {
  public:
-  explicit WellFormed(std::string_view text);
+  explicit WellFormed(std::string_view text) : text_(text) {
+    if (!isWellFormed(text)) mend();
+  }
   WellFormed(const WellFormed&) = delete;
   WellFormed& operator=(const WellFormed&) = delete;
 
@@ -72,6 +74,8 @@ class WellFormed {
   operator std::string_view() const noexcept { return mended_ ? *mended_ : text_; }
 
  private:
+  void mend();
+
   std::string_view text_;
   std::optional<std::string> mended_;
 };

@@ -221,11 +221,8 @@ void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
       },
       [weak = weak_from_this(), waiting](const CorvoNetworkError& error) {
         if (const auto self = weak.lock()) {
-          self->goOn<Failure>(waiting, [&](Turn& mine) {
-            waiting->fail(CorvoError(Failure{error}));
-            mine.release();
-            waiting->deliver();
-          });
+          self->goOn<Failure>(waiting,
+                              [&](Turn& mine) { waiting->fail(CorvoError(Failure{error}), mine); });
         }
       });
 }
@@ -241,15 +238,14 @@ void CorvoClientImpl::goOn(const std::shared_ptr<Question>& waiting, Step step) 
     if (waiting->isDelivered()) throw;
   }
   waiting->fail(
-      CorvoError(Failure{CorvoNetworkError(CorvoNetworkError::DecodingError{"out of memory"})}));
-  turn.release();
-  waiting->deliver();
+      CorvoError(Failure{CorvoNetworkError(CorvoNetworkError::DecodingError{"out of memory"})}),
+      turn);
 }
 
 void CorvoClientImpl::ask(Question& question) {
   Turn turn(access_);
   const double now = clock_->now();
-  if (evidence_.stands(now, surroundings())) return answer(question, evidence_.at(now), turn);
+  if (evidence_.stands(now, surroundings())) return question.answer(evidence_.at(now), turn);
   askAtLength(question, begin(turn, now), turn);
 }
 
@@ -273,7 +269,7 @@ void CorvoClientImpl::askAnew(Question& question, Turn& turn) {
 void CorvoClientImpl::locate(Question& question, const EvaluatorPointer& evaluator, double now,
                              Turn& turn) {
   if (question.about(*evaluator->project()) == Question::About::project) {
-    return answer(question, {*evaluator, contexts_->bare(now)}, turn);
+    return question.answer({*evaluator, contexts_->bare(now)}, turn);
   }
   if (const LocationPointer& location = storage_->location.read(now)) {
     return decide(question, evaluator, location, now, turn);
@@ -292,7 +288,7 @@ void CorvoClientImpl::decide(Question& question, const EvaluatorPointer& evaluat
   const targeting::Context context = contexts_->at(now, evaluator->project(), location);
   const Evidence evidence{*evaluator, context};
   if (mayKeep(now, turn)) evidence_.keep(evidence, now, surroundings());
-  answer(question, evidence, turn);
+  question.answer(evidence, turn);
 }
 
 StandingEvidence::Surroundings CorvoClientImpl::surroundings() const {
@@ -304,12 +300,6 @@ bool CorvoClientImpl::mayKeep(double now, const Turn& turn) {
   const double end = StandingEvidence::endOfSecond(now);
   return !turn.isNested() && storage_->isReached() && contexts_->isComplete() &&
          storage_->config.isValid(end) && storage_->location.isValid(end);
-}
-
-void CorvoClientImpl::answer(Question& question, const Evidence& evidence, Turn& turn) {
-  question.answer(evidence);
-  turn.release();
-  question.deliver();
 }
 
 const CorvoClientImpl::EvaluatorPointer& CorvoClientImpl::evaluatorOf(const ConfigPointer& config) {

@@ -79,7 +79,6 @@ class CorvoClientImpl final : public CorvoClient,
 
   // Every operation takes the client for its thread, and gives it up before it calls back.
   using Access = base::ExclusiveAccess<>;
-  using Turn = Access::Scope;
 
   // The moment of an operation that begins; a store that failed is tried again. Not inside another
   // operation, for what that has read must not change under it.
@@ -99,7 +98,6 @@ class CorvoClientImpl final : public CorvoClient,
   void locate(Question& question, const EvaluatorPointer& evaluator, double now, Turn& turn);
   void decide(Question& question, const EvaluatorPointer& evaluator,
               const LocationPointer& location, double now, Turn& turn);
-  static void answer(Question& question, const Evidence& evidence, Turn& turn);
 
   [[nodiscard]] StandingEvidence::Surroundings surroundings() const;
   // Whether the evidence of a question at that moment will do to the end of the second.

@@ -12,6 +12,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "base/exclusive_access.h"
 #include "evaluation/evaluator.h"
 #include "project/prepared_project.h"
 #include "targeting/context.h"
@@ -24,9 +25,12 @@ struct Evidence {
   const targeting::Context& context;  ///< Bare for a question that is about the project alone.
 };
 
+/// Whose the client is while it is asked.
+using Turn = base::ExclusiveAccess<>::Scope;
+
 /// One question on its way to its answer. Lives on the asker's stack; to wait for a fetch it moves
-/// to the heap. `answer` or `fail` is called, and then, when the client has been given up,
-/// `deliver`, last of all: nothing of the client is touched afterwards.
+/// to the heap. `answer` or `fail` is called, last of all: nothing of the client is touched
+/// afterwards.
 class Question : public std::enable_shared_from_this<Question> {
  public:
   enum class About : std::uint8_t { user, project };
@@ -34,15 +38,10 @@ class Question : public std::enable_shared_from_this<Question> {
   virtual ~Question() = default;
   /// Whether user and location count for the answer. Where not, neither is touched.
   [[nodiscard]] virtual About about(const project::PreparedProject& project) const = 0;
-  /// Decides, and keeps the outcome as the callback takes it.
-  virtual void answer(const Evidence& evidence) = 0;
-  /// Keeps the error.
-  virtual void fail(CorvoError&& error) = 0;
-  /// Calls the callback for what is kept.
-  void deliver() {
-    isDelivered_ = true;
-    callBack();
-  }
+  /// Decides, gives the client up, and calls the callback.
+  virtual void answer(const Evidence& evidence, Turn& turn) = 0;
+  /// Gives the client up, and calls the callback for the error.
+  virtual void fail(CorvoError&& error, Turn& turn) = 0;
   [[nodiscard]] bool isDelivered() const { return isDelivered_; }
 
   /// The question on the heap: itself if it lies there already, else one that takes its place.
@@ -52,7 +51,10 @@ class Question : public std::enable_shared_from_this<Question> {
   }
 
  protected:
-  virtual void callBack() = 0;
+  void giveUp(Turn& turn) {
+    turn.release();
+    isDelivered_ = true;
+  }
   [[nodiscard]] virtual std::shared_ptr<Question> detach() = 0;
 
  private:
@@ -88,15 +90,19 @@ class SinkQuestion final : public Question {
   [[nodiscard]] About about(const project::PreparedProject& project) const override {
     return decider_.about(project);
   }
-  void answer(const Evidence& evidence) override {
+  void answer(const Evidence& evidence, Turn& turn) override {
     Result<T> result = decider_.decide(evidence);
-    if (CorvoError* error = result.error()) return fail(std::move(*error));
+    if (CorvoError* error = result.error()) return fail(std::move(*error), turn);
     sink_->keepValue(std::move(result.value()));
+    giveUp(turn);
+    sink_->deliver();
   }
-  void fail(CorvoError&& error) override { sink_->keepError(std::move(error)); }
+  void fail(CorvoError&& error, Turn& turn) override {
+    giveUp(turn);
+    sink_->onError(std::move(error));
+  }
 
  protected:
-  void callBack() override { sink_->deliver(); }
   // The sink comes last: once its callbacks have moved, nothing can fail.
   std::shared_ptr<Question> detach() override {
     auto detached = std::make_shared<SinkQuestion>(decider_.detach(), *sink_);

@@ -25,7 +25,7 @@ static_assert(experiments::kMostRepeatedBytes == std::size_t{64} << 20);
 
 Result<std::string_view> valueOf(const flags::FlagDecision& decision, std::string_view name) {
   if (decision.value != nullptr) return std::string_view(*decision.value);
-  return flags::errorOf(decision, name);
+  return flags::failureOf<std::string_view>(decision, name);
 }
 
 CorvoError experimentNotFound(std::string_view name) {

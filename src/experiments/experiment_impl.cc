@@ -45,7 +45,9 @@ Result<std::optional<std::string_view>> CorvoExperimentImpl::featureText(
       decisions_, std::string_view(name),
       [](const auto& decision) { return std::string_view(decision.carried->record->name); });
   if (found == decisions_.end()) return std::optional<std::string_view>();
-  if (found->value == nullptr) return flags::errorOf(*found, name);
+  if (found->value == nullptr) {
+    return flags::failureOf<std::optional<std::string_view>>(*found, name);
+  }
   return std::optional<std::string_view>(*found->value);
 }
 

@@ -59,16 +59,6 @@ FlagDecision decide(const project::FlagEntry& entry, const targeting::Context& c
                                     observer);
 }
 
-CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagName) {
-  std::vector<std::string> names;
-  for (const model::FeatureFlagGroup& candidate : decision.carried->record->groups) {
-    names.emplace_back(candidate.name);
-  }
-  return CorvoError(CorvoError::ExperimentGroupNotMatchingFeatureFlagGroup{
-      std::string(decision.carried->experiment->name), base::wellFormed(flagName),
-      std::string(decision.group->name), std::move(names)});
-}
-
 }  // namespace
 
 FlagDecision decideFlag(const project::FlagEntry* entry, placement::Resolver& resolver,
@@ -109,19 +99,14 @@ void decideFlags(const project::PreparedExperiment& experiment, const model::Gro
   }
 }
 
-CorvoError errorOf(const FlagDecision& decision, std::string_view flagName) {
-  switch (decision.reason) {
-    case FlagDecision::Reason::noRules:
-      return CorvoError(CorvoError::FeatureFlagNoRules{base::wellFormed(flagName)});
-    case FlagDecision::Reason::rulesNotSatisfied:
-      return CorvoError(CorvoError::FeatureFlagRulesNotSatisfied{base::wellFormed(flagName)});
-    case FlagDecision::Reason::groupNotMatching:
-      return groupNotMatching(decision, flagName);
-    case FlagDecision::Reason::rule:
-    case FlagDecision::Reason::notFound:
-      break;
+CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagName) {
+  std::vector<std::string> names;
+  for (const model::FeatureFlagGroup& candidate : decision.carried->record->groups) {
+    names.emplace_back(candidate.name);
   }
-  return CorvoError(CorvoError::FeatureFlagNotFound{base::wellFormed(flagName)});
+  return CorvoError(CorvoError::ExperimentGroupNotMatchingFeatureFlagGroup{
+      std::string(decision.carried->experiment->name), base::wellFormed(flagName),
+      std::string(decision.group->name), std::move(names)});
 }
 
 }  // namespace corvo::corvo_internal::flags

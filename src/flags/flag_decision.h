@@ -1,11 +1,14 @@
 #pragma once
 
 #include <corvo/error.h>
+#include <corvo/result.h>
 
 #include <cstdint>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "base/text.h"
 #include "flags/observer.h"
 #include "model/config.h"
 #include "placement/resolution.h"
@@ -51,7 +54,25 @@ struct FlagDecision {
 void decideFlags(const project::PreparedExperiment& experiment, const model::Group& group,
                  const targeting::Context& context, std::vector<FlagDecision>& decisions);
 
+/// The error of a flag that does not have the user's group.
+[[nodiscard]] CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagName);
+
 /// The error of a decision without a value. A name that is ill-formed is mended.
-[[nodiscard]] CorvoError errorOf(const FlagDecision& decision, std::string_view flagName);
+template <class T>
+[[nodiscard]] Result<T> failureOf(const FlagDecision& decision, std::string_view flagName) {
+  const base::WellFormed name(flagName);
+  switch (decision.reason) {
+    case FlagDecision::Reason::noRules:
+      return {std::in_place_type<CorvoError::FeatureFlagNoRules>, name};
+    case FlagDecision::Reason::rulesNotSatisfied:
+      return {std::in_place_type<CorvoError::FeatureFlagRulesNotSatisfied>, name};
+    case FlagDecision::Reason::groupNotMatching:
+      return groupNotMatching(decision, name);
+    case FlagDecision::Reason::rule:
+    case FlagDecision::Reason::notFound:
+      break;
+  }
+  return {std::in_place_type<CorvoError::FeatureFlagNotFound>, name};
+}
 
 }  // namespace corvo::corvo_internal::flags

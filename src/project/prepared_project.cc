@@ -9,18 +9,18 @@
 namespace corvo::corvo_internal::project {
 namespace {
 
-// Most names that nothing has are well-formed.
 template <class NameAt>
 CORVO_COLD std::uint32_t positionOfMended(const base::NameIndex& index, std::string_view name,
                                           NameAt nameAt) {
-  return base::isWellFormed(name) ? base::NameIndex::kNone
-                                  : index.find(base::wellFormed(name), nameAt);
+  return index.find(base::wellFormed(name), nameAt);
 }
 
 template <class NameAt>
 std::uint32_t positionOf(const base::NameIndex& index, std::string_view name, NameAt nameAt) {
   const std::uint32_t position = index.find(name, nameAt);
-  return position != base::NameIndex::kNone ? position : positionOfMended(index, name, nameAt);
+  // Most names that nothing has are well-formed.
+  if (position != base::NameIndex::kNone || base::isWellFormed(name)) return position;
+  return positionOfMended(index, name, nameAt);
 }
 
 CarriedFlag prepared(const model::FeatureFlag& flag, const model::Experiment& experiment,

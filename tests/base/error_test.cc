@@ -41,14 +41,24 @@ void expectTable(const std::vector<typename AnyError::Payload>& payloads, const 
   const auto table = tests::caseTable<2>(file);
   ASSERT_EQ(payloads.size(), std::variant_size_v<typename AnyError::Payload>);
   ASSERT_EQ(payloads.size(), table.size());
+  std::vector<AnyError> errors;
+  for (const auto& any : payloads) {
+    std::visit([&](const auto& payload) { errors.emplace_back(payload); }, any);
+  }
   for (std::size_t i = 0; i < payloads.size(); ++i) {
-    const AnyError error(payloads[i]);
+    const AnyError& error = errors[i];
     EXPECT_EQ(static_cast<std::size_t>(error.which()), i);
     EXPECT_EQ(error.description(), table[i][1]) << table[i][0];
     EXPECT_EQ(error.what(), error.description());
-    for (std::size_t j = 0; j < payloads.size(); ++j) {
-      EXPECT_EQ(error == AnyError(payloads[j]), i == j) << i << ' ' << j;
+    EXPECT_TRUE(error.payload() == payloads[i]) << i;
+    for (std::size_t j = 0; j < errors.size(); ++j) {
+      AnyError other = errors[j];
+      EXPECT_EQ(error == other, i == j) << i << ' ' << j;
+      other = error;  // over each case by each
+      EXPECT_EQ(other, error) << i << ' ' << j;
     }
+    AnyError taken = errors[i];
+    EXPECT_EQ(AnyError(std::move(taken)), error) << i;
   }
 }
 

@@ -102,6 +102,20 @@ TEST_F(CostTest, AFlagAllocatesNothingAndReadsTheClockOnce) {
   }
 }
 
+TEST_F(CostTest, AFlagThatThereIsNotAllocatesItsNameWhereItIsLong) {
+  start(10);
+  for (const auto& [name, allocations] :
+       std::map<const char*, std::size_t>{{"fifteen--letter", 0}, {"sixteen---letter", 1}}) {
+    const auto expectName = [name = name](const CorvoError& error) {
+      EXPECT_EQ(error.as<CorvoError::FeatureFlagNotFound>()->featureFlag, name);
+    };
+    EXPECT_EQ(
+        costOf([&](auto& c) { c.template checkFlag<bool>(name, {}, expectName); }).allocations,
+        allocations)
+        << name;
+  }
+}
+
 TEST_F(CostTest, AHandleCostsTheSameInAnyProject) {
   std::map<int, std::size_t> allocated;
   for (const int flagCount : {10, 2'000}) {

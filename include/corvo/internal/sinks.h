@@ -8,30 +8,24 @@
 
 #include <concepts>
 #include <memory>
+#include <optional>
 #include <type_traits>
 #include <utility>
-#include <variant>
 
-// The two sinks from which the two forms of every question are made. `Received` is what the client
+// The sinks from which the two forms of every question are made. `Received` is what the client
 // answers, `Value` what the application asked for: the text of a flag, and an optional boolean.
 
 namespace corvo::corvo_internal {
 
-template <class Received, class Value>
-class KeepingSink : public AnswerSink<Received> {
- public:
-  void keepValue(Received value) final {
-    if constexpr (std::same_as<Received, Value>) {
-      outcome_.template emplace<1>(std::move(value));
-    } else {
-      outcome_.template emplace<1>(fromCorvoString<typename Value::value_type>(value));
-    }
+/// What the client answers, as what was asked for.
+template <class Value, class Received>
+Value valueOf(Received& received) {
+  if constexpr (std::same_as<Received, Value>) {
+    return std::move(received);
+  } else {
+    return fromCorvoString<typename Value::value_type>(received);
   }
-  void keepError(CorvoError&& error) final { outcome_.template emplace<2>(std::move(error)); }
-
- protected:
-  Outcome<Value> outcome_;
-};
+}
 
 /// The callback that takes a value.
 template <class Value>
@@ -47,19 +41,20 @@ using OnValue = typename OnValueOf<Value>::Type;
 
 /// The callback form. Refers to the asker's callbacks until it is detached.
 template <class Received, class Value = Received>
-class CallbackSink : public KeepingSink<Received, Value> {
+class CallbackSink : public AnswerSink<Received> {
  public:
   CallbackSink(OnValue<Value>& onSuccess, OnError& onError)
       : onSuccess_(onSuccess), onError_(onError) {}
 
+  void keepValue(Received value) final { value_ = valueOf<Value>(value); }
   void deliver() final {
-    if (const CorvoError* error = std::get_if<2>(&this->outcome_)) return onError_(*error);
     if constexpr (std::same_as<Value, Done>) {
       onSuccess_();
     } else {
-      onSuccess_(std::get<1>(std::move(this->outcome_)));
+      onSuccess_(*std::move(value_));
     }
   }
+  void onError(CorvoError&& error) final { onError_(error); }
   std::unique_ptr<AnswerSink<Received>> detach() final { return std::make_unique<Detached>(*this); }
 
  private:
@@ -71,6 +66,7 @@ class CallbackSink : public KeepingSink<Received, Value> {
 
   OnValue<Value>& onSuccess_;
   OnError& onError_;
+  std::optional<Value> value_;
 };
 
 // The callbacks come first: the sink refers to them.
@@ -85,31 +81,50 @@ template <class Value>
 CallbackSink(Callback<void(Value)>&, OnError&) -> CallbackSink<Value>;
 CallbackSink(Callback<void()>&, OnError&)->CallbackSink<Done>;
 
-/// The suspending form. An answer that comes at once is kept here, so that it costs no allocation;
-/// for a later one the detached sink shares a state with the `Answer`.
-template <class Received, class Value = Received>
-class SuspendingSink final : public KeepingSink<Received, Value> {
+/// The suspending form of an answer that must wait: shares a state with the `Answer`.
+template <class Received, class Value>
+class PendingSink final : public AnswerSink<Received> {
  public:
-  SuspendingSink() = default;
-  ~SuspendingSink() override {
+  using Pending = std::shared_ptr<PendingOutcome<Value>>;
+
+  explicit PendingSink(Pending pending) : pending_(std::move(pending)) {}
+  ~PendingSink() override {
     if (pending_) pending_->drop();
   }
 
-  void deliver() override {
-    if (pending_) pending_->settle(std::move(this->outcome_));
+  void keepValue(Received value) override { outcome_.template emplace<1>(valueOf<Value>(value)); }
+  void deliver() override { pending_->settle(std::move(outcome_)); }
+  void onError(CorvoError&& error) override {
+    pending_->settle(Outcome<Value>(std::in_place_index<2>, std::move(error)));
   }
   std::unique_ptr<AnswerSink<Received>> detach() override {
-    auto detached = std::make_unique<SuspendingSink>();
-    if (!pending_) pending_ = std::make_shared<PendingOutcome<Value>>();
-    detached->pending_ = pending_;
-    return detached;
+    return std::make_unique<PendingSink>(std::move(pending_));
   }
 
-  /// What has been kept, or the state through which it will come.
-  Outcome<Value> takeOutcome() { return std::move(this->outcome_); }
+ private:
+  Pending pending_;
+  Outcome<Value> outcome_;
+};
+
+/// The suspending form. An answer that comes at once is made where the `Answer` has it.
+template <class Received, class Value = Received>
+class SuspendingSink final : public AnswerSink<Received> {
+ public:
+  explicit SuspendingSink(Outcome<Value>& outcome) : outcome_(outcome) {}
+
+  void keepValue(Received value) override { outcome_.template emplace<1>(valueOf<Value>(value)); }
+  void deliver() override {}
+  void onError(CorvoError&& error) override { outcome_.template emplace<2>(std::move(error)); }
+  std::unique_ptr<AnswerSink<Received>> detach() override {
+    pending_ = std::make_shared<PendingOutcome<Value>>();
+    return std::make_unique<PendingSink<Received, Value>>(pending_);
+  }
+
+  /// The state through which the answer will come; null where it is there.
   std::shared_ptr<PendingOutcome<Value>> takePending() { return std::move(pending_); }
 
  private:
+  Outcome<Value>& outcome_;
   std::shared_ptr<PendingOutcome<Value>> pending_;
 };
 
