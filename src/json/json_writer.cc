@@ -125,6 +125,8 @@ void JsonWriter::separate() {
 }
 
 void JsonWriter::open(char bracket) {
+  constexpr std::size_t kMostUsers = 512;  // have a text of that size, grown in one step, not six
+  if (text_.empty()) text_.reserve(kMostUsers);
   separate();
   text_ += bracket;
 }
