@@ -48,7 +48,7 @@ using EditUser = Callback<void(CorvoUser::Builder&)>;
 /// Use by two threads at once is detected practically always, and aborts the process. A callback
 /// runs after the client was given up, so it may also wait for another thread that uses the client;
 /// only the callbacks that fill a builder run while the client is in use.
-class CORVO_TYPE CorvoClient {
+class CORVO_EXPORT CorvoClient {
  public:
   CorvoClient() = default;
   CorvoClient(const CorvoClient&) = delete;
@@ -86,78 +86,42 @@ class CORVO_TYPE CorvoClient {
 
   /// The values of all flags of the configuration that have one for the user, each typed by its
   /// text: a JSON object, a boolean, an integer, a double, else text.
-  void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess, OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askFlagReport(sink);
-  }
-  Answer<FlagReport> getUserFeatureFlagsDetails() {
-    return answer<FlagReport>([&](auto& sink) { askFlagReport(sink); });
-  }
+  void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess, OnError onError = {});
+  Answer<FlagReport> getUserFeatureFlagsDetails();
 
   /// The experiments that the user takes part in, holdouts included, in the configuration's order.
   void getAllUserExperiments(Callback<void(std::vector<CorvoExperimentPointer>)> onSuccess,
-                             OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askExperiments(sink);
-  }
-  Answer<std::vector<CorvoExperimentPointer>> getAllUserExperiments() {
-    return answer<std::vector<CorvoExperimentPointer>>([&](auto& sink) { askExperiments(sink); });
-  }
+                             OnError onError = {});
+  Answer<std::vector<CorvoExperimentPointer>> getAllUserExperiments();
 
   /// The same as one text: for each experiment its name, "." and the index of the user's group,
   /// joined by "|"; absent when there are none. `estimateHoldouts` tells whether holdouts count.
   void getAllUserExperimentsText(ExactBool estimateHoldouts,
                                  Callback<void(std::optional<std::string>)> onSuccess,
-                                 OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askExperimentsText(estimateHoldouts.value, sink);
-  }
-  Answer<std::optional<std::string>> getAllUserExperimentsText(ExactBool estimateHoldouts) {
-    return answer<std::optional<std::string>>(
-        [&](auto& sink) { askExperimentsText(estimateHoldouts.value, sink); });
-  }
+                                 OnError onError = {});
+  Answer<std::optional<std::string>> getAllUserExperimentsText(ExactBool estimateHoldouts);
 
   /// The same with holdouts.
   void getAllUserExperimentsText(Callback<void(std::optional<std::string>)> onSuccess,
-                                 OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askExperimentsText(true, sink);
-  }
-  Answer<std::optional<std::string>> getAllUserExperimentsText() {
-    return answer<std::optional<std::string>>([&](auto& sink) { askExperimentsText(true, sink); });
-  }
+                                 OnError onError = {});
+  Answer<std::optional<std::string>> getAllUserExperimentsText();
 
   /// The first experiment of that name that the user takes part in; null when he is in none. Fails
   /// with `experimentNotFound`, without asking for the location.
   void getExperiment(std::string_view name, Callback<void(CorvoExperimentPointer)> onSuccess,
-                     OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askExperiment(name, sink);
-  }
-  Answer<CorvoExperimentPointer> getExperiment(std::string_view name) {
-    return answer<CorvoExperimentPointer>([&](auto& sink) { askExperiment(name, sink); });
-  }
+                     OnError onError = {});
+  Answer<CorvoExperimentPointer> getExperiment(std::string_view name);
 
   /// Whether the user is in the first holdout of that name. The holdouts that this one itself names
   /// play no part. Fails with `holdoutNotFound`, without asking for the location.
-  void getHoldout(std::string_view name, Callback<void(bool)> onSuccess, OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askHoldout(name, sink);
-  }
-  Answer<bool> getHoldout(std::string_view name) {
-    return answer<bool>([&](auto& sink) { askHoldout(name, sink); });
-  }
+  void getHoldout(std::string_view name, Callback<void(bool)> onSuccess, OnError onError = {});
+  Answer<bool> getHoldout(std::string_view name);
 
   /// The holdouts that the user is in and that none of those they name keeps him out of, as one
   /// text like that of `getAllUserExperimentsText`; absent when there are none.
   void getAllUserHoldouts(Callback<void(std::optional<std::string>)> onSuccess,
-                          OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askHoldoutsText(sink);
-  }
-  Answer<std::optional<std::string>> getAllUserHoldouts() {
-    return answer<std::optional<std::string>>([&](auto& sink) { askHoldoutsText(sink); });
-  }
+                          OnError onError = {});
+  Answer<std::optional<std::string>> getAllUserHoldouts();
 
   /// The experiments that the user takes part in, each with the values that they get from it, in
   /// the configuration's order. `estimateHoldouts` tells whether holdouts are among them. Where the
@@ -165,54 +129,28 @@ class CORVO_TYPE CorvoClient {
   /// a `decodingError`.
   void getUserExperimentsDetails(ExactBool estimateHoldouts,
                                  Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
-                                 OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askDetails(estimateHoldouts.value, sink);
-  }
-  Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails(ExactBool estimateHoldouts) {
-    return answer<std::vector<CorvoExperimentDetail>>(
-        [&](auto& sink) { askDetails(estimateHoldouts.value, sink); });
-  }
+                                 OnError onError = {});
+  Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails(ExactBool estimateHoldouts);
 
   /// The same with holdouts.
   void getUserExperimentsDetails(Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
-                                 OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askDetails(true, sink);
-  }
-  Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails() {
-    return answer<std::vector<CorvoExperimentDetail>>([&](auto& sink) { askDetails(true, sink); });
-  }
+                                 OnError onError = {});
+  Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails();
 
   /// Why a flag has its value for the user, and why the user is in an experiment of that name, or
   /// is not: the answer of `checkFlag` and `getExperiment`, or their error, with the steps that led
   /// to it. Fetches as those do. Fails only where a fetch does.
   void explainFlag(std::string_view flagName, Callback<void(Explanation)> onSuccess,
-                   OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askWhyFlag(flagName, sink);
-  }
-  Answer<Explanation> explainFlag(std::string_view flagName) {
-    return answer<Explanation>([&](auto& sink) { askWhyFlag(flagName, sink); });
-  }
+                   OnError onError = {});
+  Answer<Explanation> explainFlag(std::string_view flagName);
   void explainExperiment(std::string_view name, Callback<void(Explanation)> onSuccess,
-                         OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askWhyExperiment(name, sink);
-  }
-  Answer<Explanation> explainExperiment(std::string_view name) {
-    return answer<Explanation>([&](auto& sink) { askWhyExperiment(name, sink); });
-  }
+                         OnError onError = {});
+  Answer<Explanation> explainExperiment(std::string_view name);
 
   /// The project in force: that of the cached configuration while it is fresh, else fetched. With
   /// it any number of threads can answer about any users; see <corvo/evaluation.h>.
-  void getProject(Callback<void(Project)> onSuccess, OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askProject(sink);
-  }
-  Answer<Project> getProject() {
-    return answer<Project>([&](auto& sink) { askProject(sink); });
-  }
+  void getProject(Callback<void(Project)> onSuccess, OnError onError = {});
+  Answer<Project> getProject();
 
   /// Forces the user of now into the first experiment of that name: into the group of that index,
   /// from 0, or, without an index, into whichever group the weights give him. Allocation, layer and
@@ -221,25 +159,13 @@ class CORVO_TYPE CorvoClient {
   /// `experimentSplitIdNotFound` or `experimentGroupIndexNotFound`, and then forces and keeps
   /// nothing.
   void includeForce(std::string_view experimentName, OptionalIndex groupIndex,
-                    Callback<void()> onSuccess, OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askToInclude(experimentName, groupIndex.value, sink);
-  }
-  Answer<void> includeForce(std::string_view experimentName, OptionalIndex groupIndex) {
-    return answer<void, Done>(
-        [&](auto& sink) { askToInclude(experimentName, groupIndex.value, sink); });
-  }
+                    Callback<void()> onSuccess, OnError onError = {});
+  Answer<void> includeForce(std::string_view experimentName, OptionalIndex groupIndex);
 
   /// The same without an index.
   void includeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                    OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askToInclude(experimentName, std::nullopt, sink);
-  }
-  Answer<void> includeForce(std::string_view experimentName) {
-    return answer<void, Done>(
-        [&](auto& sink) { askToInclude(experimentName, std::nullopt, sink); });
-  }
+                    OnError onError = {});
+  Answer<void> includeForce(std::string_view experimentName);
 
   /// Takes back what `includeForce` did for that experiment and fetches the configuration anew,
   /// always. Should the fetch fail, the inclusion is forgotten all the same, and the cached
@@ -247,24 +173,14 @@ class CORVO_TYPE CorvoClient {
   /// before the first inclusion and after `excludeForceAll`, else with `experimentNotFound` where
   /// this experiment is not included.
   void excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                    OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askToExclude(experimentName, sink);
-  }
-  Answer<void> excludeForce(std::string_view experimentName) {
-    return answer<void, Done>([&](auto& sink) { askToExclude(experimentName, sink); });
-  }
+                    OnError onError = {});
+  Answer<void> excludeForce(std::string_view experimentName);
 
   /// The same for all experiments. Fails with `noForceIncludedExperiments` before the first
   /// inclusion and after `excludeForceAll`; succeeds without a fetch when the last inclusion was
   /// taken back by `excludeForce`.
-  void excludeForceAll(Callback<void()> onSuccess, OnError onError = {}) {
-    corvo_internal::CallbackSink sink(onSuccess, onError);
-    askToExcludeAll(sink);
-  }
-  Answer<void> excludeForceAll() {
-    return answer<void, Done>([&](auto& sink) { askToExcludeAll(sink); });
-  }
+  void excludeForceAll(Callback<void()> onSuccess, OnError onError = {});
+  Answer<void> excludeForceAll();
 
   // What the forms above rest on: one operation for every question, which answers to a sink.
 

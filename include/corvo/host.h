@@ -4,7 +4,6 @@
 #include <corvo/platform/platform.h>
 
 #include <cstddef>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -16,13 +15,14 @@ namespace corvo {
 struct HostOptions {
   /// Where records and the identifier of this installation are kept; made when it is missing. By
   /// default the program's own folder in the user's data folder. One application has one folder.
-  std::filesystem::path dataFolder = defaultDataFolder();
-  /// The file itself that they are kept in, made with its folder when it is missing. By default
-  /// "corvo.db" in the data folder. While it is in use, files of its name and an ending lie beside
-  /// it. A file that is not the library's, or is a later version's, is left as it is, and nothing
-  /// is kept. A damaged one is renamed, with ".damaged-" and a number after its name, and a new one
-  /// is begun.
-  std::optional<std::filesystem::path> dataFile = std::nullopt;
+  /// UTF-8; where the system's paths are bytes, any bytes.
+  std::string dataFolder = defaultDataFolder();
+  /// The file itself that they are kept in, a path likewise, made with its folder when it is
+  /// missing. By default "corvo.db" in the data folder. While it is in use, files of its name and
+  /// an ending lie beside it. A file that is not the library's, or is a later version's, is left as
+  /// it is, and nothing is kept. A damaged one is renamed, with ".damaged-" and a number after its
+  /// name, and a new one is begun.
+  std::optional<std::string> dataFile = std::nullopt;
   /// Keeps everything in memory instead: a new run is a new installation.
   bool inMemory = false;
   /// The application's version, as its users know it.
@@ -42,7 +42,7 @@ struct HostOptions {
   /// The program's name in $XDG_DATA_HOME or ~/.local/share (Linux), ~/Library/Application Support
   /// (macOS), %LOCALAPPDATA% (Windows). Empty, which keeps nothing, when the user has no such
   /// folder.
-  [[nodiscard]] CORVO_HOST_EXPORT static std::filesystem::path defaultDataFolder();
+  [[nodiscard]] CORVO_HOST_EXPORT static std::string defaultDataFolder();
 };
 
 /// The main queue of the ready-made platform, which also carries its network transfers: answers

@@ -1,6 +1,8 @@
 #include <corvo/host.h>
 
 #include <filesystem>
+#include <string>
+#include <system_error>
 
 #include "host/system.h"
 
@@ -19,11 +21,14 @@ bool isFolderName(const path& name) {
 
 }  // namespace
 
-path HostOptions::defaultDataFolder() {
+std::string HostOptions::defaultDataFolder() try {
   const path folder = host::userFolder();
   const path name = host::programName();
   if (folder.empty()) return {};
-  return folder / (isFolderName(name) ? name : path("corvo"));
+  const std::u8string text = (folder / (isFolderName(name) ? name : path("corvo"))).u8string();
+  return {text.begin(), text.end()};
+} catch (const std::system_error&) {  // a name on Windows that is no Unicode text
+  return {};
 }
 
 }  // namespace corvo

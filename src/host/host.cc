@@ -2,8 +2,11 @@
 
 #include <filesystem>
 #include <memory>
+#include <string>
+#include <type_traits>
 #include <utility>
 
+#include "base/text.h"
 #include "host/database_preferences_store.h"
 #include "host/host_device.h"
 #include "host/host_loop_impl.h"
@@ -18,13 +21,19 @@ using namespace corvo_internal;
 
 namespace {
 
+std::filesystem::path pathOf(const std::string& text) {
+  if (std::is_same_v<std::filesystem::path::value_type, char>) return text;
+  const std::string unicode = base::wellFormed(text);
+  return std::u8string(unicode.begin(), unicode.end());
+}
+
 /// Null when the options name no file. The file's name is made absolute now, since the program may
 /// change its folder before the file is needed.
 std::shared_ptr<host::Database> databaseOf(const HostOptions& options) {
   if (options.inMemory) return std::make_shared<host::MemoryDatabase>();
-  const std::filesystem::path& folder = options.dataFolder;
-  const std::filesystem::path usual = folder.empty() ? folder : folder / "corvo.db";
-  return host::SqliteDatabase::inFile(options.dataFile.value_or(usual));
+  if (options.dataFile) return host::SqliteDatabase::inFile(pathOf(*options.dataFile));
+  const std::filesystem::path folder = pathOf(options.dataFolder);
+  return host::SqliteDatabase::inFile(folder.empty() ? folder : folder / "corvo.db");
 }
 
 }  // namespace

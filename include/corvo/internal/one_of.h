@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -84,7 +83,13 @@ class OneOf {
     visit([]<class T>(const T& value) { value.~T(); });
   }
 
-  alignas(Types...) std::byte bytes_[std::max({sizeof(Types)...})];
+  static constexpr std::size_t largest() noexcept {
+    std::size_t most = 0;
+    ((most = sizeof(Types) > most ? sizeof(Types) : most), ...);
+    return most;
+  }
+
+  alignas(Types...) std::byte bytes_[largest()];
   std::uint8_t position_;
 };
 
