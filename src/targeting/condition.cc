@@ -224,7 +224,7 @@ PreparedCondition::PreparedCondition(const model::Condition& condition, Vocabula
   if (condition.values.empty()) return;
   const Sign& sign = signOf(condition);
   if (auto operand = sign.read(condition.values, vocabulary.pool)) {
-    operand_ = *std::move(operand);
+    operand_ = *operand;
     if (auto* texts = std::get_if<Alternatives>(&operand_)) {
       texts->prepared = vocabulary.lists.of(condition.values);
     }
