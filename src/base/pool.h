@@ -11,6 +11,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "base/text.h"
+
 namespace corvo::corvo_internal::base {
 
 /// A list that lies in a pool, in one word: its size stands before its elements. Copies refer to
@@ -53,8 +55,8 @@ class Text {
   operator std::string_view() const noexcept { return {bytes_.data(), bytes_.size()}; }
   [[nodiscard]] std::string_view view() const noexcept { return *this; }
 
-  friend bool operator==(Text a, Text b) noexcept { return a.view() == b.view(); }
-  friend bool operator==(Text a, std::string_view b) noexcept { return a.view() == b; }
+  friend bool operator==(Text a, Text b) noexcept { return a == b.view(); }
+  friend bool operator==(Text a, std::string_view b) noexcept { return sameBytes(a, b); }
 
  private:
   friend class Pool;
@@ -77,25 +79,41 @@ class Pool {
     return Text(list(std::span<const char>(text.data(), text.size())));
   }
 
-  /// A copy of a list of fewer than 2^32 elements. What they refer to is not copied.
+  /// A copy of a list. What the elements refer to is not copied.
   template <class T>
   requires(std::is_trivially_copyable_v<T>)
       [[nodiscard]] List<T> list(std::span<const T> elements) {
     if (elements.empty()) return {};
-    const auto size = static_cast<std::uint32_t>(elements.size());
-    char* const place = room(elements.size_bytes(), std::max(alignof(T), alignof(char)));
-    std::memcpy(place - sizeof size, &size, sizeof size);
-    return List<T>(
-        std::uninitialized_copy_n(elements.data(), elements.size(), reinterpret_cast<T*>(place)) -
-        elements.size());
+    T* const first = place<T>(elements.size(), elements.size_bytes());
+    std::uninitialized_copy_n(elements.data(), elements.size(), first);
+    return List<T>(first);
   }
   template <class T>
   [[nodiscard]] List<T> list(const std::vector<T>& elements) {
     return list(std::span<const T>(elements));
   }
 
+  /// A list of that many elements, which a function fills in.
+  template <class T, class Fill>
+  requires(std::is_trivially_destructible_v<T>)
+      [[nodiscard]] List<T> list(std::size_t size, Fill fill) {
+    if (size == 0) return {};
+    T* const first = place<T>(size, size * sizeof(T));
+    std::uninitialized_value_construct_n(first, size);
+    fill(std::span<T>(first, size));
+    return List<T>(first);
+  }
+
  private:
-  // A place for that many bytes, with one for their number before it.
+  // Where a list of that size, below 2^32, is to begin; the size is written before it.
+  template <class T>
+  T* place(std::size_t size, std::size_t bytes) {
+    char* const first = room(bytes, alignof(T));
+    const auto written = static_cast<std::uint32_t>(size);
+    std::memcpy(first - sizeof written, &written, sizeof written);
+    return reinterpret_cast<T*>(first);
+  }
+  // A place for that many bytes, with one for a size before it.
   char* room(std::size_t bytes, std::size_t alignment);
 
   std::vector<std::unique_ptr<char[]>> blocks_;

@@ -106,8 +106,8 @@ std::vector<Project::Flag> Project::flags() const {
   for (const project::FlagEntry& entry : state_->prepared->flags()) {
     Flag& flag =
         flags.emplace_back(Flag{std::string(entry.name), "", entry.isPrivate, std::nullopt});
-    if (entry.carrier != nullptr) {
-      flag.carriedBy = entry.carrier->record->name;
+    if (entry.carried != nullptr) {
+      flag.carriedBy = entry.carried->carrier->record->name;
       flag.type = entry.carried->record->type;
     }
     if (entry.record != nullptr) flag.type = entry.record->type;

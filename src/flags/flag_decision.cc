@@ -36,7 +36,7 @@ FlagDecision decideInGroup(const project::CarriedFlag& flag, const model::Group&
   if (found != groups.end()) {
     decision = decideByRules<AnyObserver>(
         flag.groupRules[static_cast<std::size_t>(found - groups.begin())], found->rules, context,
-        flag.experiment->isPrivate.value_or(false), observer);
+        flag.carrier->record->isPrivate.value_or(false), observer);
   }
   decision.group = &group;
   decision.carried = &flag;
@@ -47,9 +47,9 @@ FlagDecision decideInGroup(const project::CarriedFlag& flag, const model::Group&
 template <class AnyObserver, class Resolve>
 FlagDecision decide(const project::FlagEntry& entry, const targeting::Context& context,
                     Resolve resolve, AnyObserver observer) {
-  if (entry.carrier != nullptr) {
-    observer.on(CarrierBegun{*entry.carrier});
-    const placement::Placement& placement = resolve(*entry.carrier);
+  if (entry.carried != nullptr) {
+    observer.on(CarrierBegun{*entry.carried->carrier});
+    const placement::Placement& placement = resolve(*entry.carried->carrier);
     observer.on(CarrierDecided{*entry.carried, placement});
     if (placement.group)
       return decideInGroup<AnyObserver>(*entry.carried, *placement.group, context, observer);
@@ -105,7 +105,7 @@ CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagN
     names.emplace_back(candidate.name);
   }
   return CorvoError(CorvoError::ExperimentGroupNotMatchingFeatureFlagGroup{
-      std::string(decision.carried->experiment->name), base::wellFormed(flagName),
+      std::string(decision.carried->carrier->record->name), base::wellFormed(flagName),
       std::string(decision.group->name), std::move(names)});
 }
 

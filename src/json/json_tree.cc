@@ -130,14 +130,27 @@ class Walk {
     }
   }
 
-  // Not into the parser's own room: it does not look whether there was memory for that.
+  // Not into the parser's own room: it does not look whether there was memory for that. Most
+  // strings have no escapes and are used where they stand, so that little of the room is ever
+  // touched.
   bool string(const simdjson::simdjson_result<ondemand::raw_json_string>& raw) {
+    std::uint8_t* const place = strings_;
     std::string_view text;
     if (raw.error() != simdjson::SUCCESS ||
         parser_.unescape(raw.value_unsafe(), strings_).get(text) != simdjson::SUCCESS) {
       return fail(kNotJson);
     }
+    if (endsAt(raw.value_unsafe().raw(), text.size())) {
+      text = {raw.value_unsafe().raw(), text.size()};
+      strings_ = place;
+    }
     return add(JsonKind::string, text);
+  }
+
+  // Whether a string is as long as it is unescaped: then a quote follows that is not escaped
+  // itself.
+  static bool endsAt(const char* string, std::size_t size) {
+    return string[size] == '"' && (size == 0 || string[size - 1] != '\\');
   }
 
   // A token reaches to the next one, blanks included.
@@ -159,8 +172,7 @@ class Walk {
 
 struct JsonTree::Source {
   std::string text;
-  std::unique_ptr<std::uint8_t[]> strings;  // all keys and strings, unescaped
-  ondemand::parser parser;
+  std::unique_ptr<std::uint8_t[]> strings;  // keys and strings that have escapes, unescaped
 };
 
 JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) {
@@ -176,11 +188,12 @@ JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) 
   text.append("[").append(json).append("]");
   source_->strings =
       std::make_unique_for_overwrite<std::uint8_t[]>(text.size() + simdjson::SIMDJSON_PADDING);
-  nodes_.reserve(json.size() / 8 + 2);
+  nodes_.reserve(json.size() / 6 + 2);  // in documents of short texts a value takes six bytes or so
 
+  ondemand::parser parser;
   ondemand::document document;
-  Walk walk(nodes_, source_->parser, source_->strings.get());
-  if (const auto error = source_->parser.iterate(text).get(document)) {
+  Walk walk(nodes_, parser, source_->strings.get());
+  if (const auto error = parser.iterate(text).get(document)) {
     if (error == simdjson::MEMALLOC) base::throwOrStop(std::bad_alloc());
     error_ = error == simdjson::CAPACITY ? kTooLarge : kNotJson;
   } else if (!walk.wrapped(document)) {

@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
 #include "json/json_tree.h"
 #include "json/stored_date.h"
 #include "model/codec.h"
@@ -200,17 +201,15 @@ class Decoder {
   bool readElements(const JsonNode& node, L& list, PassOver passOver) {
     using T = typename L::value_type;
     if (node.kind != JsonKind::array) return wrongKind(node, "array");
-    std::vector<T>& unkept = std::get<std::vector<T>>(unkept_);
+    auto& unkept = std::get<std::vector<T>>(unkept_);
     const std::size_t first = unkept.size();
     bool isRead = true;
     for (const JsonNode& element : JsonElements(node)) {
       const auto listed = dropCount();
-      if (T value{}; read(element, value)) {
-        unkept.push_back(std::move(value));
-      } else if (!passOver(element, listed)) {
-        isRead = false;
-        break;
-      }
+      if (read(element, unkept.emplace_back())) continue;
+      unkept.pop_back();
+      isRead = passOver(element, listed);
+      if (!isRead) break;
     }
     if (isRead) keep(std::span(unkept).subspan(first), list);
     unkept.resize(first);
@@ -242,7 +241,7 @@ class Decoder {
     for (const auto [key, value] : JsonMembers(object)) {
       for (std::size_t tried = 0; tried < keys.size(); ++tried, ++next) {
         if (next == keys.size()) next = 0;
-        if (keys[next] != key) continue;
+        if (!base::sameBytes(keys[next], key)) continue;
         found[next++] = &value;
         break;
       }
@@ -278,7 +277,8 @@ class Decoder {
   std::vector<DroppedNode>* drops_;
   ReadFailure failure_;
   PoolWriter pool_;
-  // The elements of the lists that are being read. No list is part of one of its own type.
+  // The elements of the lists that are being read. No list is part of one of its own type, so that
+  // an element stays where it is while it is read.
   std::tuple<std::vector<Text>, std::vector<Condition>, std::vector<Rule>,
              std::vector<FeatureFlagGroup>, std::vector<FeatureFlag>, std::vector<LayerBounds>,
              std::vector<Group>, std::vector<Param::Value>, std::vector<Param>,

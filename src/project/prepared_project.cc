@@ -1,5 +1,7 @@
 #include "project/prepared_project.h"
 
+#include <algorithm>
+#include <span>
 #include <unordered_map>
 #include <utility>
 
@@ -23,42 +25,41 @@ std::uint32_t positionOf(const base::NameIndex& index, std::string_view name, Na
   return positionOfMended(index, name, nameAt);
 }
 
-CarriedFlag prepared(const model::FeatureFlag& flag, const model::Experiment& experiment,
-                     targeting::RuleBook& rules, targeting::Vocabulary& vocabulary) {
-  CarriedFlag carried{&flag, &experiment, {}};
-  carried.groupRules.reserve(flag.groups.size());
-  for (const model::FeatureFlagGroup& group : flag.groups) {
-    carried.groupRules.push_back(rules.add(group.rules, vocabulary));
-  }
-  return carried;
+CarriedFlag prepared(const model::FeatureFlag& flag, const PreparedExperiment& carrier,
+                     targeting::Vocabulary& vocabulary) {
+  const auto addGroups = [&](std::span<targeting::RuleList> list) {
+    std::ranges::transform(flag.groups, list.begin(), [&](const model::FeatureFlagGroup& group) {
+      return targeting::RuleList(group.rules, vocabulary);
+    });
+  };
+  return {&flag, &carrier,
+          vocabulary.pool.list<targeting::RuleList>(flag.groups.size(), addGroups)};
 }
 
 template <class Record>
-FirstOfName firstOfName(model::List<Record> list) {
-  if (list.size() == 1) return {0};
-  std::unordered_map<std::string_view, std::uint32_t, base::TextHash> positions(list.size());
-  FirstOfName first;
-  first.reserve(list.size());
-  for (const Record& record : list) {
-    const auto position = static_cast<std::uint32_t>(first.size());
-    first.push_back(positions.try_emplace(record.name, position).first->second);
-  }
-  return first;
+FirstOfName firstOfName(model::List<Record> records, base::Pool& pool) {
+  return pool.list<std::uint32_t>(records.size(), [&](std::span<std::uint32_t> first) {
+    if (first.size() == 1) return;
+    std::unordered_map<std::string_view, std::uint32_t, base::TextHash> positions(first.size());
+    for (std::uint32_t position = 0; position < first.size(); ++position) {
+      first[position] = positions.try_emplace(records[position].name, position).first->second;
+    }
+  });
 }
 
-PreparedExperiment prepared(const model::Experiment& experiment, targeting::RuleBook& rules,
-                            targeting::Vocabulary& vocabulary) {
-  PreparedExperiment result;
-  result.record = &experiment;
-  if (experiment.targets) result.target.emplace(*experiment.targets, vocabulary);
-  result.forced = ForcedLists::of(experiment);
-  result.flags.reserve(experiment.featureFlags.size());
-  for (const model::FeatureFlag& flag : experiment.featureFlags) {
-    result.flags.push_back(prepared(flag, experiment, rules, vocabulary));
-  }
-  result.firstFlags = firstOfName(experiment.featureFlags);
-  result.firstParams = firstOfName(experiment.params);
-  return result;
+// It has its place already: its flags point to it.
+void prepare(PreparedExperiment& experiment, targeting::Vocabulary& vocabulary) {
+  const model::Experiment& record = *experiment.record;
+  if (record.targets) experiment.target.emplace(*record.targets, vocabulary);
+  experiment.forced = ForcedLists::of(record);
+  const auto addFlags = [&](std::span<CarriedFlag> list) {
+    std::ranges::transform(record.featureFlags, list.begin(), [&](const model::FeatureFlag& flag) {
+      return prepared(flag, experiment, vocabulary);
+    });
+  };
+  experiment.flags = vocabulary.pool.list<CarriedFlag>(record.featureFlags.size(), addFlags);
+  experiment.firstFlags = firstOfName(record.featureFlags, vocabulary.pool);
+  experiment.firstParams = firstOfName(record.params, vocabulary.pool);
 }
 
 }  // namespace
@@ -67,10 +68,9 @@ PreparedProject::PreparedProject(std::shared_ptr<const model::ConfigResponse> co
     : config_(std::move(config)),
       flagIndex_(config_->featureFlags.size()),
       experimentIndex_(config_->experiments.size()) {
-  targeting::Vocabulary vocabulary;
+  targeting::Vocabulary vocabulary{pool_};
   addFlags(vocabulary);
   addExperiments(vocabulary);
-  rules_.close();
   propertyNames_ = std::move(vocabulary.names);
   lists_ = std::move(vocabulary.lists);
   addCarriedFlags();
@@ -80,19 +80,21 @@ PreparedProject::PreparedProject(std::shared_ptr<const model::ConfigResponse> co
 
 // Of two flags with one name the first decides.
 void PreparedProject::addFlags(targeting::Vocabulary& vocabulary) {
+  flags_.reserve(config_->featureFlags.size());
   for (const model::FeatureFlag& flag : config_->featureFlags) {
     FlagEntry& entry = entryOf(flag.name);
     if (entry.record != nullptr) continue;
     entry.record = &flag;
     entry.isPrivate = flag.isPrivate.value_or(false);
-    entry.rules = rules_.add(flag.rules, vocabulary);
+    entry.rules = targeting::RuleList(flag.rules, vocabulary);
   }
 }
 
 void PreparedProject::addExperiments(targeting::Vocabulary& vocabulary) {
   experiments_.reserve(config_->experiments.size());  // much points into it
   for (const model::Experiment& experiment : config_->experiments) {
-    experiments_.push_back(prepared(experiment, rules_, vocabulary));
+    experiments_.emplace_back().record = &experiment;
+    prepare(experiments_.back(), vocabulary);
   }
 }
 
@@ -101,11 +103,10 @@ void PreparedProject::addCarriedFlags() {
   for (const PreparedExperiment& experiment : experiments_) {
     for (const CarriedFlag& flag : experiment.flags) {
       FlagEntry& entry = entryOf(flag.record->name);
-      if (entry.carrier != nullptr) continue;
-      entry.carrier = &experiment;
-      entry.carried = &flag;
+      if (entry.carried == nullptr) entry.carried = &flag;
     }
   }
+  flags_.shrink_to_fit();
 }
 
 // Backwards, so that each experiment comes before those of its name that follow it.
@@ -121,17 +122,20 @@ void PreparedProject::addNames() {
 // A holdout that is named again could only answer the same again.
 void PreparedProject::addHoldouts() {
   std::unordered_map<const PreparedExperiment*, const PreparedExperiment*> namedLastBy;
+  std::vector<const PreparedExperiment*> holdouts;
   for (PreparedExperiment& experiment : experiments_) {
+    holdouts.clear();
     for (const model::Text name : experiment.record->holdouts) {
       const PreparedExperiment* holdout = findHoldout(name);
       if (holdout == nullptr) continue;
       if (std::exchange(namedLastBy[holdout], &experiment) == &experiment) continue;
-      experiment.holdouts.push_back(holdout);
+      holdouts.push_back(holdout);
     }
+    experiment.holdouts = pool_.list(holdouts);
   }
 }
 
-FlagEntry& PreparedProject::entryOf(std::string_view flagName) {
+FlagEntry& PreparedProject::entryOf(model::Text flagName) {
   const base::HashedName name(flagName);
   const std::uint32_t known = flagIndex_.find(name, flagNameAt());
   if (known != base::NameIndex::kNone) return flags_[known];

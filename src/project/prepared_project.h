@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/name_index.h"
+#include "base/pool.h"
 #include "model/config.h"
 #include "project/forced_lists.h"
 #include "targeting/property_names.h"
@@ -14,25 +15,27 @@
 
 namespace corvo::corvo_internal::project {
 
+struct PreparedExperiment;
+
 /// A flag that an experiment carries: its rules for each of the flag's groups, by position.
 struct CarriedFlag {
-  const model::FeatureFlag* record;
-  const model::Experiment* experiment;
-  std::vector<targeting::RuleList> groupRules;
+  const model::FeatureFlag* record = nullptr;
+  const PreparedExperiment* carrier = nullptr;
+  base::List<targeting::RuleList> groupRules;
 };
 
 /// For each element of a list the position of the first one that has the same name.
-using FirstOfName = std::vector<std::uint32_t>;
+using FirstOfName = base::List<std::uint32_t>;
 
 /// An experiment with everything prepared that a question about it needs.
 struct PreparedExperiment {
   const model::Experiment* record = nullptr;
   std::optional<targeting::PreparedTarget> target;
-  std::vector<CarriedFlag> flags;
+  base::List<CarriedFlag> flags;
   std::unique_ptr<const ForcedLists> forced;  // null where the lists are short
   FirstOfName firstFlags;
   FirstOfName firstParams;
-  std::vector<const PreparedExperiment*> holdouts;  // those it names that there are, in its order
+  base::List<const PreparedExperiment*> holdouts;  // those it names that there are, in its order
   const PreparedExperiment* nextOfName = nullptr;
 
   [[nodiscard]] bool isHoldout() const { return record->type == model::ExperimentType::holdout; }
@@ -40,12 +43,11 @@ struct PreparedExperiment {
 
 /// All that decides one flag: the flag of that name, and the first experiment that carries one.
 struct FlagEntry {
-  std::string_view name;
+  model::Text name;
   const model::FeatureFlag* record = nullptr;  // null where only an experiment knows the name
-  bool isPrivate = false;
   targeting::RuleList rules;
-  const PreparedExperiment* carrier = nullptr;  // null where no experiment carries the flag
-  const CarriedFlag* carried = nullptr;
+  const CarriedFlag* carried = nullptr;  // null where no experiment carries the flag
+  bool isPrivate = false;
 };
 
 /// A configuration prepared for evaluation: the records, arranged and indexed once, so that the
@@ -87,12 +89,12 @@ class PreparedProject {
   [[nodiscard]] const PreparedExperiment* findHoldout(std::string_view name) const;
 
  private:
-  FlagEntry& entryOf(std::string_view flagName);
+  FlagEntry& entryOf(model::Text flagName);
   [[nodiscard]] auto flagNameAt() const {
-    return [this](std::uint32_t at) { return flags_[at].name; };
+    return [this](std::uint32_t at) { return flags_[at].name.view(); };
   }
   [[nodiscard]] auto experimentNameAt() const {
-    return [this](std::uint32_t at) { return std::string_view(experiments_[at].record->name); };
+    return [this](std::uint32_t at) { return experiments_[at].record->name.view(); };
   }
   [[nodiscard]] const PreparedExperiment* experimentAt(std::uint32_t position) const;
   void addFlags(targeting::Vocabulary& vocabulary);
@@ -102,9 +104,9 @@ class PreparedProject {
   void addHoldouts();
 
   std::shared_ptr<const model::ConfigResponse> config_;
+  base::Pool pool_;
   targeting::PropertyNames propertyNames_;
   targeting::PreparedLists lists_;
-  targeting::RuleBook rules_;
   std::vector<PreparedExperiment> experiments_;
   std::vector<FlagEntry> flags_;
   base::NameIndex flagIndex_;

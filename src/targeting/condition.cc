@@ -138,15 +138,21 @@ constexpr auto onNumber = [](double value, const Subject& subject) {
 };
 
 template <class Order>
-constexpr auto onVersion = [](const Version& value, const Subject& subject) {
+constexpr auto onVersion = [](PreparedVersion value, const Subject& subject) {
   const auto order = subject.orderTo(value);
   return order && Order{}(*order, 0);
 };
 
 // --- The signs -----------------------------------------------------------------------------------
 
+template <class Value>
+Value kept(const Value& value, base::Pool& /*pool*/) {
+  return value;
+}
+PreparedVersion kept(const Version& version, base::Pool& pool) { return pool.list(version); }
+
 struct Sign {
-  std::optional<Operand> (*read)(Texts values);
+  std::optional<Operand> (*read)(Texts values, base::Pool& pool);
   Match match;
   bool unread;  // the answer where there are values, but not such as the sign can use
 };
@@ -155,11 +161,11 @@ struct Sign {
 // does not compile.
 template <auto read, auto test>
 constexpr Sign sign(bool unread = false) {
-  using Value = typename decltype(read(Texts()))::value_type;
-  return {[](Texts values) -> std::optional<Operand> {
-            auto value = read(values);
+  using Value = decltype(kept(*read(Texts()), std::declval<base::Pool&>()));
+  return {[](Texts values, base::Pool& pool) -> std::optional<Operand> {
+            const auto value = read(values);
             if (!value) return std::nullopt;
-            return Operand(std::in_place_type<Value>, *std::move(value));
+            return Operand(std::in_place_type<Value>, kept(*value, pool));
           },
           [](const Operand& operand, const Subject& subject) {
             return test(*std::get_if<Value>(&operand), subject);
@@ -230,8 +236,8 @@ PreparedCondition::PreparedCondition(const model::Condition& condition, Vocabula
     : match_(always<false>), property_(vocabulary.names.numberOf(condition.name)) {
   if (condition.values.empty()) return;
   const Sign& sign = signOf(condition);
-  if (auto operand = sign.read(condition.values)) {
-    operand_ = *std::move(operand);
+  if (auto operand = sign.read(condition.values, vocabulary.pool)) {
+    operand_ = *operand;
     if (auto* texts = std::get_if<Alternatives>(&operand_)) {
       texts->prepared = vocabulary.lists.of(condition.values);
     }
@@ -247,7 +253,7 @@ PreparedCondition::Comparison PreparedCondition::comparisonWith(const Subject& s
   };
   if (match_ == always<true> || match_ == always<false>) return Comparison::nothing;
   if (std::holds_alternative<double>(operand_)) return ifRead(subject.number().has_value());
-  if (const auto* version = std::get_if<Version>(&operand_)) {
+  if (const auto* version = std::get_if<PreparedVersion>(&operand_)) {
     return ifRead(subject.orderTo(*version).has_value());
   }
   if (const auto* date = std::get_if<base::LocalSeconds>(&operand_)) {

@@ -20,10 +20,13 @@ struct Alternatives {
   const PreparedList* prepared = nullptr;
 };
 
+/// The pieces of a version.
+using PreparedVersion = base::List<std::int64_t>;
+
 /// What the sign of a condition compares the property with, parsed: one text, several texts, texts
 /// that it may equal, a number, a version, or a local date.
 using Operand = std::variant<std::string_view, model::List<model::Text>, Alternatives, double,
-                             Version, base::LocalSeconds>;
+                             PreparedVersion, base::LocalSeconds>;
 
 /// How a sign compares. Only called with the kind of operand that it asks for.
 using Match = bool (*)(const Operand& operand, const Subject& subject);
@@ -33,10 +36,11 @@ using Match = bool (*)(const Operand& operand, const Subject& subject);
 /// not ASCII, are searched for long parts or are read as long numbers, for the first date, and for
 /// the first reading of a long or a private property.
 ///
-/// Immutable. May refer to the texts of any record that its vocabulary has seen, so all of those
-/// must outlive it. Contexts that it is tested in must be made by the names of its vocabulary.
+/// Immutable. Refers to the texts of its record and to what its vocabulary keeps, so those must
+/// outlive it. Contexts that it is tested in must be made by the names of its vocabulary.
 class PreparedCondition {
  public:
+  PreparedCondition() = default;
   PreparedCondition(const model::Condition& condition, Vocabulary& vocabulary);
 
   /// The number of the property that is tested.
@@ -52,8 +56,8 @@ class PreparedCondition {
 
  private:
   Operand operand_;
-  Match match_;
-  std::uint32_t property_;
+  Match match_ = nullptr;
+  std::uint32_t property_ = 0;
 };
 
 }  // namespace corvo::corvo_internal::targeting

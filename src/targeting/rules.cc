@@ -32,52 +32,41 @@ bool statementHolds(ConditionalStatement statement, std::span<const PreparedCond
   return false;
 }
 
-}  // namespace
-
-RuleList RuleBook::add(model::List<model::Rule> rules, Vocabulary& vocabulary) {
-  const std::size_t first = rules_.size();
-  inOrderOfTrial(rules, [&](const model::Rule& rule) { add(rule, vocabulary); });
-  return {*this, first, rules.size()};
+base::List<PreparedCondition> prepared(model::List<model::Condition> conditions,
+                                       Vocabulary& vocabulary) {
+  return vocabulary.pool.list<PreparedCondition>(
+      conditions.size(), [&](std::span<PreparedCondition> list) {
+        std::ranges::transform(conditions, list.begin(), [&](const model::Condition& condition) {
+          return PreparedCondition(condition, vocabulary);
+        });
+      });
 }
 
 // A default rule holds whatever its conditions: it becomes an AND of none.
-void RuleBook::add(const model::Rule& rule, Vocabulary& vocabulary) {
-  PreparedRule prepared{.value = rule.value,
-                        .firstCondition = static_cast<std::uint32_t>(conditions_.size())};
-  if (!rule.isDefault) {
-    prepared.conditionCount = static_cast<std::uint32_t>(rule.conditions.size());
-    prepared.statement = rule.conditionalStatement;
-    for (const model::Condition& condition : rule.conditions) {
-      conditions_.emplace_back(condition, vocabulary);
-    }
-  }
-  rules_.push_back(prepared);
+PreparedRule prepared(const model::Rule& rule, Vocabulary& vocabulary) {
+  if (rule.isDefault) return {.value = rule.value, .conditions = {}};
+  return {rule.value, prepared(rule.conditions, vocabulary), rule.conditionalStatement};
 }
 
-void RuleBook::close() {
-  rules_.shrink_to_fit();
-  conditions_.shrink_to_fit();
-}
+}  // namespace
 
-template <class AnyObserver>
-bool RuleBook::ruleMatches(const PreparedRule& rule, const Context& context, bool hashed,
-                           AnyObserver observer) const {
-  observer.on(RuleBegun{});
-  const std::span conditions(conditions_);
-  const bool holds = statementHolds<AnyObserver>(
-      rule.statement, conditions.subspan(rule.firstCondition, rule.conditionCount), context, hashed,
-      observer);
-  observer.on(RuleDecided{holds});
-  return holds;
-}
+RuleList::RuleList(model::List<model::Rule> rules, Vocabulary& vocabulary)
+    : rules_(vocabulary.pool.list<PreparedRule>(rules.size(), [&](std::span<PreparedRule> list) {
+        auto next = list.begin();
+        inOrderOfTrial(rules,
+                       [&](const model::Rule& rule) { *next++ = prepared(rule, vocabulary); });
+      })) {}
 
 // The first rule that holds decides, so the rules behind it need not be looked at.
 template <class AnyObserver>
 const model::Text* RuleList::chooseSeen(const Context& context, bool hashed,
                                         AnyObserver observer) const {
-  if (isEmpty()) return nullptr;
-  for (const RuleBook::PreparedRule& rule : std::span(book_->rules_).subspan(first_, count_)) {
-    if (book_->ruleMatches<AnyObserver>(rule, context, hashed, observer)) return &rule.value;
+  for (const PreparedRule& rule : rules_) {
+    observer.on(RuleBegun{});
+    const bool holds =
+        statementHolds<AnyObserver>(rule.statement, rule.conditions, context, hashed, observer);
+    observer.on(RuleDecided{holds});
+    if (holds) return &rule.value;
   }
   return nullptr;
 }
@@ -90,12 +79,7 @@ const model::Text* RuleList::choose(const Context& context, bool hashed, Observe
 }
 
 PreparedTarget::PreparedTarget(const model::Target& target, Vocabulary& vocabulary)
-    : statement(target.conditionalStatement) {
-  conditions.reserve(target.conditions.size());
-  for (const model::Condition& condition : target.conditions) {
-    conditions.emplace_back(condition, vocabulary);
-  }
-}
+    : conditions(prepared(target.conditions, vocabulary)), statement(target.conditionalStatement) {}
 
 namespace {
 

@@ -128,6 +128,14 @@ TEST_F(CostTest, AHandleCostsTheSameInAnyProject) {
   EXPECT_LE(allocated[10], 2U);
 }
 
+TEST(BatchCostTest, AProjectTakesFewBlocksHoweverLarge) {
+  for (const int flagCount : {10, 2'000}) {
+    const std::ptrdiff_t live = tests::liveAllocations();
+    const Project all = Project::decode(project(flagCount)).value();
+    EXPECT_LE(tests::liveAllocations() - live, 200) << flagCount;
+  }
+}
+
 TEST(BatchCostTest, AnEvaluationThatCannotGoOnIsAboutNobody) {
   const Project all = Project::decode(project(1)).value();
   const CorvoUser user{{{"userId", "u"}}, PropertyMap{{"userId", "2030-01-01 00:00:00"}}};

@@ -53,7 +53,7 @@ class Asked {
   base::Pool pool_;
   const std::optional<std::string> property_;
   const model::Condition record_;
-  Vocabulary vocabulary_;
+  Vocabulary vocabulary_{pool_};
   const PreparedCondition condition_{record_, vocabulary_};
   PropertyTable table_;
 };

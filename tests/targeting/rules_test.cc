@@ -29,18 +29,14 @@ class Rules : public testing::Test {
   }
 
   std::string_view choose(const std::vector<model::Rule>& rules) {
-    Vocabulary vocabulary;
-    RuleBook book;
-    static_cast<void>(
-        book.add(pool.list(std::vector{rule("another", and_, {holding})}), vocabulary));
-    const RuleList list = book.add(pool.list(rules), vocabulary);
-    book.close();
+    Vocabulary vocabulary{pool};
+    const RuleList list(pool.list(rules), vocabulary);
     const model::Text* const value = list.choose(contextOf(vocabulary), false);
     return value != nullptr ? value->view() : std::string_view();
   }
 
   bool matches(const model::Target& target) {
-    Vocabulary vocabulary;
+    Vocabulary vocabulary{pool};
     const PreparedTarget prepared(target, vocabulary);
     return targetMatches(prepared, contextOf(vocabulary), false);
   }
