@@ -27,7 +27,7 @@ set(engine evaluation ${below_evaluation})
 set(not_in_engine condition_variable|filesystem|fstream|future|mutex|shared_mutex|thread)
 
 # The public headers belong to folders, too.
-set(base_headers argument callback error export internal/what_text result text_hash)
+set(base_headers argument callback error export internal/one_of internal/what_text result text_hash)
 set(json_headers json_value)
 set(model_headers property user)
 set(targeting_headers device_facts user_builder)
