@@ -7,6 +7,8 @@ function(corvo_configure target)
   else()
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow
       $<$<BOOL:${CORVO_WARNINGS_AS_ERRORS}>:-Werror>)
+    # So that an application takes no more of a library than it reaches.
+    target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
   endif()
   if(CORVO_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${CORVO_SANITIZE} -fno-omit-frame-pointer
@@ -35,7 +37,23 @@ function(corvo_library name)
     # Of the standard library's types in exported classes.
     target_compile_options(${target} PUBLIC $<$<CXX_COMPILER_ID:MSVC>:/wd4251;/wd4275>)
   endif()
+  if(NOT BUILD_SHARED_LIBS)  # leaves out what the application does not reach
+    target_link_options(${target} INTERFACE
+      $<$<PLATFORM_ID:Linux>:LINKER:--gc-sections> $<$<PLATFORM_ID:Darwin>:LINKER:-dead_strip>)
+  endif()
   install(TARGETS ${target} EXPORT CorvoTargets FILE_SET HEADERS)
+endfunction()
+
+# In a release these files of a library, or all of it, are built to be small: their code runs once a
+# fetch, or for people.
+function(corvo_small target)
+  set(small $<$<AND:$<CONFIG:Release>,$<NOT:$<CXX_COMPILER_ID:MSVC>>>:-Os>)
+  if(NOT ARGN)
+    target_compile_options(${target} PRIVATE ${small})
+  elseif(NOT CMAKE_UNITY_BUILD)  # which would compile each of them alone
+    set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES
+      COMPILE_OPTIONS ${small})
+  endif()
 endfunction()
 
 # What find_package(Corvo) needs of an installed library.
