@@ -18,7 +18,8 @@ char* Pool::room(std::size_t bytes, std::size_t alignment) {
     return -(reinterpret_cast<std::uintptr_t>(next_) + kSizeBytes) & (alignment - 1);
   };
   if (left() < kSizeBytes + padding() || left() - kSizeBytes - padding() < bytes) {
-    const std::size_t size = std::max({bytes + kSizeBytes + alignment, kSmallestBlock, total_ / 16});
+    const std::size_t size =
+        std::max({bytes + kSizeBytes + alignment, kSmallestBlock, total_ / 16});
     blocks_.reserve(blocks_.size() + 1);
     blocks_.push_back(std::make_unique_for_overwrite<char[]>(size));
     total_ += size;
