@@ -88,16 +88,6 @@ void CorvoClientImpl::ask(Decider decider, AnswerSink<T>& sink) {
   ask(question);
 }
 
-template <class Decider, class T>
-void CorvoClientImpl::askAbout(std::string_view name, AnswerSink<T>& sink) {
-  SinkQuestion<T, Decider> question(name, sink);
-  ask(question);
-}
-
-void CorvoClientImpl::askFlag(std::string_view flagName, AnswerSink<std::string_view>& sink) {
-  askAbout<DecidingFlag>(flagName, sink);
-}
-
 void CorvoClientImpl::askFlagReport(AnswerSink<FlagReport>& sink) {
   ask(aboutUser([](const Evidence& evidence) -> Result<FlagReport> {
         return evidence.evaluator.flags(evidence.context);
@@ -128,15 +118,6 @@ void CorvoClientImpl::askMemberships(Scope scope, AnswerSink<std::optional<std::
       sink);
 }
 
-void CorvoClientImpl::askExperiment(std::string_view name,
-                                    AnswerSink<CorvoExperimentPointer>& sink) {
-  askAbout<DecidingExperiment>(name, sink);
-}
-
-void CorvoClientImpl::askHoldout(std::string_view name, AnswerSink<bool>& sink) {
-  askAbout<DecidingHoldout>(name, sink);
-}
-
 void CorvoClientImpl::askDetails(bool estimateHoldouts,
                                  AnswerSink<std::vector<CorvoExperimentDetail>>& sink) {
   const Scope scope = experiments::scopeWith(estimateHoldouts);
@@ -144,14 +125,6 @@ void CorvoClientImpl::askDetails(bool estimateHoldouts,
         return evidence.evaluator.details(scope, evidence.context);
       }),
       sink);
-}
-
-void CorvoClientImpl::askWhyFlag(std::string_view flagName, AnswerSink<Explanation>& sink) {
-  askAbout<ExplainingFlag>(flagName, sink);
-}
-
-void CorvoClientImpl::askWhyExperiment(std::string_view name, AnswerSink<Explanation>& sink) {
-  askAbout<ExplainingExperiment>(name, sink);
 }
 
 void CorvoClientImpl::askProject(AnswerSink<Project>& sink) {
@@ -242,13 +215,6 @@ void CorvoClientImpl::goOn(const std::shared_ptr<Question>& waiting, Step step) 
       turn);
 }
 
-void CorvoClientImpl::ask(Question& question) {
-  Turn turn(access_);
-  const double now = clock_->now();
-  if (evidence_.stands(now, surroundings())) return question.answer(evidence_.at(now), turn);
-  askAtLength(question, begin(turn, now), turn);
-}
-
 void CorvoClientImpl::askAtLength(Question& question, double now, Turn& turn) {
   if (const ConfigPointer& config = storage_->config.read(now)) {
     return locate(question, evaluatorOf(config), now, turn);
@@ -289,10 +255,6 @@ void CorvoClientImpl::decide(Question& question, const EvaluatorPointer& evaluat
   const Evidence evidence{*evaluator, context};
   if (mayKeep(now, turn)) evidence_.keep(evidence, now, surroundings());
   question.answer(evidence, turn);
-}
-
-StandingEvidence::Surroundings CorvoClientImpl::surroundings() const {
-  return {storage_->revision(), contexts_->zone()};
 }
 
 // An operation that is going on may change what a question within it was decided from.

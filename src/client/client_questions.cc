@@ -1,0 +1,46 @@
+#include "client/client_impl.h"
+
+// The questions that are asked again and again: about one flag, experiment or holdout. A release
+// compiles them for speed, and the rest of the client for size.
+
+namespace corvo::corvo_internal::client {
+
+void CorvoClientImpl::ask(Question& question) {
+  Turn turn(access_);
+  const double now = clock_->now();
+  if (evidence_.stands(now, surroundings())) return question.answer(evidence_.at(now), turn);
+  askAtLength(question, begin(turn, now), turn);
+}
+
+StandingEvidence::Surroundings CorvoClientImpl::surroundings() const {
+  return {storage_->revision(), contexts_->zone()};
+}
+
+template <class Decider, class T>
+void CorvoClientImpl::askAbout(std::string_view name, AnswerSink<T>& sink) {
+  SinkQuestion<T, Decider> question(name, sink);
+  ask(question);
+}
+
+void CorvoClientImpl::askFlag(std::string_view flagName, AnswerSink<std::string_view>& sink) {
+  askAbout<DecidingFlag>(flagName, sink);
+}
+
+void CorvoClientImpl::askExperiment(std::string_view name,
+                                    AnswerSink<CorvoExperimentPointer>& sink) {
+  askAbout<DecidingExperiment>(name, sink);
+}
+
+void CorvoClientImpl::askHoldout(std::string_view name, AnswerSink<bool>& sink) {
+  askAbout<DecidingHoldout>(name, sink);
+}
+
+void CorvoClientImpl::askWhyFlag(std::string_view flagName, AnswerSink<Explanation>& sink) {
+  askAbout<ExplainingFlag>(flagName, sink);
+}
+
+void CorvoClientImpl::askWhyExperiment(std::string_view name, AnswerSink<Explanation>& sink) {
+  askAbout<ExplainingExperiment>(name, sink);
+}
+
+}  // namespace corvo::corvo_internal::client
