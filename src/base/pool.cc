@@ -15,7 +15,8 @@ constexpr std::size_t kSizeBytes = sizeof(std::uint32_t);
 char* Pool::room(std::size_t bytes, std::size_t alignment) {
   const auto left = [this] { return static_cast<std::size_t>(end_ - next_); };
   const auto padding = [&] {
-    return -(reinterpret_cast<std::uintptr_t>(next_) + kSizeBytes) & (alignment - 1);
+    const std::uintptr_t beyond = reinterpret_cast<std::uintptr_t>(next_) + kSizeBytes;
+    return (alignment - beyond % alignment) % alignment;
   };
   if (left() < kSizeBytes + padding() || left() - kSizeBytes - padding() < bytes) {
     const std::size_t size =

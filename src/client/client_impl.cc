@@ -147,7 +147,7 @@ void CorvoClientImpl::askToInclude(std::string_view experimentName,
                         }),
                         sink);
   Turn turn(access_);
-  askAtLength(question, begin(turn), turn);  // for it changes what is kept
+  askAtLength(question, {begin(turn)}, turn);  // for it changes what is kept
 }
 
 void CorvoClientImpl::askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) {
@@ -215,9 +215,9 @@ void CorvoClientImpl::goOn(const std::shared_ptr<Question>& waiting, Step step) 
       turn);
 }
 
-void CorvoClientImpl::askAtLength(Question& question, double now, Turn& turn) {
-  if (const ConfigPointer& config = storage_->config.read(now)) {
-    return locate(question, evaluatorOf(config), now, turn);
+void CorvoClientImpl::askAtLength(Question& question, const Stretch& stretch, Turn& turn) {
+  if (const ConfigPointer& config = storage_->config.read(stretch.now)) {
+    return locate(question, evaluatorOf(config), stretch, turn);
   }
   askAnew(question, turn);
 }
@@ -228,40 +228,41 @@ void CorvoClientImpl::askAnew(Question& question, Turn& turn) {
       [](CorvoClientImpl& self, Question& asked, model::ConfigResponse& fetched, Turn& mine) {
         const double now = self.begin(mine);
         const ConfigPointer config = self.synchronisation_->keep(std::move(fetched));
-        self.locate(asked, self.evaluatorOf(config), now, mine);
+        self.locate(asked, self.evaluatorOf(config), {now}, mine);
       });
 }
 
-void CorvoClientImpl::locate(Question& question, const EvaluatorPointer& evaluator, double now,
-                             Turn& turn) {
+void CorvoClientImpl::locate(Question& question, const EvaluatorPointer& evaluator,
+                             const Stretch& stretch, Turn& turn) {
   if (question.about(*evaluator->project()) == Question::About::project) {
-    return question.answer({*evaluator, contexts_->bare(now)}, turn);
+    return question.answer({*evaluator, contexts_->bare(stretch.now)}, turn);
   }
-  if (const LocationPointer& location = storage_->location.read(now)) {
-    return decide(question, evaluator, location, now, turn);
+  if (const LocationPointer& location = storage_->location.read(stretch.now)) {
+    return decide(question, evaluator, location, stretch, turn);
   }
   contexts_->currentUser();  // an empty user is stored before the location is asked for
   fetch<network::LocationRoute, CorvoError::RequestLocationFailed>(
       question, turn,
       [evaluator](CorvoClientImpl& self, Question& asked, const PropertyMap& fetched, Turn& mine) {
         const double later = self.begin(mine);
-        self.decide(asked, evaluator, self.synchronisation_->keep(fetched), later, mine);
+        self.decide(asked, evaluator, self.synchronisation_->keep(fetched), {later}, mine);
       });
 }
 
 void CorvoClientImpl::decide(Question& question, const EvaluatorPointer& evaluator,
-                             const LocationPointer& location, double now, Turn& turn) {
-  const targeting::Context context = contexts_->at(now, evaluator->project(), location);
+                             const LocationPointer& location, const Stretch& stretch, Turn& turn) {
+  const targeting::Context context = contexts_->at(stretch.now, evaluator->project(), location);
   const Evidence evidence{*evaluator, context};
-  if (mayKeep(now, turn)) evidence_.keep(evidence, now, surroundings());
+  if (mayKeep(stretch, turn)) evidence_.keep(evidence, stretch.now, *stretch.surroundings);
   question.answer(evidence, turn);
 }
 
 // An operation that is going on may change what a question within it was decided from.
-bool CorvoClientImpl::mayKeep(double now, const Turn& turn) {
-  const double end = StandingEvidence::endOfSecond(now);
-  return !turn.isNested() && storage_->isReached() && contexts_->isComplete() &&
-         storage_->config.isValid(end) && storage_->location.isValid(end);
+bool CorvoClientImpl::mayKeep(const Stretch& stretch, const Turn& turn) {
+  const double end = StandingEvidence::endOfSecond(stretch.now);
+  return stretch.surroundings && !turn.isNested() && storage_->isReached() &&
+         contexts_->isComplete() && storage_->config.isValid(end) &&
+         storage_->location.isValid(end);
 }
 
 const CorvoClientImpl::EvaluatorPointer& CorvoClientImpl::evaluatorOf(const ConfigPointer& config) {

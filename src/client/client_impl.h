@@ -93,15 +93,23 @@ class CorvoClientImpl final : public CorvoClient,
   template <class Decider, class T>
   void askAbout(std::string_view name, AnswerSink<T>& sink);
   void ask(Question& question);
-  void askAtLength(Question& question, double now, Turn& turn);
+  // The stretch in which a question is decided without waiting: its moment, and what others may
+  // have changed, looked at before anything was read. None of these after a fetch: records may have
+  // changed since the question read them.
+  struct Stretch {
+    double now = 0;
+    std::optional<StandingEvidence::Surroundings> surroundings = {};
+  };
+  void askAtLength(Question& question, const Stretch& stretch, Turn& turn);
   void askAnew(Question& question, Turn& turn);
-  void locate(Question& question, const EvaluatorPointer& evaluator, double now, Turn& turn);
+  void locate(Question& question, const EvaluatorPointer& evaluator, const Stretch& stretch,
+              Turn& turn);
   void decide(Question& question, const EvaluatorPointer& evaluator,
-              const LocationPointer& location, double now, Turn& turn);
+              const LocationPointer& location, const Stretch& stretch, Turn& turn);
 
   [[nodiscard]] StandingEvidence::Surroundings surroundings() const;
-  // Whether the evidence of a question at that moment will do to the end of the second.
-  [[nodiscard]] bool mayKeep(double now, const Turn& turn);
+  // Whether the evidence of a question will do to the end of the second.
+  [[nodiscard]] bool mayKeep(const Stretch& stretch, const Turn& turn);
   const EvaluatorPointer& evaluatorOf(const ConfigPointer& config);
 
   void askMemberships(experiments::Scope scope, AnswerSink<std::optional<std::string>>& sink);

@@ -8,8 +8,10 @@ namespace corvo::corvo_internal::client {
 void CorvoClientImpl::ask(Question& question) {
   Turn turn(access_);
   const double now = clock_->now();
-  if (evidence_.stands(now, surroundings())) return question.answer(evidence_.at(now), turn);
-  askAtLength(question, begin(turn, now), turn);
+  const StandingEvidence::Surroundings around = surroundings();
+  if (evidence_.stands(now, around)) return question.answer(evidence_.at(now), turn);
+  begin(turn, now);
+  askAtLength(question, {now, around}, turn);
 }
 
 StandingEvidence::Surroundings CorvoClientImpl::surroundings() const {

@@ -22,9 +22,12 @@ using namespace corvo_internal;
 namespace {
 
 std::filesystem::path pathOf(const std::string& text) {
-  if (std::is_same_v<std::filesystem::path::value_type, char>) return text;
-  const std::string unicode = base::wellFormed(text);
-  return std::u8string(unicode.begin(), unicode.end());
+  if constexpr (std::is_same_v<std::filesystem::path::value_type, char>) {
+    return text;
+  } else {
+    const std::string unicode = base::wellFormed(text);
+    return std::u8string(unicode.begin(), unicode.end());
+  }
 }
 
 /// Null when the options name no file. The file's name is made absolute now, since the program may

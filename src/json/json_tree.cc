@@ -171,11 +171,14 @@ class Walk {
 // The size of text that the parser makes room for. The GNU C library keeps what is freed for the
 // next document only up to twice the largest block that it was ever given back. Three times the
 // room makes that block so large that it keeps everything. Otherwise it hands the memory back to
-// the system, which takes as long as half the reading. Room that is not used costs no memory, only
-// addresses. Blocks of 32 MiB or more go back whatever else there is.
+// the system, which takes as long as half the reading. Room that is not used costs addresses, not
+// memory. Blocks of 32 MiB or more go back in any case.
 std::size_t roomFor(std::string_view text) {
+#ifdef __GLIBC__
   constexpr std::size_t kKept = (std::size_t{32} << 20) / sizeof(std::uint32_t) / 3;
-  return text.size() < kKept ? 3 * text.size() : text.size();
+  if (text.size() < kKept) return 3 * text.size();
+#endif
+  return text.size();
 }
 
 }  // namespace

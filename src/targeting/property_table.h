@@ -78,7 +78,7 @@ class PropertyTable {
   /// value. Valid until those of another property are asked for.
   [[nodiscard]] Readings& readings(std::uint32_t number, const std::string_view& value) const;
 
-  /// To be called for each question, as values may have changed.
+  /// To be called for each context, as values may have changed.
   void forgetReadings() { readings_.clear(); }
 
  private:
@@ -95,7 +95,7 @@ class PropertyTable {
   std::vector<Row> rows_;
   std::uint64_t user_ = 1;
   std::uint64_t behind_ = 1;
-  mutable std::vector<Readings> readings_;  // of the present question
+  mutable std::vector<Readings> readings_;  // of the present context
 };
 
 }  // namespace corvo::corvo_internal::targeting

@@ -25,7 +25,7 @@ class Once {
   std::optional<Value> value_;
 };
 
-/// What has been read out of one property in the course of a question: each at most once, however
+/// What has been read out of one property while a context serves: each at most once, however
 /// many conditions need it. Refers to the property's text.
 struct Readings {
   explicit Readings(const std::string_view& text) : of(&text) {}

@@ -70,6 +70,10 @@ std::pair<std::string, std::string> parts(const std::string& text, const std::st
 }
 
 fakes::Reply reply(const std::string& text) {
+  if (text.starts_with("after ")) {
+    const auto [seconds, later] = parts(text.substr(6), " ");
+    return fakes::after(std::stod(seconds), reply(later));
+  }
   if (text == "failure") return fakes::failure();
   if (text.ends_with(".json")) return fakes::ok(tests::contentsOf(CORVO_CLIENT_CASES + text));
   return std::isdigit(text.front()) != 0 ? fakes::status(std::stoi(text), "{}") : fakes::ok(text);
@@ -253,6 +257,7 @@ const std::map<std::string, SessionTest::Act> SessionTest::kActs{
          for (std::string step; std::getline(steps >> std::ws, step, ';');) s.take(step);
        });
      }},
+    {"begin", [](Self s, Text f) { s.client->checkFlag<bool>(f, {}, {}); }},
     {"clear", [](Self s, Text) { s.client->clearUserProperties(); }},
     {"include",
      [](Self s, Text about) {

@@ -58,6 +58,25 @@ TEST(ConfigCodec, WritesWhatItReads) {
   EXPECT_EQ(condition.values[1], "b");
 }
 
+// However many texts a long list has: what is prepared about it is then made once, too.
+TEST(ConfigCodec, WritesEqualListsOnce) {
+  std::string values;
+  for (int i = 0; i < 2'000; ++i) values += (i == 0 ? "\"" : ", \"") + std::to_string(i) + '"';
+  std::string rules;
+  for (int i = 0; i < 20; ++i) {
+    rules += std::string(i == 0 ? "" : ", ") +
+             R"({"is_default": false, "value": "v", "conditional_statement": "AND",
+                 "conditions": [{"name": "email", "condition_sign": "any of", "value": [)" +
+             values + "]}]}";
+  }
+  const auto config =
+      decoded(R"({"feature_flags": [{"name": "f", "type": "t", "rules": [)" + rules + "]}]}");
+  for (const Rule& rule : config.featureFlags.at(0).rules) {
+    EXPECT_EQ(rule.conditions[0].values.data(),
+              config.featureFlags.at(0).rules[0].conditions[0].values.data());
+  }
+}
+
 TEST(ConfigCodec, ReadsAndWritesAsTheTableSays) {
   std::string frame;
   for (const auto& [given, part] : tests::caseTable<2>(CORVO_MODEL_CASES "config_reads.txt")) {
