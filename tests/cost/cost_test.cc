@@ -104,15 +104,12 @@ TEST_F(CostTest, AFlagAllocatesNothingAndReadsTheClockOnce) {
 
 TEST_F(CostTest, AFlagThatThereIsNotAllocatesItsNameWhereItIsLong) {
   start(10);
-  for (const auto& [name, allocations] :
-       std::map<const char*, std::size_t>{{"fifteen--letter", 0}, {"sixteen---letter", 1}}) {
-    const auto expectName = [name = name](const CorvoError& error) {
+  for (const char* name : {"fifteen--letter", "sixteen---letter"}) {
+    const auto expectName = [name](const CorvoError& error) {
       EXPECT_EQ(error.as<CorvoError::FeatureFlagNotFound>()->featureFlag, name);
     };
-    EXPECT_EQ(
-        costOf([&](auto& c) { c.template checkFlag<bool>(name, {}, expectName); }).allocations,
-        allocations)
-        << name;
+    const auto cost = costOf([&](auto& c) { c.template checkFlag<bool>(name, {}, expectName); });
+    EXPECT_EQ(cost.allocations, std::string_view(name).size() > 15 ? 1U : 0U) << name;
   }
 }
 
