@@ -6,6 +6,7 @@
 #include <map>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/cost/allocations.h"
