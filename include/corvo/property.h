@@ -13,8 +13,8 @@
 namespace corvo {
 
 /// How a type is made from the text of a configuration value. Specialise it to ask flags for a type
-/// of your own; `fromCorvoString` must not throw for want of a valid form, but answer none, and must
-/// not use the client that asks it.
+/// of your own; `fromCorvoString` must not throw for want of a valid form, but answer none, and
+/// must not use the client that asks it.
 template <class T>
 struct CorvoPropertyTraits;
 

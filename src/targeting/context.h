@@ -25,7 +25,8 @@ using OwnIdentifiers = std::array<OwnIdentifier, 3>;
 /// the numbers of the configuration's names, the moment of the question, the local time of the
 /// device and its identifier, absent where it has none.
 ///
-/// A value made for a question, and for those after it while nothing changes; refers to its parts. No properties (null) are none.
+/// A value made for a question, and for those after it while nothing changes; refers to its parts.
+/// No properties (null) are none.
 struct Context {
   const OwnIdentifiers* own = nullptr;
   const PropertyTable* properties = nullptr;
