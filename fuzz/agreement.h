@@ -74,7 +74,8 @@ inline void compareAnswers(CorvoClient& client, const model::ConfigResponse& con
     if (const auto reported = report.find(name); reported != report.end()) {
       require(flag && textOf(typedProperty(flag->value())) == reported->second, "the same value");
     } else {
-      const bool isOwn = std::ranges::count(config.featureFlags, name, &model::FeatureFlag::name);
+      const bool isOwn = std::ranges::count(config.featureFlags, std::string_view(name),
+                                            &model::FeatureFlag::name);
       require(!flag || !isOwn, "a flag with a value is reported");
     }
     const auto detail = std::ranges::find(details, name, &CorvoExperimentDetail::id);
@@ -86,7 +87,9 @@ inline void compareAnswers(CorvoClient& client, const model::ConfigResponse& con
     if (handle == nullptr) continue;
     require(handle->groupIndex() == detail->group.index, "in the same group");
     // Of several that share a name, the holdout may be another one.
-    if (std::ranges::count(config.experiments, name, &model::Experiment::name) > 1) continue;
+    if (std::ranges::count(config.experiments, std::string_view(name), &model::Experiment::name) >
+        1)
+      continue;
     require(detail->type != "holdout" || now(client.getHoldout(name)) == true, "in the holdout");
   }
 }
