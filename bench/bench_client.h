@@ -4,6 +4,7 @@
 #include <corvo/host.h>
 
 #include <cstddef>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,6 +29,20 @@ class BenchClient {
  private:
   std::unique_ptr<ClientRegistry> registry_;
   std::shared_ptr<CorvoClient> client_;
+};
+
+/// A folder for a client's file, gone with this object.
+class DataFolder {
+ public:
+  explicit DataFolder(const char* name) : folder_(std::filesystem::temp_directory_path() / name) {}
+  ~DataFolder() { std::filesystem::remove_all(folder_); }
+  DataFolder(const DataFolder&) = delete;
+  DataFolder& operator=(const DataFolder&) = delete;
+
+  [[nodiscard]] HostOptions options() const { return {.dataFolder = folder_}; }
+
+ private:
+  std::filesystem::path folder_;
 };
 
 /// The client of a project of that many flags, made on first use; fresh copies are at hand.

@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
@@ -27,26 +26,13 @@ std::shared_ptr<const model::ConfigResponse> decoded() {
       std::get<model::ConfigResponse>(model::decodeJson<model::ConfigResponse>(largeDocument())));
 }
 
-/// A file with a fresh copy of the large document, gone with this object.
-class StoredDocument {
- public:
-  StoredDocument() { BenchClient(largeDocument(), options()).load(); }
-  ~StoredDocument() { std::filesystem::remove_all(folder_); }
-  StoredDocument(const StoredDocument&) = delete;
-  StoredDocument& operator=(const StoredDocument&) = delete;
-
-  [[nodiscard]] HostOptions options() const { return {.dataFolder = folder_}; }
-
- private:
-  std::filesystem::path folder_ = std::filesystem::temp_directory_path() / "corvo-bench";
-};
-
 /// What an application waits for that has been used before: from nothing to the first answer.
 void start(benchmark::State& state) {
-  const StoredDocument stored;
+  const DataFolder folder("corvo-bench");
+  BenchClient(largeDocument(), folder.options()).load();
   std::optional<BenchClient> client;
   for (auto _ : state) {
-    client.emplace("", stored.options(), std::nullopt);
+    client.emplace("", folder.options(), std::nullopt);
     (*client)->checkFlag<bool>(kRuleFlag,
                                [](std::optional<bool> on) { benchmark::DoNotOptimize(on); });
     state.PauseTiming();

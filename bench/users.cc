@@ -1,7 +1,6 @@
 #include <corvo/user_builder.h>
 
 #include <array>
-#include <filesystem>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -28,20 +27,6 @@ CorvoUser userOfNine(std::string_view userId) {
       .build();
 }
 
-/// A folder for an application's file, gone with this object.
-class DataFolder {
- public:
-  DataFolder() = default;
-  ~DataFolder() { std::filesystem::remove_all(folder_); }
-  DataFolder(const DataFolder&) = delete;
-  DataFolder& operator=(const DataFolder&) = delete;
-
-  [[nodiscard]] HostOptions options() const { return {.dataFolder = folder_}; }
-
- private:
-  std::filesystem::path folder_ = std::filesystem::temp_directory_path() / "corvo-bench-users";
-};
-
 /// One of two users after the other, so that each replaces another one.
 void setUsers(benchmark::State& state, HostOptions options) {
   const std::array users{userOfNine("user-8c1b2f04"), userOfNine("user-8c1b2f05")};
@@ -51,7 +36,7 @@ void setUsers(benchmark::State& state, HostOptions options) {
 }
 
 void start(benchmark::State& state) {
-  const DataFolder folder;
+  const DataFolder folder("corvo-bench-users");
   const CorvoUser user = userOfNine("user-8c1b2f04");
   std::optional<BenchClient> client(std::in_place, "", folder.options());
   for (auto _ : state) {
@@ -71,7 +56,7 @@ void addUsers() {
   addTime("setUser in memory", kNoGoal,
           [](benchmark::State& state) { setUsers(state, {.inMemory = true}); });
   addTime("setUser with a file", kNoGoal, [](benchmark::State& state) {
-    const DataFolder folder;
+    const DataFolder folder("corvo-bench-users");
     setUsers(state, folder.options());
   });
   addTime("start with an initial user on an existing file", 0.6e6, start);

@@ -1,5 +1,7 @@
 #include <corvo/client.h>
 
+#include <utility>
+
 // The two forms of each question that has no type of its own: made here once, so that who includes
 // the header does not compile them.
 
@@ -40,12 +42,11 @@ Answer<std::optional<std::string>> CorvoClient::getAllUserExperimentsText(
 
 void CorvoClient::getAllUserExperimentsText(Callback<void(std::optional<std::string>)> onSuccess,
                                             OnError onError) {
-  corvo_internal::CallbackSink sink(onSuccess, onError);
-  askExperimentsText(true, sink);
+  getAllUserExperimentsText(true, std::move(onSuccess), std::move(onError));
 }
 
 Answer<std::optional<std::string>> CorvoClient::getAllUserExperimentsText() {
-  return answer<std::optional<std::string>>([&](auto& sink) { askExperimentsText(true, sink); });
+  return getAllUserExperimentsText(true);
 }
 
 void CorvoClient::getExperiment(std::string_view name,
@@ -93,12 +94,11 @@ Answer<std::vector<CorvoExperimentDetail>> CorvoClient::getUserExperimentsDetail
 
 void CorvoClient::getUserExperimentsDetails(
     Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess, OnError onError) {
-  corvo_internal::CallbackSink sink(onSuccess, onError);
-  askDetails(true, sink);
+  getUserExperimentsDetails(true, std::move(onSuccess), std::move(onError));
 }
 
 Answer<std::vector<CorvoExperimentDetail>> CorvoClient::getUserExperimentsDetails() {
-  return answer<std::vector<CorvoExperimentDetail>>([&](auto& sink) { askDetails(true, sink); });
+  return getUserExperimentsDetails(true);
 }
 
 void CorvoClient::explainFlag(std::string_view flagName, Callback<void(Explanation)> onSuccess,
@@ -143,12 +143,11 @@ Answer<void> CorvoClient::includeForce(std::string_view experimentName, Optional
 
 void CorvoClient::includeForce(std::string_view experimentName, Callback<void()> onSuccess,
                                OnError onError) {
-  corvo_internal::CallbackSink sink(onSuccess, onError);
-  askToInclude(experimentName, std::nullopt, sink);
+  includeForce(experimentName, std::nullopt, std::move(onSuccess), std::move(onError));
 }
 
 Answer<void> CorvoClient::includeForce(std::string_view experimentName) {
-  return answer<void, Done>([&](auto& sink) { askToInclude(experimentName, std::nullopt, sink); });
+  return includeForce(experimentName, std::nullopt);
 }
 
 void CorvoClient::excludeForce(std::string_view experimentName, Callback<void()> onSuccess,

@@ -29,12 +29,12 @@ class ForcedInclusion {
   }
 
  private:
-  model::List<model::Text> listWith(model::List<model::Text> list, bool isHis) {
+  model::List<model::Text> listWith(model::List<model::Text> list, bool isIncluded) {
     std::vector<model::Text> texts;
     for (const model::Text text : list) {
       if (text != splitId_) texts.push_back(pool_->text(text));
     }
-    if (isHis) texts.push_back(pool_->text(splitId_));
+    if (isIncluded) texts.push_back(pool_->text(splitId_));
     return pool_->list(texts);
   }
 
