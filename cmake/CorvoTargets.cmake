@@ -32,6 +32,10 @@ function(corvo_library name)
   target_include_directories(${target}
     PRIVATE ${PROJECT_SOURCE_DIR}/src)
   corvo_configure(${target})
+  if(NOT DEFINED CMAKE_UNITY_BUILD AND CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
+    # Most of the time of a build goes into headers: a release is compiled in few large files.
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
+  endif()
   if(BUILD_SHARED_LIBS)
     target_compile_definitions(${target} PUBLIC CORVO_SHARED)
     # Of the standard library's types in exported classes.
@@ -44,8 +48,9 @@ function(corvo_library name)
   install(TARGETS ${target} EXPORT CorvoTargets FILE_SET HEADERS)
 endfunction()
 
-# How a release of a library is compiled: as CMake's own flags say where that is not GCC or Clang.
-# -O3 makes code that is a quarter larger; it is kept for what pays for it.
+# How a release compiles a library, or some files of it: as CMake's own flags say where that is not
+# GCC or Clang. -O3 makes code that is a quarter larger: it is for what runs for every condition of a
+# question, or for every value of a document. -Os is for what runs once a fetch, or for people.
 set(CORVO_CAN_CHOOSE $<AND:$<CONFIG:Release>,$<NOT:$<CXX_COMPILER_ID:MSVC>>>)
 function(corvo_optimise target level)
   set(option $<${CORVO_CAN_CHOOSE}:${level}>)
@@ -55,15 +60,6 @@ function(corvo_optimise target level)
     set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES
       COMPILE_OPTIONS ${option})
   endif()
-endfunction()
-
-# These files of a library, or all of it, run once a fetch, or for people: they are built small.
-function(corvo_small target)
-  corvo_optimise(${target} -Os ${ARGN})
-endfunction()
-# These run for every condition of a question, or for every value of a document.
-function(corvo_fast target)
-  corvo_optimise(${target} -O3 ${ARGN})
 endfunction()
 
 # What find_package(Corvo) needs of an installed library.
