@@ -1,6 +1,3 @@
-#include <memory>
-#include <string>
-
 #include "bench/allocations.h"
 #include "bench/bench_client.h"
 #include "bench/project.h"

@@ -6,7 +6,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
 namespace corvo::corvo_internal::base {
@@ -18,16 +17,11 @@ constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
 bool isAscii(char byte) noexcept { return static_cast<unsigned char>(byte) < 0x80; }
 
-bool isAsciiWord(const char* eightBytes) noexcept {
-  std::uint64_t word = 0;
-  std::memcpy(&word, eightBytes, sizeof word);
-  return (word & 0x8080808080808080) == 0;
-}
-
 std::size_t asciiPrefix(std::string_view text) noexcept {
   constexpr std::size_t kWord = sizeof(std::uint64_t);
+  const auto word = [&](std::size_t at) { return loadWord<std::uint64_t>(text.data() + at); };
   std::size_t at = 0;
-  while (text.size() - at >= kWord && isAsciiWord(text.data() + at)) at += kWord;
+  while (text.size() - at >= kWord && (word(at) & 0x8080808080808080) == 0) at += kWord;
   while (at < text.size() && isAscii(text[at])) ++at;
   return at;
 }

@@ -22,7 +22,8 @@ namespace corvo::corvo_internal::client {
 /// What a question is decided from. Valid until its callback is called.
 struct Evidence {
   evaluation::Evaluator& evaluator;
-  const targeting::Context& context;  ///< Bare for a question that is about the project alone.
+  const targeting::Context&
+      context;  ///< May be bare where the question is about the project alone.
 };
 
 /// Whose the client is while it is asked.

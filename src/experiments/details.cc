@@ -3,8 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <string>
-#include <utility>
 
 #include "experiments/param_value.h"
 #include "flags/flag_decision.h"

@@ -78,7 +78,8 @@ template <class Work>
 bool SqliteDatabase::Opened::beginLog(Work work) {
   const WithoutWaiting hurried(connection);
   Transaction transaction(transactions);
-  if (!connection.hasEmptyLog()) return false;
+  isLogBegun = !connection.hasEmptyLog();  // a change before this one may have written nothing
+  if (isLogBegun) return false;
   work();
   transaction.commit();
   return true;
@@ -86,7 +87,7 @@ bool SqliteDatabase::Opened::beginLog(Work work) {
 
 template <class Work>
 void SqliteDatabase::Opened::change(Work work) {
-  if (!std::exchange(isLogBegun, true) && beginLog(work)) return;
+  if (!isLogBegun && beginLog(work)) return;
   if (!connection.waitsForDisk()) {
     connection.waitForDisk(true);
     connection.tidyOnClose(true);

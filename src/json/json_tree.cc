@@ -207,9 +207,8 @@ JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) 
   if (parser.allocate(roomFor(text))) base::throwOrStop(std::bad_alloc());
   ondemand::document document;
   Walk walk(nodes_, parser, source_->strings.get());
-  if (const auto error = parser.iterate(text).get(document)) {
-    if (error == simdjson::MEMALLOC) base::throwOrStop(std::bad_alloc());
-    error_ = error == simdjson::CAPACITY ? kTooLarge : kNotJson;
+  if (parser.iterate(text).get(document)) {
+    error_ = kNotJson;
   } else if (!walk.wrapped(document)) {
     error_ = walk.error();
   }

@@ -3,7 +3,9 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstring>
+
+#include "base/cold.h"
+#include "base/text.h"
 
 namespace corvo::corvo_internal::json {
 namespace {
@@ -40,10 +42,9 @@ bool anyEscaped(std::uint64_t bytes) {
 
 // The first byte from there on that must be escaped, or the end.
 std::size_t firstEscaped(std::string_view text, std::size_t from) {
-  std::uint64_t bytes = 0;
-  for (; text.size() - from >= sizeof bytes; from += sizeof bytes) {
-    std::memcpy(&bytes, text.data() + from, sizeof bytes);
-    if (anyEscaped(bytes)) break;
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  for (; text.size() - from >= kWord; from += kWord) {
+    if (anyEscaped(base::loadWord<std::uint64_t>(text.data() + from))) break;
   }
   while (from < text.size() && letterOf(text[from]) == 0) ++from;
   return from;
@@ -100,12 +101,13 @@ void JsonWriter::value(const JsonValue& value) {
     void operator()(std::uint64_t number) const { out.integer(number); }
     void operator()(double number) const { out.real(number); }
     void operator()(const std::string& text) const { out.string(text); }
-    void operator()(const JsonArray& list) const {
+    // Apart from the above, so that they need little stack: what they go through nests deeply.
+    CORVO_COLD void operator()(const JsonArray& list) const {
       out.beginArray();
       for (const JsonValue& element : list) out.value(element);
       out.endArray();
     }
-    void operator()(const JsonObject& object) const {
+    CORVO_COLD void operator()(const JsonObject& object) const {
       out.beginObject();
       for (const auto& [key, member] : object) {
         out.key(key);

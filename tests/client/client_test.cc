@@ -2,6 +2,18 @@
 
 #include "tests/client/client_fixture.h"
 
+/// A type of an application, that cannot be assigned.
+struct Switch {
+  const bool isOn;
+};
+
+template <>
+struct corvo::CorvoPropertyTraits<Switch> {
+  static std::optional<Switch> fromCorvoString(std::string_view text) {
+    return Switch{text == "true"};
+  }
+};
+
 namespace corvo {
 namespace {
 
@@ -19,6 +31,8 @@ TEST_F(ClientTest, FetchesForEachOfConcurrentQuestionsAndAnswersAtOnceFromFreshC
   EXPECT_EQ(configRequests(), 2U);
   ask();
   EXPECT_EQ(calls, 3);
+  client->checkFlag<Switch>("on", [&](std::optional<Switch> on) { calls += on->isOn ? 1 : 100; });
+  EXPECT_EQ(calls, 4);
   EXPECT_EQ(configRequests(), 2U);
 }
 

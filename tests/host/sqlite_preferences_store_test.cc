@@ -454,7 +454,7 @@ TEST_F(SqlitePreferencesStoreTest, OnlyALogThatHasHeldAnythingIsWaitedForAtTheSt
   flushed = &names;
   {
     const auto suite = this->suite();
-    EXPECT_TRUE(put(*suite, "a", "2") && put(*suite, "a", "3"));
+    EXPECT_TRUE(suite->apply({}) && put(*suite, "a", "2") && put(*suite, "a", "3"));
     EXPECT_EQ(names, Names());
   }
   EXPECT_EQ(names, (Names{"corvo.db-wal", "program", "corvo.db"})) << "the log before the file";

@@ -7,7 +7,6 @@
 #include <iomanip>
 #include <optional>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>

@@ -9,7 +9,6 @@
 #include <concepts>
 #include <memory>
 #include <optional>
-#include <type_traits>
 #include <utility>
 
 // The sinks from which the two forms of every question are made. `Received` is what the client
@@ -46,7 +45,7 @@ class CallbackSink : public AnswerSink<Received> {
   CallbackSink(OnValue<Value>& onSuccess, OnError& onError)
       : onSuccess_(onSuccess), onError_(onError) {}
 
-  void keepValue(Received value) final { value_ = valueOf<Value>(value); }
+  void keepValue(Received value) final { value_.emplace(valueOf<Value>(value)); }
   void deliver() final {
     if constexpr (std::same_as<Value, Done>) {
       onSuccess_();
