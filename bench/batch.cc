@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <utility>
 #include <vector>
@@ -107,6 +108,20 @@ void threeQuestions(Evaluation& about) {
   DoNotOptimize(about.getExperiment(kExperiment));
 }
 void report(Evaluation& about) { DoNotOptimize(about.getUserFeatureFlagsDetails()); }
+void allReports(Evaluation& about) {
+  report(about);
+  DoNotOptimize(about.getAllUserExperiments());
+  DoNotOptimize(about.getAllUserHoldouts());
+}
+void allByPosition(Evaluation& about) {
+  static const std::vector<std::size_t> positions = [] {
+    std::vector<std::size_t> all(1'001);
+    std::iota(all.begin(), all.end(), std::size_t{0});
+    return all;
+  }();
+  DoNotOptimize(about.flagTexts(positions));
+  DoNotOptimize(about.memberships(positions));
+}
 
 /// An evaluation of the project of 1,000 flags, about one user after the other.
 class Batch {
@@ -171,6 +186,10 @@ void addBatches() {
   addTime("another user, 9 properties: report of 1,000 flags", kNoGoal,
           batch(giveProperties, report));
   addTime("another user, a record: report of 1,000 flags", kNoGoal, batch(giveRecord, report));
+  addTime("another user, 9 properties: reports of 1,000 flags, 301 experiments and holdouts",
+          kNoGoal, batch(giveProperties, allReports));
+  addTime("another user, 9 properties: the same by position", kNoGoal,
+          batch(giveProperties, allByPosition));
   addTime("another user, setUser of a client: report of 1,000 flags", kNoGoal,
           [](benchmark::State& state) {
             const BenchClient client(projectJson(1'000));

@@ -11,8 +11,10 @@
 #include <corvo/property.h>
 #include <corvo/result.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -64,6 +66,26 @@ class CORVO_EXPORT Evaluation {
   /// The experiments that the user takes part in, each with the values that they get from it.
   Result<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails(
       ExactBool estimateHoldouts = true);
+
+  /// The text of a flag for the user. Valid as long as the project, which has it in one place: what
+  /// is made of a text may be kept by its address.
+  struct FlagText {
+    std::size_t flag = 0;  ///< The position in `Project::flags`.
+    std::string_view text;
+  };
+  /// The texts that `getUserFeatureFlagsDetails` types, of the flags at these positions and in
+  /// their order, where the flag has one. Positions that there are not are skipped. Valid until the
+  /// next call. For reports on many users: allocates nothing after the first one.
+  std::span<const FlagText> flagTexts(std::span<const std::size_t> flags);
+
+  /// The group that the user has in an experiment.
+  struct Membership {
+    std::size_t experiment = 0;  ///< `Project::Experiment::position`.
+    std::size_t group = 0;       ///< The position in `Project::Experiment::groups`.
+  };
+  /// The experiments that `getAllUserExperiments` lists, holdouts included, of those at these
+  /// positions and in their order. In the same way as the texts.
+  std::span<const Membership> memberships(std::span<const std::size_t> experiments);
 
   /// Why a flag has its value for the user, and why the user is in an experiment of that name, or
   /// is not: the answer of `checkFlag` and `getExperiment` with the steps that led to it. Costs far

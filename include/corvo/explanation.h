@@ -16,7 +16,7 @@ namespace corvo {
 /// they were decided. For debug menus, tests and support. A plain value; reading is safe from any
 /// thread.
 ///
-/// docs/explanations.md lists what each step tells. It holds texts of the configuration and of the
+/// docs/explain.md lists what each step tells. It holds texts of the configuration and of the
 /// user: show it to those who may see both.
 struct CORVO_EXPORT Explanation {
   enum class Question : std::uint8_t { flag, experiment };
@@ -82,7 +82,7 @@ struct CORVO_EXPORT Explanation {
   std::optional<CorvoError> error = {};  ///< The error of the question, if it ends in one.
   std::vector<Step> steps = {};
 
-  /// All of it as a JSON object; see docs/explanations.md.
+  /// All of it as a JSON object; see docs/explain.md.
   [[nodiscard]] std::string toJson() const;
 
   /// All of it for people, one step a line. The texts of steps are quoted as in JSON; in an error's

@@ -38,7 +38,7 @@ class CORVO_EXPORT Project {
   /// A question's way to its answers; see <corvo/evaluation.h>.
   [[nodiscard]] Evaluation evaluate(const EvaluationContext& context) const;
 
-  /// Something that the reader dropped, and why.
+  /// Something that the reader or the filter dropped, and why.
   struct Drop {
     std::string pointer;     ///< A JSON pointer (RFC 6901) to it.
     std::string reason;      ///< In a few words, for people.
@@ -47,8 +47,8 @@ class CORVO_EXPORT Project {
     bool operator==(const Drop&) const = default;
   };
   /// All that was dropped, in the document's order. A project that a client hands out tells none:
-  /// what it keeps is what was left. Walks through the document, which is kept only where something
-  /// was dropped.
+  /// what it keeps is what was left. Reads the document once more, which is kept only where
+  /// something was dropped.
   [[nodiscard]] std::vector<Drop> drops() const;
 
   /// A flag of the configuration, or one that only an experiment carries.
@@ -57,9 +57,14 @@ class CORVO_EXPORT Project {
     std::string type;  ///< As the document has it; no answer depends on it.
     bool isPrivate = false;
     std::optional<std::string> carriedBy = {};  ///< The experiment that decides it.
+    bool isOnlyCarried = false;  ///< The configuration has no flag of that name: none is reported.
   };
   /// Each name once, in the configuration's order, and then those that only experiments carry.
   [[nodiscard]] std::vector<Flag> flags() const;
+
+  /// The names of the properties that conditions test, and of those that experiments may split by,
+  /// each once. Answers depend on no other property of a user.
+  [[nodiscard]] std::vector<std::string> properties() const;
 
   struct Group {
     std::string name;
@@ -77,6 +82,7 @@ class CORVO_EXPORT Project {
     std::vector<std::string> params;    ///< The names of its parameters.
     std::vector<std::string> holdouts;  ///< The names that it gives, whether or not there are such.
     bool isPrivate = false;
+    std::size_t position = 0;  ///< In the configuration, among experiments and holdouts together.
   };
   /// The experiments that are not holdouts, and the holdouts, each in the configuration's order.
   [[nodiscard]] std::vector<Experiment> experiments() const;

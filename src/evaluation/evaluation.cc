@@ -2,6 +2,7 @@
 
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "base/text.h"
 #include "evaluation/evaluator.h"
@@ -58,6 +59,8 @@ struct Evaluation::State {
   PropertyMap properties;  // what conditions see of it
   double now = 0;
   CorvoUser user;  // in place of one that is ill-formed
+  std::vector<FlagText> texts;
+  std::vector<Membership> memberships;
   targeting::ContextSource source;
 };
 
@@ -137,6 +140,17 @@ Result<std::vector<CorvoExperimentDetail>> Evaluation::getUserExperimentsDetails
     ExactBool estimateHoldouts) {
   return state_->evaluator.details(experiments::scopeWith(estimateHoldouts.value),
                                    state_->context());
+}
+
+std::span<const Evaluation::FlagText> Evaluation::flagTexts(std::span<const std::size_t> flags) {
+  state_->evaluator.flagTexts(flags, state_->context(), state_->texts);
+  return state_->texts;
+}
+
+std::span<const Evaluation::Membership> Evaluation::memberships(
+    std::span<const std::size_t> experiments) {
+  state_->evaluator.memberships(experiments, state_->context(), state_->memberships);
+  return state_->memberships;
 }
 
 Explanation Evaluation::explainFlag(std::string_view flagName) {

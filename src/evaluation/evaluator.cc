@@ -70,6 +70,18 @@ FlagReport Evaluator::flags(const Context& context) {
   return report;
 }
 
+void Evaluator::flagTexts(std::span<const std::size_t> positions, const Context& context,
+                          std::vector<Evaluation::FlagText>& texts) {
+  texts.clear();
+  const std::vector<project::FlagEntry>& entries = project_->flags();
+  placement::Resolver::Report resolved(resolver_, context);
+  for (const std::size_t each : positions) {
+    if (each >= entries.size() || entries[each].record == nullptr) continue;
+    const flags::FlagDecision decision = flags::decideFlag(entries[each], resolved, context);
+    if (decision.value) texts.push_back({each, *decision.value});
+  }
+}
+
 Result<CorvoExperimentPointer> Evaluator::experiment(std::string_view name,
                                                      const Context& context) {
   const PreparedExperiment* first = project_->findExperiment(name);
@@ -105,6 +117,18 @@ Result<std::vector<CorvoExperimentDetail>> Evaluator::details(Scope scope, const
   auto details = experiments::experimentDetails(memberships(scope, context), context);
   if (!details) return tooManyRepeatedValues();
   return *std::move(details);
+}
+
+void Evaluator::memberships(std::span<const std::size_t> experiments, const Context& context,
+                            std::vector<Evaluation::Membership>& memberships) {
+  memberships.clear();
+  const std::vector<PreparedExperiment>& all = project_->experiments();
+  placement::Resolver::Report resolved(resolver_, context);
+  for (const std::size_t each : experiments) {
+    if (each >= all.size()) continue;
+    const Placement& placement = resolved.resolve(all[each]);
+    if (placement.group != nullptr) memberships.push_back({each, placement.index});
+  }
 }
 
 Explanation Evaluator::explainFlag(std::string_view name, const Context& context) {

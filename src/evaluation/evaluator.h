@@ -1,13 +1,16 @@
 #pragma once
 
+#include <corvo/evaluation.h>
 #include <corvo/experiment.h>
 #include <corvo/experiment_detail.h>
 #include <corvo/explanation.h>
 #include <corvo/flag_report.h>
 #include <corvo/result.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -41,6 +44,10 @@ class Evaluator {
   /// All flags of the configuration that have a value, each typed by its text.
   [[nodiscard]] FlagReport flags(const targeting::Context& context);
 
+  /// Fills a list with the texts of those at these positions, of flags that have one.
+  void flagTexts(std::span<const std::size_t> flags, const targeting::Context& context,
+                 std::vector<Evaluation::FlagText>& texts);
+
   /// The handle of the first experiment of that name that the user takes part in, or null. Only
   /// those of the name are resolved.
   [[nodiscard]] Result<CorvoExperimentPointer> experiment(std::string_view name,
@@ -56,6 +63,10 @@ class Evaluator {
                                                            const targeting::Context& context);
   [[nodiscard]] Result<std::vector<CorvoExperimentDetail>> details(
       experiments::Scope scope, const targeting::Context& context);
+
+  /// Fills a list with the user's groups in those at these positions.
+  void memberships(std::span<const std::size_t> experiments, const targeting::Context& context,
+                   std::vector<Evaluation::Membership>& memberships);
 
   /// Why a flag has its value, and why the user is in an experiment of that name, or is not: the
   /// answers of `flag` and `experiment`, with the steps to them. Nothing remembered is used.

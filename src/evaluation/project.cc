@@ -5,9 +5,11 @@
 #include <utility>
 #include <variant>
 
+#include "evaluation/drops.h"
 #include "evaluation/project_state.h"
 #include "experiments/details.h"
 #include "json/json_places.h"
+#include "model/codec.h"
 #include "model/config.h"
 #include "model/fields.h"
 #include "placement/bucketing.h"
@@ -31,6 +33,10 @@ CorvoError unreadable(const model::DecodingFailure& failure, std::string_view te
       CorvoNetworkError::DecodingError{failure.description(), offsetOf(failure, text)})});
 }
 
+std::size_t countOf(const model::ConfigResponse& config) {
+  return config.featureFlags.size() + config.experiments.size();
+}
+
 template <class Record>
 std::vector<std::string> namesOf(model::List<Record> records) {
   std::vector<std::string> names;
@@ -43,7 +49,7 @@ std::optional<std::string> textIfAny(std::optional<model::Text> text) {
   return text ? std::optional<std::string>(*text) : std::nullopt;
 }
 
-Project::Experiment described(const model::Experiment& record) {
+Project::Experiment described(const model::Experiment& record, std::size_t position) {
   Project::Experiment experiment{
       .name = std::string(record.name),
       .type = std::nullopt,
@@ -54,7 +60,8 @@ Project::Experiment described(const model::Experiment& record) {
       .flags = namesOf(record.featureFlags),
       .params = namesOf(record.params),
       .holdouts = {record.holdouts.begin(), record.holdouts.end()},
-      .isPrivate = record.isPrivate.value_or(false)};
+      .isPrivate = record.isPrivate.value_or(false),
+      .position = position};
   if (record.type) experiment.type = experiments::wordOf(*record.type);
   for (const model::Group& group : record.groups) {
     experiment.groups.push_back({std::string(group.name), textIfAny(group.label), group.weight});
@@ -66,7 +73,8 @@ std::vector<Project::Experiment> described(const project::PreparedProject& proje
                                            bool areHoldouts) {
   std::vector<Project::Experiment> list;
   for (const project::PreparedExperiment& each : project.experiments()) {
-    if (each.isHoldout() == areHoldouts) list.push_back(described(*each.record));
+    const auto position = static_cast<std::size_t>(&each - project.experiments().data());
+    if (each.isHoldout() == areHoldouts) list.push_back(described(*each.record, position));
   }
   return list;
 }
@@ -76,14 +84,16 @@ std::vector<Project::Experiment> described(const project::PreparedProject& proje
 Project::Project(std::shared_ptr<const State> state) : state_(std::move(state)) {}
 
 Result<Project> Project::decode(std::string_view text, Filter filter) {
-  State state;
-  auto decoded = model::decodeConfig(text, state.drops);
+  State state{.filter = filter};
+  std::vector<model::Drop> drops;
+  auto decoded = model::decodeConfig(text, drops);
   if (const auto* failure = std::get_if<model::DecodingFailure>(&decoded)) {
     return unreadable(*failure, text);
   }
   auto& config = std::get<model::ConfigResponse>(decoded);
+  const std::size_t decodedCount = countOf(config);
   if (filter == Filter::client) project::filterByPlatform(config);
-  if (!state.drops.empty()) state.text = text;
+  if (!drops.empty() || countOf(config) != decodedCount) state.text = text;
   state.prepared = std::make_shared<const project::PreparedProject>(
       std::make_shared<const model::ConfigResponse>(std::move(config)));
   return Project(std::make_shared<const State>(std::move(state)));
@@ -92,20 +102,21 @@ Result<Project> Project::decode(std::string_view text, Filter filter) {
 Evaluation Project::evaluate(const EvaluationContext& context) const { return {*this, context}; }
 
 std::vector<Project::Drop> Project::drops() const {
-  std::vector<Drop> drops;
-  if (state_->drops.empty()) return drops;
-  const json::JsonPlaces places = json::jsonPlaces(state_->text);
-  for (const auto& [pointer, reason, node] : state_->drops) {
-    drops.push_back({pointer, reason, places.nodes.at(node)});
-  }
-  return drops;
+  if (state_->text.empty()) return {};
+  return evaluation::dropsOf(state_->text, state_->filter);
+}
+
+std::vector<std::string> Project::properties() const {
+  const std::vector<std::string_view>& names = state_->prepared->propertyNames().list();
+  return {names.begin(), names.end()};
 }
 
 std::vector<Project::Flag> Project::flags() const {
   std::vector<Flag> flags;
   for (const project::FlagEntry& entry : state_->prepared->flags()) {
-    Flag& flag =
-        flags.emplace_back(Flag{std::string(entry.name), "", entry.isPrivate, std::nullopt});
+    Flag& flag = flags.emplace_back(
+        Flag{.name = std::string(entry.name), .type = "", .isPrivate = entry.isPrivate});
+    flag.isOnlyCarried = entry.record == nullptr;
     if (entry.carried != nullptr) {
       flag.carriedBy = entry.carried->carrier->record->name;
       flag.type = entry.carried->record->type;

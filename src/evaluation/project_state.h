@@ -5,9 +5,7 @@
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
-#include "model/codec.h"
 #include "project/prepared_project.h"
 
 namespace corvo {
@@ -15,8 +13,8 @@ namespace corvo {
 /// What the copies of a project share.
 struct Project::State {
   std::shared_ptr<const corvo_internal::project::PreparedProject> prepared = {};
-  std::vector<corvo_internal::model::Drop> drops = {};
   std::string text = {};  ///< The document, where something was dropped.
+  Filter filter = Filter::none;
 };
 
 namespace corvo_internal {

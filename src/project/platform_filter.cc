@@ -12,6 +12,8 @@ bool isOurs(model::Text platform) {
   return platform == "all" || platform == "ios" || base::equalsLowerCased(platform, "app");
 }
 
+}  // namespace
+
 bool isOurs(const model::FeatureFlag& flag) { return !flag.platform || isOurs(*flag.platform); }
 
 bool isOurs(const model::Experiment& experiment) {
@@ -19,8 +21,6 @@ bool isOurs(const model::Experiment& experiment) {
   return platforms.empty() ||
          std::ranges::any_of(platforms, [](model::Text name) { return isOurs(name); });
 }
-
-}  // namespace
 
 void filterByPlatform(model::ConfigResponse& config) {
   std::erase_if(config.featureFlags, [](const auto& flag) { return !isOurs(flag); });

@@ -38,6 +38,8 @@ class PropertyNames {
     return index_.find(name, NameAt{list_});
   }
 
+  /// All names, by number.
+  [[nodiscard]] const std::vector<std::string_view>& list() const noexcept { return list_; }
   [[nodiscard]] std::size_t count() const noexcept { return list_.size(); }
 
  private:

@@ -3,7 +3,9 @@
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
+#include <vector>
 
 #include "tests/base/case_table.h"
 
@@ -123,6 +125,50 @@ TEST(Evaluation, AnswersAsAClientDoes) {
   }
 }
 
+// By names, from lists of positions.
+std::string byPosition(const Project& project, Evaluation& about) {
+  const std::vector<Project::Flag> flags = project.flags();
+  auto experiments = project.experiments();
+  for (const auto& each : project.holdouts()) experiments.push_back(each);
+  const auto isBefore = [](const auto& a, const auto& b) { return a.position < b.position; };
+  std::ranges::sort(experiments, isBefore);
+  std::vector<std::size_t> positions{flags.size() + experiments.size()};
+  for (std::size_t i = 0; i < positions[0]; ++i) positions.push_back(i);
+  std::string all;
+  for (const auto& [flag, text] : about.flagTexts(positions)) {
+    all.append(flags[flag].name).append("=").append(text) += '\n';
+  }
+  for (const auto& [experiment, group] : about.memberships(positions)) {
+    const Project::Experiment& each = experiments[experiment];
+    all += each.name + "." + std::to_string(group) + each.groups[group].name + '\n';
+  }
+  return all;
+}
+
+TEST(Evaluation, AnswersByPositionAsByName) {
+  for (const std::string file : {CORVO_SHOP "config.json", CORVO_CLIENT_CASES "experiments.json"}) {
+    const Project project = read(file);
+    Evaluation about = project.evaluate({});
+    for (int i = 0; i < 60; ++i) {
+      const CorvoUser user = userOf(i);
+      about.reset({.user = &user, .location = location(), .now = 1'714'564'800 + 3'600.0 * i});
+      std::string expected;
+      const FlagReport report = about.getUserFeatureFlagsDetails().value();
+      for (const Project::Flag& flag : project.flags()) {
+        EXPECT_FALSE(flag.isOnlyCarried && report.contains(flag.name));
+        if (!report.contains(flag.name)) continue;
+        const auto text = about.checkFlag<std::string>(flag.name).value();
+        expected += flag.name + "=" + *text + '\n';
+      }
+      for (const auto& each : about.getAllUserExperiments().value()) {
+        expected += each->name() + "." + std::to_string(*each->groupIndex());
+        expected += *each->userGroupName() + '\n';
+      }
+      ASSERT_EQ(byPosition(project, about), expected) << file << " " << i;
+    }
+  }
+}
+
 TEST(Evaluation, TakesPropertiesThatDoNotExpire) {
   const Project project = read(CORVO_CLIENT_CASES "experiments.json");
   const CorvoUser user = userOf(4);
@@ -182,7 +228,8 @@ TEST(Project, TellsWhereADocumentCannotBeRead) {
 }
 
 TEST(Project, TellsWhatItDroppedHoldsAndWhatWouldStop) {
-  const std::string text = R"({"feature_flags": [{"name": "a", "type": "t"}, 7],
+  const std::string text = R"({"feature_flags": [{"name": "a", "type": "t"}, 7,
+      {"name": "w", "type": "t", "platform": "iOS"}],
     "experiments": [{"name": "e", "salt": "s", "allocation": 1, "platforms": ["web"]},
       {"name": "h", "salt": "", "allocation": "0.5", "type": 5, "layer_id": "l",
        "layer_bounds": [{"lower_bound": 2, "upper_bound": 1}, {}],
@@ -192,11 +239,11 @@ TEST(Project, TellsWhatItDroppedHoldsAndWhatWouldStop) {
   ASSERT_EQ(project.drops().size(), 2U);
   for (const Project::Drop& drop : project.drops()) {
     const bool isFlag = drop.pointer == "/feature_flags/1";
-    EXPECT_EQ(drop.offset, text.find(isFlag ? "7]" : "{}")) << drop.pointer;
+    EXPECT_EQ(drop.offset, text.find(isFlag ? "7," : "{}")) << drop.pointer;
     EXPECT_FALSE(drop.reason.empty());
   }
-  EXPECT_EQ(project.flags().size(), 2U);
-  EXPECT_EQ(project.flags()[1].carriedBy, "h");
+  EXPECT_EQ(project.flags().size(), 3U);
+  EXPECT_EQ(project.flags()[2].carriedBy, "h");
   EXPECT_EQ(project.experiments().size(), 1U);
   ASSERT_EQ(project.holdouts().size(), 1U);
   const Project::Experiment holdout = project.holdouts()[0];
@@ -204,7 +251,16 @@ TEST(Project, TellsWhatItDroppedHoldsAndWhatWouldStop) {
   EXPECT_EQ(holdout.splitBy, "deviceId");
   EXPECT_EQ(holdout.groups.at(0).weight, 0.25);
   EXPECT_EQ(project.stops().at(0).experiment, "h");
-  EXPECT_TRUE(Project::decode(text, Project::Filter::client).value().experiments().empty());
+
+  const Project filtered = Project::decode(text, Project::Filter::client).value();
+  EXPECT_TRUE(filtered.experiments().empty());
+  std::vector<Project::Drop> drops = filtered.drops();
+  ASSERT_EQ(drops.size(), 4U);
+  EXPECT_EQ(drops[1], (Project::Drop{"/feature_flags/2", "its platform is \"iOS\"",
+                                     text.find(R"({"name": "w")")}));
+  EXPECT_EQ(drops[2], (Project::Drop{"/experiments/0", "its platforms are [\"web\"]",
+                                     text.find(R"({"name": "e")")}));
+  EXPECT_EQ(filtered.properties(), (std::vector<std::string>{"userId", "deviceId", "profileId"}));
 }
 
 }  // namespace
