@@ -1,4 +1,9 @@
-// Configurations, written and read again: records of all kinds, and their texts when damaged.
+// Configurations, written and read again: records of all kinds, and their texts when damaged. What
+// is found in each.
+
+#include <corvo/lint.h>
+
+#include <algorithm>
 
 #include "fuzz/documents.h"
 
@@ -20,6 +25,32 @@ std::vector<Drop> dropsOf(const std::string& text, const ConfigResponse& expecte
   return drops;
 }
 
+// Findings are in order, at places, and the same again; what is dropped is among them.
+void checkFindings(const std::string& text, const std::vector<Drop>* drops) {
+  using corvo::Finding;
+  const std::vector<Finding> findings = corvo::lint(text);
+  require(corvo::lint(text) == findings, "found again");
+  require(std::ranges::is_sorted(findings, {}, &Finding::offset), "in order");
+  const auto has = [&](std::string_view code, const std::string& pointer) {
+    return std::ranges::any_of(findings, [&](const Finding& finding) {
+      return finding.code == code && finding.pointer == pointer;
+    });
+  };
+  for (const Finding& finding : findings) {
+    require(finding.offset <= text.size() && !finding.message.empty(), "a place and a message");
+  }
+  if (drops == nullptr) {
+    require(
+        std::ranges::any_of(findings, [](const Finding& f) { return f.code.starts_with("not-"); }),
+        "why a text cannot be read");
+    return;
+  }
+  for (const Drop& drop : *drops) {
+    require(has("dropped-element", drop.pointer) || has("holdouts-not-a-list", drop.pointer),
+            "what is dropped is found");
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -31,8 +62,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const std::string damaged = documents.damaged(*text);
   const auto kept = roundTrip<ConfigResponse>(damaged);
-  if (!kept) return 0;
-  dropsOf(damaged, *kept);
+  if (!kept) return checkFindings(damaged, nullptr), 0;
+  const auto drops = dropsOf(damaged, *kept);
+  checkFindings(damaged, &drops);
   if (const auto again = encodeJson(*kept)) {
     require(dropsOf(*again, *kept).empty(), "what was kept is kept");
   }

@@ -1,5 +1,6 @@
 // Any text: decoded, encoded, decoded again and compared, as each type that is stored or received.
 
+#include <corvo/lint.h>
 #include <corvo/property.h>
 
 #include <bit>
@@ -58,5 +59,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   number(std::bit_cast<double>(fuzz::Input({data, size}).number()));
   static_cast<void>(model::decodeJson<json::StoredDate>(text));
   static_cast<void>(typedProperty(text));
+  static_cast<void>(lint(text));
   return 0;
 }

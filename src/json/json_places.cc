@@ -163,13 +163,23 @@ class Scan {
 
 JsonPlaces jsonPlaces(std::string_view text) { return Scan(text).document(); }
 
+std::pair<std::size_t, std::size_t> LineCounter::at(std::size_t place) {
+  if (place < counted_) *this = LineCounter(text_);
+  if (counted_ == 0 && text_.starts_with(kByteOrderMark)) counted_ = kByteOrderMark.size();
+  for (; counted_ < place; ++counted_) {
+    const char c = text_[counted_];
+    if (c == '\n') {
+      ++line_;
+      column_ = 1;
+    } else if ((c & 0xC0) != 0x80) {  // a character's first byte
+      ++column_;
+    }
+  }
+  return {line_, column_};
+}
+
 std::string lineAndColumn(std::string_view text, std::size_t place) {
-  std::string_view before = text.substr(0, place);
-  if (before.starts_with(kByteOrderMark)) before.remove_prefix(kByteOrderMark.size());
-  const auto line = 1 + std::count(before.begin(), before.end(), '\n');
-  before.remove_prefix(before.rfind('\n') + 1);
-  const auto column =
-      1 + std::count_if(before.begin(), before.end(), [](char c) { return (c & 0xC0) != 0x80; });
+  const auto [line, column] = LineCounter(text).at(place);
   return std::to_string(line) + ":" + std::to_string(column);
 }
 

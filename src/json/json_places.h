@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace corvo::corvo_internal::json {
@@ -30,7 +31,23 @@ struct JsonPlaces {
 /// refuses the same texts. UTF-8, a leading byte order mark skipped, at most 512 levels.
 [[nodiscard]] JsonPlaces jsonPlaces(std::string_view text);
 
-/// "line:column" of a byte of a text, as editors count: from 1, columns in characters.
+/// Where bytes of a text are, as editors count. In one pass over the text, as long as the places
+/// that are asked for go on towards its end.
+class LineCounter {
+ public:
+  explicit LineCounter(std::string_view text) : text_(text) {}
+
+  /// Line and column, from 1, columns in characters.
+  [[nodiscard]] std::pair<std::size_t, std::size_t> at(std::size_t place);
+
+ private:
+  std::string_view text_;
+  std::size_t counted_ = 0;
+  std::size_t line_ = 1;
+  std::size_t column_ = 1;
+};
+
+/// "line:column" of one byte of a text.
 [[nodiscard]] std::string lineAndColumn(std::string_view text, std::size_t place);
 
 }  // namespace corvo::corvo_internal::json

@@ -18,15 +18,8 @@ static_assert(std::numeric_limits<double>::is_iec559 && FLT_EVAL_METHOD == 0,
 namespace corvo::corvo_internal::placement {
 namespace {
 
-constexpr double kBucketMultiplier = 85407170560000.0;
-constexpr double kBucketScale = 0x1p-64;
 static_assert(std::bit_cast<std::uint64_t>(kBucketMultiplier) == 0x42D36B5A04000000);
 static_assert(std::bit_cast<std::uint64_t>(kBucketScale) == 0x3BF0000000000000);
-
-constexpr double kPercent = 100.0;
-constexpr double kLayerDivisor = 10.0;
-constexpr std::string_view kDefaultLayerSalt = "sad";
-constexpr std::string_view kFallbackGroup = "a";
 
 // What a hash is multiplied by to make room for one digit, for those of a byte, two bytes and four.
 constexpr std::uint32_t kHashFactor = 31;
@@ -137,9 +130,7 @@ template <class AnyObserver>
 bool insideBounds(std::string_view splitId, const model::Experiment& experiment,
                   AnyObserver observer) {
   if (experiment.layerBounds.empty()) return !experiment.layerId;
-  const std::string_view salt = experiment.layerId ? std::string_view(*experiment.layerId)  //
-                                                   : kDefaultLayerSalt;
-  const double bucket = bucketSeen<AnyObserver>(splitId, salt, observer);
+  const double bucket = bucketSeen<AnyObserver>(splitId, layerSalt(experiment), observer);
   const double point = std::floor(std::fabs(bucket / kLayerDivisor));
   return std::ranges::any_of(experiment.layerBounds, [&](const model::LayerBounds& bounds) {
     const bool isInside = admits(bounds, point);

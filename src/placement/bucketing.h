@@ -19,6 +19,17 @@ namespace corvo::corvo_internal::placement {
 /// number (two's complement).
 [[nodiscard]] std::int32_t stringHash32(const base::Md5Digest& digest) noexcept;
 
+// The scales of buckets. The constants are fixed: others would move users between groups.
+inline constexpr double kBucketMultiplier = 85407170560000.0;
+inline constexpr double kBucketScale = 0x1p-64;
+inline constexpr double kLargestBucket = 0x1p31 * kBucketMultiplier * kBucketScale;
+inline constexpr double kPercent = 100.0;
+inline constexpr double kLayerDivisor = 10.0;
+/// Stands in for the name of a layer.
+inline constexpr std::string_view kDefaultLayerSalt = "sad";
+/// The group that takes what the weights leave.
+inline constexpr std::string_view kFallbackGroup = "a";
+
 /// The hash of a split identifier and a salt joined, scaled to -9942.8 to 9942.8. Of use is its
 /// absolute value.
 [[nodiscard]] double bucketValue(std::string_view splitId, std::string_view salt) noexcept;
@@ -27,6 +38,11 @@ namespace corvo::corvo_internal::placement {
 using Buckets = std::array<double, base::kMd5Lanes>;
 [[nodiscard]] Buckets bucketValues(
     const std::array<base::Md5Message, base::kMd5Lanes>& messages) noexcept;
+
+/// What is appended to an identifier to find its place in the layer of an experiment with bounds.
+[[nodiscard]] inline std::string_view layerSalt(const model::Experiment& experiment) noexcept {
+  return experiment.layerId ? experiment.layerId->view() : kDefaultLayerSalt;
+}
 
 /// Whether the lower bound exceeds the upper one, and what is said when that stops the process.
 [[nodiscard]] inline bool isInverted(const model::LayerBounds& bounds) noexcept {

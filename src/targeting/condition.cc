@@ -217,11 +217,14 @@ constexpr std::array<Row, 4> kVersionSigns{{
     {Of::lessEqual, sign<oneVersion, onVersion<LessEqual>>()},
 }};
 
+const Row* orderingOfVersions(const model::Condition& condition) {
+  if (condition.name != "appVersion") return nullptr;
+  const auto found = std::ranges::find(kVersionSigns, condition.conditionSign, &Row::of);
+  return found != kVersionSigns.end() ? &*found : nullptr;
+}
+
 const Sign& signOf(const model::Condition& condition) {
-  if (condition.name == "appVersion") {
-    const auto ordering = std::ranges::find(kVersionSigns, condition.conditionSign, &Row::of);
-    if (ordering != kVersionSigns.end()) return ordering->sign;
-  }
+  if (const Row* ordering = orderingOfVersions(condition)) return ordering->sign;
   return kSigns[static_cast<std::size_t>(condition.conditionSign)].sign;
 }
 
@@ -231,6 +234,10 @@ bool always(const Operand&, const Subject&) {
 }
 
 }  // namespace
+
+bool ordersVersions(const model::Condition& condition) {
+  return orderingOfVersions(condition) != nullptr;
+}
 
 PreparedCondition::PreparedCondition(const model::Condition& condition, Vocabulary& vocabulary)
     : match_(always<false>), property_(vocabulary.names.numberOf(condition.name)) {
@@ -247,11 +254,17 @@ PreparedCondition::PreparedCondition(const model::Condition& condition, Vocabula
   }
 }
 
+std::optional<bool> PreparedCondition::constant() const noexcept {
+  if (match_ == always<true>) return true;
+  if (match_ == always<false>) return false;
+  return std::nullopt;
+}
+
 PreparedCondition::Comparison PreparedCondition::comparisonWith(const Subject& subject) const {
   const auto ifRead = [](bool isRead) {
     return isRead ? Comparison::property : Comparison::nothing;
   };
-  if (match_ == always<true> || match_ == always<false>) return Comparison::nothing;
+  if (constant()) return Comparison::nothing;
   if (std::holds_alternative<double>(operand_)) return ifRead(subject.number().has_value());
   if (const auto* version = std::get_if<PreparedVersion>(&operand_)) {
     return ifRead(subject.orderTo(*version).has_value());

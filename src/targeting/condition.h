@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <variant>
 
@@ -31,6 +32,9 @@ using Operand = std::variant<std::string_view, model::List<model::Text>, Alterna
 /// How a sign compares. Only called with the kind of operand that it asks for.
 using Match = bool (*)(const Operand& operand, const Subject& subject);
 
+/// Whether a condition orders versions: on any other property its sign orders numbers.
+[[nodiscard]] bool ordersVersions(const model::Condition& condition);
+
 /// One test of one property, prepared once so that it can be made often: the sign is looked up and
 /// the values are parsed. Testing allocates nothing, but where texts differ at a character that is
 /// not ASCII, are searched for long parts or are read as long numbers, for the first date, and for
@@ -47,6 +51,9 @@ class PreparedCondition {
   [[nodiscard]] std::uint32_t property() const noexcept { return property_; }
 
   [[nodiscard]] bool matches(const Subject& subject) const { return match_(operand_, subject); }
+
+  /// The answer, where it does not depend on the property: the sign cannot use the values.
+  [[nodiscard]] std::optional<bool> constant() const noexcept;
 
   /// What a property is compared by: nothing, where the sign cannot read its values or the
   /// property. Then the values do not count. The digest takes the property's place in comparisons

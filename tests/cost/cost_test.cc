@@ -190,9 +190,12 @@ TEST(BatchCostTest, AnotherUserAllocatesNothing) {
       for (const char* flag : {"flag0", "flag9", "carried", "none"}) {
         answered += about.checkFlag<std::int64_t>(flag).hasValue() ? 1 : 0;
       }
+      constexpr std::size_t kPositions[] = {0, 1, 9};
+      answered += static_cast<int>(about.flagTexts(kPositions).size());
+      answered += static_cast<int>(about.memberships(kPositions).size());
     }
     EXPECT_EQ(tests::allocationCount(), allocated) << isRecord;
-    EXPECT_EQ(answered, 3 * kUsers / 2) << isRecord;
+    EXPECT_EQ(answered, 3 * kUsers / 2 + 3 * kUsers / 2 + kUsers) << isRecord;
   }
 }
 

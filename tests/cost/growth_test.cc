@@ -1,5 +1,6 @@
 #include <corvo/client_registry.h>
 #include <corvo/fakes.h>
+#include <corvo/lint.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -196,6 +197,75 @@ TEST(Growth, OfTheWorkIsNotThatOfAProduct) {
       grows = grows || 2 * twice > 3 * once.at(question);
     }
     EXPECT_TRUE(grows) << what << " says nothing";
+  }
+}
+
+/// Documents with as many findings as a size, of one kind each, or with much to compare.
+std::map<std::string, std::function<std::string(std::size_t)>> lintedDocuments() {
+  const auto rules = [](const std::string& rule) {
+    return [=](std::size_t size) {
+      return R"({"feature_flags": [{"name": "f", "type": "t", "rules": [)" + times(size, rule) +
+             "]}]}";
+    };
+  };
+  const auto rule = [](const std::string& conditions) {
+    return R"({"is_default": false, "value": "1", "conditional_statement": "AND", "conditions": [)" +
+           conditions + "]}";
+  };
+  const auto inLayer = [](const std::string& lower, const std::string& upper) {
+    return experiment("e@", R"(, "layer_bounds": [{"lower_bound": )" + lower +
+                                R"(, "upper_bound": )" + upper + "}]");
+  };
+  return {
+      {"keys", [](std::size_t size) { return "{" + times(size, R"("k@": 1, "k@": 2)") + "}"; }},
+      {"a long key",
+       [](std::size_t size) {
+         return R"({")" + std::string(64 * size, 'k') + R"(": [)" +
+                times(size, R"({"a": 1, "a": 2})") + "]}";
+       }},
+      {"a long name",
+       [](std::size_t size) {
+         return ofExperiments(experiment(std::string(64 * size, 'n'), "") + "," +
+                              times(size, experiment("e@", "")))
+             .config;
+       }},
+      {"salts",
+       [](std::size_t size) { return ofExperiments(times(size, experiment("e@", ""))).config; }},
+      {"overlaps",
+       [=](std::size_t size) { return ofExperiments(times(size, inLayer("0", "@"))).config; }},
+      {"rules", rules(rule(condition("less", R"("@")", "geo.p")))},
+      {"versions",
+       [=](std::size_t size) {
+         const auto above = [&](const std::string& version) {
+           return rule(condition("greater", version, "appVersion"));
+         };
+         const std::string zeros = "{" + std::to_string(32 * size) + "*0.}";
+         return tests::unfolded(
+             rules(above('"' + zeros + "9\"") + "," + times(size, above(R"("0.@")")))(1));
+       }},
+      {"conditions",
+       [=](std::size_t size) {
+         return rules(rule(times(size, condition("any of", R"("@", "a", "b")", "geo.p"))))(2);
+       }},
+      {"groups",
+       [=](std::size_t size) {
+         const std::string more =
+             R"(, "groups": [)" + times(size, R"({"name": "g@", "weight": 0.5})") +
+             R"(], "params": [)" + times(size, R"({"name": "p@", "type": "t"})") + "]";
+         return ofExperiments(experiment("e", more)).config;
+       }},
+  };
+}
+
+std::size_t costOfLint(const std::string& document) {
+  const std::size_t before = corvoBranchCount;
+  EXPECT_FALSE(lint(document).empty());
+  return corvoBranchCount - before;
+}
+
+TEST(Growth, OfLintIsThatOfTheDocument) {
+  for (const auto& [what, document] : lintedDocuments()) {
+    EXPECT_LE(costOfLint(document(1'600)), 3 * costOfLint(document(800))) << what;
   }
 }
 

@@ -1,4 +1,5 @@
 #include <corvo/evaluation.h>
+#include <corvo/lint.h>
 
 #include <array>
 #include <csignal>
@@ -45,6 +46,8 @@ bool answers(corvo::Evaluation& about) {
 
 // What is right ends in silence but for the last question, whose answer stops the process.
 int main() {
+  // An experiment carries a flag that is none of the project.
+  if (corvo::lint(kDocument).size() != 1) return std::puts("lint"), 1;
   if (!isUnreadable("{") || !isUnreadable("[]")) return std::puts("unreadable"), 1;
   auto about = corvo::Project::decode(kDocument).value().evaluate({.properties = kUser});
   if (!answers(about)) return std::puts("wrong answers"), 1;

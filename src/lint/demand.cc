@@ -1,0 +1,191 @@
+#include "lint/demand.h"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <set>
+#include <string_view>
+#include <utility>
+
+#include "base/number.h"
+#include "base/text.h"
+#include "model/fields.h"
+#include "targeting/condition.h"
+#include "targeting/local_time.h"
+
+namespace corvo::corvo_internal::lint {
+namespace {
+
+using Sign = model::ConditionSign;
+
+// A piece of a text that ends where its size says, so that no two lists give one text.
+std::string sized(std::string_view piece) {
+  return std::to_string(piece.size()) + ':' + std::string(piece);
+}
+
+std::string demandText(std::uint32_t property, Sign sign, const std::vector<std::string>& values) {
+  std::string text = std::to_string(property) + ' ' + std::string(model::textOf(sign)) + ' ';
+  for (const std::string& value : values) text += sized(value);
+  return text;
+}
+
+// Whether the sign compares whole texts, which it does by canonical equivalence.
+bool comparesWholes(Sign sign) { return sign <= Sign::noneOf; }
+
+std::vector<std::string> valuesOf(const model::Condition& condition) {
+  std::vector<std::string> values;
+  for (const std::string_view value : condition.values) {
+    auto decomposition =
+        comparesWholes(condition.conditionSign) ? base::decomposed(value) : std::nullopt;
+    values.push_back(decomposition ? *std::move(decomposition) : std::string(value));
+  }
+  std::ranges::sort(values);
+  values.erase(std::unique(values.begin(), values.end()), values.end());
+  return values;
+}
+
+// Where there is a single value, these are two signs for one demand.
+Sign signOf(const model::Condition& condition) {
+  if (condition.conditionSign == Sign::equal) return Sign::anyOf;
+  return condition.conditionSign == Sign::notEqual ? Sign::noneOf : condition.conditionSign;
+}
+
+struct OrderingSign {
+  Sign sign;
+  bool isLower;
+  bool isOpen;
+};
+constexpr OrderingSign kOrderingSigns[] = {
+    {Sign::greater, true, true},       {Sign::less, false, true},
+    {Sign::greaterEqual, true, false}, {Sign::lessEqual, false, false},
+    {Sign::afterTime, true, true},     {Sign::beforeTime, false, true},
+};
+
+template <class T>
+std::optional<Point> pointIfAny(const std::optional<T>& value) {
+  return value ? std::optional<Point>(*value) : std::nullopt;
+}
+
+std::optional<Point> pointOf(const model::Condition& condition) {
+  const std::string_view value = condition.values[0];
+  if (condition.conditionSign < Sign::greater) {
+    return pointIfAny(targeting::parseConditionDate(value));
+  }
+  return targeting::ordersVersions(condition) ? pointIfAny(targeting::parseVersion(value))
+                                              : pointIfAny(base::parseDecimal(value));
+}
+
+std::optional<End> endOf(const model::Condition& condition, std::uint32_t property) {
+  const auto* const found =
+      std::ranges::find(kOrderingSigns, condition.conditionSign, &OrderingSign::sign);
+  if (found == std::end(kOrderingSigns)) return std::nullopt;
+  const auto point = pointOf(condition);
+  if (!point) return std::nullopt;
+  return End{{property, point->index()}, found->isLower, found->isOpen, *point};
+}
+
+template <class T>
+int orderOf(const T& a, const T& b) {
+  return (a > b) - (a < b);
+}
+
+}  // namespace
+
+Demand::Demand(const model::Condition& condition, targeting::Vocabulary& vocabulary) {
+  const targeting::PreparedCondition prepared(condition, vocabulary);
+  property = prepared.property();
+  constant = prepared.constant();
+  if (constant) return;
+  const auto values = valuesOf(condition);
+  const Sign sign = signOf(condition);
+  text = demandText(property, sign, values);
+  if (comparesWholes(sign)) {
+    auto& each = sign == Sign::anyOf ? oneOf : noneOf;
+    for (const std::string& value : values) {
+      each.push_back(demandText(property, Sign::anyOf, {value}));
+    }
+    std::ranges::sort(each);
+  }
+  end = endOf(condition, property);
+}
+
+KeptEnd::KeptEnd(End end) : end_(std::move(end)) {
+  if (const auto* version = std::get_if<targeting::Version>(&end_.point)) {
+    version_.emplace(*version);
+  }
+}
+
+int KeptEnd::insideBy(const End& other) const {
+  int order = 0;
+  if (version_) {
+    order = version_->orderTo(std::get<targeting::Version>(other.point));
+  } else if (const auto* number = std::get_if<double>(&end_.point)) {
+    order = orderOf(*number, std::get<double>(other.point));
+  } else {
+    order = orderOf(std::get<base::LocalSeconds>(end_.point),
+                    std::get<base::LocalSeconds>(other.point));
+  }
+  return other.isLower ? order : -order;
+}
+
+bool KeptEnd::covers(const End& other) const {
+  const int inside = insideBy(other);
+  return inside < 0 || (inside == 0 && (other.isOpen || !end_.isOpen));
+}
+
+bool KeptEnd::excludes(const End& other) const {
+  const int inside = insideBy(other);
+  return inside < 0 || (inside == 0 && (other.isOpen || end_.isOpen));
+}
+
+namespace {
+
+// What demands on one property leave.
+struct Limits {
+  std::optional<std::vector<std::string>> allowed;
+  std::set<std::string_view> excluded;
+
+  // Never longer than the shortest list so far, so that all lists together take linear time.
+  void allow(const std::vector<std::string>& texts) {
+    if (!allowed) {
+      allowed = texts;
+      return;
+    }
+    std::vector<std::string> both;
+    std::ranges::set_intersection(*allowed, texts, std::back_inserter(both));
+    allowed = std::move(both);
+  }
+
+  [[nodiscard]] bool leaveNothing() const {
+    return allowed && std::ranges::all_of(*allowed, [this](const std::string& text) {
+             return excluded.contains(text);
+           });
+  }
+};
+
+// The closest ends so far, by their lines and sides.
+using Closest = std::map<std::pair<End::Line, bool>, KeptEnd>;
+
+bool isExcluded(const End& end, Closest& closest) {
+  const auto opposite = closest.find({end.line, !end.isLower});
+  if (opposite != closest.end() && opposite->second.excludes(end)) return true;
+  const auto [same, isNew] = closest.try_emplace({end.line, end.isLower}, end);
+  if (!isNew && same->second.covers(end)) same->second = KeptEnd(end);
+  return false;
+}
+
+}  // namespace
+
+bool isContradictory(const std::vector<Demand>& demands) {
+  std::map<std::uint32_t, Limits> limits;
+  Closest closest;
+  for (const Demand& demand : demands) {
+    Limits& own = limits[demand.property];
+    if (!demand.oneOf.empty()) own.allow(demand.oneOf);
+    own.excluded.insert(demand.noneOf.begin(), demand.noneOf.end());
+    if (demand.end && isExcluded(*demand.end, closest)) return true;
+  }
+  return std::ranges::any_of(limits, [](const auto& each) { return each.second.leaveNothing(); });
+}
+
+}  // namespace corvo::corvo_internal::lint

@@ -1,0 +1,103 @@
+#pragma once
+
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+#include "json/json_tree.h"
+#include "model/config.h"
+#include "model/decoder.h"
+#include "model/fields.h"
+
+namespace corvo::corvo_internal::lint {
+
+using json::JsonElements;
+using json::JsonKind;
+using json::JsonMembers;
+using json::JsonNode;
+
+/// A record, or a text, with the node from which it was read.
+template <class R>
+struct Placed {
+  const R* record;
+  const JsonNode* node;
+
+  const R& operator*() const noexcept { return *record; }
+  const R* operator->() const noexcept { return record; }
+};
+
+/// The member of an object that counts: the last of that key; null when there is none.
+[[nodiscard]] const JsonNode* lastMember(const JsonNode& object, std::string_view key) noexcept;
+
+/// A document decoded with the tolerance of a client, and for each record the node of its tree.
+class Document {
+ public:
+  explicit Document(std::string_view text);
+
+  /// Null when the text is not JSON.
+  [[nodiscard]] const JsonNode* root() const noexcept { return root_; }
+  /// Why there is no root.
+  [[nodiscard]] std::string_view error() const noexcept { return tree_.error(); }
+
+  /// Whether the text is a configuration, and why not.
+  [[nodiscard]] bool isConfiguration() const noexcept { return isConfiguration_; }
+  [[nodiscard]] const model::ReadFailure& failure() const noexcept { return decoder_.failure(); }
+
+  /// What was dropped, in document order.
+  [[nodiscard]] const std::vector<model::DroppedNode>& dropped() const noexcept { return dropped_; }
+
+  [[nodiscard]] Placed<model::ConfigResponse> config() const { return {&config_, root_}; }
+  /// All flags and experiments that were read, and those of them that a client keeps.
+  [[nodiscard]] const auto& flags() const noexcept { return flags_; }
+  [[nodiscard]] const auto& experiments() const noexcept { return experiments_; }
+  [[nodiscard]] const auto& keptFlags() const noexcept { return keptFlags_; }
+  [[nodiscard]] const auto& keptExperiments() const noexcept { return keptExperiments_; }
+
+  /// The node of a field: the record's own, where it lacks the field.
+  template <class R, class M>
+  [[nodiscard]] const JsonNode& place(Placed<R> owner, M R::*member) const {
+    const JsonNode* found = nullptr;
+    const auto look = [&](const auto& field) {
+      if constexpr (std::is_same_v<decltype(field.member), M R::*>) {
+        if (field.member != member || found != nullptr) return;
+        const JsonNode* node = lastMember(*owner.node, field.key);
+        if (node != nullptr && node->kind != JsonKind::null) found = node;
+      }
+    };
+    std::apply([&](const auto&... field) { (look(field), ...); }, model::Fields<R>::list);
+    return found != nullptr ? *found : *owner.node;
+  }
+
+  /// The elements of a list: those of the array that were not dropped, or a single value that
+  /// stands for a list of one.
+  template <class R, class L>
+  [[nodiscard]] std::vector<Placed<typename L::value_type>> list(Placed<R> owner,
+                                                                 L R::*member) const {
+    std::vector<Placed<typename L::value_type>> all;
+    const L& records = (*owner).*member;
+    if (records.empty()) return all;
+    const JsonNode& node = place(owner, member);
+    if (node.kind != JsonKind::array) return {{&records[0], &node}};
+    for (const JsonNode& element : JsonElements(node)) {
+      if (!isDropped(element)) all.push_back({&records[all.size()], &element});
+    }
+    return all;
+  }
+
+ private:
+  [[nodiscard]] bool isDropped(const JsonNode& element) const;
+
+  json::JsonTree tree_;
+  const JsonNode* root_;
+  std::vector<model::DroppedNode> dropped_;
+  model::Decoder decoder_;
+  model::ConfigResponse config_;
+  bool isConfiguration_ = false;
+  std::vector<Placed<model::FeatureFlag>> flags_;
+  std::vector<Placed<model::Experiment>> experiments_;
+  std::vector<Placed<model::FeatureFlag>> keptFlags_;
+  std::vector<Placed<model::Experiment>> keptExperiments_;
+};
+
+}  // namespace corvo::corvo_internal::lint

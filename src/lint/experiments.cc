@@ -1,0 +1,256 @@
+#include <algorithm>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lint/checks.h"
+
+namespace corvo::corvo_internal::lint {
+namespace {
+
+using model::Experiment;
+using model::ExperimentType;
+using model::FeatureFlag;
+using model::FeatureFlagGroup;
+using model::Group;
+using model::Param;
+using model::Text;
+
+bool isHoldout(const Experiment& experiment) { return experiment.type == ExperimentType::holdout; }
+
+// --- Names
+// ----------------------------------------------------------------------------------------
+
+class NameCheck {
+ public:
+  NameCheck(const Document& document, Report& report) : document_(document), report_(report) {}
+
+  void check() {
+    distinct(document_.keptFlags(), &FeatureFlag::name, "flag");
+    distinct(document_.keptExperiments(), &Experiment::name, "experiment");
+    for (const auto experiment : document_.experiments()) {
+      checkBar(experiment);
+      distinct(document_.list(experiment, &Experiment::groups), &Group::name, "group");
+      distinct(document_.list(experiment, &Experiment::params), &Param::name, "parameter");
+      for (const auto param : document_.list(experiment, &Experiment::params)) {
+        distinct(document_.list(param, &Param::values), &Param::Value::group,
+                 "value for the group");
+      }
+      for (const auto flag : document_.list(experiment, &Experiment::featureFlags)) {
+        distinct(document_.list(flag, &FeatureFlag::groups), &FeatureFlagGroup::name, "group");
+      }
+    }
+  }
+
+ private:
+  template <class R>
+  void distinct(const std::vector<Placed<R>>& records, Text R::*name, const char* what) {
+    std::set<std::string_view> names;
+    for (const auto record : records) {
+      const std::string_view own = (*record).*name;
+      if (names.insert(own).second) continue;
+      report_.add(Code::duplicateName, document_.place(record, name),
+                  std::string("there is another ") + what + ' ' + quoted(own) +
+                      " before this one: only the first is found by name");
+    }
+  }
+
+  void checkBar(Placed<Experiment> experiment) {
+    if (experiment->name.view().find('|') == std::string_view::npos) return;
+    report_.add(Code::barInName, document_.place(experiment, &Experiment::name),
+                "\"|\" separates the names in the text of all experiments of a user");
+  }
+
+  const Document& document_;
+  Report& report_;
+};
+
+// --- Groups
+// ---------------------------------------------------------------------------------------
+
+// The names of an experiment's groups, and which of them something else has.
+class GroupCheck {
+ public:
+  GroupCheck(const Document& document, Placed<Experiment> experiment, Report& report)
+      : document_(document), report_(report) {
+    for (const Group& group : experiment->groups) {
+      if (known_.insert(group.name).second) names_.push_back(group.name);
+    }
+  }
+
+  // Whether each record names one of the groups, and each group is named.
+  template <class Owner, class R>
+  void check(Placed<Owner> owner, model::List<R> Owner::*records, Text R::*name, Code missing,
+             const char* consequence) {
+    std::set<std::string_view> given;
+    for (const auto record : document_.list(owner, records)) {
+      const std::string_view own = (*record).*name;
+      if (known_.contains(own)) {
+        given.insert(own);
+      } else {
+        report_.add(Code::unknownGroup, document_.place(record, name),
+                    "the experiment has no group " + quoted(own));
+      }
+    }
+    checkMissing(*owner.node, given, missing, consequence);
+  }
+
+ private:
+  // Stops at the third missing one, lest the groups be walked through for every owner.
+  void checkMissing(const JsonNode& node, const std::set<std::string_view>& given, Code code,
+                    const char* consequence) {
+    const std::size_t count = names_.size() - given.size();
+    std::vector<std::string_view> first;
+    for (auto name = names_.begin(); first.size() < std::min<std::size_t>(count, 3); ++name) {
+      if (!given.contains(*name)) first.push_back(*name);
+    }
+    if (count == 0) return;
+    report_.add(code, node, consequence + listed(first, count));
+  }
+
+  const Document& document_;
+  Report& report_;
+  std::vector<std::string_view> names_;
+  std::set<std::string_view> known_;
+};
+
+void checkGroups(const Document& document, Placed<Experiment> experiment, Report& report) {
+  GroupCheck groups(document, experiment, report);
+  for (const auto flag : document.list(experiment, &Experiment::featureFlags)) {
+    groups.check(flag, &FeatureFlag::groups, &FeatureFlagGroup::name, Code::carriedGroupMissing,
+                 "the carried flag gives an error to users in the group ");
+  }
+  for (const auto param : document.list(experiment, &Experiment::params)) {
+    groups.check(param, &Param::values, &Param::Value::group, Code::paramValueMissing,
+                 "the parameter has no value for the group ");
+  }
+}
+
+// --- Carried flags
+// --------------------------------------------------------------------------------
+
+template <class R>
+std::set<std::string_view> namesOf(const std::vector<Placed<R>>& records) {
+  std::set<std::string_view> names;
+  for (const auto record : records) names.insert(record->name);
+  return names;
+}
+
+void checkCarried(const Document& document, Report& report) {
+  const auto own = namesOf(document.keptFlags());
+  std::map<std::string_view, std::string_view> carriers;
+  for (const auto experiment : document.keptExperiments()) {
+    for (const auto flag : document.list(experiment, &Experiment::featureFlags)) {
+      const JsonNode& node = document.place(flag, &FeatureFlag::name);
+      const auto [carrier, isNew] =
+          carriers.try_emplace(flag->name.view(), experiment->name.view());
+      if (!isNew) {
+        report.add(Code::flagCarriedTwice, node,
+                   "the experiment " + quoted(carrier->second) + " carries the flag " +
+                       quoted(flag->name) +
+                       " before: a question about the flag asks only that one");
+      }
+      if (!own.contains(flag->name)) {
+        report.add(Code::carriedFlagWithoutFlag, node,
+                   "clients have no flag " + quoted(flag->name) +
+                       " of its own: users outside the experiment get an error");
+      }
+    }
+  }
+}
+
+// --- Holdouts
+// -------------------------------------------------------------------------------------
+
+class HoldoutCheck {
+ public:
+  HoldoutCheck(const Document& document, Report& report)
+      : document_(document), report_(report), experiments_(namesOf(document.keptExperiments())) {
+    for (const auto experiment : document.keptExperiments()) {
+      if (!isHoldout(*experiment)) continue;
+      holdouts_.insert(experiment->name);
+      for (const Text named : experiment->holdouts)
+        pairs_.emplace(experiment->name.view(), named.view());
+    }
+  }
+
+  void check(Placed<Experiment> experiment) {
+    for (const auto named : document_.list(experiment, &Experiment::holdouts)) {
+      check(*experiment, *named, *named.node);
+    }
+  }
+
+ private:
+  void check(const Experiment& owner, std::string_view name, const JsonNode& node) {
+    if (!holdouts_.contains(name)) {
+      const std::string why = experiments_.contains(name)
+                                  ? "the experiment " + quoted(name) + " is not a holdout"
+                                  : "clients have no holdout " + quoted(name);
+      return report_.add(Code::holdoutNotFound, node, why + ": nobody is held out by it");
+    }
+    if (!isHoldout(owner)) return;
+    if (name == owner.name.view()) {
+      report_.add(Code::holdoutNamesItself, node,
+                  "this holdout keeps its own users out of itself: nobody is reported to be in it");
+    } else if (pairs_.contains({name, owner.name})) {
+      report_.add(Code::holdoutsNameEachOther, node,
+                  "the holdout " + quoted(name) +
+                      " names this one, too: users who are in both are "
+                      "reported to be in none");
+    }
+  }
+
+  const Document& document_;
+  Report& report_;
+  std::set<std::string_view> experiments_;
+  std::set<std::string_view> holdouts_;
+  std::set<std::pair<std::string_view, std::string_view>> pairs_;  // who names whom
+};
+
+// --- Forced users
+// ---------------------------------------------------------------------------------
+
+// The lists of one experiment.
+class ForcedCheck {
+ public:
+  explicit ForcedCheck(Report& report) : report_(report) {}
+
+  void check(const std::vector<Placed<Text>>& list, const std::string& name) {
+    for (const auto identifier : list) {
+      const auto [first, isNew] = names_.try_emplace(*identifier, name);
+      if (isNew || first->second == name) continue;
+      report_.add(Code::forcedTwice, *identifier.node,
+                  quoted(*identifier) + " is in the list of " + first->second +
+                      ", too, and only that one counts");
+    }
+  }
+
+ private:
+  Report& report_;
+  std::map<std::string_view, std::string> names_;  // of the lists, by identifier
+};
+
+void checkForced(const Document& document, Placed<Experiment> experiment, Report& report) {
+  ForcedCheck lists(report);
+  for (const auto group : document.list(experiment, &Experiment::groups)) {
+    lists.check(document.list(group, &Group::forcedUserList), "the group " + quoted(group->name));
+  }
+  lists.check(document.list(experiment, &Experiment::forcedUserList), "the experiment");
+}
+
+}  // namespace
+
+void checkExperiments(const Document& document, Report& report) {
+  NameCheck(document, report).check();
+  for (const auto experiment : document.experiments()) {
+    checkGroups(document, experiment, report);
+    checkForced(document, experiment, report);
+  }
+  checkCarried(document, report);
+  HoldoutCheck holdouts(document, report);
+  for (const auto experiment : document.keptExperiments()) holdouts.check(experiment);
+}
+
+}  // namespace corvo::corvo_internal::lint

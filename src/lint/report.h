@@ -1,0 +1,54 @@
+#pragma once
+
+#include <corvo/lint.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "json/json_tree.h"
+#include "lint/codes.h"
+
+namespace corvo::corvo_internal::lint {
+
+/// Collects findings by the nodes of one document's tree.
+class Report {
+ public:
+  void add(Code code, const json::JsonNode& value, std::string message) {
+    notes_.push_back({code, &value, &value, std::move(message)});
+  }
+  /// A finding about a key itself: its value follows it in the tree.
+  void addAtKey(Code code, const json::JsonNode& key, std::string message) {
+    notes_.push_back({code, &key, &key + 1, std::move(message)});
+  }
+
+  /// All of them in document order, with their places in the text of the tree.
+  [[nodiscard]] std::vector<Finding> findings(std::string_view text, const json::JsonNode& root) &&;
+
+ private:
+  struct Note {
+    Code code;
+    const json::JsonNode* place;
+    const json::JsonNode* value;
+    std::string message;
+  };
+
+  std::vector<Note> notes_;
+};
+
+/// A finding that concerns the text as a whole, at one of its bytes.
+[[nodiscard]] Finding findingAt(Code code, std::string_view text, std::size_t place,
+                                std::string message);
+
+/// A text of the document as a message shows it: in quotes, within a line, cut where it is long.
+[[nodiscard]] std::string quoted(std::string_view text);
+/// The same without quotes, for a text that is a message itself.
+[[nodiscard]] std::string withinLine(std::string_view text);
+/// "a", "b" and "c"; of more than three names the first three, and how many there are besides.
+[[nodiscard]] std::string listed(const std::vector<std::string_view>& first, std::size_t count);
+/// A number in the shortest digits, without a fraction where it is whole.
+[[nodiscard]] std::string shown(double number);
+/// A fraction as "12.34 %".
+[[nodiscard]] std::string percent(double fraction);
+
+}  // namespace corvo::corvo_internal::lint

@@ -1,0 +1,290 @@
+#include "targeting/rules.h"
+
+#include <corvo/property.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lint/checks.h"
+#include "lint/condition_check.h"
+#include "lint/demand.h"
+#include "project/platform_filter.h"
+
+namespace corvo::corvo_internal::lint {
+namespace {
+
+using model::ConditionalStatement;
+using model::Experiment;
+using model::FeatureFlag;
+using model::FeatureFlagGroup;
+using model::Rule;
+using model::Target;
+
+// --- What can be said of conditions without a user
+// ------------------------------------------------
+
+enum class Holds { never, sometimes, always };
+
+Holds holdsOf(ConditionalStatement statement, const std::vector<Demand>& demands) {
+  if (statement == ConditionalStatement::empty) return Holds::never;
+  const bool isAnd = statement == ConditionalStatement::and_;
+  const auto isOf = [](bool answer) {
+    return [=](const Demand& demand) { return demand.constant == answer; };
+  };
+  // One of these decides a list; with nothing else in it the other answer remains.
+  if (std::ranges::any_of(demands, isOf(!isAnd))) return isAnd ? Holds::never : Holds::always;
+  if (std::ranges::all_of(demands, isOf(isAnd))) return isAnd ? Holds::always : Holds::never;
+  return isAnd && isContradictory(demands) ? Holds::never : Holds::sometimes;
+}
+
+// A list of conditions as one text, whatever their order.
+std::string textOfAll(const std::vector<Demand>& demands) {
+  std::set<std::string_view> texts;
+  for (const Demand& demand : demands) texts.insert(demand.text);
+  std::string all;
+  for (const std::string_view text : texts) all.append(std::to_string(text.size())).append(text);
+  return all;
+}
+
+// Whom the rules before have taken, as far as that is certain.
+class Taken {
+ public:
+  [[nodiscard]] bool hasAll(ConditionalStatement statement,
+                            const std::vector<Demand>& demands) const {
+    const auto isTaken = [this](const Demand& demand) { return has(demand); };
+    if (statement == ConditionalStatement::or_) return std::ranges::all_of(demands, isTaken);
+    return std::ranges::any_of(demands, isTaken) || lists_.contains(textOfAll(demands));
+  }
+
+  void add(ConditionalStatement statement, const std::vector<Demand>& demands) {
+    if (statement == ConditionalStatement::or_ || demands.size() == 1) {
+      for (const Demand& demand : demands) add(demand);
+    } else {
+      lists_.insert(textOfAll(demands));
+    }
+  }
+
+ private:
+  [[nodiscard]] bool has(const Demand& demand) const {
+    if (demand.constant) return !*demand.constant;
+    if (texts_.contains(demand.text)) return true;
+    const auto isTaken = [this](const std::string& text) { return texts_.contains(text); };
+    if (!demand.oneOf.empty() && std::ranges::all_of(demand.oneOf, isTaken)) return true;
+    if (!demand.end) return false;
+    const auto widest = widest_.find({demand.end->line, demand.end->isLower});
+    return widest != widest_.end() && widest->second.covers(*demand.end);
+  }
+
+  void add(const Demand& demand) {
+    if (demand.constant) return;
+    texts_.insert(demand.text);
+    texts_.insert(demand.oneOf.begin(), demand.oneOf.end());
+    if (!demand.end) return;
+    const auto [widest, isNew] =
+        widest_.try_emplace({demand.end->line, demand.end->isLower}, *demand.end);
+    if (!isNew && !widest->second.covers(*demand.end)) widest->second = KeptEnd(*demand.end);
+  }
+
+  std::set<std::string> texts_;
+  std::set<std::string> lists_;
+  std::map<std::pair<End::Line, bool>, KeptEnd> widest_;
+};
+
+// --- Lists of rules
+// -------------------------------------------------------------------------------
+
+class RuleCheck {
+ public:
+  RuleCheck(const Document& document, Report& report) : document_(document), report_(report) {}
+
+  // The rules of a flag, or of a flag's group.
+  template <class Owner>
+  void rules(Placed<Owner> owner, bool isPrivate) {
+    if (owner->rules.empty()) {
+      return report_.add(Code::noRules, *owner.node,
+                         "without rules there is no value, but an error");
+    }
+    const auto placed = document_.list(owner, &Owner::rules);
+    Trial trial;
+    targeting::inOrderOfTrial(owner->rules, [&](const Rule& rule) {
+      const auto position = static_cast<std::size_t>(&rule - owner->rules.begin());
+      check(placed[position], isPrivate, trial);
+    });
+    if (trial.isOver) return;
+    report_.add(Code::noDefaultRule, document_.place(owner, &Owner::rules),
+                "no rule is the default: users for whom none holds get an error");
+  }
+
+  void target(Placed<Target> target, bool isPrivate) {
+    if (target->conditions.empty()) return;
+    const auto demands = demandsOf(target, isPrivate);
+    if (target->conditionalStatement == ConditionalStatement::empty) {
+      return report_.add(Code::dashStatement,
+                         document_.place(target, &Target::conditionalStatement),
+                         "conditions that are joined by \"-\" are for nobody");
+    }
+    checkContradiction(target, demands);
+  }
+
+ private:
+  // A list of rules, as far as it has been tried.
+  struct Trial {
+    bool isOver = false;
+    Taken taken = {};
+  };
+
+  void check(Placed<Rule> rule, bool isPrivate, Trial& trial) {
+    std::vector<Demand> demands;
+    Holds holds = Holds::always;
+    if (rule->isDefault) {
+      checkDefault(rule);
+    } else {
+      demands = demandsOf(rule, isPrivate);
+      checkStatement(rule);
+      checkContradiction(rule, demands);
+      holds = holdsOf(rule->conditionalStatement, demands);
+    }
+    if (holds == Holds::never) return;
+    checkOrder(rule, demands, holds, trial);
+  }
+
+  void checkDefault(Placed<Rule> rule) {
+    if (rule->conditions.empty()) return;
+    report_.add(Code::defaultWithConditions, document_.place(rule, &Rule::conditions),
+                "the conditions of a default rule do not count");
+  }
+
+  void checkStatement(Placed<Rule> rule) {
+    const JsonNode& node = document_.place(rule, &Rule::conditionalStatement);
+    if (rule->conditionalStatement == ConditionalStatement::empty) {
+      report_.add(Code::dashStatement, node,
+                  "a rule that is not the default never holds with the statement \"-\"");
+    }
+    if (rule->conditionalStatement == ConditionalStatement::or_ && rule->conditions.empty()) {
+      report_.add(Code::orWithoutConditions, node,
+                  "a rule with the statement \"OR\" and no conditions never holds");
+    }
+  }
+
+  // One that never holds for the sake of a single condition has been reported there.
+  template <class Owner>
+  void checkContradiction(Placed<Owner> owner, const std::vector<Demand>& demands) {
+    if (owner->conditionalStatement != ConditionalStatement::and_ || !isContradictory(demands)) {
+      return;
+    }
+    report_.add(Code::contradiction, document_.place(owner, &Owner::conditions),
+                "these conditions never hold together");
+  }
+
+  void checkOrder(Placed<Rule> rule, const std::vector<Demand>& demands, Holds holds,
+                  Trial& trial) {
+    if (trial.isOver) {
+      report_.add(Code::ruleNeverWins, *rule.node, "an earlier rule always holds");
+    } else if (holds == Holds::always) {
+      trial.isOver = true;
+    } else if (trial.taken.hasAll(rule->conditionalStatement, demands)) {
+      report_.add(Code::ruleNeverWins, *rule.node, "an earlier rule holds whenever this one does");
+    } else {
+      trial.taken.add(rule->conditionalStatement, demands);
+    }
+  }
+
+  template <class Owner>
+  std::vector<Demand> demandsOf(Placed<Owner> owner, bool isPrivate) {
+    std::vector<Demand> demands;
+    for (const auto condition : document_.list(owner, &Owner::conditions)) {
+      const Demand& demand = demands.emplace_back(*condition, vocabulary_);
+      checkCondition(document_, condition, demand.constant, isPrivate, report_);
+    }
+    return demands;
+  }
+
+  const Document& document_;
+  Report& report_;
+  base::Pool pool_;
+  targeting::Vocabulary vocabulary_{pool_};
+};
+
+// --- Values
+// ---------------------------------------------------------------------------------------
+
+constexpr std::string_view kText = "a text";
+
+// What a text is when nobody says as what it is wanted; integers and doubles are numbers.
+std::string_view kindOf(std::string_view text) {
+  constexpr std::array<std::string_view, 5> kKinds{"a JSON object", "a boolean", "a number",
+                                                   "a number", kText};
+  return kKinds.at(typedProperty(text).index());
+}
+
+// Finds a flag's first value that is of another kind than one before. A flag that is declared a
+// string may have any texts, also some that look like numbers.
+class KindCheck {
+ public:
+  KindCheck(const Document& document, Report& report) : document_(document), report_(report) {}
+
+  template <class Owner>
+  void values(const FeatureFlag& flag, Placed<Owner> owner) {
+    for (const auto rule : document_.list(owner, &Owner::rules)) value(flag, rule);
+  }
+
+ private:
+  void value(const FeatureFlag& flag, Placed<Rule> rule) {
+    const std::string_view kind = kindOf(rule->value);
+    const auto [known, isNew] = kinds_.try_emplace(flag.name.view(), kind);
+    std::string_view& before = known->second;
+    if (isNew || before == kind || before.empty()) return;
+    if (flag.type == "string" && (kind == kText || before == kText)) return;
+    report_.add(Code::mixedKinds, document_.place(rule, &Rule::value),
+                "this value is " + std::string(kind) + ", but an earlier one of the flag " +
+                    quoted(flag.name) + " is " + std::string(before));
+    before = {};  // once is enough
+  }
+
+  const Document& document_;
+  Report& report_;
+  std::map<std::string_view, std::string_view> kinds_;  // empty where it has been told
+};
+
+void checkKinds(const Document& document, Report& report) {
+  KindCheck kept(document, report);
+  for (const auto flag : document.flags()) {
+    KindCheck alone(document, report);
+    (project::isOurs(*flag) ? kept : alone).values(*flag, flag);
+  }
+  for (const auto experiment : document.experiments()) {
+    KindCheck alone(document, report);
+    for (const auto flag : document.list(experiment, &Experiment::featureFlags)) {
+      for (const auto group : document.list(flag, &FeatureFlag::groups)) {
+        (project::isOurs(*experiment) ? kept : alone).values(*flag, group);
+      }
+    }
+  }
+}
+
+}  // namespace
+
+void checkRules(const Document& document, Report& report) {
+  RuleCheck check(document, report);
+  for (const auto flag : document.flags()) check.rules(flag, flag->isPrivate.value_or(false));
+  for (const auto experiment : document.experiments()) {
+    const bool isPrivate = experiment->isPrivate.value_or(false);
+    if (experiment->targets) {
+      const JsonNode& node = document.place(experiment, &Experiment::targets);
+      check.target({&*experiment->targets, &node}, isPrivate);
+    }
+    for (const auto flag : document.list(experiment, &Experiment::featureFlags)) {
+      for (const auto group : document.list(flag, &FeatureFlag::groups)) {
+        check.rules(group, isPrivate);
+      }
+    }
+  }
+  checkKinds(document, report);
+}
+
+}  // namespace corvo::corvo_internal::lint

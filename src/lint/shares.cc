@@ -1,0 +1,161 @@
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "lint/checks.h"
+#include "lint/hashing.h"
+#include "placement/bucketing.h"
+
+namespace corvo::corvo_internal::lint {
+namespace {
+
+using model::Experiment;
+using model::Group;
+using placement::kPercent;
+
+// --- Allocation and weights by themselves --------------------------------------------------------
+
+// Whether a number can be a share.
+bool checkShare(double share, const char* what, const JsonNode& node, Report& report) {
+  const std::string text = std::string(what) + " is " + shown(share);
+  if (!std::isfinite(share)) {
+    report.add(Code::notFiniteShare, node, text);
+  } else if (share < 0) {
+    report.add(Code::negativeShare, node, text);
+  } else if (share > 1) {
+    report.add(Code::percentage, node, text + ", but shares are fractions: 1 stands for everybody");
+  } else {
+    if (share == 0) report.add(Code::zeroShare, node, text);
+    return true;
+  }
+  return false;
+}
+
+// Six digits of a third are enough.
+constexpr double kSumTolerance = 1e-5;
+
+void checkSum(const Document& document, Placed<Experiment> experiment, Report& report) {
+  double sum = 0;
+  bool hasFallback = false;
+  for (const Group& group : experiment->groups) {
+    sum += group.weight;
+    hasFallback = hasFallback || group.name == placement::kFallbackGroup;
+  }
+  if (std::fabs(sum - 1) <= kSumTolerance) return;
+  const std::string rest =
+      hasFallback ? "the group \"a\" gets the rest" : "the rest of the users get no group";
+  report.add(Code::weightsSum, document.place(experiment, &Experiment::groups),
+             "the weights sum to " + shown(sum) + ", not to 1: " +
+                 (sum < 1 ? rest : std::string("the last groups get less than their weights")));
+}
+
+// --- The allocation's last cycle -----------------------------------------------------------------
+
+// Part of the users who are in the experiment.
+struct ShareOfGroup {
+  std::string_view name;
+  double meant;
+  double real;
+};
+
+// A user's point is what is left of the bucket beyond whole hundreds. The allocation admits the
+// buckets up to a limit: whole cycles of a hundred and the beginning of one more, in which only the
+// first groups have their shares.
+std::vector<ShareOfGroup> sharesOf(const Experiment& experiment) {
+  const double limit =
+      std::min(experiment.allocation * kPercent * kPercent, placement::kLargestBucket);
+  const double cycles = std::floor(limit / kPercent);
+  const double rest = limit - cycles * kPercent;
+  std::vector<ShareOfGroup> shares;
+  double start = 0;
+  double cumulative = 0;
+  for (const Group& group : experiment.groups) {
+    cumulative += group.weight * kPercent;
+    const double end = std::min(cumulative, kPercent);
+    const double size = std::max(end - start, 0.0);
+    const double admitted = cycles * size + std::clamp(rest - start, 0.0, size);
+    shares.push_back({group.name, size / kPercent, admitted / limit});
+    start = end;
+  }
+  return shares;
+}
+
+std::string describedShare(const ShareOfGroup& share) {
+  return "the group " + quoted(share.name) + " gets " + percent(share.real) + ", not " +
+         percent(share.meant);
+}
+
+void checkAllocationCut(const Document& document, Placed<Experiment> experiment, Report& report) {
+  constexpr double kTolerated = 0.01 + 1e-9;  // of the weight; and what rounding may add
+  if (experiment->allocation == 0) return;
+  std::string text;
+  std::size_t count = 0;
+  for (const ShareOfGroup& share : sharesOf(*experiment)) {
+    if (std::fabs(share.real - share.meant) <= kTolerated * share.meant) continue;
+    if (++count <= 3) text += "; " + describedShare(share);
+  }
+  if (count == 0) return;
+  if (count > 3) text += "; and " + std::to_string(count - 3) + " more groups";
+  report.add(Code::allocationCut, document.place(experiment, &Experiment::allocation),
+             "of the users whom an allocation of " + shown(experiment->allocation) + " admits" +
+                 text.replace(0, 1, ","));
+}
+
+void checkSharesOf(const Document& document, Placed<Experiment> experiment, Report& report) {
+  if (experiment->groups.empty()) {
+    return report.add(Code::noGroups, *experiment.node,
+                      "an experiment without groups is for nobody");
+  }
+  bool isSound = checkShare(experiment->allocation, "the allocation",
+                            document.place(experiment, &Experiment::allocation), report);
+  bool areWeights = true;
+  for (const auto group : document.list(experiment, &Experiment::groups)) {
+    areWeights &=
+        checkShare(group->weight, "the weight", document.place(group, &Group::weight), report);
+  }
+  if (areWeights) checkSum(document, experiment, report);
+  if (isSound && areWeights) checkAllocationCut(document, experiment, report);
+}
+
+// --- Salts ---------------------------------------------------------------------------------------
+
+std::set<Hashing> layersOf(const Document& document) {
+  std::set<Hashing> layers;
+  for (const auto experiment : document.keptExperiments()) {
+    if (experiment->layerBounds.empty()) continue;
+    layers.insert(Hashing::ofLayer(*experiment));
+  }
+  return layers;
+}
+
+void checkSalts(const Document& document, Report& report) {
+  const std::set<Hashing> layers = layersOf(document);
+  std::map<Hashing, std::string_view> names;
+  for (const auto experiment : document.keptExperiments()) {
+    const Hashing hashing = Hashing::of(*experiment, experiment->salt);
+    const JsonNode& place = document.place(experiment, &Experiment::salt);
+    const auto [first, isNew] = names.try_emplace(hashing, experiment->name.view());
+    if (!isNew) {
+      report.add(Code::sameSalt, place,
+                 "the experiment " + quoted(first->second) +
+                     " has this salt, too: every user has the same place in both");
+    }
+    if (layers.contains(hashing)) {
+      report.add(Code::saltIsLayer, place,
+                 "the salt is the name of a layer: whoever is in the layer's interval is always in "
+                 "the same groups");
+    }
+  }
+}
+
+}  // namespace
+
+void checkShares(const Document& document, Report& report) {
+  for (const auto experiment : document.experiments()) checkSharesOf(document, experiment, report);
+  checkSalts(document, report);
+}
+
+}  // namespace corvo::corvo_internal::lint
