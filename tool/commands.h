@@ -10,5 +10,9 @@ namespace corvo::tool {
 
 void addServe(CLI::App& app);
 void addAsk(CLI::App& app);
+void addExplain(CLI::App& app);
+void addAssign(CLI::App& app);
+/// Its exit status may be `kFound`.
+void addLint(CLI::App& app, int& status);
 
 }  // namespace corvo::tool

@@ -2,6 +2,8 @@
 
 #include <corvo/json_value.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <map>
 #include <utility>
 
@@ -11,29 +13,43 @@ namespace {
 constexpr const char* kNone = "-";
 
 template <class T>
-JsonValue toJson(const std::optional<T>& value) {
+JsonValue orNull(const std::optional<T>& value) {
   return value ? JsonValue(*value) : JsonValue();
 }
 
 JsonObject place(const CorvoExperiment& experiment) {
   return {{"name", experiment.name()},
-          {"groupIndex", toJson(experiment.groupIndex())},
-          {"groupName", toJson(experiment.userGroupName())}};
+          {"groupIndex", orNull(experiment.groupIndex())},
+          {"groupName", orNull(experiment.userGroupName())}};
 }
 
 std::string shownIndex(const std::optional<std::int64_t>& index) {
   return index ? std::to_string(*index) : kNone;
 }
 
-JsonValue toJson(const CorvoExperimentDetail& detail) {
+JsonValue jsonOf(const CorvoExperimentDetail& detail) {
   JsonArray results;
   for (const auto& [name, value] : detail.results) {
-    results.push_back(JsonObject{{"name", name}, {"value", value}});
+    results.push_back(JsonObject{{"name", name}, {"value", toJson(typedProperty(value))}});
   }
   return JsonObject{{"id", detail.id},
-                    {"type", toJson(detail.type)},
+                    {"type", orNull(detail.type)},
                     {"group", JsonObject{{"index", detail.group.index}}},
                     {"results", std::move(results)}};
+}
+
+/// The detail of the experiment: of several with its name the first that the user is in.
+const CorvoExperimentDetail& detailOf(const CorvoExperiment& experiment,
+                                      const std::vector<CorvoExperimentDetail>& details) {
+  static const CorvoExperimentDetail none;
+  const auto found = std::ranges::find(details, experiment.name(), &CorvoExperimentDetail::id);
+  return found == details.end() ? none : *found;
+}
+
+std::map<std::string, CorvoProperty> valuesOf(const CorvoExperimentDetail& detail) {
+  std::map<std::string, CorvoProperty> values;
+  for (const auto& [name, value] : detail.results) values.emplace(name, typedProperty(value));
+  return values;
 }
 
 /// A row for each value, or one without.
@@ -48,18 +64,27 @@ void addRows(Report& report, const CorvoExperimentDetail& detail) {
 
 }  // namespace
 
-Report experimentReport(const CorvoExperiment& experiment, const CorvoExperimentDetail& detail) {
-  std::map<std::string, CorvoProperty> values;
-  for (const auto& [name, value] : detail.results) values.emplace(name, typedProperty(value));
+Report experimentReport(const CorvoExperiment& experiment,
+                        const std::vector<CorvoExperimentDetail>& details) {
+  const CorvoExperimentDetail& detail = detailOf(experiment, details);
+  const std::map<std::string, CorvoProperty> values = valuesOf(detail);
   Report report = valueReport(detail.type == "featureFlag" ? "FLAG" : "PARAMETER", values);
   if (values.empty()) report.columns.clear();
   report.sentence = experiment.name() + ": group " + shownIndex(experiment.groupIndex()) + ", " +
                     shown(experiment.userGroupName().value_or(kNone));
   JsonObject json = place(experiment);
-  json.emplace("type", toJson(detail.type));
+  json.emplace("type", orNull(detail.type));
   json.emplace("values", std::exchange(report.json, {}));
   report.json = std::move(json);
   return report;
+}
+
+JsonValue placeWithValues(const CorvoExperiment& experiment,
+                          const std::vector<CorvoExperimentDetail>& details) {
+  JsonObject json = place(experiment);
+  json.erase("name");
+  json.emplace("values", valueReport("", valuesOf(detailOf(experiment, details))).json);
+  return json;
 }
 
 Report absenceReport(const std::string& experimentName) {
@@ -90,9 +115,14 @@ Report holdoutReport(const std::string& name, bool isIn) {
   return {{}, {"HOLDOUT", "HELD OUT"}, {{name, answer.toJson()}}, JsonObject{{name, answer}}};
 }
 
-Report holdoutsReport(const std::optional<std::string>& holdouts) {
-  Report report{{}, {"HOLDOUTS"}, {}, toJson(holdouts)};
-  if (holdouts) report.rows.push_back({*holdouts});
+Report holdoutsReport(const std::vector<CorvoExperimentPointer>& experiments,
+                      const std::vector<CorvoExperimentDetail>& details) {
+  std::vector<CorvoExperimentPointer> holdouts;
+  for (std::size_t i = 0; i < std::min(experiments.size(), details.size()); ++i) {
+    if (details[i].type == "holdout") holdouts.push_back(experiments[i]);
+  }
+  Report report = experimentsReport(holdouts);
+  report.columns[0] = "HOLDOUT";
   return report;
 }
 
@@ -101,7 +131,7 @@ Report detailsReport(const std::vector<CorvoExperimentDetail>& details) {
   JsonArray json;
   for (const CorvoExperimentDetail& detail : details) {
     addRows(report, detail);
-    json.push_back(toJson(detail));
+    json.push_back(jsonOf(detail));
   }
   report.json = std::move(json);
   return report;
@@ -113,14 +143,14 @@ Report forcedReport(const std::string& experimentName,
   report.sentence = experimentName + ": forced";
   if (groupIndex) report.sentence += " into group " + std::to_string(*groupIndex);
   report.json =
-      JsonObject{{"forced", true}, {"name", experimentName}, {"groupIndex", toJson(groupIndex)}};
+      JsonObject{{"forced", true}, {"name", experimentName}, {"groupIndex", orNull(groupIndex)}};
   return report;
 }
 
 Report unforcedReport(const std::optional<std::string>& experimentName) {
   Report report;
   report.sentence = experimentName.value_or("all experiments") + ": no longer forced";
-  report.json = JsonObject{{"forced", false}, {"name", toJson(experimentName)}};
+  report.json = JsonObject{{"forced", false}, {"name", orNull(experimentName)}};
   return report;
 }
 

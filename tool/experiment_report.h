@@ -13,16 +13,21 @@
 /// Answers about experiments, made ready to be shown.
 namespace corvo::tool {
 
-/// The user's place in an experiment, and the values that the detail of it lists.
+/// The user's place in an experiment, and the values that the detail of it lists, which is one of
+/// those of all experiments that the user is in: a handle lists no names of values.
 [[nodiscard]] Report experimentReport(const CorvoExperiment& experiment,
-                                      const CorvoExperimentDetail& detail);
+                                      const std::vector<CorvoExperimentDetail>& details);
 /// The same for an experiment that the user is not in.
 [[nodiscard]] Report absenceReport(const std::string& experimentName);
+/// The same as JSON, without the type; `details` are those of all experiments that the user is in.
+[[nodiscard]] JsonValue placeWithValues(const CorvoExperiment& experiment,
+                                        const std::vector<CorvoExperimentDetail>& details);
 [[nodiscard]] Report experimentsReport(const std::vector<CorvoExperimentPointer>& experiments);
 
 [[nodiscard]] Report holdoutReport(const std::string& name, bool isIn);
-/// Of a text as the client joins it; absent when there are none.
-[[nodiscard]] Report holdoutsReport(const std::optional<std::string>& holdouts);
+/// The holdouts among the experiments that the user is in.
+[[nodiscard]] Report holdoutsReport(const std::vector<CorvoExperimentPointer>& experiments,
+                                    const std::vector<CorvoExperimentDetail>& details);
 
 [[nodiscard]] Report detailsReport(const std::vector<CorvoExperimentDetail>& details);
 

@@ -1,40 +1,53 @@
 #include <CLI/CLI.hpp>
-#include <iostream>
-#include <sstream>
+#include <algorithm>
+#include <string_view>
 
 #include "tool/commands.h"
+#include "tool/help.h"
+#include "tool/manual.h"
 #include "tool/output.h"
+#include "tool/usage.h"
 
 namespace {
 
-constexpr int kWrongUsage = 2;  // what the shell gets to see; also stated in the help
+using namespace corvo::tool;
 
 /// Answers the exit status; whatever else is thrown is the failure of a subcommand.
 int run(int argc, char** argv) {
-  CLI::App app("Serve a project's configuration and ask its flags.", "corvo");
-  app.footer("Exit status: 0 done, 1 the work failed, 2 wrong usage.");
-  app.set_version_flag("--version", CORVO_VERSION);
+  CLI::App app("Query, explain and check a project's feature flags and experiments", "corvo");
+  app.set_help_flag("-h,--help", "Show this help");
+  app.set_version_flag("--version", CORVO_VERSION, "Show the version");
   app.require_subcommand(1);
-  corvo::tool::addServe(app);
-  corvo::tool::addAsk(app);
+  int status = kDone;
+  addServe(app);
+  addAsk(app);
+  addExplain(app);
+  addAssign(app);
+  addLint(app, status);
+  addManual(app);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    print(helpOn(parsedCommand(app)));
+  } catch (const CLI::CallForVersion& version) {
+    print(version.what() + std::string("\n"));
   } catch (const CLI::ParseError& error) {
-    std::ostringstream help;
-    const int status = app.exit(error, help, std::cerr);
-    corvo::tool::print(help.str());
-    return status == 0 ? 0 : kWrongUsage;
+    sayFailure("wrong-usage", complaintAbout(app, error));
+    return kWrongUsage;
   }
-  return 0;
+  return status;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   try {
-    corvo::tool::prepareStandardStreams();
+    prepareStandardStreams();
+    if (std::find(argv, argv + argc, std::string_view("--json")) != argv + argc) {
+      sayFailuresInJson();
+    }
     return run(argc, argv);
   } catch (...) {
-    return corvo::tool::statusOfFailure();
+    return statusOfFailure();
   }
 }

@@ -1,12 +1,15 @@
 #include "tool/output.h"
 
+#include <corvo/json_value.h>
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <iostream>
-#include <stdexcept>
 #include <string>
 #include <system_error>
+
+#include "tool/failure.h"
 
 #ifndef _WIN32
 #include <fcntl.h>
@@ -16,7 +19,7 @@
 namespace corvo::tool {
 namespace {
 
-constexpr int kFailed = 1;  // also stated in the help
+bool areFailuresInJson = false;  // set once, before there are other threads
 
 }  // namespace
 
@@ -35,8 +38,19 @@ void print(std::string_view text) {
   const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
   if (written && std::fflush(stdout) == 0) return;
   if (errno == EPIPE) throw ReaderGone();
-  throw std::runtime_error("cannot write to standard output: " +
-                           std::generic_category().message(errno));
+  throw Failure("cannot-write",
+                "cannot write to standard output: " + std::generic_category().message(errno));
+}
+
+void sayFailuresInJson() { areFailuresInJson = true; }
+
+void sayFailure(const std::string& code, const std::string& message) {
+  if (!areFailuresInJson) {
+    std::cerr << message + "\n";
+    return;
+  }
+  const JsonObject error{{"code", code}, {"message", message}};
+  std::cerr << JsonValue(JsonObject{{"error", error}}).toJson() + "\n";
 }
 
 int statusOfFailure() {
@@ -47,8 +61,10 @@ int statusOfFailure() {
     std::signal(SIGPIPE, SIG_DFL);
     std::raise(SIGPIPE);
 #endif
+  } catch (const Failure& failure) {
+    sayFailure(failure.code(), failure.what());
   } catch (const std::exception& error) {
-    std::cerr << std::string(error.what()) + "\n";
+    sayFailure("failed", error.what());
   }
   return kFailed;
 }

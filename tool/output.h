@@ -1,9 +1,16 @@
 #pragma once
 
 #include <exception>
+#include <string>
 #include <string_view>
 
 namespace corvo::tool {
+
+// The exit statuses, which are also stated in the help.
+constexpr int kDone = 0;
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+constexpr int kFound = 3;  ///< What was asked for was found, as errors in a document.
 
 /// Nobody reads the standard output any more, as when `head` has seen enough.
 class ReaderGone : public std::exception {
@@ -16,8 +23,14 @@ class ReaderGone : public std::exception {
 void prepareStandardStreams();
 
 /// Writes to standard output and sees that it arrives. Throws `ReaderGone`, or a
-/// `std::runtime_error` that says why the text cannot be written.
+/// `Failure` that says why the text cannot be written.
 void print(std::string_view text);
+
+/// From now on failures are said as JSON: {"error": {"code": ..., "message": ...}}.
+void sayFailuresInJson();
+
+/// Says on standard error why the command failed.
+void sayFailure(const std::string& code, const std::string& message);
 
 /// Inside a handler: says on standard error what was thrown, and answers the exit status for it.
 /// Where the reader has gone it says nothing, and the process ends as the system ends others then.

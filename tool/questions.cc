@@ -37,11 +37,7 @@ Report askFlags(CorvoClient& client, const Arguments&) {
 Report askExperiment(CorvoClient& client, const Arguments& arguments) {
   const CorvoExperimentPointer experiment = client.getExperiment(arguments.name).get();
   if (!experiment) return absenceReport(arguments.name);
-  // A handle lists no names of values; the details do, and come from the same fresh copies.
-  for (const CorvoExperimentDetail& detail : client.getUserExperimentsDetails().get()) {
-    if (detail.id == arguments.name) return experimentReport(*experiment, detail);
-  }
-  return experimentReport(*experiment, {});
+  return experimentReport(*experiment, client.getUserExperimentsDetails().get());
 }
 
 Report askExperiments(CorvoClient& client, const Arguments&) {
@@ -53,7 +49,8 @@ Report askHoldout(CorvoClient& client, const Arguments& arguments) {
 }
 
 Report askHoldouts(CorvoClient& client, const Arguments&) {
-  return holdoutsReport(client.getAllUserHoldouts().get());
+  return holdoutsReport(client.getAllUserExperiments().get(),
+                        client.getUserExperimentsDetails().get());
 }
 
 Report askDetails(CorvoClient& client, const Arguments&) {

@@ -14,10 +14,6 @@ namespace {
 constexpr std::array kTypeNames{"dictionary", "boolean", "integer", "double", "string"};
 static_assert(kTypeNames.size() == std::variant_size_v<CorvoProperty>);
 
-JsonValue toJsonValue(const CorvoProperty& property) {
-  return std::visit([](const auto& value) { return JsonValue(value); }, property);
-}
-
 std::size_t characterCount(const std::string& text) {
   return static_cast<std::size_t>(
       std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
@@ -43,10 +39,15 @@ void printRow(const std::vector<std::string>& cells, const std::vector<std::size
 
 }  // namespace
 
-std::string shown(const CorvoProperty& value) {
+JsonValue toJson(const CorvoProperty& value) {
   const double* number = std::get_if<double>(&value);
   if (number && !std::isfinite(*number)) return std::to_string(*number);
-  return toJsonValue(value).toJson();
+  return std::visit([](const auto& each) { return JsonValue(each); }, value);
+}
+
+std::string shown(const CorvoProperty& value) {
+  const double* number = std::get_if<double>(&value);
+  return number && !std::isfinite(*number) ? std::to_string(*number) : toJson(value).toJson();
 }
 
 Report valueReport(const std::string& kind, const std::map<std::string, CorvoProperty>& values) {
@@ -54,7 +55,7 @@ Report valueReport(const std::string& kind, const std::map<std::string, CorvoPro
   JsonObject json;
   for (const auto& [name, value] : values) {
     report.rows.push_back({name, kTypeNames[value.index()], shown(value)});
-    json.emplace(name, toJsonValue(value));
+    json.emplace(name, toJson(value));
   }
   report.json = JsonValue(std::move(json));
   return report;

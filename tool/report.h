@@ -18,6 +18,9 @@ struct Report {
   JsonValue json;
 };
 
+/// A value as JSON, which has no infinite numbers: these are written as texts.
+[[nodiscard]] JsonValue toJson(const CorvoProperty& value);
+
 /// The report of some values by the names of what has them; the JSON is an object of the values.
 /// `kind` heads the column of the names.
 [[nodiscard]] Report valueReport(const std::string& kind,

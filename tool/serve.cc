@@ -87,7 +87,7 @@ int listenOn(httplib::Server& server, int port) {
 
 /// A route of the server. What is wrong with the file is said at once.
 void addRoute(httplib::Server& server, const char* route, const std::string& path,
-              ServedFile::Kind kind) {
+              Document::Kind kind) {
   const auto file = std::make_shared<ServedFile>(path, kind);
   static_cast<void>(file->read());
   server.Get(route, answerWith(file));
@@ -95,8 +95,8 @@ void addRoute(httplib::Server& server, const char* route, const std::string& pat
 
 void serve(const ServeOptions& options) {
   httplib::Server server;
-  addRoute(server, "/config.json", options.configFile, ServedFile::Kind::configuration);
-  addRoute(server, "/geo", options.geoFile, ServedFile::Kind::location);
+  addRoute(server, "/config.json", options.configFile, Document::Kind::configuration);
+  addRoute(server, "/geo", options.geoFile, Document::Kind::location);
   // Before the answer leaves, so that whoever has the answer finds the line.
   if (options.log) server.set_post_routing_handler(logRequest);
   const int port = listenOn(server, options.port);
@@ -110,14 +110,15 @@ void serve(const ServeOptions& options) {
 
 void addServe(CLI::App& app) {
   auto options = std::make_shared<ServeOptions>();
-  CLI::App& command =
-      *app.add_subcommand("serve", "Be a local backend: prints its address, runs until stopped");
+  CLI::App& command = *app.add_subcommand(
+      "serve", "Run a local backend; it prints its address and runs until stopped");
   command
       .add_option("--config", options->configFile, "The configuration document, re-read as needed")
       ->required()
       ->check(CLI::ExistingFile);
-  command.add_option("--geo", options->geoFile, "The location answer, re-read as needed")
-      ->required()
+  command
+      .add_option("--geo", options->geoFile,
+                  "The location answer, re-read as needed; by default it is empty")
       ->check(CLI::ExistingFile);
   command.add_option("--port", options->port, "The port to listen on; 0 picks a free one")
       ->check(CLI::Range(0, 65535))

@@ -1,103 +1,19 @@
 #include "tool/served_file.h"
 
-#include <corvo/client_registry.h>
-#include <corvo/corvo.h>
-#include <corvo/host.h>
-
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <memory>
-#include <string_view>
-#include <utility>
-
-#include "json/json_places.h"
 
 namespace corvo::tool {
 
-using namespace corvo_internal;
-
-namespace {
-
-/// Answers at once, with one of two documents.
-class TwoDocuments final : public UrlSession {
- public:
-  TwoDocuments(std::string configuration, std::string location)
-      : configuration_(std::move(configuration)), location_(std::move(location)) {}
-
-  void start(UrlRequest request, Callback<void(UrlResponse)> completion) override {
-    completion({200, request.url.ends_with("geo") ? location_ : configuration_, {}});
-  }
-
- private:
-  const std::string configuration_;
-  const std::string location_;
-};
-
-/// What a client has against an answer, or nothing.
-std::optional<std::string> refusal(const std::string& content, ServedFile::Kind kind) {
-  const bool isLocation = kind == ServedFile::Kind::location;
-  Platform platform = hostPlatform({.inMemory = true});
-  platform.urlSession =
-      std::make_shared<TwoDocuments>(isLocation ? "{}" : content, isLocation ? content : "{}");
-  ClientRegistry registry(std::move(platform));
-  const auto client = registry.initializeClient("check", std::nullopt, "http://check", 10, 0,
-                                                Corvo::defaultClientTag);
-  try {
-    // No name in a text is as long as the text: there is no such flag, so nothing is evaluated.
-    client->checkFlag<bool>(std::string(content.size(), ' ')).get();
-  } catch (const CorvoError& error) {
-    const auto* config = error.as<CorvoError::RequestConfigFailed>();
-    const auto* location = error.as<CorvoError::RequestLocationFailed>();
-    if (!config && !location) return std::nullopt;
-    const CorvoNetworkError& cause = config ? config->error : location->error;
-    const auto* decoding = cause.as<CorvoNetworkError::DecodingError>();
-    return decoding ? decoding->localizedDescription : cause.description();
-  }
-  return std::nullopt;
-}
-
-/// The JSON pointer (RFC 6901) to a member of a text's object.
-std::string pointerTo(std::string_view keyInQuotes) {
-  std::string text = "{";
-  text.append(keyInQuotes).append(":0}");
-  const auto object = fromCorvoString<JsonObject>(text);
-  std::string pointer = "/";
-  for (const char c : object.value().begin()->first) {
-    pointer += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
-  }
-  return pointer;
-}
-
-/// The place of the value that a refusal is about: its pointer, if it ends with one, leads to a
-/// member of the text's object, of which the last of its name counts.
-std::size_t placeOfRefused(const std::string& refusal, const json::JsonPlaces& places) {
-  constexpr std::string_view kAt = " at ";
-  std::size_t place = places.nodes.front();
-  const std::size_t at = refusal.find(std::string(kAt) + "/");
-  if (at == std::string::npos) return place;
-  for (const auto& [key, value] : places.members) {
-    if (pointerTo(key) == refusal.substr(at + kAt.size())) place = value;
-  }
-  return place;
-}
-
-void complain(const std::string& path, const std::string& content, const std::string& refusal) {
-  const json::JsonPlaces places = json::jsonPlaces(content);
-  const auto fault = places.fault.value_or(
-      json::JsonPlaces::Fault{placeOfRefused(refusal, places), refusal.c_str()});
-  std::cerr << path + ":" + json::lineAndColumn(content, fault.place) + ": " + fault.reason + "\n";
-}
-
-}  // namespace
-
 std::optional<std::string> ServedFile::read() {
+  if (path_.empty()) return "{}";
   const std::lock_guard lock(mutex_);
   std::ifstream file(path_, std::ios::binary);
   if (!file) return std::nullopt;
   std::string content(std::istreambuf_iterator<char>(file), {});
   if (checked_ != content) {
-    if (const auto found = refusal(content, kind_)) complain(path_, content, *found);
+    if (const auto fault = faultOf({kind_, path_, content})) std::cerr << *fault + "\n";
     checked_ = content;
   }
   return content;

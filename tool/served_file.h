@@ -3,16 +3,17 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
+
+#include "tool/document.h"
 
 namespace corvo::tool {
 
-/// A document that a backend serves: a file that is read anew each time. Any thread.
+/// A document that a backend serves: a file that is read anew each time, or without a path an empty
+/// object. Any thread.
 class ServedFile {
  public:
-  /// The two documents of a backend.
-  enum class Kind { configuration, location };
-
-  ServedFile(std::string path, Kind kind) : path_(std::move(path)), kind_(kind) {}
+  ServedFile(std::string path, Document::Kind kind) : path_(std::move(path)), kind_(kind) {}
 
   /// What the file holds at this moment; none when it cannot be read. Where a client could not
   /// decode that, standard error gets a line "file:line:column: reason": one for each content that
@@ -23,7 +24,7 @@ class ServedFile {
 
  private:
   const std::string path_;
-  const Kind kind_;
+  const Document::Kind kind_;
   std::mutex mutex_;
   std::optional<std::string> checked_;  // guarded
 };

@@ -12,6 +12,7 @@
 #include "host/sqlite.h"
 #include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
+#include "tests/tool/transcript.h"
 
 namespace corvo::tool {
 
@@ -32,43 +33,20 @@ class Ask : public testing::Test {
   const fs::path folder_ = fs::path(testing::TempDir()) / ("corvo_ask_" + std::to_string(getpid()));
 };
 
-/// A question, and what is printed then.
-struct Exchange {
-  std::string question, out, err;
-};
-
-std::vector<Exchange> readTranscript(const std::string& folder) {
-  std::vector<Exchange> all;
-  std::ifstream in(CORVO_TOOL_CASES "ask.txt");
-  for (std::string line; std::getline(in, line);) {
-    tests::replaceAll(line, "FOLDER", folder);
-    if (line.starts_with("$ ")) {
-      all.push_back({line.substr(2), "", ""});
-    } else if (line.starts_with("! ")) {
-      all.back().err += line.substr(2) + '\n';
-    } else if (!line.empty() && line.front() != '#') {
-      all.back().out += line + '\n';
-    }
-  }
-  return all;
-}
-
 TEST_F(Ask, AnswersAsTheTranscriptSays) {
   fs::create_directory(folder_);
-  const auto transcript = readTranscript(folder_.string());
-  for (const auto& [question, out, err] : transcript) {
-    const Ran ran = ask(question);
-    EXPECT_EQ(ran.out, out) << question;
-    EXPECT_EQ(ran.err, err) << question;
-    EXPECT_EQ(ran.status, err.empty() ? 0 : 1) << question;
-  }
+  std::string text = tests::contentsOf(CORVO_TOOL_CASES "ask.txt");
+  tests::replaceAll(text, "FOLDER", folder_.string());
+  tests::replaceAll(text, "$ corvo ask", "$ corvo ask --token t --url " + backend_.url());
+  const std::vector<Exchange> transcript = readTranscript(text);
+  replay(transcript, ".");
   EXPECT_GT(transcript.size(), 30U);
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 1) << "all of the state";
 }
 
 TEST_F(Ask, SaysWhyARequestFailed) {
   backend_.stop(SIGTERM);
-  const Ran refused = ask("--json flags");
+  const Ran refused = ask("flags");
   EXPECT_EQ(refused.status, 1);
   // The second line is the transport's own.
   EXPECT_THAT(refused.err, testing::StartsWith("Corvo warn: Config request failed with error: "

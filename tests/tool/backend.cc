@@ -28,11 +28,16 @@ int exitStatus(int status) {
 
 }  // namespace
 
-Ran runCorvo(const std::string& arguments) {
+Ran run(const std::string& command, const std::string& folder) {
   const std::string said = testing::TempDir() + "corvo_said_" + std::to_string(getpid());
-  const int status =
-      std::system((CORVO_COMMAND " >" + said + " 2>" + said + "_wrongly " + arguments).c_str());
+  const std::string all = "(cd " + folder + " && PATH=\"$(dirname " CORVO_COMMAND "):$PATH\" && " +
+                          command + ") >" + said + " 2>" + said + "_wrongly";
+  const int status = std::system(all.c_str());
   return {exitStatus(status), tests::contentsOf(said), tests::contentsOf(said + "_wrongly")};
+}
+
+Ran runCorvo(const std::string& arguments, const std::string& folder) {
+  return run("corvo " + arguments, folder);
 }
 
 Backend::Backend(const std::string& arguments)

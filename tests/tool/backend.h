@@ -14,8 +14,11 @@ struct Ran {
   std::string err;
 };
 
+/// Runs a command of the shell, which finds `corvo`, in a folder.
+Ran run(const std::string& command, const std::string& folder = ".");
+
 /// Runs `corvo` with the arguments, written as for the shell.
-Ran runCorvo(const std::string& arguments);
+Ran runCorvo(const std::string& arguments, const std::string& folder = ".");
 
 /// `corvo serve` on a free port, from its construction until it is stopped or destroyed.
 class Backend {

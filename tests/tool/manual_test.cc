@@ -1,0 +1,167 @@
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/base/case_table.h"
+#include "tests/tool/backend.h"
+#include "tests/tool/transcript.h"
+#include "tool/suggestion.h"
+
+namespace corvo::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+using Lines = std::vector<std::string>;
+
+Lines linesOf(const std::string& text) {
+  Lines lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+/// What `corvo help` says of a command.
+struct Help {
+  explicit Help(const std::string& words) : path(words) {
+    const Ran ran = runCorvo("help " + words);
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    text = ran.out;
+    std::string section;
+    for (const std::string& line : linesOf(text)) {
+      if (!line.empty() && line.front() != ' ') section = line;
+      const bool begins = line.size() > 2 && line.starts_with("  ") && line[2] != ' ';
+      if (!begins) continue;
+      const std::string word = line.substr(2, line.find_first_of(" ,", 2) - 2);
+      if (section == "Commands:") commands.push_back(word);
+      if (section == "Options:") options.push_back(line.substr(2, line.find("  ", 2) - 2));
+      if (section == "Example:") example = line.substr(2);
+    }
+  }
+
+  std::string path, text, example;
+  Lines commands, options;
+};
+
+/// Of the command itself and all below it.
+std::vector<Help> allHelp(const std::string& words = "") {
+  std::vector<Help> all{Help(words)};
+  for (const std::string& command : Lines(all.front().commands)) {
+    for (Help& each : allHelp(words.empty() ? command : words + " " + command)) {
+      all.push_back(std::move(each));
+    }
+  }
+  return all;
+}
+
+/// A folder with the sample shop's files, and more.
+class Manual : public testing::Test {
+ protected:
+  Manual() {
+    fs::copy(CORVO_SHOP, folder_);
+    fs::create_directory(folder_ / "a shop");
+  }
+  ~Manual() override { fs::remove_all(folder_); }
+
+  /// Runs a script of bash there.
+  Ran bash(const std::string& script) const {
+    const std::string file = folder_.string() + ".sh";
+    std::ofstream(file) << script;
+    return run("bash " + file, folder_);
+  }
+
+  const fs::path folder_ =
+      fs::path(testing::TempDir()) / ("corvo_manual" + std::to_string(getpid()));
+};
+
+TEST(Help, IsAScreenWithAnExample) {
+  const auto all = allHelp();
+  EXPECT_GT(all.size(), 10U);
+  for (const Help& help : all) {
+    SCOPED_TRACE(help.path);
+    EXPECT_EQ(runCorvo(help.path + " --help").out, help.text);
+    EXPECT_THAT(help.options, testing::Contains("-h, --help"));
+    EXPECT_NE(help.example, "");
+    const Lines lines = linesOf(help.text);
+    EXPECT_LE(lines.size(), 50U);
+    for (const std::string& line : lines) {
+      EXPECT_TRUE(line.size() <= 80 || line == "  " + help.example) << line;
+    }
+  }
+  EXPECT_EQ(runCorvo("help").out, runCorvo("--help").out);
+}
+
+TEST_F(Manual, RunsTheExamples) {
+  Backend backend{"--config " CORVO_SHOP "/config.json --geo " CORVO_SHOP "/geo.json"};
+  std::ofstream(folder_ / "users.jsonl") << R"({"id": 1, "properties": {"userId": "ann"}})" << '\n';
+  for (const Help& help : allHelp()) {
+    std::string example = help.example;
+    tests::replaceAll(example, "http://127.0.0.1:8080", backend.url());
+    if (help.path == "serve") example += " --help";  // it would run until stopped
+    const Ran ran = bash(example);
+    EXPECT_EQ(ran.status, 0) << example << "\n" << ran.err;
+    for (const std::string& line : linesOf(ran.err)) {
+      EXPECT_THAT(line, testing::StartsWith("warning: config.json:")) << example;
+    }
+  }
+}
+
+TEST_F(Manual, HasAPageForEachCommand) {
+  const bool canFormat = std::system("command -v groff >/dev/null") == 0;
+  std::string page;
+  for (const Help& help : allHelp()) {
+    if (help.path.find(' ') == std::string::npos) {  // what is below it stands in its page
+      const std::string command = "corvo man " + help.path;
+      page = bash(command).out;
+      tests::replaceAll(page, "\\", "");
+      const std::string check = canFormat ? command + " | groff -man -ww -z" : "";
+      EXPECT_EQ(bash(check).err, "") << command;
+    }
+    EXPECT_THAT(page, testing::HasSubstr(help.path.empty() ? "corvo" : "corvo " + help.path));
+    EXPECT_THAT(page, testing::HasSubstr(help.example));
+    for (const std::string& option : help.options) {
+      EXPECT_THAT(page, testing::HasSubstr("\nfB" + option + "fR\n")) << help.path;
+    }
+    for (const char* variable : {"CORVO_URL", "NO_COLOR"}) {
+      const bool uses = page.find(variable[0] == 'C' ? "--url" : "--color") != std::string::npos;
+      EXPECT_EQ(page.find(variable) != std::string::npos, uses) << help.path;
+    }
+  }
+}
+
+TEST_F(Manual, CompletesWhatIsTyped) {
+  for (const auto& [typed, completions] : tests::caseTable<2>(CORVO_TOOL_CASES "completions.txt")) {
+    const Ran ran = bash("set -u\nsource <(corvo completion bash)\nCOMP_WORDS=(" + typed +
+                         ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_corvo\n"
+                         "echo $(printf '%s\\n' \"${COMPREPLY[@]}\" | sort)\n");
+    EXPECT_EQ(ran.out, completions + "\n") << typed;
+    EXPECT_EQ(ran.status, 0) << typed << ran.err;
+  }
+}
+
+TEST(Usage, IsCorrectedAsTheTranscriptSays) {
+  std::vector<Exchange> transcript =
+      readTranscript(tests::contentsOf(CORVO_TOOL_CASES "usage.txt"));
+  for (Exchange& each : transcript) each.status = 2;
+  replay(transcript, CORVO_SHOP);
+  EXPECT_GT(transcript.size(), 20U);
+}
+
+TEST(Suggestion, IsTheNearestWord) {
+  for (const auto& [typed, known, meant] :
+       tests::caseTable<3>(CORVO_TOOL_CASES "suggestions.txt")) {
+    std::istringstream in(known);
+    const Lines words{std::istream_iterator<std::string>(in), {}};
+    EXPECT_EQ(nearest(typed, words).value_or(""), meant) << typed;
+  }
+}
+
+}  // namespace
+}  // namespace corvo::tool

@@ -1,0 +1,60 @@
+#include "tests/tool/transcript.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "tests/tool/backend.h"
+
+namespace corvo::tool {
+
+std::vector<Exchange> readTranscript(const std::string& text) {
+  const std::string command = "$ ";
+  std::vector<Exchange> all;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    if (line.starts_with(command)) {
+      all.push_back({line.substr(command.size()), "", "", "", 0});
+    } else if (line == "<" || line.starts_with("< ")) {
+      all.back().in += line.substr(std::min<std::size_t>(2, line.size())) + '\n';
+    } else if (line.starts_with("! ")) {
+      all.back().err += line.substr(2) + '\n';
+      if (!line.starts_with("! warning: ")) all.back().status = 1;
+    } else if (line.starts_with("? ")) {
+      all.back().status = std::stoi(line.substr(2));
+    } else if (!line.empty() && line.front() != '#') {
+      all.back().out += line + '\n';
+    }
+  }
+  return all;
+}
+
+std::string consolesOf(const std::string& document) {
+  std::string text;
+  std::istringstream in(document);
+  bool isInside = false;
+  for (std::string line; std::getline(in, line);) {
+    if (line.starts_with("```")) {
+      isInside = line == "```console";
+    } else if (isInside) {
+      text += line + '\n';
+    }
+  }
+  return text;
+}
+
+void replay(const std::vector<Exchange>& transcript, const std::string& folder) {
+  const std::string given = testing::TempDir() + "corvo_given_" + std::to_string(getpid());
+  for (const auto& [command, in, out, err, status] : transcript) {
+    std::ofstream(given, std::ios::binary) << in;
+    const Ran ran = run(in.empty() ? command : command + " <" + given, folder);
+    EXPECT_EQ(ran.out, out) << command;
+    EXPECT_EQ(ran.err, err) << command;
+    EXPECT_EQ(ran.status, status) << command;
+  }
+}
+
+}  // namespace corvo::tool

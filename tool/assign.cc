@@ -1,0 +1,69 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <thread>
+
+#include "tool/assignment.h"
+#include "tool/commands.h"
+#include "tool/input.h"
+#include "tool/source.h"
+#include "tool/subject.h"
+#include "tool/surroundings.h"
+
+namespace corvo::tool {
+namespace {
+
+constexpr std::size_t kMostJobs = 1'024;
+
+struct CommandOptions {
+  SourceOptions source;
+  SubjectOptions subject;
+  SurroundingsOptions surroundings;
+  AssignOptions assign;
+};
+
+void run(CommandOptions& options) {
+  settleSource(options.source, kStandardInput);
+  if (options.subject.file == kStandardInput) {
+    throw CLI::ValidationError("--user", "standard input has the users already");
+  }
+  const Surroundings surroundings(options.surroundings);
+  const Subject subject(options.subject);
+  const Source source = loadSource(options.source);
+  subject.warnOfUnread(source.project);
+  EvaluationContext defaults{.location = source.location};
+  surroundings.describe(defaults);
+  assign(source.project, defaults, subject.documents(), options.assign);
+}
+
+void addOwnOptions(CLI::App& command, AssignOptions& options) {
+  command
+      .add_option("--flag", options.flags,
+                  "Write only the flags and experiments that are named; may be repeated")
+      ->type_name("NAME")
+      ->allow_extra_args(false);
+  command
+      .add_option("--experiment", options.experiments, "The same for an experiment or a holdout")
+      ->type_name("NAME")
+      ->allow_extra_args(false);
+  options.jobs = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMostJobs);
+  command.add_option("--jobs", options.jobs, "How many threads answer; by default one a core")
+      ->check(CLI::Range(std::size_t{1}, kMostJobs))
+      ->type_name("COUNT");
+}
+
+}  // namespace
+
+void addAssign(CLI::App& app) {
+  auto options = std::make_shared<CommandOptions>();
+  CLI::App& command = *app.add_subcommand(
+      "assign", "Answer for many users: one a line from standard input, in JSON");
+  addSourceOptions(command, options->source);
+  addSubjectOptions(command, options->subject);
+  addSurroundingsOptions(command, options->surroundings);
+  addOwnOptions(command, options->assign);
+  command.callback([options] { run(*options); });
+}
+
+}  // namespace corvo::tool

@@ -1,0 +1,70 @@
+#include "tool/deciding_steps.h"
+
+#include <algorithm>
+
+namespace corvo::tool {
+namespace {
+
+using Step = Explanation::Step;
+using Code = Explanation::Code;
+using Outcome = Explanation::Outcome;
+
+bool isReached(const Step& step) { return step.outcome != Outcome::notReached; }
+
+/// Whether the user's place in an experiment or holdout rests on one of the steps to it. They end
+/// with the one that settles whether the user is in.
+bool settlesPlacement(const Step& step, const Step& placement) {
+  const auto last = std::find_if(placement.steps.rbegin(), placement.steps.rend(), isReached);
+  if (last != placement.steps.rend() && &*last == &step) return true;
+  if (placement.outcome != Outcome::in) return false;
+  const bool isForced = step.code == Code::forcedGroup || step.code == Code::forcedExperiment;
+  return step.code == Code::group || (isForced && step.outcome == Outcome::found);
+}
+
+/// Whether a step rests on one inside it.
+bool settles(const Step& inner, const Step& outer) {
+  switch (outer.code) {
+    case Code::experiment:
+    case Code::holdout:
+      return settlesPlacement(inner, outer);
+    case Code::rules:
+    case Code::group:
+      return inner.outcome == Outcome::holds;
+    default:
+      return inner.outcome == outer.outcome;
+  }
+}
+
+/// Whether the answer rests on one of the outermost steps.
+bool settles(const Step& step, const Explanation& explanation) {
+  const bool isIn = std::ranges::any_of(explanation.steps, [](const Step& each) {
+    return each.code == Code::experiment && each.outcome == Outcome::in;
+  });
+  switch (step.code) {
+    case Code::flag:
+      return step.outcome == Outcome::notFound && !isIn;
+    case Code::experiment:
+      return step.outcome == Outcome::in ||
+             (!isIn && isReached(step) &&
+              explanation.question == Explanation::Question::experiment);
+    case Code::value:
+      return false;
+    default:
+      return true;
+  }
+}
+
+void add(const Step& step, bool decides, std::vector<bool>& all) {
+  all.push_back(decides);
+  for (const Step& inner : step.steps) add(inner, decides && settles(inner, step), all);
+}
+
+}  // namespace
+
+std::vector<bool> decidingSteps(const Explanation& explanation) {
+  std::vector<bool> all;
+  for (const Step& step : explanation.steps) add(step, settles(step, explanation), all);
+  return all;
+}
+
+}  // namespace corvo::tool

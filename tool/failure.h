@@ -1,0 +1,23 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace corvo::tool {
+
+/// Why a command failed: a sentence for people and a word for programs.
+class Failure : public std::runtime_error {
+ public:
+  /// The code is the case of a `CorvoError`, or a word in lower case with hyphens. It never
+  /// changes.
+  Failure(std::string code, const std::string& message)
+      : std::runtime_error(message), code_(std::move(code)) {}
+
+  [[nodiscard]] const std::string& code() const noexcept { return code_; }
+
+ private:
+  std::string code_;
+};
+
+}  // namespace corvo::tool

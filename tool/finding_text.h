@@ -1,0 +1,19 @@
+#pragma once
+
+#include <corvo/lint.h>
+
+#include <string>
+#include <string_view>
+
+#include "tool/style.h"
+
+namespace corvo::tool {
+
+/// "error" or "warning".
+[[nodiscard]] std::string_view wordOf(Finding::Severity severity);
+
+/// A finding as compilers write theirs: "file:line:column: severity: message [code]".
+[[nodiscard]] std::string lineOf(const std::string& file, const Finding& finding,
+                                 const Style& style);
+
+}  // namespace corvo::tool

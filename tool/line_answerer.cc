@@ -1,0 +1,94 @@
+#include "tool/line_answerer.h"
+
+#include <corvo/json_value.h>
+
+#include <cmath>
+#include <variant>
+
+#include "json/json_places.h"
+
+namespace corvo::tool {
+namespace {
+
+/// A flag's value as JSON. A number that JSON does not have stands as the text that it is.
+std::string typedJson(std::string_view text) {
+  const CorvoProperty property = typedProperty(text);
+  const auto* number = std::get_if<double>(&property);
+  if (number && !std::isfinite(*number)) return JsonValue(std::string(text)).toJson();
+  return std::visit([](const auto& value) { return JsonValue(value).toJson(); }, property);
+}
+
+/// Each element has a comma behind it: the last one's is the bracket's place.
+void closeList(std::string& text, char bracket) {
+  if (text.back() == ',') {
+    text.back() = bracket;
+  } else {
+    text += bracket;
+  }
+}
+
+std::size_t columnOf(std::string_view line, std::size_t place) {
+  const std::string lineAndColumn = corvo_internal::json::lineAndColumn(line, place);
+  return std::stoull(lineAndColumn.substr(lineAndColumn.find(':') + 1));
+}
+
+}  // namespace
+
+void LineAnswerer::answer(LineBatch& batch) {
+  std::string_view rest = batch.text;
+  std::size_t number = batch.firstNumber;
+  for (const auto& [size, isTooLong] : batch.lines) {
+    if (isTooLong) {
+      refuse("null", {"line-too-long", "longer than 16 MiB"}, number, 1, batch);
+    } else {
+      answer(rest.substr(0, size), number, batch);
+    }
+    rest.remove_prefix(size);
+    ++number;
+  }
+  user_.forget();  // it may have been long, and the next batch may be another thread's
+}
+
+void LineAnswerer::answer(std::string_view line, std::size_t number, LineBatch& batch) {
+  if (const auto fault = user_.read(line)) {
+    return refuse(user_.id(), *fault, number, columnOf(line, fault->place), batch);
+  }
+  about_.reset(user_.context());
+  std::string& out = batch.answers;
+  out.append("{\"id\":").append(user_.id()).append(",\"flags\":{");
+  for (const auto& [flag, text] : about_.flagTexts(form_.flags())) {
+    out.append(form_.flagKey(flag)).append(valueOf(text)) += ',';
+  }
+  closeList(out, '}');
+  const auto memberships = about_.memberships(form_.experiments());
+  out += ",\"experiments\":[";
+  addMemberships(memberships, false, out);
+  out += ",\"holdouts\":[";
+  addMemberships(memberships, true, out);
+  out += "}\n";
+}
+
+void LineAnswerer::addMemberships(std::span<const Evaluation::Membership> memberships,
+                                  bool areHoldouts, std::string& out) {
+  for (const auto& [position, group] : memberships) {
+    const AnswerForm::Experiment& experiment = form_.experiment(position);
+    if (experiment.isHoldout == areHoldouts) out.append(experiment.groups[group]) += ',';
+  }
+  closeList(out, ']');
+}
+
+void LineAnswerer::refuse(const std::string& id, const UserLine::Fault& fault, std::size_t number,
+                          std::size_t column, LineBatch& batch) {
+  const std::string message =
+      "line " + std::to_string(number) + ", column " + std::to_string(column) + ": " + fault.reason;
+  const JsonObject error{{"code", fault.code}, {"message", message}};
+  batch.answers += "{\"id\":" + id + ",\"error\":" + JsonValue(error).toJson() + "}\n";
+  ++batch.badCount;
+}
+
+const std::string& LineAnswerer::valueOf(std::string_view text) {
+  const auto known = values_.find(text);
+  return known != values_.end() ? known->second : values_[text] = typedJson(text);
+}
+
+}  // namespace corvo::tool

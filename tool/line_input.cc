@@ -1,0 +1,122 @@
+#include "tool/line_input.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+#include "tool/failure.h"
+
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <poll.h>
+#include <unistd.h>
+#endif
+
+namespace corvo::tool {
+namespace {
+
+constexpr std::size_t kRead = std::size_t{256} << 10;
+constexpr std::size_t kKept = 4 * kRead;  // larger room goes back after a long line
+
+#ifdef _WIN32
+
+// Cannot be found out for all that an input may be.
+bool wouldWait() { return true; }
+
+std::ptrdiff_t readSome(char* place, std::size_t size) {
+  return ::_read(0, place, static_cast<unsigned>(size));
+}
+
+#else
+
+bool wouldWait(int timeout = 0) {
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  return ::poll(&input, 1, timeout) != 1 || (input.revents & (POLLIN | POLLHUP | POLLERR)) == 0;
+}
+
+// Waits also where the input was set not to wait.
+std::ptrdiff_t readSome(char* place, std::size_t size) {
+  for (;;) {
+    const std::ptrdiff_t count = ::read(STDIN_FILENO, place, size);
+    if (count >= 0 || (errno != EINTR && errno != EAGAIN)) return count;
+    if (errno == EAGAIN) wouldWait(-1);
+  }
+}
+
+#endif
+
+}  // namespace
+
+bool LineInput::isReady() {
+  while (!findEnd() && !isAtEnd_) {
+    if (wouldWait()) return false;
+    readMore();
+  }
+  return true;
+}
+
+std::optional<LineInput::Line> LineInput::next() {
+  while (!findEnd() && !isAtEnd_) readMore();
+  if (lineEnd_ < last_) return takeLine(lineEnd_);
+  if (first_ == last_ && !isTooLong_) return std::nullopt;
+  return takeLine(last_);
+}
+
+void LineInput::check() const {
+  if (error_ == 0) return;
+  throw Failure("cannot-read",
+                "cannot read standard input: " + std::generic_category().message(error_));
+}
+
+// A line that is longer than it may be, whatever its end is, is not kept.
+bool LineInput::findEnd() {
+  const auto* const end = static_cast<const char*>(
+      lineEnd_ < last_ ? std::memchr(buffer_.data() + lineEnd_, '\n', last_ - lineEnd_) : nullptr);
+  if (end != nullptr) {
+    lineEnd_ = static_cast<std::size_t>(end - buffer_.data());
+    return true;
+  }
+  if (isTooLong_ || last_ - first_ > kLongest + 1) {
+    isTooLong_ = true;
+    last_ = first_;
+  }
+  lineEnd_ = last_;
+  return false;
+}
+
+void LineInput::readMore() {
+  if (first_ > 0) {
+    std::copy(buffer_.data() + first_, buffer_.data() + last_, buffer_.data());
+    last_ -= first_;
+    lineEnd_ -= first_;
+    first_ = 0;
+  }
+  if (last_ < kRead && buffer_.size() > kKept) {
+    buffer_.resize(last_);
+    buffer_.shrink_to_fit();
+  }
+  if (buffer_.size() - last_ < kRead) buffer_.resize(std::max(last_ + kRead, 2 * last_));
+  const std::ptrdiff_t count = readSome(buffer_.data() + last_, buffer_.size() - last_);
+  if (count > 0) {
+    last_ += static_cast<std::size_t>(count);
+    return;
+  }
+  isAtEnd_ = true;
+  if (count == 0) return;
+  error_ = errno;
+  last_ = lineEnd_ = first_;  // nobody knows how the line goes on
+  isTooLong_ = false;
+}
+
+LineInput::Line LineInput::takeLine(std::size_t end) {
+  std::string_view text(buffer_.data() + first_, end - first_);
+  first_ = lineEnd_ = std::min(end + 1, last_);
+  if (text.ends_with('\r')) text.remove_suffix(1);
+  const bool isTooLong = isTooLong_ || text.size() > kLongest;
+  isTooLong_ = false;
+  return {isTooLong ? "" : text, isTooLong};
+}
+
+}  // namespace corvo::tool

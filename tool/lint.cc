@@ -1,0 +1,100 @@
+#include <corvo/json_value.h>
+#include <corvo/lint.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tool/commands.h"
+#include "tool/failure.h"
+#include "tool/finding_text.h"
+#include "tool/input.h"
+#include "tool/output.h"
+#include "tool/style.h"
+
+namespace corvo::tool {
+namespace {
+
+struct LintOptions {
+  std::vector<std::string> files;
+  Colour colour = Colour::automatic;
+  bool strict = false;
+  bool json = false;
+};
+
+struct Checked {
+  std::string file;
+  std::vector<Finding> findings;
+};
+
+JsonValue inJson(const std::string& file, const Finding& finding) {
+  return JsonObject{{"code", std::string(finding.code)},
+                    {"severity", std::string(wordOf(finding.severity))},
+                    {"file", file},
+                    {"pointer", finding.pointer},
+                    {"line", static_cast<std::int64_t>(finding.line)},
+                    {"column", static_cast<std::int64_t>(finding.column)},
+                    {"message", finding.message}};
+}
+
+std::string inJson(const std::vector<Checked>& all) {
+  JsonArray findings;
+  for (const auto& [file, found] : all) {
+    for (const Finding& each : found) findings.push_back(inJson(file, each));
+  }
+  return JsonValue(JsonObject{{"findings", std::move(findings)}}).toJson() + "\n";
+}
+
+std::string forPeople(const std::vector<Checked>& all, const Style& style) {
+  std::string text;
+  for (const auto& [file, found] : all) {
+    for (const Finding& each : found) text += lineOf(file, each, style) + "\n";
+  }
+  return text;
+}
+
+bool isWorse(const Finding& finding, bool strict) {
+  return strict || finding.severity == Finding::Severity::error;
+}
+
+/// A file that cannot be read is said to be so, and the others are checked all the same.
+int lintAll(const LintOptions& options) {
+  std::vector<Checked> all;
+  int status = kDone;
+  for (const std::string& file : options.files) {
+    try {
+      all.push_back({shownName(file), lint(readInput(file))});
+    } catch (const Failure&) {
+      status = statusOfFailure();
+    }
+  }
+  print(options.json ? inJson(all) : forPeople(all, Style(options.colour)));
+  const bool isFound = std::ranges::any_of(all, [&](const Checked& each) {
+    return std::ranges::any_of(
+        each.findings, [&](const Finding& finding) { return isWorse(finding, options.strict); });
+  });
+  return status == kDone && isFound ? kFound : status;
+}
+
+}  // namespace
+
+void addLint(CLI::App& app, int& status) {
+  auto options = std::make_shared<LintOptions>();
+  CLI::App& command = *app.add_subcommand("lint", "Check configuration documents for mistakes");
+  command.add_option("FILE", options->files, "The documents; - is standard input")->required();
+  command.add_flag("--strict", options->strict, "Let warnings count, too: the exit status is 3");
+  addColourOption(command, options->colour);
+  command.add_flag("--json", options->json, "Answer in JSON");
+  command.callback([options, &status] {
+    if (std::ranges::count(options->files, kStandardInput) > 1) {
+      throw CLI::ValidationError("FILE", "standard input can be read once only");
+    }
+    status = lintAll(*options);
+  });
+}
+
+}  // namespace corvo::tool

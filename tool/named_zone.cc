@@ -1,0 +1,205 @@
+#include "tool/named_zone.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "tool/zone_rule.h"
+
+namespace corvo::tool {
+namespace {
+
+constexpr std::int64_t kForEver = INT64_MAX;
+
+/// A zone's changes in their order. Behind the last one they repeat with the calendar.
+class TableZone final : public TimeZone {
+ public:
+  /// The first offset holds before all changes.
+  explicit TableZone(std::int32_t first) { add({INT64_MIN, first}); }
+
+  void add(const OffsetChange& change) {
+    if (!offsets_.empty() && offsets_.back() == change.offset) return;
+    moments_.push_back(change.moment);
+    offsets_.push_back(change.offset);
+  }
+
+  /// Has a rule hold from a moment on, which is later than any change so far.
+  void follow(const std::vector<OffsetChange>& rule, std::int64_t from) {
+    const std::int64_t beyond = (from - kCycleStart) % kCalendarCycle;
+    const std::int64_t cycle = from - beyond - (beyond < 0 ? kCalendarCycle : 0);
+    end_ = from + kCalendarCycle;
+    OffsetChange initial{from, rule.back().offset};
+    std::vector<OffsetChange> later;
+    for (const std::int64_t start : {cycle, cycle + kCalendarCycle}) {
+      for (const OffsetChange& each : rule) {
+        const OffsetChange change{each.moment - kCycleStart + start, each.offset};
+        if (change.moment <= from) {
+          initial.offset = change.offset;
+        } else if (change.moment < end_) {
+          later.push_back(change);
+        }
+      }
+    }
+    add(initial);
+    for (const OffsetChange& each : later) add(each);
+  }
+
+  [[nodiscard]] std::int32_t offsetAt(std::int64_t moment) const override {
+    const auto next = std::ranges::upper_bound(moments_, moment < end_ ? moment : folded(moment));
+    return offsets_[static_cast<std::size_t>(next - moments_.begin() - 1)];
+  }
+
+  /// No other zone has it.
+  [[nodiscard]] std::uint64_t identifier() const override { return identifier_; }
+
+ private:
+  /// What stands for a moment behind the end. Their distance may be too long for a signed number.
+  [[nodiscard]] std::int64_t folded(std::int64_t moment) const {
+    const auto beyond = static_cast<std::uint64_t>(moment) - static_cast<std::uint64_t>(end_);
+    return end_ - kCalendarCycle + static_cast<std::int64_t>(beyond % kCalendarCycle);
+  }
+
+  static std::uint64_t nextIdentifier() {
+    static std::atomic<std::uint64_t> last = 0;
+    return ++last;
+  }
+
+  std::vector<std::int64_t> moments_;  // ascending
+  std::vector<std::int32_t> offsets_;
+  std::int64_t end_ = kForEver;
+  std::uint64_t identifier_ = nextIdentifier();
+};
+
+/// Reads a file from its front. What is missing spoils it for good, and reads as zeros.
+class Bytes {
+ public:
+  explicit Bytes(std::string_view bytes) : rest_(bytes) {}
+
+  std::string_view take(std::uint64_t count) {
+    fits_ &= count <= rest_.size();
+    if (!fits_) return {};
+    const std::string_view taken = rest_.substr(0, static_cast<std::size_t>(count));
+    rest_.remove_prefix(taken.size());
+    return taken;
+  }
+
+  /// A number with its most significant byte first.
+  std::uint64_t number(std::size_t size) {
+    std::uint64_t value = 0;
+    for (const char each : take(size)) value = value << 8 | static_cast<unsigned char>(each);
+    return value;
+  }
+
+  /// Without the line's end.
+  std::string_view line() {
+    const std::string_view all = take(rest_.find('\n'));
+    take(1);
+    return all;
+  }
+
+  [[nodiscard]] bool fits() const { return fits_; }
+
+ private:
+  std::string_view rest_;
+  bool fits_ = true;
+};
+
+/// A header of TZif as in RFC 8536, section 3, and the size of what follows it.
+struct Header {
+  explicit Header(Bytes& file) {
+    isHeader = file.take(4) == "TZif";
+    version = static_cast<char>(file.number(1));
+    file.take(15);
+    for (std::uint64_t* each : {&isUt, &isStandard, &leaps, &changes, &types, &letters}) {
+      *each = file.number(4);
+    }
+  }
+
+  /// That of the block, whose moments have so many bytes.
+  [[nodiscard]] std::uint64_t blockSize(std::uint64_t momentSize) const {
+    return changes * (momentSize + 1) + types * 6 + letters + leaps * (momentSize + 4) +
+           isStandard + isUt;
+  }
+
+  bool isHeader = false;
+  char version = 0;
+  std::uint64_t isUt = 0, isStandard = 0, leaps = 0, changes = 0, types = 0, letters = 0;
+};
+
+/// Whether it names a file within the folder.
+bool isPlain(std::string_view name) {
+  constexpr std::string_view kLetters =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._+-/";
+  return !name.empty() && name.find_first_not_of(kLetters) == std::string_view::npos &&
+         name.front() != '/' && name.find("..") == std::string_view::npos;
+}
+
+std::filesystem::path databaseFolder() {
+  const char* const chosen = std::getenv("TZDIR");
+  return chosen != nullptr && *chosen != '\0' ? chosen : "/usr/share/zoneinfo";
+}
+
+}  // namespace
+
+std::shared_ptr<const TimeZone> namedZone(const std::string& name) {
+  constexpr std::uintmax_t kMostBytes = 1U << 20;  // the longest have some thousand
+  if (name == "UTC") return std::make_shared<TableZone>(0);
+  if (!isPlain(name)) return nullptr;
+  const std::filesystem::path path = databaseFolder() / name;
+  std::error_code failure;
+  if (!std::filesystem::is_regular_file(path, failure)) return nullptr;
+  std::string content(std::min(std::filesystem::file_size(path, failure), kMostBytes), '\0');
+  std::ifstream file(path, std::ios::binary);
+  file.read(content.data(), static_cast<std::streamsize>(content.size()));
+  content.resize(static_cast<std::size_t>(file.gcount()));
+  return zoneOfFile(content);
+}
+
+std::shared_ptr<const TimeZone> zoneOfFile(std::string_view content) {
+  constexpr std::int64_t kDay = 86'400;
+  constexpr std::int64_t kLatest = std::int64_t{1} << 59;  // or earliest: before the Big Bang
+  Bytes file(content);
+  const Header old(file);
+  if (!old.isHeader || old.version < '2') return nullptr;
+  file.take(old.blockSize(4));
+  const Header header(file);
+  if (!header.isHeader || header.leaps != 0) return nullptr;
+
+  Bytes moments(file.take(header.changes * 8));
+  const std::string_view kinds = file.take(header.changes);
+  Bytes types(file.take(header.types * 6));
+  file.take(header.letters + header.isStandard + header.isUt);
+  const bool hasRule = file.take(1) == "\n";
+  const std::string_view rule = file.line();
+  if (!file.fits() || !hasRule || header.types == 0) return nullptr;
+
+  std::vector<std::int32_t> offsets;
+  for (std::uint64_t i = 0; i < header.types; ++i) {
+    offsets.push_back(static_cast<std::int32_t>(types.number(4)));
+    if (std::abs(std::int64_t{offsets.back()}) >= kDay) return nullptr;
+    types.take(2);  // whether it is daylight saving time, and its name
+  }
+
+  auto zone = std::make_shared<TableZone>(offsets.front());
+  std::int64_t last = -kLatest - 1;
+  for (const char kind : kinds) {
+    const auto moment = static_cast<std::int64_t>(moments.number(8));
+    const auto type = static_cast<unsigned char>(kind);
+    if (moment <= last || moment > kLatest || type >= offsets.size()) return nullptr;
+    zone->add({moment, offsets[type]});
+    last = moment;
+  }
+  if (rule.empty()) return zone;
+  const auto changes = changesByRule(rule);
+  if (!changes) return nullptr;
+  zone->follow(*changes, last);
+  return zone;
+}
+
+}  // namespace corvo::tool

@@ -1,0 +1,160 @@
+#include "tool/source.h"
+
+#include <corvo/json_value.h>
+#include <corvo/lint.h>
+#include <corvo/property.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "tool/asked_client.h"
+#include "tool/failure.h"
+#include "tool/finding_text.h"
+#include "tool/input.h"
+
+namespace corvo::tool {
+namespace {
+
+constexpr const char* kUrlVariable = "CORVO_URL";
+constexpr const char* kTokenVariable = "CORVO_TOKEN";
+
+bool isOfEnvironment(const std::string& value, const char* variable) {
+  const char* const set = std::getenv(variable);
+  return set != nullptr && value == set;
+}
+
+/// The finding of what stops a client.
+constexpr const char* kStop = "inverted-bounds";
+
+struct Documents {
+  Document configuration;
+  Document location;
+};
+
+Documents documents(const std::string& configName, std::string config, const std::string& geoName,
+                    std::string geo) {
+  return {{Document::Kind::configuration, configName, std::move(config)},
+          {Document::Kind::location, geoName, std::move(geo)}};
+}
+
+Documents readDocuments(const SourceOptions& options) {
+  return documents(shownName(options.config), readInput(options.config), shownName(options.geo),
+                   options.geo.empty() ? "{}" : readInput(options.geo));
+}
+
+/// By a client, which knows how to ask. No flag has that name, so nothing is evaluated: whether the
+/// project may be, is found out later.
+Documents fetchDocuments(const SourceOptions& options) {
+  AskedClient asked(platformOf(options, {.inMemory = true}), options.url, options.token,
+                    std::nullopt);
+  asked.ask([&asked](CorvoClient& client) {
+    client.getProject().get();
+    const std::size_t longest = asked.session().configuration().size();
+    try {
+      client.checkFlag<bool>(std::string(longest, ' ')).get();
+    } catch (const CorvoError& error) {
+      if (error.as<CorvoError::FeatureFlagNotFound>() == nullptr) throw;
+    }
+  });
+  return documents(options.url + ": configuration", asked.session().configuration(),
+                   options.url + ": location", asked.session().location());
+}
+
+void refuse(const Document& document) {
+  if (const auto fault = faultOf(document)) throw Failure("bad-document", *fault);
+}
+
+/// A client stops the process where a question reaches bounds that end before they begin.
+void refuseStops(const Document& document, const Project& project) {
+  if (project.stops().empty()) return;
+  std::string lines;
+  for (const Finding& finding : lint(document.text)) {
+    if (finding.code != kStop) continue;
+    lines += (lines.empty() ? "" : "\n") + lineOf(document.name, finding, Style());
+  }
+  throw Failure(kStop, lines);
+}
+
+Project decodeProject(const Document& document) {
+  refuse(document);
+  Project project = Project::decode(document.text, Project::Filter::client).value();
+  refuseStops(document, project);
+  return project;
+}
+
+PropertyMap decodeLocation(const Document& document) {
+  refuse(document);
+  PropertyMap location;
+  const auto object = fromCorvoString<JsonObject>(document.text);
+  for (const auto& [name, value] : *object) {
+    location.emplace(name, std::get<std::string>(value.value()));
+  }
+  return location;
+}
+
+}  // namespace
+
+void addSourceOptions(CLI::App& command, SourceOptions& options) {
+  command
+      .add_option("--config", options.config,
+                  "Read the configuration from a file; - is standard input")
+      ->type_name("FILE");
+  command.add_option("--geo", options.geo, "Read the location from a file; by default it is empty")
+      ->type_name("FILE");
+  command.add_option("--url", options.url, "Ask the backend at this base address instead")
+      ->envname(kUrlVariable)
+      ->type_name("URL");
+  command.add_option("--token", options.token, "The project's token")->envname(kTokenVariable);
+  command
+      .add_option("--timeout", options.timeout,
+                  "How long to wait for an answer of the backend, in seconds")
+      ->check(CLI::PositiveNumber)
+      ->type_name("SECONDS");
+}
+
+void settleSource(SourceOptions& options, const std::string& otherInput) {
+  const auto inputs = {options.config, options.geo, otherInput};
+  if (std::ranges::count(inputs, kStandardInput) > 1) {
+    throw CLI::ValidationError("-", "only one input can be standard input");
+  }
+  if (options.config.empty()) {
+    if (!options.geo.empty()) throw CLI::ValidationError("--geo", "is for use with --config");
+    if (options.url.empty()) throw CLI::RequiredError("--config, or --url with --token,");
+    if (options.token.empty()) throw CLI::RequiredError("--token");
+    return;
+  }
+  for (const auto& [value, variable, name] :
+       {std::tuple(&options.url, kUrlVariable, "--url"),
+        std::tuple(&options.token, kTokenVariable, "--token")}) {
+    if (!value->empty() && !isOfEnvironment(*value, variable)) {
+      throw CLI::ExcludesError("--config", name);
+    }
+    value->clear();
+  }
+}
+
+Platform platformOf(const SourceOptions& options, HostOptions host) {
+  if (options.timeout) host.timeoutSeconds = host.transferSeconds = *options.timeout;
+  Platform platform = hostPlatform(std::move(host));
+  if (!options.config.empty()) {
+    const auto [configuration, location] = readDocuments(options);
+    static_cast<void>(decodeProject(configuration));
+    refuse(location);
+    platform.urlSession = sessionOf(configuration.text, location.text);
+  }
+  return platform;
+}
+
+Source loadSource(const SourceOptions& options) {
+  auto [configuration, location] =
+      options.config.empty() ? fetchDocuments(options) : readDocuments(options);
+  Project project = decodeProject(configuration);
+  return {std::move(configuration), std::move(project), decodeLocation(location)};
+}
+
+}  // namespace corvo::tool

@@ -1,0 +1,76 @@
+#include "tool/subject.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "json/json_places.h"
+#include "tool/failure.h"
+#include "tool/input.h"
+
+namespace corvo::tool {
+
+using namespace corvo_internal;
+
+namespace {
+
+/// What is wrong with a property on the command line; empty when nothing is.
+std::string complainAboutProperty(const std::string& text) {
+  const std::size_t equals = text.find('=');
+  return equals == 0 || equals == std::string::npos ? "expected NAME=TEXT, not " + text : "";
+}
+
+[[noreturn]] void refuse(const std::string& file, const std::string& text, std::size_t place,
+                         const std::string& reason) {
+  throw Failure("bad-user",
+                shownName(file) + ":" + json::lineAndColumn(text, place) + ": " + reason);
+}
+
+}  // namespace
+
+void addSubjectOptions(CLI::App& command, SubjectOptions& options) {
+  command
+      .add_option(
+          "--user", options.file,
+          "Read the user from a file, {\"properties\": {NAME: TEXT, ...}}; - is standard input")
+      ->type_name("FILE");
+  command.add_option("--user-id", options.userId, "The user's identifier");
+  command.add_option("--property", options.properties, "A property of the user; may be repeated")
+      ->check(CLI::Validator(complainAboutProperty, "NAME=TEXT"))
+      ->allow_extra_args(false);
+}
+
+Subject::Subject(const SubjectOptions& options) {
+  if (!options.file.empty()) {
+    const std::string text = readInput(options.file);
+    const json::JsonPlaces places = json::jsonPlaces(text);
+    if (places.fault) refuse(options.file, text, places.fault->place, places.fault->reason);
+    tree_ = std::make_unique<const json::JsonTree>(text);
+    if (const PerhapsFault fault = read_.read(*tree_->root())) {
+      const auto node = static_cast<std::size_t>(fault->node - tree_->root());
+      refuse(options.file, text, places.nodes.at(node), fault->reason);
+    }
+  }
+  if (options.userId) given_.properties.emplace_back("userId", *options.userId);
+  for (const std::string_view property : options.properties) {
+    const std::size_t equals = property.find('=');
+    given_.properties.emplace_back(property.substr(0, equals), property.substr(equals + 1));
+  }
+}
+
+void Subject::describe(EvaluationContext& context) { described_.describe(documents(), context); }
+
+CorvoUser Subject::record(std::string_view expiry) const { return recordOf(documents(), expiry); }
+
+void Subject::warnOfUnread(const Project& project) const {
+  const std::vector<std::string> names = project.properties();
+  std::set<std::string_view> known(names.begin(), names.end());
+  for (const UserDocument* document : documents()) {
+    for (const auto& [name, text] : document->properties) {
+      if (!known.insert(name).second) continue;
+      std::cerr << "warning: nothing in the project reads the property \"" + std::string(name) +
+                       "\"\n";
+    }
+  }
+}
+
+}  // namespace corvo::tool

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <corvo/evaluation_context.h>
+#include <corvo/project.h>
+#include <corvo/user.h>
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool/user_document.h"
+
+namespace CLI {
+class App;
+}
+
+namespace corvo::tool {
+
+/// Who is asked about. Of the three a later one wins.
+struct SubjectOptions {
+  std::string file;
+  std::optional<std::string> userId;
+  std::vector<std::string> properties;  ///< "NAME=TEXT"
+
+  /// Whether anything is said of the user.
+  [[nodiscard]] bool isGiven() const { return !file.empty() || userId || !properties.empty(); }
+};
+
+void addSubjectOptions(CLI::App& command, SubjectOptions& options);
+
+/// The user whom the options describe.
+class Subject {
+ public:
+  /// Reads the user's file. Throws a `Failure`. Refers to the options.
+  explicit Subject(const SubjectOptions& options);
+
+  /// Gives the user to a context, which refers to them.
+  void describe(EvaluationContext& context);
+
+  /// Those that describe the user together; valid as long as this.
+  [[nodiscard]] std::array<const UserDocument*, 2> documents() const { return {&read_, &given_}; }
+
+  /// The user as a client stores them. What is not said to expire gets `expiry`.
+  [[nodiscard]] CorvoUser record(std::string_view expiry) const;
+
+  /// Warns on standard error of each property that nothing in the project reads.
+  void warnOfUnread(const Project& project) const;
+
+ private:
+  std::unique_ptr<const corvo_internal::json::JsonTree> tree_;
+  UserDocument read_;
+  UserDocument given_;
+  DescribedUser described_;
+};
+
+}  // namespace corvo::tool

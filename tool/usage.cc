@@ -1,0 +1,117 @@
+#include "tool/usage.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "tool/command_tree.h"
+#include "tool/suggestion.h"
+
+namespace corvo::tool {
+namespace {
+
+using Words = std::vector<std::string>;
+
+/// Its text is the whole complaint.
+class NoSuchCommand : public CLI::ParseError {
+ public:
+  explicit NoSuchCommand(const std::string& complaint)
+      : ParseError(complaint, CLI::ExitCodes::ExtrasError) {}
+};
+
+void append(const Words& more, Words& words) {
+  words.insert(words.end(), more.begin(), more.end());
+}
+
+Words namesOf(const std::vector<const CLI::App*>& commands) {
+  Words names;
+  for (const CLI::App* each : commands) names.push_back(each->get_name());
+  return names;
+}
+
+/// The names of the options that may stand behind it.
+Words optionNamesOf(const CLI::App& command) {
+  Words names;
+  for (const Parameter& each : optionsOf(command)) {
+    names.insert(names.end(), each.names.begin(), each.names.end());
+  }
+  if (command.get_fallthrough()) append(optionNamesOf(*command.get_parent()), names);
+  return names;
+}
+
+std::string whereHelpIs(const CLI::App& command) {
+  return "\nTry \"" + pathOf(command).insert(std::string("corvo").size(), " help") + "\".";
+}
+
+/// That there is nothing of the name, which is one that somebody has typed.
+std::string noSuch(const char* kind, const std::string& typed, const Words& known,
+                   const CLI::App& command) {
+  std::string text = pathOf(command) + ": there is no " + kind + " \"" + typed + "\"";
+  const std::optional<std::string> meant = nearest(typed, known);
+  return text + (meant ? "; did you mean \"" + *meant + "\"?" : whereHelpIs(command));
+}
+
+std::string unexpectedOption(const std::string& name, const CLI::App& command) {
+  Words known = optionNamesOf(command);
+  if (command.get_parent() == nullptr) {
+    for (const CLI::App* each : commandsOf(command)) append(optionNamesOf(*each), known);
+  }
+  if (std::ranges::find(known, name) == known.end()) return noSuch("option", name, known, command);
+  return "corvo: " + name + " must stand behind the command" + whereHelpIs(command);
+}
+
+/// What is wrong with an argument that no command has taken.
+std::string unexpected(const std::string& argument, const CLI::App& command) {
+  if (argument.starts_with('-') && argument != "-") {
+    return unexpectedOption(argument.substr(0, argument.find('=')), command);
+  }
+  const Words commands = namesOf(commandsOf(command));
+  if (!commands.empty()) return noSuch("command", argument, commands, command);
+  return pathOf(command) + ": unexpected argument \"" + argument + "\"" + whereHelpIs(command);
+}
+
+/// The reason of an error, in our own words where those of the parser are hard to read.
+std::string reasonOf(const CLI::ParseError& error, const CLI::App& command) {
+  std::string reason = error.what();
+  const Words commands = namesOf(commandsOf(command));
+  if (!commands.empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+    return "a command is missing: one of " + CLI::detail::join(commands, ", ");
+  }
+  if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+    const std::string name = reason.substr(0, reason.find(':'));
+    if (reason.ends_with(" missing")) return name + " needs a value";
+    if (reason.starts_with(name + ": At Most 1 ")) return name + " must not stand twice";
+  }
+  if (dynamic_cast<const CLI::ConversionError*>(&error) != nullptr) {
+    return "not a valid value: " + reason.substr(reason.find(": ") + 2);
+  }
+  return reason;
+}
+
+}  // namespace
+
+const CLI::App& parsedCommand(const CLI::App& app) {
+  const auto below = app.get_subcommands();
+  return below.empty() ? app : parsedCommand(*below.front());
+}
+
+std::string complaintAbout(const CLI::App& app, const CLI::ParseError& error) {
+  if (dynamic_cast<const NoSuchCommand*>(&error) != nullptr) return error.what();
+  const CLI::App& command = parsedCommand(app);
+  const Words left = app.remaining(true);
+  if (!left.empty()) return unexpected(left.front(), command);
+  return pathOf(command) + ": " + reasonOf(error, command) + whereHelpIs(command);
+}
+
+const CLI::App& commandNamed(const CLI::App& app, std::span<const std::string> words) {
+  const CLI::App* command = &app;
+  for (const std::string& word : words) {
+    const CLI::App* const below = commandAt(*command, {&word, 1});
+    if (below == nullptr) throw NoSuchCommand(unexpected(word, *command));
+    command = below;
+  }
+  return *command;
+}
+
+}  // namespace corvo::tool
