@@ -1,22 +1,13 @@
 #include "tool/line_answerer.h"
 
 #include <corvo/json_value.h>
-
-#include <cmath>
-#include <variant>
+#include <corvo/property.h>
 
 #include "json/json_places.h"
+#include "tool/report.h"
 
 namespace corvo::tool {
 namespace {
-
-/// A flag's value as JSON. A number that JSON does not have stands as the text that it is.
-std::string typedJson(std::string_view text) {
-  const CorvoProperty property = typedProperty(text);
-  const auto* number = std::get_if<double>(&property);
-  if (number && !std::isfinite(*number)) return JsonValue(std::string(text)).toJson();
-  return std::visit([](const auto& value) { return JsonValue(value).toJson(); }, property);
-}
 
 /// Each element has a comma behind it: the last one's is the bracket's place.
 void closeList(std::string& text, char bracket) {
@@ -88,7 +79,7 @@ void LineAnswerer::refuse(const std::string& id, const UserLine::Fault& fault, s
 
 const std::string& LineAnswerer::valueOf(std::string_view text) {
   const auto known = values_.find(text);
-  return known != values_.end() ? known->second : values_[text] = typedJson(text);
+  return known != values_.end() ? known->second : values_[text] = toJson(typedProperty(text)).toJson();
 }
 
 }  // namespace corvo::tool
