@@ -1,3 +1,4 @@
+#include <corvo/corvo.h>
 #include <corvo/host.h>
 #include <corvo/user_builder.h>
 
@@ -15,6 +16,7 @@
 #include "tool/questions.h"
 #include "tool/report.h"
 #include "tool/source.h"
+#include "tool/style.h"
 #include "tool/subject.h"
 #include "tool/surroundings.h"
 
@@ -26,6 +28,7 @@ struct AskOptions {
   SubjectOptions subject;
   SurroundingsOptions surroundings;
   std::optional<std::string> store;
+  Colour colour = Colour::automatic;
   bool json = false;
 };
 
@@ -33,6 +36,13 @@ struct AskOptions {
 std::string expiryOfNow(const Platform& platform) {
   CorvoUser::Builder builder(platform.clock, platform.timeZone);
   return builder.setUserId("").corvoExpiration.at("userId");
+}
+
+/// Lets go of what a store has cached: the documents of the options may be others by now.
+void forgetDocuments(const Platform& platform, const std::string& token) {
+  const auto suite =
+      platform.preferencesStore->open("storage" + std::string(Corvo::defaultClientTag) + token);
+  if (suite) suite->apply({{{"config.value", std::nullopt}, {"location.value", std::nullopt}}});
 }
 
 /// A platform that keeps things where the options say, which is certain to be possible.
@@ -45,15 +55,21 @@ Platform platformFor(const AskOptions& options) {
   const std::shared_ptr<PreferencesSuite> trial = platform.preferencesStore->open("");
   if (!trial) throw Failure("bad-store", "cannot open " + *options.store + " as a store");
   if (!trial->apply({})) throw Failure("bad-store", "cannot write to " + *options.store);
+  if (!options.source.config.empty()) forgetDocuments(platform, options.source.token);
   return platform;
 }
 
 Report answer(const Question& question, const Arguments& arguments, const AskOptions& options) {
   const Platform platform = platformFor(options);
+  const Subject subject(options.subject);
   std::optional<CorvoUser> user;  // without one a stored user stays
-  if (options.subject.isGiven()) user = Subject(options.subject).record(expiryOfNow(platform));
+  if (options.subject.isGiven()) user = subject.record(expiryOfNow(platform));
   AskedClient asked(platform, options.source.url, options.source.token, std::move(user));
-  return asked.ask([&](CorvoClient& client) { return question.ask(client, arguments); });
+  return asked.ask([&](CorvoClient& client) {
+    Report report = question.ask(client, arguments);
+    if (options.subject.isGiven()) subject.warnOfUnread(client.getProject().get());
+    return report;
+  });
 }
 
 void ask(const Question& question, const Arguments& arguments, const AskOptions& options) {
@@ -62,7 +78,7 @@ void ask(const Question& question, const Arguments& arguments, const AskOptions&
   if (options.json) {
     text << report.json.toJson() << '\n';
   } else {
-    printReport(report, text);
+    printReport(report, Style(options.colour), text);
   }
   print(text.str());
 }
@@ -75,6 +91,7 @@ void addOptions(CLI::App& command, AskOptions& options) {
       .add_option("--store", options.store,
                   "Keep the client's state in a file; a user in it stays until one is described")
       ->type_name("FILE");
+  addColourOption(command, options.colour);
   command.add_flag("--json", options.json, "Answer in JSON");
 }
 

@@ -63,6 +63,7 @@ void addAssign(CLI::App& app) {
   addSubjectOptions(command, options->subject);
   addSurroundingsOptions(command, options->surroundings);
   addOwnOptions(command, options->assign);
+  command.add_flag("--json")->description("Say errors in JSON, too; answers always are");
   command.callback([options] { run(*options); });
 }
 

@@ -29,7 +29,7 @@ bool settles(const Step& inner, const Step& outer) {
       return settlesPlacement(inner, outer);
     case Code::rules:
     case Code::group:
-      return inner.outcome == Outcome::holds;
+      return inner.outcome == (outer.outcome == Outcome::found ? Outcome::holds : Outcome::fails);
     default:
       return inner.outcome == outer.outcome;
   }
@@ -44,9 +44,7 @@ bool settles(const Step& step, const Explanation& explanation) {
     case Code::flag:
       return step.outcome == Outcome::notFound && !isIn;
     case Code::experiment:
-      return step.outcome == Outcome::in ||
-             (!isIn && isReached(step) &&
-              explanation.question == Explanation::Question::experiment);
+      return step.outcome == Outcome::in || (!isIn && isReached(step));
     case Code::value:
       return false;
     default:

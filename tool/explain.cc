@@ -116,14 +116,15 @@ void explain(Explain question, const ExplainOptions& options) {
   const Surroundings surroundings(options.surroundings);
   Subject subject(options.subject);
   const Source source = loadSource(options.source);
-  nameDrops(source);
-  subject.warnOfUnread(source.project);
   EvaluationContext context{.location = source.location};
   subject.describe(context);
   surroundings.describe(context);
   Evaluation about = source.project.evaluate(context);
   const Explanation explanation = question(about, options.name);
   print(options.json ? inJson(explanation, about) : forPeople(explanation, Style(options.colour)));
+  // Last, so that what is said of a failure under --json is all that is said.
+  nameDrops(source);
+  subject.warnOfUnread(source.project);
 }
 
 void addQuestion(CLI::App& command, const char* word, const char* help, Explain question,

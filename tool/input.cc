@@ -35,6 +35,10 @@ std::string readAll(std::FILE* file, const std::string& name) {
 
 std::string shownName(const std::string& name) { return name == kStandardInput ? "<stdin>" : name; }
 
+std::string complainAboutName(const std::string& name) {
+  return name.empty() ? "needs the name of a file" : "";
+}
+
 std::string readInput(const std::string& name) {
   if (name == kStandardInput) return readAll(stdin, shownName(name));
   const std::unique_ptr<std::FILE, Close> file(std::fopen(name.c_str(), "rb"));

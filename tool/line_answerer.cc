@@ -79,7 +79,8 @@ void LineAnswerer::refuse(const std::string& id, const UserLine::Fault& fault, s
 
 const std::string& LineAnswerer::valueOf(std::string_view text) {
   const auto known = values_.find(text);
-  return known != values_.end() ? known->second : values_[text] = toJson(typedProperty(text)).toJson();
+  return known != values_.end() ? known->second
+                                : values_[text] = toJson(typedProperty(text)).toJson();
 }
 
 }  // namespace corvo::tool

@@ -64,12 +64,12 @@ bool isWorse(const Finding& finding, bool strict) {
 /// A file that cannot be read is said to be so, and the others are checked all the same.
 int lintAll(const LintOptions& options) {
   std::vector<Checked> all;
-  int status = kDone;
+  std::string unread;
   for (const std::string& file : options.files) {
     try {
       all.push_back({shownName(file), lint(readInput(file))});
-    } catch (const Failure&) {
-      status = statusOfFailure();
+    } catch (const Failure& failure) {
+      unread += (unread.empty() ? "" : "\n") + std::string(failure.what());
     }
   }
   print(options.json ? inJson(all) : forPeople(all, Style(options.colour)));
@@ -77,7 +77,8 @@ int lintAll(const LintOptions& options) {
     return std::ranges::any_of(
         each.findings, [&](const Finding& finding) { return isWorse(finding, options.strict); });
   });
-  return status == kDone && isFound ? kFound : status;
+  if (!unread.empty()) throw Failure("cannot-read", unread);
+  return isFound ? kFound : kDone;
 }
 
 }  // namespace

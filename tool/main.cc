@@ -43,9 +43,10 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     prepareStandardStreams();
-    if (std::find(argv, argv + argc, std::string_view("--json")) != argv + argc) {
-      sayFailuresInJson();
-    }
+    const auto asksForJson = [](std::string_view argument) {
+      return argument == "--json" || argument.starts_with("--json=");
+    };
+    if (std::any_of(argv, argv + argc, asksForJson)) sayFailuresInJson();
     return run(argc, argv);
   } catch (...) {
     return statusOfFailure();

@@ -2,8 +2,10 @@
 
 #include <corvo/json_value.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <iostream>
 #include <string>
@@ -13,6 +15,7 @@
 
 #ifndef _WIN32
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 #endif
 
@@ -20,6 +23,28 @@ namespace corvo::tool {
 namespace {
 
 bool areFailuresInJson = false;  // set once, before there are other threads
+
+#ifdef _WIN32
+
+std::ptrdiff_t writeSome(std::string_view text) {
+  errno = 0;
+  const std::size_t count = std::fwrite(text.data(), 1, text.size(), stdout);
+  return count == text.size() && std::fflush(stdout) == 0 ? static_cast<std::ptrdiff_t>(count) : -1;
+}
+
+#else
+
+// Waits also where the output was set not to wait.
+std::ptrdiff_t writeSome(std::string_view text) {
+  for (;;) {
+    const std::ptrdiff_t count = ::write(STDOUT_FILENO, text.data(), text.size());
+    if (count >= 0 || (errno != EINTR && errno != EAGAIN)) return count;
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    if (errno == EAGAIN) ::poll(&output, 1, -1);
+  }
+}
+
+#endif
 
 }  // namespace
 
@@ -34,19 +59,42 @@ void prepareStandardStreams() {
 }
 
 void print(std::string_view text) {
-  errno = 0;
-  const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-  if (written && std::fflush(stdout) == 0) return;
-  if (errno == EPIPE) throw ReaderGone();
-  throw Failure("cannot-write",
-                "cannot write to standard output: " + std::generic_category().message(errno));
+  while (!text.empty()) {
+    const std::ptrdiff_t count = writeSome(text);
+    if (count < 0 && errno == EPIPE) throw ReaderGone();
+    if (count < 0) {
+      throw Failure("cannot-write",
+                    "cannot write to standard output: " + std::generic_category().message(errno));
+    }
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+std::string visible(std::string_view text) {
+  std::string shown;
+  for (const char c : text) {
+    const bool isControl = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+    if (c == 0x7F) {
+      shown += "\\u007f";
+    } else if (isControl) {
+      const std::string escaped = JsonValue(std::string(1, c)).toJson();
+      shown += escaped.substr(1, escaped.size() - 2);
+    } else {
+      shown += c;
+    }
+  }
+  return shown;
 }
 
 void sayFailuresInJson() { areFailuresInJson = true; }
 
 void sayFailure(const std::string& code, const std::string& message) {
   if (!areFailuresInJson) {
-    std::cerr << message + "\n";
+    for (std::size_t at = 0; at <= message.size();) {
+      const std::size_t end = std::min(message.find('\n', at), message.size());
+      std::cerr << visible(std::string_view(message).substr(at, end - at)) + "\n";
+      at = end + 1;
+    }
     return;
   }
   const JsonObject error{{"code", code}, {"message", message}};

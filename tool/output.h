@@ -32,6 +32,9 @@ void sayFailuresInJson();
 /// Says on standard error why the command failed.
 void sayFailure(const std::string& code, const std::string& message);
 
+/// The text with its control characters written as in JSON, so that none reaches a terminal.
+[[nodiscard]] std::string visible(std::string_view text);
+
 /// Inside a handler: says on standard error what was thrown, and answers the exit status for it.
 /// Where the reader has gone it says nothing, and the process ends as the system ends others then.
 [[nodiscard]] int statusOfFailure();

@@ -7,11 +7,13 @@
 #include <utility>
 #include <variant>
 
+#include "tool/output.h"
+
 namespace corvo::tool {
 namespace {
 
 /// The names of the types that a property may have, in their order.
-constexpr std::array kTypeNames{"dictionary", "boolean", "integer", "double", "string"};
+constexpr std::array kTypeNames{"object", "boolean", "integer", "double", "string"};
 static_assert(kTypeNames.size() == std::variant_size_v<CorvoProperty>);
 
 std::size_t characterCount(const std::string& text) {
@@ -19,22 +21,24 @@ std::size_t characterCount(const std::string& text) {
       std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
-std::vector<std::size_t> columnWidths(const Report& report) {
+using Row = std::vector<std::string>;
+
+std::vector<std::size_t> columnWidths(const Row& heads, const std::vector<Row>& rows) {
   std::vector<std::size_t> widths;
-  for (std::size_t column = 0; column < report.columns.size(); ++column) {
-    std::size_t width = characterCount(report.columns[column]);
-    for (const auto& row : report.rows) width = std::max(width, characterCount(row[column]));
+  for (std::size_t column = 0; column < heads.size(); ++column) {
+    std::size_t width = characterCount(heads[column]);
+    for (const Row& row : rows) width = std::max(width, characterCount(row[column]));
     widths.push_back(width);
   }
   return widths;
 }
 
-void printRow(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths,
-              std::ostream& out) {
+std::string alignedLine(const Row& cells, const std::vector<std::size_t>& widths) {
+  std::string line;
   for (std::size_t column = 0; column + 1 < cells.size(); ++column) {
-    out << cells[column] << std::string(widths[column] + 2 - characterCount(cells[column]), ' ');
+    line += cells[column] + std::string(widths[column] + 2 - characterCount(cells[column]), ' ');
   }
-  out << cells.back() << '\n';
+  return line + cells.back();
 }
 
 }  // namespace
@@ -61,13 +65,17 @@ Report valueReport(const std::string& kind, const std::map<std::string, CorvoPro
   return report;
 }
 
-void printReport(const Report& report, std::ostream& out) {
-  if (!report.sentence.empty()) out << report.sentence << '\n';
+void printReport(const Report& report, const Style& style, std::ostream& out) {
+  if (!report.sentence.empty()) out << visible(report.sentence) << '\n';
   if (report.columns.empty()) return;
-  const std::vector<std::size_t> widths = columnWidths(report);
-  printRow(report.columns, widths, out);
-  for (const auto& row : report.rows) printRow(row, widths, out);
-  if (report.rows.empty()) out << "(none)\n";
+  auto rows = report.rows;
+  for (auto& row : rows) {
+    for (std::string& cell : row) cell = visible(cell);
+  }
+  const std::vector<std::size_t> widths = columnWidths(report.columns, rows);
+  out << style.bold(alignedLine(report.columns, widths)) << '\n';
+  for (const auto& row : rows) out << alignedLine(row, widths) << '\n';
+  if (rows.empty()) out << "(none)\n";
 }
 
 }  // namespace corvo::tool

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tool/style.h"
+
 namespace corvo::tool {
 
 /// An answer made ready to be shown: as a sentence and a table to people, as JSON to programs.
@@ -31,6 +33,6 @@ struct Report {
 
 /// Writes the sentence, then the rows under the columns' heads, aligned. For terminals with one
 /// cell per character.
-void printReport(const Report& report, std::ostream& out);
+void printReport(const Report& report, const Style& style, std::ostream& out);
 
 }  // namespace corvo::tool

@@ -72,9 +72,13 @@ void refuse(const Document& document) {
 /// A client stops the process where a question reaches bounds that end before they begin.
 void refuseStops(const Document& document, const Project& project) {
   if (project.stops().empty()) return;
+  const std::vector<Project::Drop> drops = project.drops();
   std::string lines;
   for (const Finding& finding : lint(document.text)) {
-    if (finding.code != kStop) continue;
+    const auto isAround = [&](const Project::Drop& drop) {
+      return finding.pointer.starts_with(drop.pointer + "/");
+    };
+    if (finding.code != kStop || std::ranges::any_of(drops, isAround)) continue;
     lines += (lines.empty() ? "" : "\n") + lineOf(document.name, finding, Style());
   }
   throw Failure(kStop, lines);
@@ -103,8 +107,10 @@ void addSourceOptions(CLI::App& command, SourceOptions& options) {
   command
       .add_option("--config", options.config,
                   "Read the configuration from a file; - is standard input")
+      ->check(complainAboutName)
       ->type_name("FILE");
   command.add_option("--geo", options.geo, "Read the location from a file; by default it is empty")
+      ->check(complainAboutName)
       ->type_name("FILE");
   command.add_option("--url", options.url, "Ask the backend at this base address instead")
       ->envname(kUrlVariable)
@@ -113,7 +119,10 @@ void addSourceOptions(CLI::App& command, SourceOptions& options) {
   command
       .add_option("--timeout", options.timeout,
                   "How long to wait for an answer of the backend, in seconds")
-      ->check(CLI::PositiveNumber)
+      ->check([](const std::string& text) -> std::string {
+        const auto seconds = fromCorvoString<double>(text);
+        return seconds && *seconds > 0 ? "" : "must be a positive number of seconds";
+      })
       ->type_name("SECONDS");
 }
 

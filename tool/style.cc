@@ -10,6 +10,12 @@
 namespace corvo::tool {
 namespace {
 
+const std::map<std::string, Colour>& words() {
+  static const std::map<std::string, Colour> all{
+      {"always", Colour::always}, {"auto", Colour::automatic}, {"never", Colour::never}};
+  return all;
+}
+
 bool hasColours(Colour colour) {
   if (colour != Colour::automatic) return colour == Colour::always;
   const char* const none = std::getenv("NO_COLOR");
@@ -21,12 +27,12 @@ bool hasColours(Colour colour) {
 }  // namespace
 
 void addColourOption(CLI::App& command, Colour& colour) {
-  const std::map<std::string, Colour> words{
-      {"always", Colour::always}, {"auto", Colour::automatic}, {"never", Colour::never}};
-  command.add_option("--color", colour, "When to use colours: always, auto or never")
-      ->transform(CLI::CheckedTransformer(words))
-      ->type_name("WHEN")
-      ->option_text("WHEN");
+  command
+      .add_option_function<std::string>(
+          "--color", [&colour](const std::string& word) { colour = words().at(word); },
+          "When to use colours: always, auto or never")
+      ->check(CLI::IsMember(words()))
+      ->type_name("WHEN");
 }
 
 Style::Style(Colour colour) : hasColours_(hasColours(colour)) {}

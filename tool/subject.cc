@@ -6,6 +6,7 @@
 #include "json/json_places.h"
 #include "tool/failure.h"
 #include "tool/input.h"
+#include "tool/output.h"
 
 namespace corvo::tool {
 
@@ -32,6 +33,7 @@ void addSubjectOptions(CLI::App& command, SubjectOptions& options) {
       .add_option(
           "--user", options.file,
           "Read the user from a file, {\"properties\": {NAME: TEXT, ...}}; - is standard input")
+      ->check(complainAboutName)
       ->type_name("FILE");
   command.add_option("--user-id", options.userId, "The user's identifier");
   command.add_option("--property", options.properties, "A property of the user; may be repeated")
@@ -64,11 +66,11 @@ CorvoUser Subject::record(std::string_view expiry) const { return recordOf(docum
 void Subject::warnOfUnread(const Project& project) const {
   const std::vector<std::string> names = project.properties();
   std::set<std::string_view> known(names.begin(), names.end());
+  known.insert("corvoExpiration");  // when "userId" expires
   for (const UserDocument* document : documents()) {
     for (const auto& [name, text] : document->properties) {
       if (!known.insert(name).second) continue;
-      std::cerr << "warning: nothing in the project reads the property \"" + std::string(name) +
-                       "\"\n";
+      std::cerr << "warning: nothing in the project reads the property \"" + visible(name) + "\"\n";
     }
   }
 }

@@ -19,7 +19,7 @@ namespace corvo::tool {
 /// clock, where no moment is given.
 struct SurroundingsOptions {
   DeviceFacts device;
-  std::string now;
+  std::optional<std::string> now;
   std::string zone = "UTC";
 };
 

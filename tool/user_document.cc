@@ -32,6 +32,13 @@ void addTo(CorvoUser& user, const UserDocument& document, std::string_view expir
   }
 }
 
+// A property of that name is when "userId" expires.
+bool mayExpire(const UserDocument* document) {
+  return document->corvoExpiration.has_value() ||
+         std::ranges::any_of(document->properties,
+                             [](const auto& property) { return property.first == kExpiration; });
+}
+
 }  // namespace
 
 DocumentFault unknownKey(std::string_view key, const JsonNode& value) {
@@ -82,8 +89,7 @@ CorvoUser recordOf(std::span<const UserDocument* const> documents, std::string_v
 void DescribedUser::describe(std::span<const UserDocument* const> documents,
                              EvaluationContext& context) {
   lasting_.clear();
-  const bool expires = std::ranges::any_of(
-      documents, [](const UserDocument* each) { return each->corvoExpiration.has_value(); });
+  const bool expires = std::ranges::any_of(documents, mayExpire);
   if (!expires) {
     for (const UserDocument* each : documents) {
       lasting_.insert(lasting_.end(), each->properties.begin(), each->properties.end());

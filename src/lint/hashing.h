@@ -1,7 +1,7 @@
 #pragma once
 
-#include <compare>
 #include <string_view>
+#include <tuple>
 
 #include "model/config.h"
 #include "placement/bucketing.h"
@@ -14,7 +14,9 @@ struct Hashing {
   model::SplitMode splitMode;
   std::string_view salt;
 
-  auto operator<=>(const Hashing&) const = default;
+  friend bool operator<(const Hashing& a, const Hashing& b) {
+    return std::tie(a.splitMode, a.salt) < std::tie(b.splitMode, b.salt);
+  }
 
   static Hashing of(const model::Experiment& experiment, std::string_view salt) {
     return {experiment.splitMode.value_or(model::SplitMode::userId), salt};

@@ -1,5 +1,6 @@
 #include <corvo/explanation.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -21,6 +22,8 @@ TEST(Explain, AnswersAsTheTranscriptSays) {
       "\n! warning: config.json:17:5: dropped /feature_flags/4: expected object, found "
       "number");
   tests::replaceAll(text, "ESC", "\x1b");
+  tests::replaceAll(text, "/tmp/STORE",
+                    testing::TempDir() + "corvo_store_" + std::to_string(getpid()));
   const std::vector<Exchange> transcript = readTranscript(text);
   replay(transcript, kFolder);
   EXPECT_GT(transcript.size(), 20U);
