@@ -58,30 +58,32 @@ DemandTexts textsOf(const std::vector<Demand>& demands) {
 // are the fewest, so that a search compares few.
 class TakenLists {
  public:
-  // Whether one of them has no condition besides these. Stops after some comparisons, lest all
-  // lists be compared with all others.
+  // Whether one of them has no condition besides these. Stops after some comparisons with shorter
+  // lists, lest all lists be compared with all others.
   [[nodiscard]] bool hasPartOf(const DemandTexts& texts) const {
+    if (lists_.contains(texts)) return true;
     int left = 64;
     for (const std::string& text : texts) {
-      const auto found = lists_.find(text);
-      if (found == lists_.end()) continue;
-      for (const DemandTexts& list : found->second) {
+      const auto found = at_.find(text);
+      if (found == at_.end()) continue;
+      for (const DemandTexts* list : found->second) {
         if (left-- == 0) return false;
-        if (list.size() <= texts.size() && std::ranges::includes(texts, list)) return true;
+        if (list->size() < texts.size() && std::ranges::includes(texts, *list)) return true;
       }
     }
     return false;
   }
 
   void add(DemandTexts texts) {
-    const auto count = [this](const std::string& text) { return lists_[text].size(); };
+    const auto count = [this](const std::string& text) { return at_[text].size(); };
     const auto fewest = std::ranges::min_element(texts, {}, count);
-    auto& lists = lists_[*fewest];
-    lists.push_back(std::move(texts));
+    auto& lists = at_[*fewest];
+    lists.push_back(&*lists_.insert(std::move(texts)).first);
   }
 
  private:
-  std::map<std::string, std::vector<DemandTexts>> lists_;
+  std::set<DemandTexts> lists_;
+  std::map<std::string, std::vector<const DemandTexts*>> at_;
 };
 
 // Whom the rules before have taken, as far as that is certain.
