@@ -65,6 +65,16 @@ std::optional<Sign> oppositeOf(Sign sign) {
   return std::nullopt;
 }
 
+// Every text, the empty one included, contains the empty text.
+std::optional<bool> answerByEmptyPart(const model::Condition& condition) {
+  const Sign sign = condition.conditionSign;
+  if (sign != Sign::containsAnyOf && sign != Sign::containsNoneOf) return std::nullopt;
+  if (std::ranges::find(condition.values, std::string_view()) == condition.values.end()) {
+    return std::nullopt;
+  }
+  return sign == Sign::containsAnyOf;
+}
+
 struct OrderingSign {
   Sign sign;
   bool isLower;
@@ -110,6 +120,7 @@ Demand::Demand(const model::Condition& condition, targeting::Vocabulary& vocabul
   const targeting::PreparedCondition prepared(condition, vocabulary);
   property = prepared.property();
   constant = prepared.constant();
+  if (!constant) constant = answerByEmptyPart(condition);
   if (constant) return;
   const auto values = valuesOf(condition);
   const Sign sign = signOf(condition);
