@@ -22,6 +22,7 @@ enum class Code : std::uint8_t {
   duplicateIgnoredKey,
   platformMisspelled,
   platformDropsAll,
+  platformIgnored,
   // Shares.
   noGroups,
   weightsSum,
@@ -91,6 +92,7 @@ inline constexpr std::array<CodeRow, static_cast<std::size_t>(Code::forcedTwice)
     {Code::duplicateIgnoredKey, "duplicate-ignored-key", kWarning},
     {Code::platformMisspelled, "platform-misspelled", kError},
     {Code::platformDropsAll, "platform-drops-all", kError},
+    {Code::platformIgnored, "platform-ignored", kWarning},
     {Code::noGroups, "no-groups", kError},
     {Code::weightsSum, "weights-sum", kWarning},
     {Code::percentage, "percentage", kError},

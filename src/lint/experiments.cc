@@ -220,10 +220,10 @@ class ForcedCheck {
   void check(const std::vector<Placed<Text>>& list, const std::string& name) {
     for (const auto identifier : list) {
       const auto [first, isNew] = names_.try_emplace(*identifier, name);
-      if (isNew || first->second == name) continue;
+      if (isNew) continue;
       report_.add(Code::forcedTwice, *identifier.node,
                   quoted(*identifier) + " is in the list of " + first->second +
-                      ", too, and only that one counts");
+                      (first->second == name ? " before" : ", too, and only that one counts"));
     }
   }
 
