@@ -95,7 +95,7 @@ void checkIgnored(const Document& document, Placed<model::Experiment> experiment
   });
   if (isListed) return;
   report.add(Code::platformIgnored, *single,
-             "\"platform\" is not read beside \"platforms\", which lacks it");
+             R"("platform" is not read beside "platforms", which lacks it)");
 }
 
 void checkPlatforms(const Document& document, Report& report) {
