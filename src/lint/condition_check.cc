@@ -42,6 +42,8 @@ void checkValues(const Condition& condition, bool holds, const JsonNode& node, R
   const std::string answer = holds ? "the condition always holds" : "the condition never holds";
   if (condition.values.empty()) {
     report.add(Code::conditionWithoutValues, node, "without a value " + answer);
+  } else if (isAbout(condition.conditionSign, Sign::containsAnyOf, Sign::containsNoneOf)) {
+    report.add(Code::emptyPart, node, "every text contains the empty text: " + answer);
   } else if (condition.values.size() > 1) {
     report.add(Code::severalValues, node, sign + " takes a single value: " + answer);
   } else {
@@ -76,12 +78,28 @@ std::string meantProperty(std::string_view name) {
   return prefix.empty() ? "" : std::string(prefix) + std::string(name.substr(dot + 1));
 }
 
+// What a sign cannot read in a property of device or clock, though a user may have another of that
+// name.
+std::string_view misfit(const Condition& condition) {
+  const std::string_view name = condition.name;
+  if (isOrdering(condition.conditionSign) && (name == "date" || name == "time")) return "number";
+  if (isDated(condition.conditionSign) && targeting::whatShows(name) == targeting::Shows::device) {
+    return "date";
+  }
+  return {};
+}
+
 void checkProperty(const Document& document, Placed<Condition> condition, Report& report) {
   const std::string_view name = condition->name;
   const JsonNode& node = document.place(condition, &Condition::name);
   if (!isFilled(name)) {
     report.add(Code::unknownProperty, node,
                "nothing fills the property " + quoted(name) + didYouMean(meantProperty(name)));
+  }
+  if (const auto wanted = misfit(*condition); !wanted.empty()) {
+    report.add(Code::signMisfit, node,
+               quoted(name) + " is no " + std::string(wanted) + ": " +
+                   quoted(model::textOf(condition->conditionSign)) + " does not hold for it");
   }
   if (name == "os.version" && isOrdering(condition->conditionSign)) {
     report.add(Code::osVersionAsNumber, node,

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <map>
-#include <set>
 #include <string_view>
 #include <utility>
 
@@ -48,6 +46,33 @@ std::vector<std::string> valuesOf(const model::Condition& condition) {
 Sign signOf(const model::Condition& condition) {
   if (condition.conditionSign == Sign::equal) return Sign::anyOf;
   return condition.conditionSign == Sign::notEqual ? Sign::noneOf : condition.conditionSign;
+}
+
+// Signs that answer a text the other way round, whatever it is. Those of order do not: neither
+// holds for a text that they cannot read.
+constexpr std::pair<Sign, Sign> kOpposites[] = {
+    {Sign::containsAnyOf, Sign::containsNoneOf},
+    {Sign::startsWith, Sign::notStartsWith},
+    {Sign::endsWith, Sign::notEndsWith},
+    {Sign::contains, Sign::notContains},
+};
+
+std::optional<Sign> oppositeOf(Sign sign) {
+  for (const auto& [one, other] : kOpposites) {
+    if (sign == one) return other;
+    if (sign == other) return one;
+  }
+  return std::nullopt;
+}
+
+// Every text, the empty one included, contains the empty text.
+std::optional<bool> answerByEmptyPart(const model::Condition& condition) {
+  const Sign sign = condition.conditionSign;
+  if (sign != Sign::containsAnyOf && sign != Sign::containsNoneOf) return std::nullopt;
+  if (std::ranges::find(condition.values, std::string_view()) == condition.values.end()) {
+    return std::nullopt;
+  }
+  return sign == Sign::containsAnyOf;
 }
 
 struct OrderingSign {
@@ -95,6 +120,7 @@ Demand::Demand(const model::Condition& condition, targeting::Vocabulary& vocabul
   const targeting::PreparedCondition prepared(condition, vocabulary);
   property = prepared.property();
   constant = prepared.constant();
+  if (!constant) constant = answerByEmptyPart(condition);
   if (constant) return;
   const auto values = valuesOf(condition);
   const Sign sign = signOf(condition);
@@ -106,6 +132,7 @@ Demand::Demand(const model::Condition& condition, targeting::Vocabulary& vocabul
     }
     std::ranges::sort(each);
   }
+  if (const auto other = oppositeOf(sign)) opposite = demandText(property, *other, values);
   end = endOf(condition, property);
 }
 
@@ -138,54 +165,66 @@ bool KeptEnd::excludes(const End& other) const {
   return inside < 0 || (inside == 0 && (other.isOpen || end_.isOpen));
 }
 
-namespace {
-
-// What demands on one property leave.
-struct Limits {
-  std::optional<std::vector<std::string>> allowed;
-  std::set<std::string_view> excluded;
-
-  // Never longer than the shortest list so far, so that all lists together take linear time.
-  void allow(const std::vector<std::string>& texts) {
-    if (!allowed) {
-      allowed = texts;
-      return;
-    }
-    std::vector<std::string> both;
-    std::ranges::set_intersection(*allowed, texts, std::back_inserter(both));
-    allowed = std::move(both);
+// Never longer than the shortest list so far, so that all lists together take linear time.
+void Remainder::Texts::allow(const std::vector<std::string>& texts) {
+  if (!allowed) {
+    allowed = texts;
+    return;
   }
-
-  [[nodiscard]] bool leaveNothing() const {
-    return allowed && std::ranges::all_of(*allowed, [this](const std::string& text) {
-             return excluded.contains(text);
-           });
-  }
-};
-
-// The closest ends so far, by their lines and sides.
-using Closest = std::map<std::pair<End::Line, bool>, KeptEnd>;
-
-bool isExcluded(const End& end, Closest& closest) {
-  const auto opposite = closest.find({end.line, !end.isLower});
-  if (opposite != closest.end() && opposite->second.excludes(end)) return true;
-  const auto [same, isNew] = closest.try_emplace({end.line, end.isLower}, end);
-  if (!isNew && same->second.covers(end)) same->second = KeptEnd(end);
-  return false;
+  std::vector<std::string> both;
+  std::ranges::set_intersection(*allowed, texts, std::back_inserter(both));
+  allowed = std::move(both);
 }
 
-}  // namespace
+// Removes what it has looked at, so that asking again costs nothing.
+bool Remainder::Texts::isNone() {
+  if (!allowed) return false;
+  while (!allowed->empty() && excluded.contains(allowed->back())) allowed->pop_back();
+  return allowed->empty();
+}
+
+void Remainder::require(const Demand& demand) {
+  limit(demand.property, demand.oneOf, demand.noneOf);
+  meet(demand.text, demand.opposite);
+  if (demand.end) meet(*demand.end);
+}
+
+void Remainder::forbid(const Demand& demand) {
+  limit(demand.property, demand.noneOf, demand.oneOf);
+  meet(demand.opposite, demand.text);
+}
+
+void Remainder::limit(std::uint32_t property, const std::vector<std::string>& allowed,
+                      const std::vector<std::string>& excluded) {
+  Texts& own = texts_[property];
+  if (!allowed.empty()) own.allow(allowed);
+  own.excluded.insert(excluded.begin(), excluded.end());
+  isEmpty_ = isEmpty_ || own.isNone();
+}
+
+void Remainder::meet(const std::string& text, const std::string& opposite) {
+  if (text.empty() || opposite.empty()) return;
+  met_.insert(text);
+  isEmpty_ = isEmpty_ || met_.contains(opposite);
+}
+
+void Remainder::meet(const End& end) {
+  const auto other = closest_.find({end.line, !end.isLower});
+  isEmpty_ = isEmpty_ || (other != closest_.end() && other->second.excludes(end));
+  const auto [same, isNew] = closest_.try_emplace({end.line, end.isLower}, end);
+  if (!isNew && same->second.covers(end)) same->second = KeptEnd(end);
+}
 
 bool isContradictory(const std::vector<Demand>& demands) {
-  std::map<std::uint32_t, Limits> limits;
-  Closest closest;
-  for (const Demand& demand : demands) {
-    Limits& own = limits[demand.property];
-    if (!demand.oneOf.empty()) own.allow(demand.oneOf);
-    own.excluded.insert(demand.noneOf.begin(), demand.noneOf.end());
-    if (demand.end && isExcluded(*demand.end, closest)) return true;
-  }
-  return std::ranges::any_of(limits, [](const auto& each) { return each.second.leaveNothing(); });
+  Remainder rest;
+  for (const Demand& demand : demands) rest.require(demand);
+  return rest.isEmpty();
+}
+
+bool isExhaustive(const std::vector<Demand>& demands) {
+  Remainder rest;
+  for (const Demand& demand : demands) rest.forbid(demand);
+  return rest.isEmpty();
 }
 
 }  // namespace corvo::corvo_internal::lint

@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <variant>
@@ -41,6 +43,9 @@ struct Demand {
   std::vector<std::string> oneOf;
   std::vector<std::string> noneOf;
   std::optional<End> end;  ///< Where the property must lie in a range.
+  /// The text of the demand that is met just where this one is not. Empty where there is none, or
+  /// where the lists above tell the same.
+  std::string opposite;
 };
 
 /// An end of a range that many others are compared with, each in time that grows with the other.
@@ -61,7 +66,41 @@ class KeptEnd {
   std::optional<targeting::OrderedVersion> version_;
 };
 
-/// Whether demands that must all be met exclude one another. Tells only what is certain.
+/// What demands leave of the values that properties may have. Tells only what is certain, in time
+/// that is almost linear in all demands together.
+class Remainder {
+ public:
+  /// Leaves what meets the demand.
+  void require(const Demand& demand);
+  /// Leaves what does not meet it.
+  void forbid(const Demand& demand);
+
+  [[nodiscard]] bool isEmpty() const noexcept { return isEmpty_; }
+
+ private:
+  // The texts that one property may equal; all where there is no list.
+  struct Texts {
+    void allow(const std::vector<std::string>& texts);
+    [[nodiscard]] bool isNone();
+
+    std::optional<std::vector<std::string>> allowed;
+    std::set<std::string> excluded;
+  };
+
+  void limit(std::uint32_t property, const std::vector<std::string>& allowed,
+             const std::vector<std::string>& excluded);
+  void meet(const std::string& text, const std::string& opposite);
+  void meet(const End& end);
+
+  std::map<std::uint32_t, Texts> texts_;
+  std::set<std::string> met_;  // the texts of demands that have an opposite
+  std::map<std::pair<End::Line, bool>, KeptEnd> closest_;  // so far, by line and side
+  bool isEmpty_ = false;
+};
+
+/// Whether demands that must all be met exclude one another.
 [[nodiscard]] bool isContradictory(const std::vector<Demand>& demands);
+/// Whether one of the demands is always met.
+[[nodiscard]] bool isExhaustive(const std::vector<Demand>& demands);
 
 }  // namespace corvo::corvo_internal::lint

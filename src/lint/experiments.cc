@@ -170,19 +170,60 @@ class HoldoutCheck {
       : document_(document), report_(report), experiments_(namesOf(document.keptExperiments())) {
     for (const auto experiment : document.keptExperiments()) {
       if (!isHoldout(*experiment)) continue;
-      holdouts_.insert(experiment->name);
+      holdouts_.try_emplace(experiment->name, experiment);
       for (const Text named : experiment->holdouts)
         pairs_.emplace(experiment->name.view(), named.view());
     }
   }
 
-  void check(Placed<Experiment> experiment) {
-    for (const auto named : document_.list(experiment, &Experiment::holdouts)) {
-      check(*experiment, *named, *named.node);
+  void check() {
+    for (const auto experiment : document_.keptExperiments()) {
+      for (const auto named : document_.list(experiment, &Experiment::holdouts)) {
+        check(*experiment, *named, *named.node);
+      }
+      checkRings(experiment->name);
     }
   }
 
  private:
+  // A holdout on the way, and which of the holdouts that it names are to be followed.
+  struct Step {
+    std::string_view name;
+    std::vector<Placed<Text>> named;
+    std::size_t next = 0;
+  };
+
+  // Follows the names from one holdout to the next, each once. Who names a holdout that is on the
+  // way closes a ring.
+  void checkRings(std::string_view start) {
+    std::vector<Step> way;
+    enter(start, way);
+    while (!way.empty()) {
+      Step& last = way.back();
+      if (last.next == last.named.size()) {
+        isOnWay_[last.name] = false;
+        way.pop_back();
+        continue;
+      }
+      const auto named = last.named[last.next++];
+      const auto known = isOnWay_.find(*named);
+      if (known == isOnWay_.end()) {
+        enter(*named, way);
+      } else if (known->second && !pairs_.contains({named->view(), last.name})) {
+        report_.add(Code::holdoutsNameEachOther, *named.node,
+                    "from the holdout " + quoted(*named) +
+                        " the names lead back to this one: users who are in all of this ring are "
+                        "reported to be in none");
+      }
+    }
+  }
+
+  void enter(std::string_view name, std::vector<Step>& way) {
+    const auto found = holdouts_.find(name);
+    if (found == holdouts_.end() || !isOnWay_.try_emplace(found->first, true).second) return;
+    way.push_back({found->first, document_.list(found->second, &Experiment::holdouts)});
+  }
+
   void check(const Experiment& owner, std::string_view name, const JsonNode& node) {
     if (!holdouts_.contains(name)) {
       const std::string why = experiments_.contains(name)
@@ -205,7 +246,8 @@ class HoldoutCheck {
   const Document& document_;
   Report& report_;
   std::set<std::string_view> experiments_;
-  std::set<std::string_view> holdouts_;
+  std::map<std::string_view, Placed<Experiment>> holdouts_;
+  std::map<std::string_view, bool> isOnWay_;  // of the holdouts that were entered
   std::set<std::pair<std::string_view, std::string_view>> pairs_;  // who names whom
 };
 
@@ -220,10 +262,10 @@ class ForcedCheck {
   void check(const std::vector<Placed<Text>>& list, const std::string& name) {
     for (const auto identifier : list) {
       const auto [first, isNew] = names_.try_emplace(*identifier, name);
-      if (isNew || first->second == name) continue;
+      if (isNew) continue;
       report_.add(Code::forcedTwice, *identifier.node,
                   quoted(*identifier) + " is in the list of " + first->second +
-                      ", too, and only that one counts");
+                      (first->second == name ? " before" : ", too, and only that one counts"));
     }
   }
 
@@ -249,8 +291,7 @@ void checkExperiments(const Document& document, Report& report) {
     checkForced(document, experiment, report);
   }
   checkCarried(document, report);
-  HoldoutCheck holdouts(document, report);
-  for (const auto experiment : document.keptExperiments()) holdouts.check(experiment);
+  HoldoutCheck(document, report).check();
 }
 
 }  // namespace corvo::corvo_internal::lint

@@ -82,12 +82,29 @@ void checkPlatform(std::string_view platform, const JsonNode& node, Report& repo
              "clients do not keep the platform " + quoted(platform) + didYouMean(meant));
 }
 
+// Of the two keys, "platform" counts only where the other is missing. It may be there for older
+// clients: then the list has it, too.
+void checkIgnored(const Document& document, Placed<model::Experiment> experiment, Report& report) {
+  const JsonNode* list = lastMember(*experiment.node, "platforms");
+  const JsonNode* single = lastMember(*experiment.node, "platform");
+  if (list == nullptr || list->kind == JsonKind::null) return;
+  if (single == nullptr || single->kind == JsonKind::null) return;
+  const auto platforms = document.list(experiment, &model::Experiment::platforms);
+  const bool isListed = std::ranges::any_of(platforms, [&](Placed<model::Text> platform) {
+    return single->kind == JsonKind::string && single->text() == platform->view();
+  });
+  if (isListed) return;
+  report.add(Code::platformIgnored, *single,
+             R"("platform" is not read beside "platforms", which lacks it)");
+}
+
 void checkPlatforms(const Document& document, Report& report) {
   for (const auto flag : document.flags()) {
     if (project::isOurs(*flag)) continue;
     checkPlatform(*flag->platform, document.place(flag, &model::FeatureFlag::platform), report);
   }
   for (const auto experiment : document.experiments()) {
+    checkIgnored(document, experiment, report);
     if (project::isOurs(*experiment)) continue;
     for (const auto platform : document.list(experiment, &model::Experiment::platforms)) {
       checkPlatform(*platform, *platform.node, report);

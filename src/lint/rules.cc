@@ -39,17 +39,52 @@ Holds holdsOf(ConditionalStatement statement, const std::vector<Demand>& demands
   // One of these decides a list; with nothing else in it the other answer remains.
   if (std::ranges::any_of(demands, isOf(!isAnd))) return isAnd ? Holds::never : Holds::always;
   if (std::ranges::all_of(demands, isOf(isAnd))) return isAnd ? Holds::always : Holds::never;
-  return isAnd && isContradictory(demands) ? Holds::never : Holds::sometimes;
+  if (isAnd) return isContradictory(demands) ? Holds::never : Holds::sometimes;
+  return isExhaustive(demands) ? Holds::always : Holds::sometimes;
 }
 
-// A list of conditions as one text, whatever their order.
-std::string textOfAll(const std::vector<Demand>& demands) {
-  std::set<std::string_view> texts;
-  for (const Demand& demand : demands) texts.insert(demand.text);
-  std::string all;
-  for (const std::string_view text : texts) all.append(std::to_string(text.size())).append(text);
-  return all;
+// The texts of conditions, whatever their order. The answer of the others is known.
+using DemandTexts = std::set<std::string>;
+
+DemandTexts textsOf(const std::vector<Demand>& demands) {
+  DemandTexts texts;
+  for (const Demand& demand : demands) {
+    if (!demand.constant) texts.insert(demand.text);
+  }
+  return texts;
 }
+
+// Lists of conditions that must all hold. Each is kept at the one of its conditions at which there
+// are the fewest, so that a search compares few.
+class TakenLists {
+ public:
+  // Whether one of them has no condition besides these. Stops after some comparisons with shorter
+  // lists, lest all lists be compared with all others.
+  [[nodiscard]] bool hasPartOf(const DemandTexts& texts) const {
+    if (lists_.contains(texts)) return true;
+    int left = 64;
+    for (const std::string& text : texts) {
+      const auto found = at_.find(text);
+      if (found == at_.end()) continue;
+      for (const DemandTexts* list : found->second) {
+        if (left-- == 0) return false;
+        if (list->size() < texts.size() && std::ranges::includes(texts, *list)) return true;
+      }
+    }
+    return false;
+  }
+
+  void add(DemandTexts texts) {
+    const auto count = [this](const std::string& text) { return at_[text].size(); };
+    const auto fewest = std::ranges::min_element(texts, {}, count);
+    auto& lists = at_[*fewest];
+    lists.push_back(&*lists_.insert(std::move(texts)).first);
+  }
+
+ private:
+  std::set<DemandTexts> lists_;
+  std::map<std::string, std::vector<const DemandTexts*>> at_;
+};
 
 // Whom the rules before have taken, as far as that is certain.
 class Taken {
@@ -58,16 +93,19 @@ class Taken {
                             const std::vector<Demand>& demands) const {
     const auto isTaken = [this](const Demand& demand) { return has(demand); };
     if (statement == ConditionalStatement::or_) return std::ranges::all_of(demands, isTaken);
-    return std::ranges::any_of(demands, isTaken) || lists_.contains(textOfAll(demands));
+    return std::ranges::any_of(demands, isTaken) || lists_.hasPartOf(textsOf(demands));
   }
 
   void add(ConditionalStatement statement, const std::vector<Demand>& demands) {
     if (statement == ConditionalStatement::or_ || demands.size() == 1) {
       for (const Demand& demand : demands) add(demand);
     } else {
-      lists_.insert(textOfAll(demands));
+      lists_.add(textsOf(demands));
     }
   }
+
+  // Whether nobody is left.
+  [[nodiscard]] bool isEverybody() const noexcept { return rest_.isEmpty(); }
 
  private:
   [[nodiscard]] bool has(const Demand& demand) const {
@@ -82,6 +120,7 @@ class Taken {
 
   void add(const Demand& demand) {
     if (demand.constant) return;
+    rest_.forbid(demand);
     texts_.insert(demand.text);
     texts_.insert(demand.oneOf.begin(), demand.oneOf.end());
     if (!demand.end) return;
@@ -91,7 +130,8 @@ class Taken {
   }
 
   std::set<std::string> texts_;
-  std::set<std::string> lists_;
+  TakenLists lists_;
+  Remainder rest_;
   std::map<std::pair<End::Line, bool>, KeptEnd> widest_;
 };
 
@@ -115,7 +155,7 @@ class RuleCheck {
       const auto position = static_cast<std::size_t>(&rule - owner->rules.begin());
       check(placed[position], isPrivate, trial);
     });
-    if (trial.isOver) return;
+    if (trial.over != nullptr) return;
     report_.add(Code::noDefaultRule, document_.place(owner, &Owner::rules),
                 "no rule is the default: users for whom none holds get an error");
   }
@@ -134,7 +174,7 @@ class RuleCheck {
  private:
   // A list of rules, as far as it has been tried.
   struct Trial {
-    bool isOver = false;
+    const char* over = nullptr;  // why no rule after it can win; null while one can
     Taken taken = {};
   };
 
@@ -183,14 +223,15 @@ class RuleCheck {
 
   void checkOrder(Placed<Rule> rule, const std::vector<Demand>& demands, Holds holds,
                   Trial& trial) {
-    if (trial.isOver) {
-      report_.add(Code::ruleNeverWins, *rule.node, "an earlier rule always holds");
+    if (trial.over != nullptr) {
+      report_.add(Code::ruleNeverWins, *rule.node, trial.over);
     } else if (holds == Holds::always) {
-      trial.isOver = true;
+      trial.over = "an earlier rule always holds";
     } else if (trial.taken.hasAll(rule->conditionalStatement, demands)) {
       report_.add(Code::ruleNeverWins, *rule.node, "an earlier rule holds whenever this one does");
     } else {
       trial.taken.add(rule->conditionalStatement, demands);
+      if (trial.taken.isEverybody()) trial.over = "for every user one of the earlier rules holds";
     }
   }
 
