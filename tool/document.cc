@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "json/json_places.h"
+#include "json/json_pointer.h"
 
 namespace corvo::tool {
 
@@ -42,12 +43,10 @@ std::optional<std::string> refusalOf(const Document& document) {
   const auto client = registry.initializeClient("check", std::nullopt, "http://check", 10, 0,
                                                 Corvo::defaultClientTag);
   try {
-    // No name in a text is as long as the text: there is no such flag, so nothing is evaluated.
-    client->checkFlag<bool>(std::string(content.size(), ' ')).get();
+    fetchDocuments(*client, content.size());
   } catch (const CorvoError& error) {
     const auto* config = error.as<CorvoError::RequestConfigFailed>();
     const auto* location = error.as<CorvoError::RequestLocationFailed>();
-    if (!config && !location) return std::nullopt;
     const CorvoNetworkError& cause = config ? config->error : location->error;
     const auto* decoding = cause.as<CorvoNetworkError::DecodingError>();
     return decoding ? decoding->localizedDescription : cause.description();
@@ -60,10 +59,8 @@ std::string pointerTo(std::string_view keyInQuotes) {
   std::string text = "{";
   text.append(keyInQuotes).append(":0}");
   const auto object = fromCorvoString<JsonObject>(text);
-  std::string pointer = "/";
-  for (const char c : object.value().begin()->first) {
-    pointer += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
-  }
+  std::string pointer;
+  json::appendToken(pointer, object.value().begin()->first);
   return pointer;
 }
 
@@ -84,6 +81,15 @@ std::size_t placeOfRefused(const std::string& refusal, const json::JsonPlaces& p
 
 Document::Kind kindAskedFor(const UrlRequest& request) {
   return request.url.ends_with("geo") ? Document::Kind::location : Document::Kind::configuration;
+}
+
+void fetchDocuments(CorvoClient& client, std::size_t size) {
+  try {
+    // No name in a text is as long as the text: there is no such flag, so nothing is evaluated.
+    client.checkFlag<bool>(std::string(size, ' ')).get();
+  } catch (const CorvoError& error) {
+    if (error.as<CorvoError::FeatureFlagNotFound>() == nullptr) throw;
+  }
 }
 
 std::optional<std::string> faultOf(const Document& document) {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <corvo/client.h>
 #include <corvo/platform/url_session.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +21,10 @@ struct Document {
 
 /// Which document a client's request is for.
 [[nodiscard]] Document::Kind kindAskedFor(const UrlRequest& request);
+
+/// Has a client fetch both documents and evaluate nothing, for whether they may be evaluated is to
+/// be found out first. `size` is that of the configuration. Throws the `CorvoError` of a fetch.
+void fetchDocuments(CorvoClient& client, std::size_t size);
 
 /// What a client has against a document, as "name:line:column: reason"; none where it can decode
 /// it.

@@ -7,8 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdlib>
-#include <limits>
-#include <string_view>
+#include <tuple>
 #include <utility>
 #include <variant>
 
@@ -47,19 +46,13 @@ Documents readDocuments(const SourceOptions& options) {
                    options.geo.empty() ? "{}" : readInput(options.geo));
 }
 
-/// By a client, which knows how to ask. No flag has that name, so nothing is evaluated: whether the
-/// project may be, is found out later.
-Documents fetchDocuments(const SourceOptions& options) {
+/// By a client, which knows how to ask.
+Documents askForDocuments(const SourceOptions& options) {
   AskedClient asked(platformOf(options, {.inMemory = true}), options.url, options.token,
                     std::nullopt);
   asked.ask([&asked](CorvoClient& client) {
     client.getProject().get();
-    const std::size_t longest = asked.session().configuration().size();
-    try {
-      client.checkFlag<bool>(std::string(longest, ' ')).get();
-    } catch (const CorvoError& error) {
-      if (error.as<CorvoError::FeatureFlagNotFound>() == nullptr) throw;
-    }
+    fetchDocuments(client, asked.session().configuration().size());
   });
   return documents(options.url + ": configuration", asked.session().configuration(),
                    options.url + ": location", asked.session().location());
@@ -161,7 +154,7 @@ Platform platformOf(const SourceOptions& options, HostOptions host) {
 
 Source loadSource(const SourceOptions& options) {
   auto [configuration, location] =
-      options.config.empty() ? fetchDocuments(options) : readDocuments(options);
+      options.config.empty() ? askForDocuments(options) : readDocuments(options);
   Project project = decodeProject(configuration);
   return {std::move(configuration), std::move(project), decodeLocation(location)};
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "lint/document.h"
 #include "lint/report.h"
 
 // The checks, each of one subject. All but the first need a document that is a configuration.
@@ -19,8 +18,11 @@ void checkShares(const Document& document, Report& report);
 /// Layers and their bounds.
 void checkLayers(const Document& document, Report& report);
 
-/// Rules, targets and values.
+/// Rules and targets.
 void checkRules(const Document& document, Report& report);
+
+/// The values of one flag among one another.
+void checkValues(const Document& document, Report& report);
 
 /// What experiments and flags say of one another: names, groups, parameters, holdouts, forced
 /// users.

@@ -2,7 +2,6 @@
 
 #include <optional>
 
-#include "lint/document.h"
 #include "lint/report.h"
 
 namespace corvo::corvo_internal::lint {

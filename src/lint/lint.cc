@@ -4,7 +4,6 @@
 
 #include "json/json_places.h"
 #include "lint/checks.h"
-#include "lint/document.h"
 #include "lint/report.h"
 
 namespace corvo {
@@ -12,8 +11,8 @@ namespace corvo {
 namespace {
 
 using corvo_internal::lint::Code;
-using corvo_internal::lint::Document;
 using corvo_internal::lint::Report;
+using corvo_internal::project::Document;
 
 std::vector<Finding> ofNoJson(std::string_view text, std::string_view error) {
   // A text that is too large has no place where it stops to be JSON.
@@ -27,6 +26,7 @@ void checkConfiguration(const Document& document, Report& report) {
   checkShares(document, report);
   checkLayers(document, report);
   checkRules(document, report);
+  checkValues(document, report);
   checkExperiments(document, report);
 }
 

@@ -8,8 +8,17 @@
 
 #include "json/json_tree.h"
 #include "lint/codes.h"
+#include "project/document.h"
 
 namespace corvo::corvo_internal::lint {
+
+using json::JsonElements;
+using json::JsonKind;
+using json::JsonMembers;
+using json::JsonNode;
+using project::Document;
+using project::lastMember;
+using project::Placed;
 
 /// Collects findings by the nodes of one document's tree.
 class Report {

@@ -1,9 +1,6 @@
 #include "targeting/rules.h"
 
-#include <corvo/property.h>
-
 #include <algorithm>
-#include <array>
 #include <map>
 #include <set>
 #include <string>
@@ -13,7 +10,6 @@
 #include "lint/checks.h"
 #include "lint/condition_check.h"
 #include "lint/demand.h"
-#include "project/platform_filter.h"
 
 namespace corvo::corvo_internal::lint {
 namespace {
@@ -25,8 +21,7 @@ using model::FeatureFlagGroup;
 using model::Rule;
 using model::Target;
 
-// --- What can be said of conditions without a user
-// ------------------------------------------------
+// --- What can be said of conditions without a user -----------------------------------------------
 
 enum class Holds { never, sometimes, always };
 
@@ -135,8 +130,7 @@ class Taken {
   std::map<std::pair<End::Line, bool>, KeptEnd> widest_;
 };
 
-// --- Lists of rules
-// -------------------------------------------------------------------------------
+// --- Lists of rules ------------------------------------------------------------------------------
 
 class RuleCheck {
  public:
@@ -251,63 +245,6 @@ class RuleCheck {
   targeting::Vocabulary vocabulary_{pool_};
 };
 
-// --- Values
-// ---------------------------------------------------------------------------------------
-
-constexpr std::string_view kText = "a text";
-
-// What a text is when nobody says as what it is wanted; integers and doubles are numbers.
-std::string_view kindOf(std::string_view text) {
-  constexpr std::array<std::string_view, 5> kKinds{"a JSON object", "a boolean", "a number",
-                                                   "a number", kText};
-  return kKinds.at(typedProperty(text).index());
-}
-
-// Finds a flag's first value that is of another kind than one before. A flag that is declared a
-// string may have any texts, also some that look like numbers.
-class KindCheck {
- public:
-  KindCheck(const Document& document, Report& report) : document_(document), report_(report) {}
-
-  template <class Owner>
-  void values(const FeatureFlag& flag, Placed<Owner> owner) {
-    for (const auto rule : document_.list(owner, &Owner::rules)) value(flag, rule);
-  }
-
- private:
-  void value(const FeatureFlag& flag, Placed<Rule> rule) {
-    const std::string_view kind = kindOf(rule->value);
-    const auto [known, isNew] = kinds_.try_emplace(flag.name.view(), kind);
-    std::string_view& before = known->second;
-    if (isNew || before == kind || before.empty()) return;
-    if (flag.type == "string" && (kind == kText || before == kText)) return;
-    report_.add(Code::mixedKinds, document_.place(rule, &Rule::value),
-                "this value is " + std::string(kind) + ", but an earlier one of the flag " +
-                    quoted(flag.name) + " is " + std::string(before));
-    before = {};  // once is enough
-  }
-
-  const Document& document_;
-  Report& report_;
-  std::map<std::string_view, std::string_view> kinds_;  // empty where it has been told
-};
-
-void checkKinds(const Document& document, Report& report) {
-  KindCheck kept(document, report);
-  for (const auto flag : document.flags()) {
-    KindCheck alone(document, report);
-    (project::isOurs(*flag) ? kept : alone).values(*flag, flag);
-  }
-  for (const auto experiment : document.experiments()) {
-    KindCheck alone(document, report);
-    for (const auto flag : document.list(experiment, &Experiment::featureFlags)) {
-      for (const auto group : document.list(flag, &FeatureFlag::groups)) {
-        (project::isOurs(*experiment) ? kept : alone).values(*flag, group);
-      }
-    }
-  }
-}
-
 }  // namespace
 
 void checkRules(const Document& document, Report& report) {
@@ -325,7 +262,6 @@ void checkRules(const Document& document, Report& report) {
       }
     }
   }
-  checkKinds(document, report);
 }
 
 }  // namespace corvo::corvo_internal::lint

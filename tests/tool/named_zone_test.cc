@@ -98,7 +98,7 @@ TEST(NamedZone, FollowsARuleAsTheCLibraryDoes) {
 }
 
 TEST(NamedZone, KnowsDaylightSavingTimeWithoutEnd) {
-  for (const std::string rule : {"EST5EDT,0/0,J365/25", "XXX3EDT4,0/0,J365/23"}) {  // RFC 8536
+  for (const std::string rule : {"EST5EDT,0/0,J365/25", "AAA3EDT4,0/0,J365/23"}) {  // RFC 8536
     const auto zone = ruled(rule);
     ASSERT_TRUE(zone) << rule;
     for (std::int64_t hour = k1850; hour < k1850 + 500 * 86'400; hour += 3'600) {

@@ -6,10 +6,20 @@
 #include <algorithm>
 #include <fstream>
 #include <sstream>
+#include <vector>
 
 #include "tests/tool/backend.h"
 
 namespace corvo::tool {
+namespace {
+
+/// A command, and what becomes of it.
+struct Exchange {
+  std::string command;
+  std::string in;  ///< What it is given, if anything.
+  std::string out, err;
+  int status = 0;
+};
 
 std::vector<Exchange> readTranscript(const std::string& text) {
   const std::string command = "$ ";
@@ -32,6 +42,8 @@ std::vector<Exchange> readTranscript(const std::string& text) {
   return all;
 }
 
+}  // namespace
+
 std::string consolesOf(const std::string& document) {
   std::string text;
   std::istringstream in(document);
@@ -46,7 +58,8 @@ std::string consolesOf(const std::string& document) {
   return text;
 }
 
-void replay(const std::vector<Exchange>& transcript, const std::string& folder) {
+std::size_t replay(const std::string& text, const std::string& folder) {
+  const std::vector<Exchange> transcript = readTranscript(text);
   const std::string given = testing::TempDir() + "corvo_given_" + std::to_string(getpid());
   for (const auto& [command, in, out, err, status] : transcript) {
     std::ofstream(given, std::ios::binary) << in;
@@ -55,6 +68,7 @@ void replay(const std::vector<Exchange>& transcript, const std::string& folder) 
     EXPECT_EQ(ran.err, err) << command;
     EXPECT_EQ(ran.status, status) << command;
   }
+  return transcript.size();
 }
 
 }  // namespace corvo::tool

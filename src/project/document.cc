@@ -1,26 +1,25 @@
-#include "lint/document.h"
+#include "project/document.h"
 
 #include <algorithm>
 #include <iterator>
 
 #include "project/platform_filter.h"
 
-namespace corvo::corvo_internal::lint {
+namespace corvo::corvo_internal::project {
 namespace {
 
 template <class R>
 std::vector<Placed<R>> ours(const std::vector<Placed<R>>& all) {
   std::vector<Placed<R>> kept;
-  std::ranges::copy_if(all, std::back_inserter(kept),
-                       [](Placed<R> each) { return project::isOurs(*each); });
+  std::ranges::copy_if(all, std::back_inserter(kept), [](Placed<R> each) { return isOurs(*each); });
   return kept;
 }
 
 }  // namespace
 
-const JsonNode* lastMember(const JsonNode& object, std::string_view key) noexcept {
-  const JsonNode* last = nullptr;
-  for (const auto [name, value] : JsonMembers(object)) {
+const json::JsonNode* lastMember(const json::JsonNode& object, std::string_view key) noexcept {
+  const json::JsonNode* last = nullptr;
+  for (const auto [name, value] : json::JsonMembers(object)) {
     if (name == key) last = &value;
   }
   return last;
@@ -36,8 +35,8 @@ Document::Document(std::string_view text) : tree_(text), root_(tree_.root()), de
   keptExperiments_ = ours(experiments_);
 }
 
-bool Document::isDropped(const JsonNode& element) const {
+bool Document::isDropped(const json::JsonNode& element) const {
   return std::ranges::binary_search(dropped_, &element, {}, &model::DroppedNode::node);
 }
 
-}  // namespace corvo::corvo_internal::lint
+}  // namespace corvo::corvo_internal::project

@@ -10,25 +10,21 @@
 #include "model/decoder.h"
 #include "model/fields.h"
 
-namespace corvo::corvo_internal::lint {
-
-using json::JsonElements;
-using json::JsonKind;
-using json::JsonMembers;
-using json::JsonNode;
+namespace corvo::corvo_internal::project {
 
 /// A record, or a text, with the node from which it was read.
 template <class R>
 struct Placed {
   const R* record;
-  const JsonNode* node;
+  const json::JsonNode* node;
 
   const R& operator*() const noexcept { return *record; }
   const R* operator->() const noexcept { return record; }
 };
 
 /// The member of an object that counts: the last of that key; null when there is none.
-[[nodiscard]] const JsonNode* lastMember(const JsonNode& object, std::string_view key) noexcept;
+[[nodiscard]] const json::JsonNode* lastMember(const json::JsonNode& object,
+                                               std::string_view key) noexcept;
 
 /// A document decoded with the tolerance of a client, and for each record the node of its tree.
 class Document {
@@ -36,7 +32,7 @@ class Document {
   explicit Document(std::string_view text);
 
   /// Null when the text is not JSON.
-  [[nodiscard]] const JsonNode* root() const noexcept { return root_; }
+  [[nodiscard]] const json::JsonNode* root() const noexcept { return root_; }
   /// Why there is no root.
   [[nodiscard]] std::string_view error() const noexcept { return tree_.error(); }
 
@@ -56,13 +52,13 @@ class Document {
 
   /// The node of a field: the record's own, where it lacks the field.
   template <class R, class M>
-  [[nodiscard]] const JsonNode& place(Placed<R> owner, M R::*member) const {
-    const JsonNode* found = nullptr;
+  [[nodiscard]] const json::JsonNode& place(Placed<R> owner, M R::*member) const {
+    const json::JsonNode* found = nullptr;
     const auto look = [&](const auto& field) {
       if constexpr (std::is_same_v<decltype(field.member), M R::*>) {
         if (field.member != member || found != nullptr) return;
-        const JsonNode* node = lastMember(*owner.node, field.key);
-        if (node != nullptr && node->kind != JsonKind::null) found = node;
+        const json::JsonNode* node = lastMember(*owner.node, field.key);
+        if (node != nullptr && node->kind != json::JsonKind::null) found = node;
       }
     };
     std::apply([&](const auto&... field) { (look(field), ...); }, model::Fields<R>::list);
@@ -77,19 +73,19 @@ class Document {
     std::vector<Placed<typename L::value_type>> all;
     const L& records = (*owner).*member;
     if (records.empty()) return all;
-    const JsonNode& node = place(owner, member);
-    if (node.kind != JsonKind::array) return {{&records[0], &node}};
-    for (const JsonNode& element : JsonElements(node)) {
+    const json::JsonNode& node = place(owner, member);
+    if (node.kind != json::JsonKind::array) return {{&records[0], &node}};
+    for (const json::JsonNode& element : json::JsonElements(node)) {
       if (!isDropped(element)) all.push_back({&records[all.size()], &element});
     }
     return all;
   }
 
  private:
-  [[nodiscard]] bool isDropped(const JsonNode& element) const;
+  [[nodiscard]] bool isDropped(const json::JsonNode& element) const;
 
   json::JsonTree tree_;
-  const JsonNode* root_;
+  const json::JsonNode* root_;
   std::vector<model::DroppedNode> dropped_;
   model::Decoder decoder_;
   model::ConfigResponse config_;
@@ -100,4 +96,4 @@ class Document {
   std::vector<Placed<model::Experiment>> keptExperiments_;
 };
 
-}  // namespace corvo::corvo_internal::lint
+}  // namespace corvo::corvo_internal::project
