@@ -17,15 +17,19 @@ using corvo::tests::Block;
 struct Source {
   std::string includes, code;
 
-  void add(const std::string& text, int line = 0, const std::string& file = "") {
+  /// Errors in the text are then reported where it stands, if that is said.
+  void add(const std::string& text, const std::string& file = "", int line = 0) {
+    bool isNext = false;  // to the line added last, so that it is known where it stands
     std::istringstream in(text);
     for (std::string each; std::getline(in, each); ++line) {
       if (each.starts_with("#include")) {
         includes += each + '\n';
-      } else {
-        if (!file.empty()) code += "#line " + std::to_string(line) + " \"" + file + "\"\n";
-        code += each + '\n';
+        isNext = false;
+        continue;
       }
+      if (!isNext && !file.empty()) code += "#line " + std::to_string(line) + " \"" + file + "\"\n";
+      isNext = true;
+      code += each + '\n';
     }
   }
 };
@@ -61,7 +65,7 @@ int main(int argc, char** argv) {
     const std::string space = "block_" + std::to_string(block.line);
     Source source;
     source.add(block.mark("before"));
-    source.add(block.text, block.line + 1, file.string());
+    source.add(block.text, file.string(), block.line + 1);
     corvo::tests::replaceAll(source.code, "\"http://127.0.0.1:8080\"", "corvo::tests::backend()");
     if (whole) {
       endMain(source.code);
