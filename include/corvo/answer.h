@@ -4,6 +4,7 @@
 #include <corvo/error.h>
 #include <corvo/export.h>
 #include <corvo/internal/pending_outcome.h>
+#include <corvo/internal/value_or.h>
 #include <corvo/platform/main_queue.h>
 
 #include <coroutine>
@@ -46,6 +47,9 @@ class [[nodiscard]] Answer {
     if (pending_) pending_->stopWaiting();
   }
 
+  /// Whether `get` would return, or throw, without waiting.
+  [[nodiscard]] bool ready() const { return !pending_ || pending_->hasEnded(); }
+
   [[nodiscard]] bool await_ready() const { return !pending_ || pending_->isSettled(); }
   bool await_suspend(std::coroutine_handle<> coroutine) { return pending_->wait(coroutine); }
   T await_resume() { return take(); }
@@ -55,10 +59,18 @@ class [[nodiscard]] Answer {
   /// to wait for. Throws the question's `CorvoError`; `QuestionDropped` when no answer can come any
   /// more; and whatever a task of the queue throws.
   T get() {
-    if (pending_ && queue_) {
-      queue_->runUntil([this] { return pending_->hasEnded(); });
-    }
+    wait();
     return take();
+  }
+
+  /// Waits in the same way. Gives the value, or the default where that is absent, the question
+  /// failed, or no answer can come any more. Throws only what a task of the queue throws.
+  template <class Default>
+  requires(!std::is_void_v<T>) corvo_internal::Present<T> valueOr(Default&& otherwise) {
+    wait();
+    settle();
+    Outcome outcome = std::exchange(outcome_, {});
+    return corvo_internal::valueOr(std::get_if<1>(&outcome), std::forward<Default>(otherwise));
   }
 
  private:
@@ -66,8 +78,16 @@ class [[nodiscard]] Answer {
 
   Answer() = default;
 
-  T take() {
+  void wait() {
+    if (!ready() && queue_) queue_->runUntil([this] { return ready(); });
+  }
+
+  void settle() {
     if (const auto pending = std::move(pending_)) outcome_ = pending->take();
+  }
+
+  T take() {
+    settle();
     if (outcome_.index() == 2) throw taken<2>();
     if (outcome_.index() == 0) throw QuestionDropped();
     return static_cast<T>(taken<1>());

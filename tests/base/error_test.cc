@@ -48,7 +48,8 @@ void expectTable(const std::vector<typename AnyError::Payload>& payloads, const 
   for (std::size_t i = 0; i < payloads.size(); ++i) {
     const AnyError& error = errors[i];
     EXPECT_EQ(static_cast<std::size_t>(error.which()), i);
-    EXPECT_EQ(error.description(), table[i][1]) << table[i][0];
+    EXPECT_EQ(to_string(error.which()), table[i][0]);
+    EXPECT_EQ(error.description(), table[i][1]);
     EXPECT_EQ(error.what(), error.description());
     EXPECT_TRUE(error.payload() == payloads[i]) << i;
     for (std::size_t j = 0; j < errors.size(); ++j) {

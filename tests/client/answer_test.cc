@@ -93,6 +93,35 @@ TEST_F(AnswerTest, GetDoesNotHangWhenNothingCanAnswer) {
   EXPECT_THROW(client->checkFlag<bool>("on").get(), QuestionDropped);
 }
 
+TEST_F(AnswerTest, IsReadyWhenItNeedNotWait) {
+  fake.session->next("config.json", fakes::after(5, fakes::ok(project)));
+  auto pending = client->checkFlag<bool>("on");
+  EXPECT_FALSE(pending.ready());
+  fake.time->advance(5);
+  EXPECT_TRUE(pending.ready());
+  EXPECT_TRUE(client->checkFlag<bool>("on").ready());
+  fake.time->advance(10);
+  auto dropped = client->checkFlag<bool>("on");
+  registry.removeClient("tag");
+  client.reset();
+  EXPECT_FALSE(dropped.ready());
+  fake.time->run();
+  EXPECT_TRUE(dropped.ready()) << "there is nothing to wait for";
+}
+
+TEST_F(AnswerTest, GivesADefaultForWhatIsAbsentFailedOrDropped) {
+  EXPECT_TRUE(client->checkFlag<bool>("on").valueOr(false));
+  EXPECT_EQ(client->checkFlag<std::int64_t>("on").valueOr(7), 7) << "no integer";
+  EXPECT_EQ(client->checkFlag<std::string>("nothing").valueOr("none"), "none");
+  EXPECT_TRUE(client->getHoldout("nothing").valueOr(true));
+  auto taken = client->checkFlag<bool>("on");
+  EXPECT_TRUE(taken.valueOr(false));
+  EXPECT_FALSE(taken.valueOr(false)) << "it was taken";
+  fake.time->advance(10);
+  fake.session->next("config.json", fakes::silence());
+  EXPECT_FALSE(client->checkFlag<bool>("on").valueOr(false));
+}
+
 TEST_F(AnswerTest, MovesBeforeAndAfterItIsSettled) {
   auto answer = client->checkFlag<bool>("on");
   auto moved = std::move(answer);
