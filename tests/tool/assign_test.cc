@@ -70,12 +70,6 @@ TEST(Assign, AnswersAsTheTranscriptSays) {
   EXPECT_EQ(count, 9U);
 }
 
-TEST(Assign, IsDocumentedWithExamples) {
-  const std::size_t count =
-      replay(consolesOf(tests::contentsOf(CORVO_DOCS "assign.md")), CORVO_SHOP);
-  EXPECT_EQ(count, 2U);
-}
-
 TEST(Assign, AgreesWithTheEngineInTheOrderOfTheLines) {
   const Project shop =
       Project::decode(tests::contentsOf(CORVO_SHOP "/config.json"), Project::Filter::client)
