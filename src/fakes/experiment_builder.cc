@@ -15,6 +15,11 @@ JsonArray textsOf(const OneOrMore<std::string>& texts) {
   return {texts.list().begin(), texts.list().end()};
 }
 
+/// Leaves an empty list out: that means the same.
+void putList(JsonObject& object, const char* key, const JsonArray& list) {
+  if (!list.empty()) object.emplace(key, list);
+}
+
 bool isFraction(double number) { return number >= 0 && number <= 1; }
 
 /// Where the last group's share ends, in percent, as the engine adds up.
@@ -208,9 +213,9 @@ JsonObject ExperimentBuilder::json() const {
   const std::vector<double> weights = this->weights();
   for (std::size_t i = 0; i < groups_.size(); ++i) {
     const auto& [group, label, forcedUsers] = groups_[i];
-    JsonObject json{
-        {"name", group.name}, {"weight", weights[i]}, {"forced_user_list", forcedUsers}};
+    JsonObject json{{"name", group.name}, {"weight", weights[i]}};
     if (label) json.emplace("label", *label);
+    putList(json, "forced_user_list", forcedUsers);
     groups.emplace_back(std::move(json));
   }
   JsonArray flags;
@@ -221,14 +226,14 @@ JsonObject ExperimentBuilder::json() const {
   experiment.emplace("salt", name_);
   experiment.emplace("allocation", allocation_);
   if (layer_) experiment.emplace("layer_id", *layer_);
-  experiment.emplace("layer_bounds", layerBounds_);
-  experiment.emplace("forced_user_list", forcedUsers_);
+  putList(experiment, "layer_bounds", layerBounds_);
+  putList(experiment, "forced_user_list", forcedUsers_);
   experiment.emplace("groups", std::move(groups));
-  experiment.emplace("params", params_);
+  putList(experiment, "params", params_);
   if (targets_) experiment.emplace("targets", targets_->json(isPrivate_));
-  experiment.emplace("feature_flags", std::move(flags));
-  experiment.emplace("is_private", isPrivate_);
-  experiment.emplace("holdouts", textsOf(holdouts_));
+  putList(experiment, "feature_flags", flags);
+  if (isPrivate_) experiment.emplace("is_private", true);
+  putList(experiment, "holdouts", textsOf(holdouts_));
   experiment.emplace("type", isHoldout_ ? kHoldoutType : static_cast<int>(type_.value_or(type)));
   return experiment;
 }

@@ -35,9 +35,9 @@ JsonObject FlagBuilder::json(bool groupsArePrivate) const {
   const bool isOnlyCarried = rules_.json(false).empty() && !groups_.empty();
   flag.emplace("name", name_);
   flag.emplace("type", isOnlyCarried ? groups_[0].second.type() : rules_.type());
-  flag.emplace("is_private", isPrivate_);
+  if (isPrivate_) flag.emplace("is_private", true);
   flag.emplace("rules", rules_.json(isPrivate_));
-  flag.emplace("groups", std::move(groups));
+  if (!groups.empty()) flag.emplace("groups", std::move(groups));
   return flag;
 }
 

@@ -80,7 +80,7 @@ TEST(ProjectBuilder, WritesEverythingThatADocumentHolds) {
                           .param("px", {{"g", 12}}))
           .experiment(experiment("url", {{"g", 0.5}})
                           .type(ExperimentType::splitUrl)
-                          .field("is_private", {}))
+                          .field("salt", "by hand"))
           .experimentJson(
               R"({"name": "by hand", "salt": "", "allocation": 1, "platforms": ["web"]})");
   using corvo_internal::model::ConfigResponse;
