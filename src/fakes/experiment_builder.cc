@@ -6,10 +6,9 @@
 #include "model/fields.h"
 
 namespace corvo::fakes {
-
-using namespace corvo_internal;
-
 namespace {
+
+namespace model = corvo_internal::model;
 
 JsonArray textsOf(const OneOrMore<std::string>& texts) {
   return {texts.list().begin(), texts.list().end()};

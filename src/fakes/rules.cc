@@ -1,6 +1,5 @@
 #include <corvo/fakes/rules.h>
 
-#include <array>
 #include <cstddef>
 
 #include "base/md5.h"
@@ -8,10 +7,9 @@
 #include "model/fields.h"
 
 namespace corvo::fakes {
-
-using namespace corvo_internal;
-
 namespace {
+
+namespace model = corvo_internal::model;
 
 static_assert(static_cast<std::size_t>(Sign::notContains) + 1 == model::kConditionSignCount);
 
@@ -25,12 +23,15 @@ bool takesAList(Sign sign) {
 /// Whether the sign compares digests where flag or experiment are private.
 bool comparesDigests(Sign sign) { return sign <= Sign::noneOf || sign >= Sign::startsWith; }
 
-JsonValue json(const Condition& condition, bool isPrivate) {
+std::string digestOf(std::string_view text) {
+  return std::string(corvo_internal::base::view(corvo_internal::base::md5Hex(text)));
+}
+
+JsonValue written(const Condition& condition, bool isPrivate) {
   JsonArray values;
   for (const Value& value : condition.values) {
-    values.emplace_back(isPrivate && comparesDigests(condition.sign)
-                            ? std::string(base::view(base::md5Hex(value.text())))
-                            : value.text());
+    values.emplace_back(isPrivate && comparesDigests(condition.sign) ? digestOf(value.text())
+                                                                     : value.text());
   }
   return JsonObject{{"name", condition.property},
                     {"condition_sign", std::string(model::textOf(inModel(condition.sign)))},
@@ -65,7 +66,7 @@ Any operator||(Any any, Condition more) {
 
 JsonObject Requirement::json(bool isPrivate) const {
   JsonArray conditions;
-  for (const Condition& each : conditions_) conditions.push_back(fakes::json(each, isPrivate));
+  for (const Condition& each : conditions_) conditions.push_back(written(each, isPrivate));
   return {{"conditional_statement", statement_}, {"conditions", std::move(conditions)}};
 }
 

@@ -112,8 +112,8 @@ class CORVO_FAKES_EXPORT ExperimentBuilder {
     JsonArray forcedUsers = {};
   };
 
-  std::size_t indexOf(std::string_view group) const;
-  std::vector<double> weights() const;
+  [[nodiscard]] std::size_t indexOf(std::string_view group) const;
+  [[nodiscard]] std::vector<double> weights() const;
 
   std::string name_;
   bool isHoldout_;
