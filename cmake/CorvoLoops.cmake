@@ -26,6 +26,13 @@ endif()
 if(CORVO_ASIO_INCLUDE_DIR AND Threads_FOUND)
   corvo_loop(asio Threads::Threads)
   target_include_directories(corvo_loop_asio SYSTEM INTERFACE ${CORVO_ASIO_INCLUDE_DIR})
+  # Not every Asio knows the coroutines of every compiler.
+  include(CheckCXXSourceCompiles)
+  set(CMAKE_REQUIRED_INCLUDES ${CORVO_ASIO_INCLUDE_DIR})
+  check_cxx_source_compiles("#include <asio/awaitable.hpp>
+    asio::awaitable<void> task() { co_return; }
+    int main() {}" CORVO_ASIO_AWAITS)
+  unset(CMAKE_REQUIRED_INCLUDES)
 endif()
 if(Qt6_FOUND OR Qt5_FOUND)
   corvo_loop(qt $<IF:$<TARGET_EXISTS:Qt6::Core>,Qt6::Core,Qt5::Core>)
