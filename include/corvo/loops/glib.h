@@ -45,11 +45,11 @@ class LoopSource {
   static std::shared_ptr<GSource> makeSource(const Loop& loop, GMainContext* context) {
     static GSourceFuncs functions{nullptr, nullptr, &dispatch, nullptr, nullptr, nullptr};
     if (context == nullptr) context = g_main_context_default();
-    const std::shared_ptr<GSource> source(g_source_new(&functions, sizeof(GSource)),
-                                          [kept = g_main_context_ref(context)](GSource* last) {
-                                            g_source_unref(last);
-                                            g_main_context_unref(kept);
-                                          });
+    std::shared_ptr<GSource> source(g_source_new(&functions, sizeof(GSource)),
+                                    [kept = g_main_context_ref(context)](GSource* last) {
+                                      g_source_unref(last);
+                                      g_main_context_unref(kept);
+                                    });
     g_source_set_name(source.get(), "corvo");
     g_source_set_can_recurse(source.get(), TRUE);  // for event loops inside callbacks
     g_source_set_callback(source.get(), nullptr, new Loop(loop),

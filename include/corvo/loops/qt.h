@@ -23,7 +23,8 @@ namespace corvo::qt {
 ///
 /// A loop has one adapter at a time, created and destroyed on the thread of the context object;
 /// also in a callback. What is under way when it is destroyed stays under way, and goes on with the
-/// next adapter or with `run`, `tick` or `runUntil`. For Qt 6, and Qt 5.10 or newer. Needs Qt Core.
+/// next adapter or with `run`, `tick` or `runUntil`. For Qt 6; also compiles with Qt 5.15. Needs Qt
+/// Core.
 class LoopDriver {
  public:
   /// The loop must not be null; it is shared. The context object must outlive the adapter.
@@ -54,8 +55,7 @@ class LoopDriver {
     void wake() {
       const std::lock_guard lock(mutex);
       if (timer == nullptr) return;
-      QMetaObject::invokeMethod(
-          timer, [started = timer] { started->start(0); }, Qt::QueuedConnection);
+      QMetaObject::invokeMethod(timer, "start", Qt::QueuedConnection, Q_ARG(int, 0));
     }
 
     void step() noexcept {
