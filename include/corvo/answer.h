@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvo/answer_sink.h>
+#include <corvo/callback.h>
 #include <corvo/error.h>
 #include <corvo/export.h>
 #include <corvo/internal/pending_outcome.h>
@@ -17,6 +18,10 @@
 
 namespace corvo {
 
+namespace corvo_internal {
+struct AnswerEnd;
+}  // namespace corvo_internal
+
 /// Thrown by `Answer::get` when no answer will come: the client was released, nothing that could
 /// bring the answer is under way any more, or the answer has been taken already.
 class CORVO_TYPE QuestionDropped : public std::logic_error {
@@ -26,9 +31,10 @@ class CORVO_TYPE QuestionDropped : public std::logic_error {
 
 /// What a suspending form returns. The question has been asked when the answer is made; where fresh
 /// copies sufficed, the answer already lies in it, with no allocation, and awaiting it does not
-/// suspend. An awaitable for coroutines of any kind: the coroutine goes on where the callback of
-/// the other form would have run. Move-only; to be awaited, or got, once: afterwards, and once it
-/// has been moved away, it throws `QuestionDropped` at once.
+/// suspend. An awaitable for every coroutine type whose promise lets it await a foreign awaitable:
+/// the coroutine goes on where the callback of the other form would have run. `asio::awaitable`
+/// does not let it; `corvo/loops/asio.h` has an adapter. Move-only; to be awaited, or got, once:
+/// afterwards, and once it has been moved away, it throws `QuestionDropped` at once.
 ///
 /// A question that is dropped never resumes the coroutine, which stays its owner's to destroy.
 template <class T>
@@ -75,6 +81,7 @@ class [[nodiscard]] Answer {
 
  private:
   friend class CorvoClient;
+  friend struct corvo_internal::AnswerEnd;
 
   Answer() = default;
 
@@ -104,6 +111,15 @@ class [[nodiscard]] Answer {
   Outcome outcome_;
   std::shared_ptr<PendingOutcome> pending_;  // in place of an outcome that will come on the queue
   std::shared_ptr<MainQueue> queue_;
+};
+
+/// For the adapters to other kinds of coroutines, which must notice that a question was dropped.
+struct corvo_internal::AnswerEnd {
+  /// See `PendingOutcome::onEnd`. The answer must be pending: `await_ready` answered false.
+  template <class T>
+  static void notify(Answer<T>& answer, Callback<void()> onEnd) {
+    answer.pending_->onEnd(std::move(onEnd));
+  }
 };
 
 }  // namespace corvo

@@ -81,6 +81,28 @@ TEST_F(AnswerTest, LeavesADroppedCoroutineToItsOwner) {
   coroutine.handle.destroy();
 }
 
+TEST_F(AnswerTest, TellsAnAdapterOfItsEndHoweverItEnds) {
+  using corvo_internal::AnswerEnd;
+  std::string ended;
+  const auto note = [&](char which) { return [&ended, which] { ended += which; }; };
+  auto answered = client->checkFlag<bool>("on");
+  AnswerEnd::notify(answered, note('a'));
+  {
+    auto destroyed = client->checkFlag<bool>("on");
+    AnswerEnd::notify(destroyed, note('x'));
+  }
+  fake.time->run();
+  AnswerEnd::notify(answered, note('b'));
+  EXPECT_EQ(ended, "ab") << "and at once afterwards";
+  fake.time->advance(11);
+  auto dropped = client->checkFlag<bool>("on");
+  AnswerEnd::notify(dropped, note('c'));
+  registry.removeClient("tag");
+  client.reset();
+  fake.time->run();
+  EXPECT_EQ(ended, "abc");
+}
+
 TEST_F(AnswerTest, GetsItsAnswerByRunningTheQueueAndItsTime) {
   fake.session->next("config.json", fakes::after(5, fakes::ok(project)));
   const double start = fake.time->now();
