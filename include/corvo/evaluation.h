@@ -43,7 +43,7 @@ class CORVO_EXPORT Evaluation {
   void reset(const EvaluationContext& context);
 
   /// The value that a flag has for the user; see `CorvoClient::checkFlag`.
-  template <CorvoPropertyType T>
+  template <class T>
   Result<std::optional<T>> checkFlag(std::string_view flagName) {
     Result<std::string_view> text = flagText(flagName);
     if (CorvoError* error = text.error()) return std::move(*error);

@@ -53,6 +53,8 @@ struct HostOptions {
 /// always noticed, also while one of them only waits, and stop the process with a message. `post`,
 /// `stop`, `busy` and `onWork` may be called from any thread at any time. An exception that a task
 /// throws leaves through whoever runs; the other tasks stay queued.
+///
+/// `corvo/loops/` has adapters that run it from GLib's, Asio's or Qt's loop.
 class CORVO_TYPE HostLoop : public MainQueue {
  public:
   /// Runs tasks and transfers, and waits for more, until `stop`.

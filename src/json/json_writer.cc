@@ -101,22 +101,26 @@ void JsonWriter::value(const JsonValue& value) {
     void operator()(std::uint64_t number) const { out.integer(number); }
     void operator()(double number) const { out.real(number); }
     void operator()(const std::string& text) const { out.string(text); }
-    // Apart from the above, so that they need little stack: what they go through nests deeply.
-    CORVO_COLD void operator()(const JsonArray& list) const {
-      out.beginArray();
-      for (const JsonValue& element : list) out.value(element);
-      out.endArray();
-    }
-    CORVO_COLD void operator()(const JsonObject& object) const {
-      out.beginObject();
-      for (const auto& [key, member] : object) {
-        out.key(key);
-        out.value(member);
-      }
-      out.endObject();
-    }
+    void operator()(const JsonArray& list) const { out.value(list); }
+    void operator()(const JsonObject& object) const { out.value(object); }
   };
   std::visit(Write{*this}, value.value());
+}
+
+// Apart from the above, so that they need little stack: what they go through nests deeply.
+CORVO_COLD void JsonWriter::value(const JsonArray& list) {
+  beginArray();
+  for (const JsonValue& element : list) value(element);
+  endArray();
+}
+
+CORVO_COLD void JsonWriter::value(const JsonObject& object) {
+  beginObject();
+  for (const auto& [name, member] : object) {
+    key(name);
+    value(member);
+  }
+  endObject();
 }
 
 // A value needs a comma before it unless it is the first one or follows its key.

@@ -30,6 +30,8 @@ class JsonWriter {
   void real(float value);
   void string(std::string_view value);
   void value(const JsonValue& value);
+  void value(const JsonArray& list);
+  void value(const JsonObject& object);
 
   /// Notes that a value could not be written: the text is of no use any more.
   void refuse() { faithful_ = false; }

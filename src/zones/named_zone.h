@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvo::tool {
+namespace corvo::corvo_internal::zones {
 
 /// A zone of the system's time zone database, by its IANA name ("Europe/Berlin"): of the folder
 /// that the variable TZDIR names, else of /usr/share/zoneinfo. "UTC" needs no database.
@@ -19,4 +19,4 @@ namespace corvo::tool {
 /// The zone that the content of such a file describes, or null.
 [[nodiscard]] std::shared_ptr<const TimeZone> zoneOfFile(std::string_view content);
 
-}  // namespace corvo::tool
+}  // namespace corvo::corvo_internal::zones
