@@ -44,10 +44,22 @@ std::string frameOf(const Block& block) {
   return block.text.find("co_await") == std::string::npos ? "client" : "coroutine";
 }
 
-/// Only the `main` of a program returns 0 by itself.
+/// Only the `main` of a program returns 0 by itself, at its end and at that of its handlers.
 void endMain(std::string& program) {
-  const std::size_t end = program.find("\n}", program.find("int main("));
-  if (end != std::string::npos) program.insert(end, "\nreturn 0;");
+  const std::string returns = "\nreturn 0;";
+  std::size_t end = program.find("\n}", program.find("int main("));
+  while (end != std::string::npos) {
+    program.insert(end, returns);
+    end += returns.size();
+    if (program.compare(end, 9, "\n} catch ") != 0) return;
+    end = program.find("\n}", end + 1);
+  }
+}
+
+/// The text, which is compiled only where what it needs is installed.
+std::string conditional(const std::string& need, const std::string& text) {
+  if (need.empty()) return text;
+  return "#ifdef CORVO_DOCS_HAVE_" + need + "\n" + text + "#endif\n";
 }
 
 }  // namespace
@@ -87,11 +99,13 @@ int main(int argc, char** argv) {
     }
     Source& woven = whole ? programs : others;
     // The includes of a program stand right before it, so that the first one has no others.
-    (whole ? woven.code : woven.includes) += source.includes;
-    woven.code += "namespace {\nnamespace " + space + " {\n" + source.code + "}\n" +
-                  "const corvo::tests::Runnable runnable_" + std::to_string(block.line) + "(\"" +
-                  document + ":" + std::to_string(block.line) + "\", " + space +
-                  (whole ? "::main" : "::run") + ");\n}\n";
+    const std::string need = block.mark("needs");
+    (whole ? woven.code : woven.includes) += conditional(need, source.includes);
+    woven.code += conditional(need, "namespace {\nnamespace " + space + " {\n" + source.code +
+                                        "}\n" + "const corvo::tests::Runnable runnable_" +
+                                        std::to_string(block.line) + "(\"" + document + ":" +
+                                        std::to_string(block.line) + "\", " + space +
+                                        (whole ? "::main" : "::run") + ");\n}\n");
   }
   std::ofstream(argv[4]) << "#include \"tests/docs/runnable.h\"\n"
                          << programs.code << others.includes << others.code;
