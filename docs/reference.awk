@@ -2,7 +2,7 @@
 # the next blank line, so these become a group. Special members, which do in each class what they do
 # in every one, get a word each.
 /^ *\/\/\/ / && !inComment { flush(); inComment = 1 }
-/^ *$/ || /^ *(public|private|protected):/ || /^ *};/ { flush() }
+/^ *$/ || /^ *(public|private|protected):/ || /^ *};/ || /^}/ { flush() }
 {
   if (!/^ *\/\/\//) inComment = 0
   text[++count] = $0
@@ -13,7 +13,7 @@ function flush(i, line, plain, depth, declarations, nests) {
   for (i = 1; i <= count; i++) {
     plain = text[i]
     sub(/ *\/\/.*/, "", plain)
-    if (depth == 0 && plain ~ /^ *(template.*)?(class|struct|enum|namespace|union) [^;]*$/) nests = 1
+    if (depth == 0 && plain ~ /^ *(template *<.*> *)?(class|struct|enum|namespace|union) [^;]*$/) nests = 1
     depth += gsub(/[{(]/, "&", plain) - gsub(/[})]/, "&", plain)
     if (depth == 0 && plain ~ /[;}]$/) declarations++
   }

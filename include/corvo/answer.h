@@ -56,6 +56,7 @@ class [[nodiscard]] Answer {
   /// Whether `get` would return, or throw, without waiting.
   [[nodiscard]] bool ready() const { return !pending_ || pending_->hasEnded(); }
 
+  /// What `co_await` calls.
   [[nodiscard]] bool await_ready() const { return !pending_ || pending_->isSettled(); }
   bool await_suspend(std::coroutine_handle<> coroutine) { return pending_->wait(coroutine); }
   T await_resume() { return take(); }

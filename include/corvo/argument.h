@@ -19,8 +19,11 @@ concept CorvoInteger = std::integral<V> && !std::same_as<V, bool> && !std::same_
 /// largest), an optional integer, or none: `std::nullopt` or `{}`. Booleans, characters and
 /// fractions do not convert to it.
 struct OptionalIndex {
+  /// No index.
   OptionalIndex() noexcept = default;
   OptionalIndex(std::nullopt_t) noexcept {}
+
+  /// An index, or an optional one.
   template <CorvoInteger Integer>
   OptionalIndex(Integer given) noexcept
       : value(std::in_range<std::int64_t>(given) ? static_cast<std::int64_t>(given) : INT64_MAX) {}
@@ -29,7 +32,7 @@ struct OptionalIndex {
     if (given) *this = OptionalIndex(*given);
   }
 
-  std::optional<std::int64_t> value;
+  std::optional<std::int64_t> value;  ///< The index, from 0.
 };
 
 namespace corvo_internal {
@@ -41,6 +44,7 @@ inline void theNumberIsNegative() {}
 /// are checked while compiling: `-1` does not compile, nor does a signed variable, for which there
 /// is `checked`. Booleans, characters and fractions do not convert to it.
 struct NonNegative {
+  /// An unsigned integer, or a signed constant.
   template <CorvoInteger Integer>
   requires std::unsigned_integral<Integer>
   constexpr NonNegative(Integer given) noexcept : value(given) {}
@@ -57,16 +61,17 @@ struct NonNegative {
     return NonNegative(static_cast<std::uint64_t>(given));
   }
 
-  std::uint64_t value;
+  std::uint64_t value;  ///< The number.
 };
 
 /// A boolean argument that nothing but a `bool` converts to: beside overloads that take callbacks,
 /// neither a captureless lambda nor a pointer may pass as one.
 struct ExactBool {
+  /// The boolean.
   template <std::same_as<bool> Bool>
   ExactBool(Bool given) noexcept : value(given) {}
 
-  bool value;
+  bool value;  ///< The boolean.
 };
 
 }  // namespace corvo

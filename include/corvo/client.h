@@ -188,8 +188,8 @@ class CORVO_EXPORT CorvoClient {
   void excludeForceAll(Callback<void()> onSuccess, OnError onError = {});
   Answer<void> excludeForceAll();
 
-  // What the forms above rest on: one operation for every question, which answers to a sink.
-
+  /// What the forms above rest on: one operation for each question, which answers to a sink.
+  /// Applications use the forms.
   virtual void askFlag(std::string_view flagName, AnswerSink<std::string_view>& sink) = 0;
   virtual void askFlagReport(AnswerSink<FlagReport>& sink) = 0;
   virtual void askExperiments(AnswerSink<std::vector<CorvoExperimentPointer>>& sink) = 0;

@@ -8,7 +8,7 @@ namespace corvo {
 struct ClientStatus {
   /// One cached copy. Times are in seconds since 1970, by the platform's clock.
   struct Copy {
-    double fetchedAt = 0;
+    double fetchedAt = 0;  ///< When the answer came.
     /// Questions use the copy before this moment, and fetch a new one from it on.
     double freshUntil = 0;
   };

@@ -22,13 +22,18 @@ class CORVO_FACADE_EXPORT Corvo {
   /// The tag for applications that need only one client.
   static constexpr std::string_view defaultClientTag = "default";
 
+  /// Creates a client; see `ClientRegistry::initializeClient`.
   static std::shared_ptr<CorvoClient> initializeClient(ClientOptions options);
   static std::shared_ptr<CorvoClient> initializeClient(std::string_view projectToken,
                                                        std::optional<CorvoUser> initialUser,
                                                        std::string_view apiURL,
                                                        NonNegative cacheTTL, NonNegative retryCount,
                                                        std::string_view tag);
+
+  /// The client registered under the tag, or null.
   [[nodiscard]] static std::shared_ptr<CorvoClient> getClient(std::string_view tag);
+
+  /// Forgets the client of the tag, if there is one; what it stored stays.
   static void removeClient(std::string_view tag);
 
   /// The host's loop, on which answers come after a fetch: the application runs it, or ticks it, on

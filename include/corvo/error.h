@@ -24,22 +24,22 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
  public:
   /// The base address and the path do not make an URI reference (RFC 3986).
   struct IncorrectURL {
-    std::string address;
+    std::string address;  ///< What they form.
     bool operator==(const IncorrectURL&) const = default;
   };
   /// The request failed in transport. Never made by this library.
   struct UrlError {
-    std::string localizedDescription;
+    std::string localizedDescription;  ///< In words.
     bool operator==(const UrlError&) const = default;
   };
   /// The last answer had an HTTP status outside 200 to 299.
   struct WrongStatusCode {
-    int statusCode = 0;
+    int statusCode = 0;  ///< For example 404.
     bool operator==(const WrongStatusCode&) const = default;
   };
   /// The answer does not fit the type that was asked for.
   struct DecodingError {
-    std::string localizedDescription;
+    std::string localizedDescription;  ///< In words.
     /// Where in the text the cause lies, in bytes from 0, as `Project::decode` tells; a client does
     /// not.
     std::optional<std::size_t> offset = {};
@@ -47,7 +47,7 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
   };
   /// Never made by this library.
   struct CustomError {
-    std::string text;
+    std::string text;  ///< In words.
     bool operator==(const CustomError&) const = default;
   };
   /// No data came, also because the transfer failed.
@@ -57,6 +57,7 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
 
   /// The cases in their order.
   enum class Case { incorrectURL, urlError, wrongStatusCode, decodingError, customError, noData };
+  /// The payloads in the order of the cases.
   using Payload =
       std::variant<IncorrectURL, UrlError, WrongStatusCode, DecodingError, CustomError, NoData>;
 
@@ -71,6 +72,7 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
   CorvoNetworkError& operator=(CorvoNetworkError&& other) noexcept;
   ~CorvoNetworkError() override;
 
+  /// The case.
   [[nodiscard]] Case which() const noexcept { return static_cast<Case>(payload_.position()); }
 
   /// The payload of that case, or null when this is another case.
@@ -103,72 +105,72 @@ class CORVO_EXPORT CorvoError : public std::exception {
  public:
   /// A client is already registered under the tag.
   struct InitializationOfExistingClient {
-    std::string tag;
+    std::string tag;  ///< That tag.
     bool operator==(const InitializationOfExistingClient&) const = default;
   };
   /// The configuration could not be fetched.
   struct RequestConfigFailed {
-    CorvoNetworkError error;
+    CorvoNetworkError error;  ///< Why.
     bool operator==(const RequestConfigFailed&) const = default;
   };
   /// The location could not be fetched.
   struct RequestLocationFailed {
-    CorvoNetworkError error;
+    CorvoNetworkError error;  ///< Why.
     bool operator==(const RequestLocationFailed&) const = default;
   };
   /// No flag has that name.
   struct FeatureFlagNotFound {
-    std::string featureFlag;
+    std::string featureFlag;  ///< The name of the flag.
     bool operator==(const FeatureFlagNotFound&) const = default;
   };
   /// The rules that decide the flag for this user are an empty list.
   struct FeatureFlagNoRules {
-    std::string featureFlag;
+    std::string featureFlag;  ///< The name of the flag.
     bool operator==(const FeatureFlagNoRules&) const = default;
   };
   /// No rule of the flag holds for this user.
   struct FeatureFlagRulesNotSatisfied {
-    std::string featureFlag;
+    std::string featureFlag;  ///< The name of the flag.
     bool operator==(const FeatureFlagRulesNotSatisfied&) const = default;
   };
   /// No experiment has that name.
   struct ExperimentNotFound {
-    std::string experiment;
+    std::string experiment;  ///< The name of the experiment.
     bool operator==(const ExperimentNotFound&) const = default;
   };
   /// The flag that the experiment carries has no group of the name of the user's group.
   struct ExperimentGroupNotMatchingFeatureFlagGroup {
-    std::string experiment;
-    std::string featureFlag;
-    std::string userGroup;
-    std::vector<std::string> featureFlagGroups;
+    std::string experiment;                      ///< The name of the experiment.
+    std::string featureFlag;                     ///< The name of the flag.
+    std::string userGroup;                       ///< The name of the group.
+    std::vector<std::string> featureFlagGroups;  ///< The names that it has.
     bool operator==(const ExperimentGroupNotMatchingFeatureFlagGroup&) const = default;
   };
   /// The user has no identifier of the kind that the experiment splits by.
   struct ExperimentSplitIdNotFound {
-    std::string experiment;
+    std::string experiment;  ///< The name of the experiment.
     bool operator==(const ExperimentSplitIdNotFound&) const = default;
   };
   /// The experiment has no group of that index.
   struct ExperimentGroupIndexNotFound {
-    std::string experiment;
-    std::int64_t index = 0;
+    std::string experiment;  ///< The name of the experiment.
+    std::int64_t index = 0;  ///< That index.
     bool operator==(const ExperimentGroupIndexNotFound&) const = default;
   };
   /// Never made by this library: forcing a forced user succeeds.
   struct ExperimentAlreadyContainsUser {
-    std::string experiment;
+    std::string experiment;  ///< The name of the experiment.
     bool operator==(const ExperimentAlreadyContainsUser&) const = default;
   };
   /// Never made by this library: forcing a forced user succeeds.
   struct ExperimentGroupAlreadyContainsUser {
-    std::string experiment;
-    std::int64_t index = 0;
+    std::string experiment;  ///< The name of the experiment.
+    std::int64_t index = 0;  ///< That index.
     bool operator==(const ExperimentGroupAlreadyContainsUser&) const = default;
   };
   /// No holdout has that name.
   struct HoldoutNotFound {
-    std::string holdout;
+    std::string holdout;  ///< That name.
     bool operator==(const HoldoutNotFound&) const = default;
   };
   /// The configuration holds no experiments to force the user into.
@@ -198,6 +200,7 @@ class CORVO_EXPORT CorvoError : public std::exception {
     experimentsEmpty,
     noForceIncludedExperiments
   };
+  /// The payloads in the order of the cases.
   using Payload =
       std::variant<InitializationOfExistingClient, RequestConfigFailed, RequestLocationFailed,
                    FeatureFlagNotFound, FeatureFlagNoRules, FeatureFlagRulesNotSatisfied,
@@ -219,6 +222,7 @@ class CORVO_EXPORT CorvoError : public std::exception {
   CorvoError& operator=(CorvoError&& other) noexcept;
   ~CorvoError() override;
 
+  /// The case.
   [[nodiscard]] Case which() const noexcept { return static_cast<Case>(payload_.position()); }
 
   /// The payload of that case, or null when this is another case.

@@ -33,6 +33,7 @@ using JsonObject = std::map<std::string, JsonValue, std::less<>>;
 /// needs 128 KiB, or 2 MiB where nothing is optimised.
 class CORVO_EXPORT JsonValue {
  public:
+  /// The kinds that a value can have.
   using Null = std::monostate;
   using Kinds = std::variant<Null, bool, std::int64_t, std::uint64_t, double, std::string,
                              JsonArray, JsonObject>;
@@ -68,6 +69,7 @@ class CORVO_EXPORT JsonValue {
   /// number. For what may be written with or without a fraction: a price of 1.0 is an integer by
   /// its kind, so `as<double>()` is null.
   [[nodiscard]] std::optional<double> asNumber() const noexcept;
+  /// Whether this is the null of JSON.
   [[nodiscard]] bool isNull() const noexcept { return as<Null>() != nullptr; }
 
   /// The member of an object, or null when this is no object or has no such member.
@@ -78,6 +80,7 @@ class CORVO_EXPORT JsonValue {
   /// Numbers that JSON cannot express (infinities, not-a-number) are written as null.
   [[nodiscard]] std::string toJson() const;
 
+  /// Whether both have the same kind and value.
   friend bool operator==(const JsonValue& a, const JsonValue& b) { return a.value_ == b.value_; }
 
  private:

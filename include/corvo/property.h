@@ -21,24 +21,28 @@ struct CorvoPropertyTraits;
 /// "true" or "false" in any letter case.
 template <>
 struct CorvoPropertyTraits<bool> {
+  /// The value, or none for a text of another form.
   CORVO_EXPORT static std::optional<bool> fromCorvoString(std::string_view text) noexcept;
 };
 
 /// An optional sign and decimal digits, within 64 bits.
 template <>
 struct CorvoPropertyTraits<std::int64_t> {
+  /// The value, or none for a text of another form.
   CORVO_EXPORT static std::optional<std::int64_t> fromCorvoString(std::string_view text) noexcept;
 };
 
 /// The whole text as ISO C `strtod` reads it in the C locale, not beginning with white space.
 template <>
 struct CorvoPropertyTraits<double> {
+  /// The value, or none for a text of another form.
   CORVO_EXPORT static std::optional<double> fromCorvoString(std::string_view text);
 };
 
 /// Any text, unchanged.
 template <>
 struct CorvoPropertyTraits<std::string> {
+  /// The value, or none for a text of another form.
   static std::optional<std::string> fromCorvoString(std::string_view text) {
     return std::string(text);
   }
@@ -48,6 +52,7 @@ struct CorvoPropertyTraits<std::string> {
 /// counts; a number beyond the doubles in any value that counts makes the text no dictionary.
 template <>
 struct CorvoPropertyTraits<JsonObject> {
+  /// The value, or none for a text of another form.
   CORVO_EXPORT static std::optional<JsonObject> fromCorvoString(std::string_view text);
 };
 

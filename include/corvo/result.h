@@ -27,12 +27,14 @@ class [[nodiscard]] Result {
   requires(std::convertible_to<V, T> && !std::same_as<std::remove_cvref_t<V>, CorvoError> &&
            !std::same_as<std::remove_cvref_t<V>, Result>) Result(V&& value)
       : outcome_(std::in_place_index<0>, std::forward<V>(value)) {}
+  /// An error.
   Result(CorvoError&& error) : outcome_(std::in_place_index<1>, std::move(error)) {}
   /// An error whose payload is that text, made in its place.
   template <class P>
   Result(std::in_place_type_t<P> payload, std::string_view text)
       : outcome_(std::in_place_index<1>, payload, text) {}
 
+  /// Whether there is a value, not an error.
   [[nodiscard]] bool hasValue() const noexcept { return outcome_.index() == 0; }
   explicit operator bool() const noexcept { return hasValue(); }
 

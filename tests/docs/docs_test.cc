@@ -10,6 +10,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -271,12 +272,44 @@ TEST(Document, IsRefusedWithABlockThatNobodyTries) {
   fs::remove(file);
 }
 
+/// The names by which links reach the headings of a document: "what-it-needs".
+std::set<std::string> anchorsOf(const std::string& document) {
+  std::set<std::string> anchors;
+  std::istringstream in(document);
+  for (std::string line; std::getline(in, line);) {
+    if (!line.starts_with('#') || line.find("# ") == std::string::npos) continue;
+    std::string anchor;
+    for (const char c : line.substr(line.find("# ") + 2)) {
+      const auto byte = static_cast<unsigned char>(c);
+      if (std::isalnum(byte) || c == '-' || c == '_')
+        anchor += static_cast<char>(std::tolower(byte));
+      if (c == ' ') anchor += '-';
+    }
+    anchors.insert(anchor);
+  }
+  return anchors;
+}
+
 class DocumentTest : public testing::TestWithParam<fs::path> {};
 
 TEST_P(DocumentTest, SaysWhatItsBlocksDo) { Document(GetParam()).tryAll(); }
 
+TEST_P(DocumentTest, LinksToWhatIsThere) {
+  const fs::path file = kRoot / GetParam();
+  const std::string text = contentsOf(file.string());
+  const std::regex link(R"(\]\(([^)#: ]*)(#([^)]*))?\))");
+  for (std::sregex_iterator i(text.begin(), text.end(), link), end; i != end; ++i) {
+    const std::string path = (*i)[1];
+    const std::string anchor = (*i)[3];
+    const fs::path target = path.empty() ? file : file.parent_path() / path;
+    EXPECT_TRUE(fs::exists(target)) << path;
+    if (anchor.empty()) continue;
+    EXPECT_TRUE(anchorsOf(contentsOf(target.string())).contains(anchor)) << path << '#' << anchor;
+  }
+}
+
 std::vector<fs::path> documents() {
-  std::vector<fs::path> all{"README.md"};
+  std::vector<fs::path> all{"README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md"};
   for (const auto& entry : fs::directory_iterator(kRoot / "docs")) {
     if (entry.path().extension() == ".md") all.push_back("docs" / entry.path().filename());
   }

@@ -17,24 +17,26 @@ namespace corvo::fakes {
 
 /// A group of an experiment, by its name or with its weight: `"new"`, `{"new", 0.25}`.
 struct Group {
+  /// A group of that name, and of that weight.
   template <CorvoText Text>
   Group(const Text& groupName) : name(std::string_view(groupName)) {}
   template <CorvoText Text>
   Group(const Text& groupName, double groupWeight)
       : name(std::string_view(groupName)), weight(groupWeight) {}
 
-  std::string name;
+  std::string name;              ///< Not empty.
   std::optional<double> weight;  ///< From 0 to 1. Groups without one share the rest evenly.
 };
 
 /// What the users of a group get: `{"new", 3}`, or rules in place of the value.
 struct GroupRules {
-  std::string group;
-  Rules rules;
+  std::string group;  ///< The group's name.
+  Rules rules;        ///< For its users.
 };
+/// The same with one value for all of them.
 struct GroupValue {
-  std::string group;
-  Value value;
+  std::string group;  ///< The group's name.
+  Value value;        ///< For its users.
 };
 
 /// The property of the user by which the hash assigns them to groups.
@@ -52,6 +54,7 @@ enum class ExperimentType : std::uint8_t { featureFlag = 1, param, splitUrl, web
 /// to groups by weight. The salt is the experiment's name.
 class CORVO_FAKES_EXPORT ExperimentBuilder {
  public:
+  /// What `experiment` and `holdout` make.
   ExperimentBuilder(std::string_view name, const std::vector<Group>& groups, bool isHoldout);
 
   /// One more group.
@@ -98,6 +101,7 @@ class CORVO_FAKES_EXPORT ExperimentBuilder {
   /// Sets a key of the document by hand, whatever the builder would write there.
   ExperimentBuilder& field(std::string_view key, JsonValue value);
 
+  /// What the project asks of it.
   [[nodiscard]] const std::string& name() const { return name_; }
   [[nodiscard]] bool isHoldout() const { return isHoldout_; }
   /// The holdouts that `heldOutBy` named.

@@ -19,6 +19,7 @@ namespace corvo::fakes {
 /// All the fakes together. `ClientRegistry registry(fake.platform());` is one run of the
 /// application; a second registry on the same fakes simulates a restart.
 struct FakePlatform {
+  /// Each service; the clock and the main queue are one.
   std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
   std::shared_ptr<FakeTimeZone> timeZone = std::make_shared<FakeTimeZone>();
   std::shared_ptr<ScriptedSession> session = std::make_shared<ScriptedSession>(time);
@@ -26,6 +27,7 @@ struct FakePlatform {
   std::shared_ptr<FixedDevice> device = std::make_shared<FixedDevice>();
   std::shared_ptr<ScriptedRandom> random = std::make_shared<ScriptedRandom>();
 
+  /// The platform that they make up.
   [[nodiscard]] Platform platform() const {
     return {time, timeZone, time, session, store, device, random};
   }

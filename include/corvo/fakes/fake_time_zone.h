@@ -23,6 +23,7 @@ class CORVO_FAKES_EXPORT FakeTimeZone final : public TimeZone {
   /// The offsets from UTC, in seconds, that hold from a moment (seconds since 1970) on.
   using Transitions = std::map<std::int64_t, std::int32_t>;
 
+  /// That offset, in seconds east of UTC, up to the first transition.
   explicit FakeTimeZone(std::int32_t offset = 0, Transitions transitions = {})
       : offset_(offset), transitions_(std::move(transitions)) {}
   /// "Europe/Berlin". Throws `std::invalid_argument` when there is no zone of that name.

@@ -14,6 +14,7 @@ namespace corvo::fakes {
 /// A flag of a fake project. Made by `flag`; setters return the builder, so calls chain.
 class CORVO_FAKES_EXPORT FlagBuilder {
  public:
+  /// What `flag` makes.
   FlagBuilder(std::string_view name, Rules rules);
 
   /// The rules for the users in that group of the experiment that carries the flag.
@@ -30,6 +31,7 @@ class CORVO_FAKES_EXPORT FlagBuilder {
   /// Sets a key of the document by hand, whatever the builder would write there.
   FlagBuilder& field(std::string_view key, JsonValue value);
 
+  /// The flag's name, and the groups that `inGroup` named.
   [[nodiscard]] const std::string& name() const { return name_; }
   [[nodiscard]] std::vector<std::string> groups() const;
   /// The flag as the document has it. In a private experiment its groups compare digests.

@@ -32,6 +32,7 @@ class CORVO_FAKES_EXPORT ProjectBuilder {
   ProjectBuilder& flag(std::string_view name, const Rules& rules);
   ProjectBuilder& flag(const FlagBuilder& flag);
 
+  /// An experiment that everyone takes part in, with these groups.
   ProjectBuilder& experiment(std::string_view name, std::initializer_list<Group> groups);
   /// An experiment or a holdout. Throws `std::invalid_argument` for one without groups, in which
   /// nobody could take part.

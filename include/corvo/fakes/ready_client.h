@@ -40,6 +40,7 @@ class CORVO_FAKES_EXPORT ReadyClient {
   /// With a document written by hand.
   explicit ReadyClient(std::string configuration, const ReadyOptions& options = {});
 
+  /// The client, for the code under test and for questions of the test.
   [[nodiscard]] const std::shared_ptr<CorvoClient>& client() const { return client_; }
   CorvoClient& operator*() const { return *client_; }
   CorvoClient* operator->() const { return client_.get(); }

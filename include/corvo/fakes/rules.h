@@ -21,6 +21,7 @@ namespace corvo::fakes {
 /// Documents hold every value as a text; this class writes it.
 class CORVO_FAKES_EXPORT Value {
  public:
+  /// A text, a boolean or an integer.
   template <CorvoText Text>
   Value(const Text& text) : text_(std::string_view(text)), type_("string") {}
   template <std::same_as<bool> Bool>
@@ -32,6 +33,7 @@ class CORVO_FAKES_EXPORT Value {
   Value(const Number& number) : Value(JsonValue(static_cast<double>(number))) {}
   Value(const JsonObject& object) : Value(JsonValue(object)) {}
 
+  /// The value as a document has it.
   [[nodiscard]] const std::string& text() const { return text_; }
   /// What a document calls its type: "boolean", "number", "string" or "json".
   [[nodiscard]] const std::string& type() const { return type_; }
@@ -47,11 +49,13 @@ class CORVO_FAKES_EXPORT Value {
 template <class T>
 class OneOrMore {
  public:
+  /// One thing, or a list.
   template <class One>
   requires std::convertible_to<const One&, T> OneOrMore(const One& one) : list_{T(one)} {}
   OneOrMore(std::initializer_list<T> list) : list_(list) {}
   OneOrMore(std::vector<T> list) : list_(std::move(list)) {}
 
+  /// All of them.
   [[nodiscard]] const std::vector<T>& list() const { return list_; }
 
  private:
@@ -83,9 +87,9 @@ enum class Sign : std::uint8_t {
 
 /// One test of one property. Made by `where`.
 struct Condition {
-  std::string property;
-  Sign sign;
-  std::vector<Value> values;
+  std::string property;       ///< As `where` takes it.
+  Sign sign;                  ///< How to compare.
+  std::vector<Value> values;  ///< What to compare with.
 };
 
 /// A condition on a property of the user ("userId", "appVersion", "custom.plan" ...), the location
@@ -94,21 +98,24 @@ struct Condition {
 [[nodiscard]] CORVO_FAKES_EXPORT Condition where(std::string_view property, Sign sign,
                                                  const OneOrMore<Value>& values);
 
-/// Conditions joined by `&&`, or by `||`. A document cannot mix the two in one rule.
+/// Conditions joined by `&&`. A document cannot mix `&&` and `||` in one rule.
 struct All {
-  All(Condition condition) : conditions{std::move(condition)} {}
-  std::vector<Condition> conditions;
+  All(Condition condition) : conditions{std::move(condition)} {}  ///< One condition.
+  std::vector<Condition> conditions;                              ///< In their order.
 };
+/// Conditions joined by `||`.
 struct Any {
-  Any(Condition condition) : conditions{std::move(condition)} {}
-  std::vector<Condition> conditions;
+  Any(Condition condition) : conditions{std::move(condition)} {}  ///< One condition.
+  std::vector<Condition> conditions;                              ///< In their order.
 };
+/// One more condition.
 [[nodiscard]] CORVO_FAKES_EXPORT All operator&&(All all, Condition more);
 [[nodiscard]] CORVO_FAKES_EXPORT Any operator||(Any any, Condition more);
 
 /// What a rule or a target requires: one condition, `a && b && ...` or `a || b || ...`.
 class CORVO_FAKES_EXPORT Requirement {
  public:
+  /// What `where`, `&&` and `||` make.
   Requirement(Condition condition) : Requirement(All(std::move(condition))) {}
   Requirement(All all) : statement_("AND"), conditions_(std::move(all.conditions)) {}
   Requirement(Any any) : statement_("OR"), conditions_(std::move(any.conditions)) {}
@@ -133,12 +140,14 @@ class CORVO_FAKES_EXPORT Rules {
     otherwise(Value(value));
   }
 
+  /// One more rule: users who meet the requirement get the value, if no earlier rule was met.
   Rules& when(const Requirement& requirement, const Value& value);
   /// Throws `std::invalid_argument` the second time.
   Rules& otherwise(const Value& value);
   /// A rule written by hand: a JSON object, or `std::invalid_argument` is thrown.
   Rules& json(std::string_view rule);
 
+  /// As the document has them; a private flag or experiment compares digests in place of texts.
   [[nodiscard]] JsonArray json(bool isPrivate) const { return isPrivate ? private_ : plain_; }
   /// The type of the first value; "string" without one.
   [[nodiscard]] const std::string& type() const { return type_; }
@@ -152,6 +161,7 @@ class CORVO_FAKES_EXPORT Rules {
   bool hasDefault_ = false;
 };
 
+/// Begins a list of rules.
 [[nodiscard]] CORVO_FAKES_EXPORT Rules when(const Requirement& requirement, const Value& value);
 
 }  // namespace corvo::fakes

@@ -17,7 +17,7 @@ namespace corvo::fakes {
 
 /// What a `ScriptedSession` does with a request.
 struct Reply {
-  UrlResponse response;
+  UrlResponse response;     ///< What the completion is given.
   double delaySeconds = 0;  ///< Virtual time until the completion; 0 completes inside the call.
   bool silent = false;      ///< Never completes.
 };
@@ -35,6 +35,7 @@ struct Reply {
 /// For the test's thread.
 class CORVO_FAKES_EXPORT ScriptedSession final : public UrlSession {
  public:
+  /// Delays pass on that clock.
   explicit ScriptedSession(std::shared_ptr<VirtualTime> time) : time_(std::move(time)) {}
 
   void start(UrlRequest request, Callback<void(UrlResponse)> completion) override;

@@ -21,8 +21,8 @@
 #include <optional>
 #include <utility>
 
-/// For standalone Asio, 1.18 or newer. Beside `using namespace corvo;` write `::asio` for Asio's
-/// own namespace, since `asio` alone could then mean this one as well.
+/// For standalone Asio, 1.18 or newer. Beside `using namespace corvo;` name Asio's own namespace
+/// from the root, with `::`, since `asio` alone could then mean this one as well.
 namespace corvo::asio {
 
 /// Runs a `HostLoop` on an executor, so that answers arrive in a program that runs an `io_context`.
