@@ -18,6 +18,13 @@ function(corvo_configure target)
   endif()
 endfunction()
 
+# Most of the time of a build goes into headers: a release is compiled in few large files.
+function(corvo_combine_files target)
+  if(NOT DEFINED CMAKE_UNITY_BUILD AND CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
+  endif()
+endfunction()
+
 # A library corvo::<name> with its public headers; its sources are listed in the folders of src.
 function(corvo_library name)
   set(target corvo_${name})
@@ -32,10 +39,7 @@ function(corvo_library name)
   target_include_directories(${target}
     PRIVATE ${PROJECT_SOURCE_DIR}/src)
   corvo_configure(${target})
-  if(NOT DEFINED CMAKE_UNITY_BUILD AND CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
-    # Most of the time of a build goes into headers: a release is compiled in few large files.
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
-  endif()
+  corvo_combine_files(${target})
   if(BUILD_SHARED_LIBS)
     target_compile_definitions(${target} PUBLIC CORVO_SHARED)
     # Of the standard library's types in exported classes.

@@ -27,6 +27,7 @@ class CORVO_TYPE CorvoExperiment {
   /// group.
   [[nodiscard]] virtual std::optional<std::int64_t> groupIndex() const = 0;
 
+  /// The experiment's name.
   [[nodiscard]] virtual std::string name() const = 0;
 
   /// The name of the user's group; absent without a group.

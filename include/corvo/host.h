@@ -77,8 +77,8 @@ class CORVO_TYPE HostLoop : public MainQueue {
 
 /// The ready-made platform, and the loop that its main queue and its URL session share.
 struct Host {
-  std::shared_ptr<HostLoop> loop;
-  Platform platform;
+  std::shared_ptr<HostLoop> loop;  ///< To be run by the application.
+  Platform platform;               ///< For `ClientRegistry` or `Corvo::usePlatform`.
 };
 
 /// A platform for Linux, macOS and Windows: the system's clock, zone and random source, HTTP and

@@ -1,11 +1,13 @@
 #include <corvo/lint.h>
 #include <gmock/gmock.h>
+#include <gtest/gtest-spi.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <map>
 #include <memory>
 #include <set>
@@ -47,6 +49,11 @@ bool isShownBy(const std::string& shown, const std::string& text) {
   return skips || at == text.size();
 }
 
+/// Whether an event loop is there for the blocks that need it.
+bool isInstalled(const std::string& loop) {
+  return std::string(" " CORVO_DOCS_LOOPS " ").find(" " + loop + " ") != std::string::npos;
+}
+
 bool isOnlyWarnings(const std::string& text) {
   std::istringstream in(text);
   for (std::string line; std::getline(in, line);) {
@@ -74,8 +81,11 @@ class Document {
     for (std::size_t i = 0; i < blocks.size(); ++i) {
       const Block& block = blocks[i];
       SCOPED_TRACE(name_.string() + ":" + std::to_string(block.line));
+      keep(block);
       if (block.has("not tried")) {
         EXPECT_NE(block.mark("not tried"), "") << "the reason is missing";
+      } else if (block.has("needs") && !isInstalled(block.mark("needs"))) {
+        std::cout << "not tried, because " << block.mark("needs") << " is not installed\n";
       } else if (block.has("tried by")) {
         EXPECT_THAT(contentsOf((kRoot / block.mark("tried by")).string()),
                     testing::HasSubstr(name_.filename().string()));
@@ -106,12 +116,30 @@ class Document {
     }
   }
 
-  void tryProgram(const Block& block) {
+  /// Writes the file that a block is said to be, or to end; of a program also one that runs it.
+  void keep(const Block& block) {
+    if (block.has("file")) write(block.mark("file"), block.text);
+    if (block.has("more of")) {
+      const fs::path file = block.mark("more of");
+      write(file, contentsOf((folder_ / file).string()) + block.text);
+    }
+    if (block.language != "cpp" || !block.has("file")) return;
+    const fs::path program = folder_ / "build" / fs::path(block.mark("file")).stem();
+    write(program, "#!/bin/sh\n" + toRun(block));
+    fs::permissions(program, fs::perms::owner_all);
+  }
+
+  std::string toRun(const Block& block) const {
     const std::string line = std::to_string(block.line);
+    return "XDG_DATA_HOME=" + (folder_ / ("data" + line)).string() + " " CORVO_RUN_BLOCK " " +
+           name_.string() + ":" + line;
+  }
+
+  void tryProgram(const Block& block) {
+    if (block.has("file")) return;  // run where the document runs it
     // What it prints goes on where the block that it continues ended.
     const std::string before = block.has("continues") ? output_ : "";
-    runs("XDG_DATA_HOME=data" + line + " CORVO_DOCS_BACKEND=" + backend_->url() +
-         " " CORVO_RUN_BLOCK " " + name_.string() + ":" + line);
+    runs(toRun(block));
     EXPECT_TRUE(output_.starts_with(before)) << output_;
     output_.erase(0, before.size());
   }
@@ -157,16 +185,21 @@ class Document {
   }
 
   void tryCMake(const Block& block) {
-    const fs::path project = "cmake" + std::to_string(block.line);
-    const bool isWhole = block.text.find("project(") != std::string::npos;
-    write(project / "main.cc", "int main() {}\n");
-    write(project / "CMakeLists.txt",
-          (isWhole ? ""
-                   : "cmake_minimum_required(VERSION 3.25)\nproject(app CXX)\n"
-                     "add_executable(app main.cc)\n") +
-              block.text);
-    fs::create_directory_symlink(kRoot, folder_ / project / "corvo");
-    runs("cmake -G Ninja -S " + project.string() + " -B " + (project / "build").string() +
+    fs::path project = block.has("more of") ? block.mark("more of") : block.mark("file");
+    project = project.parent_path();
+    if (project.empty()) {
+      project = "cmake" + std::to_string(block.line);
+      const bool isWhole = block.text.find("project(") != std::string::npos;
+      write(project / "app.cc", "int main() {}\n");
+      write(project / "CMakeLists.txt",
+            (isWhole ? ""
+                     : "cmake_minimum_required(VERSION 3.25)\nproject(app CXX)\n"
+                       "add_executable(app app.cc)\n") +
+                block.text);
+      fs::create_directory_symlink(kRoot, folder_ / project / "corvo");
+    }
+    runs("cmake -G Ninja -S " + project.string() + " -B " + project.string() +
+         ".build"
          " -DCMAKE_CXX_COMPILER=" CORVO_COMPILER " -DCMAKE_PREFIX_PATH=" CORVO_PREFIX
          " -DFETCHCONTENT_SOURCE_DIR_CORVO=" CORVO_ROOT);
     shows_ = false;
@@ -186,6 +219,7 @@ class Document {
     fs::current_path(folder_);
     backend_ = std::make_unique<Backend>(arguments);
     fs::current_path(before);
+    setenv("CORVO_DOCS_BACKEND", backend_->url().c_str(), 1);
   }
 
   void write(const fs::path& file, const std::string& text) const {
@@ -205,6 +239,37 @@ class Document {
   std::string output_;  // of the last block that was run
   bool shows_ = false;  // whether a text block that comes next shows it
 };
+
+TEST(Document, IsRefusedWithABlockThatNobodyTries) {
+  const std::string file = testing::TempDir() + "corvo_document_" + std::to_string(getpid());
+  const auto refused = [&](const std::string& text) {
+    std::ofstream(file) << text;
+    testing::TestPartResultArray failures;
+    const testing::ScopedFakeTestPartResultReporter reporter(
+        testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &failures);
+    Document(file).tryAll();
+    return failures.size() > 0;
+  };
+  for (const char* text :
+       {"```yaml\na: 1\n```", "```\na\n```", "```text\na\n```", "<!-- not tried -->\n```sh\n```",
+        "<!-- not tried: -->\n```sh\n```", "<!-- tried by: README.md -->\n```sh\n```",
+        "<!-- tried by: missing.cc -->\n```sh\n```", "```sh\necho a\n```\n```text\nb\n```",
+        "```sh\nfalse\n```", "```console\n$ echo a\nb\n```", "```console\n$ false\n```",
+        "```json\n{\"experiments\": [1]}\n```", "```json\n{]\n```", "```cmake\nmissing()\n```",
+        "<!-- finds: no-rules -->\n```json\n{}\n```", "```sh\necho a\n```\nand\n```text\na\nb\n```",
+        "<!-- not tried: one is enough -->\n\nA text.\n\n```yaml\n```"}) {
+    EXPECT_TRUE(refused(text)) << text;
+  }
+  for (const char* text :
+       {"", "<!-- not tried: a reason -->\n```yaml\n```",
+        "```sh\nprintf 'a\\nb\\nc\\n'\n```\n```text\na\n...\nc\n```",
+        "1. A step:\n\n   ```console\n   $ echo a\n   a\n   ```",
+        "<!-- file: f -->\n```json\n{}\n```\n```sh\ncat f\n```\n```text\n{}\n```",
+        "<!-- finds: not-json -->\n```json\n{]\n```"}) {
+    EXPECT_FALSE(refused(text)) << text;
+  }
+  fs::remove(file);
+}
 
 class DocumentTest : public testing::TestWithParam<fs::path> {};
 

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <string>
@@ -13,8 +14,9 @@
 
 namespace {
 
-std::map<std::string, int (*)()>& blocks() {
-  static std::map<std::string, int (*)()> all;
+/// By name; each is given the arguments of this program.
+std::map<std::string, std::function<int(int, char**)>>& blocks() {
+  static std::map<std::string, std::function<int(int, char**)>> all;
   return all;
 }
 
@@ -22,7 +24,13 @@ std::map<std::string, int (*)()>& blocks() {
 
 namespace corvo::tests {
 
-Runnable::Runnable(const char* name, int (*block)()) { blocks().emplace(name, block); }
+Runnable::Runnable(const char* name, int (*block)()) {
+  blocks().emplace(name, [block](int, char**) { return block(); });
+}
+
+Runnable::Runnable(const char* name, int (*program)(int, char**)) {
+  blocks().emplace(name, program);
+}
 
 const char* backend() { return std::getenv("CORVO_DOCS_BACKEND"); }
 
@@ -31,7 +39,7 @@ const char* backend() { return std::getenv("CORVO_DOCS_BACKEND"); }
 int main(int argc, char** argv) try {
   testing::InitGoogleTest(&argc, argv);
   if (argc != 2 || !blocks().contains(argv[1])) return 2;
-  return blocks().at(argv[1])();
+  return blocks().at(argv[1])(1, argv);
 } catch (const std::exception& exception) {
   std::cerr << "uncaught: " << exception.what() << '\n';
   return 1;

@@ -6,6 +6,7 @@ namespace corvo::tests {
 /// are registered before `main` runs.
 struct Runnable {
   Runnable(const char* name, int (*block)());
+  Runnable(const char* name, int (*program)(int argc, char** argv));
 };
 
 /// The address of the backend that documents call "http://127.0.0.1:8080".

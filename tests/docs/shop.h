@@ -4,6 +4,7 @@
 #include <corvo/fakes.h>
 
 #include <memory>
+#include <string>
 
 #include "tests/base/case_table.h"
 
@@ -11,9 +12,13 @@ namespace corvo::tests {
 
 /// The sample shop's backend and an application of its, on the fakes.
 struct Shop {
-  Shop() {
-    fake.session->always("config.json", fakes::ok(contentsOf(CORVO_SHOP "/config.json")));
-    fake.session->always("geo", fakes::ok(contentsOf(CORVO_SHOP "/geo.json")));
+  /// Its backend takes that time for each answer.
+  explicit Shop(double seconds = 0) {
+    const auto answer = [&](const char* route, const std::string& file) {
+      fake.session->always(route, fakes::after(seconds, fakes::ok(contentsOf(file))));
+    };
+    answer("config.json", CORVO_SHOP "/config.json");
+    answer("geo", CORVO_SHOP "/geo.json");
   }
 
   std::shared_ptr<CorvoClient> client() {

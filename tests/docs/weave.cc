@@ -17,15 +17,19 @@ using corvo::tests::Block;
 struct Source {
   std::string includes, code;
 
-  void add(const std::string& text, int line = 0, const std::string& file = "") {
+  /// Errors in the text are then reported where it stands, if that is said.
+  void add(const std::string& text, const std::string& file = "", int line = 0) {
+    bool isNext = false;  // to the line added last, so that it is known where it stands
     std::istringstream in(text);
     for (std::string each; std::getline(in, each); ++line) {
       if (each.starts_with("#include")) {
         includes += each + '\n';
-      } else {
-        if (!file.empty()) code += "#line " + std::to_string(line) + " \"" + file + "\"\n";
-        code += each + '\n';
+        isNext = false;
+        continue;
       }
+      if (!isNext && !file.empty()) code += "#line " + std::to_string(line) + " \"" + file + "\"\n";
+      isNext = true;
+      code += each + '\n';
     }
   }
 };
@@ -40,10 +44,22 @@ std::string frameOf(const Block& block) {
   return block.text.find("co_await") == std::string::npos ? "client" : "coroutine";
 }
 
-/// Only the `main` of a program returns 0 by itself.
+/// Only the `main` of a program returns 0 by itself, at its end and at that of its handlers.
 void endMain(std::string& program) {
-  const std::size_t end = program.find("\n}", program.find("int main("));
-  if (end != std::string::npos) program.insert(end, "\nreturn 0;");
+  const std::string returns = "\nreturn 0;";
+  std::size_t end = program.find("\n}", program.find("int main("));
+  while (end != std::string::npos) {
+    program.insert(end, returns);
+    end += returns.size();
+    if (program.compare(end, 9, "\n} catch ") != 0) return;
+    end = program.find("\n}", end + 1);
+  }
+}
+
+/// The text, which is compiled only where what it needs is installed.
+std::string conditional(const std::string& need, const std::string& text) {
+  if (need.empty()) return text;
+  return "#ifdef CORVO_DOCS_HAVE_" + need + "\n" + text + "#endif\n";
 }
 
 }  // namespace
@@ -61,7 +77,7 @@ int main(int argc, char** argv) {
     const std::string space = "block_" + std::to_string(block.line);
     Source source;
     source.add(block.mark("before"));
-    source.add(block.text, block.line + 1, file.string());
+    source.add(block.text, file.string(), block.line + 1);
     corvo::tests::replaceAll(source.code, "\"http://127.0.0.1:8080\"", "corvo::tests::backend()");
     if (whole) {
       endMain(source.code);
@@ -83,11 +99,13 @@ int main(int argc, char** argv) {
     }
     Source& woven = whole ? programs : others;
     // The includes of a program stand right before it, so that the first one has no others.
-    (whole ? woven.code : woven.includes) += source.includes;
-    woven.code += "namespace {\nnamespace " + space + " {\n" + source.code + "}\n" +
-                  "const corvo::tests::Runnable runnable_" + std::to_string(block.line) + "(\"" +
-                  document + ":" + std::to_string(block.line) + "\", " + space +
-                  (whole ? "::main" : "::run") + ");\n}\n";
+    const std::string need = block.mark("needs");
+    (whole ? woven.code : woven.includes) += conditional(need, source.includes);
+    woven.code += conditional(need, "namespace {\nnamespace " + space + " {\n" + source.code +
+                                        "}\n" + "const corvo::tests::Runnable runnable_" +
+                                        std::to_string(block.line) + "(\"" + document + ":" +
+                                        std::to_string(block.line) + "\", " + space +
+                                        (whole ? "::main" : "::run") + ");\n}\n");
   }
   std::ofstream(argv[4]) << "#include \"tests/docs/runnable.h\"\n"
                          << programs.code << others.includes << others.code;

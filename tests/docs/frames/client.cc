@@ -1,4 +1,4 @@
-// Statements of an application that has a client, on a platform under control.
+// Statements of an application that has a client with fresh copies, on a platform under control.
 #include <corvo/corvo.h>
 #include <corvo/evaluation.h>
 #include <corvo/fakes.h>
@@ -19,6 +19,7 @@ int run() {
   [[maybe_unused]] auto& fake = shop.fake;
   [[maybe_unused]] auto& registry = shop.registry;
   [[maybe_unused]] auto client = shop.client();
+  (void)client->checkFlag<bool>("new-checkout").get();
   {
     // block
   }

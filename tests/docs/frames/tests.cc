@@ -1,5 +1,6 @@
 // Tests, which are run.
 #include <corvo/corvo.h>
+#include <corvo/evaluation.h>
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
