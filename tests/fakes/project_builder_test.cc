@@ -209,7 +209,8 @@ TEST(ProjectBuilder, LeavesNobodyBetweenGroupsThatShareEvenly) {
   for (int count = 1; count < 60; ++count) {
     builder.group("group " + std::to_string(count));
     double end = 0;  // as the engine adds it up
-    for (const auto& each : project().experiment(builder).decode().experiments()[0].groups) {
+    const auto groups = project().experiment(builder).decode().experiments()[0].groups;
+    for (const auto& each : groups) {
       end += each.weight * 100;
       EXPECT_NEAR(each.weight, end < 11 ? 0.1 : 0.9 / count, 1e-9);
     }
