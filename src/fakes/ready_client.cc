@@ -31,8 +31,12 @@ void ReadyClient::restart() {
 
 void ReadyClient::start(std::optional<CorvoUser> user) {
   registry_.emplace(fake.platform());
-  client_ = registry_->initializeClient("token", std::move(user), "https://flags.test", cacheTTL_,
-                                        retryCount_, "test");
+  client_ = registry_->initializeClient({.projectToken = "token",
+                                         .apiURL = "https://flags.test",
+                                         .initialUser = std::move(user),
+                                         .cacheTTL = cacheTTL_,
+                                         .retryCount = retryCount_,
+                                         .tag = "test"});
 }
 
 }  // namespace corvo::fakes

@@ -1,12 +1,12 @@
 #pragma once
 
+#include <corvo/argument.h>
 #include <corvo/client_registry.h>
 #include <corvo/export.h>
 #include <corvo/fakes/fake_platform.h>
 #include <corvo/fakes/project_builder.h>
 #include <corvo/user.h>
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,8 +20,8 @@ struct ReadyOptions {
   PropertyMap user = {{"userId", "user-1"}};
   /// As `FakePlatform::serve` takes it: without "geo." before the names.
   PropertyMap location = {};
-  std::uint64_t cacheTTL = 300;  ///< In seconds, at least 10.
-  std::uint64_t retryCount = 0;  ///< How many times a failed request is retried.
+  NonNegative cacheTTL = 300;  ///< In seconds, at least 10.
+  NonNegative retryCount = 0;  ///< How many times a failed request is retried.
 };
 
 /// A client that has loaded its project and location, on fakes of its own: it answers every
@@ -54,8 +54,8 @@ class CORVO_FAKES_EXPORT ReadyClient {
  private:
   void start(std::optional<CorvoUser> user);
 
-  std::uint64_t cacheTTL_;
-  std::uint64_t retryCount_;
+  NonNegative cacheTTL_;
+  NonNegative retryCount_;
   std::optional<ClientRegistry> registry_;
   std::shared_ptr<CorvoClient> client_;
 };
