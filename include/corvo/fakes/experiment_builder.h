@@ -90,7 +90,8 @@ class CORVO_FAKES_EXPORT ExperimentBuilder {
   ExperimentBuilder& label(std::string_view group, std::string_view label);
   ExperimentBuilder& salt(std::string_view salt);
   ExperimentBuilder& splitBy(SplitBy property);
-  /// Those that clients keep are "ios" and "app" in any letter case.
+  /// Clients keep the experiment if one of them is "all", "ios", or "app" in any letter case, or if
+  /// there are none.
   ExperimentBuilder& platforms(const OneOrMore<std::string>& platforms);
   /// Replaces the type, which is otherwise `param` for an experiment with parameters and without
   /// flags, and `featureFlag` for all others. Not for a holdout.

@@ -22,7 +22,7 @@ class CORVO_FAKES_EXPORT FlagBuilder {
   /// Compares MD5 digests in place of texts. The builder writes the digests of the conditions'
   /// values.
   FlagBuilder& isPrivate();
-  /// "all", "ios" or "app" in any letter case; clients drop the flag for any other.
+  /// Clients keep the flag if this is "all", "ios", or "app" in any letter case.
   FlagBuilder& platform(std::string_view platform) {
     return field("platform", std::string(platform));
   }
