@@ -32,7 +32,7 @@ Platform checked(Platform platform) {
 
 }  // namespace
 
-/// The clients by tag and what they share.
+/// The clients by tag, and the state they share.
 class Clients {
  public:
   explicit Clients(Platform platform)
@@ -59,8 +59,8 @@ class Clients {
     return found == clients_.end() ? nullptr : found->second;
   }
 
-  // The client, if this was its last owner, is destroyed outside the lock. One that is being made
-  // is not there yet.
+  // If this was the client's last owner, it is destroyed outside the lock. A client under
+  // construction is not yet in the map.
   std::shared_ptr<CorvoClient> remove(const std::string& tag) {
     const std::lock_guard lock(mutex_);
     const auto found = clients_.find(tag);
@@ -73,8 +73,8 @@ class Clients {
  private:
   using Map = std::map<std::string, std::shared_ptr<CorvoClient>>;
 
-  /// The place of a client that is being made, so that the store is used outside the lock. Taken
-  /// before the stored user is replaced: nothing can fail after that.
+  /// Reserves the tag of a client under construction, so that the store is used outside the lock.
+  /// Created before the stored user is replaced, because nothing can fail after that.
   class Place {
    public:
     Place(Clients& clients, const std::string& tag) : clients_(clients) {

@@ -8,21 +8,21 @@
 
 namespace corvo::corvo_internal::base {
 
-/// How sure two threads at once are to be noticed.
+/// How reliably concurrent use is detected.
 enum class Noticing : std::uint8_t {
-  practicallyAlways,  ///< Costs a load and a store. Misses threads that come within nanoseconds.
-  always              ///< Costs an exchange.
+  practicallyAlways,  ///< Costs a load and a store. Misses threads that arrive within nanoseconds.
+  always              ///< Costs an atomic exchange.
 };
 
-/// Notices when something that is for one thread at a time is used by two, and stops the process
-/// then. A thread that has it may take it again. Which thread has it may change from use to use.
+/// Detects concurrent use of an object that only one thread may use at a time, and then aborts the
+/// process. The thread that holds the access may take it again. Another thread may take it later.
 template <Noticing noticing = Noticing::practicallyAlways>
 class ExclusiveAccess {
  public:
-  /// `complaint` is the reason given when the process is stopped; it must last.
+  /// `complaint` is the message printed when the process is aborted; it must outlive this object.
   explicit ExclusiveAccess(const char* complaint) noexcept : complaint_(complaint) {}
 
-  /// The thing is this thread's from here to `release`, or to the end.
+  /// Holds the access for the current thread until `release` or destruction.
   class Scope {
    public:
     explicit Scope(ExclusiveAccess& access) noexcept
@@ -31,10 +31,11 @@ class ExclusiveAccess {
     Scope& operator=(const Scope&) = delete;
     ~Scope() { release(); }
 
-    /// Whether the thread had it already.
+    /// Whether the thread already held the access.
     [[nodiscard]] bool isNested() const noexcept { return wasMine_; }
 
-    /// Gives it up early. The thing is not touched again, so it may be gone afterwards.
+    /// Releases the access early. The object is not touched again, so it may be destroyed
+    /// afterwards.
     void release() noexcept {
       if (access_ != nullptr) std::exchange(access_, nullptr)->give(thisThread(), wasMine_);
     }
@@ -50,7 +51,7 @@ class ExclusiveAccess {
     return &place;
   }
 
-  // Answers whether the thread had it already.
+  // Returns whether the thread already held the access.
   bool take(const void* thread) noexcept {
     const void* owner = owner_.load(std::memory_order_relaxed);
     if (owner == thread) return true;
@@ -64,7 +65,8 @@ class ExclusiveAccess {
     stopProcess(complaint_);
   }
 
-  // Looks again: of two that took it within nanoseconds, the second has it now.
+  // Checks again: if two threads took the access within nanoseconds, the second one is the owner
+  // now.
   void give(const void* thread, bool wasMine) noexcept {
     if (owner_.load(std::memory_order_relaxed) != thread) stopProcess(complaint_);
     if (!wasMine) owner_.store(nullptr, std::memory_order_release);

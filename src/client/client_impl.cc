@@ -25,18 +25,18 @@ CorvoClientImpl::~CorvoClientImpl() {
   if (!storage_->isOwed()) return;
   try {
     tryStorageAgain(clock_->now());
-  } catch (...) {  // then it is lost
+  } catch (...) {  // then the value is lost
   }
 }
 
-// Whatever the operation does, what was kept for questions may be of no use after it.
+// Drops the evidence, because any operation may make it obsolete.
 double CorvoClientImpl::begin(const Turn& turn, double now) {
   evidence_.drop();
   if (!turn.isNested() && storage_->isDue(now)) tryStorageAgain(now);
   return now;
 }
 
-// What start and fetches could not do without the store is done now.
+// Catches up on what the start and earlier fetches could not do without the store.
 void CorvoClientImpl::tryStorageAgain(double now) try {
   if (storage_->config.isOwed() && !storage_->corvoForcedExperiments.isKnown()) {
     lacksInclusions_ = true;
@@ -134,8 +134,8 @@ void CorvoClientImpl::askProject(AnswerSink<Project>& sink) {
       sink);
 }
 
-// About the project alone: the user is looked at only once the experiment is found, the location
-// not at all.
+// Depends on the project alone: the user is read only after the experiment is found, and the
+// location never.
 void CorvoClientImpl::askToInclude(std::string_view experimentName,
                                    std::optional<std::int64_t> groupIndex, AnswerSink<Done>& sink) {
   SinkQuestion question(aboutProject([this, name = base::wellFormed(experimentName),
@@ -147,7 +147,7 @@ void CorvoClientImpl::askToInclude(std::string_view experimentName,
                         }),
                         sink);
   Turn turn(access_);
-  askAtLength(question, {begin(turn)}, turn);  // for it changes what is kept
+  askAtLength(question, {begin(turn)}, turn);  // because it changes stored records
 }
 
 void CorvoClientImpl::askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) {
@@ -172,14 +172,14 @@ void CorvoClientImpl::askToExcludeAll(AnswerSink<Done>& sink) {
   sink.onValue({});
 }
 
-// Done as soon as a new configuration is in hand.
+// Completes as soon as a new configuration has arrived.
 void CorvoClientImpl::refresh(AnswerSink<Done>& sink, Turn& turn) {
   SinkQuestion question(aboutProject([](const Evidence&) -> Result<Done> { return Done(); }), sink);
   askAnew(question, turn);
 }
 
-// The request is made when the client has been given up: where the address is of no use, the
-// question fails before this returns.
+// Releases the client before sending the request, because the question fails before this returns if
+// the address is invalid.
 template <class Route, class Failure, class Step>
 void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
   const auto route = synchronisation_->route<Route>();
@@ -200,7 +200,8 @@ void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
       });
 }
 
-// Memory that runs out before the callback is called is a document that could not be decoded.
+// Running out of memory before the callback is called counts as a document that could not be
+// decoded.
 template <class Failure, class Step>
 void CorvoClientImpl::goOn(const std::shared_ptr<Question>& waiting, Step step) {
   Turn turn(access_);
@@ -240,7 +241,7 @@ void CorvoClientImpl::locate(Question& question, const EvaluatorPointer& evaluat
   if (const LocationPointer& location = storage_->location.read(stretch.now)) {
     return decide(question, evaluator, location, stretch, turn);
   }
-  contexts_->currentUser();  // an empty user is stored before the location is asked for
+  contexts_->currentUser();  // an empty user is stored before the location is requested
   fetch<network::LocationRoute, CorvoError::RequestLocationFailed>(
       question, turn,
       [evaluator](CorvoClientImpl& self, Question& asked, const PropertyMap& fetched, Turn& mine) {
@@ -257,7 +258,7 @@ void CorvoClientImpl::decide(Question& question, const EvaluatorPointer& evaluat
   question.answer(evidence, turn);
 }
 
-// An operation that is going on may change what a question within it was decided from.
+// An operation under way may change the records from which a nested question was decided.
 bool CorvoClientImpl::mayKeep(const Stretch& stretch, const Turn& turn) {
   const double end = StandingEvidence::endOfSecond(stretch.now);
   return stretch.surroundings && !turn.isNested() && storage_->isReached() &&

@@ -1,7 +1,7 @@
 #include "client/client_impl.h"
 
-// The questions that are asked again and again: about one flag, experiment or holdout. A release
-// compiles them for speed, and the rest of the client for size.
+// The frequent questions: about one flag, experiment or holdout. Releases compile them for speed,
+// and the rest of the client for size.
 
 namespace corvo::corvo_internal::client {
 

@@ -34,7 +34,7 @@ targeting::Context StoredContext::at(double now,
   return source_.at(now);
 }
 
-// Until the device tells its identifier, it is asked again and again.
+// Until the device provides its identifier, it is asked again.
 void StoredContext::settleUser(double now) {
   if (const std::shared_ptr<const CorvoUser>& user = currentUser(); user_ != user) {
     source_.setUser(*user);

@@ -30,7 +30,7 @@ std::string reasonOf(const model::Experiment& experiment) {
   return "its platforms are " + JsonValue(std::move(platforms)).toJson();
 }
 
-// Those of a list that the filter drops.
+// The elements of a list that the filter removes.
 template <class Record>
 void addOthers(const std::vector<project::Placed<Record>>& records, const json::JsonNode& root,
                std::vector<model::Drop>& drops) {

@@ -11,7 +11,7 @@ namespace corvo::corvo_internal::flags {
 
 namespace {
 
-// The records are those that the list was prepared from.
+// The records must be those that the list was prepared from.
 template <class AnyObserver>
 FlagDecision decideByRules(const targeting::RuleList& rules, model::List<model::Rule> records,
                            const targeting::Context& context, bool hashed, AnyObserver observer) {
@@ -23,7 +23,7 @@ FlagDecision decideByRules(const targeting::RuleList& rules, model::List<model::
                           : FlagDecision::Reason::rulesNotSatisfied};
 }
 
-// The experiment's privacy counts, not the flag's.
+// The experiment's privacy setting applies, not the flag's.
 template <class AnyObserver>
 FlagDecision decideInGroup(const project::CarriedFlag& flag, const model::Group& group,
                            const targeting::Context& context, AnyObserver observer) {
@@ -43,7 +43,7 @@ FlagDecision decideInGroup(const project::CarriedFlag& flag, const model::Group&
   return decision;
 }
 
-// Only the first experiment that carries the flag is asked.
+// Only the first experiment that carries the flag is considered.
 template <class AnyObserver, class Resolve>
 FlagDecision decide(const project::FlagEntry& entry, const targeting::Context& context,
                     Resolve resolve, AnyObserver observer) {

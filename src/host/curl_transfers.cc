@@ -25,10 +25,10 @@ CURLM* makeMulti() {
 
 UrlResponse failed(std::string reason) { return {{}, {}, std::move(reason)}; }
 
-/// Short enough to need no memory.
+/// Short enough not to allocate.
 UrlResponse failedByMemory() noexcept { return failed("out of memory"); }
 
-/// Visits the orders of a list, each of which may leave it meanwhile.
+/// Visits all transfers of a list. The visitor may remove the visited one.
 template <class Visit>
 void forEach(Orders& orders, Visit visit) {
   for (auto each = orders.begin(); each != orders.end();) {
@@ -42,7 +42,7 @@ void forEach(Orders& orders, Visit visit) {
 CurlTransfers::~CurlTransfers() {
   const WithoutSigpipe quiet;
   for (Order& order : active_) leave(order);
-  multi_.reset();  // which ends the connections
+  multi_.reset();  // closes the connections
 }
 
 CURLM* CurlTransfers::multi() {
@@ -81,11 +81,11 @@ void CurlTransfers::perform() {
     if (!active_.empty()) curl_multi_perform(multi_.get(), &running);
     hasEnded = settleFinished();
     hasEnded = failLate() || hasEnded;
-  } while (hasEnded && !waiting_.empty());  // places have become free
+  } while (hasEnded && !waiting_.empty());  // slots have become free
 }
 
 void CurlTransfers::dropOrphans() {
-  Orders orphans;  // destroyed last: their completions may own anything
+  Orders orphans;  // destroyed last, because their completions may own anything
   for (Orders* const orders : {&waiting_, &active_}) {
     forEach(*orders, [&](Orders::iterator order) {
       if (!order->owner.expired()) return;
@@ -156,7 +156,8 @@ bool CurlTransfers::failLate() {
   return answered_.size() > before;
 }
 
-// A redirect is queued again, since it may lead to another port: ahead of those that came later.
+// A redirect is queued again, because it may lead to another port. It goes before transfers that
+// came later.
 void CurlTransfers::settle(Orders::iterator active, CURLcode result) noexcept try {
   leave(*active);
   CurlTransfer& transfer = *active->transfer;

@@ -48,7 +48,7 @@ bool HostLoopImpl::busy() const {
 }
 
 bool HostLoopImpl::runUntil(const std::function<bool()>& condition) {
-  const auto self = shared_from_this();  // a task may let go of the loop
+  const auto self = shared_from_this();  // a task may release the loop
   const Access::Scope running(access_);
   while (!turn(condition)) {
     if (!busy()) return condition();
@@ -92,7 +92,7 @@ bool HostLoopImpl::turn(const std::function<bool()>& condition) {
 
 void HostLoopImpl::moveTransfers() {
   {
-    const std::lock_guard lock(mutex_);  // an order is always in one of the two
+    const std::lock_guard lock(mutex_);  // a transfer is always in one of the two
     transfers_.start(std::move(orders_));
     orders_.clear();
   }
@@ -106,7 +106,7 @@ void HostLoopImpl::runTask() {
   Callback<void()> task;
   {
     const std::lock_guard lock(mutex_);
-    if (tasks_.empty()) return;  // a task before this one ran the loop itself
+    if (tasks_.empty()) return;  // an earlier task ran the loop itself
     task = std::move(tasks_.front());
     tasks_.pop_front();
   }

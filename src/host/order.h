@@ -12,27 +12,27 @@
 
 namespace corvo::corvo_internal::host {
 
-/// Whom one speaks to, and how many transfers with them are under way.
+/// A server by scheme, host and port, with the number of its active transfers.
 struct Origin {
   std::string name;
   int underWay = 0;
 };
 
-/// A request with the one who waits for it, and how far it is. Its answer is dropped when the owner
-/// is gone.
+/// A request with its completion and its progress. The answer is dropped if the owner has been
+/// destroyed.
 struct Order {
-  UrlRequest request;  // until the transfer has it
+  UrlRequest request;  // until the transfer takes it
   Callback<void(UrlResponse)> completion;
   std::weak_ptr<const void> owner;
 
-  std::chrono::steady_clock::time_point since{};  // when its wait began, then its transfer
-  std::shared_ptr<Origin> origin{};               // that of the next connection; null when new
-  std::unique_ptr<CurlTransfer> transfer{};       // from its first connection on
+  std::chrono::steady_clock::time_point since{};  // the start of the wait, then of the transfer
+  std::shared_ptr<Origin> origin{};               // of the next connection; null at first
+  std::unique_ptr<CurlTransfer> transfer{};       // once the first connection is started
   UrlResponse response{};                         // at the end
 };
 
-/// An order keeps its place in memory and is spliced from list to list, so that none is lost where
-/// memory runs out.
+/// A transfer keeps its address and is spliced from list to list, so that none is lost when memory
+/// runs out.
 using Orders = std::list<Order>;
 
 }  // namespace corvo::corvo_internal::host

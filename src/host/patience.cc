@@ -8,7 +8,7 @@ namespace {
 
 constexpr Patience::Milliseconds kMost{100};
 constexpr Patience::Milliseconds kRest{900};
-constexpr Patience::Milliseconds kStep{2};  // a second process writes for milliseconds
+constexpr Patience::Milliseconds kStep{2};  // other processes write for milliseconds
 
 }  // namespace
 

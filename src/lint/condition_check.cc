@@ -18,14 +18,14 @@ using Sign = model::ConditionSign;
 bool isAbout(Sign sign, Sign first, Sign last) { return first <= sign && sign <= last; }
 bool isDated(Sign sign) { return isAbout(sign, Sign::onDate, Sign::beforeTime); }
 bool isOrdering(Sign sign) { return isAbout(sign, Sign::greater, Sign::lessEqual); }
-// Those that compare the digest of the property where a decision is private.
+// The operators that compare the property's digest if the flag or experiment is private.
 bool isHashable(Sign sign) {
   return isAbout(sign, Sign::equal, Sign::noneOf) ||
          isAbout(sign, Sign::startsWith, Sign::notContains);
 }
 
-// --- Values that the sign cannot use
-// --------------------------------------------------------------
+// --- Values that the operator cannot use
+// ----------------------------------------------------------
 
 Code codeOfUnreadable(const Condition& condition) {
   if (isDated(condition.conditionSign)) return Code::notADate;
@@ -57,7 +57,8 @@ void checkValues(const Condition& condition, bool holds, const JsonNode& node, R
 // --- The property
 // ---------------------------------------------------------------------------------
 
-// What a user's builder sets by a name of its own, beside the properties of device and application.
+// Properties with their own setter on the user builder, in addition to those of device and
+// application.
 constexpr std::array<std::string_view, 3> kOfUsers{"userId", "profileId", "email"};
 constexpr std::array<std::string_view, 2> kPrefixes{"custom.", "geo."};
 
@@ -78,8 +79,8 @@ std::string meantProperty(std::string_view name) {
   return prefix.empty() ? "" : std::string(prefix) + std::string(name.substr(dot + 1));
 }
 
-// What a sign cannot read in a property of device or clock, though a user may have another of that
-// name.
+// The type that an operator requires and a property of device or clock lacks. The user may have
+// another property of that name.
 std::string_view misfit(const Condition& condition) {
   const std::string_view name = condition.name;
   if (isOrdering(condition.conditionSign) && (name == "date" || name == "time")) return "number";

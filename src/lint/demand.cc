@@ -16,7 +16,7 @@ namespace {
 
 using Sign = model::ConditionSign;
 
-// A piece of a text that ends where its size says, so that no two lists give one text.
+// A text preceded by its size, so that different lists never concatenate to the same text.
 std::string sized(std::string_view piece) {
   return std::to_string(piece.size()) + ':' + std::string(piece);
 }
@@ -27,7 +27,7 @@ std::string demandText(std::uint32_t property, Sign sign, const std::vector<std:
   return text;
 }
 
-// Whether the sign compares whole texts, which it does by canonical equivalence.
+// Whether the operator compares whole texts, which it does by canonical equivalence.
 bool comparesWholes(Sign sign) { return sign <= Sign::noneOf; }
 
 std::vector<std::string> valuesOf(const model::Condition& condition) {
@@ -42,14 +42,14 @@ std::vector<std::string> valuesOf(const model::Condition& condition) {
   return values;
 }
 
-// Where there is a single value, these are two signs for one demand.
+// For a single value, these operators mean the same.
 Sign signOf(const model::Condition& condition) {
   if (condition.conditionSign == Sign::equal) return Sign::anyOf;
   return condition.conditionSign == Sign::notEqual ? Sign::noneOf : condition.conditionSign;
 }
 
-// Signs that answer a text the other way round, whatever it is. Those of order do not: neither
-// holds for a text that they cannot read.
+// Operators that give opposite answers for every text. The ordering operators do not: both fail for
+// a text that they cannot parse.
 constexpr std::pair<Sign, Sign> kOpposites[] = {
     {Sign::containsAnyOf, Sign::containsNoneOf},
     {Sign::startsWith, Sign::notStartsWith},
@@ -65,7 +65,7 @@ std::optional<Sign> oppositeOf(Sign sign) {
   return std::nullopt;
 }
 
-// Every text, the empty one included, contains the empty text.
+// Every text contains the empty text.
 std::optional<bool> answerByEmptyPart(const model::Condition& condition) {
   const Sign sign = condition.conditionSign;
   if (sign != Sign::containsAnyOf && sign != Sign::containsNoneOf) return std::nullopt;
@@ -176,7 +176,7 @@ void Remainder::Texts::allow(const std::vector<std::string>& texts) {
   allowed = std::move(both);
 }
 
-// Removes what it has looked at, so that asking again costs nothing.
+// Removes the texts it has checked, so that asking again costs nothing.
 bool Remainder::Texts::isNone() {
   if (!allowed) return false;
   while (!allowed->empty() && excluded.contains(allowed->back())) allowed->pop_back();

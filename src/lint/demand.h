@@ -17,12 +17,13 @@
 
 namespace corvo::corvo_internal::lint {
 
-/// What a property is compared with: numbers, versions and dates, each kind ordered by itself.
+/// A value that a property is compared with: a number, a version or a date. Each kind has its own
+/// order.
 using Point = std::variant<double, targeting::Version, base::LocalSeconds>;
 
-/// One end of a range of points.
+/// One bound of a range of points.
 struct End {
-  /// The property's number and the kind of its points. Two ends of one line can be compared.
+  /// The property's number and the kind of its points. Bounds on the same line can be compared.
   using Line = std::pair<std::uint32_t, std::size_t>;
 
   Line line;
@@ -31,54 +32,54 @@ struct End {
   Point point;
 };
 
-/// What a condition demands of its property, in a form that can be compared with other demands.
+/// A condition's requirement for its property, in a comparable form.
 struct Demand {
   Demand(const model::Condition& condition, targeting::Vocabulary& vocabulary);
 
   std::uint32_t property;        ///< Its number in the vocabulary.
-  std::optional<bool> constant;  ///< The answer, where it does not depend on the property.
-  std::string text;              ///< Two demands of one text are the same.
-  /// Where the property must equal one of some texts, or none of them: each of the texts as a
-  /// demand to equal it. Sorted. Texts that are canonically equivalent give one.
+  std::optional<bool> constant;  ///< The answer if it does not depend on the property.
+  std::string text;              ///< Requirements with equal texts are equal.
+  /// If the property must equal one of several texts, or none of them: each text as a requirement
+  /// to equal it. Sorted. Canonically equivalent texts appear once.
   std::vector<std::string> oneOf;
   std::vector<std::string> noneOf;
-  std::optional<End> end;  ///< Where the property must lie in a range.
-  /// The text of the demand that is met just where this one is not. Empty where there is none, or
-  /// where the lists above tell the same.
+  std::optional<End> end;  ///< Set if the property must lie in a range.
+  /// The text of the requirement that holds exactly if this one does not. Empty if there is none,
+  /// or if the lists above express the same.
   std::string opposite;
 };
 
-/// An end of a range that many others are compared with, each in time that grows with the other.
+/// A bound prepared for many comparisons: each takes time that depends only on the other bound.
 class KeptEnd {
  public:
   explicit KeptEnd(End end);
 
-  /// Whether all that is inside the other end, which is on the same side, is inside this one.
+  /// Whether everything inside the other bound, which must be on the same side, is inside this one.
   [[nodiscard]] bool covers(const End& other) const;
-  /// Whether nothing is inside both this one and the other, which is on the other side.
+  /// Whether nothing is inside both this bound and the other, which must be on the other side.
   [[nodiscard]] bool excludes(const End& other) const;
 
  private:
-  // Positive where this one lies inside the other, on its side; 0 where they are at one point.
+  // Positive if this one is inside the other, on its side; 0 if they are at the same point.
   [[nodiscard]] int insideBy(const End& other) const;
 
   End end_;
   std::optional<targeting::OrderedVersion> version_;
 };
 
-/// What demands leave of the values that properties may have. Tells only what is certain, in time
-/// that is almost linear in all demands together.
+/// The values that properties can still have under a set of requirements. Reports only what is
+/// certain. Takes almost linear time for all requirements together.
 class Remainder {
  public:
-  /// Leaves what meets the demand.
+  /// Keeps only values that meet the requirement.
   void require(const Demand& demand);
-  /// Leaves what does not meet it.
+  /// Keeps only values that do not meet it.
   void forbid(const Demand& demand);
 
   [[nodiscard]] bool isEmpty() const noexcept { return isEmpty_; }
 
  private:
-  // The texts that one property may equal; all where there is no list.
+  // The texts that one property may equal; any text if there is no list.
   struct Texts {
     void allow(const std::vector<std::string>& texts);
     [[nodiscard]] bool isNone();
@@ -93,14 +94,14 @@ class Remainder {
   void meet(const End& end);
 
   std::map<std::uint32_t, Texts> texts_;
-  std::set<std::string> met_;  // the texts of demands that have an opposite
+  std::set<std::string> met_;  // the texts of requirements that have an opposite
   std::map<std::pair<End::Line, bool>, KeptEnd> closest_;  // so far, by line and side
   bool isEmpty_ = false;
 };
 
-/// Whether demands that must all be met exclude one another.
+/// Whether requirements that must all be met exclude one another.
 [[nodiscard]] bool isContradictory(const std::vector<Demand>& demands);
-/// Whether one of the demands is always met.
+/// Whether one of the requirements is always met.
 [[nodiscard]] bool isExhaustive(const std::vector<Demand>& demands);
 
 }  // namespace corvo::corvo_internal::lint

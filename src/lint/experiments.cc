@@ -70,7 +70,7 @@ class NameCheck {
 // --- Groups
 // ---------------------------------------------------------------------------------------
 
-// The names of an experiment's groups, and which of them something else has.
+// The names of an experiment's groups, and which of them are used elsewhere.
 class GroupCheck {
  public:
   GroupCheck(const Document& document, Placed<Experiment> experiment, Report& report)
@@ -80,7 +80,7 @@ class GroupCheck {
     }
   }
 
-  // Whether each record names one of the groups, and each group is named.
+  // Checks that each record names one of the groups, and that each group is named.
   template <class Owner, class R>
   void check(Placed<Owner> owner, model::List<R> Owner::*records, Text R::*name, Code missing,
              const char* consequence) {
@@ -98,7 +98,7 @@ class GroupCheck {
   }
 
  private:
-  // Stops at the third missing one, lest the groups be walked through for every owner.
+  // Stops at the third missing group. Otherwise every owner would search all groups.
   void checkMissing(const JsonNode& node, const std::set<std::string_view>& given, Code code,
                     const char* consequence) {
     const std::size_t count = names_.size() - given.size();
@@ -186,15 +186,15 @@ class HoldoutCheck {
   }
 
  private:
-  // A holdout on the way, and which of the holdouts that it names are to be followed.
+  // A holdout on the current path, and the holdouts that it names and that remain to be followed.
   struct Step {
     std::string_view name;
     std::vector<Placed<Text>> named;
     std::size_t next = 0;
   };
 
-  // Follows the names from one holdout to the next, each once. Who names a holdout that is on the
-  // way closes a ring.
+  // Follows the references from holdout to holdout, each once. A reference to a holdout on the
+  // current path closes a ring.
   void checkRings(std::string_view start) {
     std::vector<Step> way;
     enter(start, way);
@@ -247,8 +247,8 @@ class HoldoutCheck {
   Report& report_;
   std::set<std::string_view> experiments_;
   std::map<std::string_view, Placed<Experiment>> holdouts_;
-  std::map<std::string_view, bool> isOnWay_;  // of the holdouts that were entered
-  std::set<std::pair<std::string_view, std::string_view>> pairs_;  // who names whom
+  std::map<std::string_view, bool> isOnWay_;                       // of the visited holdouts
+  std::set<std::pair<std::string_view, std::string_view>> pairs_;  // naming and named holdout
 };
 
 // --- Forced users

@@ -16,7 +16,7 @@ namespace {
 using model::Experiment;
 using model::LayerBounds;
 
-// The points at which a layer can put a user are whole numbers from 0 to this one.
+// A layer puts users at whole numbers from 0 to this one.
 constexpr double kLastPoint =
     static_cast<int>(placement::kLargestBucket / placement::kLayerDivisor);
 
@@ -29,7 +29,7 @@ struct Points {
 };
 
 Points pointsOf(const LayerBounds& bounds) {
-  // Bounds that are not numbers contain none.
+  // Bounds that are NaN contain no points.
   if (!(bounds.lowerBound <= bounds.upperBound)) return {1, 0};
   return {std::max(std::ceil(bounds.lowerBound), 0.0),
           std::min(std::floor(bounds.upperBound), kLastPoint)};
@@ -82,8 +82,8 @@ std::map<Hashing, std::vector<Slice>> layersIn(const Document& document) {
   return layers;
 }
 
-// Goes along the layer and knows the two experiments that reach furthest so far: one of them is
-// another one than that which comes next.
+// Moves along the layer and keeps the two experiments that reach furthest so far. At least one of
+// them differs from the experiment that comes next.
 class Sweep {
  public:
   void add(const Slice& slice, Report& report) {
@@ -107,7 +107,7 @@ class Sweep {
                    " of this layer, too");
   }
 
-  // The first is the furthest; the second is of another experiment.
+  // The first reaches furthest; the second belongs to another experiment.
   void keep(const Slice& slice) {
     auto& [first, second] = furthest_;
     const auto isFurther = [&](const Slice* than) {
@@ -131,14 +131,14 @@ void checkOverlaps(std::vector<Slice>& slices, Report& report) {
   for (const Slice& slice : slices) sweep.add(slice, report);
 }
 
-// Where all of a layer lies in its first tenth, its bounds were meant as percentages.
+// If all intervals of a layer lie in its first tenth, the bounds were meant as percentages.
 void checkScale(const Document& document, const std::vector<Slice>& slices, Report& report) {
   constexpr double kHundred = 100;
   double last = 0;
   for (const Slice& slice : slices) last = std::max(last, slice.points.last);
   if (last > kHundred) return;
   const Experiment* told = nullptr;
-  for (const Slice& slice : slices) {  // those of an experiment stand together
+  for (const Slice& slice : slices) {  // intervals of one experiment are adjacent
     if (std::exchange(told, slice.owner.record) == slice.owner.record) continue;
     report.add(Code::boundsScale, document.place(slice.owner, &Experiment::layerBounds),
                "no bound in this layer exceeds " + shown(last) +

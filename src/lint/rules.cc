@@ -21,7 +21,8 @@ using model::FeatureFlagGroup;
 using model::Rule;
 using model::Target;
 
-// --- What can be said of conditions without a user -----------------------------------------------
+// --- Conclusions about conditions without a user
+// ---------------------------------------------------
 
 enum class Holds { never, sometimes, always };
 
@@ -31,14 +32,15 @@ Holds holdsOf(ConditionalStatement statement, const std::vector<Demand>& demands
   const auto isOf = [](bool answer) {
     return [=](const Demand& demand) { return demand.constant == answer; };
   };
-  // One of these decides a list; with nothing else in it the other answer remains.
+  // A single one of these decides the list; if all are neutral, the other answer remains.
   if (std::ranges::any_of(demands, isOf(!isAnd))) return isAnd ? Holds::never : Holds::always;
   if (std::ranges::all_of(demands, isOf(isAnd))) return isAnd ? Holds::always : Holds::never;
   if (isAnd) return isContradictory(demands) ? Holds::never : Holds::sometimes;
   return isExhaustive(demands) ? Holds::always : Holds::sometimes;
 }
 
-// The texts of conditions, whatever their order. The answer of the others is known.
+// The texts of conditions, regardless of their order. The answers of the other conditions are
+// known.
 using DemandTexts = std::set<std::string>;
 
 DemandTexts textsOf(const std::vector<Demand>& demands) {
@@ -49,12 +51,12 @@ DemandTexts textsOf(const std::vector<Demand>& demands) {
   return texts;
 }
 
-// Lists of conditions that must all hold. Each is kept at the one of its conditions at which there
-// are the fewest, so that a search compares few.
+// Lists of conditions that must all hold. Each list is stored under the condition that has the
+// fewest lists, so that a search makes few comparisons.
 class TakenLists {
  public:
-  // Whether one of them has no condition besides these. Stops after some comparisons with shorter
-  // lists, lest all lists be compared with all others.
+  // Whether one of the lists consists only of these conditions. Stops after a number of
+  // comparisons, so that not all lists are compared with each other.
   [[nodiscard]] bool hasPartOf(const DemandTexts& texts) const {
     if (lists_.contains(texts)) return true;
     int left = 64;
@@ -81,7 +83,7 @@ class TakenLists {
   std::map<std::string, std::vector<const DemandTexts*>> at_;
 };
 
-// Whom the rules before have taken, as far as that is certain.
+// The users that earlier rules have taken, as far as that is certain.
 class Taken {
  public:
   [[nodiscard]] bool hasAll(ConditionalStatement statement,
@@ -99,7 +101,7 @@ class Taken {
     }
   }
 
-  // Whether nobody is left.
+  // Whether no users are left.
   [[nodiscard]] bool isEverybody() const noexcept { return rest_.isEmpty(); }
 
  private:
@@ -166,9 +168,9 @@ class RuleCheck {
   }
 
  private:
-  // A list of rules, as far as it has been tried.
+  // A list of rules and how far it has been tried.
   struct Trial {
-    const char* over = nullptr;  // why no rule after it can win; null while one can
+    const char* over = nullptr;  // why no later rule can win; null while one can
     Taken taken = {};
   };
 
@@ -205,7 +207,7 @@ class RuleCheck {
     }
   }
 
-  // One that never holds for the sake of a single condition has been reported there.
+  // A rule that never holds because of one condition has been reported at that condition.
   template <class Owner>
   void checkContradiction(Placed<Owner> owner, const std::vector<Demand>& demands) {
     if (owner->conditionalStatement != ConditionalStatement::and_ || !isContradictory(demands)) {

@@ -18,7 +18,7 @@ using placement::kPercent;
 
 // --- Allocation and weights by themselves --------------------------------------------------------
 
-// Whether a number can be a share.
+// Whether a number is a valid fraction.
 bool checkShare(double share, const char* what, const JsonNode& node, Report& report) {
   const std::string text = std::string(what) + " is " + shown(share);
   if (!std::isfinite(share)) {
@@ -54,16 +54,16 @@ void checkSum(const Document& document, Placed<Experiment> experiment, Report& r
 
 // --- The allocation's last cycle -----------------------------------------------------------------
 
-// Part of the users who are in the experiment.
+// The part of an experiment's users that falls into one group.
 struct ShareOfGroup {
   std::string_view name;
   double meant;
   double real;
 };
 
-// A user's point is what is left of the bucket beyond whole hundreds. The allocation admits the
-// buckets up to a limit: whole cycles of a hundred and the beginning of one more, in which only the
-// first groups have their shares.
+// A user's point is the remainder of the bucket modulo 100. The allocation admits buckets up to a
+// limit: whole cycles of a hundred and the beginning of another one, which covers only the first
+// groups.
 std::vector<ShareOfGroup> sharesOf(const Experiment& experiment) {
   const double limit =
       std::min(experiment.allocation * kPercent * kPercent, placement::kLargestBucket);
@@ -89,7 +89,7 @@ std::string describedShare(const ShareOfGroup& share) {
 }
 
 void checkAllocationCut(const Document& document, Placed<Experiment> experiment, Report& report) {
-  constexpr double kTolerated = 0.01 + 1e-9;  // of the weight; and what rounding may add
+  constexpr double kTolerated = 0.01 + 1e-9;  // of the weight, plus the rounding error
   if (experiment->allocation == 0) return;
   std::string text;
   std::size_t count = 0;
