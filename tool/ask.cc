@@ -32,20 +32,20 @@ struct AskOptions {
   bool json = false;
 };
 
-/// When a property expires that is set at this moment.
+/// The expiry of a property set now.
 std::string expiryOfNow(const Platform& platform) {
   CorvoUser::Builder builder(platform.clock, platform.timeZone);
   return builder.setUserId("").corvoExpiration.at("userId");
 }
 
-/// Lets go of what a store has cached: the documents of the options may be others by now.
+/// Drops the documents that a store has cached, because the options may name other ones now.
 void forgetDocuments(const Platform& platform, const std::string& token) {
   const auto suite =
       platform.preferencesStore->open("storage" + std::string(Corvo::defaultClientTag) + token);
   if (suite) suite->apply({{{"config.value", std::nullopt}, {"location.value", std::nullopt}}});
 }
 
-/// A platform that keeps things where the options say, which is certain to be possible.
+/// A platform whose data is kept where the options say. Fails early if that is impossible.
 Platform platformFor(const AskOptions& options) {
   Platform platform =
       platformOf(options.source, options.store ? HostOptions{.dataFile = options.store}
@@ -62,7 +62,7 @@ Platform platformFor(const AskOptions& options) {
 Report answer(const Question& question, const Arguments& arguments, const AskOptions& options) {
   const Platform platform = platformFor(options);
   const Subject subject(options.subject);
-  std::optional<CorvoUser> user;  // without one a stored user stays
+  std::optional<CorvoUser> user;  // without one, a stored user is kept
   if (options.subject.isGiven()) user = subject.record(expiryOfNow(platform));
   AskedClient asked(platform, options.source.url, options.source.token, std::move(user));
   return asked.ask([&](CorvoClient& client) {
@@ -112,7 +112,7 @@ void addAsk(CLI::App& app) {
   auto options = std::make_shared<AskOptions>();
   CLI::App& command = *app.add_subcommand("ask", "Ask a backend, or a document, about one user");
   command.require_subcommand(1);
-  command.fallthrough();  // lets the options stand behind the question, too
+  command.fallthrough();  // allows options after the question, too
   addOptions(command, *options);
   for (const Question& question : questions()) addQuestion(command, question, options);
 }

@@ -12,7 +12,7 @@ struct Row {
   Notes notes;
 };
 
-// A command that does not exist needs no row, and a row no command.
+// A row may be missing for a command, and a row may exist without a command.
 constexpr Row kNotes[] = {
     {"corvo", {"", "corvo help ask"}},
     {"corvo serve",
@@ -82,7 +82,8 @@ std::vector<std::string> choicesOf(const std::string& type) {
   return choices;
 }
 
-/// What to call a value whose type is "TEXT", "TEXT:FILE", "SECONDS:POSITIVE" or "TEXT:{a,b}".
+/// The placeholder for a value whose type is "TEXT", "TEXT:FILE", "SECONDS:POSITIVE" or
+/// "TEXT:{a,b}".
 std::string valueOf(const std::string& type, const std::vector<std::string>& choices) {
   const std::size_t colon = type.find(':');
   std::string name = type.substr(0, colon);
@@ -117,7 +118,7 @@ std::vector<Parameter> parametersOf(const CLI::App& command, bool positional) {
     const bool isHidden = each->get_group().empty();
     if (!isHidden && each->get_positional() == positional) all.push_back(parameterOf(*each));
   }
-  // The one for help is the first that a command has, and the last that anybody needs to read.
+  // Every command declares its help option first, but it is the least important one to read.
   std::stable_partition(all.begin(), all.end(),
                         [](const Parameter& each) { return each.names.back() != "--help"; });
   return all;

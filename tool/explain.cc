@@ -50,7 +50,8 @@ Explanation explainExperiment(Evaluation& about, const std::string& name) {
 
 constexpr std::size_t kMostDropsNamed = 20;
 
-/// Says on standard error what a client drops of the document, for an answer may hang on it.
+/// Lists on standard error whatever a client drops from the document, because the answer may depend
+/// on it.
 void nameDrops(const Source& source) {
   const std::vector<Project::Drop> drops = source.project.drops();
   std::string lines;
@@ -75,7 +76,7 @@ JsonValue answerOfFlag(const Explanation& explanation) {
 JsonValue answerOfExperiment(const Explanation& explanation, Evaluation& about) {
   JsonValue value;
   if (explanation.value) {
-    // The details list the names of its values, which the handle does not.
+    // The details list the names of the values; the handle does not.
     value = placeWithValues(*about.getExperiment(explanation.name).value(),
                             about.getUserExperimentsDetails().value());
   }
@@ -98,7 +99,7 @@ std::string inJson(const Explanation& explanation, Evaluation& about) {
   return JsonValue(std::move(all)).toJson() + "\n";
 }
 
-/// The engine's own lines, with a mark before those that the answer rests on.
+/// The engine's lines, with a mark before those that decide the answer.
 std::string forPeople(const Explanation& explanation, const Style& style) {
   std::istringstream lines(explanation.toText());
   std::string line;
@@ -122,7 +123,7 @@ void explain(Explain question, const ExplainOptions& options) {
   Evaluation about = source.project.evaluate(context);
   const Explanation explanation = question(about, options.name);
   print(options.json ? inJson(explanation, about) : forPeople(explanation, Style(options.colour)));
-  // Last, so that what is said of a failure under --json is all that is said.
+  // Last, so that a failure under --json prints nothing but the failure.
   nameDrops(source);
   subject.warnOfUnread(source.project);
 }

@@ -61,7 +61,7 @@ bool isWorse(const Finding& finding, bool strict) {
   return strict || finding.severity == Finding::Severity::error;
 }
 
-/// A file that cannot be read is said to be so, and the others are checked all the same.
+/// A file that cannot be read is reported, and the others are still checked.
 int lintAll(const LintOptions& options) {
   std::vector<Checked> all;
   std::string unread;

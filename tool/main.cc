@@ -12,7 +12,7 @@ namespace {
 
 using namespace corvo::tool;
 
-/// Answers the exit status; whatever else is thrown is the failure of a subcommand.
+/// Returns the exit status. Any other exception is the failure of a subcommand.
 int run(int argc, char** argv) {
   CLI::App app("Query, explain and check a project's feature flags and experiments", "corvo");
   app.set_help_flag("-h,--help", "Show this help");

@@ -10,7 +10,7 @@
 namespace corvo::tool {
 namespace {
 
-/// A text as roff shows it: hyphens as typed, and nothing taken for a request.
+/// Escapes a text for roff: hyphens appear as typed, and no line is taken for a request.
 std::string plain(std::string_view text) {
   std::string all;
   for (const char each : text) {
@@ -37,7 +37,7 @@ std::string example(std::string_view line) {
   return ".PP\n.nf\n.RS\n" + plain(line) + "\n.RE\n.fi\n";
 }
 
-/// "corvo-ask", as its page is called.
+/// The name of the command's page: "corvo-ask".
 std::string pageOf(const CLI::App& command) {
   std::string name = pathOf(command);
   std::ranges::replace(name, ' ', '-');
@@ -56,7 +56,7 @@ std::string parameters(const CLI::App& command, bool isPart) {
   return text;
 }
 
-/// A command below the one of the page.
+/// A subcommand that is described on its parent's page.
 std::string part(const CLI::App& command) {
   const Notes notes = notesOn(command);
   std::string text = ".SS " + plain(pathOf(command)) + "\n" + bold(usageOf(command)) + "\n.PP\n" +

@@ -17,7 +17,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// A command that prints a text on the command to which its arguments lead.
+/// Adds a command that prints a text about the command that its arguments name.
 void addPrinter(CLI::App& app, const char* name, const char* description, int mostWords,
                 std::string (*textOn)(const CLI::App&)) {
   CLI::App& command = *app.add_subcommand(name, description);

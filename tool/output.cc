@@ -22,7 +22,7 @@
 namespace corvo::tool {
 namespace {
 
-bool areFailuresInJson = false;  // set once, before there are other threads
+bool areFailuresInJson = false;  // set once, before other threads start
 
 #ifdef _WIN32
 
@@ -34,7 +34,7 @@ std::ptrdiff_t writeSome(std::string_view text) {
 
 #else
 
-// Waits also where the output was set not to wait.
+// Waits even if the output is non-blocking.
 std::ptrdiff_t writeSome(std::string_view text) {
   for (;;) {
     const std::ptrdiff_t count = ::write(STDOUT_FILENO, text.data(), text.size());

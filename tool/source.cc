@@ -27,7 +27,7 @@ bool isOfEnvironment(const std::string& value, const char* variable) {
   return set != nullptr && value == set;
 }
 
-/// The finding of what stops a client.
+/// The code of the finding that would abort a client.
 constexpr const char* kStop = "inverted-bounds";
 
 struct Documents {
@@ -46,7 +46,7 @@ Documents readDocuments(const SourceOptions& options) {
                    options.geo.empty() ? "{}" : readInput(options.geo));
 }
 
-/// By a client, which knows how to ask.
+/// Fetches with a client, because it knows the protocol.
 Documents askForDocuments(const SourceOptions& options) {
   AskedClient asked(platformOf(options, {.inMemory = true}), options.url, options.token,
                     std::nullopt);
@@ -62,7 +62,7 @@ void refuse(const Document& document) {
   if (const auto fault = faultOf(document)) throw Failure("bad-document", *fault);
 }
 
-/// A client stops the process where a question reaches bounds that end before they begin.
+/// A client aborts the process when a question reaches layer bounds that end before they begin.
 void refuseStops(const Document& document, const Project& project) {
   if (project.stops().empty()) return;
   const std::vector<Project::Drop> drops = project.drops();

@@ -13,7 +13,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// Its text is the whole complaint.
+/// Its text is the complete message.
 class NoSuchCommand : public CLI::ParseError {
  public:
   explicit NoSuchCommand(const std::string& complaint)
@@ -30,7 +30,7 @@ Words namesOf(const std::vector<const CLI::App*>& commands) {
   return names;
 }
 
-/// The names of the options that may stand behind it.
+/// The names of the options that may follow the command.
 Words optionNamesOf(const CLI::App& command) {
   Words names;
   for (const Parameter& each : optionsOf(command)) {
@@ -44,7 +44,7 @@ std::string whereHelpIs(const CLI::App& command) {
   return "\nTry \"" + pathOf(command).insert(std::string("corvo").size(), " help") + "\".";
 }
 
-/// That there is nothing of the name, which is one that somebody has typed.
+/// Says that the typed name does not exist, with a suggestion if possible.
 std::string noSuch(const char* kind, const std::string& typed, const Words& known,
                    const CLI::App& command) {
   std::string text = pathOf(command) + ": there is no " + kind + " \"" + typed + "\"";
@@ -61,7 +61,7 @@ std::string unexpectedOption(const std::string& name, const CLI::App& command) {
   return "corvo: " + name + " must stand behind the command" + whereHelpIs(command);
 }
 
-/// What is wrong with an argument that no command has taken.
+/// Why an argument that no command accepted is invalid.
 std::string unexpected(const std::string& argument, const CLI::App& command) {
   if (argument.starts_with('-') && argument != "-") {
     return unexpectedOption(argument.substr(0, argument.find('=')), command);
@@ -71,7 +71,7 @@ std::string unexpected(const std::string& argument, const CLI::App& command) {
   return pathOf(command) + ": unexpected argument \"" + argument + "\"" + whereHelpIs(command);
 }
 
-/// The reason of an error, in our own words where those of the parser are hard to read.
+/// The reason of an error, reworded if the parser's own text is hard to read.
 std::string reasonOf(const CLI::ParseError& error, const CLI::App& command) {
   std::string reason = error.what();
   const Words commands = namesOf(commandsOf(command));
