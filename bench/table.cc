@@ -21,7 +21,7 @@ std::vector<Count>& counts() {
   return all;
 }
 
-/// The goals of the measurements, in the order in which they are shown.
+/// The goals of the measurements, in display order.
 std::vector<std::pair<std::string, Goal>>& goals() {
   static std::vector<std::pair<std::string, Goal>> all;
   return all;
@@ -40,7 +40,7 @@ class Times final : public benchmark::BenchmarkReporter {
     }
   }
 
-  /// The median and the shortest; none of what was not measured.
+  /// The median and the minimum; empty for a benchmark that did not run.
   struct Summary {
     double median;
     double best;

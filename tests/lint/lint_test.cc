@@ -14,7 +14,7 @@ namespace {
 
 using corvo_internal::lint::kCodes;
 
-/// A document, and the pointer to what the test is about.
+/// A document, and the pointer to the part under test.
 struct Framed {
   std::string text;
   std::string pointer;
@@ -25,7 +25,7 @@ Framed inside(const std::string& before, const Framed& part, const std::string& 
   return {before + part.text + after, pointer + part.pointer};
 }
 
-/// A part of a document in a document that is otherwise sound.
+/// A part of a document within an otherwise valid document.
 Framed framed(const std::string& part) {
   const auto object = fromCorvoString<JsonObject>(part);
   const auto has = [&](const char* key) { return object && object->contains(key); };
@@ -58,7 +58,7 @@ std::string allOf(const std::vector<Finding>& findings) {
   return all;
 }
 
-/// "code@pointer" of each finding, separated by blanks; the pointers begin at the part.
+/// "code@pointer" of each finding, separated by blanks; pointers are relative to the part.
 std::string found(const Framed& frame) {
   std::string all;
   for (const Finding& finding : lint(frame.text)) {
@@ -83,12 +83,12 @@ TEST(Lint, SaysNothingAboutTheSampleShop) {
   EXPECT_EQ(allOf(lint(tests::contentsOf(CORVO_SHOP))), "");
 }
 
-/// A section of the documentation: what it says of a code.
+/// The section of the documentation about a code.
 struct Section {
   std::string code;
   std::string severity;
   std::string example;
-  std::set<std::string> codes;  ///< All that the example gives.
+  std::set<std::string> codes;  ///< All codes that the example causes.
 };
 
 std::vector<Section> sections() {

@@ -36,7 +36,7 @@ std::string list(std::string elements) {
   return elements;
 }
 
-/// The answer about a user by the questions that a client has.
+/// The answer about a user, built from the questions that a client has.
 std::string answerOf(Evaluation about, const Project& project, std::size_t id) {
   std::string flags;
   const FlagReport values = about.getUserFeatureFlagsDetails().value();
@@ -150,10 +150,10 @@ TEST(Assign, AnswersAllThatItHasBeforeItWaits) {
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   const std::string command =
       CORVO_COMMAND " assign --flag yes --config " + std::string(kFolder) + "/config.json <" + pipe;
-  alarm(60);  // in place of waiting for ever
+  alarm(60);  // instead of waiting forever
   FILE* const answers = popen(command.c_str(), "r");
   FILE* const users = std::fopen(pipe.c_str(), "w");
-  // What is given, and how many lines are answered then.
+  // The input, and the number of lines answered after it.
   const std::pair<const char*, int> steps[] = {
       {"{\"id\":1}\n", 1}, {"{\"id\":2}\n\n{\"id\":", 2}, {"4}\r\n{\"id\":5}\n{", 2}, {"}", 0}};
   std::string all;

@@ -13,10 +13,10 @@
 namespace corvo::tool {
 namespace {
 
-/// A command, and what becomes of it.
+/// A command and its result.
 struct Exchange {
   std::string command;
-  std::string in;  ///< What it is given, if anything.
+  std::string in;  ///< Its standard input, if any.
   std::string out, err;
   int status = 0;
 };
