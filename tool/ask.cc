@@ -89,10 +89,10 @@ void addOptions(CLI::App& command, AskOptions& options) {
   addSurroundingsOptions(command, options.surroundings);
   command
       .add_option("--store", options.store,
-                  "Keep the client's state in a file; a user in it stays until one is described")
+                  "Keep the client's state in a file; its user is used until another is described")
       ->type_name("FILE");
   addColourOption(command, options.colour);
-  command.add_flag("--json", options.json, "Answer in JSON");
+  command.add_flag("--json", options.json, "Print JSON");
 }
 
 void addQuestion(CLI::App& command, const Question& question,
@@ -110,7 +110,7 @@ void addQuestion(CLI::App& command, const Question& question,
 
 void addAsk(CLI::App& app) {
   auto options = std::make_shared<AskOptions>();
-  CLI::App& command = *app.add_subcommand("ask", "Ask a backend, or a document, about one user");
+  CLI::App& command = *app.add_subcommand("ask", "Query a backend, or a document, as one user");
   command.require_subcommand(1);
   command.fallthrough();  // allows options after the question, too
   addOptions(command, *options);

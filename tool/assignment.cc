@@ -51,7 +51,7 @@ class Assignment {
     input_.check();
     if (badCount_ == 0) return;
     throw Failure("bad-lines", std::to_string(badCount_) + " of " + std::to_string(lineCount_) +
-                                   " lines cannot be used: their answers say why");
+                                   " lines are invalid: their answers say why");
   }
 
  private:

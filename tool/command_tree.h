@@ -56,9 +56,9 @@ struct Notes {
 /// The exit statuses of all commands, and what they mean.
 inline constexpr std::pair<const char*, const char*> kExitStatuses[] = {
     {"0", "done"},
-    {"1", "failed, or the input was bad"},
+    {"1", "failed, or the input was invalid"},
     {"2", "wrong usage"},
-    {"3", "found what was asked for: errors of lint"},
+    {"3", "lint found errors"},
 };
 
 }  // namespace corvo::tool

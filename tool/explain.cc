@@ -131,7 +131,7 @@ void explain(Explain question, const ExplainOptions& options) {
 void addQuestion(CLI::App& command, const char* word, const char* help, Explain question,
                  const std::shared_ptr<ExplainOptions>& options) {
   CLI::App& what = *command.add_subcommand(word, help);
-  what.add_option("NAME", options->name, "As the configuration has it")->required();
+  what.add_option("NAME", options->name, "The name in the configuration")->required();
   what.callback([options, question] {
     settleSource(options->source, options->subject.file);
     explain(question, *options);
@@ -150,7 +150,7 @@ void addExplain(CLI::App& app) {
   addSubjectOptions(command, options->subject);
   addSurroundingsOptions(command, options->surroundings);
   addColourOption(command, options->colour);
-  command.add_flag("--json", options->json, "Answer in JSON");
+  command.add_flag("--json", options->json, "Print JSON");
   addQuestion(command, "flag", "Why a flag has its value", explainFlag, options);
   addQuestion(command, "experiment", "Why the user is in an experiment, or is not",
               explainExperiment, options);

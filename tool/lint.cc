@@ -89,7 +89,7 @@ void addLint(CLI::App& app, int& status) {
   command.add_option("FILE", options->files, "The documents; - is standard input")->required();
   command.add_flag("--strict", options->strict, "Let warnings count, too: the exit status is 3");
   addColourOption(command, options->colour);
-  command.add_flag("--json", options->json, "Answer in JSON");
+  command.add_flag("--json", options->json, "Print JSON");
   command.callback([options, &status] {
     if (std::ranges::count(options->files, kStandardInput) > 1) {
       throw CLI::ValidationError("FILE", "standard input can be read once only");

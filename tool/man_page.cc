@@ -74,8 +74,8 @@ std::string environment(const CLI::App& command) {
     const char* text;
   };
   constexpr Variable kVariables[] = {
-      {"NO_COLOR", "--color", "No colours unless they are asked for, if it is not empty."},
-      {"TZDIR", "--zone", "The folder of the time zone database, if that is not the system's own."},
+      {"NO_COLOR", "--color", "If not empty, there are no colours by default."},
+      {"TZDIR", "--zone", "The folder of the time zone database, if it is not the system's."},
   };
   std::string text;
   for (const Parameter& each : optionsOf(command)) {

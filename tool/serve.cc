@@ -112,14 +112,15 @@ void serve(const ServeOptions& options) {
 void addServe(CLI::App& app) {
   auto options = std::make_shared<ServeOptions>();
   CLI::App& command = *app.add_subcommand(
-      "serve", "Run a local backend; it prints its address and runs until stopped");
+      "serve", "Run a local backend; prints its address and runs until stopped");
   command
-      .add_option("--config", options->configFile, "The configuration document, re-read as needed")
+      .add_option("--config", options->configFile,
+                  "The configuration document, re-read on every request")
       ->required()
       ->check(CLI::ExistingFile);
   command
       .add_option("--geo", options->geoFile,
-                  "The location answer, re-read as needed; by default it is empty")
+                  "The location answer, re-read on every request; by default empty")
       ->check(CLI::ExistingFile);
   command.add_option("--port", options->port, "The port to listen on; 0 picks a free one")
       ->check(CLI::Range(0, 65535))

@@ -70,7 +70,7 @@ void Subject::warnOfUnread(const Project& project) const {
   for (const UserDocument* document : documents()) {
     for (const auto& [name, text] : document->properties) {
       if (!known.insert(name).second) continue;
-      std::cerr << "warning: nothing in the project reads the property \"" + visible(name) + "\"\n";
+      std::cerr << "warning: the project does not use the property \"" + visible(name) + "\"\n";
     }
   }
 }

@@ -58,7 +58,7 @@ std::string unexpectedOption(const std::string& name, const CLI::App& command) {
     for (const CLI::App* each : commandsOf(command)) append(optionNamesOf(*each), known);
   }
   if (std::ranges::find(known, name) == known.end()) return noSuch("option", name, known, command);
-  return "corvo: " + name + " must stand behind the command" + whereHelpIs(command);
+  return "corvo: " + name + " must follow the command" + whereHelpIs(command);
 }
 
 /// Why an argument that no command accepted is invalid.
@@ -81,7 +81,7 @@ std::string reasonOf(const CLI::ParseError& error, const CLI::App& command) {
   if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
     const std::string name = reason.substr(0, reason.find(':'));
     if (reason.ends_with(" missing")) return name + " needs a value";
-    if (reason.starts_with(name + ": At Most 1 ")) return name + " must not stand twice";
+    if (reason.starts_with(name + ": At Most 1 ")) return name + " must not be repeated";
   }
   if (dynamic_cast<const CLI::ConversionError*>(&error) != nullptr) {
     return "not a valid value: " + reason.substr(reason.find(": ") + 2);

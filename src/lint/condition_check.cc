@@ -24,8 +24,7 @@ bool isHashable(Sign sign) {
          isAbout(sign, Sign::startsWith, Sign::notContains);
 }
 
-// --- Values that the operator cannot use
-// ----------------------------------------------------------
+// --- Values that the operator cannot use ---------------------------------------------------------
 
 Code codeOfUnreadable(const Condition& condition) {
   if (isDated(condition.conditionSign)) return Code::notADate;
@@ -49,13 +48,12 @@ void checkValues(const Condition& condition, bool holds, const JsonNode& node, R
   } else {
     const Code code = codeOfUnreadable(condition);
     report.add(code, node,
-               sign + " needs " + describedUnreadable(code) + ", and " +
-                   quoted(condition.values[0]) + " is none: " + answer);
+               sign + " needs " + describedUnreadable(code) + ", but " +
+                   quoted(condition.values[0]) + " is not one: " + answer);
   }
 }
 
-// --- The property
-// ---------------------------------------------------------------------------------
+// --- The property --------------------------------------------------------------------------------
 
 // Properties with their own setter on the user builder, in addition to those of device and
 // application.
@@ -95,22 +93,21 @@ void checkProperty(const Document& document, Placed<Condition> condition, Report
   const JsonNode& node = document.place(condition, &Condition::name);
   if (!isFilled(name)) {
     report.add(Code::unknownProperty, node,
-               "nothing fills the property " + quoted(name) + didYouMean(meantProperty(name)));
+               "the property " + quoted(name) + " is never set" + didYouMean(meantProperty(name)));
   }
   if (const auto wanted = misfit(*condition); !wanted.empty()) {
     report.add(Code::signMisfit, node,
-               quoted(name) + " is no " + std::string(wanted) + ": " +
+               quoted(name) + " is not a " + std::string(wanted) + ", so " +
                    quoted(model::textOf(condition->conditionSign)) + " does not hold for it");
   }
   if (name == "os.version" && isOrdering(condition->conditionSign)) {
     report.add(Code::osVersionAsNumber, node,
                "\"os.version\" is compared as a number: 17.10 counts as less than 17.9, and 17.4.1 "
-               "as none");
+               "is not a number");
   }
 }
 
-// --- Private values
-// -------------------------------------------------------------------------------
+// --- Private values ------------------------------------------------------------------------------
 
 bool isDigest(std::string_view text) {
   constexpr std::size_t kDigits = 32;
@@ -123,8 +120,8 @@ void checkDigests(const Document& document, Placed<Condition> condition, Report&
     const std::string_view text = *value;
     if (text.empty() || isDigest(text)) continue;
     report.add(Code::privateOperand, *value.node,
-               "private conditions compare MD5 digests of 32 lower-case hexadecimal digits, and " +
-                   quoted(text) + " is none");
+               "private conditions compare MD5 digests (32 lower-case hexadecimal digits), but " +
+                   quoted(text) + " is not one");
   }
 }
 

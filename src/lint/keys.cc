@@ -79,11 +79,10 @@ class KeyCheck {
       const bool isKnown = std::ranges::find(known, key) != known.end();
       if (isRepeated(keys, i)) {
         report_.addAtKey(isKnown ? Code::duplicateKey : Code::duplicateIgnoredKey, *keys[i],
-                         "the key " + quoted(key) + " stands here again: only the last one counts");
+                         "the key " + quoted(key) + " is repeated: only the last one counts");
       } else if (!isKnown) {
-        report_.addAtKey(
-            Code::unknownKey, *keys[i],
-            "the key " + quoted(key) + " is not read here" + didYouMean(nearest(key, known)));
+        report_.addAtKey(Code::unknownKey, *keys[i],
+                         "unknown key " + quoted(key) + didYouMean(nearest(key, known)));
       }
     }
   }
@@ -98,7 +97,7 @@ class KeyCheck {
         if (!isRepeated(keys, i)) continue;
         return report_.addAtKey(
             Code::duplicateIgnoredKey, *keys[i],
-            "the key " + quoted(keys[i]->text()) + " stands here again: only the last one counts");
+            "the key " + quoted(keys[i]->text()) + " is repeated: only the last one counts");
       }
     }
   }

@@ -38,13 +38,13 @@ Points pointsOf(const LayerBounds& bounds) {
 void checkBounds(Placed<LayerBounds> bounds, Report& report) {
   const std::string ends = "from " + shown(bounds->lowerBound) + " to " + shown(bounds->upperBound);
   if (placement::isInverted(*bounds)) {
-    report.add(Code::invertedBounds, *bounds.node,
-               "the bounds go " + ends + ": clients stop the process when they compare a user");
+    report.add(
+        Code::invertedBounds, *bounds.node,
+        "the bounds go " + ends + ": clients abort the process when they compare a user with them");
   } else if (pointsOf(*bounds).isEmpty()) {
     report.add(Code::emptyBounds, *bounds.node,
                "the bounds go " + ends +
-                   ", where no user is: users are at the whole numbers from 0"
-                   " to " +
+                   " and contain no users: users are at whole numbers from 0 to " +
                    shown(kLastPoint));
   }
 }
@@ -53,11 +53,11 @@ void checkLayerOf(const Document& document, Placed<Experiment> experiment, Repor
   const auto bounds = document.list(experiment, &Experiment::layerBounds);
   if (bounds.empty() && experiment->layerId) {
     report.add(Code::layerWithoutBounds, document.place(experiment, &Experiment::layerId),
-               "an experiment in a layer, but without bounds, admits nobody");
+               "an experiment in a layer without bounds admits nobody");
   }
   if (!bounds.empty() && !experiment->layerId) {
     report.add(Code::boundsWithoutLayer, document.place(experiment, &Experiment::layerBounds),
-               "these bounds are without a layer_id: all such experiments share one layer");
+               "the bounds have no layer_id: all such experiments share one layer");
   }
   for (const auto each : bounds) checkBounds(each, report);
 }
@@ -100,11 +100,11 @@ class Sweep {
   static void tell(const Slice& slice, const Slice& other, Report& report) {
     const double last = std::min(slice.points.last, other.points.last);
     report.add(Code::layerOverlap, *slice.node,
-               "the experiment " + quoted(other.owner->name) + " has the users at " +
+               "the experiment " + quoted(other.owner->name) + " also has the users at " +
                    (last == slice.points.first
                         ? "point " + shown(last)
-                        : "the points from " + shown(slice.points.first) + " to " + shown(last)) +
-                   " of this layer, too");
+                        : "points " + shown(slice.points.first) + " to " + shown(last)) +
+                   " of this layer");
   }
 
   // The first reaches furthest; the second belongs to another experiment.

@@ -43,12 +43,12 @@ void reportDrop(const DroppedNode& drop, const std::string& cause, Report& repor
   const std::string reason = withinLine(drop.failure.reason());
   if (isAbsorbedList(drop)) {
     report.add(Code::holdoutsNotAList, *drop.node,
-               reason + ": the experiment is read as one that names no holdouts");
+               reason + ": the experiment is read as if it named no holdouts");
     return;
   }
   const std::string place = drop.failure.node == drop.node ? "" : " at " + cause;
   report.add(Code::droppedElement, *drop.node,
-             "dropped by the reader: " + reason + place + suggestion(drop.failure));
+             "dropped: " + reason + place + suggestion(drop.failure));
 }
 
 void checkDrops(const Document& document, Report& report) {
@@ -80,7 +80,7 @@ void checkPlatform(std::string_view platform, const JsonNode& node, Report& repo
   const std::string_view meant = meantPlatform(platform);
   if (meant.empty()) return;
   report.add(Code::platformMisspelled, node,
-             "clients do not keep the platform " + quoted(platform) + didYouMean(meant));
+             "clients drop the platform " + quoted(platform) + didYouMean(meant));
 }
 
 // "platform" counts only if the other key is missing. It may be present for older clients; then the
@@ -96,7 +96,7 @@ void checkIgnored(const Document& document, Placed<model::Experiment> experiment
   });
   if (isListed) return;
   report.add(Code::platformIgnored, *single,
-             R"("platform" is not read beside "platforms", which lacks it)");
+             R"("platform" is ignored, because "platforms" is present and does not list it)");
 }
 
 void checkPlatforms(const Document& document, Report& report) {
@@ -118,7 +118,7 @@ void checkKept(const Records& all, const Records& kept, const JsonNode& list, co
                Report& report) {
   if (all.empty() || !kept.empty()) return;
   report.add(Code::platformDropsAll, list,
-             std::string("the platform filter of clients leaves none of these ") + what);
+             std::string("clients drop all of these ") + what + ": none is for their platform");
 }
 
 }  // namespace

@@ -21,8 +21,7 @@ using model::FeatureFlagGroup;
 using model::Rule;
 using model::Target;
 
-// --- Conclusions about conditions without a user
-// ---------------------------------------------------
+// --- Conclusions about conditions without a user -------------------------------------------------
 
 enum class Holds { never, sometimes, always };
 
@@ -143,7 +142,7 @@ class RuleCheck {
   void rules(Placed<Owner> owner, bool isPrivate) {
     if (owner->rules.empty()) {
       return report_.add(Code::noRules, *owner.node,
-                         "without rules there is no value, but an error");
+                         "without rules, there is an error instead of a value");
     }
     const auto placed = document_.list(owner, &Owner::rules);
     Trial trial;
@@ -153,7 +152,7 @@ class RuleCheck {
     });
     if (trial.over != nullptr) return;
     report_.add(Code::noDefaultRule, document_.place(owner, &Owner::rules),
-                "no rule is the default: users for whom none holds get an error");
+                "there is no default rule: users for whom no rule holds get an error");
   }
 
   void target(Placed<Target> target, bool isPrivate) {
@@ -162,7 +161,7 @@ class RuleCheck {
     if (target->conditionalStatement == ConditionalStatement::empty) {
       return report_.add(Code::dashStatement,
                          document_.place(target, &Target::conditionalStatement),
-                         "conditions that are joined by \"-\" are for nobody");
+                         "conditions joined by \"-\" never hold");
     }
     checkContradiction(target, demands);
   }
@@ -192,14 +191,13 @@ class RuleCheck {
   void checkDefault(Placed<Rule> rule) {
     if (rule->conditions.empty()) return;
     report_.add(Code::defaultWithConditions, document_.place(rule, &Rule::conditions),
-                "the conditions of a default rule do not count");
+                "the conditions of a default rule are ignored");
   }
 
   void checkStatement(Placed<Rule> rule) {
     const JsonNode& node = document_.place(rule, &Rule::conditionalStatement);
     if (rule->conditionalStatement == ConditionalStatement::empty) {
-      report_.add(Code::dashStatement, node,
-                  "a rule that is not the default never holds with the statement \"-\"");
+      report_.add(Code::dashStatement, node, "with the statement \"-\", only a default rule holds");
     }
     if (rule->conditionalStatement == ConditionalStatement::or_ && rule->conditions.empty()) {
       report_.add(Code::orWithoutConditions, node,
@@ -227,7 +225,7 @@ class RuleCheck {
       report_.add(Code::ruleNeverWins, *rule.node, "an earlier rule holds whenever this one does");
     } else {
       trial.taken.add(rule->conditionalStatement, demands);
-      if (trial.taken.isEverybody()) trial.over = "for every user one of the earlier rules holds";
+      if (trial.taken.isEverybody()) trial.over = "one of the earlier rules holds for every user";
     }
   }
 

@@ -26,7 +26,7 @@ bool checkShare(double share, const char* what, const JsonNode& node, Report& re
   } else if (share < 0) {
     report.add(Code::negativeShare, node, text);
   } else if (share > 1) {
-    report.add(Code::percentage, node, text + ", but shares are fractions: 1 stands for everybody");
+    report.add(Code::percentage, node, text + ", but it is a fraction: 1 means everybody");
   } else {
     if (share == 0) report.add(Code::zeroShare, node, text);
     return true;
@@ -46,9 +46,9 @@ void checkSum(const Document& document, Placed<Experiment> experiment, Report& r
   }
   if (std::fabs(sum - 1) <= kSumTolerance) return;
   const std::string rest =
-      hasFallback ? "the group \"a\" gets the rest" : "the rest of the users get no group";
+      hasFallback ? "the group \"a\" gets the remaining users" : "the remaining users get no group";
   report.add(Code::weightsSum, document.place(experiment, &Experiment::groups),
-             "the weights sum to " + shown(sum) + ", not to 1: " +
+             "the weights sum to " + shown(sum) + ", not 1: " +
                  (sum < 1 ? rest : std::string("the last groups get less than their weights")));
 }
 
@@ -100,14 +100,14 @@ void checkAllocationCut(const Document& document, Placed<Experiment> experiment,
   if (count == 0) return;
   if (count > 3) text += "; and " + std::to_string(count - 3) + " more groups";
   report.add(Code::allocationCut, document.place(experiment, &Experiment::allocation),
-             "of the users whom an allocation of " + shown(experiment->allocation) + " admits" +
+             "of the users that an allocation of " + shown(experiment->allocation) + " admits" +
                  text.replace(0, 1, ","));
 }
 
 void checkSharesOf(const Document& document, Placed<Experiment> experiment, Report& report) {
   if (experiment->groups.empty()) {
     return report.add(Code::noGroups, *experiment.node,
-                      "an experiment without groups is for nobody");
+                      "an experiment without groups has no users");
   }
   bool isSound = checkShare(experiment->allocation, "the allocation",
                             document.place(experiment, &Experiment::allocation), report);
@@ -141,12 +141,11 @@ void checkSalts(const Document& document, Report& report) {
     if (!isNew) {
       report.add(Code::sameSalt, place,
                  "the experiment " + quoted(first->second) +
-                     " has this salt, too: every user has the same place in both");
+                     " has the same salt: every user has the same position in both");
     }
     if (layers.contains(hashing)) {
       report.add(Code::saltIsLayer, place,
-                 "the salt is the name of a layer: whoever is in the layer's interval is always in "
-                 "the same groups");
+                 "the salt is the name of a layer: the position in the layer decides the group");
     }
   }
 }

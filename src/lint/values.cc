@@ -43,7 +43,7 @@ class KindCheck {
     if (isNew || before == kind || before.empty()) return;
     if (flag.type == "string" && (kind == kText || before == kText)) return;
     report_.add(Code::mixedKinds, document_.place(rule, &Rule::value),
-                "this value is " + std::string(kind) + ", but an earlier one of the flag " +
+                "this value is " + std::string(kind) + ", but an earlier value of the flag " +
                     quoted(flag.name) + " is " + std::string(before));
     before = {};  // report once
   }

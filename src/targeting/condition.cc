@@ -74,8 +74,7 @@ bool before(std::int64_t property, std::int64_t value, const LocalTime&) {
   return property < value;
 }
 
-// --- Parsing the condition's values: empty if the operator cannot use them
-// -------------------------
+// --- Parsing the condition's values: empty if the operator cannot use them -----------------------
 
 std::optional<Texts> allTexts(Texts values) { return values; }
 
@@ -99,8 +98,7 @@ constexpr auto oneNumber = single<base::parseDecimal>;
 constexpr auto oneVersion = single<parseVersion>;
 constexpr auto oneDate = single<parseConditionDate>;
 
-// --- Lifting a test to the tested property
-// ---------------------------------------------------------
+// --- Lifting a test to the tested property -------------------------------------------------------
 
 template <auto test, bool wanted>
 constexpr auto onText = [](std::string_view value, const Subject& subject) {
@@ -145,8 +143,7 @@ constexpr auto onVersion = [](PreparedVersion value, const Subject& subject) {
   return order && Order{}(*order, 0);
 };
 
-// --- The operators
-// ---------------------------------------------------------------------------------
+// --- The operators -------------------------------------------------------------------------------
 
 template <class Value>
 Value kept(const Value& value, base::Pool& /*pool*/) {

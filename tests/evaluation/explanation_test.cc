@@ -95,8 +95,7 @@ TEST(Explanation, CutsLongTextsOfTheUser) {
   }
 }
 
-// --- Whether the steps imply the answer
-// -----------------------------------------------------------
+// --- Whether the steps imply the answer ----------------------------------------------------------
 
 /// The steps with that code, in order.
 std::vector<const Step*> ofCode(const std::vector<Step>& steps, Code code) {

@@ -139,7 +139,7 @@ TEST(Assign, SkipsALineThatIsTooLong) {
                  line(4, 3 * kLongest) + "\n" + line(5, 20) + "\n" + line(6, kLongest + 1)),
       kFolder);
   EXPECT_TRUE(ran.out == answer(1) + tooLong(2) + answer(3) + tooLong(4) + answer(5) + tooLong(6));
-  EXPECT_EQ(ran.err, "3 of 6 lines cannot be used: their answers say why\n");
+  EXPECT_EQ(ran.err, "3 of 6 lines are invalid: their answers say why\n");
   EXPECT_EQ(ran.status, 1);
   const std::string last = inFile(line(1, kLongest) + "\r");
   EXPECT_EQ(runCorvo("assign --config config.json --flag yes" + last, kFolder).out, answer(1));
