@@ -52,7 +52,7 @@ constexpr std::size_t kMostDropsNamed = 20;
 
 /// Lists on standard error whatever a client drops from the document, because the answer may depend
 /// on it.
-void nameDrops(const Source& source) {
+void printDrops(const Source& source) {
   const std::vector<Project::Drop> drops = source.project.drops();
   std::string lines;
   for (const Project::Drop& drop :
@@ -124,7 +124,7 @@ void explain(Explain question, const ExplainOptions& options) {
   const Explanation explanation = question(about, options.name);
   print(options.json ? inJson(explanation, about) : forPeople(explanation, Style(options.colour)));
   // Last, so that a failure under --json prints nothing but the failure.
-  nameDrops(source);
+  printDrops(source);
   subject.warnOfUnread(source.project);
 }
 

@@ -38,7 +38,7 @@ class LineWorkers {
   std::unique_ptr<LineBatch> finish();
 
  private:
-  struct Order {
+  struct Job {
     LineBatch* batch;
     std::promise<void> done;
   };
@@ -48,14 +48,14 @@ class LineWorkers {
   };
 
   void run(const Work& work);
-  std::optional<Order> take();
+  std::optional<Job> take();
 
   std::vector<Work> work_;
   std::deque<Begun> underWay_;
   std::mutex mutex_;
   std::condition_variable change_;
-  std::deque<Order> waiting_;  // guarded
-  bool isOver_ = false;        // guarded
+  std::deque<Job> waiting_;  // guarded
+  bool isOver_ = false;      // guarded
   std::vector<std::thread> threads_;
 };
 

@@ -32,7 +32,7 @@ int run(int argc, char** argv) {
   } catch (const CLI::CallForVersion& version) {
     print(version.what() + std::string("\n"));
   } catch (const CLI::ParseError& error) {
-    sayFailure("wrong-usage", complaintAbout(app, error));
+    printFailure("wrong-usage", complaintAbout(app, error));
     return kWrongUsage;
   }
   return status;
@@ -46,7 +46,7 @@ int main(int argc, char** argv) {
     const auto asksForJson = [](std::string_view argument) {
       return argument == "--json" || argument.starts_with("--json=");
     };
-    if (std::any_of(argv, argv + argc, asksForJson)) sayFailuresInJson();
+    if (std::any_of(argv, argv + argc, asksForJson)) printFailuresAsJson();
     return run(argc, argv);
   } catch (...) {
     return statusOfFailure();

@@ -86,9 +86,9 @@ std::string visible(std::string_view text) {
   return shown;
 }
 
-void sayFailuresInJson() { areFailuresInJson = true; }
+void printFailuresAsJson() { areFailuresInJson = true; }
 
-void sayFailure(const std::string& code, const std::string& message) {
+void printFailure(const std::string& code, const std::string& message) {
   if (!areFailuresInJson) {
     for (std::size_t at = 0; at <= message.size();) {
       const std::size_t end = std::min(message.find('\n', at), message.size());
@@ -110,9 +110,9 @@ int statusOfFailure() {
     std::raise(SIGPIPE);
 #endif
   } catch (const Failure& failure) {
-    sayFailure(failure.code(), failure.what());
+    printFailure(failure.code(), failure.what());
   } catch (const std::exception& error) {
-    sayFailure("failed", error.what());
+    printFailure("failed", error.what());
   }
   return kFailed;
 }

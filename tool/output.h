@@ -28,10 +28,10 @@ void prepareStandardStreams();
 void print(std::string_view text);
 
 /// From now on, failures are printed as JSON: {"error": {"code": ..., "message": ...}}.
-void sayFailuresInJson();
+void printFailuresAsJson();
 
 /// Prints the failure on standard error.
-void sayFailure(const std::string& code, const std::string& message);
+void printFailure(const std::string& code, const std::string& message);
 
 /// The text with its control characters escaped as in JSON, so that none reaches a terminal.
 [[nodiscard]] std::string visible(std::string_view text);

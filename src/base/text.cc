@@ -59,17 +59,17 @@ std::size_t maximalSubpart(std::string_view illFormed) noexcept {
   return 1;
 }
 
-std::string mended(std::string_view text) {
-  std::string mended;
+std::string repaired(std::string_view text) {
+  std::string repaired;
   while (!text.empty()) {
     const std::string_view rest = illFormedRest(text);
-    mended.append(text.substr(0, text.size() - rest.size()));
+    repaired.append(text.substr(0, text.size() - rest.size()));
     text = rest;
     if (text.empty()) break;
-    mended += kReplacementCharacter;
+    repaired += kReplacementCharacter;
     text.remove_prefix(maximalSubpart(text));
   }
-  return mended;
+  return repaired;
 }
 
 auto combiningClass(CodePoint character) noexcept {
@@ -137,7 +137,7 @@ bool containsLong(std::string_view whole, std::string_view part) {
 
 bool isWellFormedBeyondAscii(std::string_view text) noexcept { return illFormedRest(text).empty(); }
 
-void WellFormed::mend() { mended_ = mended(text_); }
+void WellFormed::repair() { repaired_ = repaired(text_); }
 
 std::optional<bool> plainlyEqual(std::string_view a, std::string_view b) {
   if (a == b) return true;

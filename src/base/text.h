@@ -64,19 +64,19 @@ template <class Word>
 class WellFormed {
  public:
   explicit WellFormed(std::string_view text) : text_(text) {
-    if (!isWellFormed(text)) mend();
+    if (!isWellFormed(text)) repair();
   }
   WellFormed(const WellFormed&) = delete;
   WellFormed& operator=(const WellFormed&) = delete;
 
   /// Valid as long as this object and the text it was created from.
-  operator std::string_view() const noexcept { return mended_ ? *mended_ : text_; }
+  operator std::string_view() const noexcept { return repaired_ ? *repaired_ : text_; }
 
  private:
-  void mend();
+  void repair();
 
   std::string_view text_;
-  std::optional<std::string> mended_;
+  std::optional<std::string> repaired_;
 };
 
 /// A copy of the text, with ill-formed sequences replaced.

@@ -36,7 +36,7 @@ void addOthers(const std::vector<project::Placed<Record>>& records, const json::
                std::vector<model::Drop>& drops) {
   std::vector<project::Placed<Record>> others;
   std::ranges::copy_if(records, std::back_inserter(others),
-                       [](const auto& each) { return !project::isOurs(*each); });
+                       [](const auto& each) { return !project::isForThisPlatform(*each); });
   std::vector<const json::JsonNode*> nodes(others.size());
   std::ranges::transform(others, nodes.begin(), [](const auto& each) { return each.node; });
   std::vector<std::string> pointers = json::pointersTo(nodes, root);

@@ -135,7 +135,7 @@ void Evaluator::memberships(std::span<const std::size_t> experiments, const Cont
 Explanation Evaluator::explainFlag(std::string_view name, const Context& context) {
   const project::FlagEntry* entry = project_->findFlag(name);
   Explainer explainer(*project_, context);
-  explainer.flagSought(entry);
+  explainer.flagLookedUp(entry);
   Result<std::string_view> value = valueOf(flags::decideFlag(entry, context, explainer), name);
   Explanation explanation{.question = Explanation::Question::flag, .name = base::wellFormed(name)};
   if (CorvoError* error = value.error()) {
@@ -157,7 +157,7 @@ Explanation Evaluator::explainExperiment(std::string_view name, const Context& c
     explainer.experimentNotFound();
     explanation.error = experimentNotFound(name);
   }
-  placement::SeenResolver resolver(context, explainer);
+  placement::ObservedResolver resolver(context, explainer);
   const Joined joined = firstJoined(first, [&](const PreparedExperiment& each) {
     explainer.experimentBegun(each);
     const Placement placement = resolver.resolve(each);

@@ -28,7 +28,7 @@ class Explainer final : public flags::Observer {
   ~Explainer() = default;
 
   // Events of the question itself.
-  void flagSought(const project::FlagEntry* entry);
+  void flagLookedUp(const project::FlagEntry* entry);
   void experimentBegun(const project::PreparedExperiment& experiment);
   void experimentDecided(const placement::Placement& placement);
   void experimentNotReached(const project::PreparedExperiment& experiment);
@@ -49,9 +49,9 @@ class Explainer final : public flags::Observer {
   void on(const placement::LayerDecided& event) override;
   void on(const placement::Hashed& event) override;
   void on(const placement::AllocationTested& event) override;
-  void on(const placement::SharesBegun& event) override;
-  void on(const placement::ShareTested& event) override;
-  void on(const placement::SharesDecided& event) override;
+  void on(const placement::WeightsBegun& event) override;
+  void on(const placement::WeightTested& event) override;
+  void on(const placement::WeightsDecided& event) override;
   void on(const placement::TargetsBegun& event) override;
   void on(const placement::TargetsDecided& event) override;
   void on(const flags::CarrierBegun& event) override;

@@ -67,7 +67,7 @@ FlagDecision decideFlag(const project::FlagEntry* entry, placement::Resolver& re
   const auto resolve = [&](const project::PreparedExperiment& carrier) {
     return resolver.resolve(carrier, context);
   };
-  return decide<Silent>(*entry, context, resolve, {});
+  return decide<NoObserver>(*entry, context, resolve, {});
 }
 
 FlagDecision decideFlag(const project::FlagEntry& entry, placement::Resolver::Report& report,
@@ -75,13 +75,13 @@ FlagDecision decideFlag(const project::FlagEntry& entry, placement::Resolver::Re
   const auto resolve = [&](const project::PreparedExperiment& carrier) -> const auto& {
     return report.resolve(carrier);
   };
-  return decide<Silent>(entry, context, resolve, {});
+  return decide<NoObserver>(entry, context, resolve, {});
 }
 
 FlagDecision decideFlag(const project::FlagEntry* entry, const targeting::Context& context,
                         Observer& observer) {
   if (entry == nullptr) return {};
-  placement::SeenResolver resolver(context, observer);
+  placement::ObservedResolver resolver(context, observer);
   const auto resolve = [&](const project::PreparedExperiment& carrier) {
     return resolver.resolve(carrier);
   };
@@ -93,9 +93,10 @@ void decideFlags(const project::PreparedExperiment& experiment, const model::Gro
   decisions.clear();
   decisions.reserve(experiment.flags.size());
   for (const std::uint32_t first : experiment.firstFlags) {
-    decisions.push_back(first < decisions.size()
-                            ? decisions[first]
-                            : decideInGroup<Silent>(experiment.flags[first], group, context, {}));
+    decisions.push_back(
+        first < decisions.size()
+            ? decisions[first]
+            : decideInGroup<NoObserver>(experiment.flags[first], group, context, {}));
   }
 }
 

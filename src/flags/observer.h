@@ -7,7 +7,7 @@
 
 namespace corvo::corvo_internal::flags {
 
-using targeting::Silent;
+using targeting::NoObserver;
 
 /// Looking for the user in the experiment that carries the flag.
 struct CarrierBegun {

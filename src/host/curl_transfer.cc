@@ -110,7 +110,7 @@ UrlResponse CurlTransfer::response(CURLcode result) {
   return {static_cast<int>(status), std::move(body_), {}};
 }
 
-double CurlTransfer::patience(Time now) const noexcept {
+double CurlTransfer::remainingTime(Time now) const noexcept {
   const std::chrono::duration<double> idle = now - progressed_;
   return std::min(request_.timeoutSeconds, limits_.secondsWithoutProgress) - idle.count();
 }

@@ -51,7 +51,7 @@ class CurlTransfer {
 
   void noteProgress() noexcept { progressed_ = std::chrono::steady_clock::now(); }
   /// The remaining time without progress until the transfer fails, in seconds.
-  [[nodiscard]] double patience(Time now) const noexcept;
+  [[nodiscard]] double remainingTime(Time now) const noexcept;
 
  private:
   template <class Value>

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "host/curl_transfer.h"
-#include "host/order.h"
+#include "host/transfer_job.h"
 
 namespace corvo::corvo_internal::host {
 
@@ -28,11 +28,11 @@ class CurlTransfers {
   ~CurlTransfers();
 
   /// Each transfer is answered once whatever fails, unless it is dropped.
-  void start(Orders orders) noexcept;
+  void start(TransferJobs jobs) noexcept;
   /// Advances all transfers as far as possible without waiting.
   void perform();
   /// The next transfer that has its answer; an empty list if there is none.
-  [[nodiscard]] Orders takeAnswered();
+  [[nodiscard]] TransferJobs takeAnswered();
 
   /// Waits until a transfer can advance or times out, or until `wake`. Throws `std::bad_alloc` if
   /// libcurl cannot be initialised.
@@ -53,23 +53,23 @@ class CurlTransfers {
   [[nodiscard]] CURLM* multi();
   void dropOrphans();
   void letThrough();
-  void advance(Orders::iterator waiting) noexcept;
-  void begin(Orders::iterator waiting);
+  void advance(TransferJobs::iterator waiting) noexcept;
+  void begin(TransferJobs::iterator waiting);
   bool settleFinished();
   bool failLate();
-  void settle(Orders::iterator active, CURLcode result) noexcept;
-  void leave(Order& active) noexcept;
-  void answer(Orders& from, Orders::iterator order, UrlResponse response) noexcept;
+  void settle(TransferJobs::iterator active, CURLcode result) noexcept;
+  void leave(TransferJob& active) noexcept;
+  void answer(TransferJobs& from, TransferJobs::iterator job, UrlResponse response) noexcept;
   [[nodiscard]] std::shared_ptr<Origin> originOf(const std::string& url);
-  [[nodiscard]] double secondsLeft(const Order& order, Time now) const noexcept;
+  [[nodiscard]] double secondsLeft(const TransferJob& job, Time now) const noexcept;
 
   const TransferLimits limits_;
   std::mutex mutex_;
   std::unique_ptr<CURLM, FreeMulti> multi_;  // guarded for its creation and for `wake`
   bool isWoken_ = false;                     // guarded; for a `wake` before the handle exists
-  Orders waiting_;                           // in order; a redirected one goes first
-  Orders active_;                            // all of them are in the multi handle
-  Orders answered_;                          // in the order of completion
+  TransferJobs waiting_;                     // in order; a redirected one goes first
+  TransferJobs active_;                      // all of them are in the multi handle
+  TransferJobs answered_;                    // in the order of completion
   std::vector<std::shared_ptr<Origin>> origins_;
   std::atomic<std::size_t> count_ = 0;
 };

@@ -73,7 +73,7 @@ bool setAside(Connection damaged, const fs::path& file, bool lookAgain) noexcept
   return false;
 }
 
-Connection openDatabaseFile(const fs::path& file, Patience& patience) {
+Connection openDatabaseFile(const fs::path& file, WaitBudget& waitBudget) {
   if (!fs::exists(file)) {
     makeFolder(file.parent_path());
     makePrivateFile(file);  // SQLite would make it readable for everybody
@@ -83,14 +83,14 @@ Connection openDatabaseFile(const fs::path& file, Patience& patience) {
   connection.tidyOnClose(false);  // until it is known to be ours
   const Find found = lookAt(file, connection);
   if (found == Find::kForeign) throw SqliteError(SQLITE_CANTOPEN);
-  connection.waitWith(patience);
+  connection.waitWith(waitBudget);
   try {
     if (found == Find::kDamaged) throw SqliteError(SQLITE_CORRUPT);
     prepare(connection);
   } catch (const SqliteError& error) {
     const bool lookAgain = found == Find::kDamaged;  // another process may have been writing
     if (!error.isDamage() || !setAside(std::move(connection), file, lookAgain)) throw;
-    return openDatabaseFile(file, patience);
+    return openDatabaseFile(file, waitBudget);
   }
   connection.tidyOnClose(true);
   return connection;

@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "host/patience.h"
 #include "host/sqlite.h"
+#include "host/wait_budget.h"
 
 namespace corvo::corvo_internal::host {
 
@@ -11,7 +11,8 @@ namespace corvo::corvo_internal::host {
 /// is renamed, and a new one is created. Throws a `std::exception` if it cannot be opened at
 /// present, was written by a later version, or belongs to another program; such a file is left
 /// untouched.
-[[nodiscard]] Connection openDatabaseFile(const std::filesystem::path& file, Patience& patience);
+[[nodiscard]] Connection openDatabaseFile(const std::filesystem::path& file,
+                                          WaitBudget& waitBudget);
 
 /// Renames a file that a connection found damaged, and its companion files, to "NAME.damaged-1" or
 /// the next number. Returns whether it did. Leaves the file alone in four cases: its header does

@@ -14,12 +14,12 @@ void HostLoopImpl::post(Callback<void()> task) {
   tell(isFirst);
 }
 
-void HostLoopImpl::start(Order order) {
-  Orders one;
-  one.push_back(std::move(order));
+void HostLoopImpl::start(TransferJob job) {
+  TransferJobs one;
+  one.push_back(std::move(job));
   {
     const std::lock_guard lock(mutex_);
-    orders_.splice(orders_.end(), one);
+    jobs_.splice(jobs_.end(), one);
   }
   tell(true);
 }
@@ -44,7 +44,7 @@ void HostLoopImpl::onWork(std::function<void()> told) {
 
 bool HostLoopImpl::busy() const {
   const std::lock_guard lock(mutex_);
-  return !tasks_.empty() || !orders_.empty() || transfers_.count() > 0;
+  return !tasks_.empty() || !jobs_.empty() || transfers_.count() > 0;
 }
 
 bool HostLoopImpl::runUntil(const std::function<bool()>& condition) {
@@ -93,11 +93,12 @@ bool HostLoopImpl::turn(const std::function<bool()>& condition) {
 void HostLoopImpl::moveTransfers() {
   {
     const std::lock_guard lock(mutex_);  // a transfer is always in one of the two
-    transfers_.start(std::move(orders_));
-    orders_.clear();
+    transfers_.start(std::move(jobs_));
+    jobs_.clear();
   }
   transfers_.perform();
-  for (Orders one = transfers_.takeAnswered(); !one.empty(); one = transfers_.takeAnswered()) {
+  for (TransferJobs one = transfers_.takeAnswered(); !one.empty();
+       one = transfers_.takeAnswered()) {
     one.front().completion(std::move(one.front().response));
   }
 }
@@ -116,7 +117,7 @@ void HostLoopImpl::runTask() {
 void HostLoopImpl::wait() {
   {
     const std::lock_guard lock(mutex_);
-    if (!tasks_.empty() || !orders_.empty()) return;
+    if (!tasks_.empty() || !jobs_.empty()) return;
     waiting_ = true;
   }
   transfers_.wait();

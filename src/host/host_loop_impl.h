@@ -29,7 +29,7 @@ class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<
   void onWork(std::function<void()> told) override;
 
   /// Starts a transfer. Thread-safe.
-  void start(Order order);
+  void start(TransferJob job);
   /// Makes the running thread check for work. Thread-safe.
   void wake() noexcept { transfers_.wake(); }
 
@@ -46,7 +46,7 @@ class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<
 
   mutable std::mutex mutex_;
   std::deque<Callback<void()>> tasks_;                 // guarded by the mutex
-  Orders orders_;                                      // guarded; not yet among the transfers
+  TransferJobs jobs_;                                  // guarded; not yet among the transfers
   bool waiting_ = false;                               // guarded
   std::shared_ptr<const std::function<void()>> told_;  // guarded
   std::atomic<bool> stop_ = false;

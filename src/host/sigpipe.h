@@ -8,12 +8,12 @@ namespace corvo::corvo_internal::host {
 /// server could otherwise use to end the process, because TLS libraries do not suppress it. The
 /// signal is blocked, not ignored, because ignoring would affect the whole process. A signal that
 /// was already pending stays pending.
-class WithoutSigpipe {
+class SigpipeBlocker {
  public:
-  WithoutSigpipe() noexcept : sigpipe_(blockSigpipe()) {}
-  WithoutSigpipe(const WithoutSigpipe&) = delete;
-  WithoutSigpipe& operator=(const WithoutSigpipe&) = delete;
-  ~WithoutSigpipe() { releaseSigpipe(sigpipe_); }
+  SigpipeBlocker() noexcept : sigpipe_(blockSigpipe()) {}
+  SigpipeBlocker(const SigpipeBlocker&) = delete;
+  SigpipeBlocker& operator=(const SigpipeBlocker&) = delete;
+  ~SigpipeBlocker() { releaseSigpipe(sigpipe_); }
 
  private:
   const Sigpipe sigpipe_;

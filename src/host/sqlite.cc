@@ -79,9 +79,9 @@ Connection::Connection(const std::string& name, int flags) {
   check(opened);
 }
 
-void Connection::waitWith(Patience& patience) noexcept {
-  const auto wait = [](void* mine, int) { return static_cast<Patience*>(mine)->wait() ? 1 : 0; };
-  sqlite3_busy_handler(database_.get(), wait, &patience);
+void Connection::waitWith(WaitBudget& waitBudget) noexcept {
+  const auto wait = [](void* mine, int) { return static_cast<WaitBudget*>(mine)->wait() ? 1 : 0; };
+  sqlite3_busy_handler(database_.get(), wait, &waitBudget);
 }
 
 void Connection::tidyOnClose(bool on) noexcept {

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/patience.h"
+#include "host/wait_budget.h"
 
 namespace corvo::corvo_internal::host {
 
@@ -71,8 +71,8 @@ class Connection {
   /// only when the first statement runs.
   explicit Connection(const std::string& name, int flags = SQLITE_OPEN_READWRITE);
 
-  /// Makes statements wait for other connections. `patience` must outlive the connection.
-  void waitWith(Patience& patience) noexcept;
+  /// Makes statements wait for other connections. `waitBudget` must outlive the connection.
+  void waitWith(WaitBudget& waitBudget) noexcept;
   /// Whether the last connection to close a file writes its log into it and deletes the log.
   /// Changing this causes all statements to be prepared again, which may fail.
   void tidyOnClose(bool on) noexcept;

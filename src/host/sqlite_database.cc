@@ -25,14 +25,14 @@ std::filesystem::path spelled(const std::filesystem::path& file) {
 
 /// While it lives, SQLite does not wait for the disk. If this cannot be ended, for want of memory,
 /// the log is not written into the file until it can.
-class WithoutWaiting {
+class WithoutDiskSync {
  public:
-  explicit WithoutWaiting(Connection& connection) : connection_(connection) {
+  explicit WithoutDiskSync(Connection& connection) : connection_(connection) {
     connection_.waitForDisk(false);
   }
-  WithoutWaiting(const WithoutWaiting&) = delete;
-  WithoutWaiting& operator=(const WithoutWaiting&) = delete;
-  ~WithoutWaiting() {
+  WithoutDiskSync(const WithoutDiskSync&) = delete;
+  WithoutDiskSync& operator=(const WithoutDiskSync&) = delete;
+  ~WithoutDiskSync() {
     try {
       connection_.waitForDisk(true);
     } catch (const SqliteError&) {
@@ -77,7 +77,7 @@ SqliteDatabase::Opened::Opened(Connection made)
 // before the transaction ends.
 template <class Work>
 bool SqliteDatabase::Opened::beginLog(Work work) {
-  const WithoutWaiting hurried(connection);
+  const WithoutDiskSync hurried(connection);
   Transaction transaction(transactions);
   isLogBegun = !connection.hasEmptyLog();  // an earlier change may have written nothing
   if (isLogBegun) return false;
@@ -101,7 +101,7 @@ void SqliteDatabase::Opened::change(Work work) {
 template <class Work>
 auto SqliteDatabase::with(Work work) {
   const std::lock_guard lock(mutex_);
-  if (!opened_) opened_.emplace(openDatabaseFile(file_, patience_));
+  if (!opened_) opened_.emplace(openDatabaseFile(file_, waitBudget_));
   try {
     return work(*opened_);
   } catch (const SqliteError& error) {

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "host/database.h"
-#include "host/patience.h"
 #include "host/sqlite.h"
+#include "host/wait_budget.h"
 
 namespace corvo::corvo_internal::host {
 
@@ -51,7 +51,7 @@ class SqliteDatabase final : public Database {
 
   const std::filesystem::path file_;
   std::mutex mutex_;
-  Patience patience_;
+  WaitBudget waitBudget_;
   std::optional<Opened> opened_;
 };
 

@@ -13,7 +13,7 @@ void checkKeys(const Document& document, Report& report);
 void checkReading(const Document& document, Report& report);
 
 /// Allocations, weights and salts.
-void checkShares(const Document& document, Report& report);
+void checkAllocations(const Document& document, Report& report);
 
 /// Layers and their bounds.
 void checkLayers(const Document& document, Report& report);

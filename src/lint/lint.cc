@@ -23,7 +23,7 @@ std::vector<Finding> ofNoJson(std::string_view text, std::string_view error) {
 
 void checkConfiguration(const Document& document, Report& report) {
   checkReading(document, report);
-  checkShares(document, report);
+  checkAllocations(document, report);
   checkLayers(document, report);
   checkRules(document, report);
   checkValues(document, report);

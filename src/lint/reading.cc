@@ -101,12 +101,12 @@ void checkIgnored(const Document& document, Placed<model::Experiment> experiment
 
 void checkPlatforms(const Document& document, Report& report) {
   for (const auto flag : document.flags()) {
-    if (project::isOurs(*flag)) continue;
+    if (project::isForThisPlatform(*flag)) continue;
     checkPlatform(*flag->platform, document.place(flag, &model::FeatureFlag::platform), report);
   }
   for (const auto experiment : document.experiments()) {
     checkIgnored(document, experiment, report);
-    if (project::isOurs(*experiment)) continue;
+    if (project::isForThisPlatform(*experiment)) continue;
     for (const auto platform : document.list(experiment, &model::Experiment::platforms)) {
       checkPlatform(*platform, *platform.node, report);
     }

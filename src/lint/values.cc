@@ -59,13 +59,13 @@ void checkValues(const Document& document, Report& report) {
   KindCheck kept(document, report);
   for (const auto flag : document.flags()) {
     KindCheck alone(document, report);
-    (project::isOurs(*flag) ? kept : alone).values(*flag, flag);
+    (project::isForThisPlatform(*flag) ? kept : alone).values(*flag, flag);
   }
   for (const auto experiment : document.experiments()) {
     KindCheck alone(document, report);
     for (const auto flag : document.list(experiment, &Experiment::featureFlags)) {
       for (const auto group : document.list(flag, &FeatureFlag::groups)) {
-        (project::isOurs(*experiment) ? kept : alone).values(*flag, group);
+        (project::isForThisPlatform(*experiment) ? kept : alone).values(*flag, group);
       }
     }
   }

@@ -198,8 +198,8 @@ class Decoder {
 
   // Reads the whole list before storing it, so that dropped elements take no space.
   // `continueAfterFailure` returns whether to go on after an element that cannot be read.
-  template <class L, class PassOver>
-  bool readElements(const JsonNode& node, L& list, PassOver passOver) {
+  template <class L, class ContinueAfterFailure>
+  bool readElements(const JsonNode& node, L& list, ContinueAfterFailure continueAfterFailure) {
     using T = typename L::value_type;
     if (node.kind != JsonKind::array) return wrongKind(node, "array");
     auto& unkept = std::get<std::vector<T>>(unkept_);
@@ -209,7 +209,7 @@ class Decoder {
       const auto listed = dropCount();
       if (read(element, unkept.emplace_back())) continue;
       unkept.pop_back();
-      isRead = passOver(element, listed);
+      isRead = continueAfterFailure(element, listed);
       if (!isRead) break;
     }
     if (isRead) keep(std::span(unkept).subspan(first), list);
@@ -267,8 +267,8 @@ class Decoder {
     } else if (isNone(node)) {
       return true;
     }
-    if constexpr (field.presence == Presence::standIn) {
-      constexpr std::size_t other = positionOf<R>(field.insteadOf);
+    if constexpr (field.presence == Presence::fallback) {
+      constexpr std::size_t other = positionOf<R>(field.fallbackFor);
       if (!isNone(found[other])) return true;
     }
     return read(*node, Form(record.*field.member));

@@ -79,7 +79,7 @@ class Encoder {
   template <class F, class R>
   void writeField(const F& field, const R& record) {
     const auto& value = record.*field.member;
-    if (field.presence == Presence::standIn) return;
+    if (field.presence == Presence::fallback) return;
     if (field.presence == Presence::optional && isAbsent(value)) return;
     out_.plainKey(field.key);
     write(value);

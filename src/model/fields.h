@@ -46,7 +46,7 @@ enum class Presence : std::uint8_t {
   required,  ///< The key must be present.
   optional,  ///< May be absent or null; an absent value is not written.
   nullable,  ///< May be absent or null; an absent value is written as null.
-  standIn    ///< Read if another field is absent or null; never written.
+  fallback   ///< Read if another field is absent or null; never written.
 };
 
 /// One key of a record. The member is read as a `Form`: the member itself or one of the wrappers
@@ -57,7 +57,7 @@ struct Field {
   std::string_view key;
   Member Record::*member;
   Presence presence;
-  std::string_view insteadOf = {};  ///< The key of the field that this one replaces.
+  std::string_view fallbackFor = {};  ///< The key of the field that this one replaces.
 };
 
 template <class R, class M>
@@ -85,9 +85,9 @@ constexpr Field<LossyOrEmpty<L>, R, L> lossyOrEmpty(std::string_view key, L R::*
   return {key, member, Presence::optional};
 }
 template <class R>
-constexpr Field<SingleText, R, List<Text>> standIn(std::string_view insteadOf, std::string_view key,
-                                                   List<Text> R::*member) {
-  return {key, member, Presence::standIn, insteadOf};
+constexpr Field<SingleText, R, List<Text>> fallback(std::string_view fallbackFor,
+                                                    std::string_view key, List<Text> R::*member) {
+  return {key, member, Presence::fallback, fallbackFor};
 }
 
 /// The keys of each record, in the order in which they are read and written.
@@ -171,7 +171,7 @@ struct Fields<Experiment> {
       lossy("forced_user_list", &Experiment::forcedUserList),
       nullable("is_private", &Experiment::isPrivate), nullable("split_by", &Experiment::splitMode),
       optional("platforms", &Experiment::platforms),
-      standIn("platforms", "platform", &Experiment::platforms),
+      fallback("platforms", "platform", &Experiment::platforms),
       lossyOrEmpty("holdouts", &Experiment::holdouts), nullable("type", &Experiment::type));
 };
 

@@ -44,7 +44,7 @@ double bucketOf(const base::Md5Digest& digest) {
 }
 
 template <class AnyObserver>
-double bucketSeen(std::string_view splitId, std::string_view salt, AnyObserver observer) {
+double observedBucket(std::string_view splitId, std::string_view salt, AnyObserver observer) {
   const base::Md5Digest digest = base::md5(splitId, salt);
   const double bucket = bucketOf(digest);
   observer.on(Hashed{splitId, salt, digest, bucket});
@@ -73,7 +73,7 @@ std::optional<std::size_t> forcedGroupIndex(model::List<model::Group> groups,
 // The remainder of a bucket's magnitude modulo 100, identical to that of `std::fmod` to the bit, in
 // a third of the time. Only the quotient is rounded, and never up to the next whole number: below
 // 100 n it is at least 0.64 of n's last place below n.
-double beyondHundreds(double magnitude) {
+double remainderBy100(double magnitude) {
   return magnitude - static_cast<int>(magnitude / kPercent) * kPercent;
 }
 
@@ -85,7 +85,7 @@ std::optional<std::size_t> groupAt(double point, model::List<model::Group> group
   for (std::size_t i = 0; i < groups.size(); ++i) {
     cumulative += groups[i].weight * kPercent;
     const bool holds = point <= cumulative;
-    observer.on(ShareTested{cumulative, holds});
+    observer.on(WeightTested{cumulative, holds});
     if (holds) return i;
   }
   const auto rest = std::ranges::find(groups, kFallbackGroup, &model::Group::name);
@@ -111,10 +111,10 @@ Placement pickGroupByWeight(const model::Experiment& experiment, bool isForced, 
   if (!isForced && !insideAllocation<AnyObserver>(experiment, magnitude, observer)) {
     return {.reason = PlacementReason::outsideAllocation, .bucket = bucket};
   }
-  const double point = beyondHundreds(magnitude);
-  observer.on(SharesBegun{experiment, point});
+  const double point = remainderBy100(magnitude);
+  observer.on(WeightsBegun{experiment, point});
   const std::optional<std::size_t> index = groupAt<AnyObserver>(point, experiment.groups, observer);
-  observer.on(SharesDecided{index});
+  observer.on(WeightsDecided{index});
   if (!index) return {.reason = PlacementReason::noGroup, .bucket = bucket};
   return placed(PlacementReason::bucketed, experiment.groups, *index, bucket);
 }
@@ -130,7 +130,7 @@ template <class AnyObserver>
 bool insideBounds(std::string_view splitId, const model::Experiment& experiment,
                   AnyObserver observer) {
   if (experiment.layerBounds.empty()) return !experiment.layerId;
-  const double bucket = bucketSeen<AnyObserver>(splitId, layerSalt(experiment), observer);
+  const double bucket = observedBucket<AnyObserver>(splitId, layerSalt(experiment), observer);
   const double point = std::floor(std::fabs(bucket / kLayerDivisor));
   return std::ranges::any_of(experiment.layerBounds, [&](const model::LayerBounds& bounds) {
     const bool isInside = admits(bounds, point);
@@ -178,7 +178,7 @@ Placement assign(std::string_view splitId, const model::Experiment& experiment, 
   }
   const double value = known.bucket != nullptr
                            ? *known.bucket
-                           : bucketSeen<AnyObserver>(splitId, experiment.salt, observer);
+                           : observedBucket<AnyObserver>(splitId, experiment.salt, observer);
   Placement placement = pickGroupByWeight<AnyObserver>(experiment, isForced, value, observer);
   if (isForced && placement.group) placement.reason = PlacementReason::forcedIntoExperiment;
   return placement;
@@ -211,7 +211,7 @@ Buckets bucketValues(const std::array<base::Md5Message, base::kMd5Lanes>& messag
 
 Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
                       const Known& known) {
-  return assign<Silent>(splitId, experiment, known, {});
+  return assign<NoObserver>(splitId, experiment, known, {});
 }
 
 Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,

@@ -11,7 +11,7 @@
 
 namespace corvo::corvo_internal::placement {
 
-using targeting::Silent;
+using targeting::NoObserver;
 
 /// The identifier by which an experiment places the user was looked up.
 struct SplitIdentified {
@@ -70,15 +70,15 @@ struct AllocationTested {
 
 /// Searching for the group whose range contains a point from 0 to 100. Each range ends at the sum
 /// of the weights so far. If no range contains the point, one group may take it.
-struct SharesBegun {
+struct WeightsBegun {
   const model::Experiment& experiment;
   double point;
 };
-struct ShareTested {
+struct WeightTested {
   double end;
   bool holds;
 };
-struct SharesDecided {
+struct WeightsDecided {
   std::optional<std::size_t> group;
 };
 
@@ -105,9 +105,9 @@ class Observer : public targeting::Observer {
   virtual void on(const LayerDecided& event) = 0;
   virtual void on(const Hashed& event) = 0;
   virtual void on(const AllocationTested& event) = 0;
-  virtual void on(const SharesBegun& event) = 0;
-  virtual void on(const ShareTested& event) = 0;
-  virtual void on(const SharesDecided& event) = 0;
+  virtual void on(const WeightsBegun& event) = 0;
+  virtual void on(const WeightTested& event) = 0;
+  virtual void on(const WeightsDecided& event) = 0;
   virtual void on(const TargetsBegun& event) = 0;
   virtual void on(const TargetsDecided& event) = 0;
 

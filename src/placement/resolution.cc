@@ -74,7 +74,7 @@ Placement Resolver::resolve(const project::PreparedExperiment& experiment,
   const auto assign = [&](std::string_view splitId) -> const Placement& {
     return assignOnce(splitId, experiment, context, digests);
   };
-  return resolveBy<Silent>(experiment, context, isInHoldout, assign, {});
+  return resolveBy<NoObserver>(experiment, context, isInHoldout, assign, {});
 }
 
 const Placement& Resolver::assignOnce(std::string_view splitId,
@@ -157,12 +157,12 @@ bool Resolver::Report::isInHoldout(const project::PreparedExperiment& holdout) {
   return known.isInHoldout;
 }
 
-Placement SeenResolver::resolve(const project::PreparedExperiment& experiment) {
+Placement ObservedResolver::resolve(const project::PreparedExperiment& experiment) {
   return resolve(experiment,
                  [this](const project::PreparedExperiment& holdout) { return isIn(holdout); });
 }
 
-bool SeenResolver::isIn(const project::PreparedExperiment& holdout) {
+bool ObservedResolver::isIn(const project::PreparedExperiment& holdout) {
   if (const auto known = isIn_.find(&holdout); known != isIn_.end()) {
     observer_.on(HoldoutRemembered{});
     return known->second;
@@ -171,8 +171,8 @@ bool SeenResolver::isIn(const project::PreparedExperiment& holdout) {
 }
 
 template <class IsInHoldout>
-Placement SeenResolver::resolve(const project::PreparedExperiment& experiment,
-                                IsInHoldout isInHoldout) {
+Placement ObservedResolver::resolve(const project::PreparedExperiment& experiment,
+                                    IsInHoldout isInHoldout) {
   const auto assign = [&](std::string_view splitId) {
     return assignGroup(splitId, *experiment.record, observer_);
   };

@@ -88,9 +88,9 @@ class Resolver {
 
 /// Makes the same decisions with an observer, for one question. Remembers the results of holdouts,
 /// because many experiments may name the same one. Context and observer must outlive it.
-class SeenResolver {
+class ObservedResolver {
  public:
-  SeenResolver(const targeting::Context& context, Observer& observer)
+  ObservedResolver(const targeting::Context& context, Observer& observer)
       : context_(context), observer_(observer) {}
 
   [[nodiscard]] Placement resolve(const project::PreparedExperiment& experiment);

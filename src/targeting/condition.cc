@@ -131,16 +131,16 @@ constexpr auto onDate = [](base::LocalSeconds date, const Subject& subject) {
   return moments && test(moments->property, moments->value, subject.localTime());
 };
 
-template <class Order>
+template <class Compare>
 constexpr auto onNumber = [](double value, const Subject& subject) {
   const auto number = subject.number();
-  return number && Order{}(*number, value);
+  return number && Compare{}(*number, value);
 };
 
-template <class Order>
+template <class Compare>
 constexpr auto onVersion = [](PreparedVersion value, const Subject& subject) {
   const auto order = subject.orderTo(value);
-  return order && Order{}(*order, 0);
+  return order && Compare{}(*order, 0);
 };
 
 // --- The operators -------------------------------------------------------------------------------

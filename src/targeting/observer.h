@@ -13,7 +13,7 @@ namespace corvo::corvo_internal::targeting {
 
 /// Ignores all events at no cost. Observable functions take an observer by value: either this one,
 /// or a reference to a real one.
-struct Silent {
+struct NoObserver {
   template <class Event>
   void on(const Event& /*event*/) const noexcept {}
 };

@@ -59,8 +59,8 @@ RuleList::RuleList(model::List<model::Rule> rules, Vocabulary& vocabulary)
 
 // The first rule that holds decides; the later ones are not tested.
 template <class AnyObserver>
-const model::Text* RuleList::chooseSeen(const Context& context, bool hashed,
-                                        AnyObserver observer) const {
+const model::Text* RuleList::chooseObserved(const Context& context, bool hashed,
+                                            AnyObserver observer) const {
   for (const PreparedRule& rule : rules_) {
     observer.on(RuleBegun{});
     const bool holds =
@@ -71,11 +71,12 @@ const model::Text* RuleList::chooseSeen(const Context& context, bool hashed,
   return nullptr;
 }
 
-const model::Text* RuleList::choose(const Context& context, bool hashed, Silent observer) const {
-  return chooseSeen<Silent>(context, hashed, observer);
+const model::Text* RuleList::choose(const Context& context, bool hashed,
+                                    NoObserver observer) const {
+  return chooseObserved<NoObserver>(context, hashed, observer);
 }
 const model::Text* RuleList::choose(const Context& context, bool hashed, Observer& observer) const {
-  return chooseSeen<Observer&>(context, hashed, observer);
+  return chooseObserved<Observer&>(context, hashed, observer);
 }
 
 PreparedTarget::PreparedTarget(const model::Target& target, Vocabulary& vocabulary)
@@ -94,8 +95,8 @@ bool matches(const PreparedTarget& target, const Context& context, bool hashed,
 }  // namespace
 
 bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
-                   Silent observer) {
-  return matches<Silent>(target, context, hashed, observer);
+                   NoObserver observer) {
+  return matches<NoObserver>(target, context, hashed, observer);
 }
 bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
                    Observer& observer) {

@@ -38,13 +38,14 @@ class RuleList {
   /// is the privacy setting of the flag or experiment that decides. Allocates only as much as the
   /// conditions do.
   [[nodiscard]] const model::Text* choose(const Context& context, bool hashed,
-                                          Silent observer = {}) const;
+                                          NoObserver observer = {}) const;
   [[nodiscard]] const model::Text* choose(const Context& context, bool hashed,
                                           Observer& observer) const;
 
  private:
   template <class AnyObserver>
-  const model::Text* chooseSeen(const Context& context, bool hashed, AnyObserver observer) const;
+  const model::Text* chooseObserved(const Context& context, bool hashed,
+                                    AnyObserver observer) const;
 
   base::List<PreparedRule> rules_;
 };
@@ -60,7 +61,7 @@ struct PreparedTarget {
 
 /// Whether a target's conditions hold; true if it has none.
 [[nodiscard]] bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
-                                 Silent observer = {});
+                                 NoObserver observer = {});
 [[nodiscard]] bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
                                  Observer& observer);
 

@@ -97,7 +97,7 @@ std::vector<LoopbackServer::Request> LoopbackServer::requests() const {
 }
 
 void LoopbackServer::serve() {
-  const host::WithoutSigpipe quiet;
+  const host::SigpipeBlocker quiet;
   while (!stop_) {
     std::vector<pollfd> sockets{{listener_, POLLIN, 0}};
     for (const auto& [socket, connection] : connections_) sockets.push_back({socket, POLLIN, 0});

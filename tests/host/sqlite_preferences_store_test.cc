@@ -509,13 +509,14 @@ TEST_F(SqlitePreferencesStoreTest, ALockInBetweenCostsThatAnswerOnly) {
 }
 
 TEST(PatienceTest, WaitsATenthOfASecondWithinAnySecond) {
-  using Milliseconds = host::Patience::Milliseconds;
+  using Milliseconds = host::WaitBudget::Milliseconds;
   Milliseconds now(0);
-  host::Patience patience([&](Milliseconds duration) { return now += duration; });
+  host::WaitBudget waitBudget([&](Milliseconds duration) { return now += duration; });
   std::map<int, int> waited;  // by time, in milliseconds
   for (std::mt19937 random(9); now < Milliseconds(60'000);) {
     const auto begun = now;
-    for (int left = static_cast<int>(random() % 90); left > 0 && patience.wait(); --left) continue;
+    for (int left = static_cast<int>(random() % 90); left > 0 && waitBudget.wait(); --left)
+      continue;
     for (Milliseconds at = begun; at < now; ++at) ++waited[static_cast<int>(at.count())];
     now += Milliseconds(random() % 150);
   }

@@ -1,4 +1,4 @@
-#include "lint/demand.h"
+#include "lint/requirement.h"
 
 #include <algorithm>
 #include <iterator>
@@ -21,7 +21,8 @@ std::string sized(std::string_view piece) {
   return std::to_string(piece.size()) + ':' + std::string(piece);
 }
 
-std::string demandText(std::uint32_t property, Sign sign, const std::vector<std::string>& values) {
+std::string requirementText(std::uint32_t property, Sign sign,
+                            const std::vector<std::string>& values) {
   std::string text = std::to_string(property) + ' ' + std::string(model::textOf(sign)) + ' ';
   for (const std::string& value : values) text += sized(value);
   return text;
@@ -100,13 +101,13 @@ std::optional<Point> pointOf(const model::Condition& condition) {
                                               : pointIfAny(base::parseDecimal(value));
 }
 
-std::optional<End> endOf(const model::Condition& condition, std::uint32_t property) {
+std::optional<Bound> boundOf(const model::Condition& condition, std::uint32_t property) {
   const auto* const found =
       std::ranges::find(kOrderingSigns, condition.conditionSign, &OrderingSign::sign);
   if (found == std::end(kOrderingSigns)) return std::nullopt;
   const auto point = pointOf(condition);
   if (!point) return std::nullopt;
-  return End{{property, point->index()}, found->isLower, found->isOpen, *point};
+  return Bound{{property, point->index()}, found->isLower, found->isOpen, *point};
 }
 
 template <class T>
@@ -116,7 +117,7 @@ int orderOf(const T& a, const T& b) {
 
 }  // namespace
 
-Demand::Demand(const model::Condition& condition, targeting::Vocabulary& vocabulary) {
+Requirement::Requirement(const model::Condition& condition, targeting::Vocabulary& vocabulary) {
   const targeting::PreparedCondition prepared(condition, vocabulary);
   property = prepared.property();
   constant = prepared.constant();
@@ -124,49 +125,49 @@ Demand::Demand(const model::Condition& condition, targeting::Vocabulary& vocabul
   if (constant) return;
   const auto values = valuesOf(condition);
   const Sign sign = signOf(condition);
-  text = demandText(property, sign, values);
+  text = requirementText(property, sign, values);
   if (comparesWholes(sign)) {
     auto& each = sign == Sign::anyOf ? oneOf : noneOf;
     for (const std::string& value : values) {
-      each.push_back(demandText(property, Sign::anyOf, {value}));
+      each.push_back(requirementText(property, Sign::anyOf, {value}));
     }
     std::ranges::sort(each);
   }
-  if (const auto other = oppositeOf(sign)) opposite = demandText(property, *other, values);
-  end = endOf(condition, property);
+  if (const auto other = oppositeOf(sign)) opposite = requirementText(property, *other, values);
+  bound = boundOf(condition, property);
 }
 
-KeptEnd::KeptEnd(End end) : end_(std::move(end)) {
-  if (const auto* version = std::get_if<targeting::Version>(&end_.point)) {
+PreparedBound::PreparedBound(Bound bound) : bound_(std::move(bound)) {
+  if (const auto* version = std::get_if<targeting::Version>(&bound_.point)) {
     version_.emplace(*version);
   }
 }
 
-int KeptEnd::insideBy(const End& other) const {
+int PreparedBound::insideBy(const Bound& other) const {
   int order = 0;
   if (version_) {
     order = version_->orderTo(std::get<targeting::Version>(other.point));
-  } else if (const auto* number = std::get_if<double>(&end_.point)) {
+  } else if (const auto* number = std::get_if<double>(&bound_.point)) {
     order = orderOf(*number, std::get<double>(other.point));
   } else {
-    order = orderOf(std::get<base::LocalSeconds>(end_.point),
+    order = orderOf(std::get<base::LocalSeconds>(bound_.point),
                     std::get<base::LocalSeconds>(other.point));
   }
   return other.isLower ? order : -order;
 }
 
-bool KeptEnd::covers(const End& other) const {
+bool PreparedBound::covers(const Bound& other) const {
   const int inside = insideBy(other);
-  return inside < 0 || (inside == 0 && (other.isOpen || !end_.isOpen));
+  return inside < 0 || (inside == 0 && (other.isOpen || !bound_.isOpen));
 }
 
-bool KeptEnd::excludes(const End& other) const {
+bool PreparedBound::excludes(const Bound& other) const {
   const int inside = insideBy(other);
-  return inside < 0 || (inside == 0 && (other.isOpen || end_.isOpen));
+  return inside < 0 || (inside == 0 && (other.isOpen || bound_.isOpen));
 }
 
 // Never longer than the shortest list so far, so that all lists together take linear time.
-void Remainder::Texts::allow(const std::vector<std::string>& texts) {
+void RemainingValues::Texts::allow(const std::vector<std::string>& texts) {
   if (!allowed) {
     allowed = texts;
     return;
@@ -177,53 +178,53 @@ void Remainder::Texts::allow(const std::vector<std::string>& texts) {
 }
 
 // Removes the texts it has checked, so that asking again costs nothing.
-bool Remainder::Texts::isNone() {
+bool RemainingValues::Texts::isNone() {
   if (!allowed) return false;
   while (!allowed->empty() && excluded.contains(allowed->back())) allowed->pop_back();
   return allowed->empty();
 }
 
-void Remainder::require(const Demand& demand) {
-  limit(demand.property, demand.oneOf, demand.noneOf);
-  meet(demand.text, demand.opposite);
-  if (demand.end) meet(*demand.end);
+void RemainingValues::require(const Requirement& requirement) {
+  limit(requirement.property, requirement.oneOf, requirement.noneOf);
+  meet(requirement.text, requirement.opposite);
+  if (requirement.bound) meet(*requirement.bound);
 }
 
-void Remainder::forbid(const Demand& demand) {
-  limit(demand.property, demand.noneOf, demand.oneOf);
-  meet(demand.opposite, demand.text);
+void RemainingValues::forbid(const Requirement& requirement) {
+  limit(requirement.property, requirement.noneOf, requirement.oneOf);
+  meet(requirement.opposite, requirement.text);
 }
 
-void Remainder::limit(std::uint32_t property, const std::vector<std::string>& allowed,
-                      const std::vector<std::string>& excluded) {
+void RemainingValues::limit(std::uint32_t property, const std::vector<std::string>& allowed,
+                            const std::vector<std::string>& excluded) {
   Texts& own = texts_[property];
   if (!allowed.empty()) own.allow(allowed);
   own.excluded.insert(excluded.begin(), excluded.end());
   isEmpty_ = isEmpty_ || own.isNone();
 }
 
-void Remainder::meet(const std::string& text, const std::string& opposite) {
+void RemainingValues::meet(const std::string& text, const std::string& opposite) {
   if (text.empty() || opposite.empty()) return;
   met_.insert(text);
   isEmpty_ = isEmpty_ || met_.contains(opposite);
 }
 
-void Remainder::meet(const End& end) {
-  const auto other = closest_.find({end.line, !end.isLower});
-  isEmpty_ = isEmpty_ || (other != closest_.end() && other->second.excludes(end));
-  const auto [same, isNew] = closest_.try_emplace({end.line, end.isLower}, end);
-  if (!isNew && same->second.covers(end)) same->second = KeptEnd(end);
+void RemainingValues::meet(const Bound& bound) {
+  const auto other = closest_.find({bound.line, !bound.isLower});
+  isEmpty_ = isEmpty_ || (other != closest_.end() && other->second.excludes(bound));
+  const auto [same, isNew] = closest_.try_emplace({bound.line, bound.isLower}, bound);
+  if (!isNew && same->second.covers(bound)) same->second = PreparedBound(bound);
 }
 
-bool isContradictory(const std::vector<Demand>& demands) {
-  Remainder rest;
-  for (const Demand& demand : demands) rest.require(demand);
+bool isContradictory(const std::vector<Requirement>& requirements) {
+  RemainingValues rest;
+  for (const Requirement& requirement : requirements) rest.require(requirement);
   return rest.isEmpty();
 }
 
-bool isExhaustive(const std::vector<Demand>& demands) {
-  Remainder rest;
-  for (const Demand& demand : demands) rest.forbid(demand);
+bool isExhaustive(const std::vector<Requirement>& requirements) {
+  RemainingValues rest;
+  for (const Requirement& requirement : requirements) rest.forbid(requirement);
   return rest.isEmpty();
 }
 

@@ -20,7 +20,7 @@ struct Origin {
 
 /// A request with its completion and its progress. The answer is dropped if the owner has been
 /// destroyed.
-struct Order {
+struct TransferJob {
   UrlRequest request;  // until the transfer takes it
   Callback<void(UrlResponse)> completion;
   std::weak_ptr<const void> owner;
@@ -33,6 +33,6 @@ struct Order {
 
 /// A transfer keeps its address and is spliced from list to list, so that none is lost when memory
 /// runs out.
-using Orders = std::list<Order>;
+using TransferJobs = std::list<TransferJob>;
 
 }  // namespace corvo::corvo_internal::host

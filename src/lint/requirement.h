@@ -22,7 +22,7 @@ namespace corvo::corvo_internal::lint {
 using Point = std::variant<double, targeting::Version, base::LocalSeconds>;
 
 /// One bound of a range of points.
-struct End {
+struct Bound {
   /// The property's number and the kind of its points. Bounds on the same line can be compared.
   using Line = std::pair<std::uint32_t, std::size_t>;
 
@@ -33,8 +33,8 @@ struct End {
 };
 
 /// A condition's requirement for its property, in a comparable form.
-struct Demand {
-  Demand(const model::Condition& condition, targeting::Vocabulary& vocabulary);
+struct Requirement {
+  Requirement(const model::Condition& condition, targeting::Vocabulary& vocabulary);
 
   std::uint32_t property;        ///< Its number in the vocabulary.
   std::optional<bool> constant;  ///< The answer if it does not depend on the property.
@@ -43,38 +43,38 @@ struct Demand {
   /// to equal it. Sorted. Canonically equivalent texts appear once.
   std::vector<std::string> oneOf;
   std::vector<std::string> noneOf;
-  std::optional<End> end;  ///< Set if the property must lie in a range.
+  std::optional<Bound> bound;  ///< Set if the property must lie in a range.
   /// The text of the requirement that holds exactly if this one does not. Empty if there is none,
   /// or if the lists above express the same.
   std::string opposite;
 };
 
 /// A bound prepared for many comparisons: each takes time that depends only on the other bound.
-class KeptEnd {
+class PreparedBound {
  public:
-  explicit KeptEnd(End end);
+  explicit PreparedBound(Bound bound);
 
   /// Whether everything inside the other bound, which must be on the same side, is inside this one.
-  [[nodiscard]] bool covers(const End& other) const;
+  [[nodiscard]] bool covers(const Bound& other) const;
   /// Whether nothing is inside both this bound and the other, which must be on the other side.
-  [[nodiscard]] bool excludes(const End& other) const;
+  [[nodiscard]] bool excludes(const Bound& other) const;
 
  private:
   // Positive if this one is inside the other, on its side; 0 if they are at the same point.
-  [[nodiscard]] int insideBy(const End& other) const;
+  [[nodiscard]] int insideBy(const Bound& other) const;
 
-  End end_;
+  Bound bound_;
   std::optional<targeting::OrderedVersion> version_;
 };
 
 /// The values that properties can still have under a set of requirements. Reports only what is
 /// certain. Takes almost linear time for all requirements together.
-class Remainder {
+class RemainingValues {
  public:
   /// Keeps only values that meet the requirement.
-  void require(const Demand& demand);
+  void require(const Requirement& requirement);
   /// Keeps only values that do not meet it.
-  void forbid(const Demand& demand);
+  void forbid(const Requirement& requirement);
 
   [[nodiscard]] bool isEmpty() const noexcept { return isEmpty_; }
 
@@ -91,17 +91,17 @@ class Remainder {
   void limit(std::uint32_t property, const std::vector<std::string>& allowed,
              const std::vector<std::string>& excluded);
   void meet(const std::string& text, const std::string& opposite);
-  void meet(const End& end);
+  void meet(const Bound& bound);
 
   std::map<std::uint32_t, Texts> texts_;
   std::set<std::string> met_;  // the texts of requirements that have an opposite
-  std::map<std::pair<End::Line, bool>, KeptEnd> closest_;  // so far, by line and side
+  std::map<std::pair<Bound::Line, bool>, PreparedBound> closest_;  // so far, by line and side
   bool isEmpty_ = false;
 };
 
 /// Whether requirements that must all be met exclude one another.
-[[nodiscard]] bool isContradictory(const std::vector<Demand>& demands);
+[[nodiscard]] bool isContradictory(const std::vector<Requirement>& requirements);
 /// Whether one of the requirements is always met.
-[[nodiscard]] bool isExhaustive(const std::vector<Demand>& demands);
+[[nodiscard]] bool isExhaustive(const std::vector<Requirement>& requirements);
 
 }  // namespace corvo::corvo_internal::lint

@@ -19,7 +19,7 @@ using placement::kPercent;
 // --- Allocation and weights by themselves --------------------------------------------------------
 
 // Whether a number is a valid fraction.
-bool checkShare(double share, const char* what, const JsonNode& node, Report& report) {
+bool checkFraction(double share, const char* what, const JsonNode& node, Report& report) {
   const std::string text = std::string(what) + " is " + shown(share);
   if (!std::isfinite(share)) {
     report.add(Code::notFiniteShare, node, text);
@@ -55,7 +55,7 @@ void checkSum(const Document& document, Placed<Experiment> experiment, Report& r
 // --- The allocation's last cycle -----------------------------------------------------------------
 
 // The part of an experiment's users that falls into one group.
-struct ShareOfGroup {
+struct GroupFraction {
   std::string_view name;
   double meant;
   double real;
@@ -64,12 +64,12 @@ struct ShareOfGroup {
 // A user's point is the remainder of the bucket modulo 100. The allocation admits buckets up to a
 // limit: whole cycles of a hundred and the beginning of another one, which covers only the first
 // groups.
-std::vector<ShareOfGroup> sharesOf(const Experiment& experiment) {
+std::vector<GroupFraction> groupFractionsOf(const Experiment& experiment) {
   const double limit =
       std::min(experiment.allocation * kPercent * kPercent, placement::kLargestBucket);
   const double cycles = std::floor(limit / kPercent);
   const double rest = limit - cycles * kPercent;
-  std::vector<ShareOfGroup> shares;
+  std::vector<GroupFraction> shares;
   double start = 0;
   double cumulative = 0;
   for (const Group& group : experiment.groups) {
@@ -83,7 +83,7 @@ std::vector<ShareOfGroup> sharesOf(const Experiment& experiment) {
   return shares;
 }
 
-std::string describedShare(const ShareOfGroup& share) {
+std::string described(const GroupFraction& share) {
   return "the group " + quoted(share.name) + " gets " + percent(share.real) + ", not " +
          percent(share.meant);
 }
@@ -93,9 +93,9 @@ void checkAllocationCut(const Document& document, Placed<Experiment> experiment,
   if (experiment->allocation == 0) return;
   std::string text;
   std::size_t count = 0;
-  for (const ShareOfGroup& share : sharesOf(*experiment)) {
+  for (const GroupFraction& share : groupFractionsOf(*experiment)) {
     if (std::fabs(share.real - share.meant) <= kTolerated * share.meant) continue;
-    if (++count <= 3) text += "; " + describedShare(share);
+    if (++count <= 3) text += "; " + described(share);
   }
   if (count == 0) return;
   if (count > 3) text += "; and " + std::to_string(count - 3) + " more groups";
@@ -104,17 +104,17 @@ void checkAllocationCut(const Document& document, Placed<Experiment> experiment,
                  text.replace(0, 1, ","));
 }
 
-void checkSharesOf(const Document& document, Placed<Experiment> experiment, Report& report) {
+void checkAllocationOf(const Document& document, Placed<Experiment> experiment, Report& report) {
   if (experiment->groups.empty()) {
     return report.add(Code::noGroups, *experiment.node,
                       "an experiment without groups has no users");
   }
-  bool isSound = checkShare(experiment->allocation, "the allocation",
-                            document.place(experiment, &Experiment::allocation), report);
+  bool isSound = checkFraction(experiment->allocation, "the allocation",
+                               document.place(experiment, &Experiment::allocation), report);
   bool areWeights = true;
   for (const auto group : document.list(experiment, &Experiment::groups)) {
     areWeights &=
-        checkShare(group->weight, "the weight", document.place(group, &Group::weight), report);
+        checkFraction(group->weight, "the weight", document.place(group, &Group::weight), report);
   }
   if (areWeights) checkSum(document, experiment, report);
   if (isSound && areWeights) checkAllocationCut(document, experiment, report);
@@ -152,8 +152,9 @@ void checkSalts(const Document& document, Report& report) {
 
 }  // namespace
 
-void checkShares(const Document& document, Report& report) {
-  for (const auto experiment : document.experiments()) checkSharesOf(document, experiment, report);
+void checkAllocations(const Document& document, Report& report) {
+  for (const auto experiment : document.experiments())
+    checkAllocationOf(document, experiment, report);
   checkSalts(document, report);
 }
 

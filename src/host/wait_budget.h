@@ -8,13 +8,13 @@ namespace corvo::corvo_internal::host {
 
 /// Waits for others that hold a file: at most 100 milliseconds within any second, regardless of the
 /// number of callers. Not thread-safe.
-class Patience {
+class WaitBudget {
  public:
   using Milliseconds = std::chrono::milliseconds;
   /// Waits for the given time and returns the time after it, by a monotonic clock.
   using Sleep = std::function<Milliseconds(Milliseconds)>;
 
-  explicit Patience(Sleep sleep = steadySleep) : sleep_(std::move(sleep)) {}
+  explicit WaitBudget(Sleep sleep = steadySleep) : sleep_(std::move(sleep)) {}
 
   /// Waits for a short step. Returns false immediately if the limit is reached.
   bool wait() noexcept;
