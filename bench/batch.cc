@@ -177,9 +177,9 @@ double allocationsPerUser(Give give, Ask ask) {
 void addBatches() {
   addTime("another user, 9 properties: 2 flags by a rule, getExperiment", 500,
           batch(giveProperties, threeQuestions));
-  addTime("another user, 9 properties, of now: the same", kNoGoal,
+  addTime("another user, 9 properties, at the current time: the same", kNoGoal,
           batch(giveProperties, threeQuestions, EvaluationContext{}));
-  addTime("another user, 9 properties, a location of 12 that stays: the same", kNoGoal,
+  addTime("another user, 9 properties, an unchanged location of 12: the same", kNoGoal,
           batch(giveProperties, threeQuestions, somewhere()));
   addTime("another user, a record: the same", 1'000, batch(giveRecord, threeQuestions));
   addTime("another user, 9 properties: report of 1,000 flags", kNoGoal,
@@ -203,9 +203,9 @@ void addBatches() {
 }
 
 void addBatchCounts() {
-  addCount("allocations: another user, 9 properties, the handle apart", 1e-9,
+  addCount("allocations: another user, 9 properties, without the handle", 1e-9,
            [] { return allocationsPerUser(giveProperties, twoFlags); });
-  addCount("allocations: another user, a record, the handle apart", 1e-9,
+  addCount("allocations: another user, a record, without the handle", 1e-9,
            [] { return allocationsPerUser(giveRecord, twoFlags); });
   addCount("allocations: another user, 9 properties, 3 questions", kNoGoal,
            [] { return allocationsPerUser(giveProperties, threeQuestions); });

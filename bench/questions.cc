@@ -66,7 +66,7 @@ void addQuestions() {
       });
     }
   });
-  addTime("why: a flag by a rule", kNoGoal, [](benchmark::State& state) {
+  addTime("explainFlag: a flag by a rule", kNoGoal, [](benchmark::State& state) {
     CorvoClient& client = clientOf(1'000);
     for (auto _ : state) {
       client.explainFlag(kRuleFlag, [](const Explanation& why) { DoNotOptimize(&why); });

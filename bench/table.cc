@@ -85,7 +85,7 @@ void runAll(std::ostream& out) {
   Times times;
   benchmark::RunSpecifiedBenchmarks(&times);
   const auto digest = times.of(kDigestYardstick);
-  out << "| what | median, ns | best, ns | in digests | goal, ns |\n|---|--:|--:|--:|--:|\n";
+  out << "| what | median, ns | minimum, ns | in digests | goal, ns |\n|---|--:|--:|--:|--:|\n";
   for (const auto& [name, goal] : goals()) {
     const auto time = times.of(name);
     if (!time) continue;  // filtered out
