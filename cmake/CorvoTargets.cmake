@@ -18,6 +18,13 @@ function(corvo_configure target)
   endif()
 endfunction()
 
+# Most build time goes into headers, so a release is compiled as a few large files.
+function(corvo_combine_files target)
+  if(NOT DEFINED CMAKE_UNITY_BUILD AND CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
+  endif()
+endfunction()
+
 # Defines a library corvo::<name> with its public headers; the folders of src list its sources.
 function(corvo_library name)
   set(target corvo_${name})
@@ -32,10 +39,7 @@ function(corvo_library name)
   target_include_directories(${target}
     PRIVATE ${PROJECT_SOURCE_DIR}/src)
   corvo_configure(${target})
-  if(NOT DEFINED CMAKE_UNITY_BUILD AND CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
-    # Most build time goes into headers, so a release is compiled as a few large files.
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
-  endif()
+  corvo_combine_files(${target})
   if(BUILD_SHARED_LIBS)
     target_compile_definitions(${target} PUBLIC CORVO_SHARED)
     # About standard library types in exported classes.

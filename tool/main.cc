@@ -1,3 +1,5 @@
+#include <corvo/version.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <string_view>

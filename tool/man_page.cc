@@ -1,5 +1,7 @@
 #include "tool/man_page.h"
 
+#include <corvo/version.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <string_view>

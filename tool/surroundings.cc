@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "tool/moment.h"
-#include "tool/named_zone.h"
+#include "zones/named_zone.h"
 
 namespace corvo::tool {
 namespace {
@@ -59,7 +59,7 @@ void addSurroundingsOptions(CLI::App& command, SurroundingsOptions& options) {
 }
 
 Surroundings::Surroundings(const SurroundingsOptions& options)
-    : device(options.device), zone(namedZone(options.zone)) {
+    : device(options.device), zone(corvo_internal::zones::namedZone(options.zone)) {
   if (!zone) throw CLI::ValidationError("--zone", "there is no time zone " + options.zone);
   if (!options.now) return;
   now = parseMoment(*options.now, *zone);

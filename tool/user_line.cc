@@ -9,7 +9,7 @@
 #include "json/json_places.h"
 #include "json/json_pointer.h"
 #include "tool/moment.h"
-#include "tool/named_zone.h"
+#include "zones/named_zone.h"
 
 namespace corvo::tool {
 
@@ -146,7 +146,7 @@ PerhapsFault UserLine::readZone(const JsonNode& value) {
   auto known = zones_.find(value.text());
   if (known == zones_.end()) {
     std::string name(value.text());
-    auto zone = namedZone(name);
+    auto zone = zones::namedZone(name);
     if (!zone) return DocumentFault{&value, "unknown-zone", "no time zone has that name"};
     known = zones_.emplace(std::move(name), std::move(zone)).first;
   }

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <corvo/answer_sink.h>
+#include <corvo/callback.h>
 #include <corvo/error.h>
 #include <corvo/export.h>
 #include <corvo/internal/pending_outcome.h>
+#include <corvo/internal/value_or.h>
 #include <corvo/platform/main_queue.h>
 
 #include <coroutine>
@@ -16,6 +18,10 @@
 
 namespace corvo {
 
+namespace corvo_internal {
+struct AnswerEnd;
+}  // namespace corvo_internal
+
 /// Thrown by `Answer::get` when no answer will come: the client was released, nothing that could
 /// bring the answer is under way any more, or the answer has been taken already.
 class CORVO_TYPE QuestionDropped : public std::logic_error {
@@ -25,9 +31,10 @@ class CORVO_TYPE QuestionDropped : public std::logic_error {
 
 /// What a suspending form returns. The question has been asked when the answer is made; where fresh
 /// copies sufficed, the answer already lies in it, with no allocation, and awaiting it does not
-/// suspend. An awaitable for coroutines of any kind: the coroutine goes on where the callback of
-/// the other form would have run. Move-only; to be awaited, or got, once: afterwards, and once it
-/// has been moved away, it throws `QuestionDropped` at once.
+/// suspend. An awaitable for every coroutine type whose promise lets it await a foreign awaitable:
+/// the coroutine goes on where the callback of the other form would have run. `asio::awaitable`
+/// does not let it; `corvo/loops/asio.h` has an adapter. Move-only; to be awaited, or got, once:
+/// afterwards, and once it has been moved away, it throws `QuestionDropped` at once.
 ///
 /// A question that is dropped never resumes the coroutine, which stays its owner's to destroy.
 template <class T>
@@ -46,6 +53,9 @@ class [[nodiscard]] Answer {
     if (pending_) pending_->stopWaiting();
   }
 
+  /// Whether `get` would return, or throw, without waiting.
+  [[nodiscard]] bool ready() const { return !pending_ || pending_->hasEnded(); }
+
   [[nodiscard]] bool await_ready() const { return !pending_ || pending_->isSettled(); }
   bool await_suspend(std::coroutine_handle<> coroutine) { return pending_->wait(coroutine); }
   T await_resume() { return take(); }
@@ -55,19 +65,36 @@ class [[nodiscard]] Answer {
   /// to wait for. Throws the question's `CorvoError`; `QuestionDropped` when no answer can come any
   /// more; and whatever a task of the queue throws.
   T get() {
-    if (pending_ && queue_) {
-      queue_->runUntil([this] { return pending_->hasEnded(); });
-    }
+    wait();
     return take();
+  }
+
+  /// Waits in the same way. Gives the value, or the default where that is absent, the question
+  /// failed, or no answer can come any more. Throws only what a task of the queue throws.
+  template <class Default>
+  requires(!std::is_void_v<T>) corvo_internal::Present<T> valueOr(Default&& otherwise) {
+    wait();
+    settle();
+    Outcome outcome = std::exchange(outcome_, {});
+    return corvo_internal::valueOr(std::get_if<1>(&outcome), std::forward<Default>(otherwise));
   }
 
  private:
   friend class CorvoClient;
+  friend struct corvo_internal::AnswerEnd;
 
   Answer() = default;
 
-  T take() {
+  void wait() {
+    if (!ready() && queue_) queue_->runUntil([this] { return ready(); });
+  }
+
+  void settle() {
     if (const auto pending = std::move(pending_)) outcome_ = pending->take();
+  }
+
+  T take() {
+    settle();
     if (outcome_.index() == 2) throw taken<2>();
     if (outcome_.index() == 0) throw QuestionDropped();
     return static_cast<T>(taken<1>());
@@ -84,6 +111,15 @@ class [[nodiscard]] Answer {
   Outcome outcome_;
   std::shared_ptr<PendingOutcome> pending_;  // in place of an outcome that will come on the queue
   std::shared_ptr<MainQueue> queue_;
+};
+
+/// For the adapters to other kinds of coroutines, which must notice that a question was dropped.
+struct corvo_internal::AnswerEnd {
+  /// See `PendingOutcome::onEnd`. The answer must be pending: `await_ready` answered false.
+  template <class T>
+  static void notify(Answer<T>& answer, Callback<void()> onEnd) {
+    answer.pending_->onEnd(std::move(onEnd));
+  }
 };
 
 }  // namespace corvo

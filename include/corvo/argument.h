@@ -15,16 +15,49 @@ concept CorvoInteger = std::integral<V> && !std::same_as<V, bool> && !std::same_
                        !std::same_as<V, wchar_t> && !std::same_as<V, char8_t> &&
                        !std::same_as<V, char16_t> && !std::same_as<V, char32_t>;
 
-/// An optional index: an integer (one beyond 64 bits signed becomes the largest) or `std::nullopt`.
-/// Neither a boolean nor a character nor a fraction converts to it.
+/// An optional index: an integer of any type (one above the 64-bit signed range becomes the
+/// largest), an optional integer, or none: `std::nullopt` or `{}`. Booleans, characters and
+/// fractions do not convert to it.
 struct OptionalIndex {
+  OptionalIndex() noexcept = default;
   OptionalIndex(std::nullopt_t) noexcept {}
-  OptionalIndex(std::optional<std::int64_t> given) noexcept : value(given) {}
   template <CorvoInteger Integer>
   OptionalIndex(Integer given) noexcept
       : value(std::in_range<std::int64_t>(given) ? static_cast<std::int64_t>(given) : INT64_MAX) {}
+  template <CorvoInteger Integer>
+  OptionalIndex(std::optional<Integer> given) noexcept {
+    if (given) *this = OptionalIndex(*given);
+  }
 
   std::optional<std::int64_t> value;
+};
+
+namespace corvo_internal {
+/// Not `constexpr`, so that a compiler which checks a constant stops here, and shows the name.
+inline void theNumberIsNegative() {}
+}  // namespace corvo_internal
+
+/// An integer that is not negative. Unsigned integers convert to it, and signed constants, which
+/// are checked while compiling: `-1` does not compile, nor does a signed variable, for which there
+/// is `checked`. Booleans, characters and fractions do not convert to it.
+struct NonNegative {
+  template <CorvoInteger Integer>
+  requires std::unsigned_integral<Integer>
+  constexpr NonNegative(Integer given) noexcept : value(given) {}
+  template <CorvoInteger Integer>
+  requires std::signed_integral<Integer>
+  consteval NonNegative(Integer given) : value(static_cast<std::uint64_t>(given)) {
+    if (given < 0) corvo_internal::theNumberIsNegative();
+  }
+
+  /// The number, or none where it is negative.
+  template <CorvoInteger Integer>
+  [[nodiscard]] static constexpr std::optional<NonNegative> checked(Integer given) noexcept {
+    if (!std::in_range<std::uint64_t>(given)) return std::nullopt;
+    return NonNegative(static_cast<std::uint64_t>(given));
+  }
+
+  std::uint64_t value;
 };
 
 /// A boolean argument that nothing but a `bool` converts to: beside overloads that take callbacks,

@@ -34,9 +34,11 @@ class Callback<void(Args...)> {
  public:
   Callback() noexcept = default;
 
+  /// Null.
   template <std::same_as<std::nullptr_t> Null>
   Callback(Null) noexcept {}
 
+  /// Takes a function object or a function.
   template <class F, class Target = std::decay_t<F>>
   requires(!std::same_as<Target, Callback> && std::invocable<Target&, Args...> &&
            std::constructible_from<Target, F>) Callback(F&& target) {
@@ -59,6 +61,7 @@ class Callback<void(Args...)> {
 
   ~Callback() { clear(); }
 
+  /// Whether there is a target to call.
   explicit operator bool() const noexcept { return operations_ != nullptr; }
 
   /// Calls the target, if there is one. The target is moved out first: it may destroy this object.

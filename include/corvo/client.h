@@ -4,6 +4,7 @@
 #include <corvo/answer_sink.h>
 #include <corvo/argument.h>
 #include <corvo/callback.h>
+#include <corvo/client_status.h>
 #include <corvo/error.h>
 #include <corvo/experiment.h>
 #include <corvo/experiment_detail.h>
@@ -15,6 +16,7 @@
 #include <corvo/property.h>
 #include <corvo/user_builder.h>
 
+#include <concepts>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -73,13 +75,13 @@ class CORVO_EXPORT CorvoClient {
   /// valid form of that type. The group of an experiment that carries the flag decides, else the
   /// flag's own rules. Fails with `featureFlagNotFound`, `featureFlagNoRules`,
   /// `featureFlagRulesNotSatisfied` or `experimentGroupNotMatchingFeatureFlagGroup`.
-  template <CorvoPropertyType T>
+  template <class T>
   void checkFlag(std::string_view flagName, Callback<void(std::optional<T>)> onSuccess,
                  OnError onError = {}) {
     corvo_internal::CallbackSink<std::string_view, std::optional<T>> sink(onSuccess, onError);
     askFlag(flagName, sink);
   }
-  template <CorvoPropertyType T>
+  template <class T>
   Answer<std::optional<T>> checkFlag(std::string_view flagName) {
     return answer<std::optional<T>, std::string_view>([&](auto& sink) { askFlag(flagName, sink); });
   }
@@ -162,9 +164,13 @@ class CORVO_EXPORT CorvoClient {
                     Callback<void()> onSuccess, OnError onError = {});
   Answer<void> includeForce(std::string_view experimentName, OptionalIndex groupIndex);
 
-  /// The same without an index.
-  void includeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                    OnError onError = {});
+  /// The same without an index. A template, so that `{}` is an index that is absent and never a
+  /// callback.
+  template <std::convertible_to<Callback<void()>> OnSuccess>
+  void includeForce(std::string_view experimentName, OnSuccess&& onSuccess, OnError onError = {}) {
+    includeForce(experimentName, std::nullopt, std::forward<OnSuccess>(onSuccess),
+                 std::move(onError));
+  }
   Answer<void> includeForce(std::string_view experimentName);
 
   /// Takes back what `includeForce` did for that experiment and fetches the configuration anew,
@@ -201,6 +207,10 @@ class CORVO_EXPORT CorvoClient {
                             AnswerSink<Done>& sink) = 0;
   virtual void askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) = 0;
   virtual void askToExcludeAll(AnswerSink<Done>& sink) = 0;
+
+  /// When the cached configuration and location were fetched, and until when they are fresh.
+  /// Fetches nothing and changes nothing.
+  [[nodiscard]] virtual ClientStatus status() = 0;
 
   /// The queue on which answers come after a fetch; `Answer::get` runs it.
   [[nodiscard]] virtual std::shared_ptr<MainQueue> mainQueue() const = 0;

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <corvo/argument.h>
 #include <corvo/client.h>
+#include <corvo/client_options.h>
 #include <corvo/export.h>
 #include <corvo/platform/platform.h>
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,18 +28,19 @@ class CORVO_EXPORT ClientRegistry {
   ClientRegistry(const ClientRegistry&) = delete;
   ClientRegistry& operator=(const ClientRegistry&) = delete;
 
-  /// Makes a client and registers it under the tag. Nothing is fetched; token and address are not
+  /// Creates a client and registers it under its tag. Nothing is fetched; token and address are not
   /// checked. What an earlier run stored under the same tag and token is found again. An initial
   /// user replaces the stored one.
   ///
-  /// `cacheTTL`: how long a fetched configuration or location serves, in seconds, at least 10.
-  /// `retryCount`: how often a failed request is sent again, at once.
   /// Throws `CorvoError` with `initializationOfExistingClient` when the tag is taken: by a client,
-  /// or by one that another thread is just making.
+  /// or by one that another thread is just creating.
+  std::shared_ptr<CorvoClient> initializeClient(ClientOptions options);
+
+  /// The same without names and defaults; see `ClientOptions`.
   std::shared_ptr<CorvoClient> initializeClient(std::string_view projectToken,
                                                 std::optional<CorvoUser> initialUser,
-                                                std::string_view apiURL, std::uint64_t cacheTTL,
-                                                std::uint64_t retryCount, std::string_view tag);
+                                                std::string_view apiURL, NonNegative cacheTTL,
+                                                NonNegative retryCount, std::string_view tag);
 
   /// The client registered under the tag, or null; null also while another thread is making it.
   [[nodiscard]] std::shared_ptr<CorvoClient> getClient(std::string_view tag) const;

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <corvo/argument.h>
 #include <corvo/client.h>
+#include <corvo/client_options.h>
 #include <corvo/client_registry.h>
 #include <corvo/export.h>
 #include <corvo/host.h>
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -21,9 +22,12 @@ class CORVO_FACADE_EXPORT Corvo {
   /// The tag for applications that need only one client.
   static constexpr std::string_view defaultClientTag = "default";
 
-  static std::shared_ptr<CorvoClient> initializeClient(
-      std::string_view projectToken, std::optional<CorvoUser> initialUser, std::string_view apiURL,
-      std::uint64_t cacheTTL, std::uint64_t retryCount, std::string_view tag);
+  static std::shared_ptr<CorvoClient> initializeClient(ClientOptions options);
+  static std::shared_ptr<CorvoClient> initializeClient(std::string_view projectToken,
+                                                       std::optional<CorvoUser> initialUser,
+                                                       std::string_view apiURL,
+                                                       NonNegative cacheTTL, NonNegative retryCount,
+                                                       std::string_view tag);
   [[nodiscard]] static std::shared_ptr<CorvoClient> getClient(std::string_view tag);
   static void removeClient(std::string_view tag);
 

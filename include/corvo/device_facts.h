@@ -8,10 +8,10 @@ namespace corvo {
 /// What is known about a device and the application on it, as `Device` tells it. Absent facts read
 /// as empty texts, and a system without a version as "0.0".
 struct DeviceFacts {
-  std::optional<std::string> applicationVersion = {};
-  std::optional<std::string> vendorIdentifier = {};
-  std::optional<std::string> systemName = {};
-  std::optional<std::string> systemVersion = {};
+  std::optional<std::string> applicationVersion = {};  ///< The property "appVersion".
+  std::optional<std::string> vendorIdentifier = {};    ///< The property "deviceId".
+  std::optional<std::string> systemName = {};          ///< The property "os.name".
+  std::optional<std::string> systemVersion = {};       ///< The property "os.version".
 
   bool operator==(const DeviceFacts&) const = default;
 };

@@ -94,6 +94,9 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
   corvo_internal::WhatText what_;
 };
 
+/// The name of a case: "noData". Names never change. Empty for what is not a case.
+[[nodiscard]] CORVO_EXPORT std::string_view to_string(CorvoNetworkError::Case which) noexcept;
+
 /// Why a question could not be answered. A value of one of fifteen cases, each with its payload.
 /// Handed to `onError`, or thrown by a suspending form. Copyable; reading is safe from any thread.
 class CORVO_EXPORT CorvoError : public std::exception {
@@ -226,7 +229,7 @@ class CORVO_EXPORT CorvoError : public std::exception {
   /// A copy of the payload, for `std::visit`. Its position is that of the case.
   [[nodiscard]] Payload payload() const;
 
-  /// The name of the case: "featureFlagNotFound". Names never change.
+  /// The name of the case, as `to_string(which())`.
   [[nodiscard]] std::string_view name() const noexcept;
 
   /// A text for people, made anew at each call. Payload texts stand in it as they are.
@@ -241,6 +244,9 @@ class CORVO_EXPORT CorvoError : public std::exception {
   corvo_internal::OneOfThe<Payload> payload_;
   corvo_internal::WhatText what_;
 };
+
+/// The name of a case: "featureFlagNotFound". Names never change. Empty for what is not a case.
+[[nodiscard]] CORVO_EXPORT std::string_view to_string(CorvoError::Case which) noexcept;
 
 /// Receives the error of a question, at most once.
 using OnError = Callback<void(const CorvoError&)>;

@@ -31,6 +31,7 @@ namespace corvo {
 /// moved from may only be assigned to and destroyed.
 class CORVO_EXPORT Evaluation {
  public:
+  /// The same as `project.evaluate(context)`.
   Evaluation(const Project& project, const EvaluationContext& context);
   Evaluation(Evaluation&& other) noexcept;
   Evaluation& operator=(Evaluation&& other) noexcept;
@@ -42,7 +43,7 @@ class CORVO_EXPORT Evaluation {
   void reset(const EvaluationContext& context);
 
   /// The value that a flag has for the user; see `CorvoClient::checkFlag`.
-  template <CorvoPropertyType T>
+  template <class T>
   Result<std::optional<T>> checkFlag(std::string_view flagName) {
     Result<std::string_view> text = flagText(flagName);
     if (CorvoError* error = text.error()) return std::move(*error);
@@ -70,8 +71,8 @@ class CORVO_EXPORT Evaluation {
   /// The text of a flag for the user. Valid as long as the project, which has it in one place: what
   /// is made of a text may be kept by its address.
   struct FlagText {
-    std::size_t flag = 0;  ///< The position in `Project::flags`.
-    std::string_view text;
+    std::size_t flag = 0;   ///< The position in `Project::flags`.
+    std::string_view text;  ///< Its value for the user.
   };
   /// The texts that `getUserFeatureFlagsDetails` types, of the flags at these positions and in
   /// their order, where the flag has one. Positions that there are not are skipped. Valid until the

@@ -27,6 +27,7 @@ class CORVO_TYPE CorvoExperiment {
   /// group.
   [[nodiscard]] virtual std::optional<std::int64_t> groupIndex() const = 0;
 
+  /// The experiment's name.
   [[nodiscard]] virtual std::string name() const = 0;
 
   /// The name of the user's group; absent without a group.
@@ -35,7 +36,7 @@ class CORVO_TYPE CorvoExperiment {
   /// The value of a parameter in the user's group, as the type asked for. Absent without a group,
   /// without a parameter of that name, when the first one of that name has no value for the group,
   /// or when its text is no valid form of the type.
-  template <CorvoPropertyType T>
+  template <class T>
   [[nodiscard]] std::optional<T> getParamValue(std::string_view name) const {
     return typed<T>(paramText(name));
   }
@@ -44,7 +45,7 @@ class CORVO_TYPE CorvoExperiment {
   /// Absent without a group, when the experiment carries no flag of that name, or when the text is
   /// no valid form of the type. Fails with `experimentGroupNotMatchingFeatureFlagGroup`,
   /// `featureFlagNoRules` or `featureFlagRulesNotSatisfied`.
-  template <CorvoPropertyType T>
+  template <class T>
   [[nodiscard]] Result<std::optional<T>> featureValue(std::string_view flagName) const {
     Result<std::optional<std::string_view>> text = featureText(flagName);
     if (CorvoError* error = text.error()) return std::move(*error);
@@ -52,13 +53,13 @@ class CORVO_TYPE CorvoExperiment {
   }
 
   /// The same, where an error is thrown; without exceptions it stops the process.
-  template <CorvoPropertyType T>
+  template <class T>
   [[nodiscard]] std::optional<T> getFeatureValue(std::string_view flagName) const {
     return featureValue<T>(flagName).value();
   }
 
   /// Another name for `getFeatureValue`.
-  template <CorvoPropertyType T>
+  template <class T>
   [[nodiscard]] std::optional<T> getFeatureFlagValue(std::string_view flagName) const {
     return getFeatureValue<T>(flagName);
   }

@@ -19,6 +19,7 @@ namespace corvo {
 /// docs/explain.md lists what each step tells. It holds texts of the configuration and of the
 /// user: show it to those who may see both.
 struct CORVO_EXPORT Explanation {
+  /// What was asked about.
   enum class Question : std::uint8_t { flag, experiment };
 
   /// What was decided in a step.
@@ -60,27 +61,27 @@ struct CORVO_EXPORT Explanation {
   /// Something on which a step was decided. Names never change their meaning.
   struct Fact {
     std::string_view name;  ///< Has static storage.
-    JsonValue value;
+    JsonValue value;        ///< Of the kind that docs/explain.md gives.
   };
 
   /// One decision, with what was decided on its way.
   struct CORVO_EXPORT Step {
-    Code code{};
-    Outcome outcome{};
-    std::vector<Fact> facts = {};
-    std::vector<Step> steps = {};
+    Code code{};                   ///< What was decided.
+    Outcome outcome{};             ///< How.
+    std::vector<Fact> facts = {};  ///< On what.
+    std::vector<Step> steps = {};  ///< The decisions on its way.
 
     /// The value of that fact, or null.
     [[nodiscard]] const JsonValue* find(std::string_view fact) const noexcept;
   };
 
-  Question question{};
+  Question question{};    ///< What was asked about.
   std::string name = {};  ///< Of the flag or the experiment.
   /// The answer: the text of the flag's value, or the name of the user's group in the experiment;
   /// absent where there is an error, or where the user is in no experiment of that name.
   std::optional<std::string> value = {};
   std::optional<CorvoError> error = {};  ///< The error of the question, if it ends in one.
-  std::vector<Step> steps = {};
+  std::vector<Step> steps = {};          ///< In the order of deciding.
 
   /// All of it as a JSON object; see docs/explain.md.
   [[nodiscard]] std::string toJson() const;

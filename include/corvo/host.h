@@ -53,6 +53,8 @@ struct HostOptions {
 /// always noticed, also while one of them only waits, and stop the process with a message. `post`,
 /// `stop`, `busy` and `onWork` may be called from any thread at any time. An exception that a task
 /// throws leaves through whoever runs; the other tasks stay queued.
+///
+/// `corvo/loops/` has adapters that run it from GLib's, Asio's or Qt's loop.
 class CORVO_TYPE HostLoop : public MainQueue {
  public:
   /// Runs tasks and transfers, and waits for more, until `stop`.
@@ -75,8 +77,8 @@ class CORVO_TYPE HostLoop : public MainQueue {
 
 /// The ready-made platform, and the loop that its main queue and its URL session share.
 struct Host {
-  std::shared_ptr<HostLoop> loop;
-  Platform platform;
+  std::shared_ptr<HostLoop> loop;  ///< To be run by the application.
+  Platform platform;               ///< For `ClientRegistry` or `Corvo::usePlatform`.
 };
 
 /// A platform for Linux, macOS and Windows: the system's clock, zone and random source, HTTP and

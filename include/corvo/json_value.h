@@ -88,6 +88,10 @@ class CORVO_EXPORT JsonValue {
   Kinds value_;
 };
 
+/// The same text for an object or a list that is not held by a `JsonValue`.
+[[nodiscard]] CORVO_EXPORT std::string toJson(const JsonObject& object);
+[[nodiscard]] CORVO_EXPORT std::string toJson(const JsonArray& list);
+
 inline bool JsonValue::hasChildren() const noexcept {
   if (const auto* list = as<JsonArray>()) return !list->empty();
   const auto* object = as<JsonObject>();

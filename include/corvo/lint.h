@@ -15,8 +15,8 @@ struct Finding {
   /// An error: something is dropped or cannot work. A warning: legal, but surely not meant.
   enum class Severity : std::uint8_t { warning, error };
 
-  std::string_view code;  ///< In kebab-case; docs/lint.md lists all. Static text.
-  Severity severity{};
+  std::string_view code;   ///< In kebab-case; docs/lint.md lists all. Static text.
+  Severity severity{};     ///< Always the same for a code.
   std::string pointer;     ///< A JSON pointer (RFC 6901) to the value.
   std::size_t offset = 0;  ///< Where it begins (of a key: where the key does), in bytes from 0.
   std::size_t line = 1;    ///< From 1.

@@ -53,9 +53,9 @@ class CORVO_EXPORT Project {
 
   /// A flag of the configuration, or one that only an experiment carries.
   struct Flag {
-    std::string name;
-    std::string type;  ///< As the document has it; no answer depends on it.
-    bool isPrivate = false;
+    std::string name;        ///< As questions give it.
+    std::string type;        ///< As the document has it; no answer depends on it.
+    bool isPrivate = false;  ///< Its conditions compare digests of values.
     std::optional<std::string> carriedBy = {};  ///< The experiment that decides it.
     bool isOnlyCarried = false;  ///< The configuration has no flag of that name: none is reported.
   };
@@ -66,22 +66,24 @@ class CORVO_EXPORT Project {
   /// each once. Answers depend on no other property of a user.
   [[nodiscard]] std::vector<std::string> properties() const;
 
+  /// A group of an experiment.
   struct Group {
-    std::string name;
-    std::optional<std::string> label = {};
-    double weight = 0;  ///< A fraction of the experiment's users.
+    std::string name;                       ///< As `CorvoExperiment::userGroupName` tells it.
+    std::optional<std::string> label = {};  ///< For people.
+    double weight = 0;                      ///< A fraction of the experiment's users.
   };
+  /// An experiment or a holdout of the configuration.
   struct Experiment {
-    std::string name;
-    std::optional<std::string> type = {};  ///< As in `CorvoExperimentDetail`.
-    std::string splitBy;                   ///< "userId", "deviceId" or "profileId".
-    double allocation = 0;                 ///< A fraction of all users.
-    std::optional<std::string> layer = {};
-    std::vector<Group> groups;
-    std::vector<std::string> flags;     ///< The names of those that it carries.
-    std::vector<std::string> params;    ///< The names of its parameters.
+    std::string name;                       ///< As questions give it.
+    std::optional<std::string> type = {};   ///< As in `CorvoExperimentDetail`.
+    std::string splitBy;                    ///< "userId", "deviceId" or "profileId".
+    double allocation = 0;                  ///< A fraction of all users.
+    std::optional<std::string> layer = {};  ///< The name of its layer, if it is in one.
+    std::vector<Group> groups;              ///< In the configuration's order.
+    std::vector<std::string> flags;         ///< The names of those that it carries.
+    std::vector<std::string> params;        ///< The names of its parameters.
     std::vector<std::string> holdouts;  ///< The names that it gives, whether or not there are such.
-    bool isPrivate = false;
+    bool isPrivate = false;             ///< Its conditions compare digests of values.
     std::size_t position = 0;  ///< In the configuration, among experiments and holdouts together.
   };
   /// The experiments that are not holdouts, and the holdouts, each in the configuration's order.
@@ -91,9 +93,10 @@ class CORVO_EXPORT Project {
   /// What stops the process once a question reaches it: an experiment with a layer bound whose
   /// lower end exceeds its upper one.
   struct Stop {
-    std::string experiment;
-    std::string reason;
+    std::string experiment;  ///< Its name.
+    std::string reason;      ///< In a few words, for people.
   };
+  /// All that there are.
   [[nodiscard]] std::vector<Stop> stops() const;
 
  private:

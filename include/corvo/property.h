@@ -59,9 +59,15 @@ concept CorvoPropertyType = requires(std::string_view text) {
 };
 
 /// Reads a configuration text as a type; none when it is not a valid form of the type.
-template <CorvoPropertyType T>
+template <class T>
 [[nodiscard]] std::optional<T> fromCorvoString(std::string_view text) {
-  return CorvoPropertyTraits<T>::fromCorvoString(text);
+  if constexpr (CorvoPropertyType<T>) {
+    return CorvoPropertyTraits<T>::fromCorvoString(text);
+  } else {
+    static_assert(CorvoPropertyType<T>,
+                  "a configuration value is read as bool, std::int64_t, double, std::string or "
+                  "corvo::JsonObject, or as a type that specialises corvo::CorvoPropertyTraits");
+  }
 }
 
 /// A configuration value whose type nobody asked for.

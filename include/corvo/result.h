@@ -2,6 +2,7 @@
 
 #include <corvo/error.h>
 #include <corvo/export.h>
+#include <corvo/internal/value_or.h>
 
 #include <concepts>
 #include <string_view>
@@ -45,6 +46,16 @@ class [[nodiscard]] Result {
     corvo_internal::raise(*error());
   }
   [[nodiscard]] T value() && { return std::move(value()); }
+
+  /// The value, or the default where that is absent or there is an error.
+  template <class Default>
+  [[nodiscard]] corvo_internal::Present<T> valueOr(Default&& otherwise) const& {
+    return corvo_internal::valueOr(std::get_if<0>(&outcome_), std::forward<Default>(otherwise));
+  }
+  template <class Default>
+  [[nodiscard]] corvo_internal::Present<T> valueOr(Default&& otherwise) && {
+    return corvo_internal::valueOr(std::get_if<0>(&outcome_), std::forward<Default>(otherwise));
+  }
 
   /// The error; null where there is a value.
   [[nodiscard]] const CorvoError* error() const noexcept { return std::get_if<1>(&outcome_); }

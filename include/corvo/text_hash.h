@@ -11,8 +11,9 @@ namespace corvo {
 /// differs from process to process, so nobody can choose texts that collide. Transparent, so a
 /// table is asked by `std::string_view`. Safe from any thread.
 struct TextHash {
-  using is_transparent = void;
+  using is_transparent = void;  ///< Tables are asked without a `std::string`.
 
+  /// The hash of the bytes.
   // Not noexcept: so the GNU library's tables keep each key's hash and need not make it again.
   [[nodiscard]] CORVO_EXPORT std::size_t operator()(std::string_view text) const;
 };

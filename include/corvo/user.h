@@ -14,7 +14,7 @@ using PropertyMap = std::map<std::string, std::string, std::less<>>;
 struct CorvoUser {
   class Builder;
 
-  PropertyMap properties;
+  PropertyMap properties;  ///< By the names that conditions use: "userId", "custom.plan".
 
   /// For each property the local moment after which it is no longer used, "yyyy-MM-dd HH:mm:ss".
   std::optional<PropertyMap> corvoExpiration;

@@ -27,8 +27,10 @@ concept CorvoText = std::convertible_to<const T&, std::string_view> &&
 /// `const char*` is none. Refers to the text, so it is no type to keep one in.
 class OptionalText {
  public:
+  /// No text.
   OptionalText(std::nullopt_t) noexcept {}
 
+  /// A text; none for a null pointer.
   template <CorvoText T>
   OptionalText(const T& text) {
     if constexpr (std::is_pointer_v<T>) {
@@ -37,11 +39,13 @@ class OptionalText {
     view_ = text;
   }
 
+  /// A text or none.
   template <CorvoText T>
   OptionalText(const std::optional<T>& text) : OptionalText(std::nullopt) {
     if (text) *this = OptionalText(*text);
   }
 
+  /// The text, which still belongs to who gave it.
   [[nodiscard]] const std::optional<std::string_view>& view() const noexcept { return view_; }
 
  private:
@@ -80,6 +84,8 @@ class CORVO_EXPORT CorvoUser::Builder {
   Builder(const Builder&) = delete;  // edits of a copy would be lost
   Builder& operator=(const Builder&) = delete;
 
+  /// Sets the property that conditions call by the name in quotation marks; an absent value
+  /// removes it.
   Builder& setUserId(OptionalText value) { return set("userId", value); }
   Builder& setProfileId(OptionalText value) { return set("profileId", value); }
   Builder& setDeviceId(OptionalText value) { return set("deviceId", value); }
@@ -118,7 +124,7 @@ class CORVO_EXPORT CorvoUser::Builder {
   /// The user with the properties and expiries as they are now.
   [[nodiscard]] CorvoUser build() const { return {properties, corvoExpiration}; }
 
-  PropertyMap properties;
+  PropertyMap properties;  ///< The properties set so far, by name.
   /// For each property the local moment at which it expires, "yyyy-MM-dd HH:mm:ss".
   PropertyMap corvoExpiration;
 

@@ -39,16 +39,15 @@ class Clients {
       : platform_(checked(std::move(platform))),
         device_(std::make_shared<client::DeviceOnce>(platform_.device)) {}
 
-  std::shared_ptr<CorvoClient> initialize(std::string projectToken,
-                                          std::optional<CorvoUser> initialUser, std::string apiURL,
-                                          std::uint64_t cacheTTL, std::uint64_t retryCount,
-                                          const std::string& tag) {
+  std::shared_ptr<CorvoClient> initialize(ClientOptions options) {
+    const std::string tag = base::wellFormed(options.tag);
     auto network = std::make_shared<network::NetworkClientImpl>(
-        platform_.urlSession, platform_.mainQueue, std::move(apiURL), retryCount);
+        platform_.urlSession, platform_.mainQueue, base::wellFormed(options.apiURL),
+        options.retryCount.value);
     Place place(*this, tag);
-    auto made = makeClient(std::move(projectToken), std::move(network),
-                           std::max(cacheTTL, kShortestCacheTTL), tag);
-    made->settleUser(std::move(initialUser));
+    auto made = makeClient(base::wellFormed(options.projectToken), std::move(network),
+                           std::max(options.cacheTTL.value, kShortestCacheTTL), tag);
+    made->settleUser(std::move(options.initialUser));
     place.fill(made);
     return made;
   }
@@ -150,12 +149,19 @@ ClientRegistry::ClientRegistry(Platform platform)
 
 ClientRegistry::~ClientRegistry() = default;
 
+std::shared_ptr<CorvoClient> ClientRegistry::initializeClient(ClientOptions options) {
+  return clients_->initialize(std::move(options));
+}
+
 std::shared_ptr<CorvoClient> ClientRegistry::initializeClient(
     std::string_view projectToken, std::optional<CorvoUser> initialUser, std::string_view apiURL,
-    std::uint64_t cacheTTL, std::uint64_t retryCount, std::string_view tag) {
-  return clients_->initialize(base::wellFormed(projectToken), std::move(initialUser),
-                              base::wellFormed(apiURL), cacheTTL, retryCount,
-                              base::wellFormed(tag));
+    NonNegative cacheTTL, NonNegative retryCount, std::string_view tag) {
+  return initializeClient({.projectToken = std::string(projectToken),
+                           .apiURL = std::string(apiURL),
+                           .initialUser = std::move(initialUser),
+                           .cacheTTL = cacheTTL,
+                           .retryCount = retryCount,
+                           .tag = std::string(tag)});
 }
 
 std::shared_ptr<CorvoClient> ClientRegistry::getClient(std::string_view tag) const {

@@ -127,7 +127,10 @@ struct Description {
   }
 };
 
-// Indexed by case.
+// Both indexed by case.
+constexpr std::array<std::string_view, std::variant_size_v<CorvoNetworkError::Payload>>
+    kNetworkNames{"incorrectURL",  "urlError",    "wrongStatusCode",
+                  "decodingError", "customError", "noData"};
 constexpr std::array<std::string_view, std::variant_size_v<CorvoError::Payload>> kNames{
     "initializationOfExistingClient",
     "requestConfigFailed",
@@ -144,6 +147,12 @@ constexpr std::array<std::string_view, std::variant_size_v<CorvoError::Payload>>
     "holdoutNotFound",
     "experimentsEmpty",
     "noForceIncludedExperiments"};
+
+template <class Names, class Case>
+std::string_view nameOf(const Names& names, Case which) noexcept {
+  const auto position = static_cast<std::size_t>(which);
+  return position < names.size() ? names[position] : std::string_view();
+}
 
 template <class Describe, class Payload>
 std::string described(const Payload& payload) {
@@ -198,7 +207,7 @@ CorvoError::~CorvoError() = default;
 
 CorvoError::Payload CorvoError::payload() const { return variantOf<Payload>(payload_); }
 
-std::string_view CorvoError::name() const noexcept { return kNames[payload_.position()]; }
+std::string_view CorvoError::name() const noexcept { return to_string(which()); }
 
 std::string CorvoError::description() const {
   return "Corvo warn: " + described<Description>(payload_);
@@ -209,5 +218,11 @@ const char* CorvoError::what() const noexcept { return whatOf(*this, what_); }
 bool CorvoError::operator==(const CorvoError& other) const noexcept {
   return payload_ == other.payload_;
 }
+
+std::string_view to_string(CorvoNetworkError::Case which) noexcept {
+  return nameOf(kNetworkNames, which);
+}
+
+std::string_view to_string(CorvoError::Case which) noexcept { return nameOf(kNames, which); }
 
 }  // namespace corvo

@@ -172,6 +172,16 @@ void CorvoClientImpl::askToExcludeAll(AnswerSink<Done>& sink) {
   sink.onValue({});
 }
 
+ClientStatus CorvoClientImpl::status() {
+  const auto copy = [](auto& slot) -> std::optional<ClientStatus::Copy> {
+    const auto lifetime = slot.lifetime();
+    if (!lifetime) return std::nullopt;
+    return ClientStatus::Copy{.fetchedAt = lifetime->from, .freshUntil = lifetime->until};
+  };
+  const Turn turn(access_);
+  return {.configuration = copy(storage_->config), .location = copy(storage_->location)};
+}
+
 // Completes as soon as a new configuration has arrived.
 void CorvoClientImpl::refresh(AnswerSink<Done>& sink, Turn& turn) {
   SinkQuestion question(aboutProject([](const Evidence&) -> Result<Done> { return Done(); }), sink);

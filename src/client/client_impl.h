@@ -70,6 +70,7 @@ class CorvoClientImpl final : public CorvoClient,
                     AnswerSink<Done>& sink) override;
   void askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) override;
   void askToExcludeAll(AnswerSink<Done>& sink) override;
+  [[nodiscard]] ClientStatus status() override;
   [[nodiscard]] std::shared_ptr<MainQueue> mainQueue() const override { return mainQueue_; }
 
  private:

@@ -141,11 +141,6 @@ Answer<void> CorvoClient::includeForce(std::string_view experimentName, Optional
       [&](auto& sink) { askToInclude(experimentName, groupIndex.value, sink); });
 }
 
-void CorvoClient::includeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                               OnError onError) {
-  includeForce(experimentName, std::nullopt, std::move(onSuccess), std::move(onError));
-}
-
 Answer<void> CorvoClient::includeForce(std::string_view experimentName) {
   return includeForce(experimentName, std::nullopt);
 }

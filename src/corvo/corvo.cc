@@ -32,9 +32,14 @@ Process& process() {
 
 }  // namespace
 
-std::shared_ptr<CorvoClient> Corvo::initializeClient(
-    std::string_view projectToken, std::optional<CorvoUser> initialUser, std::string_view apiURL,
-    std::uint64_t cacheTTL, std::uint64_t retryCount, std::string_view tag) {
+std::shared_ptr<CorvoClient> Corvo::initializeClient(ClientOptions options) {
+  return process().registry.initializeClient(std::move(options));
+}
+
+std::shared_ptr<CorvoClient> Corvo::initializeClient(std::string_view projectToken,
+                                                     std::optional<CorvoUser> initialUser,
+                                                     std::string_view apiURL, NonNegative cacheTTL,
+                                                     NonNegative retryCount, std::string_view tag) {
   return process().registry.initializeClient(projectToken, std::move(initialUser), apiURL, cacheTTL,
                                              retryCount, tag);
 }

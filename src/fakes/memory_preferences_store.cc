@@ -1,4 +1,4 @@
-#include <corvo/fakes.h>
+#include <corvo/fakes/memory_preferences_store.h>
 
 #include <atomic>
 #include <stdexcept>

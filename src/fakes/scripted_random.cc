@@ -1,4 +1,4 @@
-#include <corvo/fakes.h>
+#include <corvo/fakes/scripted_random.h>
 
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-#include <corvo/fakes.h>
+#include <corvo/fakes/scripted_session.h>
 
 #include <algorithm>
 
@@ -51,6 +51,16 @@ void ScriptedSession::always(std::string_view route, Reply reply) {
 
 void ScriptedSession::next(std::string_view route, Reply reply) {
   scripts_[std::string(route)].next.push_back(std::move(reply));
+}
+
+void ScriptedSession::clearNext(std::string_view route) {
+  const auto script = scripts_.find(route);
+  if (script != scripts_.end()) script->second.next.clear();
+}
+
+void ScriptedSession::clear(std::string_view route) {
+  const auto script = scripts_.find(route);
+  if (script != scripts_.end()) scripts_.erase(script);
 }
 
 std::size_t ScriptedSession::requestCount(std::string_view route) const {

@@ -1,4 +1,4 @@
-#include <corvo/fakes.h>
+#include <corvo/fakes/virtual_time.h>
 
 #include <algorithm>
 #include <limits>

@@ -57,10 +57,19 @@ const JsonValue* JsonValue::find(std::string_view key) const {
   return found == object->end() ? nullptr : &found->second;
 }
 
-std::string JsonValue::toJson() const {
+namespace {
+
+template <class Value>
+std::string written(const Value& value) {
   json::JsonWriter writer;
-  writer.value(*this);
+  writer.value(value);
   return writer.take();
 }
+
+}  // namespace
+
+std::string JsonValue::toJson() const { return written(*this); }
+std::string toJson(const JsonObject& object) { return written(object); }
+std::string toJson(const JsonArray& list) { return written(list); }
 
 }  // namespace corvo

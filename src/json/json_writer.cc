@@ -102,22 +102,26 @@ void JsonWriter::value(const JsonValue& value) {
     void operator()(std::uint64_t number) const { out.integer(number); }
     void operator()(double number) const { out.real(number); }
     void operator()(const std::string& text) const { out.string(text); }
-    // Separate functions, because they recurse with the nesting and should use little stack.
-    CORVO_COLD void operator()(const JsonArray& list) const {
-      out.beginArray();
-      for (const JsonValue& element : list) out.value(element);
-      out.endArray();
-    }
-    CORVO_COLD void operator()(const JsonObject& object) const {
-      out.beginObject();
-      for (const auto& [key, member] : object) {
-        out.key(key);
-        out.value(member);
-      }
-      out.endObject();
-    }
+    void operator()(const JsonArray& list) const { out.value(list); }
+    void operator()(const JsonObject& object) const { out.value(object); }
   };
   std::visit(Write{*this}, value.value());
+}
+
+// Separate functions, because they recurse with the nesting and should use little stack.
+CORVO_COLD void JsonWriter::value(const JsonArray& list) {
+  beginArray();
+  for (const JsonValue& element : list) value(element);
+  endArray();
+}
+
+CORVO_COLD void JsonWriter::value(const JsonObject& object) {
+  beginObject();
+  for (const auto& [name, member] : object) {
+    key(name);
+    value(member);
+  }
+  endObject();
 }
 
 // Writes a comma before a value, unless the value is the first one or follows its key.

@@ -30,6 +30,8 @@ class JsonWriter {
   void real(float value);
   void string(std::string_view value);
   void value(const JsonValue& value);
+  void value(const JsonArray& list);
+  void value(const JsonObject& object);
 
   /// Records that a value could not be written. The text is then unusable.
   void refuse() { faithful_ = false; }

@@ -1,13 +1,11 @@
 #include "network/network_client_impl.h"
 
+#include <corvo/version.h>
+
 #include <new>
 #include <utility>
 
 #include "network/request_url.h"
-
-#ifndef CORVO_VERSION
-#define CORVO_VERSION "unknown"
-#endif
 
 namespace corvo::corvo_internal::network {
 namespace {

@@ -200,6 +200,20 @@ class ExpiringProperty : private StorageProperty<T> {
     return isValid(now) ? StorageProperty<T>::read() : none_;
   }
 
+  /// The moments from which and until which the value, valid or not, may be used.
+  struct Lifetime {
+    double from;
+    double until;
+  };
+  /// None without a value.
+  [[nodiscard]] std::optional<Lifetime> lifetime() {
+    const double* written = updateTime();
+    if (written == nullptr) return std::nullopt;
+    const Lifetime lifetime{*written, *written + cacheTTL_};
+    if (StorageProperty<T>::read() == nullptr) return std::nullopt;
+    return lifetime;
+  }
+
   using typename StorageProperty<T>::Prepared;
   using StorageProperty<T>::updateTime;
   using StorageProperty<T>::prepare;

@@ -29,8 +29,20 @@ static_assert(std::is_convertible_v<bool, ExactBool>);
 static_assert(fromNone<ExactBool, int, const char*, std::nullptr_t, decltype(kCaptureless)>);
 static_assert(std::is_convertible_v<int, OptionalIndex> &&
               std::is_convertible_v<std::size_t, OptionalIndex> &&
+              std::is_convertible_v<std::optional<short>, OptionalIndex> &&
               std::is_convertible_v<std::nullopt_t, OptionalIndex>);
-static_assert(fromNone<OptionalIndex, bool, double, char, char8_t, wchar_t, std::nullptr_t>);
+static_assert(fromNone<OptionalIndex, bool, double, char, char8_t, wchar_t, std::nullptr_t,
+                       std::optional<bool>, decltype(kCaptureless)>);
+static_assert(fromNone<NonNegative, bool, double, char, std::nullptr_t, std::optional<unsigned>>);
+static_assert(NonNegative(7).value == 7 && NonNegative(UINT64_MAX).value == UINT64_MAX &&
+              NonNegative::checked(7)->value == 7 && !NonNegative::checked(-1));
+
+TEST(OptionalIndex, KeepsWhatItIsGiven) {
+  EXPECT_EQ(OptionalIndex().value, std::nullopt);
+  EXPECT_EQ(OptionalIndex(std::optional<unsigned>()).value, std::nullopt);
+  EXPECT_EQ(OptionalIndex(std::optional<signed char>(-3)).value, -3);
+  EXPECT_EQ(OptionalIndex(std::optional<std::uint64_t>(UINT64_MAX)).value, INT64_MAX);
+}
 
 TEST(Callback, IsNullFromEveryNullTarget) {
   void (*noFunction)(int) = nullptr;

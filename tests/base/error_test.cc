@@ -1,9 +1,14 @@
 #include <corvo/error.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <type_traits>
+#include <vector>
 
 #include "tests/base/case_table.h"
 
@@ -48,7 +53,8 @@ void expectTable(const std::vector<typename AnyError::Payload>& payloads, const 
   for (std::size_t i = 0; i < payloads.size(); ++i) {
     const AnyError& error = errors[i];
     EXPECT_EQ(static_cast<std::size_t>(error.which()), i);
-    EXPECT_EQ(error.description(), table[i][1]) << table[i][0];
+    EXPECT_EQ(to_string(error.which()), table[i][0]);
+    EXPECT_EQ(error.description(), table[i][1]);
     EXPECT_EQ(error.what(), error.description());
     EXPECT_TRUE(error.payload() == payloads[i]) << i;
     for (std::size_t j = 0; j < errors.size(); ++j) {
@@ -65,6 +71,84 @@ void expectTable(const std::vector<typename AnyError::Payload>& payloads, const 
 TEST(Errors, DescribeEveryCase) {
   expectTable<Network>(kNetworkErrors, CORVO_BASE_CASES "network_errors.txt");
   expectTable<Error>(kErrors, CORVO_BASE_CASES "errors.txt");
+}
+
+/// The first columns of the rows of a document that begin with a name, "| `name` | `text` |".
+std::vector<std::array<std::string, 2>> rowsOf(const std::string& document) {
+  std::vector<std::array<std::string, 2>> rows;
+  std::istringstream in(document);
+  for (std::string line; std::getline(in, line);) {
+    const std::size_t end = line.find("` |", 3);
+    if (!line.starts_with("| `") || end == std::string::npos) continue;
+    const std::string rest = line.substr(end + 3);
+    rows.push_back({line.substr(3, end - 3), ""});
+    if (rest.starts_with(" `") && rest.ends_with("` |")) {
+      rows.back()[1] = rest.substr(2, rest.size() - 5);
+    }
+  }
+  return rows;
+}
+
+constexpr int kIndex = 123456789;  // which the document calls by its field
+
+// The fields are called by their names, as the catalogue does.
+const std::vector<Error> kCatalogue{
+    Error::InitializationOfExistingClient{"{tag}"},
+    Error::RequestConfigFailed{{Network::CustomError{"{error}"}}},
+    Error::RequestLocationFailed{{Network::CustomError{"{error}"}}},
+    Error::FeatureFlagNotFound{"{featureFlag}"},
+    Error::FeatureFlagNoRules{"{featureFlag}"},
+    Error::FeatureFlagRulesNotSatisfied{"{featureFlag}"},
+    Error::ExperimentNotFound{"{experiment}"},
+    Error::ExperimentGroupNotMatchingFeatureFlagGroup{
+        "{experiment}", "{featureFlag}", "{userGroup}", {"a", "b"}},
+    Error::ExperimentSplitIdNotFound{"{experiment}"},
+    Error::ExperimentGroupIndexNotFound{"{experiment}", kIndex},
+    Error::ExperimentAlreadyContainsUser{"{experiment}"},
+    Error::ExperimentGroupAlreadyContainsUser{"{experiment}", kIndex},
+    Error::HoldoutNotFound{"{holdout}"},
+    Error::ExperimentsEmpty{},
+    Error::NoForceIncludedExperiments{}};
+
+const std::vector<Network> kNetworkCatalogue{
+    Network::IncorrectURL{"{address}"}, Network::UrlError{"{localizedDescription}"},
+    Network::WrongStatusCode{kIndex},   Network::DecodingError{"{localizedDescription}"},
+    Network::CustomError{"{text}"},     Network::NoData{}};
+
+TEST(Errors, StandInTheCatalogueWithTheirTexts) {
+  const auto rows = rowsOf(tests::contentsOf(CORVO_ROOT "/docs/errors.md"));
+  std::size_t row = 0;
+  // Each case has a row with its text, and in the next table another one.
+  const auto expectRows = [&](const auto& errors, const auto& names, const std::string& index) {
+    for (const bool hasText : {true, false}) {
+      for (std::size_t i = 0; i < errors.size(); ++i, ++row) {
+        std::string name = names[i][0];
+        name[0] = static_cast<char>(std::tolower(name[0]));
+        std::string text = errors[i].description();
+        tests::replaceAll(text, std::to_string(kIndex), index);
+        ASSERT_LT(row, rows.size());
+        EXPECT_EQ(rows[row][0], name);
+        EXPECT_EQ(rows[row][1], hasText ? text : "");
+      }
+    }
+  };
+  expectRows(kCatalogue, tests::caseTable<2>(CORVO_BASE_CASES "errors.txt"), "{index}");
+  expectRows(kNetworkCatalogue, tests::caseTable<2>(CORVO_BASE_CASES "network_errors.txt"),
+             "{statusCode}");
+}
+
+TEST(Errors, StopTheProcessWithTheLinesOfTheCatalogue) {
+  std::string sources;
+  for (const auto& each : std::filesystem::recursive_directory_iterator(CORVO_ROOT "/src")) {
+    if (each.is_regular_file()) sources += tests::contentsOf(each.path().string());
+  }
+  std::size_t found = 0;
+  for (const auto& row : rowsOf(tests::contentsOf(CORVO_ROOT "/docs/errors.md"))) {
+    if (!row[0].starts_with("Corvo: ")) continue;
+    EXPECT_NE(sources.find('"' + row[0].substr(7) + '"'), std::string::npos) << row[0];
+    ++found;
+  }
+  EXPECT_EQ(found, 3U);
 }
 
 TEST(Errors, CompareAndGiveTheirPayloads) {

@@ -81,6 +81,28 @@ TEST_F(AnswerTest, LeavesADroppedCoroutineToItsOwner) {
   coroutine.handle.destroy();
 }
 
+TEST_F(AnswerTest, TellsAnAdapterOfItsEndHoweverItEnds) {
+  using corvo_internal::AnswerEnd;
+  std::string ended;
+  const auto note = [&](char which) { return [&ended, which] { ended += which; }; };
+  auto answered = client->checkFlag<bool>("on");
+  AnswerEnd::notify(answered, note('a'));
+  {
+    auto destroyed = client->checkFlag<bool>("on");
+    AnswerEnd::notify(destroyed, note('x'));
+  }
+  fake.time->run();
+  AnswerEnd::notify(answered, note('b'));
+  EXPECT_EQ(ended, "ab") << "and at once afterwards";
+  fake.time->advance(11);
+  auto dropped = client->checkFlag<bool>("on");
+  AnswerEnd::notify(dropped, note('c'));
+  registry.removeClient("tag");
+  client.reset();
+  fake.time->run();
+  EXPECT_EQ(ended, "abc");
+}
+
 TEST_F(AnswerTest, GetsItsAnswerByRunningTheQueueAndItsTime) {
   fake.session->next("config.json", fakes::after(5, fakes::ok(project)));
   const double start = fake.time->now();
@@ -91,6 +113,35 @@ TEST_F(AnswerTest, GetsItsAnswerByRunningTheQueueAndItsTime) {
 TEST_F(AnswerTest, GetDoesNotHangWhenNothingCanAnswer) {
   fake.session->next("config.json", fakes::silence());
   EXPECT_THROW(client->checkFlag<bool>("on").get(), QuestionDropped);
+}
+
+TEST_F(AnswerTest, IsReadyWhenItNeedNotWait) {
+  fake.session->next("config.json", fakes::after(5, fakes::ok(project)));
+  auto pending = client->checkFlag<bool>("on");
+  EXPECT_FALSE(pending.ready());
+  fake.time->advance(5);
+  EXPECT_TRUE(pending.ready());
+  EXPECT_TRUE(client->checkFlag<bool>("on").ready());
+  fake.time->advance(10);
+  auto dropped = client->checkFlag<bool>("on");
+  registry.removeClient("tag");
+  client.reset();
+  EXPECT_FALSE(dropped.ready());
+  fake.time->run();
+  EXPECT_TRUE(dropped.ready()) << "there is nothing to wait for";
+}
+
+TEST_F(AnswerTest, GivesADefaultForWhatIsAbsentFailedOrDropped) {
+  EXPECT_TRUE(client->checkFlag<bool>("on").valueOr(false));
+  EXPECT_EQ(client->checkFlag<std::int64_t>("on").valueOr(7), 7) << "no integer";
+  EXPECT_EQ(client->checkFlag<std::string>("nothing").valueOr("none"), "none");
+  EXPECT_TRUE(client->getHoldout("nothing").valueOr(true));
+  auto taken = client->checkFlag<bool>("on");
+  EXPECT_TRUE(taken.valueOr(false));
+  EXPECT_FALSE(taken.valueOr(false)) << "it was taken";
+  fake.time->advance(10);
+  fake.session->next("config.json", fakes::silence());
+  EXPECT_FALSE(client->checkFlag<bool>("on").valueOr(false));
 }
 
 TEST_F(AnswerTest, MovesBeforeAndAfterItIsSettled) {

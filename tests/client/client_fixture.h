@@ -14,10 +14,7 @@ namespace corvo {
 
 /// Clients on the fakes, with a backend that serves a small project and a location.
 struct ClientWorld {
-  ClientWorld() {
-    fake.session->always("config.json", fakes::ok(project));
-    fake.session->always("geo", fakes::ok(R"({"city": "Berlin"})"));
-  }
+  ClientWorld() { fake.serve(project, {{"city", "Berlin"}}); }
 
   std::shared_ptr<CorvoClient> makeClient(std::uint64_t retryCount = 0,
                                           std::optional<CorvoUser> user = std::nullopt) {
@@ -35,7 +32,13 @@ struct ClientWorld {
   std::size_t configRequests() const { return fake.session->requestCount("config.json"); }
   std::size_t geoRequests() const { return fake.session->requestCount("geo"); }
 
-  const std::string project = tests::contentsOf(CORVO_CLIENT_CASES "project.json");
+  const std::string project =
+      fakes::project()
+          .flag("on", true)
+          .flag("berlin", when(fakes::where("geo.city", fakes::Sign::equal, "Berlin"), "yes"))
+          .flag("mine", when(fakes::where("custom.plan", fakes::Sign::equal, "gold"), "yes"))
+          .flag("empty", {})
+          .toJson();
   fakes::FakePlatform fake;
   ClientRegistry registry{fake.platform()};
 };

@@ -47,6 +47,47 @@ TEST_F(ClientTest, RefusesAnImpossibleAddressBeforeItReturns) {
   EXPECT_TRUE(fake.session->requests().empty());
 }
 
+TEST_F(ClientTest, TellsHowFreshItsCopiesAre) {
+  const auto client = makeClient();
+  EXPECT_FALSE(client->status().configuration || client->status().location);
+  const double start = fake.time->now();
+  client->checkFlag<bool>("on").get();
+  fake.time->advance(4);
+  client->excludeForce("e", nullptr);  // fails
+  fake.time->advance(16);
+  client->getProject().get();
+  const ClientStatus status = client->status();
+  EXPECT_EQ(status.configuration->fetchedAt, start + 20);
+  EXPECT_EQ(status.configuration->freshUntil, start + 30);
+  EXPECT_EQ(status.location->freshUntil, start + 10) << "no question needed a new one";
+  EXPECT_EQ(configRequests() + geoRequests(), 3U) << "looking fetches nothing";
+}
+
+TEST_F(ClientTest, TakesNoIndexInEveryForm) {
+  fake.session->always("config.json",
+                       fakes::ok(R"({"experiments": [{"name": "e", "salt": "s", "allocation": 1,
+    "groups": [{"name": "a", "weight": 1}]}]})"));
+  const auto client = makeClient(0, CorvoUser::Builder().setUserId("u").build());
+  const auto forced = [&] { return stored("corvoForcedExperiments.value"); };
+  client->includeForce("e", 0).get();
+  EXPECT_EQ(forced(), R"({"e":0})");
+  client->includeForce("e", {}).get();
+  const std::string without = forced();
+  int calls = 0;
+  const auto again = [&](auto include) {
+    client->includeForce("e", 0).get();
+    include();
+    fake.time->run();
+    EXPECT_EQ(forced(), without);
+  };
+  again([&] { client->includeForce("e", {}, [&] { ++calls; }); });
+  again([&] { client->includeForce("e", std::optional<int>(), [&] { ++calls; }, {}); });
+  again([&] { client->includeForce("e", [&] { ++calls; }); });
+  again([&] { client->includeForce("e", nullptr); });
+  again([&] { client->includeForce("e", {}, {}); });
+  EXPECT_EQ(calls, 3);
+}
+
 TEST_F(ClientTest, BuilderCallbacksThatDoNothingStoreNothing) {
   const auto client = makeClient();
   client->setUserProperties(nullptr);

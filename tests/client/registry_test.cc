@@ -35,6 +35,19 @@ TEST_F(RegistryTest, RefusesATagThatIsTakenUntilItIsRemoved) {
   EXPECT_NE(makeClient(), first);
 }
 
+TEST_F(RegistryTest, TakesOptionsByName) {
+  const auto client = registry.initializeClient(
+      {.projectToken = "token", .apiURL = "https://flags.example.com", .retryCount = 1});
+  EXPECT_EQ(registry.getClient("default"), client);
+  fake.session->next("config.json", fakes::status(500));
+  client->checkFlag<bool>("on").get();
+  EXPECT_EQ(fake.session->requests().front().headers.at("token"), "token");
+  EXPECT_EQ(client->status().location->freshUntil, fake.time->now() + 300);
+  const CorvoUser user = CorvoUser::Builder().setUserId("u").build();
+  registry.initializeClient({.projectToken = "b", .apiURL = "a", .initialUser = user, .tag = "b"});
+  EXPECT_EQ(fake.store->contents("storagebb").count("user.value"), 1U);
+}
+
 TEST_F(RegistryTest, MayBeUsedFromManyThreads) {
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {

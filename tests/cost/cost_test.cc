@@ -25,25 +25,19 @@ struct CountedClock : Clock {
   }
 };
 
-std::string rule(const std::string& value) {
-  return R"([{"is_default": false, "value": ")" + value +
-         R"(", "conditional_statement": "AND", "conditions": [
-            {"name": "userId", "condition_sign": "equal", "value": "u"},
-            {"name": "geo.city", "condition_sign": "any of", "value": ["Berlin", "Graz"]}]}])";
+fakes::Rules rule(const std::string& value) {
+  return when(fakes::where("userId", fakes::Sign::equal, "u") &&
+                  fakes::where("geo.city", fakes::Sign::anyOf, {"Berlin", "Graz"}),
+              value);
 }
 
 std::string project(int flagCount) {
-  std::string json = R"({"experiments": [
-      {"name": "e", "salt": "s", "allocation": 1, "groups": [{"name": "g", "weight": 1}],
-       "feature_flags": [{"name": "carried", "type": "t", "groups": [
-           {"group": "g", "rules": )" +
-                     rule("1") + R"(}]}]}], "feature_flags": [)";
+  auto built = fakes::project().experiment(
+      fakes::experiment("e", {"g"}).flag("carried", {{"g", rule("1")}}));
   for (int i = 0; i < flagCount; ++i) {
-    json += R"({"name": "flag)" + std::to_string(i) + R"(", "type": "t", "rules": )" +
-            rule(i == 0 ? "true" : std::to_string(i) + ".0") + "},";
+    built.flag("flag" + std::to_string(i), rule(i == 0 ? "true" : std::to_string(i) + ".0"));
   }
-  json.back() = ']';
-  return json + "}";
+  return built.toJson();
 }
 
 /// The number of allocations and clock reads of a question that was asked before.
@@ -55,8 +49,7 @@ struct Cost {
 class CostTest : public testing::Test {
  protected:
   void start(int flagCount) {
-    fake.session->always("config.json", fakes::ok(project(flagCount)));
-    fake.session->always("geo", fakes::ok(R"({"city": "Graz"})"));
+    fake.serve(project(flagCount), {{"city", "Graz"}});
     Platform platform = fake.platform();
     platform.clock = clock;
     registry = std::make_unique<ClientRegistry>(platform);

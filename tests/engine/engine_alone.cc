@@ -35,7 +35,8 @@ bool isUnreadable(std::string_view text) {
 
 bool answers(corvo::Evaluation& about) {
   const auto layout = about.getExperiment("layout").value();
-  return about.checkFlag<double>("discount").value() == 0.25 &&
+  return about.checkFlag<double>("discount").valueOr(0.0) == 0.25 &&
+         about.checkFlag<bool>("missing").valueOr(true) &&
          about.checkFlag<std::int64_t>("columns").value() == 3 && layout != nullptr &&
          layout->userGroupName() == "wide" &&
          layout->getFeatureValue<std::int64_t>("columns") == 3 &&

@@ -1,4 +1,3 @@
-#include <corvo/client_registry.h>
 #include <corvo/evaluation.h>
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
@@ -87,11 +86,9 @@ std::string everythingOf(const Project& project, Evaluation& evaluation) {
 
 TEST(Evaluation, AnswersAsAClientDoes) {
   for (const std::string file : {CORVO_SHOP "config.json", CORVO_CLIENT_CASES "experiments.json"}) {
-    fakes::FakePlatform fake;
-    fake.session->always("config.json", fakes::ok(tests::contentsOf(file)));
-    fake.session->always("geo", fakes::ok(R"({"country": "DE", "city": "Berlin"})"));
-    ClientRegistry registry(fake.platform());
-    const auto client = registry.initializeClient("token", {}, "https://a", 1'000'000, 0, "tag");
+    const fakes::ReadyClient client(tests::contentsOf(file),
+                                    {.location = location(), .cacheTTL = 1'000'000});
+    const fakes::FakePlatform& fake = client.fake;
     const Device& device = *fake.device;
     EvaluationContext context{.location = location(),
                               .device = {device.applicationVersion(), device.vendorIdentifier(),

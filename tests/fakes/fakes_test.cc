@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <set>
 #include <stdexcept>
 
 namespace corvo::fakes {
@@ -103,6 +104,80 @@ TEST_F(ScriptedSessionTest, AnswersInsideTheCallByRoute) {
   EXPECT_THAT(bodies, ElementsAre("once", "twice", "always", "always", "failed"));
   EXPECT_EQ(session->requestCount("geo"), 4U);
   EXPECT_EQ(session->requests()[1].url, "http:/h/geo?a=/b");
+}
+
+TEST_F(ScriptedSessionTest, TakesBackWhatItWasTold) {
+  session->always("geo", ok("always"));
+  session->next("geo", ok("once"));
+  session->clearNext("geo");
+  session->clearNext("never heard of");
+  ask("geo");
+  session->always("geo", ok("another"));
+  session->next("geo", after(1, ok("under way")));
+  session->next("geo", ok("once"));
+  ask("geo");
+  session->clear("geo");
+  ask("geo");
+  time->advance(1);
+  EXPECT_THAT(bodies, ElementsAre("always", "failed", "under way"));
+  EXPECT_EQ(session->requestCount("geo"), 3U);
+}
+
+TEST(FakeTimeZoneTest, MovesBetweenZonesWithAndWithoutAName) {
+  FakeTimeZone zone(19'800);
+  auto expect = [&zone, identifiers = std::set<std::uint64_t>{}](std::int32_t winter,
+                                                                 std::int32_t summer) mutable {
+    EXPECT_EQ(zone.offsetAt(1'704'067'200), winter);
+    EXPECT_EQ(zone.offsetAt(1'714'564'800), summer);
+    EXPECT_TRUE(identifiers.insert(zone.identifier()).second);
+  };
+  expect(19'800, 19'800);
+  zone.change("UTC");
+  expect(0, 0);
+  zone.change("America/New_York");
+  expect(-5 * 3'600, -4 * 3'600);
+  EXPECT_THROW(zone.change("New_York"), std::invalid_argument);
+  EXPECT_EQ(zone.offsetAt(0), -5 * 3'600) << "stays where it is";
+  zone.change(3'600);
+  expect(3'600, 3'600);
+}
+
+TEST(ReadyClientTest, AnswersAtOnceUntilItsCopiesExpire) {
+  const auto berlin =
+      when(where("geo.city", Sign::equal, "Berlin") && where("custom.plan", Sign::equal, "gold"),
+           "both");
+  ReadyClient app(project().flag("f", berlin),
+                  {.user = {{"userId", "ann"}, {"custom.plan", "gold"}},
+                   .location = {{"city", "Berlin"}},
+                   .cacheTTL = 20,
+                   .retryCount = 1});
+  const auto answer = [&app] {
+    std::string seen = "pending";
+    app->checkFlag<std::string>(
+        "f", [&](auto value) { seen = value.value(); },
+        [&](const CorvoError& error) { seen = error.name(); });
+    return seen;
+  };
+  EXPECT_EQ(answer(), "both");
+  EXPECT_EQ(app.fake.session->requests().size(), 2U);
+  app.fake.time->advance(19);
+  app.fake.goOffline();
+  app.restart();
+  EXPECT_EQ(answer(), "both") << "from the copies of before";
+  app.fake.time->advance(1);
+  EXPECT_THROW(app.client()->checkFlag<std::string>("f").get(), CorvoError);
+  EXPECT_EQ(app.fake.session->requestCount("config.json"), 3U) << "and a retry";
+  app.fake.serve(R"({"feature_flags": []})");
+  EXPECT_EQ(answer(), "pending");
+  app.fake.time->run();
+  EXPECT_EQ(answer(), "featureFlagNotFound");
+  app.fake.serve(project().flag("f", berlin), {{"city", "Berlin"}});
+  app.fake.time->advance(86'400);
+  EXPECT_THROW((*app).checkFlag<std::string>("f").get(), CorvoError) << "the user has expired";
+}
+
+TEST(ReadyClientTest, RefusesAConfigurationThatCannotBeDecoded) {
+  EXPECT_THROW(ReadyClient("[]"), CorvoError);
 }
 
 TEST(MemoryPreferencesStoreTest, FailsOnCueAndLeavesEverythingAsItWas) {

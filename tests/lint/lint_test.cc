@@ -8,47 +8,14 @@
 #include "json/json_places.h"
 #include "lint/codes.h"
 #include "tests/base/case_table.h"
+#include "tests/lint/framed.h"
 
 namespace corvo {
 namespace {
 
 using corvo_internal::lint::kCodes;
-
-/// A document, and the pointer to the part under test.
-struct Framed {
-  std::string text;
-  std::string pointer;
-};
-
-Framed inside(const std::string& before, const Framed& part, const std::string& after,
-              const std::string& pointer) {
-  return {before + part.text + after, pointer + part.pointer};
-}
-
-/// A part of a document within an otherwise valid document.
-Framed framed(const std::string& part) {
-  const auto object = fromCorvoString<JsonObject>(part);
-  const auto has = [&](const char* key) { return object && object->contains(key); };
-  Framed frame{part, ""};
-  const bool isCondition = has("condition_sign");
-  const bool isRule = isCondition || has("is_default");
-  if (isCondition) {
-    frame = inside(R"({"is_default": false, "value": "true", "conditional_statement": "AND",
-                       "conditions": [)",
-                   frame, "]}", "/conditions/0");
-  }
-  if (isRule) {
-    frame = inside(R"({"name": "framed", "type": "boolean", "rules": [)", frame,
-                   R"(, {"is_default": true, "value": "false", "conditional_statement": "-",
-                         "conditions": []}]})",
-                   "/rules/0");
-  }
-  if (has("salt")) return inside(R"({"experiments": [)", frame, "]}", "/experiments/0");
-  if (isRule || has("rules")) {
-    return inside(R"({"feature_flags": [)", frame, "]}", "/feature_flags/0");
-  }
-  return frame;
-}
+using tests::Framed;
+using tests::framed;
 
 std::string allOf(const std::vector<Finding>& findings) {
   std::string all;
@@ -93,7 +60,7 @@ struct Section {
 
 std::vector<Section> sections() {
   std::vector<Section> all;
-  std::ifstream file(CORVO_LINT_DOCUMENT);
+  std::ifstream file(CORVO_DOCS "lint.md");
   bool inExample = false;
   for (std::string line; std::getline(file, line);) {
     if (line.starts_with("### ")) all.push_back({line.substr(4), "", "", {line.substr(4)}});

@@ -79,6 +79,8 @@ TEST(JsonValue, FindsMembersAndWritesCompactText) {
   EXPECT_EQ(value.toJson(), R"({"a\"\\/":"\b\t\n\f\r\u0001\u001f)"
                             "\x7f\xC3\xA9"
                             R"(","b":[null,18446744073709551615,0.1],"c":[null,null]})");
+  EXPECT_EQ(toJson(*value.as<JsonObject>()), value.toJson());
+  EXPECT_EQ(toJson(*value.find("c")->as<JsonArray>()), "[null,null]");
   ASSERT_NE(value.find("b"), nullptr);
   EXPECT_EQ(value.find("b")->as<JsonArray>()->size(), 3u);
   EXPECT_EQ(value.find("d"), nullptr);

@@ -1,4 +1,5 @@
 #include <corvo/fakes.h>
+#include <corvo/version.h>
 #include <gmock/gmock.h>
 
 #include <functional>

@@ -1,3 +1,4 @@
+#include <corvo/version.h>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>

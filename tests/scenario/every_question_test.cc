@@ -43,10 +43,7 @@ const std::vector<Question> kQuestions = makeQuestions();
 class EveryQuestionTest : public ClientTest {
  protected:
   EveryQuestionTest() {
-    fake.session->always("config.json", fakes::ok(R"({"experiments": [
-        {"name": "e", "salt": "s", "allocation": 1, "groups": [{"name": "g", "weight": 1}]},
-        {"name": "h", "type": 5, "salt": "s", "allocation": 1,
-         "groups": [{"name": "g", "weight": 1}]}]})"));
+    fake.serve(fakes::project().experiment("e", {"g"}).holdout("h"), {{"city", "Berlin"}});
   }
 
   /// A client with something to exclude, either with fresh cached copies or without.

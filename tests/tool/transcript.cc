@@ -11,16 +11,6 @@
 #include "tests/tool/backend.h"
 
 namespace corvo::tool {
-namespace {
-
-/// A command and its result.
-struct Exchange {
-  std::string command;
-  std::string in;  ///< Its standard input, if any.
-  std::string out, err;
-  int status = 0;
-};
-
 std::vector<Exchange> readTranscript(const std::string& text) {
   const std::string command = "$ ";
   std::vector<Exchange> all;
@@ -40,22 +30,6 @@ std::vector<Exchange> readTranscript(const std::string& text) {
     }
   }
   return all;
-}
-
-}  // namespace
-
-std::string consolesOf(const std::string& document) {
-  std::string text;
-  std::istringstream in(document);
-  bool isInside = false;
-  for (std::string line; std::getline(in, line);) {
-    if (line.starts_with("```")) {
-      isInside = line == "```console";
-    } else if (isInside) {
-      text += line + '\n';
-    }
-  }
-  return text;
 }
 
 std::size_t replay(const std::string& text, const std::string& folder) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/base/case_table.h"
+#include "tests/docs/blocks.h"
 #include "tests/tool/backend.h"
 #include "tests/tool/transcript.h"
 
@@ -39,7 +40,10 @@ TEST(Lint, AnswersAsTheTranscriptSays) {
 
 TEST(Explain, IsDocumentedWithExamplesOfEachCode) {
   const std::string document = tests::contentsOf(CORVO_DOCS "explain.md");
-  std::string consoles = consolesOf(document);
+  std::string consoles;
+  for (const tests::Block& block : tests::blocksOf(document)) {
+    if (block.language == "console") consoles += block.text;
+  }
   const auto last = static_cast<int>(Explanation::Code::value);
   for (int i = 0; i <= last; ++i) {
     const std::string code(textOf(static_cast<Explanation::Code>(i)));
@@ -51,16 +55,6 @@ TEST(Explain, IsDocumentedWithExamplesOfEachCode) {
     line.pop_back();
     EXPECT_THAT(consoles, testing::ContainsRegex("\n[ >] *" + line + "[: ]"));
   }
-  tests::replaceAll(consoles, "config.json", "config.json 2>/dev/null");
-  replay(consoles, CORVO_SHOP);
-}
-
-TEST(Readme, ShowsWhatTheCommandsPrint) {
-  std::string consoles = consolesOf(tests::contentsOf(CORVO_DOCS "../README.md"));
-  tests::replaceAll(consoles, "config.json", "config.json 2>/dev/null");
-  tests::replaceAll(consoles, "corvo lint -\n", "corvo lint - || [ $? -eq 3 ]\n");
-  const std::size_t count = replay(consoles, CORVO_DOCS "..");
-  EXPECT_EQ(count, 3U);
 }
 
 TEST(Explain, RefusesWrongUsage) {

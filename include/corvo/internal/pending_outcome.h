@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvo/callback.h>
 #include <corvo/error.h>
 
 #include <coroutine>
@@ -23,14 +24,19 @@ class PendingOutcome {
     outcome_ = std::move(outcome);
     hasEnded_ = true;
     const std::coroutine_handle<> waiting = std::exchange(waiting_, nullptr);
+    Callback<void()> onEnd = std::move(onEnd_);
     lock.unlock();
     if (waiting) waiting.resume();
+    onEnd();
   }
 
-  /// No outcome will come. Whoever waits in a coroutine is not told.
+  /// No outcome will come. A waiting coroutine is not resumed.
   void drop() {
-    const std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
     hasEnded_ = true;
+    Callback<void()> onEnd = std::move(onEnd_);
+    lock.unlock();
+    onEnd();
   }
 
   /// Lets the coroutine wait; false when the outcome is in, so that there is nothing to wait for.
@@ -41,9 +47,24 @@ class PendingOutcome {
     return true;
   }
 
+  /// Calls the function when the question is settled or dropped: on the thread that does so, or at
+  /// once if it has happened already. It must not throw.
+  void onEnd(Callback<void()> onEnd) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (!hasEnded_) {
+        onEnd_ = std::move(onEnd);
+        return;
+      }
+    }
+    onEnd();
+  }
+
   void stopWaiting() {
+    Callback<void()> onEnd;  // destroyed outside the lock
     const std::lock_guard lock(mutex_);
     waiting_ = nullptr;
+    onEnd = std::move(onEnd_);
   }
 
   bool isSettled() const {
@@ -66,6 +87,7 @@ class PendingOutcome {
   mutable std::mutex mutex_;
   Outcome<T> outcome_;
   std::coroutine_handle<> waiting_;
+  Callback<void()> onEnd_;
   bool hasEnded_ = false;
 };
 

@@ -17,13 +17,13 @@ namespace corvo {
 /// unless its own comment says otherwise. A device must not ask a client: its facts are read under
 /// a lock.
 struct Platform {
-  std::shared_ptr<Clock> clock;
-  std::shared_ptr<TimeZone> timeZone;
-  std::shared_ptr<MainQueue> mainQueue;
-  std::shared_ptr<UrlSession> urlSession;
-  std::shared_ptr<PreferencesStore> preferencesStore;
-  std::shared_ptr<Device> device;
-  std::shared_ptr<SecureRandom> secureRandom;
+  std::shared_ptr<Clock> clock;                        ///< Tells the time.
+  std::shared_ptr<TimeZone> timeZone;                  ///< Of dates in conditions and expiries.
+  std::shared_ptr<MainQueue> mainQueue;                ///< Where answers come after a fetch.
+  std::shared_ptr<UrlSession> urlSession;              ///< Sends requests.
+  std::shared_ptr<PreferencesStore> preferencesStore;  ///< Keeps records.
+  std::shared_ptr<Device> device;                      ///< Facts for conditions.
+  std::shared_ptr<SecureRandom> secureRandom;          ///< For private identifiers.
 };
 
 }  // namespace corvo

@@ -13,8 +13,8 @@ namespace corvo {
 
 /// One edit of a suite: the bytes to keep under a key, or none to remove the key.
 struct PreferencesChange {
-  std::string key;
-  std::optional<std::string> value;
+  std::string key;                   ///< Any UTF-8 text.
+  std::optional<std::string> value;  ///< Any bytes.
 };
 
 /// A named set of binary values under text keys. Every handle to the suite of one name, within one

@@ -1,4 +1,4 @@
-#include "tool/named_zone.h"
+#include "zones/named_zone.h"
 
 #include <algorithm>
 #include <atomic>
@@ -10,9 +10,9 @@
 #include <system_error>
 #include <vector>
 
-#include "tool/zone_rule.h"
+#include "zones/zone_rule.h"
 
-namespace corvo::tool {
+namespace corvo::corvo_internal::zones {
 namespace {
 
 constexpr std::int64_t kForEver = INT64_MAX;
@@ -202,4 +202,4 @@ std::shared_ptr<const TimeZone> zoneOfFile(std::string_view content) {
   return zone;
 }
 
-}  // namespace corvo::tool
+}  // namespace corvo::corvo_internal::zones

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace corvo::tool {
+namespace corvo::corvo_internal::zones {
 
 /// From this moment on (seconds since 1970), clocks are this many seconds ahead of UTC.
 struct OffsetChange {
@@ -26,4 +26,4 @@ constexpr std::int64_t kCycleStart = 978'307'200;
 /// from -167 to 167. Daylight saving time requires both dates. Empty for any other text.
 [[nodiscard]] std::optional<std::vector<OffsetChange>> changesByRule(std::string_view rule);
 
-}  // namespace corvo::tool
+}  // namespace corvo::corvo_internal::zones

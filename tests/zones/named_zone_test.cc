@@ -1,4 +1,4 @@
-#include "tool/named_zone.h"
+#include "zones/named_zone.h"
 
 #include <gtest/gtest.h>
 #include <time.h>
@@ -7,13 +7,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "tests/base/case_table.h"
-#include "tool/moment.h"
 
-namespace corvo::tool {
+namespace corvo::corvo_internal::zones {
 namespace {
 
 constexpr std::int64_t k1850 = -3'786'912'000;
@@ -71,7 +69,7 @@ std::shared_ptr<const TimeZone> ruled(const std::string& rule) {
 const std::string kDatabase = "/usr/share/zoneinfo/";
 
 TEST(NamedZone, AgreeWithTheCLibrary) {
-  const auto names = tests::caseTable<1>(CORVO_TOOL_CASES "zones.txt");
+  const auto names = tests::caseTable<1>(CORVO_ZONES_CASES "zones.txt");
   std::size_t compared = 0;
   for (const auto& [name] : names) {
     if (!std::filesystem::exists(kDatabase + name)) continue;
@@ -169,15 +167,5 @@ TEST(NamedZone, IsReadFromTheDatabaseAlone) {
   EXPECT_NE(utc->identifier(), namedZone("UTC")->identifier());
 }
 
-TEST(Moment, IsReadAsTheTableSays) {
-  for (const auto& [text, name, expected] : tests::caseTable<3>(CORVO_TOOL_CASES "moments.txt")) {
-    const auto zone = namedZone(name);
-    ASSERT_TRUE(zone) << name;
-    std::optional<double> moment;
-    if (expected != "-") moment = std::atof(expected.c_str());
-    EXPECT_EQ(parseMoment(text, *zone), moment) << text << " in " << name;
-  }
-}
-
 }  // namespace
-}  // namespace corvo::tool
+}  // namespace corvo::corvo_internal::zones

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvo::tool {
+namespace corvo::corvo_internal::zones {
 
 /// A zone of the system's time zone database, by its IANA name ("Europe/Berlin"). The database is
 /// in the folder in the variable TZDIR, or else in /usr/share/zoneinfo. "UTC" needs no database.
@@ -19,4 +19,4 @@ namespace corvo::tool {
 /// The zone described by the content of such a file, or null.
 [[nodiscard]] std::shared_ptr<const TimeZone> zoneOfFile(std::string_view content);
 
-}  // namespace corvo::tool
+}  // namespace corvo::corvo_internal::zones

@@ -1,11 +1,11 @@
-#include "tool/zone_rule.h"
+#include "zones/zone_rule.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdlib>
 
-namespace corvo::tool {
+namespace corvo::corvo_internal::zones {
 namespace {
 
 // The years of a cycle and one on either side, because the time of a change may fall into another
@@ -152,4 +152,4 @@ std::optional<std::vector<OffsetChange>> changesByRule(std::string_view rule) {
   return changes;
 }
 
-}  // namespace corvo::tool
+}  // namespace corvo::corvo_internal::zones

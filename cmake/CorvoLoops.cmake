@@ -1,0 +1,42 @@
+# The loops that corvo/loops adapts to, where they are installed: a target corvo_loop_<name> each, for
+# this project's tests and examples. An application links its own loop and includes the header.
+
+find_package(PkgConfig QUIET)
+find_package(Threads QUIET)
+pkg_check_modules(GLIB QUIET IMPORTED_TARGET glib-2.0)
+find_path(CORVO_ASIO_INCLUDE_DIR asio/any_io_executor.hpp)
+find_package(Qt6 QUIET COMPONENTS Core)
+if(NOT Qt6_FOUND)
+  find_package(Qt5 5.15 QUIET COMPONENTS Core)
+endif()
+
+set(loops glib asio qt)
+function(corvo_loop name)
+  set(target corvo_loop_${name})
+  add_library(${target} INTERFACE)
+  target_sources(${target} INTERFACE FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/include
+    FILES ${PROJECT_SOURCE_DIR}/include/corvo/loops/${name}.h)
+  set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+  target_link_libraries(${target} INTERFACE corvo::host ${ARGN})
+endfunction()
+
+if(GLIB_FOUND)
+  corvo_loop(glib PkgConfig::GLIB)
+endif()
+if(CORVO_ASIO_INCLUDE_DIR AND Threads_FOUND)
+  corvo_loop(asio Threads::Threads)
+  target_include_directories(corvo_loop_asio SYSTEM INTERFACE ${CORVO_ASIO_INCLUDE_DIR})
+  if(CORVO_SANITIZE MATCHES "thread")  # which cannot follow Asio's fences, but its locks
+    target_compile_options(corvo_loop_asio INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-tsan>)
+  endif()
+  # Not every Asio knows the coroutines of every compiler.
+  include(CheckCXXSourceCompiles)
+  set(CMAKE_REQUIRED_INCLUDES ${CORVO_ASIO_INCLUDE_DIR})
+  check_cxx_source_compiles("#include <asio/awaitable.hpp>
+    asio::awaitable<void> task() { co_return; }
+    int main() {}" CORVO_ASIO_AWAITS)
+  unset(CMAKE_REQUIRED_INCLUDES)
+endif()
+if(Qt6_FOUND OR Qt5_FOUND)
+  corvo_loop(qt $<IF:$<TARGET_EXISTS:Qt6::Core>,Qt6::Core,Qt5::Core>)
+endif()

@@ -1,0 +1,31 @@
+// Asks a shop's backend from Qt's event loop: qt URL
+
+#include <corvo/corvo.h>
+#include <corvo/loops/qt.h>
+
+#include <iostream>
+#include <string>
+
+using namespace corvo;
+
+int main(int argc, char** argv) {
+  QCoreApplication application(argc, argv);
+  if (argc != 2) return 2;
+  const Host host = makeHost({.inMemory = true});
+  Corvo::usePlatform(host.platform);
+  const auto client = Corvo::initializeClient("shop-token", std::nullopt, argv[1], /*cacheTTL*/ 300,
+                                              /*retryCount*/ 2, Corvo::defaultClientTag);
+
+  const qt::LoopDriver driver(host.loop);
+  client->checkFlag<std::string>(
+      "welcome-text",
+      [](const std::optional<std::string>& text) {
+        std::cout << text.value_or("Hello!") << '\n';
+        QCoreApplication::quit();
+      },
+      [](const CorvoError& error) {
+        std::cerr << error.description() << '\n';
+        QCoreApplication::exit(1);
+      });
+  return QCoreApplication::exec();
+}

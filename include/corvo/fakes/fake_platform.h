@@ -1,0 +1,42 @@
+#pragma once
+
+#include <corvo/export.h>
+#include <corvo/fakes/fake_time_zone.h>
+#include <corvo/fakes/fixed_device.h>
+#include <corvo/fakes/memory_preferences_store.h>
+#include <corvo/fakes/project_builder.h>
+#include <corvo/fakes/scripted_random.h>
+#include <corvo/fakes/scripted_session.h>
+#include <corvo/fakes/virtual_time.h>
+#include <corvo/platform/platform.h>
+#include <corvo/user.h>
+
+#include <memory>
+#include <string>
+
+namespace corvo::fakes {
+
+/// All the fakes together. `ClientRegistry registry(fake.platform());` is one run of the
+/// application; a second registry on the same fakes simulates a restart.
+struct FakePlatform {
+  std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
+  std::shared_ptr<FakeTimeZone> timeZone = std::make_shared<FakeTimeZone>();
+  std::shared_ptr<ScriptedSession> session = std::make_shared<ScriptedSession>(time);
+  std::shared_ptr<MemoryPreferencesStore> store = std::make_shared<MemoryPreferencesStore>();
+  std::shared_ptr<FixedDevice> device = std::make_shared<FixedDevice>();
+  std::shared_ptr<ScriptedRandom> random = std::make_shared<ScriptedRandom>();
+
+  [[nodiscard]] Platform platform() const {
+    return {time, timeZone, time, session, store, device, random};
+  }
+
+  /// From now on the backend serves this project, or a document written by hand, and this location:
+  /// its properties by the names that a backend gives them, `{{"city", "Berlin"}}` for what
+  /// conditions call "geo.city". Clients keep what they have fetched until it expires.
+  CORVO_FAKES_EXPORT void serve(const ProjectBuilder& project, const PropertyMap& location = {});
+  CORVO_FAKES_EXPORT void serve(std::string configuration, const PropertyMap& location = {});
+  /// From now on no request is answered, as without a network: both routes fail.
+  CORVO_FAKES_EXPORT void goOffline();
+};
+
+}  // namespace corvo::fakes

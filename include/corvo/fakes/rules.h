@@ -1,0 +1,157 @@
+#pragma once
+
+#include <corvo/argument.h>
+#include <corvo/export.h>
+#include <corvo/json_value.h>
+#include <corvo/user_builder.h>
+
+#include <concepts>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+// The values of a fake project's flags, and the rules that choose among them.
+
+namespace corvo::fakes {
+
+/// The value of a flag, a parameter or a condition: a boolean, a number, a text, or a JSON object.
+/// Documents hold every value as a text; this class writes it.
+class CORVO_FAKES_EXPORT Value {
+ public:
+  template <CorvoText Text>
+  Value(const Text& text) : text_(std::string_view(text)), type_("string") {}
+  template <std::same_as<bool> Bool>
+  Value(const Bool& on) : text_(on ? "true" : "false"), type_("boolean") {}
+  template <CorvoInteger Integer>
+  Value(const Integer& number) : text_(std::to_string(number)), type_("number") {}
+  /// Throws `std::invalid_argument` for infinities and not-a-number.
+  template <std::floating_point Number>
+  Value(const Number& number) : Value(JsonValue(static_cast<double>(number))) {}
+  Value(const JsonObject& object) : Value(JsonValue(object)) {}
+
+  [[nodiscard]] const std::string& text() const { return text_; }
+  /// What a document calls its type: "boolean", "number", "string" or "json".
+  [[nodiscard]] const std::string& type() const { return type_; }
+
+ private:
+  explicit Value(const JsonValue& value);  // a number or an object
+
+  std::string text_;
+  std::string type_;
+};
+
+/// An argument that is one thing or a list of them: `"ios"`, `{"ios", "web"}` or a vector.
+template <class T>
+class OneOrMore {
+ public:
+  template <class One>
+  requires std::convertible_to<const One&, T> OneOrMore(const One& one) : list_{T(one)} {}
+  OneOrMore(std::initializer_list<T> list) : list_(list) {}
+  OneOrMore(std::vector<T> list) : list_(std::move(list)) {}
+
+  [[nodiscard]] const std::vector<T>& list() const { return list_; }
+
+ private:
+  std::vector<T> list_;
+};
+
+/// How a condition compares a property of the user with its own values.
+enum class Sign : std::uint8_t {
+  equal,
+  notEqual,
+  anyOf,           ///< The property equals one of the values.
+  noneOf,          ///< It equals none of them.
+  containsAnyOf,   ///< The property contains one of the values.
+  containsNoneOf,  ///< It contains none of them.
+  onDate,          ///< Less than 24 hours lie between the two, in either direction.
+  afterTime,       ///< The property is the later one, as "date" and "time" are of the clock.
+  beforeTime,
+  greater,  ///< Numbers; versions, such as "1.10", where the property is "appVersion".
+  less,
+  greaterEqual,
+  lessEqual,
+  startsWith,     ///< The condition's value starts with the property, not the other way round.
+  notStartsWith,  ///< The same direction holds for all signs from here on.
+  endsWith,
+  notEndsWith,
+  contains,
+  notContains
+};
+
+/// One test of one property. Made by `where`.
+struct Condition {
+  std::string property;
+  Sign sign;
+  std::vector<Value> values;
+};
+
+/// A condition on a property of the user ("userId", "appVersion", "custom.plan" ...), the location
+/// ("geo.city") or the moment ("date", "time"). Only the signs `anyOf`, `noneOf`, `containsAnyOf`
+/// and `containsNoneOf` take other than one value; the rest throw `std::invalid_argument`.
+[[nodiscard]] CORVO_FAKES_EXPORT Condition where(std::string_view property, Sign sign,
+                                                 const OneOrMore<Value>& values);
+
+/// Conditions joined by `&&`, or by `||`. A document cannot mix the two in one rule.
+struct All {
+  All(Condition condition) : conditions{std::move(condition)} {}
+  std::vector<Condition> conditions;
+};
+struct Any {
+  Any(Condition condition) : conditions{std::move(condition)} {}
+  std::vector<Condition> conditions;
+};
+[[nodiscard]] CORVO_FAKES_EXPORT All operator&&(All all, Condition more);
+[[nodiscard]] CORVO_FAKES_EXPORT Any operator||(Any any, Condition more);
+
+/// What a rule or a target requires: one condition, `a && b && ...` or `a || b || ...`.
+class CORVO_FAKES_EXPORT Requirement {
+ public:
+  Requirement(Condition condition) : Requirement(All(std::move(condition))) {}
+  Requirement(All all) : statement_("AND"), conditions_(std::move(all.conditions)) {}
+  Requirement(Any any) : statement_("OR"), conditions_(std::move(any.conditions)) {}
+
+  /// As the document has it; a private flag or experiment compares digests in place of texts.
+  [[nodiscard]] JsonObject json(bool isPrivate) const;
+
+ private:
+  std::string statement_;
+  std::vector<Condition> conditions_;
+};
+
+/// The rules of a flag: `when(requirement, value)`, perhaps more of them, `.otherwise(value)`. The
+/// first requirement that is met decides. Without `otherwise` a user who meets none gets an error.
+class CORVO_FAKES_EXPORT Rules {
+ public:
+  /// No rules: whoever asks the flag gets the error `featureFlagNoRules`.
+  Rules() = default;
+  /// One value for everyone.
+  template <class Constant>
+  requires std::convertible_to<const Constant&, Value> Rules(const Constant& value) {
+    otherwise(Value(value));
+  }
+
+  Rules& when(const Requirement& requirement, const Value& value);
+  /// Throws `std::invalid_argument` the second time.
+  Rules& otherwise(const Value& value);
+  /// A rule written by hand: a JSON object, or `std::invalid_argument` is thrown.
+  Rules& json(std::string_view rule);
+
+  [[nodiscard]] JsonArray json(bool isPrivate) const { return isPrivate ? private_ : plain_; }
+  /// The type of the first value; "string" without one.
+  [[nodiscard]] const std::string& type() const { return type_; }
+
+ private:
+  void add(const JsonObject& plain, const JsonObject& ofPrivate, const Value& value);
+
+  JsonArray plain_;
+  JsonArray private_;
+  std::string type_ = "string";
+  bool hasDefault_ = false;
+};
+
+[[nodiscard]] CORVO_FAKES_EXPORT Rules when(const Requirement& requirement, const Value& value);
+
+}  // namespace corvo::fakes

@@ -1,0 +1,28 @@
+#include <corvo/fakes/fake_platform.h>
+#include <corvo/json_value.h>
+
+#include "fakes/arguments.h"
+
+namespace corvo::fakes {
+
+void FakePlatform::serve(const ProjectBuilder& project, const PropertyMap& location) {
+  serve(project.toJson(), location);
+}
+
+void FakePlatform::serve(std::string configuration, const PropertyMap& location) {
+  for (const auto& [name, value] : location) {
+    if (!name.starts_with("geo.")) continue;
+    throw wrong({"a backend calls the location's \"", name, "\" \"", name.substr(4), "\""});
+  }
+  session->always("config.json", ok(std::move(configuration)));
+  session->always("geo", ok(JsonValue(JsonObject(location.begin(), location.end())).toJson()));
+}
+
+void FakePlatform::goOffline() {
+  for (const char* route : {"config.json", "geo"}) {
+    session->clear(route);
+    session->always(route, failure("offline"));
+  }
+}
+
+}  // namespace corvo::fakes

@@ -1,0 +1,109 @@
+#include <corvo/fakes/rules.h>
+
+#include <cstddef>
+
+#include "base/md5.h"
+#include "fakes/arguments.h"
+#include "model/fields.h"
+
+namespace corvo::fakes {
+namespace {
+
+namespace model = corvo_internal::model;
+
+static_assert(static_cast<std::size_t>(Sign::notContains) + 1 == model::kConditionSignCount);
+
+model::ConditionSign inModel(Sign sign) { return static_cast<model::ConditionSign>(sign); }
+
+bool takesAList(Sign sign) {
+  return sign == Sign::anyOf || sign == Sign::noneOf || sign == Sign::containsAnyOf ||
+         sign == Sign::containsNoneOf;
+}
+
+/// Whether the sign compares digests where flag or experiment are private.
+bool comparesDigests(Sign sign) { return sign <= Sign::noneOf || sign >= Sign::startsWith; }
+
+std::string digestOf(std::string_view text) {
+  return std::string(corvo_internal::base::view(corvo_internal::base::md5Hex(text)));
+}
+
+JsonValue written(const Condition& condition, bool isPrivate) {
+  JsonArray values;
+  for (const Value& value : condition.values) {
+    values.emplace_back(isPrivate && comparesDigests(condition.sign) ? digestOf(value.text())
+                                                                     : value.text());
+  }
+  return JsonObject{{"name", condition.property},
+                    {"condition_sign", std::string(model::textOf(inModel(condition.sign)))},
+                    {"value", std::move(values)}};
+}
+
+}  // namespace
+
+Value::Value(const JsonValue& value)
+    : text_(value.toJson()), type_(value.as<JsonObject>() != nullptr ? "json" : "number") {
+  if (text_ == "null") throw wrong({"a value must be a finite number"});
+}
+
+Condition where(std::string_view property, Sign sign, const OneOrMore<Value>& values) {
+  if (!takesAList(sign) && values.list().size() != 1) {
+    throw wrong({"the condition on \"", property, "\" takes one value with the sign \"",
+                 model::textOf(inModel(sign)), "\", not ", std::to_string(values.list().size()),
+                 "; for lists there are anyOf and noneOf"});
+  }
+  return {std::string(property), sign, values.list()};
+}
+
+All operator&&(All all, Condition more) {
+  all.conditions.push_back(std::move(more));
+  return all;
+}
+
+Any operator||(Any any, Condition more) {
+  any.conditions.push_back(std::move(more));
+  return any;
+}
+
+JsonObject Requirement::json(bool isPrivate) const {
+  JsonArray conditions;
+  for (const Condition& each : conditions_) conditions.push_back(written(each, isPrivate));
+  return {{"conditional_statement", statement_}, {"conditions", std::move(conditions)}};
+}
+
+void Rules::add(const JsonObject& plain, const JsonObject& ofPrivate, const Value& value) {
+  if (plain_.empty()) type_ = value.type();
+  for (const auto& [list, requirement] : {std::pair(&plain_, &plain), {&private_, &ofPrivate}}) {
+    JsonObject rule = *requirement;
+    rule["value"] = value.text();
+    list->push_back(std::move(rule));
+  }
+}
+
+Rules& Rules::when(const Requirement& requirement, const Value& value) {
+  JsonObject plain = requirement.json(false);
+  JsonObject ofPrivate = requirement.json(true);
+  plain["is_default"] = ofPrivate["is_default"] = false;
+  add(plain, ofPrivate, value);
+  return *this;
+}
+
+Rules& Rules::otherwise(const Value& value) {
+  if (hasDefault_) throw wrong({"these rules have a default value already"});
+  hasDefault_ = true;
+  const JsonObject rule{
+      {"is_default", true}, {"conditional_statement", "-"}, {"conditions", JsonArray()}};
+  add(rule, rule, value);
+  return *this;
+}
+
+Rules& Rules::json(std::string_view rule) {
+  plain_.push_back(byHand(rule));
+  private_.push_back(plain_.back());
+  return *this;
+}
+
+Rules when(const Requirement& requirement, const Value& value) {
+  return Rules().when(requirement, value);
+}
+
+}  // namespace corvo::fakes

@@ -1,0 +1,15 @@
+// Tests, which are run.
+#include <corvo/corvo.h>
+#include <corvo/evaluation.h>
+#include <corvo/fakes.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+using namespace corvo;
+
+// block
+
+int run() { return RUN_ALL_TESTS(); }
