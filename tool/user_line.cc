@@ -53,7 +53,7 @@ UserLine::UserLine(const EvaluationContext& defaults, std::span<const UserDocume
 }
 
 std::optional<UserLine::Fault> UserLine::read(std::string_view text) {
-  startAnew();
+  restart();
   tree_.emplace(text);
   const JsonNode* const root = tree_->root();
   if (root == nullptr) return notJson(text);
@@ -62,7 +62,7 @@ std::optional<UserLine::Fault> UserLine::read(std::string_view text) {
   return std::nullopt;
 }
 
-void UserLine::startAnew() {
+void UserLine::restart() {
   id_ = "null";
   own_.clear();
   if (std::exchange(hasOwnLocation_, false)) context_.location = defaults_.location;

@@ -47,7 +47,7 @@ class UserLine {
  private:
   using Node = corvo_internal::json::JsonNode;
 
-  void startAnew();
+  void restart();
   void readId(const Node& user);
   PerhapsFault readUser(const Node& user);
   PerhapsFault readMember(std::string_view key, const Node& value);

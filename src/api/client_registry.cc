@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "base/text.h"
+#include "client/cached_device.h"
 #include "client/client_impl.h"
-#include "client/device_once.h"
 #include "client/synchronisation.h"
 #include "network/network_client_impl.h"
 #include "storage/storage_client.h"
@@ -37,7 +37,7 @@ class Clients {
  public:
   explicit Clients(Platform platform)
       : platform_(checked(std::move(platform))),
-        device_(std::make_shared<client::DeviceOnce>(platform_.device)) {}
+        device_(std::make_shared<client::CachedDevice>(platform_.device)) {}
 
   std::shared_ptr<CorvoClient> initialize(ClientOptions options) {
     const std::string tag = base::wellFormed(options.tag);
@@ -137,7 +137,7 @@ class Clients {
   }
 
   Platform platform_;
-  std::shared_ptr<client::DeviceOnce> device_;
+  std::shared_ptr<client::CachedDevice> device_;
   mutable std::mutex mutex_;
   Map clients_;
 };

@@ -11,10 +11,10 @@
 #include <string_view>
 #include <vector>
 
-#include "base/exclusive_access.h"
+#include "base/concurrent_use_guard.h"
+#include "client/evidence_cache.h"
 #include "client/forced_inclusions.h"
 #include "client/question.h"
-#include "client/standing_evidence.h"
 #include "client/stored_context.h"
 #include "client/stored_user.h"
 #include "client/synchronisation.h"
@@ -79,7 +79,7 @@ class CorvoClientImpl final : public CorvoClient,
   using LocationPointer = std::shared_ptr<const PropertyMap>;
 
   // Every operation takes the client for its thread, and releases it before it calls back.
-  using Access = base::ExclusiveAccess<>;
+  using Access = base::ConcurrentUseGuard<>;
 
   // The time of the operation that begins. Also retries a store that failed, except inside another
   // operation, because records that it has read must not change.
@@ -98,20 +98,20 @@ class CorvoClientImpl final : public CorvoClient,
   // A period in which a question is decided without waiting: its time, and a snapshot of external
   // state, taken before anything was read. Empty after a fetch, because records may have changed
   // since the question read them.
-  struct Stretch {
+  struct UninterruptedPeriod {
     double now = 0;
-    std::optional<StandingEvidence::Surroundings> surroundings = {};
+    std::optional<EvidenceCache::Surroundings> surroundings = {};
   };
-  void askAtLength(Question& question, const Stretch& stretch, Turn& turn);
-  void askAnew(Question& question, Turn& turn);
-  void locate(Question& question, const EvaluatorPointer& evaluator, const Stretch& stretch,
-              Turn& turn);
+  void askWithoutEvidence(Question& question, const UninterruptedPeriod& period, Turn& turn);
+  void askAfterFetch(Question& question, Turn& turn);
+  void locate(Question& question, const EvaluatorPointer& evaluator,
+              const UninterruptedPeriod& period, Turn& turn);
   void decide(Question& question, const EvaluatorPointer& evaluator,
-              const LocationPointer& location, const Stretch& stretch, Turn& turn);
+              const LocationPointer& location, const UninterruptedPeriod& period, Turn& turn);
 
-  [[nodiscard]] StandingEvidence::Surroundings surroundings() const;
+  [[nodiscard]] EvidenceCache::Surroundings surroundings() const;
   // Whether the evidence of a question remains valid until the end of the second.
-  [[nodiscard]] bool mayKeep(const Stretch& stretch, const Turn& turn);
+  [[nodiscard]] bool mayKeep(const UninterruptedPeriod& period, const Turn& turn);
   const EvaluatorPointer& evaluatorOf(const ConfigPointer& config);
 
   void askMemberships(experiments::Scope scope, AnswerSink<std::optional<std::string>>& sink);
@@ -122,7 +122,7 @@ class CorvoClientImpl final : public CorvoClient,
   template <class Route, class Failure, class Step>
   void fetch(Question& question, Turn& turn, Step step);
   template <class Failure, class Step>
-  void goOn(const std::shared_ptr<Question>& waiting, Step step);
+  void resume(const std::shared_ptr<Question>& waiting, Step step);
 
   Access access_{"a client was used from two threads at once"};
   std::shared_ptr<storage::StorageClient> storage_;
@@ -135,7 +135,7 @@ class CorvoClientImpl final : public CorvoClient,
   bool lacksInclusions_ = false;  // the configuration was fetched without reading them
   ConfigPointer config_;          // the configuration of evaluator_
   EvaluatorPointer evaluator_;
-  StandingEvidence evidence_;  // refers to evaluator_ and contexts_
+  EvidenceCache evidence_;  // refers to evaluator_ and contexts_
 };
 
 }  // namespace corvo::corvo_internal::client

@@ -12,7 +12,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "base/exclusive_access.h"
+#include "base/concurrent_use_guard.h"
 #include "evaluation/evaluator.h"
 #include "project/prepared_project.h"
 #include "targeting/context.h"
@@ -26,7 +26,7 @@ struct Evidence {
 };
 
 /// Holds the client while a question is asked.
-using Turn = base::ExclusiveAccess<>::Scope;
+using Turn = base::ConcurrentUseGuard<>::Scope;
 
 /// A question on its way to its answer. Created on the caller's stack; moves to the heap to wait
 /// for a fetch. Finally `answer` or `fail` is called. The client is not touched afterwards.

@@ -10,7 +10,7 @@ const std::shared_ptr<const CorvoUser>& StoredContext::currentUser() {
   auto& slot = parts_.storage->user;
   if (const auto& stored = slot.read()) return stored;
   slot.write(std::make_shared<const CorvoUser>(CorvoUser{PropertyMap(), PropertyMap()}),
-             parts_.clock->now(), storage::Origin::makeshift);
+             parts_.clock->now(), storage::Origin::placeholder);
   return slot.read();
 }
 

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "client/device_once.h"
+#include "client/cached_device.h"
 #include "project/prepared_project.h"
 #include "storage/storage_client.h"
 #include "targeting/context.h"
@@ -23,7 +23,7 @@ class StoredContext {
     std::shared_ptr<storage::StorageClient> storage;
     std::shared_ptr<const Clock> clock;
     std::shared_ptr<const TimeZone> timeZone;
-    std::shared_ptr<DeviceOnce> device;
+    std::shared_ptr<CachedDevice> device;
   };
   explicit StoredContext(Parts parts);
 

@@ -13,7 +13,7 @@ std::string Synchronisation::privateIdentifier() {
   auto& slot = parts_.storage->corvoPrivateId;
   if (const auto& stored = slot.read()) return *stored;
   auto made = std::make_shared<const std::string>(network::makePrivateIdentifier(*parts_.random));
-  slot.write(made, parts_.clock->now(), storage::Origin::makeshift);
+  slot.write(made, parts_.clock->now(), storage::Origin::placeholder);
   return *made;
 }
 

@@ -9,7 +9,7 @@
 #include <memory>
 #include <mutex>
 
-#include "base/exclusive_access.h"
+#include "base/concurrent_use_guard.h"
 #include "host/curl_transfers.h"
 
 namespace corvo::corvo_internal::host {
@@ -34,7 +34,7 @@ class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<
   void wake() noexcept { transfers_.wake(); }
 
  private:
-  using Access = base::ExclusiveAccess<base::Noticing::always>;
+  using Access = base::ConcurrentUseGuard<base::Detection::exact>;
 
   /// Advances the transfers and runs the tasks queued by then. Returns true immediately when the
   /// condition holds.

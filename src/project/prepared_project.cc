@@ -12,8 +12,8 @@ namespace corvo::corvo_internal::project {
 namespace {
 
 template <class NameAt>
-CORVO_COLD std::uint32_t positionOfMended(const base::NameIndex& index, std::string_view name,
-                                          NameAt nameAt) {
+CORVO_COLD std::uint32_t positionOfRepaired(const base::NameIndex& index, std::string_view name,
+                                            NameAt nameAt) {
   return index.find(base::wellFormed(name), nameAt);
 }
 
@@ -22,7 +22,7 @@ std::uint32_t positionOf(const base::NameIndex& index, std::string_view name, Na
   const std::uint32_t position = index.find(name, nameAt);
   // Most unknown names are well-formed.
   if (position != base::NameIndex::kNone || base::isWellFormed(name)) return position;
-  return positionOfMended(index, name, nameAt);
+  return positionOfRepaired(index, name, nameAt);
 }
 
 CarriedFlag prepared(const model::FeatureFlag& flag, const PreparedExperiment& carrier,

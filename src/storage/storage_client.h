@@ -42,7 +42,7 @@ struct StorageClient {
   void fail() noexcept { storage_->fail(); }
 
   /// Whether any value has yet to be written to the store.
-  [[nodiscard]] bool isOwed() const noexcept;
+  [[nodiscard]] bool isPending() const noexcept;
 
   ExpiringProperty<model::ConfigResponse> config;
   ExpiringProperty<PropertyMap> location;

@@ -67,7 +67,7 @@ class Stored {
 enum class Origin : std::uint8_t {
   replacement,  ///< Replaces the stored value, whatever it is.
   edit,         ///< Derived from the result of `read`: stored entries that it lacks are added.
-  makeshift     ///< Created by the library because there was no stored value: gives way to one.
+  placeholder   ///< Created by the library because there was no stored value: gives way to one.
 };
 
 /// One persisted value of a client: a typed slot that keeps its value in the store and remembers
@@ -95,7 +95,7 @@ class StorageProperty {
 
   /// The value; null if there is none. The reference is valid until the next use of the slot.
   const std::shared_ptr<const T>& read() {
-    if (cachedValue_ || owed_) return cachedValue_;
+    if (cachedValue_ || pending_) return cachedValue_;
     return storedValue_.read(*storage_);
   }
 
@@ -116,19 +116,19 @@ class StorageProperty {
   /// Replaces the value, or removes it, and stamps the slot with the current time. If the store
   /// does not accept the value, writing it stays pending.
   void write(Prepared prepared, Origin origin = Origin::replacement) {
-    const Origin standing = standingOf(origin);
+    const Origin effective = effectiveOrigin(origin);
     cachedValue_ = std::move(prepared.value);
     cachedUpdateTime_ = prepared.now;
     storedValue_.forget();
-    owed_ = standing;
-    if (standing == Origin::replacement && storage_->set(prepared.changes)) owed_.reset();
+    pending_ = effective;
+    if (effective == Origin::replacement && storage_->set(prepared.changes)) pending_.reset();
   }
   void write(std::shared_ptr<const T> value, double now, Origin origin = Origin::replacement) {
     write(prepare(std::move(value), now), origin);
   }
 
   /// Whether the value has yet to be written to the store.
-  [[nodiscard]] bool isOwed() const noexcept { return owed_.has_value(); }
+  [[nodiscard]] bool isPending() const noexcept { return pending_.has_value(); }
 
   /// Whether the last read of the store succeeded.
   [[nodiscard]] bool isKnown() const noexcept { return storedValue_.isKnown(); }
@@ -142,15 +142,15 @@ class StorageProperty {
   /// Called when the store can be reached again. Writes the pending value, or gives way to the
   /// stored one.
   void settle() {
-    if (!owed_ || (*owed_ != Origin::replacement && !settleWithStored())) return;
-    if (storage_->set(prepare(cachedValue_, *cachedUpdateTime_).changes)) owed_.reset();
+    if (!pending_ || (*pending_ != Origin::replacement && !settleWithStored())) return;
+    if (storage_->set(prepare(cachedValue_, *cachedUpdateTime_).changes)) pending_.reset();
   }
 
  private:
   // The origin to record for the value, given that the stored value may be known or already
   // replaced.
-  [[nodiscard]] Origin standingOf(Origin origin) const {
-    const bool standsAlone = owed_ ? *owed_ == Origin::replacement : storedValue_.isKnown();
+  [[nodiscard]] Origin effectiveOrigin(Origin origin) const {
+    const bool standsAlone = pending_ ? *pending_ == Origin::replacement : storedValue_.isKnown();
     return standsAlone ? Origin::replacement : origin;
   }
 
@@ -158,23 +158,23 @@ class StorageProperty {
   bool settleWithStored() {
     const std::shared_ptr<const T>& stored = storedValue_.read(*storage_);
     if (!storedValue_.isKnown()) return false;
-    if (stored != nullptr && *owed_ == Origin::makeshift) {
+    if (stored != nullptr && *pending_ == Origin::placeholder) {
       cachedValue_.reset();
       cachedUpdateTime_.reset();
-      owed_.reset();
+      pending_.reset();
       return false;
     }
     if constexpr (Mergeable<T>) {
       if (stored != nullptr) cachedValue_ = merged(*stored, *cachedValue_);
     }
-    owed_ = Origin::replacement;
+    pending_ = Origin::replacement;
     return true;
   }
 
   std::shared_ptr<StorageProtocol> storage_;
   std::shared_ptr<const T> cachedValue_;    // last written through this slot in this process
   std::optional<double> cachedUpdateTime_;  // the time of that write
-  std::optional<Origin> owed_;              // empty if nothing is pending
+  std::optional<Origin> pending_;           // empty if nothing is pending
   Stored<T> storedValue_;
   Stored<json::StoredDate> storedTime_;
 };
@@ -218,7 +218,7 @@ class ExpiringProperty : private StorageProperty<T> {
   using StorageProperty<T>::updateTime;
   using StorageProperty<T>::prepare;
   using StorageProperty<T>::write;
-  using StorageProperty<T>::isOwed;
+  using StorageProperty<T>::isPending;
   using StorageProperty<T>::isKnown;
   using StorageProperty<T>::forgetStored;
   using StorageProperty<T>::settle;

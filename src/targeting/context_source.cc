@@ -130,7 +130,7 @@ void ContextSource::readRecord() {
 
 // A found name is well-formed. The value of a name that is ill-formed is not needed.
 void ContextSource::readLasting() {
-  mended_.clear();
+  repaired_.clear();
   for (const auto& [name, value] : properties_) {
     std::uint32_t number = names_->find(name);
     if (number == PropertyNames::kNone && !base::isWellFormed(name)) {
@@ -138,7 +138,8 @@ void ContextSource::readLasting() {
     }
     if (number == PropertyNames::kNone) continue;
     const bool isWellFormed = base::isWellFormed(value);
-    putUser(number, isWellFormed ? value : mended_.emplace_front(base::wellFormed(value)), kNever);
+    putUser(number, isWellFormed ? value : repaired_.emplace_front(base::wellFormed(value)),
+            kNever);
   }
 }
 

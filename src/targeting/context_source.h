@@ -76,7 +76,7 @@ class ContextSource {
   std::uint64_t revision_ = 0;
   const CorvoUser* user_ = nullptr;
   std::span<const LastingProperty> properties_;  // used if there is no user
-  std::forward_list<std::string> mended_;        // replacements for ill-formed values among them
+  std::forward_list<std::string> repaired_;      // replacements for ill-formed values among them
   const PropertyMap* location_ = nullptr;
   const PropertyNames* names_ = nullptr;
   DeviceProperties device_;

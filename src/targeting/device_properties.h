@@ -32,7 +32,7 @@ class DeviceProperties {
   /// second. `zone` identifies the current time zone.
   bool show(double now, std::uint64_t zone, const LocalTime& localTime) {
     if (zone == zone_ && second_ <= now && now < second_ + 1) return false;
-    return showAnew(now, zone, localTime);
+    return showAgain(now, zone, localTime);
   }
 
   [[nodiscard]] const std::array<Property, 6>& list() const noexcept { return list_; }
@@ -45,7 +45,7 @@ class DeviceProperties {
  private:
   enum Position : std::size_t { kAppVersion, kDeviceId, kOsName, kOsVersion, kTime, kDate };
 
-  bool showAnew(double now, std::uint64_t zone, const LocalTime& localTime);
+  bool showAgain(double now, std::uint64_t zone, const LocalTime& localTime);
 
   std::array<Property, 6> list_;
   double second_ = std::numeric_limits<double>::quiet_NaN();  // the second of the last check

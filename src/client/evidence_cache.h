@@ -14,7 +14,7 @@ namespace corvo::corvo_internal::client {
 /// Evidence about the user that is reused by later questions. It remains valid while nothing that
 /// it depends on can have changed: within the same second, in the same time zone, and until anybody
 /// writes to the store. Code that changes anything else must drop it. Not thread-safe.
-class StandingEvidence {
+class EvidenceCache {
  public:
   /// State that others can change, readable with a few loads.
   struct Surroundings {
@@ -35,7 +35,7 @@ class StandingEvidence {
     end_ = endOfSecond(now);
   }
 
-  [[nodiscard]] bool stands(double now, const Surroundings& surroundings) const noexcept {
+  [[nodiscard]] bool isValid(double now, const Surroundings& surroundings) const noexcept {
     return begin_ <= now && now < end_ && surroundings_ == surroundings;
   }
   /// The evidence for a question at that time, while it is valid.

@@ -15,9 +15,9 @@ namespace corvo::corvo_internal::client {
 
 /// The facts about a device, read on first use and only once. A missing identifier is read again,
 /// at most once a second, because the reason may be temporary. Thread-safe.
-class DeviceOnce {
+class CachedDevice {
  public:
-  explicit DeviceOnce(std::shared_ptr<const Device> device) : device_(std::move(device)) {}
+  explicit CachedDevice(std::shared_ptr<const Device> device) : device_(std::move(device)) {}
 
   /// All facts. `now` is the current time in seconds since 1970.
   [[nodiscard]] DeviceFacts facts(double now);
@@ -26,11 +26,11 @@ class DeviceOnce {
   [[nodiscard]] std::optional<std::string> deviceId(double now);
 
  private:
-  void askForIdentifier(double now);
+  void readIdentifier(double now);
 
   std::shared_ptr<const Device> device_;
   std::mutex mutex_;
-  bool asked_ = false;  // guarded, like the members below
+  bool isRead_ = false;  // guarded, like the members below
   DeviceFacts facts_;
   base::OnceASecond attempts_;
 };
