@@ -9,11 +9,11 @@ namespace {
 std::atomic<std::size_t> count{0};
 std::atomic<std::size_t> live{0};
 
-// The size of a block stands before it.
+// The size of a block is stored before it.
 constexpr std::size_t kHead = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
-// No atomic addition: that takes as long as the allocation. What two threads allocate at once may
-// be counted once.
+// Not an atomic addition, which takes as long as the allocation. Of two simultaneous allocations,
+// one may not be counted.
 void add(std::atomic<std::size_t>& sum, std::size_t value) {
   sum.store(sum.load(std::memory_order_relaxed) + value, std::memory_order_relaxed);
 }

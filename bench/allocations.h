@@ -4,7 +4,7 @@
 
 namespace corvo::bench {
 
-/// How often the program has allocated so far, and how many bytes it holds at present.
+/// The number of allocations so far, and the number of bytes currently allocated.
 std::size_t allocationCount();
 std::size_t liveBytes();
 

@@ -15,7 +15,7 @@
 #include "bench/project.h"
 #include "bench/table.h"
 
-// What it costs to ask about one user after the other.
+// The cost of questions about one user after another.
 
 namespace corvo::bench {
 namespace {
@@ -25,7 +25,7 @@ using benchmark::DoNotOptimize;
 constexpr std::size_t kUsers = 4'096;
 constexpr const char* kOtherRuleFlag = "feature-0014";
 
-/// The moment of all questions but those of now.
+/// The time of all questions except those at the current time.
 double moment() {
   static const double started = hostPlatform({.inMemory = true}).clock->now();
   return started;
@@ -33,8 +33,8 @@ double moment() {
 
 std::string text(const char* before, std::size_t number) { return before + std::to_string(number); }
 
-/// Nine properties of a user: three of four have the plan that the rules ask for, and all the
-/// country. No condition tests the others.
+/// Nine properties of a user. Three of four users have the plan that the rules test for, and all
+/// have the country. No condition tests the others.
 using Texts = std::array<std::pair<std::string, std::string>, 9>;
 Texts textsOf(std::size_t number) {
   return {{{"userId", text("user-8c1b2f04-", number * 7'919)},
@@ -48,14 +48,13 @@ Texts textsOf(std::size_t number) {
            {"custom.channel", number % 5 == 0 ? "desktop" : "mobile"}}};
 }
 
-/// When a user's record was made: each at another second of the last hours.
+/// The time at which a user's record was created: each at another second of the last hours.
 struct EarlierClock : Clock {
   double moment = 0;
   [[nodiscard]] double now() const override { return moment; }
 };
 
-/// The same users in two forms: as names and values that the application has somewhere, and as
-/// records.
+/// The same users in two forms: as names and values that the application keeps, and as records.
 struct Users {
   Users() {
     const auto clock = std::make_shared<EarlierClock>();
@@ -88,7 +87,7 @@ const Users& users() {
   return all;
 }
 
-/// How an evaluation is given a user.
+/// How an evaluation gets its user.
 using Give = void (*)(EvaluationContext& context, std::size_t number);
 void giveProperties(EvaluationContext& context, std::size_t number) {
   context.properties = users().properties[number];
@@ -97,7 +96,7 @@ void giveRecord(EvaluationContext& context, std::size_t number) {
   context.user = &users().records[number];
 }
 
-/// What is asked about each user.
+/// The question about each user.
 using Ask = void (*)(Evaluation& about);
 void twoFlags(Evaluation& about) {
   DoNotOptimize(about.checkFlag<bool>(kRuleFlag));
@@ -123,7 +122,7 @@ void allByPosition(Evaluation& about) {
   DoNotOptimize(about.memberships(positions));
 }
 
-/// An evaluation of the project of 1,000 flags, about one user after the other.
+/// An evaluation of the project of 1,000 flags, used for one user after another.
 class Batch {
  public:
   Batch(Give give, Ask ask, EvaluationContext context)
@@ -161,7 +160,7 @@ auto batch(Give give, Ask ask, EvaluationContext context = given()) {
   };
 }
 
-/// How often a question about a user allocates, once all of them have been asked about.
+/// The number of allocations per user, after all users have been evaluated once.
 double allocationsPerUser(Give give, Ask ask) {
   Batch batch(give, ask, given());
   const auto askAboutAll = [&] {
@@ -178,9 +177,9 @@ double allocationsPerUser(Give give, Ask ask) {
 void addBatches() {
   addTime("another user, 9 properties: 2 flags by a rule, getExperiment", 500,
           batch(giveProperties, threeQuestions));
-  addTime("another user, 9 properties, of now: the same", kNoGoal,
+  addTime("another user, 9 properties, at the current time: the same", kNoGoal,
           batch(giveProperties, threeQuestions, EvaluationContext{}));
-  addTime("another user, 9 properties, a location of 12 that stays: the same", kNoGoal,
+  addTime("another user, 9 properties, an unchanged location of 12: the same", kNoGoal,
           batch(giveProperties, threeQuestions, somewhere()));
   addTime("another user, a record: the same", 1'000, batch(giveRecord, threeQuestions));
   addTime("another user, 9 properties: report of 1,000 flags", kNoGoal,
@@ -204,9 +203,9 @@ void addBatches() {
 }
 
 void addBatchCounts() {
-  addCount("allocations: another user, 9 properties, the handle apart", 1e-9,
+  addCount("allocations: another user, 9 properties, without the handle", 1e-9,
            [] { return allocationsPerUser(giveProperties, twoFlags); });
-  addCount("allocations: another user, a record, the handle apart", 1e-9,
+  addCount("allocations: another user, a record, without the handle", 1e-9,
            [] { return allocationsPerUser(giveRecord, twoFlags); });
   addCount("allocations: another user, 9 properties, 3 questions", kNoGoal,
            [] { return allocationsPerUser(giveProperties, threeQuestions); });

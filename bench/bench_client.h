@@ -13,8 +13,7 @@
 
 namespace corvo::bench {
 
-/// A client on the host's platform, but for the backend: that answers on the spot, with these
-/// texts.
+/// A client on the host's platform, except that its backend answers immediately with these texts.
 class BenchClient {
  public:
   explicit BenchClient(std::string config, HostOptions options = {.inMemory = true},
@@ -23,7 +22,7 @@ class BenchClient {
   CorvoClient& operator*() const { return *client_; }
   CorvoClient* operator->() const { return client_.get(); }
 
-  /// Has configuration and location fetched.
+  /// Fetches configuration and location.
   void load() const { client_->getAllUserExperimentsText().get(); }
 
  private:
@@ -31,7 +30,7 @@ class BenchClient {
   std::shared_ptr<CorvoClient> client_;
 };
 
-/// A folder for a client's file, gone with this object.
+/// A folder for a client's file, deleted with this object.
 class DataFolder {
  public:
   explicit DataFolder(const char* name) : folder_(std::filesystem::temp_directory_path() / name) {}
@@ -45,10 +44,10 @@ class DataFolder {
   std::filesystem::path folder_;
 };
 
-/// The client of a project of that many flags, made on first use; fresh copies are at hand.
+/// The client of a project with that many flags, created on first use; its cached copies are fresh.
 CorvoClient& clientOf(std::size_t flagCount);
 
-/// That of a project of 1,000 experiments.
+/// The client of a project with 1,000 experiments.
 CorvoClient& clientOfExperiments();
 
 }  // namespace corvo::bench

@@ -6,7 +6,7 @@
 namespace corvo::bench {
 namespace {
 
-/// How often a question allocates that has been asked before.
+/// The number of allocations of a question that has been asked before.
 template <class Ask>
 double allocationsOf(Ask ask) {
   CorvoClient& client = clientOf(1'000);
@@ -16,7 +16,7 @@ double allocationsOf(Ask ask) {
   return static_cast<double>(allocationCount() - before);
 }
 
-/// A goal of none.
+/// The goal for counts that should be zero.
 constexpr Goal kNone = 1e-9;
 
 }  // namespace

@@ -8,8 +8,8 @@
 #include "bench/bench_client.h"
 #include "bench/project.h"
 
-// Asks one question a number of times, for a tool that counts the instructions of a program:
-// see instructions.txt.
+// Asks one question repeatedly, for a tool that counts a program's instructions: see
+// instructions.txt.
 
 namespace corvo::bench {
 namespace {
@@ -48,7 +48,7 @@ const std::map<std::string, Ask>& questions() {
 }  // namespace
 }  // namespace corvo::bench
 
-// What the tool counts. It goes by the name.
+// The function that the tool counts; the tool finds it by name.
 extern "C" [[gnu::noinline]] void counted(const std::function<void(corvo::CorvoClient&)>& ask,
                                           corvo::CorvoClient& client, long times) {
   for (; times > 0; --times) ask(client);

@@ -7,7 +7,7 @@
 #include "bench/project.h"
 #include "bench/table.h"
 
-// What long lists in a configuration cost, and forcing a user into an experiment.
+// The cost of long lists in a configuration, and of forcing a user into an experiment.
 
 namespace corvo::bench {
 namespace {

@@ -26,7 +26,7 @@ std::shared_ptr<const model::ConfigResponse> decoded() {
       std::get<model::ConfigResponse>(model::decodeJson<model::ConfigResponse>(largeDocument())));
 }
 
-/// What an application waits for that has been used before: from nothing to the first answer.
+/// The start of an application that has run before: from nothing to the first answer.
 void start(benchmark::State& state) {
   const DataFolder folder("corvo-bench");
   BenchClient(largeDocument(), folder.options()).load();
@@ -42,15 +42,15 @@ void start(benchmark::State& state) {
 }
 
 double liveKilobytes() {
-  largeDocument();  // its text is not what is counted
+  largeDocument();  // created first, so that its text is not counted
   const std::size_t before = liveBytes();
   const project::PreparedProject project(decoded());
   return static_cast<double>(liveBytes() - before) / 1e3;
 }
 
 #ifdef __GLIBC__
-/// How far the program has grown once the document is loaded, what the parser needed included
-/// unless it was given back to the system.
+/// The growth of the program after the document is loaded, including the parser's memory unless it
+/// was returned to the system.
 double residentKilobytes() {
   const auto resident = [] {
     std::size_t size = 0;

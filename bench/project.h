@@ -6,38 +6,38 @@
 #include <string>
 #include <vector>
 
-// A realistic project to measure with, and a user whom most of it applies to.
+// A realistic project for benchmarks, and a user to whom most of it applies.
 
 namespace corvo::bench {
 
-/// Flags that are in every project beside the generated ones.
+/// Flags that every project contains in addition to the generated ones.
 constexpr const char* kDateFlag = "seasonal-banner";        ///< two conditions, one of them a date
 constexpr const char* kLayeredFlag = "layered-onboarding";  ///< two digests: layer and group
 constexpr const char* kUnknownFlag = "no-such-flag-here";
 constexpr const char* kExperiment = "experiment-of-feature-0006";
 
-/// Generated ones.
+/// Generated flags.
 constexpr const char* kRuleFlag = "feature-0003";
 constexpr const char* kCarriedFlag = "feature-0006";
 
-/// The name of a generated flag. By the last digit of its number: 0 to 5 has one rule of two
-/// conditions, both of which hold; 6 to 8 is carried by an experiment of its own, with one digest;
-/// 9 is plain.
+/// The name of a generated flag. The last digit of its number determines its kind: 0 to 5 has one
+/// rule of two conditions, which both hold; 6 to 8 is carried by its own experiment, with one
+/// digest; 9 is plain.
 std::string flagName(std::size_t number);
 
-/// The names of the flags with a rule, in an order without order.
+/// The names of the flags with a rule, shuffled.
 std::vector<std::string> shuffledRuleFlags(std::size_t flagCount);
 
-/// The configuration document of a project of that many generated flags.
+/// The configuration document of a project with that many generated flags.
 std::string projectJson(std::size_t flagCount);
 
-/// That of a project of experiments alone, each carrying one flag.
+/// The document of a project that has only experiments, each carrying one flag.
 std::string experimentsJson(std::size_t experimentCount);
 
 /// A project's document of about 1 MB.
 const std::string& largeDocument();
 
-/// The answer of the location route: a dozen properties.
+/// The backend's location answer: a dozen properties.
 std::string locationJson();
 
 /// A user with ten properties.

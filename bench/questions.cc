@@ -11,7 +11,7 @@ namespace {
 
 using benchmark::DoNotOptimize;
 
-/// Asks for one flag after the other, by the callback form.
+/// Asks for one flag after another in the callback form.
 auto check(std::size_t flagCount, std::vector<std::string> names) {
   return [flagCount, names = std::move(names)](benchmark::State& state) {
     CorvoClient& client = clientOf(flagCount);
@@ -25,7 +25,7 @@ auto check(std::size_t flagCount, std::vector<std::string> names) {
   };
 }
 
-/// Asks for one flag by the suspending form.
+/// Asks for one flag in the suspending form.
 auto await(std::string name) {
   return [name = std::move(name)](benchmark::State& state) {
     CorvoClient& client = clientOf(1'000);
@@ -66,7 +66,7 @@ void addQuestions() {
       });
     }
   });
-  addTime("why: a flag by a rule", kNoGoal, [](benchmark::State& state) {
+  addTime("explainFlag: a flag by a rule", kNoGoal, [](benchmark::State& state) {
     CorvoClient& client = clientOf(1'000);
     for (auto _ : state) {
       client.explainFlag(kRuleFlag, [](const Explanation& why) { DoNotOptimize(&why); });

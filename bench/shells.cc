@@ -5,7 +5,7 @@
 namespace corvo::bench {
 namespace {
 
-/// A client that knows the answer: what is left is the cost of asking.
+/// A client with a fixed answer, to measure the cost of asking alone.
 class ConstantClient final : public CorvoClient {
  public:
   void askFlag(std::string_view, AnswerSink<std::string_view>& sink) override {

@@ -21,7 +21,7 @@ std::vector<Count>& counts() {
   return all;
 }
 
-/// The goals of the measurements, in the order in which they are shown.
+/// The goals of the measurements, in display order.
 std::vector<std::pair<std::string, Goal>>& goals() {
   static std::vector<std::pair<std::string, Goal>> all;
   return all;
@@ -40,7 +40,7 @@ class Times final : public benchmark::BenchmarkReporter {
     }
   }
 
-  /// The median and the shortest; none of what was not measured.
+  /// The median and the minimum; empty for a benchmark that did not run.
   struct Summary {
     double median;
     double best;
@@ -85,7 +85,7 @@ void runAll(std::ostream& out) {
   Times times;
   benchmark::RunSpecifiedBenchmarks(&times);
   const auto digest = times.of(kDigestYardstick);
-  out << "| what | median, ns | best, ns | in digests | goal, ns |\n|---|--:|--:|--:|--:|\n";
+  out << "| what | median, ns | minimum, ns | in digests | goal, ns |\n|---|--:|--:|--:|--:|\n";
   for (const auto& [name, goal] : goals()) {
     const auto time = times.of(name);
     if (!time) continue;  // filtered out

@@ -6,21 +6,21 @@
 #include <ostream>
 #include <string>
 
-// What is measured, and how it is shown.
+// Registers measurements and prints them as a table.
 
 namespace corvo::bench {
 
-/// What a thing should cost at most: nanoseconds or a count. None where nobody set a goal.
+/// The target for a measurement: nanoseconds or a count. Empty if there is none.
 using Goal = double;
 constexpr Goal kNoGoal = 0;
 
-/// Has a measurement made. `run` has the loop over the state.
+/// Adds a time measurement. `run` contains the loop over the state.
 void addTime(const std::string& name, Goal nanoseconds, std::function<void(benchmark::State&)> run);
 
-/// Has a count made: of allocations, or of bytes.
+/// Adds a count: of allocations, or of bytes.
 void addCount(const std::string& name, Goal most, std::function<double()> count);
 
-/// The row that the others are divided by.
+/// The row by which the others are divided.
 constexpr const char* kDigestYardstick = "MD5 of 32 bytes";
 
 void addYardsticks();
@@ -34,8 +34,8 @@ void addLoading();
 void addCounts();
 void addBatchCounts();
 
-/// Makes all measurements and writes them as a table in Markdown: of times the median, the shortest
-/// (which says more where other programs share the machine) and the median's ratio to the digest.
+/// Runs all measurements and writes them as a Markdown table. For times, it shows the median, the
+/// minimum (which is more useful on a busy machine) and the ratio of the median to the digest.
 void runAll(std::ostream& out);
 
 }  // namespace corvo::bench

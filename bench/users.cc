@@ -8,7 +8,7 @@
 #include "bench/bench_client.h"
 #include "bench/table.h"
 
-// What it costs to tell a client who its user is.
+// The cost of setting a client's user.
 
 namespace corvo::bench {
 namespace {
@@ -27,7 +27,7 @@ CorvoUser userOfNine(std::string_view userId) {
       .build();
 }
 
-/// One of two users after the other, so that each replaces another one.
+/// Alternates between two users, so that each replaces the other.
 void setUsers(benchmark::State& state, HostOptions options) {
   const std::array users{userOfNine("user-8c1b2f04"), userOfNine("user-8c1b2f05")};
   const BenchClient client("", std::move(options));

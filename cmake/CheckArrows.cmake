@@ -1,6 +1,6 @@
-# Fails when a source includes a folder that it must not see: `cmake -DROOT=<tree> -P CheckArrows.cmake`.
-# Data flows down: a folder sees those below it, never one above or beside it.
-# With -DPICTURE=<tree>/docs/architecture.md also when that page does not show what is in the code.
+# Fails if a source includes a folder that it must not include: `cmake -DROOT=<tree> -P CheckArrows.cmake`.
+# Dependencies point down: a folder may include folders below it, never one above or beside it.
+# With -DPICTURE=<tree>/docs/architecture.md it also fails if that page differs from the code.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -26,12 +26,12 @@ set(below_fakes api zones ${below_api})
 set(below_loops client host ${below_client})
 set(below_corvo api host ${below_api})
 
-# The engine, and lint above it, are given what they work on, and have nothing to wait for: they run
-# where these are not.
+# The engine, and lint above it, receive their input and never wait. They must also run where these
+# headers are missing.
 set(engine lint evaluation ${below_evaluation})
 set(not_in_engine condition_variable|filesystem|fstream|future|mutex|shared_mutex|thread)
 
-# The public headers belong to folders, too.
+# Each public header belongs to a folder.
 set(base_headers argument callback error export internal/one_of internal/value_or internal/what_text
     result text_hash version)
 set(json_headers json_value)

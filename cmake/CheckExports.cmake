@@ -1,4 +1,4 @@
-# Fails when a shared library exports what no public header declares:
+# Fails if a shared library exports a name that no public header declares:
 # `cmake -DNM=nm -DHEADERS=<include folder> -DLIBRARIES=<file>,... -P CheckExports.cmake`.
 
 cmake_minimum_required(VERSION 3.25)
@@ -18,7 +18,7 @@ foreach(library IN LISTS LIBRARIES)
   if(symbols MATCHES "(simdjson|utf8proc|sqlite3|curl)[a-z_]*")
     message(SEND_ERROR "${library} exports ${CMAKE_MATCH_0}")
   endif()
-  # Also the names among the arguments of the standard library's templates.
+  # Includes names among the arguments of standard library templates.
   string(REGEX MATCHALL "corvo::([a-z_]+::)?[A-Za-z_]+" names "${symbols}")
   list(REMOVE_DUPLICATES names)
   foreach(name IN LISTS names)

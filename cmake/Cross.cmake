@@ -1,6 +1,6 @@
-# A toolchain file: another processor or system by Debian's cross compilers, its programs run by an
-# emulator. CORVO_CROSS is aarch64, armhf, s390x or windows; CORVO_CROSS_COMPILER gcc or clang.
-# CMAKE_FIND_ROOT_PATH is where the libraries for it are; this machine's own are never taken.
+# A toolchain file for another processor or system: compiles with Debian's cross compilers and runs
+# programs in an emulator. CORVO_CROSS is aarch64, armhf, s390x or windows; CORVO_CROSS_COMPILER is gcc
+# or clang. CMAKE_FIND_ROOT_PATH contains the target's libraries; this machine's are never used.
 
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES CORVO_CROSS CORVO_CROSS_COMPILER)
 
@@ -22,17 +22,17 @@ endif()
 
 if(CORVO_CROSS STREQUAL windows)
   set(CMAKE_SYSTEM_NAME Windows)
-  set(suffix -posix)  # the flavour of MinGW-w64 that has the standard library's threads
+  set(suffix -posix)  # the variant of MinGW-w64 with std::thread
   set(CMAKE_CROSSCOMPILING_EMULATOR /usr/lib/wine/wine64)
   set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
   string(APPEND CMAKE_CXX_FLAGS_INIT " -DUTF8PROC_STATIC")
   if(CORVO_CROSS_COMPILER STREQUAL gcc)
     string(APPEND CMAKE_CXX_FLAGS_INIT " -Wa,-mbig-obj")
-  else()  # Clang 14 does not find Debian's flavours of GCC's library
+  else()  # Clang 14 does not find Debian's variants of libgcc
     file(GLOB library /usr/lib/gcc/${triple}/*${suffix})
     string(APPEND CMAKE_CXX_FLAGS_INIT
       " -isystem ${library}/include/c++ -isystem ${library}/include/c++/${triple}")
-    # GNU's linker takes minutes. GCC's library has a function that Clang does not take for inline.
+    # GNU ld takes minutes. libgcc has a function that Clang does not treat as inline.
     string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT
       " -L${library} -fuse-ld=lld -Wl,--allow-multiple-definition")
   endif()

@@ -1,5 +1,5 @@
 // Asks a shop's backend through callbacks: callbacks URL DATA_FOLDER [USER]
-// Without USER it goes on with the user of its last run in that folder.
+// Without USER, it continues with the user of the last run in that folder.
 
 #include <corvo/corvo.h>
 #include <corvo/host.h>
@@ -27,7 +27,7 @@ int main(int argc, char** argv) {
       "welcome-text",
       [&](const std::optional<std::string>& text) {
         std::cout << text.value_or("Hello!") << '\n';
-        client->getExperiment(  // answered at once: what it needs has just been fetched
+        client->getExperiment(  // answered immediately from the copies just fetched
             "short-checkout",
             [](const CorvoExperimentPointer& checkout) {
               if (!checkout) return;  // this user is not in the experiment
@@ -39,5 +39,5 @@ int main(int argc, char** argv) {
       },
       complain);
 
-  host.loop->runUntil([] { return false; });  // until nothing is under way any more
+  host.loop->runUntil([] { return false; });  // until nothing is under way
 }

@@ -10,7 +10,7 @@
 
 using namespace corvo;
 
-struct Task {  // answers can be awaited in coroutines of any type; this is the smallest
+struct Task {  // any coroutine type can await an answer; this is the smallest
   struct promise_type {
     Task get_return_object() { return {}; }
     std::suspend_never initial_suspend() noexcept { return {}; }
@@ -38,5 +38,5 @@ int main(int argc, char** argv) {
   const auto user = CorvoUser::Builder().setUserId(argc > 3 ? argv[3] : nullptr).build();
   visit(Corvo::initializeClient("shop-token", user, argv[1], /*cacheTTL*/ 300,
                                 /*retryCount*/ 2, Corvo::defaultClientTag));
-  host.loop->runUntil([] { return false; });  // until nothing is under way any more
+  host.loop->runUntil([] { return false; });  // until nothing is under way
 }

@@ -13,7 +13,7 @@
 using namespace corvo;
 using Counts = std::map<std::string, int>;
 
-// Every thread asks an evaluation of its own about its share of the users.
+// Every thread evaluates its part of the users with its own evaluation.
 Counts countGroups(const Project& project, const std::string& experiment, int first, int step) {
   Counts counts;
   std::string userId;

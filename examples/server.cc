@@ -12,7 +12,7 @@
 
 using namespace corvo;
 
-// The project in force, replaced from time to time.
+// The current project, replaced from time to time.
 class Current {
  public:
   explicit Current(Project project) : project_(std::move(project)) {}
@@ -48,7 +48,7 @@ int main(int argc, char** argv) try {
   std::vector<std::thread> threads;
   threads.reserve(4);
   for (int i = 0; i < 4; ++i) threads.emplace_back(answer, std::ref(current), i);
-  for (int i = 0; i < 3; ++i) {  // a real server would go on for ever
+  for (int i = 0; i < 3; ++i) {  // a real server would run indefinitely
     client->getProject([&](Project project) { current.set(std::move(project)); });
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     Corvo::loop()->tick();

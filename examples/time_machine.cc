@@ -1,5 +1,5 @@
-// Asks one flag at moments of a pretended opening day: time_machine URL DATA_FOLDER SECOND...
-// Only the clock and the counting of requests are its own; all the rest is the host's platform.
+// Asks one flag at several times of a pretended opening day: time_machine URL DATA_FOLDER SECOND...
+// Its clock and its counting of requests are its own. All other services are the host's.
 
 #include <corvo/client_registry.h>
 #include <corvo/host.h>

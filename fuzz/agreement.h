@@ -15,7 +15,7 @@ namespace corvo::fuzz {
 
 using namespace corvo_internal;
 
-/// The answer to a question that must have one at once; none where that is an error.
+/// The answer to a question that must be answered immediately; empty if it is an error.
 template <class T>
 std::optional<T> now(Answer<T> answer) {
   require(answer.await_ready(), "fresh copies answer at once");
@@ -26,7 +26,7 @@ std::optional<T> now(Answer<T> answer) {
   }
 }
 
-/// A number that is none is not equal to itself, but its text is.
+/// NaN does not equal itself, but its text does.
 inline std::string textOf(const CorvoProperty& property) {
   return std::visit([](const auto& value) { return JsonValue(value).toJson(); }, property);
 }
@@ -38,7 +38,7 @@ inline std::map<std::string, std::string> reportOf(CorvoClient& client) {
   return texts;
 }
 
-/// Compares the reports of a client that has fresh copies with each other.
+/// Compares a client's reports with each other. The client's cached copies must be fresh.
 inline void compareReports(CorvoClient& client) {
   const auto details = now(client.getUserExperimentsDetails()).value();
   const auto handles = now(client.getAllUserExperiments()).value();
@@ -63,7 +63,8 @@ inline void compareReports(CorvoClient& client) {
   require(texts[2] == now(client.getAllUserExperimentsText(false)).value(), "without holdouts");
 }
 
-/// Compares the reports of a client that has fresh copies with its answers to single questions.
+/// Compares a client's reports with its answers to single questions. The client's cached copies
+/// must be fresh.
 inline void compareAnswers(CorvoClient& client, const model::ConfigResponse& config) {
   const auto report = reportOf(client);
   const auto details = now(client.getUserExperimentsDetails()).value();
@@ -86,7 +87,7 @@ inline void compareAnswers(CorvoClient& client, const model::ConfigResponse& con
             "the explained group");
     if (handle == nullptr) continue;
     require(handle->groupIndex() == detail->group.index, "in the same group");
-    // Of several that share a name, the holdout may be another one.
+    // If several share a name, the holdout may be a different one.
     if (std::ranges::count(config.experiments, std::string_view(name), &model::Experiment::name) >
         1)
       continue;

@@ -12,7 +12,7 @@ namespace corvo::fuzz {
 
 using namespace corvo_internal;
 
-/// Answers every request as the bytes say.
+/// Answers every request as the input bytes determine.
 class Backend final : public UrlSession {
  public:
   enum class Mood { any, kind, withoutConfig, withoutLocation };
@@ -28,8 +28,8 @@ class Backend final : public UrlSession {
 
   void publish() { config_ = makeConfig(); }
 
-  /// A configuration that may be received and stored: layer bounds that are inverted stop the
-  /// process, and a number that JSON lacks cannot be written.
+  /// A configuration that can be received and stored. Inverted layer bounds are excluded, because
+  /// they abort the process, and so are numbers that JSON cannot express.
   std::string makeConfig() {
     Documents documents(in_);
     std::string text = *encodeJson(documents.config());

@@ -1,5 +1,5 @@
-// Whole clients, used as the bytes say, by an application that does whatever may be done: on a
-// backend, a store, a clock and a zone that do whatever may happen.
+// Whole clients, driven by the input bytes. The application does anything that is permitted;
+// backend, store, clock and zone do anything that can happen.
 
 #include <corvo/client_registry.h>
 #include <corvo/fakes.h>
@@ -20,12 +20,12 @@ using namespace corvo_internal;
 using fuzz::Backend;
 using Mood = fuzz::Backend::Mood;
 using fuzz::require;
-using Coroutine = tests::Owned;  // whose frame is destroyed by the application
+using Coroutine = tests::Owned;  // the application destroys its frame
 
 constexpr const char* kHost = "https://h";
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-/// What callbacks throw.
+/// The exception that callbacks throw.
 struct Thrown {};
 
 struct Question {
@@ -38,7 +38,7 @@ struct Question {
   }
 };
 
-/// Whether a question has a value for its answer, which is waited for.
+/// Whether a question is answered with a value; waits for the answer.
 template <class T>
 bool succeeds(Answer<T> answer) {
   try {
@@ -50,7 +50,7 @@ bool succeeds(Answer<T> answer) {
   return false;
 }
 
-/// Platform, backend and two clients, whatever has become of them.
+/// Platform, backend and two clients in any state.
 class Application {
  public:
   explicit Application(fuzz::Input& in) : in_(in) {
@@ -73,17 +73,18 @@ class Application {
   }
 
  private:
-  /// What may happen besides bad answers: nothing; the store fails at times; or others write into
-  /// it, the clock shows no time, and clients are released while they edit their user.
+  /// What happens besides bad answers. calm: nothing. failing: the store fails at times. hostile:
+  /// in addition, others write to the store, the clock is invalid, and clients are released while
+  /// they edit their user.
   enum class World { calm, failing, hostile };
   static constexpr World kWorlds[] = {World::calm, World::calm, World::failing, World::hostile};
 
-  /// A place for one client at a time.
+  /// A slot for one client at a time.
   struct Slot {
     std::string tag;
     std::uint64_t cacheTTL = 0;
     std::shared_ptr<CorvoClient> client = nullptr;
-    std::optional<CorvoUser> user = {};  // that was set last, if that is known
+    std::optional<CorvoUser> user = {};  // the last one set, if known
 
     [[nodiscard]] std::string suite() const { return "storage" + tag + tag; }
   };
@@ -151,7 +152,7 @@ class Application {
     put(client, onAnswer, onAnswer);
   }
 
-  // No static function: clang 14 cannot compile such a coroutine.
+  // Not a static function, because clang 14 cannot compile such a coroutine.
   template <class T>
   Coroutine await(Answer<T> answer, std::shared_ptr<Question> question) {
     try {
@@ -161,7 +162,7 @@ class Application {
     question->answer();
   }
 
-  // What callbacks do; nothing as long as the backend is in a mood.
+  // The reaction of callbacks; none while the backend has a fixed mood.
   void react() {
     if (backend_->mood != Mood::any) return;
     const std::size_t choice = in_.below(8);
@@ -209,7 +210,7 @@ class Application {
     const bool isNew = in_.oneIn(2);
     isNew ? slot.client->setUserProperties(fill) : slot.client->editUserProperties(fill);
     know(slot, made);
-    // What was stored and could not be read belongs to it, too.
+    // A stored user that could not be read is merged into it.
     if (!isNew && world_ != World::calm) slot.user.reset();
   }
 
@@ -242,7 +243,7 @@ class Application {
 
   void publish(Slot&) { backend_->publish(); }
 
-  // The store fails or works again, or somebody else writes into the suite.
+  // Makes the store fail or recover, or writes to the suite as another process would.
   void meddle(Slot& slot) {
     if (world_ == World::failing) breakStore(in_.below(8));
     if (world_ != World::hostile) return;
@@ -266,14 +267,14 @@ class Application {
 
   // --- Comparisons
 
-  // All that is under way ends.
+  // Completes everything under way.
   void settle() {
     backend_->mood = Mood::kind;
     fake_.time->advance(1'000);
     backend_->mood = Mood::any;
   }
 
-  // Whether a question is answered with a value while the backend is in that mood.
+  // Whether a question is answered with a value while the backend has that mood.
   bool isServed(const Slot& slot, std::size_t number, Mood mood) {
     bool is = false;
     backend_->mood = mood;
@@ -283,7 +284,7 @@ class Application {
     return is;
   }
 
-  // Whether the client now has fresh copies.
+  // Whether the client has fresh cached copies after this call.
   bool warm(const Slot& slot) {
     if (!slot.client || !isServed(slot, fuzz::kReport, Mood::kind)) return false;
     const bool isWarm = slot.client->getUserFeatureFlagsDetails().await_ready();
@@ -299,7 +300,7 @@ class Application {
     require(config.has_value(), "the configuration is stored");
     fuzz::compareAnswers(*slot.client, *config);
     const auto user = stored<CorvoUser>(slot, "user");
-    // In another process a user without expiries would get them, a day from now.
+    // In another process, a user without expiry dates would get them: one day from now.
     if (!user || !user->corvoExpiration || !in_.oneIn(4)) return;
     Platform copy = platform();
     copy.preferencesStore = std::make_shared<fakes::MemoryPreferencesStore>(*fake_.store);
@@ -308,7 +309,7 @@ class Application {
     require(fuzz::reportOf(*other) == fuzz::reportOf(*slot.client), "another process finds it all");
   }
 
-  // When all that was ever fetched is too old, no question is answered with it.
+  // Once every cached copy has expired, no question is answered from one.
   void expire(Slot& slot) {
     settle();
     if (slot.cacheTTL == UINT64_MAX || world_ == World::hostile || !warm(slot)) return;
@@ -330,7 +331,7 @@ class Application {
     return value;
   }
 
-  // What was set while the store failed is written when it works again.
+  // A user set while the store failed is written when it recovers.
   void recover(Slot& slot) {
     if (world_ == World::hostile) return;
     breakStore(0);
@@ -353,7 +354,7 @@ class Application {
   std::array<Slot, 2> slots_{Slot{"x"}, Slot{"y"}};
   std::vector<std::shared_ptr<Question>> questions_;
   std::vector<Coroutine> coroutines_;
-  double latest_ = -kInfinity;  // of the moments so far
+  double latest_ = -kInfinity;  // the latest time so far
   int depth_ = 0;
 };
 

@@ -1,5 +1,5 @@
-// Configurations, written and read again: records of all kinds, and their texts when damaged. What
-// is found in each.
+// Configurations: encoded and decoded again, records of all kinds, and their damaged texts. Also
+// the findings of lint in each.
 
 #include <corvo/lint.h>
 
@@ -25,7 +25,7 @@ std::vector<Drop> dropsOf(const std::string& text, const ConfigResponse& expecte
   return drops;
 }
 
-// Findings are in order, at places, and the same again; what is dropped is among them.
+// Findings are ordered, located and repeatable, and include everything that is dropped.
 void checkFindings(const std::string& text, const std::vector<Drop>* drops) {
   using corvo::Finding;
   const std::vector<Finding> findings = corvo::lint(text);

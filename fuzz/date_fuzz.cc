@@ -1,5 +1,5 @@
-// Dates: texts against the grammar and the standard library's calendar, and local times in any zone
-// against a search over all its offsets.
+// Dates: texts compared with the grammar and the standard library's calendar; local times in any
+// zone compared with a search over all its offsets.
 
 #include <corvo/fakes.h>
 
@@ -47,7 +47,7 @@ std::optional<LocalSeconds> expected(const std::string& text, const std::regex& 
   return days * kSecondsPerDay + hour * 3'600 + minute * 60 + second;
 }
 
-// Nearly a date, mostly.
+// Usually almost a date.
 std::string dateText(Input& in) {
   constexpr int kGreatest[] = {10'000, 13, 32, 25, 61, 61};
   constexpr const char* kSeparators[] = {"", "-", "-", " ", ":", ":"};
@@ -86,7 +86,7 @@ void searchLocal(Input& in, fakes::FakeTimeZone& clocks, targeting::LocalTime& t
   std::set<std::int32_t> offsets{offset(in)};
   const std::int32_t first = *offsets.begin();
   fakes::FakeTimeZone::Transitions transitions;
-  constexpr std::int64_t kFar = 3'155'000'000'000;  // nearly as far as `wholeSeconds` goes
+  constexpr std::int64_t kFar = 3'155'000'000'000;  // nearly the limit of `wholeSeconds`
   std::int64_t change = in.oneIn(4) ? in.between(-kFar, kFar) : in.between(0, 4'102'444'800);
   std::vector<std::int64_t> changes{change};
   for (std::size_t count = in.below(6); count > 0; --count) {

@@ -15,12 +15,12 @@ namespace corvo::fuzz {
 
 using namespace corvo_internal;
 
-/// Few, so that what is named is often there, and there more than once.
+/// Few names, so that a reference often has a target, and often more than one.
 inline constexpr const char* kNames[] = {"a", "b", "\xC3\xA9", ""};
 inline constexpr const char* kProperties[] = {
     "userId", "profileId",      "deviceId", "appVersion", "os.version",     "os.name",
     "date",   "custom.e\u0301", "geo.city", "geo.code",   "corvoExpiration"};
-/// With a bar after each. "0cc1..." is the MD5 of "a".
+/// A bar follows each. "0cc1..." is the MD5 of "a".
 inline const std::vector<std::string> kTexts = [] {
   std::istringstream all(
       "a|b||u-1|true|FALSE|42|-7|1.5|nan|0x1p4|99999999999999999999|{\"k\":1}|{\"k\":|1.10|17.4.1|"
@@ -31,8 +31,8 @@ inline const std::vector<std::string> kTexts = [] {
   return texts;
 }();
 
-/// Decodes a text, if it can be. What it holds is then encoded, decoded and encoded again, unless a
-/// number in it is none that JSON has.
+/// Decodes a text if possible. Then encodes, decodes and encodes the value again, unless it
+/// contains a number that JSON cannot express.
 template <class T>
 std::optional<T> roundTrip(std::string_view text) {
   const auto first = model::decodeJson<T>(text);
@@ -50,7 +50,7 @@ std::optional<T> roundTrip(std::string_view text) {
   return value;
 }
 
-/// Project configurations made of the input's bytes: records of all kinds, in a small world.
+/// Project configurations generated from the input bytes: records of all kinds, with few names.
 class Documents {
  public:
   explicit Documents(Input& in) : in_(in) {}
@@ -59,7 +59,7 @@ class Documents {
     return {records(4, &D::flag), records(5, &D::experiment), {pool_}};
   }
 
-  /// A text that is nearly the document.
+  /// The document with some damage.
   std::string damaged(std::string text) {
     constexpr const char* kPatches[] = {"null",    "1e999", "\"\"", "{}",
                                         "[",       "]",     "\xFF", "\\u0000",

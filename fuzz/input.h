@@ -11,14 +11,14 @@
 
 namespace corvo::fuzz {
 
-/// Ends the process, which the fuzzer takes for a finding.
+/// Aborts unless the condition holds. The fuzzer reports that as a finding.
 inline void require(bool condition, std::string_view what) {
   if (condition) return;
   std::fprintf(stderr, "Not so: %.*s\n", static_cast<int>(what.size()), what.data());
   std::abort();
 }
 
-/// The bytes that drive a target, taken from the front. Numbers are 0 when there are no more.
+/// The input bytes of a target, consumed from the front. Numbers are 0 at the end of the input.
 class Input {
  public:
   explicit Input(std::span<const std::uint8_t> bytes) : rest_(bytes) {}
@@ -36,7 +36,7 @@ class Input {
     for (const char c : text(byteCount)) value = value << 8U | static_cast<unsigned char>(c);
     return static_cast<std::int64_t>(value);
   }
-  /// From the first to the last, both of which it may be.
+  /// A number in the range, including both ends.
   std::int64_t between(std::int64_t first, std::int64_t last) {
     const auto count = static_cast<std::uint64_t>(last - first) + 1;
     return first + static_cast<std::int64_t>(static_cast<std::uint64_t>(number()) % count);
@@ -51,7 +51,7 @@ class Input {
   auto oneOf(const List& list) {
     return std::data(list)[below(std::size(list))];
   }
-  /// Pieces of a list, one after the other, fewer than the limit.
+  /// Consecutive parts of a list, fewer than the limit.
   template <class List>
   std::string joined(const List& list, std::size_t limit) {
     std::string all;

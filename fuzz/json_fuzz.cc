@@ -1,4 +1,4 @@
-// Any text: decoded, encoded, decoded again and compared, as each type that is stored or received.
+// Any text: decoded, encoded, decoded again and compared, for each type that is stored or received.
 
 #include <corvo/lint.h>
 #include <corvo/property.h>
@@ -18,8 +18,8 @@ using namespace corvo_internal;
 using fuzz::require;
 using fuzz::roundTrip;
 
-// A number may change its kind when first written ("-1e-999" is written "-0"), but not its text
-// from then on.
+// The first encoding may change a number's kind ("-1e-999" becomes "-0"). After that, the text no
+// longer changes.
 void dictionary(std::string_view text) {
   const auto object = fromCorvoString<JsonObject>(text);
   if (!object) return;
@@ -30,14 +30,14 @@ void dictionary(std::string_view text) {
   require(twice && JsonValue(*twice).toJson() == written, "it is written alike again");
 }
 
-// Every double keeps all its digits, and zero its sign.
+// Every double keeps all its digits, and zero keeps its sign.
 void number(double value) {
   if (!std::isfinite(value)) return;
   const auto again = fromCorvoString<double>(JsonValue(value).toJson());
   require(again == value && std::signbit(*again) == std::signbit(value), "the same number");
 }
 
-// A second reading, to tell places, finds the same values, or that there are none.
+// The parser that records positions finds the same values, or also rejects the text.
 void places(std::string_view text) {
   const json::JsonTree tree(text);
   const json::JsonPlaces found = json::jsonPlaces(text);

@@ -8,14 +8,14 @@
 
 namespace corvo::fuzz {
 
-/// The first thirteen need a location, the first nineteen a configuration that is fresh.
+/// The first thirteen need a location, the first nineteen a fresh configuration.
 constexpr std::size_t kQuestionCount = 21;
 constexpr std::size_t kConfigQuestionCount = 19;
 constexpr std::size_t kLocationQuestionCount = 13;
 constexpr std::size_t kReport = 5;  // of all flags
 
-/// Hands `use` the question of that number: a function of a client and of two callbacks, or of none
-/// for the suspending form.
+/// Passes the question of that number to `use`: a function of a client and of two callbacks, or of
+/// none for the suspending form.
 template <class Use>
 void withQuestion(std::size_t number, std::string_view name, std::int64_t index, Use use) {
 #define ASK(call, ...)                                           \

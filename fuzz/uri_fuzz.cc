@@ -1,5 +1,5 @@
-// Addresses: what is accepted is split as RFC 3986 says, holds no illegal character and becomes a
-// URL that is accepted again; IPv6 addresses are those of the C library.
+// Addresses. An accepted one is split as RFC 3986 says, contains no illegal character, and becomes
+// a URL that is accepted again. IPv6 addresses agree with the C library.
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -43,7 +43,7 @@ void requireSplit(const std::string& text, const UriReference& uri) {
   require(uri.query == group(6, 7) && uri.fragment == group(8, 9), "query and fragment");
 }
 
-// The items take the place of its query; all else stays.
+// The items replace the query; everything else is kept.
 void request(const std::string& text, const UriReference& uri, Input& in) {
   const std::string item(in.text(in.below(4)));
   const auto url = requestUrl(text, {{item, std::nullopt}, {"k", item}});
@@ -57,7 +57,7 @@ void request(const std::string& text, const UriReference& uri, Input& in) {
           "all but the query stays");
 }
 
-// What stands in brackets, against the C library's reader.
+// Compares the text in brackets with the C library's parser.
 void readLiteral(Input& in) {
   constexpr const char* kFields[] = {
       "1", "0:", "1:", "abCD:", "12345:", "::", "::1", ":0:0:", "192.0.2.1", "1.2.3.256"};

@@ -16,7 +16,7 @@ using Names = std::unordered_set<std::string_view>;
 
 std::string quoted(const std::string& text) { return JsonValue(text).toJson(); }
 
-/// Of things that are `count` the positions whose name is among these. Each name must be found.
+/// The positions of the items with these names, among `count` items. Every name must exist.
 template <class NameAt>
 std::vector<std::size_t> positionsOf(const std::vector<std::string>& names, const char* kind,
                                      std::size_t count, NameAt nameAt) {

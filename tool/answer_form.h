@@ -8,16 +8,16 @@
 
 namespace corvo::tool {
 
-/// Which flags and experiments of a project are written for each user, and what of that is the same
-/// for all, as JSON texts. Any number of threads may read it.
+/// The flags and experiments of a project that are written for each user, with the parts of the
+/// answer that are the same for all users, as JSON texts. Concurrent reads are safe.
 class AnswerForm {
  public:
-  /// The flags and experiments, or holdouts, of these names; all where neither names any. Throws a
-  /// `Failure` for a name that the project does not have.
+  /// The flags and experiments, or holdouts, of these names; all if both lists are empty. Throws a
+  /// `Failure` for a name that is not in the project.
   AnswerForm(const Project& project, const std::vector<std::string>& flagNames,
              const std::vector<std::string>& experimentNames);
 
-  /// Their positions in the project, as an `Evaluation` takes them.
+  /// Their positions in the project, as `Evaluation` expects them.
   [[nodiscard]] const std::vector<std::size_t>& flags() const noexcept { return flags_; }
   [[nodiscard]] const std::vector<std::size_t>& experiments() const noexcept {
     return experiments_;
@@ -26,7 +26,7 @@ class AnswerForm {
   /// The key of a flag, with its colon.
   [[nodiscard]] const std::string& flagKey(std::size_t flag) const { return flagKeys_[flag]; }
 
-  /// An experiment's groups, each as the object that tells of a membership.
+  /// An experiment's groups, each as the JSON object that describes a membership.
   struct Experiment {
     bool isHoldout = false;
     std::vector<std::string> groups;
@@ -41,7 +41,7 @@ class AnswerForm {
   std::vector<std::size_t> flags_;
   std::vector<std::size_t> experiments_;
   std::vector<std::string> flagKeys_;
-  std::vector<std::string> experimentNames_;  // by position, as what follows
+  std::vector<std::string> experimentNames_;  // by position, like the members below
   std::vector<Experiment> forms_;
 };
 

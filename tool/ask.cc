@@ -32,20 +32,20 @@ struct AskOptions {
   bool json = false;
 };
 
-/// When a property expires that is set at this moment.
+/// The expiry of a property set now.
 std::string expiryOfNow(const Platform& platform) {
   CorvoUser::Builder builder(platform.clock, platform.timeZone);
   return builder.setUserId("").corvoExpiration.at("userId");
 }
 
-/// Lets go of what a store has cached: the documents of the options may be others by now.
+/// Drops the documents that a store has cached, because the options may name other ones now.
 void forgetDocuments(const Platform& platform, const std::string& token) {
   const auto suite =
       platform.preferencesStore->open("storage" + std::string(Corvo::defaultClientTag) + token);
   if (suite) suite->apply({{{"config.value", std::nullopt}, {"location.value", std::nullopt}}});
 }
 
-/// A platform that keeps things where the options say, which is certain to be possible.
+/// A platform whose data is kept where the options say. Fails early if that is impossible.
 Platform platformFor(const AskOptions& options) {
   Platform platform =
       platformOf(options.source, options.store ? HostOptions{.dataFile = options.store}
@@ -62,7 +62,7 @@ Platform platformFor(const AskOptions& options) {
 Report answer(const Question& question, const Arguments& arguments, const AskOptions& options) {
   const Platform platform = platformFor(options);
   const Subject subject(options.subject);
-  std::optional<CorvoUser> user;  // without one a stored user stays
+  std::optional<CorvoUser> user;  // without one, a stored user is kept
   if (options.subject.isGiven()) user = subject.record(expiryOfNow(platform));
   AskedClient asked(platform, options.source.url, options.source.token, std::move(user));
   return asked.ask([&](CorvoClient& client) {
@@ -89,10 +89,10 @@ void addOptions(CLI::App& command, AskOptions& options) {
   addSurroundingsOptions(command, options.surroundings);
   command
       .add_option("--store", options.store,
-                  "Keep the client's state in a file; a user in it stays until one is described")
+                  "Keep the client's state in a file; its user is used until another is described")
       ->type_name("FILE");
   addColourOption(command, options.colour);
-  command.add_flag("--json", options.json, "Answer in JSON");
+  command.add_flag("--json", options.json, "Print JSON");
 }
 
 void addQuestion(CLI::App& command, const Question& question,
@@ -110,9 +110,9 @@ void addQuestion(CLI::App& command, const Question& question,
 
 void addAsk(CLI::App& app) {
   auto options = std::make_shared<AskOptions>();
-  CLI::App& command = *app.add_subcommand("ask", "Ask a backend, or a document, about one user");
+  CLI::App& command = *app.add_subcommand("ask", "Query a backend, or a document, as one user");
   command.require_subcommand(1);
-  command.fallthrough();  // lets the options stand behind the question, too
+  command.fallthrough();  // allows options after the question, too
   addOptions(command, *options);
   for (const Question& question : questions()) addQuestion(command, question, options);
 }

@@ -21,7 +21,7 @@ class AskedClient {
   AskedClient(Platform platform, const std::string& url, const std::string& token,
               std::optional<CorvoUser> user);
 
-  /// What the question answers. A `CorvoError` becomes a `Failure` that also says why the last
+  /// The answer to the question. A `CorvoError` becomes a `Failure` that also says why the last
   /// request failed, if it did.
   template <class Question>
   auto ask(Question question) {

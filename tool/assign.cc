@@ -26,7 +26,7 @@ struct CommandOptions {
 void run(CommandOptions& options) {
   settleSource(options.source, kStandardInput);
   if (options.subject.file == kStandardInput) {
-    throw CLI::ValidationError("--user", "standard input has the users already");
+    throw CLI::ValidationError("--user", "standard input already supplies the users");
   }
   const Surroundings surroundings(options.surroundings);
   const Subject subject(options.subject);
@@ -40,7 +40,7 @@ void run(CommandOptions& options) {
 void addOwnOptions(CLI::App& command, AssignOptions& options) {
   command
       .add_option("--flag", options.flags,
-                  "Write only the flags and experiments that are named; may be repeated")
+                  "Write only the named flags and experiments; may be repeated")
       ->type_name("NAME")
       ->allow_extra_args(false);
   command
@@ -48,7 +48,7 @@ void addOwnOptions(CLI::App& command, AssignOptions& options) {
       ->type_name("NAME")
       ->allow_extra_args(false);
   options.jobs = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMostJobs);
-  command.add_option("--jobs", options.jobs, "How many threads answer; by default one a core")
+  command.add_option("--jobs", options.jobs, "The number of threads; by default one per core")
       ->check(CLI::Range(std::size_t{1}, kMostJobs))
       ->type_name("COUNT");
 }
@@ -57,13 +57,13 @@ void addOwnOptions(CLI::App& command, AssignOptions& options) {
 
 void addAssign(CLI::App& app) {
   auto options = std::make_shared<CommandOptions>();
-  CLI::App& command = *app.add_subcommand(
-      "assign", "Answer for many users: one a line from standard input, in JSON");
+  CLI::App& command =
+      *app.add_subcommand("assign", "Evaluate many users: one per line of standard input, in JSON");
   addSourceOptions(command, options->source);
   addSubjectOptions(command, options->subject);
   addSurroundingsOptions(command, options->surroundings);
   addOwnOptions(command, options->assign);
-  command.add_flag("--json")->description("Say errors in JSON, too; answers always are");
+  command.add_flag("--json")->description("Print errors as JSON, too; answers always are");
   command.callback([options] { run(*options); });
 }
 

@@ -18,11 +18,12 @@
 namespace corvo::tool {
 namespace {
 
-// A batch is work for a millisecond or so: enough to be worth handing over, and little to hold.
+// A batch takes about a millisecond: long enough to be worth passing to a thread, and small in
+// memory.
 constexpr std::size_t kTextBytes = std::size_t{64} << 10;
 constexpr std::size_t kAnswerBytes = std::size_t{256} << 10;
 constexpr std::size_t kMostLines = 4'096;
-constexpr std::size_t kMostBytes = LineInput::kLongest;  // under way, and one line more
+constexpr std::size_t kMostBytes = LineInput::kLongest;  // under way, plus one line
 constexpr std::size_t kKeptBytes = std::size_t{4} << 20;
 
 std::vector<LineWorkers::Work> answerers(const Project& project, const AnswerForm& form,
@@ -37,7 +38,7 @@ std::vector<LineWorkers::Work> answerers(const Project& project, const AnswerFor
   return work;
 }
 
-/// Reads, has the workers answer, and writes.
+/// Reads batches, passes them to the workers, and writes their answers.
 class Assignment {
  public:
   explicit Assignment(std::vector<LineWorkers::Work> work) : workers_(std::move(work)) {}
@@ -50,13 +51,13 @@ class Assignment {
     input_.check();
     if (badCount_ == 0) return;
     throw Failure("bad-lines", std::to_string(badCount_) + " of " + std::to_string(lineCount_) +
-                                   " lines cannot be used: their answers say why");
+                                   " lines are invalid: their answers say why");
   }
 
  private:
   [[nodiscard]] bool hasEnough() const { return workers_.areBusy() || bytesUnderWay_ > kMostBytes; }
 
-  // Takes lines as long as there are any without waiting, but the first.
+  // Takes lines as long as they are available without waiting; waits only for the first.
   bool beginNext() {
     std::unique_ptr<LineBatch> batch = std::exchange(spare_, nullptr);
     if (!batch) batch = std::make_unique<LineBatch>();

@@ -12,17 +12,16 @@
 
 namespace corvo::tool {
 
-/// What is written of each user, and by how many threads.
+/// What is written for each user, and how many threads work.
 struct AssignOptions {
-  std::vector<std::string> flags;        ///< With the experiments: all where both are empty.
-  std::vector<std::string> experiments;  ///< Holdouts, too.
+  std::vector<std::string> flags;        ///< Together with the experiments: all if both are empty.
+  std::vector<std::string> experiments;  ///< Including holdouts.
   std::size_t jobs = 1;
 };
 
-/// Answers the users of the standard input, one a line, on the standard output. What a line does
-/// not say is as in the context, which has a zone and no user, and in the documents. All that was
-/// read is answered before it waits for more. Throws a `Failure` where a line could not be used,
-/// after the last one was answered.
+/// Answers the users on standard input, one per line, on standard output. The context, which has a
+/// zone and no user, and the documents supply everything that a line omits. Answers all lines read
+/// so far before it waits for more. Throws a `Failure` after the last line if any line was invalid.
 void assign(const Project& project, const EvaluationContext& defaults,
             std::span<const UserDocument* const> common, const AssignOptions& options);
 

@@ -12,17 +12,17 @@ struct Row {
   Notes notes;
 };
 
-// A command that does not exist needs no row, and a row no command.
+// A row may be missing for a command, and a row may exist without a command.
 constexpr Row kNotes[] = {
     {"corvo", {"", "corvo help ask"}},
     {"corvo serve",
-     {"It listens on this machine only, and reads its files again for every request, so that an "
-      "edit shows at once. A document that no client could decode is served as it is; standard "
-      "error says where it is broken.",
+     {"It listens on this machine only. It reads its files for every request, so an edit takes "
+      "effect at once. A document that clients cannot decode is still served; standard error says "
+      "where the fault is.",
       "corvo serve --config config.json --geo geo.json --port 8080"}},
     {"corvo ask",
-     {"Nothing is kept on disk, unless --store names a file. A user described on the command line "
-      "replaces the one in that file, and expires after a day.",
+     {"Nothing is written to disk unless --store names a file. A user described on the command "
+      "line replaces the one in that file and expires after one day.",
       "corvo ask --url http://127.0.0.1:8080 --token t --user-id ann flags"}},
     {"corvo ask flag", {"", "corvo ask --config config.json --user-id ann flag welcome-text"}},
     {"corvo ask flags", {"", "corvo ask --config config.json --property custom.basket=150 flags"}},
@@ -34,13 +34,13 @@ constexpr Row kNotes[] = {
     {"corvo ask holdouts", {"", "corvo ask --config config.json --user-id ann holdouts"}},
     {"corvo ask details", {"", "corvo ask --config config.json --user-id ann details"}},
     {"corvo ask force",
-     {"Share, layer and targeting do not count then; holdouts do. It lasts for as long as the user "
-      "in the file that --store names.",
+     {"This bypasses allocation, layer and targeting, but not holdouts. It lasts as long as the "
+      "user in the --store file.",
       "corvo ask --config config.json --user-id ann --store ann.db force "
       "short-checkout"}},
     {"corvo ask unforce", {"", "corvo ask --config config.json --store ann.db unforce --all"}},
     {"corvo explain",
-     {"It shows the steps that lead to the answer, in their order, and marks those that decide it. "
+     {"It shows the steps that lead to the answer, in order, and marks those that decide it. "
       "An error is explained like any other answer.",
       "corvo explain flag welcome-text --config config.json --user-id ann"}},
     {"corvo explain flag",
@@ -48,17 +48,19 @@ constexpr Row kNotes[] = {
     {"corvo explain experiment",
      {"", "corvo explain experiment short-checkout --config config.json --user-id ann"}},
     {"corvo lint",
-     {"An error is something that is dropped or cannot work; a warning is something that is surely "
-      "not meant. The exit status is 3 when there is an error, with --strict also for a warning.",
+     {"An error means that something is dropped or cannot work. A warning means that something is "
+      "probably not intended. The exit status is 3 if there is an error or, with --strict, a "
+      "warning.",
       "corvo lint config.json"}},
     {"corvo assign",
-     {"A line is what a file of --user holds, plus an \"id\"; its \"geo\", \"device\", \"now\" and "
-      "\"zone\" replace those of the options. Each line is answered by one, in the same order.",
+     {"Each line has the format of a --user file. It may add an \"id\", and \"geo\", \"device\", "
+      "\"now\" and \"zone\", which override the options. Each line gets one answer line, in the "
+      "same order.",
       "corvo assign --config config.json < users.jsonl > answers.jsonl"}},
     {"corvo help", {"", "corvo help ask flag"}},
     {"corvo man", {"", "corvo man ask > corvo-ask.1"}},
     {"corvo completion",
-     {"To have it in every shell, put the example into ~/.bashrc.",
+     {"To enable it in every shell, add the example to ~/.bashrc.",
       "source <(corvo completion bash)"}},
 };
 
@@ -82,7 +84,8 @@ std::vector<std::string> choicesOf(const std::string& type) {
   return choices;
 }
 
-/// What to call a value whose type is "TEXT", "TEXT:FILE", "SECONDS:POSITIVE" or "TEXT:{a,b}".
+/// The placeholder for a value whose type is "TEXT", "TEXT:FILE", "SECONDS:POSITIVE" or
+/// "TEXT:{a,b}".
 std::string valueOf(const std::string& type, const std::vector<std::string>& choices) {
   const std::size_t colon = type.find(':');
   std::string name = type.substr(0, colon);
@@ -117,7 +120,7 @@ std::vector<Parameter> parametersOf(const CLI::App& command, bool positional) {
     const bool isHidden = each->get_group().empty();
     if (!isHidden && each->get_positional() == positional) all.push_back(parameterOf(*each));
   }
-  // The one for help is the first that a command has, and the last that anybody needs to read.
+  // Every command declares its help option first, but it is the least important one to read.
   std::stable_partition(all.begin(), all.end(),
                         [](const Parameter& each) { return each.names.back() != "--help"; });
   return all;

@@ -4,15 +4,15 @@ namespace CLI {
 class App;
 }
 
-/// The `corvo` command. Each subcommand adds itself to the application and does its work while the
-/// arguments are parsed; whatever it throws is its failure.
+/// The `corvo` command. Each subcommand adds itself to the application and runs while the arguments
+/// are parsed. An exception that it throws is its failure.
 namespace corvo::tool {
 
 void addServe(CLI::App& app);
 void addAsk(CLI::App& app);
 void addExplain(CLI::App& app);
 void addAssign(CLI::App& app);
-/// Its exit status may be `kFound`.
+/// May set `status` to `kFound`.
 void addLint(CLI::App& app, int& status);
 
 }  // namespace corvo::tool

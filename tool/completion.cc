@@ -9,8 +9,9 @@
 namespace corvo::tool {
 namespace {
 
-// For each command its row sets: words, what may stand for a word; options; texts, files: the
-// options that take a text or a file; choices: "--option=word" for those that take one of several.
+// For each command, its row sets four variables. words: possible words. options: its options. texts
+// and files: the options that take a text or a file. choices: "--option=word" for options with
+// fixed values.
 constexpr const char* kHead = R"(# Completion of the corvo command in bash.
 
 _corvo_command() {
@@ -81,7 +82,7 @@ using Words = std::vector<std::string>;
 
 std::string quoted(const Words& words) { return "'" + CLI::detail::join(words, " ") + "'"; }
 
-/// What a command has itself, and what it has from those above it.
+/// The options of a command, its own and those inherited from the commands above it.
 struct Case {
   Words words, options, texts, files, choices;
   bool takesFiles = false;

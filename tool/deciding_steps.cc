@@ -11,8 +11,8 @@ using Outcome = Explanation::Outcome;
 
 bool isReached(const Step& step) { return step.outcome != Outcome::notReached; }
 
-/// Whether the user's place in an experiment or holdout rests on one of the steps to it. They end
-/// with the one that settles whether the user is in.
+/// Whether a step decides the user's placement in an experiment or holdout. The last of the steps
+/// is the one that decides it.
 bool settlesPlacement(const Step& step, const Step& placement) {
   const auto last = std::find_if(placement.steps.rbegin(), placement.steps.rend(), isReached);
   if (last != placement.steps.rend() && &*last == &step) return true;
@@ -21,7 +21,7 @@ bool settlesPlacement(const Step& step, const Step& placement) {
   return step.code == Code::group || (isForced && step.outcome == Outcome::found);
 }
 
-/// Whether a step rests on one inside it.
+/// Whether an inner step decides an outer one.
 bool settles(const Step& inner, const Step& outer) {
   switch (outer.code) {
     case Code::experiment:
@@ -35,7 +35,7 @@ bool settles(const Step& inner, const Step& outer) {
   }
 }
 
-/// Whether the answer rests on one of the outermost steps.
+/// Whether an outermost step decides the answer.
 bool settles(const Step& step, const Explanation& explanation) {
   const bool isIn = std::ranges::any_of(explanation.steps, [](const Step& each) {
     return each.code == Code::experiment && each.outcome == Outcome::in;

@@ -6,8 +6,8 @@
 
 namespace corvo::tool {
 
-/// For each step of an explanation, in the order of its lines, whether the answer rests on it: the
-/// ways from the question to the conditions, shares and lists that settled it.
+/// For each step of an explanation, in the order of its lines, whether the answer depends on it.
+/// These are the steps from the question down to the conditions, weights and lists that decided it.
 [[nodiscard]] std::vector<bool> decidingSteps(const Explanation& explanation);
 
 }  // namespace corvo::tool

@@ -17,7 +17,7 @@ using namespace corvo_internal;
 
 namespace {
 
-/// Answers at once, with one of two documents.
+/// Answers immediately with one of two documents.
 class TwoDocuments final : public UrlSession {
  public:
   TwoDocuments(std::string configuration, std::string location)
@@ -33,7 +33,7 @@ class TwoDocuments final : public UrlSession {
   const std::string location_;
 };
 
-/// What a client has against an answer, or nothing.
+/// Why a client rejects an answer, or empty.
 std::optional<std::string> refusalOf(const Document& document) {
   const std::string& content = document.text;
   const bool isLocation = document.kind == Document::Kind::location;
@@ -64,8 +64,8 @@ std::string pointerTo(std::string_view keyInQuotes) {
   return pointer;
 }
 
-/// The place of the value that a refusal is about: its pointer, if it ends with one, leads to a
-/// member of the text's object, of which the last of its name counts.
+/// The place of the value that a refusal is about. A refusal may end with a pointer to a member of
+/// the text's outermost object. If several members have that name, the last one counts.
 std::size_t placeOfRefused(const std::string& refusal, const json::JsonPlaces& places) {
   constexpr std::string_view kAt = " at ";
   std::size_t place = places.nodes.front();
@@ -85,7 +85,8 @@ Document::Kind kindAskedFor(const UrlRequest& request) {
 
 void fetchDocuments(CorvoClient& client, std::size_t size) {
   try {
-    // No name in a text is as long as the text: there is no such flag, so nothing is evaluated.
+    // No name in a text is as long as the text, so this flag does not exist and nothing is
+    // evaluated.
     client.checkFlag<bool>(std::string(size, ' ')).get();
   } catch (const CorvoError& error) {
     if (error.as<CorvoError::FeatureFlagNotFound>() == nullptr) throw;

@@ -15,22 +15,21 @@ struct Document {
   enum class Kind { configuration, location };
 
   Kind kind{};
-  std::string name;  ///< Where it comes from, for people.
+  std::string name;  ///< Its source, for messages.
   std::string text;
 };
 
-/// Which document a client's request is for.
+/// The document that a client's request is for.
 [[nodiscard]] Document::Kind kindAskedFor(const UrlRequest& request);
 
-/// Has a client fetch both documents and evaluate nothing, for whether they may be evaluated is to
-/// be found out first. `size` is that of the configuration. Throws the `CorvoError` of a fetch.
+/// Makes a client fetch both documents without evaluating anything, because they have yet to be
+/// checked. `size` is the size of the configuration. Throws the `CorvoError` of a fetch.
 void fetchDocuments(CorvoClient& client, std::size_t size);
 
-/// What a client has against a document, as "name:line:column: reason"; none where it can decode
-/// it.
+/// Why a client rejects a document, as "name:line:column: reason"; empty if it can decode it.
 [[nodiscard]] std::optional<std::string> faultOf(const Document& document);
 
-/// A backend that answers at once with a configuration and a location.
+/// A backend that answers immediately with a configuration and a location.
 [[nodiscard]] std::shared_ptr<UrlSession> sessionOf(std::string configuration,
                                                     std::string location);
 

@@ -38,7 +38,7 @@ JsonValue jsonOf(const CorvoExperimentDetail& detail) {
                     {"results", std::move(results)}};
 }
 
-/// The detail of the experiment: of several with its name the first that the user is in.
+/// The detail of the experiment. If several have its name, the first that the user is in.
 const CorvoExperimentDetail& detailOf(const CorvoExperiment& experiment,
                                       const std::vector<CorvoExperimentDetail>& details) {
   static const CorvoExperimentDetail none;
@@ -52,7 +52,7 @@ std::map<std::string, CorvoProperty> valuesOf(const CorvoExperimentDetail& detai
   return values;
 }
 
-/// A row for each value, or one without.
+/// One row per value, or a single one if there are no values.
 void addRows(Report& report, const CorvoExperimentDetail& detail) {
   const auto add = [&](const std::string& name, const std::string& value) {
     report.rows.push_back(

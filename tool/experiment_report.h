@@ -10,16 +10,17 @@
 
 #include "tool/report.h"
 
-/// Answers about experiments, made ready to be shown.
+/// Answers about experiments, as reports.
 namespace corvo::tool {
 
-/// The user's place in an experiment, and the values that the detail of it lists, which is one of
-/// those of all experiments that the user is in: a handle lists no names of values.
+/// The user's group in an experiment and their values. The values come from the matching one of
+/// `details`, which describe all experiments that the user is in, because a handle does not list
+/// its values.
 [[nodiscard]] Report experimentReport(const CorvoExperiment& experiment,
                                       const std::vector<CorvoExperimentDetail>& details);
 /// The same for an experiment that the user is not in.
 [[nodiscard]] Report absenceReport(const std::string& experimentName);
-/// The same as JSON, without the type; `details` are those of all experiments that the user is in.
+/// The same as JSON, without the type. `details` describe all experiments that the user is in.
 [[nodiscard]] JsonValue placeWithValues(const CorvoExperiment& experiment,
                                         const std::vector<CorvoExperimentDetail>& details);
 [[nodiscard]] Report experimentsReport(const std::vector<CorvoExperimentPointer>& experiments);
@@ -33,7 +34,7 @@ namespace corvo::tool {
 
 [[nodiscard]] Report forcedReport(const std::string& experimentName,
                                   const std::optional<std::int64_t>& groupIndex);
-/// Without a name for all experiments.
+/// Without a name: all experiments.
 [[nodiscard]] Report unforcedReport(const std::optional<std::string>& experimentName);
 
 }  // namespace corvo::tool

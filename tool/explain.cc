@@ -50,8 +50,9 @@ Explanation explainExperiment(Evaluation& about, const std::string& name) {
 
 constexpr std::size_t kMostDropsNamed = 20;
 
-/// Says on standard error what a client drops of the document, for an answer may hang on it.
-void nameDrops(const Source& source) {
+/// Lists on standard error whatever a client drops from the document, because the answer may depend
+/// on it.
+void printDrops(const Source& source) {
   const std::vector<Project::Drop> drops = source.project.drops();
   std::string lines;
   for (const Project::Drop& drop :
@@ -75,7 +76,7 @@ JsonValue answerOfFlag(const Explanation& explanation) {
 JsonValue answerOfExperiment(const Explanation& explanation, Evaluation& about) {
   JsonValue value;
   if (explanation.value) {
-    // The details list the names of its values, which the handle does not.
+    // The details list the names of the values; the handle does not.
     value = placeWithValues(*about.getExperiment(explanation.name).value(),
                             about.getUserExperimentsDetails().value());
   }
@@ -98,7 +99,7 @@ std::string inJson(const Explanation& explanation, Evaluation& about) {
   return JsonValue(std::move(all)).toJson() + "\n";
 }
 
-/// The engine's own lines, with a mark before those that the answer rests on.
+/// The engine's lines, with a mark before those that decide the answer.
 std::string forPeople(const Explanation& explanation, const Style& style) {
   std::istringstream lines(explanation.toText());
   std::string line;
@@ -122,15 +123,15 @@ void explain(Explain question, const ExplainOptions& options) {
   Evaluation about = source.project.evaluate(context);
   const Explanation explanation = question(about, options.name);
   print(options.json ? inJson(explanation, about) : forPeople(explanation, Style(options.colour)));
-  // Last, so that what is said of a failure under --json is all that is said.
-  nameDrops(source);
+  // Last, so that a failure under --json prints nothing but the failure.
+  printDrops(source);
   subject.warnOfUnread(source.project);
 }
 
 void addQuestion(CLI::App& command, const char* word, const char* help, Explain question,
                  const std::shared_ptr<ExplainOptions>& options) {
   CLI::App& what = *command.add_subcommand(word, help);
-  what.add_option("NAME", options->name, "As the configuration has it")->required();
+  what.add_option("NAME", options->name, "The name in the configuration")->required();
   what.callback([options, question] {
     settleSource(options->source, options->subject.file);
     explain(question, *options);
@@ -149,7 +150,7 @@ void addExplain(CLI::App& app) {
   addSubjectOptions(command, options->subject);
   addSurroundingsOptions(command, options->surroundings);
   addColourOption(command, options->colour);
-  command.add_flag("--json", options->json, "Answer in JSON");
+  command.add_flag("--json", options->json, "Print JSON");
   addQuestion(command, "flag", "Why a flag has its value", explainFlag, options);
   addQuestion(command, "experiment", "Why the user is in an experiment, or is not",
               explainExperiment, options);

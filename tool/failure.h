@@ -6,11 +6,10 @@
 
 namespace corvo::tool {
 
-/// Why a command failed: a sentence for people and a word for programs.
+/// Why a command failed: a sentence for people and a stable code for programs.
 class Failure : public std::runtime_error {
  public:
-  /// The code is the case of a `CorvoError`, or a word in lower case with hyphens. It never
-  /// changes.
+  /// The code is a case of `CorvoError`, or lower-case words joined by hyphens. Codes never change.
   Failure(std::string code, const std::string& message)
       : std::runtime_error(message), code_(std::move(code)) {}
 

@@ -12,7 +12,7 @@ namespace corvo::tool {
 /// "error" or "warning".
 [[nodiscard]] std::string_view wordOf(Finding::Severity severity);
 
-/// A finding as compilers write theirs: "file:line:column: severity: message [code]".
+/// A finding in the format of compilers: "file:line:column: severity: message [code]".
 [[nodiscard]] std::string lineOf(const std::string& file, const Finding& finding,
                                  const Style& style);
 

@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kWidth = 80;
 constexpr std::size_t kMostTitle = 24;
 
-/// The text in lines that begin at a column, the first of them already there.
+/// Wraps the text. All lines but the first are indented to the column.
 std::string wrapped(std::string_view text, std::size_t column) {
   std::string all;
   std::size_t at = column;
@@ -34,7 +34,7 @@ std::string wrapped(std::string_view text, std::size_t column) {
   return all + "\n";
 }
 
-/// What stands on the left of a line, and its explanation.
+/// The left column of a line, and the explanation on the right.
 using Line = std::pair<std::string, std::string>;
 
 std::string section(const std::string& heading, const std::vector<Line>& lines) {

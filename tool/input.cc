@@ -36,7 +36,7 @@ std::string readAll(std::FILE* file, const std::string& name) {
 std::string shownName(const std::string& name) { return name == kStandardInput ? "<stdin>" : name; }
 
 std::string complainAboutName(const std::string& name) {
-  return name.empty() ? "needs the name of a file" : "";
+  return name.empty() ? "needs a file name" : "";
 }
 
 std::string readInput(const std::string& name) {

@@ -4,16 +4,16 @@
 
 namespace corvo::tool {
 
-/// The name that stands for the standard input.
+/// The name for standard input.
 constexpr const char* kStandardInput = "-";
 
-/// What an input is called where a place in it is named.
+/// The name of an input in messages about places in it.
 [[nodiscard]] std::string shownName(const std::string& name);
 
-/// What is wrong with the name of a file on the command line; empty when nothing is.
+/// Why a file name from the command line is invalid; empty if it is valid.
 [[nodiscard]] std::string complainAboutName(const std::string& name);
 
-/// All that a file holds, or the standard input. Throws a `Failure`.
+/// The content of a file or of standard input. Throws a `Failure`.
 [[nodiscard]] std::string readInput(const std::string& name);
 
 }  // namespace corvo::tool

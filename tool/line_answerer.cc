@@ -9,7 +9,7 @@
 namespace corvo::tool {
 namespace {
 
-/// Each element has a comma behind it: the last one's is the bracket's place.
+/// A comma follows every element; the bracket replaces the last one.
 void closeList(std::string& text, char bracket) {
   if (text.back() == ',') {
     text.back() = bracket;
@@ -37,7 +37,7 @@ void LineAnswerer::answer(LineBatch& batch) {
     rest.remove_prefix(size);
     ++number;
   }
-  user_.forget();  // it may have been long, and the next batch may be another thread's
+  user_.forget();  // it may be long, and another thread may take the next batch
 }
 
 void LineAnswerer::answer(std::string_view line, std::size_t number, LineBatch& batch) {

@@ -15,8 +15,8 @@
 
 namespace corvo::tool {
 
-/// Answers lines that each have a user. For one thread at a time; any number may share project,
-/// form and defaults, which must outlive them.
+/// Answers lines that each describe a user. Not thread-safe, but several instances may share
+/// project, form and defaults, which must outlive them.
 class LineAnswerer {
  public:
   LineAnswerer(const Project& project, const AnswerForm& form, const EvaluationContext& defaults,
@@ -26,7 +26,7 @@ class LineAnswerer {
   void answer(LineBatch& batch);
 
  private:
-  // A text of the project by its place. What it is typed as is found out once.
+  // A text of the project by its address. Its type is determined only once.
   struct Place {
     std::size_t operator()(std::string_view text) const noexcept {
       return std::hash<const char*>()(text.data()) + text.size();

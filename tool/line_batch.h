@@ -7,18 +7,18 @@
 
 namespace corvo::tool {
 
-/// Lines that follow one another, and then their answers.
+/// Consecutive lines, and later their answers.
 struct LineBatch {
   struct Line {
     std::size_t size = 0;  ///< In bytes.
     bool isTooLong = false;
   };
 
-  std::size_t firstNumber = 0;  ///< That of the first line, from 1.
-  std::string text;             ///< That of all lines, one after the other.
+  std::size_t firstNumber = 0;  ///< The number of the first line, from 1.
+  std::string text;             ///< All lines, concatenated.
   std::vector<Line> lines;
-  std::string answers;       ///< A line each.
-  std::size_t badCount = 0;  ///< How many of the answers are errors.
+  std::string answers;       ///< One line each.
+  std::size_t badCount = 0;  ///< The number of answers that are errors.
 
   void clear() {
     text.clear();

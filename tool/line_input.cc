@@ -18,11 +18,11 @@ namespace corvo::tool {
 namespace {
 
 constexpr std::size_t kRead = std::size_t{256} << 10;
-constexpr std::size_t kKept = 4 * kRead;  // larger room goes back after a long line
+constexpr std::size_t kKept = 4 * kRead;  // a larger buffer is freed after a long line
 
 #ifdef _WIN32
 
-// Cannot be found out for all that an input may be.
+// Some inputs cannot tell, so this assumes that they would wait.
 bool wouldWait() { return true; }
 
 std::ptrdiff_t readSome(char* place, std::size_t size) {
@@ -36,7 +36,7 @@ bool wouldWait(int timeout = 0) {
   return ::poll(&input, 1, timeout) != 1 || (input.revents & (POLLIN | POLLHUP | POLLERR)) == 0;
 }
 
-// Waits also where the input was set not to wait.
+// Waits even if the input is non-blocking.
 std::ptrdiff_t readSome(char* place, std::size_t size) {
   for (;;) {
     const std::ptrdiff_t count = ::read(STDIN_FILENO, place, size);
@@ -70,7 +70,7 @@ void LineInput::check() const {
                 "cannot read standard input: " + std::generic_category().message(error_));
 }
 
-// A line that is longer than it may be, whatever its end is, is not kept.
+// A line that is too long is not kept, however it ends.
 bool LineInput::findEnd() {
   const auto* const end = static_cast<const char*>(
       lineEnd_ < last_ ? std::memchr(buffer_.data() + lineEnd_, '\n', last_ - lineEnd_) : nullptr);
@@ -106,7 +106,7 @@ void LineInput::readMore() {
   isAtEnd_ = true;
   if (count == 0) return;
   error_ = errno;
-  last_ = lineEnd_ = first_;  // nobody knows how the line goes on
+  last_ = lineEnd_ = first_;  // the end of the line is unknown
   isTooLong_ = false;
 }
 

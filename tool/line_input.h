@@ -8,24 +8,24 @@
 
 namespace corvo::tool {
 
-/// The lines of the standard input, which end with a newline, or with a carriage return and a
-/// newline; the last one may do without. Reads no more than it is asked for.
+/// The lines of standard input. They end with a newline, or with a carriage return and a newline;
+/// the last one may end with neither. Reads no more than requested.
 class LineInput {
  public:
   static constexpr std::size_t kLongest = std::size_t{16} << 20;  ///< In bytes.
 
   struct Line {
     std::string_view text;
-    bool isTooLong = false;  ///< Longer than `kLongest`: it was skipped, and there is no text.
+    bool isTooLong = false;  ///< Longer than `kLongest`: the line was skipped, and `text` is empty.
   };
 
-  /// Whether `next` would answer at once. It may wait where that cannot be found out.
+  /// Whether `next` would return immediately. If that is unknown, it may wait.
   [[nodiscard]] bool isReady();
 
-  /// The next line, valid until the next call; none at the end. Waits for it.
+  /// Waits for the next line, which is valid until the next call. Empty at the end.
   [[nodiscard]] std::optional<Line> next();
 
-  /// Throws a `Failure` where the end was none, because the input could not be read.
+  /// Throws a `Failure` if the input ended because it could not be read.
   void check() const;
 
  private:
@@ -33,10 +33,10 @@ class LineInput {
   void readMore();
   Line takeLine(std::size_t end);
 
-  std::vector<char> buffer_;  // what was read and not yet asked for is from first_ to last_
+  std::vector<char> buffer_;  // first_ to last_ is read, but not yet returned
   std::size_t first_ = 0;
   std::size_t last_ = 0;
-  std::size_t lineEnd_ = 0;  // no newline stands before it
+  std::size_t lineEnd_ = 0;  // there is no newline before it
   bool isTooLong_ = false;   // the beginning of this line was dropped
   bool isAtEnd_ = false;
   int error_ = 0;

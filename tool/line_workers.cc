@@ -25,11 +25,11 @@ LineWorkers::~LineWorkers() {
 }
 
 void LineWorkers::begin(std::unique_ptr<LineBatch> batch) {
-  Order order{batch.get(), {}};
-  underWay_.push_back({std::move(batch), order.done.get_future()});
+  Job job{batch.get(), {}};
+  underWay_.push_back({std::move(batch), job.done.get_future()});
   {
     const std::lock_guard lock(mutex_);
-    waiting_.push_back(std::move(order));
+    waiting_.push_back(std::move(job));
   }
   change_.notify_one();
 }
@@ -41,22 +41,22 @@ std::unique_ptr<LineBatch> LineWorkers::finish() {
   return std::move(first.batch);
 }
 
-std::optional<LineWorkers::Order> LineWorkers::take() {
+std::optional<LineWorkers::Job> LineWorkers::take() {
   std::unique_lock lock(mutex_);
   change_.wait(lock, [this] { return isOver_ || !waiting_.empty(); });
   if (isOver_) return std::nullopt;
-  Order order = std::move(waiting_.front());
+  Job job = std::move(waiting_.front());
   waiting_.pop_front();
-  return order;
+  return job;
 }
 
 void LineWorkers::run(const Work& work) {
-  while (std::optional<Order> order = take()) {
+  while (std::optional<Job> job = take()) {
     try {
-      work(*order->batch);
-      order->done.set_value();
+      work(*job->batch);
+      job->done.set_value();
     } catch (...) {
-      order->done.set_exception(std::current_exception());
+      job->done.set_exception(std::current_exception());
     }
   }
 }

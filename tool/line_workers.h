@@ -15,31 +15,30 @@
 
 namespace corvo::tool {
 
-/// Threads that work on batches, which are handed back in the order in which they were begun. For
-/// one thread at a time. What is unfinished when it is destroyed is dropped.
+/// Threads that process batches and return them in the order in which they were submitted. For use
+/// by one thread. Unfinished batches are dropped on destruction.
 class LineWorkers {
  public:
-  /// What one of the threads does with a batch.
+  /// What a thread does with a batch.
   using Work = std::function<void(LineBatch&)>;
 
-  /// A thread for each; where the system has not that many, fewer, but one at least.
+  /// Starts one thread per function; fewer, but at least one, if the system cannot create as many.
   explicit LineWorkers(std::vector<Work> work);
   LineWorkers(const LineWorkers&) = delete;
   LineWorkers& operator=(const LineWorkers&) = delete;
   ~LineWorkers();
 
   [[nodiscard]] bool areIdle() const { return underWay_.empty(); }
-  /// Whether there is enough to do for all, and for a while.
+  /// Whether all threads have enough work for a while.
   [[nodiscard]] bool areBusy() const { return underWay_.size() > 2 * threads_.size(); }
 
   void begin(std::unique_ptr<LineBatch> batch);
 
-  /// Of those under way the one that was begun first; waits until it is done. Throws what the work
-  /// threw.
+  /// Waits for the batch that was submitted first and returns it. Throws what the work threw.
   std::unique_ptr<LineBatch> finish();
 
  private:
-  struct Order {
+  struct Job {
     LineBatch* batch;
     std::promise<void> done;
   };
@@ -49,14 +48,14 @@ class LineWorkers {
   };
 
   void run(const Work& work);
-  std::optional<Order> take();
+  std::optional<Job> take();
 
   std::vector<Work> work_;
   std::deque<Begun> underWay_;
   std::mutex mutex_;
   std::condition_variable change_;
-  std::deque<Order> waiting_;  // guarded
-  bool isOver_ = false;        // guarded
+  std::deque<Job> waiting_;  // guarded
+  bool isOver_ = false;      // guarded
   std::vector<std::thread> threads_;
 };
 

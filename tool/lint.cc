@@ -61,7 +61,7 @@ bool isWorse(const Finding& finding, bool strict) {
   return strict || finding.severity == Finding::Severity::error;
 }
 
-/// A file that cannot be read is said to be so, and the others are checked all the same.
+/// A file that cannot be read is reported, and the others are still checked.
 int lintAll(const LintOptions& options) {
   std::vector<Checked> all;
   std::string unread;
@@ -89,7 +89,7 @@ void addLint(CLI::App& app, int& status) {
   command.add_option("FILE", options->files, "The documents; - is standard input")->required();
   command.add_flag("--strict", options->strict, "Let warnings count, too: the exit status is 3");
   addColourOption(command, options->colour);
-  command.add_flag("--json", options->json, "Answer in JSON");
+  command.add_flag("--json", options->json, "Print JSON");
   command.callback([options, &status] {
     if (std::ranges::count(options->files, kStandardInput) > 1) {
       throw CLI::ValidationError("FILE", "standard input can be read once only");

@@ -14,7 +14,7 @@ namespace {
 
 using namespace corvo::tool;
 
-/// Answers the exit status; whatever else is thrown is the failure of a subcommand.
+/// Returns the exit status. Any other exception is the failure of a subcommand.
 int run(int argc, char** argv) {
   CLI::App app("Query, explain and check a project's feature flags and experiments", "corvo");
   app.set_help_flag("-h,--help", "Show this help");
@@ -34,7 +34,7 @@ int run(int argc, char** argv) {
   } catch (const CLI::CallForVersion& version) {
     print(version.what() + std::string("\n"));
   } catch (const CLI::ParseError& error) {
-    sayFailure("wrong-usage", complaintAbout(app, error));
+    printFailure("wrong-usage", complaintAbout(app, error));
     return kWrongUsage;
   }
   return status;
@@ -48,7 +48,7 @@ int main(int argc, char** argv) {
     const auto asksForJson = [](std::string_view argument) {
       return argument == "--json" || argument.starts_with("--json=");
     };
-    if (std::any_of(argv, argv + argc, asksForJson)) sayFailuresInJson();
+    if (std::any_of(argv, argv + argc, asksForJson)) printFailuresAsJson();
     return run(argc, argv);
   } catch (...) {
     return statusOfFailure();

@@ -12,7 +12,7 @@
 namespace corvo::tool {
 namespace {
 
-/// A text as roff shows it: hyphens as typed, and nothing taken for a request.
+/// Escapes a text for roff: hyphens appear as typed, and no line is taken for a request.
 std::string plain(std::string_view text) {
   std::string all;
   for (const char each : text) {
@@ -39,7 +39,7 @@ std::string example(std::string_view line) {
   return ".PP\n.nf\n.RS\n" + plain(line) + "\n.RE\n.fi\n";
 }
 
-/// "corvo-ask", as its page is called.
+/// The name of the command's page: "corvo-ask".
 std::string pageOf(const CLI::App& command) {
   std::string name = pathOf(command);
   std::ranges::replace(name, ' ', '-');
@@ -58,7 +58,7 @@ std::string parameters(const CLI::App& command, bool isPart) {
   return text;
 }
 
-/// A command below the one of the page.
+/// A subcommand that is described on its parent's page.
 std::string part(const CLI::App& command) {
   const Notes notes = notesOn(command);
   std::string text = ".SS " + plain(pathOf(command)) + "\n" + bold(usageOf(command)) + "\n.PP\n" +
@@ -76,8 +76,8 @@ std::string environment(const CLI::App& command) {
     const char* text;
   };
   constexpr Variable kVariables[] = {
-      {"NO_COLOR", "--color", "No colours unless they are asked for, if it is not empty."},
-      {"TZDIR", "--zone", "The folder of the time zone database, if that is not the system's own."},
+      {"NO_COLOR", "--color", "If not empty, there are no colours by default."},
+      {"TZDIR", "--zone", "The folder of the time zone database, if it is not the system's."},
   };
   std::string text;
   for (const Parameter& each : optionsOf(command)) {

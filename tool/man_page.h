@@ -8,8 +8,8 @@ class App;
 
 namespace corvo::tool {
 
-/// The page of `man 1` on a command, in roff with the macros of man(7): on `corvo` itself, or on
-/// one right below it and what that has below it.
+/// The `man 1` page of a command, in roff with the macros of man(7): of `corvo` itself, or of a
+/// direct subcommand, including the commands below it.
 [[nodiscard]] std::string manPageOn(const CLI::App& command);
 
 }  // namespace corvo::tool

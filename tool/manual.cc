@@ -17,7 +17,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// A command that prints a text on the command to which its arguments lead.
+/// Adds a command that prints a text about the command that its arguments name.
 void addPrinter(CLI::App& app, const char* name, const char* description, int mostWords,
                 std::string (*textOn)(const CLI::App&)) {
   CLI::App& command = *app.add_subcommand(name, description);
@@ -29,12 +29,14 @@ void addPrinter(CLI::App& app, const char* name, const char* description, int mo
 }  // namespace
 
 void addManual(CLI::App& app) {
-  addPrinter(app, "help", "Say what a command does and how it is used", 2, helpOn);
+  addPrinter(app, "help", "Show what a command does and how to use it", 2, helpOn);
   addPrinter(app, "man", "Print the manual page of a command", 1, manPageOn);
 
   CLI::App& completion =
       *app.add_subcommand("completion", "Print a script that completes commands");
-  completion.add_option("SHELL", "The shell it is for")->required()->check(CLI::IsMember({"bash"}));
+  completion.add_option("SHELL", "The shell to complete for")
+      ->required()
+      ->check(CLI::IsMember({"bash"}));
   completion.callback([&app] { print(bashCompletion(app)); });
 }
 

@@ -6,8 +6,8 @@ class App;
 
 namespace corvo::tool {
 
-/// The commands `help`, `man` and `completion`, which tell of all commands that the application has
-/// once it is parsed.
+/// Adds the commands `help`, `man` and `completion`, which describe all commands of the parsed
+/// application.
 void addManual(CLI::App& app);
 
 }  // namespace corvo::tool

@@ -17,12 +17,12 @@ using namespace corvo_internal;
 
 constexpr std::string_view kDigits = "0123456789";
 
-/// Reads a text from its front. What does not fit spoils it for good.
+/// Reads a moment from the front of a text. After the first mismatch, nothing is read any more.
 class MomentText {
  public:
   explicit MomentText(std::string_view text) : rest_(text) {}
 
-  /// Whether one of the letters stood in front.
+  /// Whether the text starts with one of the letters, which is then removed.
   bool take(std::string_view anyOf) {
     const bool there = !rest_.empty() && anyOf.find(rest_.front()) != std::string_view::npos;
     if (there) rest_.remove_prefix(1);
@@ -50,7 +50,7 @@ class MomentText {
   bool fits_ = true;
 };
 
-/// What "+01:00" and the like are worth in seconds; none where local time is meant.
+/// The offset "+01:00" or similar in seconds; empty for local time.
 std::optional<std::int64_t> readOffset(MomentText& in) {
   if (in.take("Z")) return 0;
   const bool west = in.take("-");
@@ -64,7 +64,7 @@ std::optional<std::int64_t> readOffset(MomentText& in) {
 
 std::optional<double> parseDateAndTime(std::string_view text, const TimeZone& zone) {
   MomentText in(text);
-  std::string date = in.digits(4);  // as "yyyy-MM-dd HH:mm:ss"
+  std::string date = in.digits(4);  // in the form "yyyy-MM-dd HH:mm:ss"
   const bool compact = !in.take("-");
   date.append("-").append(in.digits(2));
   if (!compact) in.expect("-");

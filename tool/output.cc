@@ -22,7 +22,7 @@
 namespace corvo::tool {
 namespace {
 
-bool areFailuresInJson = false;  // set once, before there are other threads
+bool areFailuresInJson = false;  // set once, before other threads start
 
 #ifdef _WIN32
 
@@ -34,7 +34,7 @@ std::ptrdiff_t writeSome(std::string_view text) {
 
 #else
 
-// Waits also where the output was set not to wait.
+// Waits even if the output is non-blocking.
 std::ptrdiff_t writeSome(std::string_view text) {
   for (;;) {
     const std::ptrdiff_t count = ::write(STDOUT_FILENO, text.data(), text.size());
@@ -86,9 +86,9 @@ std::string visible(std::string_view text) {
   return shown;
 }
 
-void sayFailuresInJson() { areFailuresInJson = true; }
+void printFailuresAsJson() { areFailuresInJson = true; }
 
-void sayFailure(const std::string& code, const std::string& message) {
+void printFailure(const std::string& code, const std::string& message) {
   if (!areFailuresInJson) {
     for (std::size_t at = 0; at <= message.size();) {
       const std::size_t end = std::min(message.find('\n', at), message.size());
@@ -110,9 +110,9 @@ int statusOfFailure() {
     std::raise(SIGPIPE);
 #endif
   } catch (const Failure& failure) {
-    sayFailure(failure.code(), failure.what());
+    printFailure(failure.code(), failure.what());
   } catch (const std::exception& error) {
-    sayFailure("failed", error.what());
+    printFailure("failed", error.what());
   }
   return kFailed;
 }

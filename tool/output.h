@@ -6,37 +6,39 @@
 
 namespace corvo::tool {
 
-// The exit statuses, which are also stated in the help.
+// The exit statuses. The help lists them, too.
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
-constexpr int kFound = 3;  ///< What was asked for was found, as errors in a document.
+constexpr int kFound = 3;  ///< The command found what it looks for, such as errors in a document.
 
-/// Nobody reads the standard output any more, as when `head` has seen enough.
+/// The reader of standard output has gone, for example because `head` has seen enough.
 class ReaderGone : public std::exception {
  public:
   [[nodiscard]] const char* what() const noexcept override { return "nobody reads the output"; }
 };
 
-/// Lets `print` report every failure to write, and sees to it that no file or connection of the
-/// program comes to stand for a standard stream that it was started without. For the start of main.
+/// Call at the start of main. Makes `print` report every write failure. Prevents files and
+/// connections of the program from taking the number of a standard stream that is closed at the
+/// start.
 void prepareStandardStreams();
 
-/// Writes to standard output and sees that it arrives. Throws `ReaderGone`, or a
-/// `Failure` that says why the text cannot be written.
+/// Writes to standard output and flushes it. Throws `ReaderGone`, or a `Failure` that says why the
+/// text cannot be written.
 void print(std::string_view text);
 
-/// From now on failures are said as JSON: {"error": {"code": ..., "message": ...}}.
-void sayFailuresInJson();
+/// From now on, failures are printed as JSON: {"error": {"code": ..., "message": ...}}.
+void printFailuresAsJson();
 
-/// Says on standard error why the command failed.
-void sayFailure(const std::string& code, const std::string& message);
+/// Prints the failure on standard error.
+void printFailure(const std::string& code, const std::string& message);
 
-/// The text with its control characters written as in JSON, so that none reaches a terminal.
+/// The text with its control characters escaped as in JSON, so that none reaches a terminal.
 [[nodiscard]] std::string visible(std::string_view text);
 
-/// Inside a handler: says on standard error what was thrown, and answers the exit status for it.
-/// Where the reader has gone it says nothing, and the process ends as the system ends others then.
+/// To be called in a catch block. Prints the exception on standard error and returns the exit
+/// status. If the reader of standard output has gone, prints nothing and ends the process as the
+/// system does by default.
 [[nodiscard]] int statusOfFailure();
 
 }  // namespace corvo::tool

@@ -5,8 +5,8 @@
 
 namespace corvo::tool {
 
-/// Tells people how far a long work has come, in one line of the standard error: where that is a
-/// terminal, the standard output is none, and the work takes longer than a second.
+/// Shows the progress of long work in one line on standard error. Only shown if standard error is a
+/// terminal, standard output is not, and the work takes longer than a second.
 class Progress {
  public:
   explicit Progress(const char* things);
@@ -19,7 +19,7 @@ class Progress {
  private:
   using Clock = std::chrono::steady_clock;
 
-  const char* things_;  // what is counted
+  const char* things_;  // the unit of the count
   bool isWanted_;
   bool isShown_ = false;
   Clock::time_point next_ = Clock::now() + std::chrono::seconds(1);

@@ -80,8 +80,8 @@ constexpr Question kQuestions[] = {
     {"holdouts", takesNothing, "All holdouts that the user is in", askHoldouts},
     {"details", takesNothing, "All experiments that the user is in, and their values", askDetails},
     {"force", takesNameAndIndex,
-     "Put the user into an experiment, or its group INDEX; lasts with --store", force},
-    {"unforce", takesNameOrAll, "Take back what force did, for one experiment or all", unforce},
+     "Put the user into an experiment, or into its group INDEX; persists with --store", force},
+    {"unforce", takesNameOrAll, "Undo force, for one experiment or all", unforce},
 };
 
 }  // namespace

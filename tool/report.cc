@@ -12,7 +12,7 @@
 namespace corvo::tool {
 namespace {
 
-/// The names of the types that a property may have, in their order.
+/// The names of the property types, by index.
 constexpr std::array kTypeNames{"object", "boolean", "integer", "double", "string"};
 static_assert(kTypeNames.size() == std::variant_size_v<CorvoProperty>);
 

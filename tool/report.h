@@ -12,27 +12,27 @@
 
 namespace corvo::tool {
 
-/// An answer made ready to be shown: as a sentence and a table to people, as JSON to programs.
+/// An answer ready for display: a sentence and a table for people, JSON for programs.
 struct Report {
   std::string sentence;                        ///< May be empty.
-  std::vector<std::string> columns;            ///< None when there is no table.
-  std::vector<std::vector<std::string>> rows;  ///< As many cells each as there are columns.
+  std::vector<std::string> columns;            ///< Empty if there is no table.
+  std::vector<std::vector<std::string>> rows;  ///< Each has one cell per column.
   JsonValue json;
 };
 
-/// A value as JSON, which has no infinite numbers: these are written as texts.
+/// A value as JSON. Infinite numbers, which JSON lacks, become texts.
 [[nodiscard]] JsonValue toJson(const CorvoProperty& value);
 
-/// The report of some values by the names of what has them; the JSON is an object of the values.
-/// `kind` heads the column of the names.
+/// A report of values by name; the JSON is an object of the values. `kind` is the heading of the
+/// name column.
 [[nodiscard]] Report valueReport(const std::string& kind,
                                  const std::map<std::string, CorvoProperty>& values);
 
-/// A value as JSON text, which shows where a text ends and hides no control character.
+/// A value as JSON text, so that texts are delimited and control characters are visible.
 [[nodiscard]] std::string shown(const CorvoProperty& value);
 
-/// Writes the sentence, then the rows under the columns' heads, aligned. For terminals with one
-/// cell per character.
+/// Writes the sentence, then the rows under the column headings, aligned. Assumes one terminal cell
+/// per character.
 void printReport(const Report& report, const Style& style, std::ostream& out);
 
 }  // namespace corvo::tool

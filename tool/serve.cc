@@ -24,7 +24,7 @@ struct ServeOptions {
   bool log = false;
 };
 
-/// The header that a request of the library would have and this one has not, or null.
+/// A header that the library always sends and that this request lacks, or null.
 const char* missingHeader(const httplib::Request& request) {
   for (const char* name : {"token", "user-id"}) {
     if (request.get_header_value(name).empty()) return name;
@@ -37,7 +37,7 @@ void refuse(httplib::Response& response, int status, const std::string& reason) 
   response.set_content(reason + "\n", "text/plain; charset=utf-8");
 }
 
-/// As it is: compressing it would take longer than anything else, and nobody pays for the way.
+/// Sent uncompressed: compressing would take longer than anything else, and local traffic is free.
 void send(httplib::Response& response, const std::shared_ptr<const std::string>& content) {
   const char* const type = "application/json";
   if (content->empty()) return response.set_content("", type);
@@ -48,7 +48,7 @@ void send(httplib::Response& response, const std::shared_ptr<const std::string>&
       });
 }
 
-/// Answers with what the file holds at that moment, so that an edit shows at the next request.
+/// Reads the file for every request, so that an edit shows at the next one.
 httplib::Server::Handler answerWith(const std::shared_ptr<ServedFile>& file) {
   return [file](const httplib::Request& request, httplib::Response& response) {
     if (const char* header = missingHeader(request)) {
@@ -60,14 +60,15 @@ httplib::Server::Handler answerWith(const std::shared_ptr<ServedFile>& file) {
   };
 }
 
-/// Ends the server where its lines cannot be written.
+/// Ends the server if its log cannot be written.
 void logRequest(const httplib::Request& request, const httplib::Response& response) try {
   print(request.method + " " + request.path + " " + std::to_string(response.status) + "\n");
 } catch (...) {
   std::_Exit(statusOfFailure());
 }
 
-/// Without the library's default of sharing the port with whoever listens on it already.
+/// Overrides the default of cpp-httplib, which shares the port with a server that already listens
+/// on it.
 void reuseOnlyFreedAddress([[maybe_unused]] socket_t socket) {
 #ifndef _WIN32
   const int yes = 1;
@@ -75,7 +76,7 @@ void reuseOnlyFreedAddress([[maybe_unused]] socket_t socket) {
 #endif
 }
 
-/// The port that the server now listens on.
+/// The port that the server listens on.
 int listenOn(httplib::Server& server, int port) {
   server.set_socket_options(reuseOnlyFreedAddress);
   if (port == 0) return server.bind_to_any_port(kHost);
@@ -85,7 +86,7 @@ int listenOn(httplib::Server& server, int port) {
   return port;
 }
 
-/// A route of the server. What is wrong with the file is said at once.
+/// Adds a route. Reports a fault of the file immediately.
 void addRoute(httplib::Server& server, const char* route, const std::string& path,
               Document::Kind kind) {
   const auto file = std::make_shared<ServedFile>(path, kind);
@@ -97,10 +98,10 @@ void serve(const ServeOptions& options) {
   httplib::Server server;
   addRoute(server, "/config.json", options.configFile, Document::Kind::configuration);
   addRoute(server, "/geo", options.geoFile, Document::Kind::location);
-  // Before the answer leaves, so that whoever has the answer finds the line.
+  // Before the answer is sent, so that a client that has the answer finds the line.
   if (options.log) server.set_post_routing_handler(logRequest);
   const int port = listenOn(server, options.port);
-  // Nothing here needs an orderly end, and idle connections must not delay it.
+  // No cleanup is needed, and idle connections must not delay the exit.
   for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { std::_Exit(0); });
   print("Serving http://" + std::string(kHost) + ":" + std::to_string(port) + "\n");
   server.listen_after_bind();
@@ -111,14 +112,15 @@ void serve(const ServeOptions& options) {
 void addServe(CLI::App& app) {
   auto options = std::make_shared<ServeOptions>();
   CLI::App& command = *app.add_subcommand(
-      "serve", "Run a local backend; it prints its address and runs until stopped");
+      "serve", "Run a local backend; prints its address and runs until stopped");
   command
-      .add_option("--config", options->configFile, "The configuration document, re-read as needed")
+      .add_option("--config", options->configFile,
+                  "The configuration document, re-read on every request")
       ->required()
       ->check(CLI::ExistingFile);
   command
       .add_option("--geo", options->geoFile,
-                  "The location answer, re-read as needed; by default it is empty")
+                  "The location answer, re-read on every request; by default empty")
       ->check(CLI::ExistingFile);
   command.add_option("--port", options->port, "The port to listen on; 0 picks a free one")
       ->check(CLI::Range(0, 65535))

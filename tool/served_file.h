@@ -9,15 +9,14 @@
 
 namespace corvo::tool {
 
-/// A document that a backend serves: a file that is read anew each time, or without a path an empty
-/// object. Any thread.
+/// A document that the backend serves: a file that is read for each request, or an empty object if
+/// there is no path. Thread-safe.
 class ServedFile {
  public:
   ServedFile(std::string path, Document::Kind kind) : path_(std::move(path)), kind_(kind) {}
 
-  /// What the file holds at this moment; none when it cannot be read. Where a client could not
-  /// decode that, standard error gets a line "file:line:column: reason": one for each content that
-  /// follows another.
+  /// The current content of the file; empty if it cannot be read. If a client could not decode it,
+  /// prints "file:line:column: reason" on standard error, once per change of the content.
   [[nodiscard]] std::optional<std::string> read();
 
   [[nodiscard]] const std::string& path() const { return path_; }

@@ -27,7 +27,7 @@ bool isOfEnvironment(const std::string& value, const char* variable) {
   return set != nullptr && value == set;
 }
 
-/// The finding of what stops a client.
+/// The code of the finding that would abort a client.
 constexpr const char* kStop = "inverted-bounds";
 
 struct Documents {
@@ -46,7 +46,7 @@ Documents readDocuments(const SourceOptions& options) {
                    options.geo.empty() ? "{}" : readInput(options.geo));
 }
 
-/// By a client, which knows how to ask.
+/// Fetches with a client, because it knows the protocol.
 Documents askForDocuments(const SourceOptions& options) {
   AskedClient asked(platformOf(options, {.inMemory = true}), options.url, options.token,
                     std::nullopt);
@@ -62,7 +62,7 @@ void refuse(const Document& document) {
   if (const auto fault = faultOf(document)) throw Failure("bad-document", *fault);
 }
 
-/// A client stops the process where a question reaches bounds that end before they begin.
+/// A client aborts the process when a question reaches layer bounds that end before they begin.
 void refuseStops(const Document& document, const Project& project) {
   if (project.stops().empty()) return;
   const std::vector<Project::Drop> drops = project.drops();
@@ -102,16 +102,14 @@ void addSourceOptions(CLI::App& command, SourceOptions& options) {
                   "Read the configuration from a file; - is standard input")
       ->check(complainAboutName)
       ->type_name("FILE");
-  command.add_option("--geo", options.geo, "Read the location from a file; by default it is empty")
+  command.add_option("--geo", options.geo, "Read the location from a file; by default empty")
       ->check(complainAboutName)
       ->type_name("FILE");
-  command.add_option("--url", options.url, "Ask the backend at this base address instead")
+  command.add_option("--url", options.url, "Query the backend at this base URL instead")
       ->envname(kUrlVariable)
       ->type_name("URL");
   command.add_option("--token", options.token, "The project's token")->envname(kTokenVariable);
-  command
-      .add_option("--timeout", options.timeout,
-                  "How long to wait for an answer of the backend, in seconds")
+  command.add_option("--timeout", options.timeout, "How long to wait for the backend, in seconds")
       ->check([](const std::string& text) -> std::string {
         const auto seconds = fromCorvoString<double>(text);
         return seconds && *seconds > 0 ? "" : "must be a positive number of seconds";
@@ -125,7 +123,7 @@ void settleSource(SourceOptions& options, const std::string& otherInput) {
     throw CLI::ValidationError("-", "only one input can be standard input");
   }
   if (options.config.empty()) {
-    if (!options.geo.empty()) throw CLI::ValidationError("--geo", "is for use with --config");
+    if (!options.geo.empty()) throw CLI::ValidationError("--geo", "requires --config");
     if (options.url.empty()) throw CLI::RequiredError("--config, or --url with --token,");
     if (options.token.empty()) throw CLI::RequiredError("--token");
     return;

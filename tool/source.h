@@ -15,7 +15,7 @@ class App;
 
 namespace corvo::tool {
 
-/// Where a command has the project from: files, or a backend.
+/// The source of a project: files, or a backend.
 struct SourceOptions {
   std::string config;
   std::string geo;
@@ -26,22 +26,23 @@ struct SourceOptions {
 
 void addSourceOptions(CLI::App& command, SourceOptions& options);
 
-/// Sees to it that the options name one source, and forgets what the environment says beside a
-/// file. `otherInput` is another file that the command reads, or empty: only one can be standard
-/// input. Throws a `CLI::ParseError`.
+/// Ensures that the options name exactly one source; a file overrides the environment. `otherInput`
+/// is another file that the command reads, or empty, because only one can be standard input. Throws
+/// a `CLI::ParseError`.
 void settleSource(SourceOptions& options, const std::string& otherInput = {});
 
-/// A platform that asks this source. It keeps things where the options of the host say.
+/// A platform that fetches from this source and keeps its data where the host options say.
 [[nodiscard]] Platform platformOf(const SourceOptions& options, HostOptions host);
 
-/// A project as a client would have it, and the location that goes with it.
+/// A project as a client would see it, and its location.
 struct Source {
   Document configuration;
   Project project;
   PropertyMap location;
 };
 
-/// Reads or fetches both. Throws a `Failure`, also for a project that would stop the process.
+/// Reads or fetches both. Throws a `Failure`, also for a project that would abort a client's
+/// process.
 [[nodiscard]] Source loadSource(const SourceOptions& options);
 
 }  // namespace corvo::tool

@@ -9,15 +9,15 @@ class App;
 
 namespace corvo::tool {
 
-/// Whether text for people has colours.
+/// When output for people has colours.
 enum class Colour { automatic, always, never };
 
 void addColourOption(CLI::App& command, Colour& colour);
 
-/// How text for people stands out. Without colours it does not.
+/// Highlights output for people. Without colours, does nothing.
 class Style {
  public:
-  /// By itself a terminal has colours, unless the environment has NO_COLOR (no-color.org).
+  /// With `automatic`, a terminal has colours unless NO_COLOR is set (no-color.org).
   explicit Style(Colour colour);
   Style() = default;  ///< Without colours.
 

@@ -14,7 +14,7 @@ using namespace corvo_internal;
 
 namespace {
 
-/// What is wrong with a property on the command line; empty when nothing is.
+/// Why a property from the command line is invalid; empty if it is valid.
 std::string complainAboutProperty(const std::string& text) {
   const std::size_t equals = text.find('=');
   return equals == 0 || equals == std::string::npos ? "expected NAME=TEXT, not " + text : "";
@@ -66,11 +66,11 @@ CorvoUser Subject::record(std::string_view expiry) const { return recordOf(docum
 void Subject::warnOfUnread(const Project& project) const {
   const std::vector<std::string> names = project.properties();
   std::set<std::string_view> known(names.begin(), names.end());
-  known.insert("corvoExpiration");  // when "userId" expires
+  known.insert("corvoExpiration");  // the expiry of "userId"
   for (const UserDocument* document : documents()) {
     for (const auto& [name, text] : document->properties) {
       if (!known.insert(name).second) continue;
-      std::cerr << "warning: nothing in the project reads the property \"" + visible(name) + "\"\n";
+      std::cerr << "warning: the project does not use the property \"" + visible(name) + "\"\n";
     }
   }
 }

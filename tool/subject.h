@@ -20,31 +20,31 @@ class App;
 
 namespace corvo::tool {
 
-/// Who is asked about. Of the three a later one wins.
+/// The user in question. Of the three sources, a later one takes precedence.
 struct SubjectOptions {
   std::string file;
   std::optional<std::string> userId;
   std::vector<std::string> properties;  ///< "NAME=TEXT"
 
-  /// Whether anything is said of the user.
+  /// Whether any option describes the user.
   [[nodiscard]] bool isGiven() const { return !file.empty() || userId || !properties.empty(); }
 };
 
 void addSubjectOptions(CLI::App& command, SubjectOptions& options);
 
-/// The user whom the options describe.
+/// The user described by the options.
 class Subject {
  public:
   /// Reads the user's file. Throws a `Failure`. Refers to the options.
   explicit Subject(const SubjectOptions& options);
 
-  /// Gives the user to a context, which refers to them.
+  /// Sets the user of a context. The context then refers to this object.
   void describe(EvaluationContext& context);
 
-  /// Those that describe the user together; valid as long as this.
+  /// The documents that together describe the user; valid as long as this object.
   [[nodiscard]] std::array<const UserDocument*, 2> documents() const { return {&read_, &given_}; }
 
-  /// The user as a client stores them. What is not said to expire gets `expiry`.
+  /// The user as a client stores them. Properties without a stated expiry get `expiry`.
   [[nodiscard]] CorvoUser record(std::string_view expiry) const;
 
   /// Warns on standard error of each property that nothing in the project reads.

@@ -7,10 +7,9 @@
 
 namespace corvo::tool {
 
-/// The known word that somebody most likely meant who typed another one: the nearest by the number
-/// of letters to insert, drop, replace or swap with their neighbour. Of several that are equally
-/// near the first. None where more than a third of the letters would be others; hyphens in front do
-/// not count as letters.
+/// The known word that was most likely meant by the typed one: the nearest by letters to insert,
+/// drop, replace or swap with their neighbour. If several are equally near, the first. Empty if
+/// more than a third of the letters would change. Leading hyphens do not count as letters.
 [[nodiscard]] std::optional<std::string> nearest(std::string_view typed,
                                                  std::span<const std::string> known);
 

@@ -43,17 +43,18 @@ class StatedClock final : public Clock {
 void addSurroundingsOptions(CLI::App& command, SurroundingsOptions& options) {
   command.add_option("--device-id", options.device.vendorIdentifier,
                      "The device's vendor identifier; the user's own is --property deviceId=TEXT");
-  command.add_option("--system-name", options.device.systemName, "The system's name, as \"iOS\"");
+  command.add_option("--system-name", options.device.systemName,
+                     "The system's name, such as \"iOS\"");
   command.add_option("--system-version", options.device.systemVersion, "The system's version");
   command.add_option("--app-version", options.device.applicationVersion,
                      "The application's version");
   command
       .add_option("--now", options.now,
-                  "The moment, in ISO 8601 or in seconds since 1970; by default that of the clock")
+                  "The time, in ISO 8601 or in seconds since 1970; by default the clock's")
       ->type_name("MOMENT");
   command
       .add_option("--zone", options.zone,
-                  "The time zone by its IANA name, as \"Europe/Berlin\"; by default UTC")
+                  "The time zone by its IANA name, such as \"Europe/Berlin\"; by default UTC")
       ->type_name("ZONE");
 }
 

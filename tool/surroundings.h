@@ -15,8 +15,8 @@ class App;
 
 namespace corvo::tool {
 
-/// What a command is told about the device and the moment. Nothing of this machine enters but its
-/// clock, where no moment is given.
+/// Options that describe the device and the time. Nothing is read from this machine except its
+/// clock, and that only if no time is given.
 struct SurroundingsOptions {
   DeviceFacts device;
   std::optional<std::string> now;
@@ -25,17 +25,17 @@ struct SurroundingsOptions {
 
 void addSurroundingsOptions(CLI::App& command, SurroundingsOptions& options);
 
-/// The same, understood.
+/// The parsed options.
 struct Surroundings {
   DeviceFacts device;
-  std::optional<double> now;  ///< Absent: the moment of each question.
+  std::optional<double> now;  ///< Absent: the time of each question.
   std::shared_ptr<const TimeZone> zone;
 
   /// Throws a `CLI::ParseError`.
   explicit Surroundings(const SurroundingsOptions& options);
 
   void describe(EvaluationContext& context) const;
-  /// Replaces what a platform says of them.
+  /// Replaces a platform's device, clock and time zone.
   void describe(Platform& platform) const;
 };
 

@@ -7,8 +7,8 @@ namespace corvo::tool {
 
 [[nodiscard]] bool isTerminal(std::FILE* stream);
 
-/// Puts a line on the standard error, which is a terminal, in the place of the one that was put
-/// there before; an empty one removes that.
+/// Shows a line on standard error, which must be a terminal, replacing the line shown before. An
+/// empty line only removes that one.
 void showInPlace(const std::string& line);
 
 }  // namespace corvo::tool

@@ -13,7 +13,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// Its text is the whole complaint.
+/// Its text is the complete message.
 class NoSuchCommand : public CLI::ParseError {
  public:
   explicit NoSuchCommand(const std::string& complaint)
@@ -30,7 +30,7 @@ Words namesOf(const std::vector<const CLI::App*>& commands) {
   return names;
 }
 
-/// The names of the options that may stand behind it.
+/// The names of the options that may follow the command.
 Words optionNamesOf(const CLI::App& command) {
   Words names;
   for (const Parameter& each : optionsOf(command)) {
@@ -44,7 +44,7 @@ std::string whereHelpIs(const CLI::App& command) {
   return "\nTry \"" + pathOf(command).insert(std::string("corvo").size(), " help") + "\".";
 }
 
-/// That there is nothing of the name, which is one that somebody has typed.
+/// Says that the typed name does not exist, with a suggestion if possible.
 std::string noSuch(const char* kind, const std::string& typed, const Words& known,
                    const CLI::App& command) {
   std::string text = pathOf(command) + ": there is no " + kind + " \"" + typed + "\"";
@@ -58,10 +58,10 @@ std::string unexpectedOption(const std::string& name, const CLI::App& command) {
     for (const CLI::App* each : commandsOf(command)) append(optionNamesOf(*each), known);
   }
   if (std::ranges::find(known, name) == known.end()) return noSuch("option", name, known, command);
-  return "corvo: " + name + " must stand behind the command" + whereHelpIs(command);
+  return "corvo: " + name + " must follow the command" + whereHelpIs(command);
 }
 
-/// What is wrong with an argument that no command has taken.
+/// Why an argument that no command accepted is invalid.
 std::string unexpected(const std::string& argument, const CLI::App& command) {
   if (argument.starts_with('-') && argument != "-") {
     return unexpectedOption(argument.substr(0, argument.find('=')), command);
@@ -71,7 +71,7 @@ std::string unexpected(const std::string& argument, const CLI::App& command) {
   return pathOf(command) + ": unexpected argument \"" + argument + "\"" + whereHelpIs(command);
 }
 
-/// The reason of an error, in our own words where those of the parser are hard to read.
+/// The reason of an error, reworded if the parser's own text is hard to read.
 std::string reasonOf(const CLI::ParseError& error, const CLI::App& command) {
   std::string reason = error.what();
   const Words commands = namesOf(commandsOf(command));
@@ -81,7 +81,7 @@ std::string reasonOf(const CLI::ParseError& error, const CLI::App& command) {
   if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
     const std::string name = reason.substr(0, reason.find(':'));
     if (reason.ends_with(" missing")) return name + " needs a value";
-    if (reason.starts_with(name + ": At Most 1 ")) return name + " must not stand twice";
+    if (reason.starts_with(name + ": At Most 1 ")) return name + " must not be repeated";
   }
   if (dynamic_cast<const CLI::ConversionError*>(&error) != nullptr) {
     return "not a valid value: " + reason.substr(reason.find(": ") + 2);

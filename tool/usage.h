@@ -10,14 +10,14 @@ class ParseError;
 
 namespace corvo::tool {
 
-/// What to tell somebody whose arguments the application could not parse, without the line's end: a
-/// line, and one that says where help is unless the first has a suggestion.
+/// The message for arguments that could not be parsed, without a final newline. It has a second
+/// line that points to the help, unless the first one has a suggestion.
 [[nodiscard]] std::string complaintAbout(const CLI::App& app, const CLI::ParseError& error);
 
-/// The command that the words lead to. Throws a `CLI::ParseError` when there is none.
+/// The command that the words lead to. Throws a `CLI::ParseError` if there is none.
 [[nodiscard]] const CLI::App& commandNamed(const CLI::App& app, std::span<const std::string> words);
 
-/// The last of the commands that the arguments have named.
+/// The innermost command that the arguments name.
 [[nodiscard]] const CLI::App& parsedCommand(const CLI::App& app);
 
 }  // namespace corvo::tool

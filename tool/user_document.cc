@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kProperties = "properties";
 constexpr std::string_view kExpiration = "corvoExpiration";
 
-// Where one document has expiries, the properties of the others get this one.
+// If one document has expiry dates, the properties of the other documents get this one.
 constexpr const char* kNever = "9999-12-31 23:59:59";
 
 void addTo(CorvoUser& user, const UserDocument& document, std::string_view expiryOfOthers) {
@@ -32,7 +32,7 @@ void addTo(CorvoUser& user, const UserDocument& document, std::string_view expir
   }
 }
 
-// A property of that name is when "userId" expires.
+// A property of this name is the expiry of "userId".
 bool mayExpire(const UserDocument* document) {
   return document->corvoExpiration.has_value() ||
          std::ranges::any_of(document->properties,
@@ -85,7 +85,8 @@ CorvoUser recordOf(std::span<const UserDocument* const> documents, std::string_v
   return user;
 }
 
-// Of several properties with one name an evaluation takes the first: so the last go first.
+// If several properties have one name, an evaluation takes the first. Therefore later documents go
+// first.
 void DescribedUser::describe(std::span<const UserDocument* const> documents,
                              EvaluationContext& context) {
   lasting_.clear();

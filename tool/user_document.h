@@ -14,16 +14,16 @@
 
 namespace corvo::tool {
 
-/// Why a document cannot be used, and which of its values is to blame.
+/// Why a document is invalid, and the offending value.
 struct DocumentFault {
   const corvo_internal::json::JsonNode* node;
-  const char* code;    ///< "wrong-kind", "unknown-key" ...: for programs, it never changes.
-  std::string reason;  ///< In a few words, for people; does not say where.
+  const char* code;    ///< "wrong-kind", "unknown-key" ...: for programs; never changes.
+  std::string reason;  ///< A short reason for people, without the place.
 };
 using PerhapsFault = std::optional<DocumentFault>;
 
-/// Reads the members of an object, each by `read`, which is given key and value and answers
-/// perhaps a fault. A fault counts where no later member has the same key: then that one counts.
+/// Reads the members of an object with `read`, which receives key and value and may return a fault.
+/// If a key is repeated, only a fault of its last member counts.
 template <class Read>
 [[nodiscard]] PerhapsFault readMembers(const corvo_internal::json::JsonNode& object, Read read) {
   std::unordered_map<std::string_view, const corvo_internal::json::JsonNode*> last;
@@ -38,49 +38,48 @@ template <class Read>
   return std::nullopt;
 }
 
-/// Names and texts in a document's order; of several with one name the last counts.
+/// Names and texts in document order. If several have one name, the last counts.
 using NamedTexts = std::vector<EvaluationContext::Property>;
 
-/// Adds the members of an object that are texts, which all must be. Refers to the tree.
+/// Adds the members of an object, which must all be texts. Refers to the tree.
 [[nodiscard]] PerhapsFault readTexts(const corvo_internal::json::JsonNode& object,
                                      NamedTexts& texts);
 
-/// A user, or a part of one, as a document describes them. Refers to texts that are kept elsewhere.
+/// A user, or part of one, as described by a document. Refers to texts kept elsewhere.
 struct UserDocument {
   NamedTexts properties;
-  /// When the properties expire, "yyyy-MM-dd HH:mm:ss"; one that is not named has expired. Absent:
-  /// no property expires.
+  /// The expiry of each property, "yyyy-MM-dd HH:mm:ss". A property without one has expired. If
+  /// absent, no property expires.
   std::optional<NamedTexts> corvoExpiration;
 
   void clear();
 
-  /// Whether an object of that kind has members of that name. Two keys are known: "properties" and
-  /// "corvoExpiration", both of which may be missing.
+  /// Whether such an object has members of that name. There are two keys, both optional:
+  /// "properties" and "corvoExpiration".
   [[nodiscard]] static bool knows(std::string_view key);
-  /// Reads a member under one of these. A later one replaces an earlier one.
+  /// Reads a member with one of these keys. A later one replaces an earlier one.
   [[nodiscard]] PerhapsFault readMember(std::string_view key,
                                         const corvo_internal::json::JsonNode& value);
-  /// Reads an object that has no other members.
+  /// Reads an object that has only these members.
   [[nodiscard]] PerhapsFault read(const corvo_internal::json::JsonNode& object);
 };
 
-/// The fault of a member that its object does not know.
+/// The fault of an unknown member.
 [[nodiscard]] DocumentFault unknownKey(std::string_view key,
                                        const corvo_internal::json::JsonNode& value);
-/// The fault of a value that is not `wanted`: "a text".
+/// The fault of a value that is not `wanted`, such as "a text".
 [[nodiscard]] DocumentFault wrongKind(const char* wanted,
                                       const corvo_internal::json::JsonNode& value);
 
-/// The record of a user whom several documents describe together: the properties of a later one
-/// replace those of an earlier one, each with its own expiry, or `expiry` where its document has
-/// none.
+/// The record of a user described by several documents. Properties of a later document replace
+/// those of an earlier one. Each keeps its own expiry, or gets `expiry` if its document has none.
 [[nodiscard]] CorvoUser recordOf(std::span<const UserDocument* const> documents,
                                  std::string_view expiry);
 
-/// The user that several documents describe together.
+/// A user described by several documents.
 class DescribedUser {
  public:
-  /// Gives the user to a context. Context and user refer to each other and to the documents' texts
+  /// Sets the user of a context. Context and user refer to each other and to the documents' texts
   /// until the next call.
   void describe(std::span<const UserDocument* const> documents, EvaluationContext& context);
 

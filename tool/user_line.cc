@@ -37,7 +37,7 @@ UserLine::Fault located(const DocumentFault& fault, const JsonNode& root, std::s
           places.nodes.at(static_cast<std::size_t>(fault.node - &root))};
 }
 
-/// The fact that a key of "device" stands for; null where it is none.
+/// The field for a key of "device"; null if the key is unknown.
 std::optional<std::string> DeviceFacts::*factOf(std::string_view key) {
   if (key == "deviceId") return &DeviceFacts::vendorIdentifier;
   if (key == "systemName") return &DeviceFacts::systemName;
@@ -53,7 +53,7 @@ UserLine::UserLine(const EvaluationContext& defaults, std::span<const UserDocume
 }
 
 std::optional<UserLine::Fault> UserLine::read(std::string_view text) {
-  startAnew();
+  restart();
   tree_.emplace(text);
   const JsonNode* const root = tree_->root();
   if (root == nullptr) return notJson(text);
@@ -62,7 +62,7 @@ std::optional<UserLine::Fault> UserLine::read(std::string_view text) {
   return std::nullopt;
 }
 
-void UserLine::startAnew() {
+void UserLine::restart() {
   id_ = "null";
   own_.clear();
   if (std::exchange(hasOwnLocation_, false)) context_.location = defaults_.location;
@@ -83,7 +83,7 @@ PerhapsFault UserLine::readUser(const JsonNode& user) {
   return now_ == nullptr ? PerhapsFault() : readNow(*now_);
 }
 
-// Before all else: the answer to a line that cannot be used has it, too.
+// Read first, because the answer to an invalid line contains it, too.
 void UserLine::readId(const JsonNode& user) {
   for (const auto [key, value] : JsonMembers(user)) {
     if (key != "id") continue;
@@ -131,7 +131,7 @@ PerhapsFault UserLine::readDevice(const JsonNode& value) {
   });
 }
 
-// Last of all: a local time depends on the zone.
+// Read last, because a local time depends on the zone.
 PerhapsFault UserLine::readNow(const JsonNode& value) {
   if (value.kind != JsonKind::number && value.kind != JsonKind::string) {
     return wrongKind("seconds or a text", value);

@@ -16,38 +16,38 @@
 
 namespace corvo::tool {
 
-/// Reads lines that each have a user as a JSON object: the members of a `UserDocument`, and "id",
-/// any scalar; "geo", the location; "device", its facts; "now", a moment; "zone", the name of a
-/// time zone. For one thread at a time.
+/// Reads lines that each describe a user as a JSON object. Its members are those of a
+/// `UserDocument`, and "id", any scalar; "geo", the location; "device", its facts; "now", a time;
+/// "zone", the name of a time zone. Not thread-safe.
 class UserLine {
  public:
-  /// What holds where a line says nothing else: the context without its user but with a zone, and
-  /// documents that describe a part of the user. Refers to both.
+  /// The defaults for everything that a line omits: a context without a user but with a zone, and
+  /// documents that describe part of the user. Refers to both.
   UserLine(const EvaluationContext& defaults, std::span<const UserDocument* const> common);
   UserLine(const UserLine&) = delete;
   UserLine& operator=(const UserLine&) = delete;
 
-  /// Why a line cannot be used.
+  /// Why a line is invalid.
   struct Fault {
-    const char* code;  ///< For programs; it never changes.
+    const char* code;  ///< For programs; never changes.
     std::string reason;
     std::size_t place = 0;  ///< In bytes.
   };
-  /// Reads the next one, which must stay until the one after it.
+  /// Reads a line, which must stay in memory until the next one is read.
   [[nodiscard]] std::optional<Fault> read(std::string_view text);
 
-  /// Gives the memory of the last one back. After it there is no context until the next one.
+  /// Frees the memory of the last line. There is no context until the next line.
   void forget() { tree_.reset(); }
 
-  /// The identifier as a JSON text: null where the line has none, or none that can be used.
+  /// The identifier as a JSON text; "null" if the line has none or an invalid one.
   [[nodiscard]] const std::string& id() const noexcept { return id_; }
-  /// All that the answer depends on. Valid until the next line is read.
+  /// Everything that the answer depends on. Valid until the next line is read.
   [[nodiscard]] const EvaluationContext& context() const noexcept { return context_; }
 
  private:
   using Node = corvo_internal::json::JsonNode;
 
-  void startAnew();
+  void restart();
   void readId(const Node& user);
   PerhapsFault readUser(const Node& user);
   PerhapsFault readMember(std::string_view key, const Node& value);
@@ -67,7 +67,7 @@ class UserLine {
   bool hasOwnLocation_ = false;
   bool hasOwnDevice_ = false;
   EvaluationContext context_;
-  std::map<std::string, std::shared_ptr<const TimeZone>, std::less<>> zones_;  // known names
+  std::map<std::string, std::shared_ptr<const TimeZone>, std::less<>> zones_;  // those used so far
 };
 
 }  // namespace corvo::tool

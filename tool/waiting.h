@@ -7,8 +7,8 @@
 
 namespace corvo::tool {
 
-/// Tells people what a command waits for, in one line of the standard error: where that is a
-/// terminal, and the wait takes longer than a second.
+/// Shows what a command is waiting for, in one line on standard error, if that is a terminal and
+/// the wait takes longer than a second.
 class Waiting {
  public:
   explicit Waiting(std::string what);
@@ -23,7 +23,7 @@ class Waiting {
   std::mutex mutex_;
   std::condition_variable end_;
   bool isOver_ = false;  // guarded
-  std::thread thread_;   // where nobody looks there is none
+  std::thread thread_;   // not started unless standard error is a terminal
 };
 
 }  // namespace corvo::tool

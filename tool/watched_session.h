@@ -8,14 +8,14 @@
 
 namespace corvo::tool {
 
-/// Passes requests on, and remembers what became of them. For one thread at a time.
+/// Forwards requests and remembers their outcomes. Not thread-safe.
 class WatchedSession final : public UrlSession {
  public:
   explicit WatchedSession(std::shared_ptr<UrlSession> session);
 
   void start(UrlRequest request, Callback<void(UrlResponse)> completion) override;
 
-  /// Why the last request failed in transport; none when it was answered.
+  /// Why the last request failed in transport; empty if it was answered.
   [[nodiscard]] const std::optional<std::string>& failure() const { return seen_->failure; }
   /// The bodies of the last answers with these documents.
   [[nodiscard]] const std::string& configuration() const { return seen_->configuration; }

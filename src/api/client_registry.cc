@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "base/text.h"
+#include "client/cached_device.h"
 #include "client/client_impl.h"
-#include "client/device_once.h"
 #include "client/synchronisation.h"
 #include "network/network_client_impl.h"
 #include "storage/storage_client.h"
@@ -32,12 +32,12 @@ Platform checked(Platform platform) {
 
 }  // namespace
 
-/// The clients by tag and what they share.
+/// The clients by tag, and the state they share.
 class Clients {
  public:
   explicit Clients(Platform platform)
       : platform_(checked(std::move(platform))),
-        device_(std::make_shared<client::DeviceOnce>(platform_.device)) {}
+        device_(std::make_shared<client::CachedDevice>(platform_.device)) {}
 
   std::shared_ptr<CorvoClient> initialize(ClientOptions options) {
     const std::string tag = base::wellFormed(options.tag);
@@ -58,8 +58,8 @@ class Clients {
     return found == clients_.end() ? nullptr : found->second;
   }
 
-  // The client, if this was its last owner, is destroyed outside the lock. One that is being made
-  // is not there yet.
+  // If this was the client's last owner, it is destroyed outside the lock. A client under
+  // construction is not yet in the map.
   std::shared_ptr<CorvoClient> remove(const std::string& tag) {
     const std::lock_guard lock(mutex_);
     const auto found = clients_.find(tag);
@@ -72,8 +72,8 @@ class Clients {
  private:
   using Map = std::map<std::string, std::shared_ptr<CorvoClient>>;
 
-  /// The place of a client that is being made, so that the store is used outside the lock. Taken
-  /// before the stored user is replaced: nothing can fail after that.
+  /// Reserves the tag of a client under construction, so that the store is used outside the lock.
+  /// Created before the stored user is replaced, because nothing can fail after that.
   class Place {
    public:
     Place(Clients& clients, const std::string& tag) : clients_(clients) {
@@ -137,7 +137,7 @@ class Clients {
   }
 
   Platform platform_;
-  std::shared_ptr<client::DeviceOnce> device_;
+  std::shared_ptr<client::CachedDevice> device_;
   mutable std::mutex mutex_;
   Map clients_;
 };

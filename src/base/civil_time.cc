@@ -8,19 +8,19 @@
 namespace corvo::corvo_internal::base {
 namespace {
 
-// The calendar repeats after this many years and days.
+// The calendar repeats after this many years, which have this many days.
 constexpr std::int64_t kYearsPerEra = 400;
 constexpr std::int64_t kDaysPerEra = 146'097;
 
 constexpr bool isBlank(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-// Reads a date from its front. What does not fit spoils it for good.
+// Reads a date from the front of a text. After the first mismatch, nothing is read any more.
 class DateText {
  public:
   explicit DateText(std::string_view text) noexcept : rest_(text) {}
 
-  // Blanks, then a number of so many digits or more, and of at most four when its leading zeros are
-  // left out: no field has a greater one.
+  // Blanks, then a number with at least this many digits. Apart from leading zeros it has at most
+  // four, because no field has a greater value.
   unsigned number(std::size_t leastDigits) noexcept {
     while (!rest_.empty() && isBlank(rest_.front())) rest_.remove_prefix(1);
     std::size_t digits = 0;
@@ -35,10 +35,10 @@ class DateText {
   }
 
   void separator(char c) noexcept { take(rest_.starts_with(c)); }
-  // More of them are part of the number behind it.
+  // Further blanks belong to the number that follows.
   void blank() noexcept { take(!rest_.empty() && isBlank(rest_.front())); }
 
-  // Whether all fitted, and nothing is left.
+  // Whether the whole text matched.
   [[nodiscard]] bool isRead() const noexcept { return isWhole_ && rest_.empty(); }
 
  private:
@@ -103,7 +103,8 @@ std::optional<LocalSeconds> parseDate(std::string_view text, DatePattern pattern
 std::string formatDate(LocalSeconds local, DatePattern pattern) {
   const std::int64_t days = floorDivide(local, kSecondsPerDay);
   const std::int64_t time = floorModulo(local, kSecondsPerDay);
-  // std::chrono's years end at 32,767; those of one era after 1970 stand for all others.
+  // std::chrono's years end at 32,767, so dates are computed in the 400 years that start in 1970,
+  // then shifted.
   const std::int64_t era = floorDivide(days, kDaysPerEra);
   const std::chrono::year_month_day date{
       std::chrono::sys_days(std::chrono::days(floorModulo(days, kDaysPerEra)))};

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Before a function that a plain question seldom needs: compiled apart, so that it does not burden
-/// the path on which it is not called.
+/// Marks a function that ordinary questions rarely need. It is compiled out of line, so that it
+/// does not slow down the path that does not call it.
 #if defined(__GNUC__)
 #define CORVO_COLD [[gnu::noinline, gnu::cold]]
 #else

@@ -8,8 +8,8 @@
 namespace corvo::corvo_internal::base {
 
 std::size_t editDistance(std::string_view from, std::string_view to) {
-  // What it costs to make the beginnings of `to` of a beginning of `from`, of the one a letter
-  // shorter, and of the one two letters shorter.
+  // Rows of the distance table: the cost of every prefix of `to` from a prefix of `from`, from the
+  // prefix one letter shorter, and from the one two letters shorter.
   std::vector<std::size_t> now(to.size() + 1);
   std::vector<std::size_t> last(now.size());
   std::vector<std::size_t> lastButOne(now.size());

@@ -5,9 +5,9 @@
 
 namespace corvo::corvo_internal::base {
 
-/// How many bytes must be inserted, removed, replaced or swapped with their neighbour to make one
-/// text of the other, none of them twice (optimal string alignment). Takes the product of both
-/// sizes.
+/// The number of bytes to insert, delete, replace or swap with their neighbour to turn one text
+/// into the other, where no byte is edited twice (optimal string alignment distance). Takes time
+/// proportional to the product of the sizes.
 [[nodiscard]] std::size_t editDistance(std::string_view from, std::string_view to);
 
 }  // namespace corvo::corvo_internal::base

@@ -73,7 +73,7 @@ struct NetworkDescription {
   }
 };
 
-// What follows the words that begin every description.
+// The part of each description that follows the common prefix.
 struct Description {
   using Error = CorvoError;
 
@@ -127,7 +127,7 @@ struct Description {
   }
 };
 
-// By their cases.
+// Both indexed by case.
 constexpr std::array<std::string_view, std::variant_size_v<CorvoNetworkError::Payload>>
     kNetworkNames{"incorrectURL",  "urlError",    "wrongStatusCode",
                   "decodingError", "customError", "noData"};
@@ -177,7 +177,7 @@ const char* whatOf(const Error& error, const WhatText& kept) noexcept {
 
 }  // namespace
 
-// Made here, so that who includes the header does not compile what each case needs.
+// Defined here, so that including the header does not compile the members of each case.
 
 CorvoNetworkError::CorvoNetworkError(const CorvoNetworkError&) = default;
 CorvoNetworkError::CorvoNetworkError(CorvoNetworkError&&) noexcept = default;

@@ -4,10 +4,10 @@
 
 namespace corvo::corvo_internal::base {
 
-// What differs where a build has no exceptions: nothing can be caught there, and what would be
-// thrown stops the process.
+// The difference in a build without exceptions: nothing can be caught, and whatever would be thrown
+// aborts the process.
 
-/// The action's result; where it throws, that of the other.
+/// The result of `action`; if it throws, the result of `otherwise`.
 template <class Action, class Otherwise>
 auto attempt(Action action, [[maybe_unused]] Otherwise otherwise) noexcept {
 #ifdef __cpp_exceptions
@@ -21,7 +21,7 @@ auto attempt(Action action, [[maybe_unused]] Otherwise otherwise) noexcept {
 #endif
 }
 
-/// Throws the exception, or stops the process with its text.
+/// Throws the exception. Without exceptions, aborts the process with its text.
 template <class Exception>
 [[noreturn]] void throwOrStop(const Exception& exception) {
 #ifdef __cpp_exceptions

@@ -12,7 +12,7 @@ std::uint64_t drawn() noexcept {
     std::random_device device;
     return static_cast<std::uint64_t>(device()) << 32 | device();
   };
-  return attempt(draw, [] { return std::uint64_t{0}; });  // the clock and the place remain
+  return attempt(draw, [] { return std::uint64_t{0}; });  // the clock and the address still vary
 }
 
 std::uint64_t moment() noexcept {
@@ -23,7 +23,7 @@ std::uint64_t moment() noexcept {
 
 HashSecrets drawHashSecrets() noexcept {
   constexpr std::uint64_t kOdd = 0x9E3779B97F4A7C15;
-  static const char place = 0;  // differs from run to run where programs are loaded at random
+  static const char place = 0;  // with address randomisation, its address differs from run to run
   const std::uint64_t address{reinterpret_cast<std::uintptr_t>(&place)};
   const std::uint64_t start = drawn() ^ moment() ^ address << 20;
   return {start, (drawn() ^ start * kOdd) | 1};

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kBlockSize = 64;
 constexpr std::size_t kLengthSize = 8;
 
-// The names of RFC 1321, section 3.4: T holds 2^32 |sin i| in whole numbers, i from 1 to 64.
+// Names as in RFC 1321, section 3.4: T holds the integer parts of 2^32 |sin i|, for i from 1 to 64.
 constexpr std::array<std::uint32_t, 64> kT{
     0xd76aa478, 0xe8c7b756, 0x242070db, 0xc1bdceee, 0xf57c0faf, 0x4787c62a, 0xa8304613, 0xfd469501,
     0x698098d8, 0x8b44f7af, 0xffff5bb1, 0x895cd7be, 0x6b901122, 0xfd987193, 0xa679438e, 0x49b40821,
@@ -28,7 +28,7 @@ constexpr std::array<std::array<int, 4>, 4> kTurns{
 constexpr std::array<std::size_t, 4> kFirstWord{0, 1, 5, 0};
 constexpr std::array<std::size_t, 4> kWordStride{1, 5, 3, 7};
 
-// A word of the computation, or a word of each of several.
+// A word of the computation, or the same word of several computations side by side.
 using Word = std::uint32_t;
 #ifdef __GNUC__
 using Lanes = Word __attribute__((vector_size(kMd5Lanes * sizeof(Word))));
@@ -47,8 +47,9 @@ State<W> start() noexcept {
   return {W{} + kStart[0], W{} + kStart[1], W{} + kStart[2], W{} + kStart[3]};
 }
 
-// What a step adds up before it turns. Every step waits for the b of the one before, so b comes in
-// as late as it can: the two halves of the second round share no bit and are added one by one.
+// The sum that a step computes before it rotates. Every step waits for b from the step before, so b
+// is added as late as possible. The two halves of the second round's function have no bit in
+// common, so they are added one by one.
 template <std::size_t round, class W>
 W sum(W ready, W b, W c, W d) noexcept {
   if constexpr (round == 0) return ready + (((c ^ d) & b) ^ d);
@@ -62,7 +63,7 @@ void advance(State<W>& s, const Words<W>& words) noexcept {
   constexpr std::size_t round = step / 16;
   constexpr std::size_t word = (kFirstWord[round] + kWordStride[round] * step) % 16;
   constexpr int turns = kTurns[round][step % 4];
-  // After each step the words change places; here their names do.
+  // After each step the words rotate their roles. The code rotates the names instead.
   constexpr std::size_t a = (64 - step) % 4;
   const W b = s[(a + 1) % 4];
   const W turning = sum<round>(s[a] + kT[step] + words[word], b, s[(a + 2) % 4], s[(a + 3) % 4]);
@@ -97,7 +98,7 @@ void store(Integer value, std::uint8_t* bytes) noexcept {
   }
 }
 
-/// The two texts joined, the mark behind them and the length in bits at the end, block by block.
+/// The two texts joined, followed by the padding bit and the length in bits, block by block.
 class PaddedMessage {
  public:
   explicit PaddedMessage(const Md5Message& message) noexcept
@@ -131,7 +132,7 @@ class PaddedMessage {
 
   static constexpr std::uint8_t kMark = 0x80;
 
-  // Moves as much of the text into the block as fits; the new end of what is used.
+  // Moves as much of the text into the block as fits. Returns the new number of used bytes.
   static std::size_t take(std::string_view& text, Block& block, std::size_t used) noexcept {
     const std::size_t taken = std::min(text.size(), kBlockSize - used);
     if (taken != 0) std::memcpy(block.data() + used, text.data(), taken);
@@ -194,7 +195,7 @@ std::array<Md5Digest, kMd5Lanes> md5OfEach(
 }
 
 Md5Hex hexDigits(const Md5Digest& digest) noexcept {
-  // Reckoned, not looked up: so compilers make many digits at once.
+  // Computed rather than looked up, so that compilers vectorise it.
   const auto digit = [](int nibble) {
     return static_cast<char>(nibble + (nibble > 9 ? 'a' - 10 : '0'));
   };

@@ -11,8 +11,8 @@
 
 namespace corvo::corvo_internal::base {
 
-/// A name with its hash: names known beforehand are hashed once. Refers to the text it is made
-/// from.
+/// A name with its hash, so that names known in advance are hashed once. Refers to the text it was
+/// created from.
 struct HashedName {
   template <std::convertible_to<std::string_view> Text>
   HashedName(const Text& name) : text(name), hash(static_cast<std::uint32_t>(TextHash()(text))) {}
@@ -21,26 +21,25 @@ struct HashedName {
   std::uint32_t hash;
 };
 
-/// Finds the positions of things in a list by their names. The list itself is the caller's, who
-/// tells the name at a position.
+/// Maps names to positions in a list. The caller owns the list and supplies the name at a position.
 ///
-/// Reading is safe from any thread while nobody adds.
+/// Concurrent reads are safe while nobody adds a name.
 class NameIndex {
  public:
   static constexpr std::uint32_t kNone = UINT32_MAX;
 
-  /// Made for that many names; takes more.
+  /// Reserves space for the expected number of names; grows when needed.
   explicit NameIndex(std::size_t expected = 0) {
     while (slots_.size() < 2 * expected) slots_.resize(2 * slots_.size());
   }
 
-  /// The position of the thing of that name, or `kNone`.
+  /// The position stored for the name, or `kNone`.
   template <class NameAt>
   [[nodiscard]] std::uint32_t find(const HashedName& name, NameAt nameAt) const {
     return slots_[slotOf(name, nameAt)].position;
   }
 
-  /// Enters a position for that name and answers the one that it had before, or `kNone`.
+  /// Stores a position for the name. Returns the previous position, or `kNone`.
   template <class NameAt>
   std::uint32_t put(const HashedName& name, std::uint32_t position, NameAt nameAt) {
     if (2 * count_ >= slots_.size()) grow();
@@ -57,7 +56,7 @@ class NameIndex {
     std::uint32_t position = kNone;
   };
 
-  // The slot of that name, or the free one where it belongs.
+  // The slot that holds the name, or the free slot where it belongs.
   template <class NameAt>
   [[nodiscard]] std::size_t slotOf(const HashedName& name, NameAt nameAt) const {
     for (std::size_t at = name.hash;; ++at) {

@@ -45,9 +45,9 @@ bool isDecimal(std::string_view text) noexcept {
   return text.empty();
 }
 
-// Up to 15 digits, perhaps with a point and a sign. The digits and the power of ten are doubles
-// themselves, so that one division rounds to the nearest one (Clinger, "How to Read Floating Point
-// Numbers Accurately", 1990). None for all other texts.
+// Parses at most 15 digits with an optional point and sign. The digits and the power of ten are
+// exact as doubles, so one division rounds correctly (Clinger, "How to Read Floating Point Numbers
+// Accurately", 1990). Empty for all other texts.
 std::optional<double> plainNumber(std::string_view text) noexcept {
   constexpr std::array<double, 16> kPowers{1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                            1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
@@ -71,8 +71,8 @@ std::optional<double> plainNumber(std::string_view text) noexcept {
 
 enum class Notation : bool { decimal, hexadecimal };
 
-// The decimal exponent or, in hexadecimal notation, the binary one; where it is beyond all numbers,
-// a number beyond all places of digits.
+// The exponent as written: decimal, or binary in hexadecimal notation. If it overflows, a number
+// larger than any possible digit count.
 std::int64_t writtenExponent(std::string_view text) noexcept {
   constexpr std::int64_t kBeyond = std::numeric_limits<std::int64_t>::max() / 2;
   const bool isNegative = text.substr(0, 1) == "-";
@@ -83,8 +83,8 @@ std::int64_t writtenExponent(std::string_view text) noexcept {
   return isNegative ? -exponent : exponent;
 }
 
-// What stands for a number that no double comes near, for `from_chars` does not tell: infinity
-// where its first digit that counts lies above the ones, zero where it lies below them.
+// The value of a number that is out of range, because `from_chars` does not say in which direction:
+// infinity if its first significant digit is left of the point, otherwise zero.
 double beyondRange(std::string_view text, Notation notation) noexcept {
   const bool hexadecimal = notation == Notation::hexadecimal;
   const std::size_t mark = std::min(text.find_first_of(hexadecimal ? "pP" : "eE"), text.size());
@@ -96,7 +96,7 @@ double beyondRange(std::string_view text, Notation notation) noexcept {
   return place > 0 ? std::numeric_limits<double>::infinity() : 0.0;
 }
 
-// The whole text, which has no sign.
+// Parses a whole text without a sign.
 std::optional<double> magnitudeOf(std::string_view text) noexcept {
   Notation notation = Notation::decimal;
   if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
@@ -114,7 +114,7 @@ std::optional<double> magnitudeOf(std::string_view text) noexcept {
   return error == std::errc{} ? value : beyondRange(text, notation);
 }
 
-#else  // libc++ has no `from_chars` for floating point; the systems that bring it have `strtod_l`
+#else  // libc++ has no `from_chars` for floating point; the systems that use it have `strtod_l`
 
 std::optional<double> magnitudeOf(std::string_view text) {
   static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
@@ -129,7 +129,8 @@ std::optional<double> magnitudeOf(std::string_view text) {
 
 #endif
 
-// From the shortest scientific form, which is sign, digits with a point after the first, exponent.
+// `scientific` is in the shortest scientific form: sign, digits with a point after the first,
+// exponent.
 std::string inFixedNotation(std::string_view scientific, int exponent) {
   std::string text;
   if (takeOneOf("-", scientific)) text += '-';
@@ -148,7 +149,7 @@ std::string inFixedNotation(std::string_view scientific, int exponent) {
 
 template <class Float>
 std::string describeFloat(Float value) {
-  if (std::isnan(value)) return "nan";  // without the sign that it may have
+  if (std::isnan(value)) return "nan";  // a NaN's sign is not printed
   std::array<char, 32> buffer;
   const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
                                  std::chars_format::scientific)

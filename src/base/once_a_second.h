@@ -4,11 +4,11 @@
 
 namespace corvo::corvo_internal::base {
 
-/// Keeps attempts a second apart. Moments are seconds since 1970 on a clock that may be set: a
-/// moment before the last attempt is no reason to wait, and neither is one that is not a number.
+/// Spaces attempts at least a second apart. Times are seconds since 1970 on a clock that may be
+/// adjusted: a time before the last attempt, or NaN, does not delay the next attempt.
 class OnceASecond {
  public:
-  /// Whether an attempt is due; if so, it counts as begun.
+  /// Whether an attempt is due; if so, it counts as started.
   [[nodiscard]] bool isDue(double now) noexcept {
     const double passed = now - last_;
     if (0 <= passed && passed < 1) return false;
@@ -16,7 +16,7 @@ class OnceASecond {
     return true;
   }
 
-  /// An attempt begins, due or not.
+  /// Records that an attempt starts, due or not.
   void begin(double now) noexcept { last_ = now; }
 
  private:

@@ -10,8 +10,7 @@ constexpr std::size_t kSizeBytes = sizeof(std::uint32_t);
 
 }  // namespace
 
-// Blocks grow with what there is, so that they are few, and what is left unused of the last one is
-// little.
+// Block sizes grow with the total, so that there are few blocks and the last one wastes little.
 char* Pool::room(std::size_t bytes, std::size_t alignment) {
   const auto left = [this] { return static_cast<std::size_t>(end_ - next_); };
   const auto padding = [&] {

@@ -14,8 +14,8 @@
 
 namespace corvo::corvo_internal::base {
 
-/// A list that lies in a pool, in one word: its size stands before its elements. Copies refer to
-/// the same elements, which live as long as the pool.
+/// A list in a pool, stored as one pointer: its size precedes its elements. Copies refer to the
+/// same elements, which live as long as the pool.
 template <class T>
 class List {
  public:
@@ -43,10 +43,10 @@ class List {
   friend class Pool;
   explicit List(const T* first) : first_(first) {}
 
-  const T* first_ = nullptr;  // null where there are no elements
+  const T* first_ = nullptr;  // null if the list is empty
 };
 
-/// A text that lies in a pool, in one word.
+/// A text in a pool, stored as one pointer.
 class Text {
  public:
   Text() = default;
@@ -64,21 +64,22 @@ class Text {
   List<char> bytes_;
 };
 
-/// Texts and lists, in a few blocks of memory. They stay where they are, and go with the pool.
+/// Stores texts and lists in a few blocks of memory. They keep their addresses and are freed with
+/// the pool.
 ///
-/// Reading what is in it is safe from any thread while nobody adds.
+/// Concurrent reads are safe while nobody adds to the pool.
 class Pool {
  public:
   Pool() = default;
   Pool(const Pool&) = delete;
   Pool& operator=(const Pool&) = delete;
 
-  /// A copy of a text.
+  /// Copies a text.
   [[nodiscard]] Text text(std::string_view text) {
     return Text(list(std::span<const char>(text.data(), text.size())));
   }
 
-  /// A copy of a list. What the elements refer to is not copied.
+  /// Copies a list. Whatever the elements refer to is not copied.
   template <class T>
   requires(std::is_trivially_copyable_v<T>)
       [[nodiscard]] List<T> list(std::span<const T> elements) {
@@ -92,7 +93,7 @@ class Pool {
     return list(std::span<const T>(elements));
   }
 
-  /// A list of that many elements, which a function fills in.
+  /// Creates a list with this many elements, which a function fills in.
   template <class T, class Fill>
   requires(std::is_trivially_destructible_v<T>)
       [[nodiscard]] List<T> list(std::size_t size, Fill fill) {
@@ -104,7 +105,7 @@ class Pool {
   }
 
  private:
-  // Where a list of that size, below 2^32, is to begin; the size is written before it.
+  // Reserves a list of that size, which must be below 2^32, and writes the size before it.
   template <class T>
   T* place(std::size_t size, std::size_t bytes) {
     char* const first = room(bytes, alignof(T));
@@ -112,18 +113,18 @@ class Pool {
     std::memcpy(first - sizeof written, &written, sizeof written);
     return reinterpret_cast<T*>(first);
   }
-  // A place for that many bytes, with one for a size before it.
+  // Reserves that many bytes, preceded by room for a size.
   char* room(std::size_t bytes, std::size_t alignment);
 
   std::vector<std::unique_ptr<char[]>> blocks_;
   std::size_t total_ = 0;  // the bytes of all blocks
-  char* next_ = nullptr;   // what is left of the last one
+  char* next_ = nullptr;   // the unused rest of the last block
   char* end_ = nullptr;
 };
 
 }  // namespace corvo::corvo_internal::base
 
-/// Its elements outlive it.
+/// Outlives its elements.
 template <class T>
 inline constexpr bool std::ranges::enable_borrowed_range<corvo::corvo_internal::base::List<T>> =
     true;

@@ -2,7 +2,8 @@
 
 namespace corvo::corvo_internal::base {
 
-/// Ends the process for a fault that must not go on: one line on standard error, then abort.
+/// Aborts the process because of a fault that must not continue: prints one line on standard error,
+/// then calls `abort`.
 [[noreturn]] void stopProcess(const char* reason) noexcept;
 
 }  // namespace corvo::corvo_internal::base

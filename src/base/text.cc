@@ -26,7 +26,8 @@ std::size_t asciiPrefix(std::string_view text) noexcept {
   return at;
 }
 
-// Takes the first character off the text; none at its end and at an ill-formed sequence.
+// Removes the first character from the text and returns it. Empty at the end of the text and at an
+// ill-formed sequence.
 std::optional<CodePoint> takeCharacter(std::string_view& text) noexcept {
   CodePoint character = 0;
   const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
@@ -36,7 +37,7 @@ std::optional<CodePoint> takeCharacter(std::string_view& text) noexcept {
   return character;
 }
 
-// What is left from the first ill-formed sequence on.
+// The rest of the text from its first ill-formed sequence on.
 std::string_view illFormedRest(std::string_view text) noexcept {
   do {
     text.remove_prefix(asciiPrefix(text));
@@ -44,8 +45,9 @@ std::string_view illFormedRest(std::string_view text) noexcept {
   return text;
 }
 
-// How many bytes of an ill-formed sequence stand for one U+FFFD: as many as a character can begin
-// with. From the second byte on, a beginning that any bytes complete is completed by 0x80 too.
+// The length of the ill-formed sequence that becomes one U+FFFD: the longest prefix that could
+// begin a character. From the second byte on, a prefix that can be completed at all can be
+// completed by 0x80.
 std::size_t maximalSubpart(std::string_view illFormed) noexcept {
   constexpr std::size_t kLongest = 3;
   for (std::size_t kept = std::min(kLongest, illFormed.size()); kept > 1; --kept) {
@@ -57,24 +59,25 @@ std::size_t maximalSubpart(std::string_view illFormed) noexcept {
   return 1;
 }
 
-std::string mended(std::string_view text) {
-  std::string mended;
+std::string repaired(std::string_view text) {
+  std::string repaired;
   while (!text.empty()) {
     const std::string_view rest = illFormedRest(text);
-    mended.append(text.substr(0, text.size() - rest.size()));
+    repaired.append(text.substr(0, text.size() - rest.size()));
     text = rest;
     if (text.empty()) break;
-    mended += kReplacementCharacter;
+    repaired += kReplacementCharacter;
     text.remove_prefix(maximalSubpart(text));
   }
-  return mended;
+  return repaired;
 }
 
 auto combiningClass(CodePoint character) noexcept {
   return utf8proc_get_property(character)->combining_class;
 }
 
-// The canonical ordering of marks. The library's own takes quadratic time on long runs of them.
+// Sorts combining marks into canonical order. utf8proc's own sort takes quadratic time for long
+// runs of marks.
 void orderMarks(std::vector<CodePoint>& text) {
   const auto isMark = [](CodePoint character) { return combiningClass(character) != 0; };
   const auto before = [](CodePoint a, CodePoint b) {
@@ -89,7 +92,7 @@ void orderMarks(std::vector<CodePoint>& text) {
 }
 
 void appendDecomposition(CodePoint character, std::vector<CodePoint>& to) {
-  std::array<CodePoint, 8> parts{};  // Unicode has none of more than four
+  std::array<CodePoint, 8> parts{};  // no Unicode character decomposes into more than four
   int boundary = 0;
   const auto count =
       utf8proc_decompose_char(character, parts.data(), parts.size(), UTF8PROC_DECOMPOSE, &boundary);
@@ -107,8 +110,7 @@ std::string encoded(const std::vector<CodePoint>& text) {
   return bytes;
 }
 
-// For each length of the part's beginning, the length of the longest shorter text that this both
-// begins and ends with.
+// For each prefix of `part`, the length of its longest proper prefix that is also its suffix.
 std::vector<std::size_t> borders(std::string_view part) {
   std::vector<std::size_t> border(part.size() + 1);
   for (std::size_t i = 1, length = 0; i < part.size(); ++i) {
@@ -119,7 +121,7 @@ std::vector<std::size_t> borders(std::string_view part) {
   return border;
 }
 
-// Knuth, Morris and Pratt (1977): in time that grows with the sum of the sizes, whatever the texts.
+// Knuth, Morris and Pratt (1977): the time is linear in the sum of the sizes for all texts.
 bool containsLong(std::string_view whole, std::string_view part) {
   const std::vector<std::size_t> border = borders(part);
   std::size_t matched = 0;
@@ -135,12 +137,13 @@ bool containsLong(std::string_view whole, std::string_view part) {
 
 bool isWellFormedBeyondAscii(std::string_view text) noexcept { return illFormedRest(text).empty(); }
 
-void WellFormed::mend() { mended_ = mended(text_); }
+void WellFormed::repair() { repaired_ = repaired(text_); }
 
 std::optional<bool> plainlyEqual(std::string_view a, std::string_view b) {
   if (a == b) return true;
   const auto [inA, inB] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
-  // ASCII neither decomposes nor moves, so where both go on in ASCII, or end, they differ for good.
+  // ASCII neither decomposes nor is reordered. If both texts continue with ASCII or end here, they
+  // are different.
   const bool plainA = inA == a.end() || isAscii(*inA);
   const bool plainB = inB == b.end() || isAscii(*inB);
   if (plainA && plainB) return false;
@@ -161,7 +164,7 @@ std::optional<std::string> decomposed(std::string_view text) {
 }
 
 bool contains(std::string_view whole, std::string_view part) {
-  constexpr std::size_t kShort = 64;  // up to here the plain search is quick on any text
+  constexpr std::size_t kShort = 64;  // for parts this short, the plain search is fast on any text
   if (part.size() <= kShort) return whole.find(part) != std::string_view::npos;
   return part.size() <= whole.size() && containsLong(whole, part);
 }

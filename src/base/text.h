@@ -10,7 +10,7 @@
 
 namespace corvo::corvo_internal::base {
 
-/// The bytes from there on as a number, in the machine's order.
+/// The bytes at this address as a number in native byte order.
 template <class Word>
 [[nodiscard]] Word loadWord(const char* bytes) noexcept {
   Word word = 0;
@@ -18,8 +18,7 @@ template <class Word>
   return word;
 }
 
-/// Whether all bytes of a text that is a word long or longer are ASCII. The last bytes are looked
-/// at together with some of those before them.
+/// Whether a text of at least one word is all ASCII. The last word may overlap the one before.
 template <class Word>
 [[nodiscard]] bool isAsciiByWords(std::string_view text) noexcept {
   const auto isAsciiAt = [&](std::size_t at) {
@@ -39,8 +38,8 @@ template <class Word>
   return text.empty() || isAsciiByWords<std::uint8_t>(text);
 }
 
-/// Whether two texts are the same bytes. Most names and values have 4 to 16: those are compared
-/// without a call, their first and their last bytes, which may overlap.
+/// Whether two texts have the same bytes. Most names and values have 4 to 16 bytes. These are
+/// compared without a call: their first and their last bytes, which may overlap.
 [[nodiscard]] inline bool sameBytes(std::string_view a, std::string_view b) noexcept {
   if (a.size() != b.size()) return false;
   const auto sameEnds = [&]<class Word>(Word) {
@@ -54,54 +53,55 @@ template <class Word>
 }
 
 [[nodiscard]] bool isWellFormedBeyondAscii(std::string_view text) noexcept;
-/// Whether the bytes are well-formed UTF-8 (Unicode 15, table 3-7). Most texts are ASCII, which is
-/// quickly found.
+/// Whether the bytes are well-formed UTF-8 (Unicode 15, table 3-7). ASCII, the common case, is
+/// detected quickly.
 [[nodiscard]] inline bool isWellFormed(std::string_view text) noexcept {
   return isAscii(text) || isWellFormedBeyondAscii(text);
 }
 
-/// A text made well-formed: each maximal ill-formed sequence becomes U+FFFD (Unicode 15, section
-/// 3.9, "substitution of maximal subparts"). A well-formed text is only looked at, not copied.
+/// A text with each maximal ill-formed sequence replaced by U+FFFD (Unicode 15, section 3.9,
+/// "substitution of maximal subparts"). A well-formed text is not copied.
 class WellFormed {
  public:
   explicit WellFormed(std::string_view text) : text_(text) {
-    if (!isWellFormed(text)) mend();
+    if (!isWellFormed(text)) repair();
   }
   WellFormed(const WellFormed&) = delete;
   WellFormed& operator=(const WellFormed&) = delete;
 
-  /// Valid as long as this object and the text it was made from.
-  operator std::string_view() const noexcept { return mended_ ? *mended_ : text_; }
+  /// Valid as long as this object and the text it was created from.
+  operator std::string_view() const noexcept { return repaired_ ? *repaired_ : text_; }
 
  private:
-  void mend();
+  void repair();
 
   std::string_view text_;
-  std::optional<std::string> mended_;
+  std::optional<std::string> repaired_;
 };
 
-/// The text itself, or mended.
+/// A copy of the text, with ill-formed sequences replaced.
 [[nodiscard]] std::string wellFormed(std::string_view text);
 [[nodiscard]] std::optional<std::string> wellFormedIfAny(const std::optional<std::string>& text);
 
-/// Whether the bytes of `part` stand in `whole`; in time that grows with their sum, not product.
+/// Whether `whole` contains the bytes of `part`. The time grows with the sum of the sizes, not with
+/// their product.
 [[nodiscard]] bool contains(std::string_view whole, std::string_view part);
 
-/// The canonical decomposition (Unicode TR15: NFD) of a well-formed text; none where that is the
-/// text itself, as of all ASCII. At most three times as long. Two texts are canonically equivalent
+/// The canonical decomposition (Unicode TR15: NFD) of a well-formed text, at most three times as
+/// long. Empty if it equals the text itself, as for all ASCII. Two texts are canonically equivalent
 /// if their decompositions are equal.
 [[nodiscard]] std::optional<std::string> decomposed(std::string_view text);
 
-/// Whether two well-formed texts are canonically equivalent; none where their bytes do not tell,
-/// but only their decompositions.
+/// Whether two well-formed texts are canonically equivalent. Empty if the bytes do not decide and
+/// the decompositions must be compared.
 [[nodiscard]] std::optional<bool> plainlyEqual(std::string_view a, std::string_view b);
 
-/// Whether the text equals `lowerCase`, which consists of lower-case ASCII letters, once the text
-/// is lower-cased. For the words that the library asks for, ASCII lower-casing is full Unicode
-/// lower-casing: no other character has their letters for its lower case.
+/// Whether the lower-cased text equals `lowerCase`, which consists of lower-case ASCII letters. For
+/// the words the library compares with, ASCII lower-casing equals full Unicode lower-casing: no
+/// other character has one of their letters as its lower case.
 template <std::size_t size>
 [[nodiscard]] bool equalsLowerCased(std::string_view text, const char (&lowerCase)[size]) noexcept {
-  constexpr char kCaseBit = 0x20;  // only a letter becomes a lower-case letter by it
+  constexpr char kCaseBit = 0x20;  // setting it turns nothing but letters into lower-case letters
   if (text.size() != size - 1) return false;
   std::array<char, size - 1> lowered;
   std::memcpy(lowered.data(), text.data(), lowered.size());

@@ -8,21 +8,21 @@
 
 namespace corvo::corvo_internal::base {
 
-/// Two numbers that differ in every process and that nobody outside can guess, so that nobody can
-/// choose texts that hash alike. The factor is odd.
+/// Two random numbers per process. Nobody outside can guess them, so nobody can choose texts that
+/// collide. The factor is odd.
 struct HashSecrets {
   std::uint64_t start;
   std::uint64_t factor;
 };
 [[nodiscard]] HashSecrets drawHashSecrets() noexcept;
 
-/// Made on first use, for objects of static duration may ask, too.
+/// Created on first use, because objects with static storage duration may hash, too.
 inline const HashSecrets& hashSecrets() noexcept {
   static const HashSecrets secrets = drawHashSecrets();
   return secrets;
 }
 
-/// The lower half of the product of 128 bits, with the upper one folded in by exclusive or.
+/// The lower half of the 128-bit product, combined with the upper half by exclusive or.
 constexpr std::uint64_t foldedProduct(std::uint64_t a, std::uint64_t b) noexcept {
 #ifdef __SIZEOF_INT128__
   const auto product = static_cast<unsigned __int128>(a) * b;
@@ -36,8 +36,8 @@ constexpr std::uint64_t foldedProduct(std::uint64_t a, std::uint64_t b) noexcept
 #endif
 }
 
-/// A fast hash of short texts, for tables that are asked by `string_view`. Differs from run to run.
-/// Any bits of it will do for a table, the low ones too.
+/// A fast hash of short texts, for tables that are searched by `string_view`. Differs from run to
+/// run. All bits are usable, including the low ones.
 struct TextHash {
   using is_transparent = void;
 
@@ -49,9 +49,9 @@ struct TextHash {
     for (; left > sizeof(std::uint64_t); at += 8, left -= 8) {
       hash = mixed(hash ^ load<std::uint64_t>(at));
     }
-    // Without the factor, texts could be chosen whose hashes often have the same low bits whatever
-    // the start. The size sets apart what ends in the same word, as "abb" and "ab"; were it joined
-    // with the words directly, other words could make up for it.
+    // Without the factor, an attacker could choose texts whose hashes often share their low bits,
+    // whatever the seed. The size distinguishes texts that end in the same word, such as "abb" and
+    // "ab". It is added separately: combined with the words directly, other words could cancel it.
     hash = (hash ^ last(text, at, left)) * secrets.factor + text.size();
     return static_cast<std::size_t>(mixed(hash));
   }
@@ -62,8 +62,8 @@ struct TextHash {
     return loadWord<Integer>(bytes);
   }
 
-  // The last bytes, at most eight, in one or two pieces that may overlap, and, in a long text, with
-  // some of those before them: so no loop over single bytes is needed.
+  // The last bytes, eight at most, in one or two pieces that may overlap each other and, in a long
+  // text, the bytes before them. This avoids a loop over single bytes.
   static std::uint64_t last(std::string_view text, const char* at, std::size_t left) noexcept {
     if (text.size() >= 8) return load<std::uint64_t>(at + left - 8);
     if (left >= 4) {
@@ -74,7 +74,7 @@ struct TextHash {
            load<std::uint8_t>(at + left - 1) << 16;
   }
 
-  // Both halves of the product with 2^64 over the golden ratio, folded together.
+  // Both halves of the product with 2^64 divided by the golden ratio, combined.
   static std::uint64_t mixed(std::uint64_t word) noexcept {
     constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15;
     return foldedProduct(word, kMultiplier);

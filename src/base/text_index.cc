@@ -8,7 +8,7 @@ namespace {
 
 using Places = std::vector<std::uint32_t>;
 
-// Puts places in the order of their ranks; those of one rank stay as they are.
+// Sorts positions by rank; equal ranks keep their order.
 void sortByRank(const Places& places, const Places& rank, Places& sorted) {
   Places begin(std::max<std::size_t>(places.size(), 256) + 1);
   for (const std::uint32_t place : places) ++begin[rank[place] + 1];
@@ -18,8 +18,8 @@ void sortByRank(const Places& places, const Places& rank, Places& sorted) {
 
 }  // namespace
 
-// The suffixes are put in the order of their first byte, then of their first two, four and so on:
-// the second half of what is looked at begins another suffix, whose rank is known.
+// Sorts the suffixes by their first byte, then by their first two, four and so on. The second half
+// of each compared piece is the beginning of another suffix, whose rank is already known.
 TextIndex::TextIndex(std::string_view text) : text_(text), order_(text.size()) {
   const auto size = static_cast<std::uint32_t>(text.size());
   Places rank(size);

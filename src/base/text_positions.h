@@ -10,10 +10,10 @@
 
 namespace corvo::corvo_internal::base {
 
-/// Finds texts in a list in time that does not grow with it. Takes some forty bytes a text, so it
-/// is worth it for lists of `kWorthwhile` texts or more. Refers to the texts.
+/// Finds texts in a list in constant time. Takes about forty bytes per text, so it pays off for
+/// lists of `kWorthwhile` texts or more. Refers to the texts.
 ///
-/// Reading is safe from any thread.
+/// Concurrent reads are safe.
 class TextPositions {
  public:
   static constexpr std::size_t kWorthwhile = 16;
@@ -21,13 +21,13 @@ class TextPositions {
 
   explicit TextPositions(std::vector<std::string_view> texts)
       : texts_(std::move(texts)), index_(texts_.size()) {
-    // Backwards, so that of equal ones the first is found.
+    // Backwards, so that the first of several equal texts is found.
     for (auto i = static_cast<std::uint32_t>(texts_.size()); i-- > 0;) {
       index_.put(texts_[i], i, TextAt{texts_});
     }
   }
 
-  /// The position of the first such text, or `kNone`.
+  /// The position of the first equal text, or `kNone`.
   [[nodiscard]] std::uint32_t find(std::string_view text) const {
     return index_.find(text, TextAt{texts_});
   }

@@ -22,23 +22,23 @@ CorvoClientImpl::CorvoClientImpl(Parts parts)
       mainQueue_(std::move(parts.mainQueue)) {}
 
 CorvoClientImpl::~CorvoClientImpl() {
-  if (!storage_->isOwed()) return;
+  if (!storage_->isPending()) return;
   try {
     tryStorageAgain(clock_->now());
-  } catch (...) {  // then it is lost
+  } catch (...) {  // then the value is lost
   }
 }
 
-// Whatever the operation does, what was kept for questions may be of no use after it.
+// Drops the evidence, because any operation may make it obsolete.
 double CorvoClientImpl::begin(const Turn& turn, double now) {
   evidence_.drop();
   if (!turn.isNested() && storage_->isDue(now)) tryStorageAgain(now);
   return now;
 }
 
-// What start and fetches could not do without the store is done now.
+// Catches up on what the start and earlier fetches could not do without the store.
 void CorvoClientImpl::tryStorageAgain(double now) try {
-  if (storage_->config.isOwed() && !storage_->corvoForcedExperiments.isKnown()) {
+  if (storage_->config.isPending() && !storage_->corvoForcedExperiments.isKnown()) {
     lacksInclusions_ = true;
   }
   if (!storage_->tryAgain()) return;
@@ -134,8 +134,8 @@ void CorvoClientImpl::askProject(AnswerSink<Project>& sink) {
       sink);
 }
 
-// About the project alone: the user is looked at only once the experiment is found, the location
-// not at all.
+// Depends on the project alone: the user is read only after the experiment is found, and the
+// location never.
 void CorvoClientImpl::askToInclude(std::string_view experimentName,
                                    std::optional<std::int64_t> groupIndex, AnswerSink<Done>& sink) {
   SinkQuestion question(aboutProject([this, name = base::wellFormed(experimentName),
@@ -147,7 +147,7 @@ void CorvoClientImpl::askToInclude(std::string_view experimentName,
                         }),
                         sink);
   Turn turn(access_);
-  askAtLength(question, {begin(turn)}, turn);  // for it changes what is kept
+  askWithoutEvidence(question, {begin(turn)}, turn);  // because it changes stored records
 }
 
 void CorvoClientImpl::askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) {
@@ -182,14 +182,14 @@ ClientStatus CorvoClientImpl::status() {
   return {.configuration = copy(storage_->config), .location = copy(storage_->location)};
 }
 
-// Done as soon as a new configuration is in hand.
+// Completes as soon as a new configuration has arrived.
 void CorvoClientImpl::refresh(AnswerSink<Done>& sink, Turn& turn) {
   SinkQuestion question(aboutProject([](const Evidence&) -> Result<Done> { return Done(); }), sink);
-  askAnew(question, turn);
+  askAfterFetch(question, turn);
 }
 
-// The request is made when the client has been given up: where the address is of no use, the
-// question fails before this returns.
+// Releases the client before sending the request, because the question fails before this returns if
+// the address is invalid.
 template <class Route, class Failure, class Step>
 void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
   const auto route = synchronisation_->route<Route>();
@@ -199,20 +199,21 @@ void CorvoClientImpl::fetch(Question& question, Turn& turn, Step step) {
       route,
       [weak = weak_from_this(), waiting, step](typename Route::ResponseType fetched) {
         if (const auto self = weak.lock()) {
-          self->goOn<Failure>(waiting, [&](Turn& mine) { step(*self, *waiting, fetched, mine); });
+          self->resume<Failure>(waiting, [&](Turn& mine) { step(*self, *waiting, fetched, mine); });
         }
       },
       [weak = weak_from_this(), waiting](const CorvoNetworkError& error) {
         if (const auto self = weak.lock()) {
-          self->goOn<Failure>(waiting,
-                              [&](Turn& mine) { waiting->fail(CorvoError(Failure{error}), mine); });
+          self->resume<Failure>(
+              waiting, [&](Turn& mine) { waiting->fail(CorvoError(Failure{error}), mine); });
         }
       });
 }
 
-// Memory that runs out before the callback is called is a document that could not be decoded.
+// Running out of memory before the callback is called counts as a document that could not be
+// decoded.
 template <class Failure, class Step>
-void CorvoClientImpl::goOn(const std::shared_ptr<Question>& waiting, Step step) {
+void CorvoClientImpl::resume(const std::shared_ptr<Question>& waiting, Step step) {
   Turn turn(access_);
   try {
     step(turn);
@@ -225,14 +226,15 @@ void CorvoClientImpl::goOn(const std::shared_ptr<Question>& waiting, Step step) 
       turn);
 }
 
-void CorvoClientImpl::askAtLength(Question& question, const Stretch& stretch, Turn& turn) {
-  if (const ConfigPointer& config = storage_->config.read(stretch.now)) {
-    return locate(question, evaluatorOf(config), stretch, turn);
+void CorvoClientImpl::askWithoutEvidence(Question& question, const UninterruptedPeriod& period,
+                                         Turn& turn) {
+  if (const ConfigPointer& config = storage_->config.read(period.now)) {
+    return locate(question, evaluatorOf(config), period, turn);
   }
-  askAnew(question, turn);
+  askAfterFetch(question, turn);
 }
 
-void CorvoClientImpl::askAnew(Question& question, Turn& turn) {
+void CorvoClientImpl::askAfterFetch(Question& question, Turn& turn) {
   fetch<network::ConfigRoute, CorvoError::RequestConfigFailed>(
       question, turn,
       [](CorvoClientImpl& self, Question& asked, model::ConfigResponse& fetched, Turn& mine) {
@@ -243,14 +245,14 @@ void CorvoClientImpl::askAnew(Question& question, Turn& turn) {
 }
 
 void CorvoClientImpl::locate(Question& question, const EvaluatorPointer& evaluator,
-                             const Stretch& stretch, Turn& turn) {
+                             const UninterruptedPeriod& period, Turn& turn) {
   if (question.about(*evaluator->project()) == Question::About::project) {
-    return question.answer({*evaluator, contexts_->bare(stretch.now)}, turn);
+    return question.answer({*evaluator, contexts_->bare(period.now)}, turn);
   }
-  if (const LocationPointer& location = storage_->location.read(stretch.now)) {
-    return decide(question, evaluator, location, stretch, turn);
+  if (const LocationPointer& location = storage_->location.read(period.now)) {
+    return decide(question, evaluator, location, period, turn);
   }
-  contexts_->currentUser();  // an empty user is stored before the location is asked for
+  contexts_->currentUser();  // an empty user is stored before the location is requested
   fetch<network::LocationRoute, CorvoError::RequestLocationFailed>(
       question, turn,
       [evaluator](CorvoClientImpl& self, Question& asked, const PropertyMap& fetched, Turn& mine) {
@@ -260,17 +262,18 @@ void CorvoClientImpl::locate(Question& question, const EvaluatorPointer& evaluat
 }
 
 void CorvoClientImpl::decide(Question& question, const EvaluatorPointer& evaluator,
-                             const LocationPointer& location, const Stretch& stretch, Turn& turn) {
-  const targeting::Context context = contexts_->at(stretch.now, evaluator->project(), location);
+                             const LocationPointer& location, const UninterruptedPeriod& period,
+                             Turn& turn) {
+  const targeting::Context context = contexts_->at(period.now, evaluator->project(), location);
   const Evidence evidence{*evaluator, context};
-  if (mayKeep(stretch, turn)) evidence_.keep(evidence, stretch.now, *stretch.surroundings);
+  if (mayKeep(period, turn)) evidence_.keep(evidence, period.now, *period.surroundings);
   question.answer(evidence, turn);
 }
 
-// An operation that is going on may change what a question within it was decided from.
-bool CorvoClientImpl::mayKeep(const Stretch& stretch, const Turn& turn) {
-  const double end = StandingEvidence::endOfSecond(stretch.now);
-  return stretch.surroundings && !turn.isNested() && storage_->isReached() &&
+// An operation under way may change the records from which a nested question was decided.
+bool CorvoClientImpl::mayKeep(const UninterruptedPeriod& period, const Turn& turn) {
+  const double end = EvidenceCache::endOfSecond(period.now);
+  return period.surroundings && !turn.isNested() && storage_->isReached() &&
          contexts_->isComplete() && storage_->config.isValid(end) &&
          storage_->location.isValid(end);
 }

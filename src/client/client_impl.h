@@ -11,10 +11,10 @@
 #include <string_view>
 #include <vector>
 
-#include "base/exclusive_access.h"
+#include "base/concurrent_use_guard.h"
+#include "client/evidence_cache.h"
 #include "client/forced_inclusions.h"
 #include "client/question.h"
-#include "client/standing_evidence.h"
 #include "client/stored_context.h"
 #include "client/stored_user.h"
 #include "client/synchronisation.h"
@@ -25,14 +25,14 @@
 
 namespace corvo::corvo_internal::client {
 
-/// The one implementation of `CorvoClient`. Keeps no state but what is derived from its stored
-/// records, and that only until they change. What waits for the network holds it weakly.
+/// The only implementation of `CorvoClient`. Its state is derived from its stored records, and kept
+/// only until they change. Requests under way refer to it weakly.
 class CorvoClientImpl final : public CorvoClient,
                               public std::enable_shared_from_this<CorvoClientImpl> {
  public:
   struct Parts {
     std::shared_ptr<storage::StorageClient> storage;
-    // The next four on the same storage.
+    // These four use the same storage.
     std::shared_ptr<StoredContext> contexts;
     std::shared_ptr<StoredUser> user;
     std::shared_ptr<ForcedInclusions> forced;
@@ -43,10 +43,10 @@ class CorvoClientImpl final : public CorvoClient,
   explicit CorvoClientImpl(Parts parts);
   CorvoClientImpl(const CorvoClientImpl&) = delete;
   CorvoClientImpl& operator=(const CorvoClientImpl&) = delete;
-  /// Tries once more to store what the store lacks.
+  /// Tries once more to write pending values to the store.
   ~CorvoClientImpl() override;
 
-  /// Settles the stored user at the start of the client.
+  /// Settles the stored user when the client is created.
   void settleUser(std::optional<CorvoUser> initialUser);
 
   void setUser(CorvoUser user) override;
@@ -78,50 +78,51 @@ class CorvoClientImpl final : public CorvoClient,
   using ConfigPointer = std::shared_ptr<const model::ConfigResponse>;
   using LocationPointer = std::shared_ptr<const PropertyMap>;
 
-  // Every operation takes the client for its thread, and gives it up before it calls back.
-  using Access = base::ExclusiveAccess<>;
+  // Every operation takes the client for its thread, and releases it before it calls back.
+  using Access = base::ConcurrentUseGuard<>;
 
-  // The moment of an operation that begins; a store that failed is tried again. Not inside another
-  // operation, for what that has read must not change under it.
+  // The time of the operation that begins. Also retries a store that failed, except inside another
+  // operation, because records that it has read must not change.
   double begin(const Turn& turn) { return begin(turn, clock_->now()); }
   double begin(const Turn& turn, double now);
   void tryStorageAgain(double now);
 
-  // A question is decided at once where the evidence of the one before stands. Else it goes its way
-  // from configuration to location and context, each step at once or after a fetch.
+  // If the previous question's evidence is still valid, a question is decided immediately.
+  // Otherwise it proceeds from configuration to location and context, each step immediately or
+  // after a fetch.
   template <class Decider, class T>
   void ask(Decider decider, AnswerSink<T>& sink);
   template <class Decider, class T>
   void askAbout(std::string_view name, AnswerSink<T>& sink);
   void ask(Question& question);
-  // The stretch in which a question is decided without waiting: its moment, and what others may
-  // have changed, looked at before anything was read. None of these after a fetch: records may have
-  // changed since the question read them.
-  struct Stretch {
+  // A period in which a question is decided without waiting: its time, and a snapshot of external
+  // state, taken before anything was read. Empty after a fetch, because records may have changed
+  // since the question read them.
+  struct UninterruptedPeriod {
     double now = 0;
-    std::optional<StandingEvidence::Surroundings> surroundings = {};
+    std::optional<EvidenceCache::Surroundings> surroundings = {};
   };
-  void askAtLength(Question& question, const Stretch& stretch, Turn& turn);
-  void askAnew(Question& question, Turn& turn);
-  void locate(Question& question, const EvaluatorPointer& evaluator, const Stretch& stretch,
-              Turn& turn);
+  void askWithoutEvidence(Question& question, const UninterruptedPeriod& period, Turn& turn);
+  void askAfterFetch(Question& question, Turn& turn);
+  void locate(Question& question, const EvaluatorPointer& evaluator,
+              const UninterruptedPeriod& period, Turn& turn);
   void decide(Question& question, const EvaluatorPointer& evaluator,
-              const LocationPointer& location, const Stretch& stretch, Turn& turn);
+              const LocationPointer& location, const UninterruptedPeriod& period, Turn& turn);
 
-  [[nodiscard]] StandingEvidence::Surroundings surroundings() const;
-  // Whether the evidence of a question will do to the end of the second.
-  [[nodiscard]] bool mayKeep(const Stretch& stretch, const Turn& turn);
+  [[nodiscard]] EvidenceCache::Surroundings surroundings() const;
+  // Whether the evidence of a question remains valid until the end of the second.
+  [[nodiscard]] bool mayKeep(const UninterruptedPeriod& period, const Turn& turn);
   const EvaluatorPointer& evaluatorOf(const ConfigPointer& config);
 
   void askMemberships(experiments::Scope scope, AnswerSink<std::optional<std::string>>& sink);
   void refresh(AnswerSink<Done>& sink, Turn& turn);
 
-  // Lets a question wait for a route's answer. It goes on with a step of the client, unless that
+  // Makes a question wait for a request. It continues with a step of the client, unless the client
   // has been released by then, or with the failure.
   template <class Route, class Failure, class Step>
   void fetch(Question& question, Turn& turn, Step step);
   template <class Failure, class Step>
-  void goOn(const std::shared_ptr<Question>& waiting, Step step);
+  void resume(const std::shared_ptr<Question>& waiting, Step step);
 
   Access access_{"a client was used from two threads at once"};
   std::shared_ptr<storage::StorageClient> storage_;
@@ -131,10 +132,10 @@ class CorvoClientImpl final : public CorvoClient,
   std::shared_ptr<Synchronisation> synchronisation_;
   std::shared_ptr<Clock> clock_;
   std::shared_ptr<MainQueue> mainQueue_;
-  bool lacksInclusions_ = false;  // a configuration that was fetched while they could not be read
-  ConfigPointer config_;          // what evaluator_ is about
+  bool lacksInclusions_ = false;  // the configuration was fetched without reading them
+  ConfigPointer config_;          // the configuration of evaluator_
   EvaluatorPointer evaluator_;
-  StandingEvidence evidence_;  // of evaluator_ and contexts_
+  EvidenceCache evidence_;  // refers to evaluator_ and contexts_
 };
 
 }  // namespace corvo::corvo_internal::client

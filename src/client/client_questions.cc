@@ -1,20 +1,20 @@
 #include "client/client_impl.h"
 
-// The questions that are asked again and again: about one flag, experiment or holdout. A release
-// compiles them for speed, and the rest of the client for size.
+// The frequent questions: about one flag, experiment or holdout. Releases compile them for speed,
+// and the rest of the client for size.
 
 namespace corvo::corvo_internal::client {
 
 void CorvoClientImpl::ask(Question& question) {
   Turn turn(access_);
   const double now = clock_->now();
-  const StandingEvidence::Surroundings around = surroundings();
-  if (evidence_.stands(now, around)) return question.answer(evidence_.at(now), turn);
+  const EvidenceCache::Surroundings around = surroundings();
+  if (evidence_.isValid(now, around)) return question.answer(evidence_.at(now), turn);
   begin(turn, now);
-  askAtLength(question, {now, around}, turn);
+  askWithoutEvidence(question, {now, around}, turn);
 }
 
-StandingEvidence::Surroundings CorvoClientImpl::surroundings() const {
+EvidenceCache::Surroundings CorvoClientImpl::surroundings() const {
   return {storage_->revision(), contexts_->zone()};
 }
 

@@ -31,7 +31,7 @@ std::optional<CorvoError> ForcedInclusions::include(const model::ConfigResponse&
   return std::nullopt;
 }
 
-// Each inclusion that succeeds is remembered anew, so one that succeeds leads to a write.
+// Each successful inclusion is recorded again, so it leads to a write.
 void ForcedInclusions::reapply(model::ConfigResponse& config) {
   const auto remembered = parts_.storage->corvoForcedExperiments.read();
   if (!remembered) return;
@@ -49,8 +49,7 @@ void ForcedInclusions::reapply(model::ConfigResponse& config) {
   if (anyForced) remember(*remembered);
 }
 
-// The user is looked for, and where there is none an empty one stored, only once the experiment is
-// found.
+// The user is read, and an empty one stored if there is none, only after the experiment is found.
 std::variant<model::Experiment, CorvoError> ForcedInclusions::force(
     const model::Experiment& experiment, std::optional<std::int64_t> groupIndex) {
   return experiments::applyForcedInclusion(experiment, groupIndex,

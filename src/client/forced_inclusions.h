@@ -17,8 +17,8 @@
 
 namespace corvo::corvo_internal::client {
 
-/// The experiments that the application forced its user into: what is remembered of them in the
-/// store, and what they change in the configuration. For one thread at a time.
+/// The experiments into which the application forced its user: their record in the store, and their
+/// effect on the configuration. Not thread-safe.
 class ForcedInclusions {
  public:
   struct Parts {
@@ -29,20 +29,20 @@ class ForcedInclusions {
   explicit ForcedInclusions(Parts parts) : parts_(std::move(parts)) {}
 
   /// Forces the stored user into an experiment of the configuration, caches that configuration and
-  /// remembers the inclusion. On an error only an empty user may have been stored.
+  /// records the inclusion. If it fails, at most an empty user has been stored.
   std::optional<CorvoError> include(const model::ConfigResponse& config,
                                     std::string_view experimentName,
                                     std::optional<std::int64_t> groupIndex);
 
-  /// Forces the user of now into all that is remembered. What does not fit the configuration, or
-  /// him, stays remembered.
+  /// Applies all recorded inclusions to the current user. An inclusion that does not fit the
+  /// configuration or the user stays recorded.
   void reapply(model::ConfigResponse& config);
 
-  /// Forgets one inclusion, or answers the error that it is not remembered.
+  /// Removes one recorded inclusion, or returns the error that there is none.
   std::optional<CorvoError> forget(std::string_view experimentName);
 
-  /// Forgets all inclusions and tells whether there were any; or answers the error that nothing is
-  /// remembered, not even that there are none.
+  /// Removes all recorded inclusions. Returns whether there were any, or the error that no record
+  /// exists, not even an empty one.
   std::variant<bool, CorvoError> forgetAll();
 
  private:

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-// The two forms of each question that has no type of its own: made here once, so that who includes
-// the header does not compile them.
+// Both forms of each question without a type parameter. Defined here, so that including the header
+// does not compile them.
 
 namespace corvo {
 

@@ -12,40 +12,38 @@
 #include <type_traits>
 #include <utility>
 
-#include "base/exclusive_access.h"
+#include "base/concurrent_use_guard.h"
 #include "evaluation/evaluator.h"
 #include "project/prepared_project.h"
 #include "targeting/context.h"
 
 namespace corvo::corvo_internal::client {
 
-/// What a question is decided from. Valid until its callback is called.
+/// The input from which a question is decided. Valid until its callback is called.
 struct Evidence {
   evaluation::Evaluator& evaluator;
-  const targeting::Context&
-      context;  ///< May be bare where the question is about the project alone.
+  const targeting::Context& context;  ///< May be bare if the answer depends on the project alone.
 };
 
-/// Whose the client is while it is asked.
-using Turn = base::ExclusiveAccess<>::Scope;
+/// Holds the client while a question is asked.
+using Turn = base::ConcurrentUseGuard<>::Scope;
 
-/// One question on its way to its answer. Lives on the asker's stack; to wait for a fetch it moves
-/// to the heap. `answer` or `fail` is called, last of all: nothing of the client is touched
-/// afterwards.
+/// A question on its way to its answer. Created on the caller's stack; moves to the heap to wait
+/// for a fetch. Finally `answer` or `fail` is called. The client is not touched afterwards.
 class Question : public std::enable_shared_from_this<Question> {
  public:
   enum class About : std::uint8_t { user, project };
 
   virtual ~Question() = default;
-  /// Whether user and location count for the answer. Where not, neither is touched.
+  /// Whether the answer depends on user and location. If not, neither is read.
   [[nodiscard]] virtual About about(const project::PreparedProject& project) const = 0;
-  /// Decides, gives the client up, and calls the callback.
+  /// Decides, releases the client, and calls the callback.
   virtual void answer(const Evidence& evidence, Turn& turn) = 0;
-  /// Gives the client up, and calls the callback for the error.
+  /// Releases the client, and calls the error callback.
   virtual void fail(CorvoError&& error, Turn& turn) = 0;
   [[nodiscard]] bool isDelivered() const { return isDelivered_; }
 
-  /// The question on the heap: itself if it lies there already, else one that takes its place.
+  /// The question on the heap: itself if it is already there, otherwise a replacement.
   [[nodiscard]] std::shared_ptr<Question> toHeap() {
     std::shared_ptr<Question> self = weak_from_this().lock();
     return self ? self : detach();
@@ -62,7 +60,7 @@ class Question : public std::enable_shared_from_this<Question> {
   bool isDelivered_ = false;
 };
 
-/// The name that a question is about: lent by the asker, or, where the question waits, owned.
+/// The name that a question is about: borrowed from the caller, or owned while the question waits.
 class Name {
  public:
   explicit Name(std::string_view lent) : lent_(lent) {}
@@ -79,13 +77,14 @@ class Name {
   std::optional<std::string> owned_;
 };
 
-/// The question whose answer goes to a sink: the asker's, or, where it waits, its own. What decides
-/// it tells what it is about, decides by the evidence, and can be detached, as the question itself.
+/// A question whose answer goes to a sink: the caller's, or its own while it waits. The decider
+/// says what the answer depends on, decides from the evidence, and can be detached, like the
+/// question itself.
 template <class T, class Decider>
 class SinkQuestion final : public Question {
  public:
   SinkQuestion(Decider decider, AnswerSink<T>& sink) : decider_(std::move(decider)), sink_(&sink) {}
-  /// The decider is made in its place of a name: to move one costs a tenth of a question.
+  /// Constructs the decider from a name in place, because moving one costs a tenth of a question.
   SinkQuestion(std::string_view name, AnswerSink<T>& sink) : decider_{Name(name)}, sink_(&sink) {}
 
   [[nodiscard]] About about(const project::PreparedProject& project) const override {
@@ -104,7 +103,7 @@ class SinkQuestion final : public Question {
   }
 
  protected:
-  // The sink comes last: once its callbacks have moved, nothing can fail.
+  // Moves the sink last, because nothing may fail after its callbacks have moved.
   std::shared_ptr<Question> detach() override {
     auto detached = std::make_shared<SinkQuestion>(decider_.detach(), *sink_);
     detached->ownSink_ = sink_->detach();
@@ -118,7 +117,7 @@ class SinkQuestion final : public Question {
   AnswerSink<T>* sink_;
 };
 
-/// Decides by a function that needs nothing of the asker's.
+/// Decides by a function that needs nothing from the caller.
 template <Question::About what, class Function>
 struct Deciding {
   Function decide;
@@ -138,8 +137,8 @@ Deciding<Question::About::project, Function> aboutProject(Function decide) {
   return {std::move(decide)};
 }
 
-/// Decides about what has that name: about the user, but, with a way to find it in the project,
-/// only where there is such a thing.
+/// Decides about the item of that name. Depends on the user; with `find`, only if the project
+/// contains the item.
 template <auto find, auto decideBy>
 struct DecidingByName {
   Name name;

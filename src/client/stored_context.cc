@@ -10,7 +10,7 @@ const std::shared_ptr<const CorvoUser>& StoredContext::currentUser() {
   auto& slot = parts_.storage->user;
   if (const auto& stored = slot.read()) return stored;
   slot.write(std::make_shared<const CorvoUser>(CorvoUser{PropertyMap(), PropertyMap()}),
-             parts_.clock->now(), storage::Origin::makeshift);
+             parts_.clock->now(), storage::Origin::placeholder);
   return slot.read();
 }
 
@@ -34,7 +34,7 @@ targeting::Context StoredContext::at(double now,
   return source_.at(now);
 }
 
-// Until the device tells its identifier, it is asked again and again.
+// Until the device provides its identifier, it is asked again.
 void StoredContext::settleUser(double now) {
   if (const std::shared_ptr<const CorvoUser>& user = currentUser(); user_ != user) {
     source_.setUser(*user);

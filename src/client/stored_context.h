@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "client/device_once.h"
+#include "client/cached_device.h"
 #include "project/prepared_project.h"
 #include "storage/storage_client.h"
 #include "targeting/context.h"
@@ -15,35 +15,35 @@
 
 namespace corvo::corvo_internal::client {
 
-/// Makes the contexts of one client's questions: those of its stored user. Every context is valid
-/// until the next one is made. For one thread at a time.
+/// Creates the contexts of one client's questions from its stored user. Every context is valid
+/// until the next one is created. Not thread-safe.
 class StoredContext {
  public:
   struct Parts {
     std::shared_ptr<storage::StorageClient> storage;
     std::shared_ptr<const Clock> clock;
     std::shared_ptr<const TimeZone> timeZone;
-    std::shared_ptr<DeviceOnce> device;
+    std::shared_ptr<CachedDevice> device;
   };
   explicit StoredContext(Parts parts);
 
-  /// The stored user. Without one an empty user is stored, and used. Valid until it is asked for
-  /// again, or written.
+  /// The stored user. If there is none, an empty one is stored and returned. Valid until the next
+  /// call or write.
   const std::shared_ptr<const CorvoUser>& currentUser();
 
-  /// Whether nothing about the device is asked for any more.
+  /// Whether everything about the device is known.
   [[nodiscard]] bool isComplete() const noexcept { return knowsIdentifier_; }
 
-  /// Identifies the present time zone.
+  /// Identifies the current time zone.
   [[nodiscard]] std::uint64_t zone() const { return parts_.timeZone->identifier(); }
 
-  /// A context of nobody and nothing.
+  /// A context without user and properties.
   [[nodiscard]] targeting::Context bare(double now) const { return source_.bare(now); }
 
-  /// That of the stored user on this device, without properties.
+  /// The context of the stored user on this device, without properties.
   [[nodiscard]] targeting::Context ofUser(double now);
 
-  /// The whole context, for the conditions of that project.
+  /// The full context, for the conditions of that project.
   [[nodiscard]] targeting::Context at(
       double now, const std::shared_ptr<const project::PreparedProject>& project,
       const std::shared_ptr<const PropertyMap>& location);
@@ -52,7 +52,7 @@ class StoredContext {
   void settleUser(double now);
 
   Parts parts_;
-  // What the source refers to. The same pointer means the same record.
+  // The records that the source refers to. An equal pointer means the same record.
   std::shared_ptr<const CorvoUser> user_;
   std::shared_ptr<const PropertyMap> location_;
   std::shared_ptr<const project::PreparedProject> project_;

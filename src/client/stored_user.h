@@ -14,8 +14,7 @@
 
 namespace corvo::corvo_internal::client {
 
-/// The stored user of one client, as the application replaces and edits it. For one thread at a
-/// time.
+/// The stored user of one client, as the application replaces and edits it. Not thread-safe.
 class StoredUser {
  public:
   struct Parts {
@@ -26,15 +25,15 @@ class StoredUser {
   };
   explicit StoredUser(Parts parts) : parts_(std::move(parts)) {}
 
-  /// Settles the user at the start of the client: an initial user replaces it; one from a time
-  /// without expiries gets them, a day from now.
+  /// Settles the user when the client is created. An initial user replaces the stored one. A stored
+  /// user without expiry dates, from an older version, gets them: one day from now.
   void settle(std::optional<CorvoUser> initialUser, double now);
-  /// Does the latter where the store could not be read at the start.
+  /// Adds the missing expiry dates if the store could not be read at the start.
   void settleLate(double now);
 
   void replace(CorvoUser user, double now, storage::Origin origin = storage::Origin::replacement);
-  /// Hands the callback an empty builder, or one with the stored user, and stores what that then
-  /// holds. After one that throws nothing is stored.
+  /// Passes the callback an empty builder, or one with the stored user, and stores the result. If
+  /// the callback throws, nothing is stored.
   void build(EditUser& edit);
   void edit(EditUser& edit);
 
@@ -42,7 +41,7 @@ class StoredUser {
   void stamp(double now);
 
   Parts parts_;
-  bool needsStamps_ = false;  // the user of an earlier run, not read yet
+  bool needsStamps_ = false;  // a user of an earlier run that has not been read yet
 };
 
 }  // namespace corvo::corvo_internal::client

@@ -8,12 +8,12 @@
 
 namespace corvo::corvo_internal::client {
 
-// The identifier is made on first need and then kept for the life of the suite.
+// The identifier is created on first use and kept for the life of the suite.
 std::string Synchronisation::privateIdentifier() {
   auto& slot = parts_.storage->corvoPrivateId;
   if (const auto& stored = slot.read()) return *stored;
   auto made = std::make_shared<const std::string>(network::makePrivateIdentifier(*parts_.random));
-  slot.write(made, parts_.clock->now(), storage::Origin::makeshift);
+  slot.write(made, parts_.clock->now(), storage::Origin::placeholder);
   return *made;
 }
 
@@ -22,8 +22,8 @@ std::shared_ptr<const model::ConfigResponse> Synchronisation::keep(model::Config
   return keepForced(std::move(config), parts_.clock->now());
 }
 
-// What was fetched while the remembered inclusions could not be read lacks them. It is no newer for
-// getting them.
+// Applies the recorded inclusions to a configuration that was fetched while they could not be read.
+// This does not make the configuration newer.
 void Synchronisation::forceAgain() {
   auto& slot = parts_.storage->config;
   const std::shared_ptr<const model::ConfigResponse> cached = slot.read(parts_.clock->now());

@@ -16,8 +16,8 @@
 
 namespace corvo::corvo_internal::client {
 
-/// Fetches the configuration and the location for a client, and caches them. Every fetch makes a
-/// request of its own. For one thread at a time, but for `fetch`.
+/// Fetches the configuration and the location for a client, and caches them. Every fetch sends its
+/// own request. Not thread-safe, except `fetch`.
 class Synchronisation {
  public:
   using OnFailure = Callback<void(const CorvoNetworkError&)>;
@@ -32,15 +32,15 @@ class Synchronisation {
   };
   explicit Synchronisation(Parts parts) : parts_(std::move(parts)) {}
 
-  /// The route of the configuration or the location. The private identifier in it is made and
-  /// stored on first need.
+  /// The route of the configuration or the location. It contains the private identifier, which is
+  /// created and stored on first use.
   template <class Route>
   [[nodiscard]] Route route() {
     return Route(parts_.projectToken, privateIdentifier());
   }
 
-  /// Requests a route. The outcome comes on the main queue. An address that is no URI reference
-  /// fails before this returns. Touches no record.
+  /// Sends a request. It completes on the main queue, but fails before returning if the address is
+  /// not a valid URI reference. Does not access any record.
   template <class Route, class OnSuccess>
   void fetch(const Route& route, OnSuccess onSuccess, OnFailure onFailure) {
     parts_.network->request(route, std::move(onSuccess), std::move(onFailure));
@@ -48,7 +48,7 @@ class Synchronisation {
 
   /// Filters a configuration by platform, re-applies the forced inclusions and caches it.
   std::shared_ptr<const model::ConfigResponse> keep(model::ConfigResponse config);
-  /// Caches a location, every name prefixed with "geo.".
+  /// Caches a location; every name is prefixed with "geo.".
   std::shared_ptr<const PropertyMap> keep(const PropertyMap& location);
 
   /// Re-applies the forced inclusions to the cached configuration, if there is one.

@@ -7,7 +7,7 @@
 namespace corvo {
 namespace {
 
-/// The registry of the process and the loop of its host, if it is on the host's platform.
+/// The registry of the process, and the host's loop if the host's platform is in use.
 struct Process {
   std::shared_ptr<HostLoop> loop;
   ClientRegistry registry;
@@ -16,7 +16,8 @@ struct Process {
   explicit Process(Platform platform) : registry(std::move(platform)) {}
 };
 
-// Made on first use and never destroyed: answers may still come while the process ends.
+// Created on first use and never destroyed, because callbacks may still run while the process
+// exits.
 std::mutex& mutex() {
   static auto& only = *new std::mutex();
   return only;

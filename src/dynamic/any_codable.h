@@ -16,8 +16,8 @@ namespace corvo::corvo_internal::dynamic {
 
 enum class Offers : std::uint8_t { decoding, encoding, both };
 
-/// A dynamic value that can be decoded, encoded, or both, beside the typed records and inside them.
-/// Those that can be encoded are made of literals, too.
+/// A dynamic value that can be decoded, encoded, or both, on its own or inside typed records.
+/// Encodable ones can also be constructed from literals.
 template <Offers offers>
 struct Any {
   static constexpr bool kDecodes = offers != Offers::encoding;
@@ -31,7 +31,8 @@ struct Any {
   template <std::convertible_to<DynamicValue> V>
   explicit(!kEncodes) Any(V&& wrapped) : value(std::forward<V>(wrapped)) {}
 
-  /// Into a place for one value of a longer text. A failure's place is counted from here.
+  /// Encodes the value as a part of a longer text. The place of a failure is relative to this
+  /// value.
   [[nodiscard]] std::optional<EncodingFailure> encode(
       json::JsonWriter& out) const requires kEncodes {
     return value.encode(out);

@@ -19,8 +19,8 @@ namespace {
 
 using json::JsonWriter;
 
-/// A boxed number as another type. Integers keep their low bits. Doubles become integers of 64 bits
-/// first: cut toward zero, limited to what those hold, not-a-number zero.
+/// Converts a boxed number to another type. Integers keep their low bits. Doubles first become
+/// 64-bit integers: truncated toward zero and clamped, NaN becomes zero.
 template <class T>
 struct Unboxed {
   T operator()(std::integral auto number) const { return static_cast<T>(number); }
@@ -30,7 +30,8 @@ struct Unboxed {
     } else if constexpr (std::integral<T>) {
       return static_cast<T>(cut(number));
     } else {
-      // Beyond a float's range the conversion is undefined; any infinity is refused alike.
+      // Converting a value beyond a float's range is undefined. Writing refuses every infinity
+      // alike.
       if (std::abs(number) <= std::numeric_limits<T>::max()) return static_cast<T>(number);
       return std::numeric_limits<T>::infinity();
     }
@@ -48,7 +49,7 @@ struct Unboxed {
   }
 };
 
-/// Writes one value kind by kind and keeps the first failure. One use.
+/// Writes one value, with one overload per kind, and keeps the first failure. For one use.
 class DynamicEncoding {
  public:
   explicit DynamicEncoding(JsonWriter& out) : out_(out) {}
@@ -112,12 +113,13 @@ class DynamicEncoding {
 
   JsonWriter& out_;
   std::string path_;
-  // A number that JSON lacks is one more value that cannot be encoded, so it has that text.
+  // A number that JSON cannot express is also a value that cannot be encoded, so it has the same
+  // text.
   std::string_view reason_ = "AnyEncodable value cannot be encoded";
   std::optional<EncodingFailure> failure_;
 };
 
-// A truth value coded "c" is thus 0 or 1, and "l" and "L" have 32 bits.
+// So a boolean with the code "c" becomes 0 or 1, and "l" and "L" have 32 bits.
 void DynamicEncoding::operator()(const BoxedNumber& boxed) {
   struct Coding {
     std::string_view codes;

@@ -10,27 +10,27 @@
 #include "json/json_writer.h"
 #include "json/stored_date.h"
 
-// The kinds of dynamic values that no document holds. Boxed numbers, dates, URLs and other
-// encodables are opaque: see `DynamicValue` for what becomes of their equality.
+// Kinds of dynamic values that no document contains. Boxed numbers, dates, URLs and other
+// encodables are opaque; `DynamicValue` describes how they compare.
 
 namespace corvo::corvo_internal::dynamic {
 
 struct EncodingFailure;
 
-/// The absence of a value: what a null pointer literal stands for. Another kind than JSON's null.
+/// The absence of a value, as denoted by a null pointer literal. Differs from JSON's null.
 struct None {
   bool operator==(const None&) const = default;
 };
 
-/// An integer of a stated width, which is another kind than the native integer of that width.
+/// An integer of a fixed width. A different kind from the native integer of the same width.
 template <std::integral T>
 struct Sized {
   T value;
   bool operator==(const Sized&) const = default;
 };
 
-/// A number with the one-character code of the type as which it is encoded. Equal are equal
-/// numbers, whatever their types and codes. A code beyond 7-bit ASCII stops the process.
+/// A number with the one-character code of the type as which it is encoded. Equality compares only
+/// the numbers, not their types or codes. A code beyond 7-bit ASCII aborts the process.
 class BoxedNumber {
  public:
   using Number = std::variant<std::int64_t, std::uint64_t, double>;
@@ -53,15 +53,15 @@ struct Date {
   bool operator==(const Date&) const = default;
 };
 
-/// A resource locator, unchecked.
+/// A URL, not validated.
 struct Url {
   std::string text;
   bool operator==(const Url&) const = default;
 };
 
-/// Any other value that can encode itself: `encode`, never empty, writes exactly one JSON value, or
-/// tells why it cannot and where in itself. Equal are those that write the same; one that cannot is
-/// equal to nothing.
+/// Any other value that can encode itself. `encode` must not be empty. It writes exactly one JSON
+/// value, or returns why it cannot and where inside itself. Values are equal if they write the same
+/// JSON; a value that cannot be encoded equals nothing.
 struct OtherEncodable {
   std::function<std::optional<EncodingFailure>(json::JsonWriter&)> encode;
   friend bool operator==(const OtherEncodable& a, const OtherEncodable& b);

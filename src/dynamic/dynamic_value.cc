@@ -24,7 +24,7 @@ struct FromJson {
   DynamicValue operator()(const auto& kind) const { return kind; }
 };
 
-// Exact, with no integer rounded to a double.
+// Compares exactly, without rounding integers to doubles.
 struct SameNumber {
   bool operator()(std::integral auto a, std::integral auto b) const { return std::cmp_equal(a, b); }
   bool operator()(double a, double b) const { return a == b; }

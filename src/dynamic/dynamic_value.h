@@ -25,10 +25,10 @@ class DynamicValue;
 using DynamicArray = std::vector<DynamicValue>;
 using DynamicObject = std::map<std::string, DynamicValue, std::less<>>;
 
-/// Carries a JSON value whose kind is not fixed in advance through the same reader and writer as
-/// the typed records. Values of a document have the kinds of `JsonValue`; the others are for values
+/// A JSON value whose kind is not fixed in advance, for the same reader and writer as the typed
+/// records. Values in a document have the kinds of `JsonValue`; the other kinds are for values
 /// built in code. The kind is part of the value: the integers 1 of two widths and 1.0 are three
-/// values. Texts are well-formed UTF-8. A plain value; the stack bounds how deep it may nest.
+/// different values. Texts are well-formed UTF-8. A plain value type; the stack limits its nesting.
 class DynamicValue {
  public:
   using Null = JsonValue::Null;
@@ -39,7 +39,8 @@ class DynamicValue {
                              BoxedNumber, Date, Url, DynamicArray, DynamicObject, OtherEncodable>;
 
   DynamicValue(std::nullptr_t = nullptr) {}
-  /// A value of any kind, or a literal: integers are native and signed, texts strings.
+  /// A value of any kind, or a literal: integer literals are native and signed, text literals are
+  /// strings.
   template <class Kind>
   requires(!std::same_as<std::remove_cvref_t<Kind>, DynamicValue> &&
            std::constructible_from<Kinds, Kind>) DynamicValue(Kind&& kind)
@@ -53,24 +54,24 @@ class DynamicValue {
 
   [[nodiscard]] const Kinds& value() const noexcept { return value_; }
 
-  /// Writes this as one JSON value: dates as moments are stored, URLs as strings, boxed numbers as
-  /// their code says. Fails for a number that JSON does not have and for an unknown code; `out` is
+  /// Writes one JSON value: dates in the format of stored dates, URLs as strings, boxed numbers as
+  /// their code says. Fails for a number that JSON cannot express and for an unknown code; `out` is
   /// then no longer faithful.
   [[nodiscard]] std::optional<EncodingFailure> encode(json::JsonWriter& out) const;
-  /// This as JSON text, or the failure.
+  /// The value as JSON text, or the failure.
   [[nodiscard]] std::variant<std::string, EncodingFailure> toJson() const;
 
-  /// Equal are values of one kind that are equal. An opaque value (boxed number, date, URL, other
-  /// encodable) is equal to nothing, not even to itself; but lists and objects are compared deeply,
-  /// and opaque values in them are equal where their kind says so.
+  /// Values are equal if they have the same kind and are equal in it. An opaque value (boxed
+  /// number, date, URL, other encodable) equals nothing, not even itself. Lists and objects,
+  /// however, are compared deeply, and there the equality of the opaque kinds applies.
   friend bool operator==(const DynamicValue& a, const DynamicValue& b);
-  /// Equal for equal values. Null, none and opaque values add nothing.
+  /// Equal values have equal hashes. Null, none and opaque values contribute nothing.
   [[nodiscard]] std::size_t hash() const;
 
-  /// Stable texts for people: nil, null, true, 1, 0.5, [1, "a"], ["k": 1] with sorted keys, [:] for
-  /// the empty object, dates in UTC, URLs as they are, other encodables as the JSON that they write
-  /// or, where they fail, as the reason in angle brackets. A string is quoted and escaped as in
-  /// JSON, but not if it is the value described.
+  /// A stable text for people: nil, null, true, 1, 0.5, [1, "a"], ["k": 1] with sorted keys, [:]
+  /// for the empty object, dates in UTC, URLs verbatim. Other encodables appear as the JSON that
+  /// they write or, if they fail, as the reason in angle brackets. Strings are quoted and escaped
+  /// as in JSON, except at the top level.
   [[nodiscard]] std::string description() const;
   [[nodiscard]] std::string debugDescription() const;
 
@@ -78,7 +79,7 @@ class DynamicValue {
   Kinds value_;
 };
 
-/// Why a value could not be encoded, and where in what was encoded it lies (RFC 6901).
+/// Why a value could not be encoded, and where in the encoded value the cause is (RFC 6901).
 struct EncodingFailure {
   DynamicValue value;
   std::string reason;

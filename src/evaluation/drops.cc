@@ -30,13 +30,13 @@ std::string reasonOf(const model::Experiment& experiment) {
   return "its platforms are " + JsonValue(std::move(platforms)).toJson();
 }
 
-// Those of a list that the filter drops.
+// The elements of a list that the filter removes.
 template <class Record>
 void addOthers(const std::vector<project::Placed<Record>>& records, const json::JsonNode& root,
                std::vector<model::Drop>& drops) {
   std::vector<project::Placed<Record>> others;
   std::ranges::copy_if(records, std::back_inserter(others),
-                       [](const auto& each) { return !project::isOurs(*each); });
+                       [](const auto& each) { return !project::isForThisPlatform(*each); });
   std::vector<const json::JsonNode*> nodes(others.size());
   std::ranges::transform(others, nodes.begin(), [](const auto& each) { return each.node; });
   std::vector<std::string> pointers = json::pointersTo(nodes, root);

@@ -7,7 +7,7 @@
 
 namespace corvo::corvo_internal::evaluation {
 
-/// What the reader drops of a document that it can read, and then the filter, in the document's
+/// Everything that decoding and then the platform filter drop from a readable document, in document
 /// order.
 [[nodiscard]] std::vector<Project::Drop> dropsOf(std::string_view text, Project::Filter filter);
 

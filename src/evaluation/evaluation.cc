@@ -26,7 +26,7 @@ DeviceFacts wellFormed(const DeviceFacts& facts) {
           base::wellFormedIfAny(facts.systemVersion)};
 }
 
-// No reference is counted for those that stay the same.
+// Avoids counting references when the zone stays the same.
 const std::shared_ptr<const TimeZone>& zoneOf(const EvaluationContext& context) {
   static const std::shared_ptr<const TimeZone> system = platform::systemTimeZone();
   return context.timeZone ? context.timeZone : system;
@@ -56,15 +56,15 @@ struct Evaluation::State {
   std::shared_ptr<const TimeZone> zone;
   DeviceFacts device;
   PropertyMap location;    // the location, and
-  PropertyMap properties;  // what conditions see of it
+  PropertyMap properties;  // its properties as conditions see them
   double now = 0;
-  CorvoUser user;  // in place of one that is ill-formed
+  CorvoUser user;  // replaces an ill-formed user
   std::vector<FlagText> texts;
   std::vector<Membership> memberships;
   targeting::ContextSource source;
 };
 
-// The user last: should anything throw, there is none.
+// Sets the user last, so that there is none if anything throws.
 void Evaluation::State::goOnWith(const EvaluationContext& context) {
   if (location != context.location) {
     PropertyMap given = context.location;
@@ -97,7 +97,8 @@ Evaluation::Evaluation(Evaluation&&) noexcept = default;
 Evaluation& Evaluation::operator=(Evaluation&&) noexcept = default;
 Evaluation::~Evaluation() = default;
 
-// Should anything throw, the evaluation is about nobody, and refers to nothing that may be gone.
+// If anything throws, the evaluation has no user and refers to nothing that may have been
+// destroyed.
 void Evaluation::reset(const EvaluationContext& context) {
   state_->forgetUser();
   if (const auto& zone = zoneOf(context); zone != state_->zone) {

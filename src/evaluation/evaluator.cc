@@ -16,7 +16,7 @@ using placement::Placement;
 using project::PreparedExperiment;
 using targeting::Context;
 
-// Fails as a document that could not be decoded does.
+// The same error as for a document that could not be decoded.
 CorvoError tooManyRepeatedValues() {
   return CorvoError(CorvoError::RequestConfigFailed{CorvoNetworkError(
       CorvoNetworkError::DecodingError{"the values of repeated names take more than 64 MiB"})});
@@ -32,13 +32,13 @@ CorvoError experimentNotFound(std::string_view name) {
   return CorvoError(CorvoError::ExperimentNotFound{base::wellFormed(name)});
 }
 
-// A text that becomes its typed value where that is to lie.
+// Converts a text to its typed value in place.
 struct Typed {
   std::string_view text;
   operator CorvoProperty() const { return typedProperty(text); }
 };
 
-// The first of several of one name that the user takes part in; null where they are in none.
+// The first of several experiments of one name that the user takes part in; null if there is none.
 struct Joined {
   const PreparedExperiment* experiment = nullptr;
   Placement placement = {};
@@ -86,8 +86,8 @@ Result<CorvoExperimentPointer> Evaluator::experiment(std::string_view name,
                                                      const Context& context) {
   const PreparedExperiment* first = project_->findExperiment(name);
   if (first == nullptr) return experimentNotFound(name);
-  // Several of one name may name the same holdouts: then each of these is resolved once, at the
-  // price of a memory for the whole project.
+  // Several experiments of one name may name the same holdouts. A report resolves each holdout
+  // once, but needs memory for the whole project.
   std::optional<placement::Resolver::Report> several;
   if (first->nextOfName != nullptr) several.emplace(resolver_, context);
   const Joined joined = firstJoined(first, [&](const PreparedExperiment& each) {
@@ -98,7 +98,8 @@ Result<CorvoExperimentPointer> Evaluator::experiment(std::string_view name,
                                                                   joined.placement, context);
 }
 
-// The holdouts that a holdout itself names do not count here, though they do in the list of all.
+// Ignores the holdouts that a holdout itself names, although the list of all holdouts respects
+// them.
 Result<bool> Evaluator::holdout(std::string_view name, const Context& context) {
   const PreparedExperiment* holdout = project_->findHoldout(name);
   if (holdout == nullptr) return CorvoError(CorvoError::HoldoutNotFound{base::wellFormed(name)});
@@ -134,7 +135,7 @@ void Evaluator::memberships(std::span<const std::size_t> experiments, const Cont
 Explanation Evaluator::explainFlag(std::string_view name, const Context& context) {
   const project::FlagEntry* entry = project_->findFlag(name);
   Explainer explainer(*project_, context);
-  explainer.flagSought(entry);
+  explainer.flagLookedUp(entry);
   Result<std::string_view> value = valueOf(flags::decideFlag(entry, context, explainer), name);
   Explanation explanation{.question = Explanation::Question::flag, .name = base::wellFormed(name)};
   if (CorvoError* error = value.error()) {
@@ -156,7 +157,7 @@ Explanation Evaluator::explainExperiment(std::string_view name, const Context& c
     explainer.experimentNotFound();
     explanation.error = experimentNotFound(name);
   }
-  placement::SeenResolver resolver(context, explainer);
+  placement::ObservedResolver resolver(context, explainer);
   const Joined joined = firstJoined(first, [&](const PreparedExperiment& each) {
     explainer.experimentBegun(each);
     const Placement placement = resolver.resolve(each);

@@ -23,9 +23,9 @@
 
 namespace corvo::corvo_internal::evaluation {
 
-/// Answers questions about one project, each from the context that comes with it. Remembers where
-/// the hash puts the user of these contexts, which must all come from one source. Names may be
-/// ill-formed: then they are mended. For one thread at a time.
+/// Answers questions about one project, each with the context passed to it. Remembers the user's
+/// placements, so all contexts must come from one source. Ill-formed UTF-8 in names is replaced.
+/// Not thread-safe.
 class Evaluator {
  public:
   explicit Evaluator(std::shared_ptr<const project::PreparedProject> project)
@@ -37,39 +37,40 @@ class Evaluator {
     return project_;
   }
 
-  /// The text that a flag has for the user; valid as long as the project.
+  /// The text of the flag's value for the user; valid as long as the project.
   [[nodiscard]] Result<std::string_view> flag(std::string_view name,
                                               const targeting::Context& context);
 
-  /// All flags of the configuration that have a value, each typed by its text.
+  /// All flags of the configuration that have a value, each with the type that its text implies.
   [[nodiscard]] FlagReport flags(const targeting::Context& context);
 
-  /// Fills a list with the texts of those at these positions, of flags that have one.
+  /// Fills a list with the texts of the flags at these positions that have a value.
   void flagTexts(std::span<const std::size_t> flags, const targeting::Context& context,
                  std::vector<Evaluation::FlagText>& texts);
 
-  /// The handle of the first experiment of that name that the user takes part in, or null. Only
-  /// those of the name are resolved.
+  /// The handle of the first experiment of that name that the user takes part in, or null. Resolves
+  /// only experiments of that name.
   [[nodiscard]] Result<CorvoExperimentPointer> experiment(std::string_view name,
                                                           const targeting::Context& context);
 
   /// Whether the user is in the first holdout of that name.
   [[nodiscard]] Result<bool> holdout(std::string_view name, const targeting::Context& context);
 
-  /// The experiments that the user takes part in: their handles, their text, and their details,
-  /// which fail where the values of repeated names take more than they may.
+  /// The experiments that the user takes part in, as handles, as text and as details. The details
+  /// fail if the values of repeated names take more memory than allowed.
   [[nodiscard]] std::vector<CorvoExperimentPointer> experiments(const targeting::Context& context);
   [[nodiscard]] std::optional<std::string> experimentsText(experiments::Scope scope,
                                                            const targeting::Context& context);
   [[nodiscard]] Result<std::vector<CorvoExperimentDetail>> details(
       experiments::Scope scope, const targeting::Context& context);
 
-  /// Fills a list with the user's groups in those at these positions.
+  /// Fills a list with the user's groups in the experiments at these positions.
   void memberships(std::span<const std::size_t> experiments, const targeting::Context& context,
                    std::vector<Evaluation::Membership>& memberships);
 
-  /// Why a flag has its value, and why the user is in an experiment of that name, or is not: the
-  /// answers of `flag` and `experiment`, with the steps to them. Nothing remembered is used.
+  /// Why a flag has its value, and why the user is or is not in an experiment of that name: the
+  /// answers of `flag` and `experiment` with the steps that lead to them. Nothing remembered is
+  /// used.
   [[nodiscard]] Explanation explainFlag(std::string_view name, const targeting::Context& context);
   [[nodiscard]] Explanation explainExperiment(std::string_view name,
                                               const targeting::Context& context);

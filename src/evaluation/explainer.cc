@@ -48,7 +48,7 @@ void Explainer::notReached(Code code, Parts parts) {
 
 // --- The question --------------------------------------------------------------------------------
 
-void Explainer::flagSought(const project::FlagEntry* entry) {
+void Explainer::flagLookedUp(const project::FlagEntry* entry) {
   if (entry == nullptr || entry->record == nullptr) return add(Code::flag, Outcome::notFound);
   add(Code::flag, Outcome::found, {{"private", entry->isPrivate}});
 }
@@ -178,18 +178,18 @@ void Explainer::on(const placement::AllocationTested& event) {
   add(Code::allocation, holdsIf(event.isInside), factsOf(event));
 }
 
-void Explainer::on(const placement::SharesBegun& event) {
+void Explainer::on(const placement::WeightsBegun& event) {
   begin(Code::group, {{"point", event.point}});
   groups_ = event.experiment.groups;
 }
 
-void Explainer::on(const placement::ShareTested& event) {
+void Explainer::on(const placement::WeightTested& event) {
   Facts facts = factsOf(groups_[current().steps.size()]);
   facts.push_back({"end", event.end});
   add(Code::share, holdsIf(event.holds), std::move(facts));
 }
 
-void Explainer::on(const placement::SharesDecided& event) {
+void Explainer::on(const placement::WeightsDecided& event) {
   const auto& shares = current().steps;
   const bool isInShare = !shares.empty() && shares.back().outcome == Outcome::holds;
   notReached(Code::share, groups_);

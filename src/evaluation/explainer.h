@@ -16,8 +16,8 @@
 
 namespace corvo::corvo_internal::evaluation {
 
-/// Writes down what it sees of a decision. The context must outlive it, and the records that events
-/// refer to. For one question.
+/// Records the events of a decision as steps. The context, and the records that events refer to,
+/// must outlive it. For one question.
 class Explainer final : public flags::Observer {
  public:
   using Code = Explanation::Code;
@@ -27,8 +27,8 @@ class Explainer final : public flags::Observer {
       : project_(project), context_(context), open_(1) {}
   ~Explainer() = default;
 
-  // What the question itself has to tell.
-  void flagSought(const project::FlagEntry* entry);
+  // Events of the question itself.
+  void flagLookedUp(const project::FlagEntry* entry);
   void experimentBegun(const project::PreparedExperiment& experiment);
   void experimentDecided(const placement::Placement& placement);
   void experimentNotReached(const project::PreparedExperiment& experiment);
@@ -49,9 +49,9 @@ class Explainer final : public flags::Observer {
   void on(const placement::LayerDecided& event) override;
   void on(const placement::Hashed& event) override;
   void on(const placement::AllocationTested& event) override;
-  void on(const placement::SharesBegun& event) override;
-  void on(const placement::ShareTested& event) override;
-  void on(const placement::SharesDecided& event) override;
+  void on(const placement::WeightsBegun& event) override;
+  void on(const placement::WeightTested& event) override;
+  void on(const placement::WeightsDecided& event) override;
   void on(const placement::TargetsBegun& event) override;
   void on(const placement::TargetsDecided& event) override;
   void on(const flags::CarrierBegun& event) override;
@@ -60,7 +60,7 @@ class Explainer final : public flags::Observer {
   void on(const flags::RulesBegun& event) override;
   void on(const flags::RulesDecided& event) override;
 
-  /// The steps that were taken.
+  /// The recorded steps.
   [[nodiscard]] std::vector<Explanation::Step> take() { return std::move(open_.front().steps); }
 
  private:
@@ -70,22 +70,21 @@ class Explainer final : public flags::Observer {
   void end(Outcome outcome);
   void add(Code code, Outcome outcome, Facts facts = {});
   [[nodiscard]] Step& current() { return open_.back(); }
-  // The parts of the current step that are behind those it has steps for.
+  // The parts of the current step that follow those already recorded.
   template <class Parts>
   void notReached(Code code, Parts parts);
 
   const project::PreparedProject& project_;
   const targeting::Context& context_;
-  std::vector<Step> open_;  // those that are not decided, each inside the one before
-  // The experiment that is asked about, not a holdout of it, and the parts of the step that is
-  // open. They are told of one by one, in their order, and no other step with such parts comes
-  // between.
+  std::vector<Step> open_;  // steps under way, each inside the one before
+  // The experiment in question (not one of its holdouts), and the parts of the step under way. The
+  // parts are reported one by one, in order; no other step with such parts comes in between.
   struct RuleAt {
     const model::Rule* rule;
     std::size_t position;
   };
   const project::PreparedExperiment* asked_ = nullptr;
-  std::vector<RuleAt> rules_;  // in the order of trial
+  std::vector<RuleAt> rules_;  // in the order in which they are tried
   std::span<const model::Condition> conditions_;
   std::span<const model::LayerBounds> bounds_;
   std::span<const model::Group> groups_;

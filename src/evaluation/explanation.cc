@@ -87,7 +87,7 @@ void write(const std::vector<Explanation::Step>& steps, json::JsonWriter& out) {
   out.endArray();
 }
 
-// Names of a document may hold anything, also what would end the line.
+// Names in a document may contain any characters, including line breaks.
 std::string onOneLine(std::string_view text) {
   std::string line;
   for (const char c : text) {

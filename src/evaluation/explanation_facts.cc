@@ -35,7 +35,7 @@ constexpr std::array<ReasonWord, 9> kReasons{{
 }};
 static_assert(model::isByEnumerator(kReasons, [](const auto& row) { return row.reason; }));
 
-// The kinds of a typed property, in their order.
+// The kinds of a typed property, by index.
 constexpr std::array<const char*, std::variant_size_v<CorvoProperty>> kTypes{
     "object", "boolean", "integer", "double", "string"};
 
@@ -46,7 +46,7 @@ JsonValue wordOf(E enumerator) {
   return std::string(model::textOf(enumerator));
 }
 
-// A user's text. Many steps may show it, so that a long one is cut: otherwise an explanation could
+// A user's text. Many steps may show it, so a long one is truncated. Otherwise an explanation could
 // take any amount of memory.
 JsonValue shown(std::string_view text) {
   constexpr std::size_t kLongest = 1'024;
@@ -60,7 +60,8 @@ JsonValue secondsOrNull(double expiry) {
   return expiry == targeting::kForGood ? JsonValue() : JsonValue(expiry);
 }
 
-// Where a property's value comes from. Device and clock hide a location's property of their names.
+// The source of a property's value. Device and clock properties hide location properties of the
+// same name.
 const char* sourceOf(std::string_view name, std::uint32_t number, const std::string_view& value,
                      const targeting::Context& context) {
   if (context.properties->isUsers(number, value)) return "user";

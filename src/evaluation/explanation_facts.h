@@ -16,20 +16,20 @@
 
 namespace corvo::corvo_internal::evaluation {
 
-// What the steps of an explanation tell: facts in the order in which they are shown. Their names,
-// and the words among their values, are those of docs/explanations.md.
+// The facts of an explanation's steps, in display order. docs/explain.md defines their names
+// and the words among their values.
 
 using Facts = std::vector<Explanation::Fact>;
 
 /// An experiment or a holdout, by its position in the project.
 [[nodiscard]] Facts factsOf(const project::PreparedExperiment& experiment,
                             const project::PreparedProject& project);
-/// What is added once the user has been placed.
+/// Adds the facts known after the user has been placed.
 void addPlacement(const placement::Placement& placement, Facts& facts);
 
 [[nodiscard]] Facts factsOf(const placement::SplitIdentified& event,
                             const targeting::Context& context);
-/// Whether the user has had a property of their own to split by, which has expired.
+/// Whether the user's own property to split by has expired.
 [[nodiscard]] bool hasExpired(model::SplitMode mode, const targeting::Context& context);
 
 [[nodiscard]] Facts factsOf(const model::LayerBounds& interval);
@@ -39,11 +39,11 @@ void addPlacement(const placement::Placement& placement, Facts& facts);
 
 [[nodiscard]] Facts factsOf(const model::Rule& rule, std::size_t position);
 [[nodiscard]] Facts factsOf(const model::Condition& condition);
-/// What is added once the condition has been tested.
+/// Adds the facts known after the condition has been tested.
 void addTest(const targeting::ConditionTested& event, const model::Condition& condition,
              const targeting::Context& context, Facts& facts);
 
-/// The text of a flag's value, and what it is read as.
+/// The text of a flag's value, and the type that it is read as.
 [[nodiscard]] Facts factsOfValue(std::string_view text);
 
 }  // namespace corvo::corvo_internal::evaluation

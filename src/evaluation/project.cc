@@ -21,7 +21,7 @@ using namespace corvo_internal;
 
 namespace {
 
-// A text that is not JSON fails where it stops to be; any other failure has its value.
+// Invalid JSON fails where parsing stopped; any other failure is at a value.
 std::size_t offsetOf(const model::DecodingFailure& failure, std::string_view text) {
   const json::JsonPlaces places = json::jsonPlaces(text);
   if (failure.node) return places.nodes.at(*failure.node);

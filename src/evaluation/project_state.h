@@ -10,16 +10,16 @@
 
 namespace corvo {
 
-/// What the copies of a project share.
+/// The state shared by all copies of a project.
 struct Project::State {
   std::shared_ptr<const corvo_internal::project::PreparedProject> prepared = {};
-  std::string text = {};  ///< The document, where something was dropped.
+  std::string text = {};  ///< The document, if anything was dropped.
   Filter filter = Filter::none;
 };
 
 namespace corvo_internal {
 
-/// Makes a project of what a client has prepared.
+/// Creates a project from a configuration that a client has prepared.
 struct ProjectAccess {
   [[nodiscard]] static Project of(std::shared_ptr<const project::PreparedProject> prepared) {
     return Project(std::make_shared<const Project::State>(Project::State{std::move(prepared)}));

@@ -10,8 +10,8 @@
 namespace corvo::corvo_internal::experiments {
 namespace {
 
-// Collects what the user gets from one experiment after the other. What repeats a name takes from
-// the room that is left for all. Each way to collect answers whether there was room.
+// Collects the user's values from one experiment after another. Values of repeated names take their
+// space from a common limit. Each collecting function returns whether there was enough space.
 class Collector {
  public:
   using Results = std::vector<CorvoExperimentDetail::Result>;
@@ -31,7 +31,7 @@ class Collector {
     return true;
   }
 
-  // Of two parameters with one name both entries show the first one's value.
+  // If two parameters have one name, both entries show the first one's value.
   bool params(const Membership& membership, Results& results) {
     const auto& [experiment, placement] = membership;
     values_.clear();
@@ -62,7 +62,7 @@ class Collector {
 
   const targeting::Context& context_;
   std::size_t room_ = kMostRepeatedBytes;
-  std::vector<flags::FlagDecision> decisions_;  // of the present experiment, as what follows
+  std::vector<flags::FlagDecision> decisions_;  // of the current experiment, like the members below
   std::vector<const model::Text*> values_;
 };
 

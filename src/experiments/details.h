@@ -12,16 +12,16 @@
 
 namespace corvo::corvo_internal::experiments {
 
-/// The word for a type of experiments.
+/// The name of an experiment type.
 [[nodiscard]] const char* wordOf(model::ExperimentType type);
 
-/// How much the values of repeated names may take in one answer, in bytes.
+/// The limit for the values of repeated names in one answer, in bytes.
 inline constexpr std::size_t kMostRepeatedBytes = std::size_t{64} << 20;
 
-/// What the user gets from each of the experiments that they take part in. A flag or parameter that
-/// has no value for them has no entry. Null where entries that repeat a name would take more than
-/// `kMostRepeatedBytes`: each has a copy of the first one's value, so that a short document could
-/// ask for any amount of memory.
+/// The user's values from each of the experiments that they take part in. A flag or parameter
+/// without a value for them has no entry. Empty if entries of repeated names would take more than
+/// `kMostRepeatedBytes`: each copies the first one's value, so a short document could otherwise
+/// demand any amount of memory.
 [[nodiscard]] std::optional<std::vector<CorvoExperimentDetail>> experimentDetails(
     const std::vector<Membership>& memberships, const targeting::Context& context);
 

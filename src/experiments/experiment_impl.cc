@@ -27,7 +27,7 @@ std::optional<std::string> CorvoExperimentImpl::userGroupName() const {
   return userGroup_ ? std::optional<std::string>(userGroup_->name) : std::nullopt;
 }
 
-// Of two parameters with one name only the first counts, even where it has nothing for the group.
+// If two parameters have one name, only the first counts, even if it has no value for the group.
 std::optional<std::string_view> CorvoExperimentImpl::paramText(std::string_view name) const {
   if (userGroup_ == nullptr) return std::nullopt;
   const model::List<model::Param> params = experiment_.record->params;

@@ -12,12 +12,11 @@
 
 namespace corvo::corvo_internal::experiments {
 
-/// The one implementation of `CorvoExperiment`. The flags that the experiment carries are decided
-/// when the handle is made: so it needs neither the properties of that moment nor a clock or a time
-/// zone later. Keeps the project alive.
+/// The only implementation of `CorvoExperiment`. The carried flags are decided when the handle is
+/// created, so it needs no properties, clock or time zone later. Keeps the project alive.
 class CorvoExperimentImpl final : public CorvoExperiment {
  public:
-  /// The experiment is one of the project's.
+  /// The experiment must belong to the project.
   CorvoExperimentImpl(std::shared_ptr<const project::PreparedProject> project,
                       const project::PreparedExperiment& experiment,
                       const placement::Placement& placement, const targeting::Context& context);
@@ -35,7 +34,7 @@ class CorvoExperimentImpl final : public CorvoExperiment {
   const model::Group* userGroup_;
   std::uint32_t groupIndex_;
   std::vector<flags::FlagDecision>
-      decisions_;  // of the carried flags, by position; none without a group
+      decisions_;  // of the carried flags, by position; empty without a group
 };
 
 }  // namespace corvo::corvo_internal::experiments

@@ -9,8 +9,8 @@
 namespace corvo::corvo_internal::experiments {
 namespace {
 
-// Makes the lists of an experiment that a user is forced into. All of their texts are copied: lists
-// of an earlier inclusion go with the experiment that owned them.
+// Builds the lists of an experiment that a user is forced into. All texts are copied, because the
+// lists of an earlier inclusion are destroyed with the experiment that owned them.
 class ForcedInclusion {
  public:
   explicit ForcedInclusion(std::string_view splitId) : splitId_(splitId) {}

@@ -15,30 +15,30 @@
 
 namespace corvo::corvo_internal::experiments {
 
-/// Which experiments of a project a question is about.
+/// The experiments of a project that a question covers.
 enum class Scope : std::uint8_t { all, withoutHoldouts, onlyHoldouts };
 
 [[nodiscard]] constexpr Scope scopeWith(bool holdouts) noexcept {
   return holdouts ? Scope::all : Scope::withoutHoldouts;
 }
 
-/// An experiment that the user takes part in, with his group there.
+/// An experiment that the user takes part in, with their group in it.
 struct Membership {
   const project::PreparedExperiment* experiment;
   placement::Placement placement;
 };
 
-/// The experiments that the user of the report takes part in, in the project's order. All are
-/// resolved; those within the scope are kept.
+/// The experiments that the report's user takes part in, in the project's order. All experiments
+/// are resolved; those within the scope are returned.
 [[nodiscard]] std::vector<Membership> eligibleExperiments(const project::PreparedProject& project,
                                                           Scope scope,
                                                           placement::Resolver::Report& report);
 
-/// The name and the group's index of each, as "name.index", joined by "|"; none where there are no
-/// memberships. Names stand as they are, whatever they hold.
+/// The name and the group index of each, as "name.index", joined by "|"; empty if there are no
+/// memberships. Names are inserted verbatim.
 [[nodiscard]] std::optional<std::string> membershipText(const std::vector<Membership>& memberships);
 
-/// The handle of each.
+/// The handles of the memberships.
 [[nodiscard]] std::vector<CorvoExperimentPointer> experimentHandles(
     const std::shared_ptr<const project::PreparedProject>& project,
     const std::vector<Membership>& memberships, const targeting::Context& context);

@@ -4,7 +4,7 @@
 
 namespace corvo::corvo_internal::experiments {
 
-/// The first text that a parameter has for that group, or null.
+/// The first text of a parameter for that group, or null.
 [[nodiscard]] const model::Text* paramValue(const model::Param& param, const model::Group& group);
 
 }  // namespace corvo::corvo_internal::experiments

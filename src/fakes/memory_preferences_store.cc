@@ -69,8 +69,8 @@ class MemoryPreferencesStore::Suite final : public PreferencesSuite {
 
   std::shared_ptr<const Fails> fails_;
   std::atomic<std::uint64_t> revision_ = 0;
-  mutable std::mutex mutex_;                                   // guards what follows
-  mutable std::map<std::string, Entry, std::less<>> entries_;  // also of keys only read so far
+  mutable std::mutex mutex_;                                   // guards the members below
+  mutable std::map<std::string, Entry, std::less<>> entries_;  // including keys only read so far
 };
 
 MemoryPreferencesStore::MemoryPreferencesStore(const MemoryPreferencesStore& other)

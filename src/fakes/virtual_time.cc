@@ -25,7 +25,7 @@ void VirtualTime::advance(double seconds) {
   const double end = elapsed_ + seconds;
   while (auto task = take(end)) (*task)();
   const std::lock_guard lock(mutex_);
-  elapsed_ = std::max(elapsed_, end);  // a task may itself have let more time pass
+  elapsed_ = std::max(elapsed_, end);  // a task may itself have advanced the time
 }
 
 void VirtualTime::run() {

@@ -11,7 +11,7 @@ namespace corvo::corvo_internal::flags {
 
 namespace {
 
-// The records are those that the list was prepared from.
+// The records must be those that the list was prepared from.
 template <class AnyObserver>
 FlagDecision decideByRules(const targeting::RuleList& rules, model::List<model::Rule> records,
                            const targeting::Context& context, bool hashed, AnyObserver observer) {
@@ -23,7 +23,7 @@ FlagDecision decideByRules(const targeting::RuleList& rules, model::List<model::
                           : FlagDecision::Reason::rulesNotSatisfied};
 }
 
-// The experiment's privacy counts, not the flag's.
+// The experiment's privacy setting applies, not the flag's.
 template <class AnyObserver>
 FlagDecision decideInGroup(const project::CarriedFlag& flag, const model::Group& group,
                            const targeting::Context& context, AnyObserver observer) {
@@ -43,7 +43,7 @@ FlagDecision decideInGroup(const project::CarriedFlag& flag, const model::Group&
   return decision;
 }
 
-// Only the first experiment that carries the flag is asked.
+// Only the first experiment that carries the flag is considered.
 template <class AnyObserver, class Resolve>
 FlagDecision decide(const project::FlagEntry& entry, const targeting::Context& context,
                     Resolve resolve, AnyObserver observer) {
@@ -67,7 +67,7 @@ FlagDecision decideFlag(const project::FlagEntry* entry, placement::Resolver& re
   const auto resolve = [&](const project::PreparedExperiment& carrier) {
     return resolver.resolve(carrier, context);
   };
-  return decide<Silent>(*entry, context, resolve, {});
+  return decide<NoObserver>(*entry, context, resolve, {});
 }
 
 FlagDecision decideFlag(const project::FlagEntry& entry, placement::Resolver::Report& report,
@@ -75,13 +75,13 @@ FlagDecision decideFlag(const project::FlagEntry& entry, placement::Resolver::Re
   const auto resolve = [&](const project::PreparedExperiment& carrier) -> const auto& {
     return report.resolve(carrier);
   };
-  return decide<Silent>(entry, context, resolve, {});
+  return decide<NoObserver>(entry, context, resolve, {});
 }
 
 FlagDecision decideFlag(const project::FlagEntry* entry, const targeting::Context& context,
                         Observer& observer) {
   if (entry == nullptr) return {};
-  placement::SeenResolver resolver(context, observer);
+  placement::ObservedResolver resolver(context, observer);
   const auto resolve = [&](const project::PreparedExperiment& carrier) {
     return resolver.resolve(carrier);
   };
@@ -93,9 +93,10 @@ void decideFlags(const project::PreparedExperiment& experiment, const model::Gro
   decisions.clear();
   decisions.reserve(experiment.flags.size());
   for (const std::uint32_t first : experiment.firstFlags) {
-    decisions.push_back(first < decisions.size()
-                            ? decisions[first]
-                            : decideInGroup<Silent>(experiment.flags[first], group, context, {}));
+    decisions.push_back(
+        first < decisions.size()
+            ? decisions[first]
+            : decideInGroup<NoObserver>(experiment.flags[first], group, context, {}));
   }
 }
 

@@ -17,25 +17,25 @@
 
 namespace corvo::corvo_internal::flags {
 
-/// Which value a flag has for a user and why, or why it has none.
+/// The value of a flag for a user and the reason, or the reason why it has none.
 struct FlagDecision {
   enum class Reason : std::uint8_t {
     rule,               ///< A rule holds.
     notFound,           ///< The configuration has no flag of that name.
-    noRules,            ///< The rule list in use is empty.
-    rulesNotSatisfied,  ///< No rule of the list in use holds.
-    groupNotMatching    ///< The carried flag has no group of the name of the user's group.
+    noRules,            ///< The applicable rule list is empty.
+    rulesNotSatisfied,  ///< No rule of the applicable list holds.
+    groupNotMatching    ///< The carried flag has no group with the name of the user's group.
   };
 
   Reason reason = Reason::notFound;
-  const model::Text* value = nullptr;   ///< The deciding rule's; null where there is no value.
-  const model::Group* group = nullptr;  ///< The user's group, where an experiment decided,
-  const project::CarriedFlag* carried = nullptr;  ///< and the flag that it carries.
+  const model::Text* value = nullptr;   ///< Of the deciding rule; null if there is no value.
+  const model::Group* group = nullptr;  ///< The user's group, if an experiment decided,
+  const project::CarriedFlag* carried = nullptr;  ///< and the flag that the experiment carries.
 };
 
-/// Decides a flag for the user of the context: by the group that the user has in the experiment
-/// that carries the flag, else by the flag's own rules. The entry is that of the flag's name, null
-/// when there is none.
+/// Decides a flag for the context's user: by the user's group in the experiment that carries the
+/// flag, or else by the flag's own rules. The entry is the one of the flag's name, null if there is
+/// none.
 [[nodiscard]] FlagDecision decideFlag(const project::FlagEntry* entry,
                                       placement::Resolver& resolver,
                                       const targeting::Context& context);
@@ -45,19 +45,19 @@ struct FlagDecision {
                                       placement::Resolver::Report& report,
                                       const targeting::Context& context);
 
-/// The first, seen by an observer. Remembers nothing.
+/// Like the first, with an observer. Remembers nothing.
 [[nodiscard]] FlagDecision decideFlag(const project::FlagEntry* entry,
                                       const targeting::Context& context, Observer& observer);
 
-/// Fills a list with the decisions about all flags that an experiment carries, by position. Of two
-/// flags with one name the first decides for both.
+/// Decides all flags that an experiment carries, by position. If two flags have one name, the first
+/// decides for both.
 void decideFlags(const project::PreparedExperiment& experiment, const model::Group& group,
                  const targeting::Context& context, std::vector<FlagDecision>& decisions);
 
-/// The error of a flag that does not have the user's group.
+/// The error if the carried flag lacks the user's group.
 [[nodiscard]] CorvoError groupNotMatching(const FlagDecision& decision, std::string_view flagName);
 
-/// The error of a decision without a value. A name that is ill-formed is mended.
+/// The error of a decision without a value. Ill-formed UTF-8 in the name is replaced.
 template <class T>
 [[nodiscard]] Result<T> failureOf(const FlagDecision& decision, std::string_view flagName) {
   const base::WellFormed name(flagName);

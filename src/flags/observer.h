@@ -7,9 +7,9 @@
 
 namespace corvo::corvo_internal::flags {
 
-using targeting::Silent;
+using targeting::NoObserver;
 
-/// The user is looked for in the experiment that carries the flag.
+/// Looking for the user in the experiment that carries the flag.
 struct CarrierBegun {
   const project::PreparedExperiment& experiment;
 };
@@ -25,16 +25,16 @@ struct GroupMatched {
   bool isFound;
 };
 
-/// A list of rules is tried. `hashed` is the privacy of whoever owns the decision.
+/// Trying a list of rules. `hashed` is the privacy setting of the flag or experiment that decides.
 struct RulesBegun {
   model::List<model::Rule> rules;
   bool hashed;
 };
 struct RulesDecided {
-  const model::Text* value;  ///< Null where no rule holds.
+  const model::Text* value;  ///< Null if no rule holds.
 };
 
-/// Sees how the value of a flag is decided.
+/// Observes how the value of a flag is decided.
 class Observer : public placement::Observer {
  public:
   using placement::Observer::on;

@@ -11,13 +11,13 @@ namespace {
 
 constexpr int kMostRedirects = 10;
 constexpr std::size_t kMostHeaderBytes = std::size_t{1} << 20;
-constexpr std::size_t kMostFraming = std::size_t{1} << 20;  // what divides bodies into chunks
+constexpr std::size_t kMostFraming = std::size_t{1} << 20;  // of the chunked coding
 
 bool isRedirect(long status) {
   return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
-/// As libcurl takes it: a field without a value needs a semicolon, else it would be left out.
+/// In libcurl's syntax, where a field without a value needs a semicolon; otherwise it is omitted.
 std::string headerLine(const std::string& name, const std::string& value) {
   const bool isBlank = value.find_first_not_of(' ') == std::string::npos;
   return isBlank ? name + ";" : name + ": " + value;
@@ -28,7 +28,7 @@ bool startsWith(std::string_view text, std::string_view start) {
          curl_strnequal(text.data(), start.data(), start.size()) != 0;
 }
 
-/// How many codings a header line names that have to be undone, apart from chunks.
+/// The number of codings in a header line that must be decoded, apart from chunking.
 int codingsIn(std::string_view line) {
   if (!startsWith(line, "content-encoding:") && !startsWith(line, "transfer-encoding:")) return 0;
   int count = 0;
@@ -48,7 +48,7 @@ CurlTransfer::CurlTransfer(UrlRequest request, const TransferLimits& limits)
     : request_(std::move(request)), limits_(limits), handle_(curl_easy_init()) {
   set(CURLOPT_URL, request_.url.c_str());
   set(CURLOPT_PROTOCOLS_STR, "http,https");
-  set(CURLOPT_ACCEPT_ENCODING, "");  // every coding that libcurl can undo
+  set(CURLOPT_ACCEPT_ENCODING, "");  // every coding that libcurl can decode
   set(CURLOPT_NOSIGNAL, 1L);
   set(CURLOPT_QUICK_EXIT, 1L);
   set(CURLOPT_ERRORBUFFER, error_);
@@ -59,7 +59,7 @@ CurlTransfer::CurlTransfer(UrlRequest request, const TransferLimits& limits)
   set(CURLOPT_XFERINFOFUNCTION, &onProgress);
   set(CURLOPT_XFERINFODATA, this);
   set(CURLOPT_NOPROGRESS, 0L);
-  set(CURLOPT_DEBUGFUNCTION, &onTrace);  // nothing else tells of the bytes around the body
+  set(CURLOPT_DEBUGFUNCTION, &onTrace);  // the only way to learn about the bytes around the body
   set(CURLOPT_DEBUGDATA, this);
   set(CURLOPT_VERBOSE, 1L);
   if (request_.method == "POST") {
@@ -81,7 +81,7 @@ void CurlTransfer::setHeaders() {
     prepared_ = prepared_ && longer != nullptr;
     if (longer != nullptr && headers_ == nullptr) headers_.reset(longer);
   };
-  if (request_.method == "POST") add("Content-Type:");  // libcurl's own idea of it is left out
+  if (request_.method == "POST") add("Content-Type:");  // removes libcurl's default
   for (const auto& [name, value] : request_.headers) add(headerLine(name, value));
   set(CURLOPT_HTTPHEADER, headers_.get());
 }
@@ -110,7 +110,7 @@ UrlResponse CurlTransfer::response(CURLcode result) {
   return {static_cast<int>(status), std::move(body_), {}};
 }
 
-double CurlTransfer::patience(Time now) const noexcept {
+double CurlTransfer::remainingTime(Time now) const noexcept {
   const std::chrono::duration<double> idle = now - progressed_;
   return std::min(request_.timeoutSeconds, limits_.secondsWithoutProgress) - idle.count();
 }
@@ -118,7 +118,7 @@ double CurlTransfer::patience(Time now) const noexcept {
 std::size_t CurlTransfer::onBody(char* data, std::size_t /*unit*/, std::size_t size,
                                  void* self) noexcept try {
   auto& transfer = *static_cast<CurlTransfer*>(self);
-  if (size > transfer.limits_.bodyBytes - transfer.body_.size()) return 0;  // ends the transfer
+  if (size > transfer.limits_.bodyBytes - transfer.body_.size()) return 0;  // aborts the transfer
   transfer.body_.append(data, size);
   return size;
 } catch (const std::exception&) {
@@ -129,10 +129,10 @@ std::size_t CurlTransfer::onHeader(char* data, std::size_t /*unit*/, std::size_t
                                    void* self) noexcept {
   auto& transfer = *static_cast<CurlTransfer*>(self);
   transfer.noteProgress();
-  return transfer.countHeaderLine({data, size}) ? size : 0;  // 0 ends the transfer
+  return transfer.countHeaderLine({data, size}) ? size : 0;  // 0 aborts the transfer
 }
 
-// A body that was compressed twice can take hours to undo and yield nothing.
+// Decoding a body that was compressed twice can take hours and yield nothing.
 bool CurlTransfer::countHeaderLine(std::string_view line) noexcept {
   if (startsWith(line, "HTTP/")) codings_ = 0;
   codings_ += codingsIn(line);
@@ -155,7 +155,7 @@ int CurlTransfer::onProgress(void* self, curl_off_t /*total*/, curl_off_t receiv
   const std::size_t message =
       transfer.messageBytes_ - std::min(transfer.messageBytes_, kMostFraming);
   const bool isTooMuch = static_cast<std::size_t>(received) > most || message > most;
-  return isTooMuch ? 1 : 0;  // 1 ends the transfer
+  return isTooMuch ? 1 : 0;  // 1 aborts the transfer
 }
 
 }  // namespace corvo::corvo_internal::host

@@ -11,11 +11,11 @@
 
 namespace corvo::corvo_internal::host {
 
-/// What a transfer may take.
+/// The limits of a transfer.
 struct TransferLimits {
   double secondsWithoutProgress;
-  double seconds;         // in all, with its redirects
-  std::size_t bodyBytes;  // as they are sent, and decoded
+  double seconds;         // in total, including redirects
+  std::size_t bodyBytes;  // as sent, and after decoding
 };
 
 struct FreeEasy {
@@ -25,32 +25,33 @@ struct FreeList {
   void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
 };
 
-/// One request on its way, through the redirects that it follows. For the thread that runs the
-/// loop. Owns its libcurl handle, which points back at this object.
+/// A request in progress, including the redirects that it follows. Only for the thread that runs
+/// the loop. Owns its libcurl handle, which points back to this object.
 class CurlTransfer {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  /// Prepares a handle for a request that nothing speaks against.
+  /// Prepares a handle for a request that `refusal` permits.
   CurlTransfer(UrlRequest request, const TransferLimits& limits);
   CurlTransfer(const CurlTransfer&) = delete;
   CurlTransfer& operator=(const CurlTransfer&) = delete;
 
   [[nodiscard]] CURL* handle() const noexcept { return handle_.get(); }
-  /// False when libcurl refused to prepare it.
+  /// False if libcurl refused to prepare the handle.
   [[nodiscard]] bool isPrepared() const noexcept { return prepared_; }
 
-  /// Where it goes, or would go next.
+  /// The current address, or the next one after a redirect.
   [[nodiscard]] const std::string& url() const noexcept { return request_.url; }
 
-  /// After an answer: turns the handle to where it redirects, if that is followed.
+  /// After an answer: points the handle to the redirect's target. Returns whether the redirect is
+  /// followed.
   bool follow();
-  /// After the end: what came of it.
+  /// After the transfer: its outcome.
   [[nodiscard]] UrlResponse response(CURLcode result);
 
   void noteProgress() noexcept { progressed_ = std::chrono::steady_clock::now(); }
-  /// How long it may still go without progress, in seconds.
-  [[nodiscard]] double patience(Time now) const noexcept;
+  /// The remaining time without progress until the transfer fails, in seconds.
+  [[nodiscard]] double remainingTime(Time now) const noexcept;
 
  private:
   template <class Value>
@@ -71,13 +72,13 @@ class CurlTransfer {
   std::string body_;
   char error_[CURL_ERROR_SIZE] = "";
   int redirects_ = 0;
-  int codings_ = 0;               // of the present answer
+  int codings_ = 0;               // of the current answer
   std::size_t headerBytes_ = 0;   // of all answers
-  std::size_t messageBytes_ = 0;  // of all answers: what follows their headers, with the framing
+  std::size_t messageBytes_ = 0;  // of all answers: everything after the headers, including framing
   curl_off_t moved_ = 0;
   Time progressed_ = std::chrono::steady_clock::now();
   bool prepared_ = true;
-  std::unique_ptr<CURL, FreeEasy> handle_;  // last: it dies before what it points at
+  std::unique_ptr<CURL, FreeEasy> handle_;  // last: destroyed before the data it points to
 };
 
 }  // namespace corvo::corvo_internal::host

@@ -25,24 +25,24 @@ CURLM* makeMulti() {
 
 UrlResponse failed(std::string reason) { return {{}, {}, std::move(reason)}; }
 
-/// Short enough to need no memory.
+/// Short enough not to allocate.
 UrlResponse failedByMemory() noexcept { return failed("out of memory"); }
 
-/// Visits the orders of a list, each of which may leave it meanwhile.
+/// Visits all transfers of a list. The visitor may remove the visited one.
 template <class Visit>
-void forEach(Orders& orders, Visit visit) {
-  for (auto each = orders.begin(); each != orders.end();) {
-    const auto order = each++;
-    visit(order);
+void forEach(TransferJobs& jobs, Visit visit) {
+  for (auto each = jobs.begin(); each != jobs.end();) {
+    const auto job = each++;
+    visit(job);
   }
 }
 
 }  // namespace
 
 CurlTransfers::~CurlTransfers() {
-  const WithoutSigpipe quiet;
-  for (Order& order : active_) leave(order);
-  multi_.reset();  // which ends the connections
+  const SigpipeBlocker quiet;
+  for (TransferJob& job : active_) leave(job);
+  multi_.reset();  // closes the connections
 }
 
 CURLM* CurlTransfers::multi() {
@@ -63,16 +63,16 @@ void CurlTransfers::wake() noexcept {
   }
 }
 
-void CurlTransfers::start(Orders orders) noexcept {
+void CurlTransfers::start(TransferJobs jobs) noexcept {
   const auto now = std::chrono::steady_clock::now();
-  for (Order& order : orders) order.since = now;
-  count_ += orders.size();
-  waiting_.splice(waiting_.end(), orders);
+  for (TransferJob& job : jobs) job.since = now;
+  count_ += jobs.size();
+  waiting_.splice(waiting_.end(), jobs);
 }
 
 void CurlTransfers::perform() {
   if (count_ == 0) return;
-  const WithoutSigpipe quiet;
+  const SigpipeBlocker quiet;
   dropOrphans();
   bool hasEnded = false;
   do {
@@ -81,26 +81,26 @@ void CurlTransfers::perform() {
     if (!active_.empty()) curl_multi_perform(multi_.get(), &running);
     hasEnded = settleFinished();
     hasEnded = failLate() || hasEnded;
-  } while (hasEnded && !waiting_.empty());  // places have become free
+  } while (hasEnded && !waiting_.empty());  // slots have become free
 }
 
 void CurlTransfers::dropOrphans() {
-  Orders orphans;  // destroyed last: their completions may own anything
-  for (Orders* const orders : {&waiting_, &active_}) {
-    forEach(*orders, [&](Orders::iterator order) {
-      if (!order->owner.expired()) return;
-      if (orders == &active_) leave(*order);
-      orphans.splice(orphans.end(), *orders, order);
+  TransferJobs orphans;  // destroyed last, because their completions may own anything
+  for (TransferJobs* const jobs : {&waiting_, &active_}) {
+    forEach(*jobs, [&](TransferJobs::iterator job) {
+      if (!job->owner.expired()) return;
+      if (jobs == &active_) leave(*job);
+      orphans.splice(orphans.end(), *jobs, job);
       --count_;
     });
   }
 }
 
 void CurlTransfers::letThrough() {
-  forEach(waiting_, [this](Orders::iterator order) { advance(order); });
+  forEach(waiting_, [this](TransferJobs::iterator job) { advance(job); });
 }
 
-void CurlTransfers::advance(Orders::iterator waiting) noexcept try {
+void CurlTransfers::advance(TransferJobs::iterator waiting) noexcept try {
   if (waiting->origin == nullptr) {
     if (std::optional<std::string> reason = refusal(waiting->request)) {
       return answer(waiting_, waiting, failed(*std::move(reason)));
@@ -112,19 +112,19 @@ void CurlTransfers::advance(Orders::iterator waiting) noexcept try {
   answer(waiting_, waiting, failedByMemory());
 }
 
-void CurlTransfers::begin(Orders::iterator waiting) {
-  Order& order = *waiting;
+void CurlTransfers::begin(TransferJobs::iterator waiting) {
+  TransferJob& job = *waiting;
   CURLM* const handles = multi();
-  if (order.transfer == nullptr) {
-    order.transfer = std::make_unique<CurlTransfer>(std::move(order.request), limits_);
-    order.since = std::chrono::steady_clock::now();
+  if (job.transfer == nullptr) {
+    job.transfer = std::make_unique<CurlTransfer>(std::move(job.request), limits_);
+    job.since = std::chrono::steady_clock::now();
   }
-  order.transfer->noteProgress();
-  if (!order.transfer->isPrepared() ||
-      curl_multi_add_handle(handles, order.transfer->handle()) != CURLM_OK) {
+  job.transfer->noteProgress();
+  if (!job.transfer->isPrepared() ||
+      curl_multi_add_handle(handles, job.transfer->handle()) != CURLM_OK) {
     return answer(waiting_, waiting, failed("the transfer could not be prepared"));
   }
-  ++order.origin->underWay;
+  ++job.origin->underWay;
   active_.splice(active_.end(), waiting_, waiting);
 }
 
@@ -134,10 +134,10 @@ bool CurlTransfers::settleFinished() {
   int left = 0;
   while (const CURLMsg* const message = curl_multi_info_read(multi_.get(), &left)) {
     if (message->msg != CURLMSG_DONE) continue;
-    const auto order = std::find_if(active_.begin(), active_.end(), [&](const Order& each) {
+    const auto job = std::find_if(active_.begin(), active_.end(), [&](const TransferJob& each) {
       return each.transfer->handle() == message->easy_handle;
     });
-    settle(order, message->data.result);
+    settle(job, message->data.result);
     hasEnded = true;
   }
   return hasEnded;
@@ -146,18 +146,19 @@ bool CurlTransfers::settleFinished() {
 bool CurlTransfers::failLate() {
   const auto now = std::chrono::steady_clock::now();
   const std::size_t before = answered_.size();
-  forEach(active_, [&](Orders::iterator order) {
-    const double left = std::min(secondsLeft(*order, now), order->transfer->patience(now));
-    if (!(left > 0)) settle(order, CURLE_OPERATION_TIMEDOUT);
+  forEach(active_, [&](TransferJobs::iterator job) {
+    const double left = std::min(secondsLeft(*job, now), job->transfer->remainingTime(now));
+    if (!(left > 0)) settle(job, CURLE_OPERATION_TIMEDOUT);
   });
-  forEach(waiting_, [&](Orders::iterator order) {
-    if (!(secondsLeft(*order, now) > 0)) answer(waiting_, order, failed("out of time"));
+  forEach(waiting_, [&](TransferJobs::iterator job) {
+    if (!(secondsLeft(*job, now) > 0)) answer(waiting_, job, failed("out of time"));
   });
   return answered_.size() > before;
 }
 
-// A redirect is queued again, since it may lead to another port: ahead of those that came later.
-void CurlTransfers::settle(Orders::iterator active, CURLcode result) noexcept try {
+// A redirect is queued again, because it may lead to another port. It goes before transfers that
+// came later.
+void CurlTransfers::settle(TransferJobs::iterator active, CURLcode result) noexcept try {
   leave(*active);
   CurlTransfer& transfer = *active->transfer;
   if (result != CURLE_OK || !transfer.follow()) {
@@ -169,21 +170,22 @@ void CurlTransfers::settle(Orders::iterator active, CURLcode result) noexcept tr
   answer(active_, active, failedByMemory());
 }
 
-void CurlTransfers::leave(Order& active) noexcept {
+void CurlTransfers::leave(TransferJob& active) noexcept {
   curl_multi_remove_handle(multi_.get(), active.transfer->handle());
   --active.origin->underWay;
 }
 
-void CurlTransfers::answer(Orders& from, Orders::iterator order, UrlResponse response) noexcept {
-  order->response = std::move(response);
-  order->transfer.reset();
-  order->origin.reset();
-  answered_.splice(answered_.end(), from, order);
+void CurlTransfers::answer(TransferJobs& from, TransferJobs::iterator job,
+                           UrlResponse response) noexcept {
+  job->response = std::move(response);
+  job->transfer.reset();
+  job->origin.reset();
+  answered_.splice(answered_.end(), from, job);
 }
 
-Orders CurlTransfers::takeAnswered() {
+TransferJobs CurlTransfers::takeAnswered() {
   while (!answered_.empty()) {
-    Orders first;
+    TransferJobs first;
     first.splice(first.end(), answered_, answered_.begin());
     --count_;
     if (!first.front().owner.expired()) return first;
@@ -200,16 +202,16 @@ std::shared_ptr<Origin> CurlTransfers::originOf(const std::string& url) {
   return origins_.emplace_back(std::make_shared<Origin>(Origin{std::move(name)}));
 }
 
-double CurlTransfers::secondsLeft(const Order& order, Time now) const noexcept {
-  return limits_.seconds - std::chrono::duration<double>(now - order.since).count();
+double CurlTransfers::secondsLeft(const TransferJob& job, Time now) const noexcept {
+  return limits_.seconds - std::chrono::duration<double>(now - job.since).count();
 }
 
 void CurlTransfers::wait() {
   double left = 1e6;
   const auto now = std::chrono::steady_clock::now();
-  for (const Order& order : waiting_) left = std::min(left, secondsLeft(order, now));
-  for (const Order& order : active_) {
-    left = std::min({left, secondsLeft(order, now), order.transfer->patience(now)});
+  for (const TransferJob& job : waiting_) left = std::min(left, secondsLeft(job, now));
+  for (const TransferJob& job : active_) {
+    left = std::min({left, secondsLeft(job, now), job.transfer->remainingTime(now)});
   }
   const auto milliseconds = static_cast<int>(std::ceil(std::max(left, 0.0) * 1000));
   curl_multi_poll(multi(), nullptr, 0, milliseconds, nullptr);

@@ -11,15 +11,15 @@
 #include <vector>
 
 #include "host/curl_transfer.h"
-#include "host/order.h"
+#include "host/transfer_job.h"
 
 namespace corvo::corvo_internal::host {
 
-/// All the transfers of one loop, with the connections that they leave open for the next ones. Lets
-/// six transfers of an origin through at once; the others wait their turn. For the thread that runs
-/// the loop, except `wake` and `count`. Calls no completion itself: libcurl is never on the stack
-/// when an answer is handed over. Starts libcurl, which takes longer than the start of a client,
-/// when something has to wait or to be transferred.
+/// All transfers of one loop, with their connections, which are kept open for reuse. At most six
+/// transfers per origin run at once; the others wait. Only for the thread that runs the loop,
+/// except `wake` and `count`. Does not call completions itself, so libcurl is never on the stack
+/// when an answer is delivered. Initialises libcurl, which takes longer than creating a client,
+/// only when a transfer or a wait needs it.
 class CurlTransfers {
  public:
   explicit CurlTransfers(const TransferLimits& limits) : limits_(limits) {}
@@ -27,20 +27,20 @@ class CurlTransfers {
   CurlTransfers& operator=(const CurlTransfers&) = delete;
   ~CurlTransfers();
 
-  /// Each of them is answered once, unless it is dropped, whatever fails on its way.
-  void start(Orders orders) noexcept;
-  /// Moves everything on as far as it goes without waiting.
+  /// Each transfer is answered once whatever fails, unless it is dropped.
+  void start(TransferJobs jobs) noexcept;
+  /// Advances all transfers as far as possible without waiting.
   void perform();
-  /// The next order that has its answer; no order when there is none.
-  [[nodiscard]] Orders takeAnswered();
+  /// The next transfer that has its answer; an empty list if there is none.
+  [[nodiscard]] TransferJobs takeAnswered();
 
-  /// Waits until a transfer can move on or has taken too long, or until `wake`. Throws
-  /// `std::bad_alloc` when libcurl cannot be had.
+  /// Waits until a transfer can advance or times out, or until `wake`. Throws `std::bad_alloc` if
+  /// libcurl cannot be initialised.
   void wait();
-  /// Ends the present `wait`, or else the next.
+  /// Ends the current `wait`, or else the next one.
   void wake() noexcept;
 
-  /// How many have been started and not yet been taken or dropped.
+  /// The number of transfers that were started and not yet taken or dropped.
   [[nodiscard]] std::size_t count() const noexcept { return count_; }
 
  private:
@@ -49,27 +49,27 @@ class CurlTransfers {
     void operator()(CURLM* multi) const noexcept { curl_multi_cleanup(multi); }
   };
 
-  /// Made on first need. Throws `std::bad_alloc` when libcurl cannot be had.
+  /// Created on first use. Throws `std::bad_alloc` if libcurl cannot be initialised.
   [[nodiscard]] CURLM* multi();
   void dropOrphans();
   void letThrough();
-  void advance(Orders::iterator waiting) noexcept;
-  void begin(Orders::iterator waiting);
+  void advance(TransferJobs::iterator waiting) noexcept;
+  void begin(TransferJobs::iterator waiting);
   bool settleFinished();
   bool failLate();
-  void settle(Orders::iterator active, CURLcode result) noexcept;
-  void leave(Order& active) noexcept;
-  void answer(Orders& from, Orders::iterator order, UrlResponse response) noexcept;
+  void settle(TransferJobs::iterator active, CURLcode result) noexcept;
+  void leave(TransferJob& active) noexcept;
+  void answer(TransferJobs& from, TransferJobs::iterator job, UrlResponse response) noexcept;
   [[nodiscard]] std::shared_ptr<Origin> originOf(const std::string& url);
-  [[nodiscard]] double secondsLeft(const Order& order, Time now) const noexcept;
+  [[nodiscard]] double secondsLeft(const TransferJob& job, Time now) const noexcept;
 
   const TransferLimits limits_;
   std::mutex mutex_;
-  std::unique_ptr<CURLM, FreeMulti> multi_;  // guarded while it is made, and for `wake`
-  bool isWoken_ = false;                     // guarded: before it was made
-  Orders waiting_;                           // in their order; a redirected one goes first again
-  Orders active_;                            // each is in the multi handle
-  Orders answered_;                          // in the order of their ends
+  std::unique_ptr<CURLM, FreeMulti> multi_;  // guarded for its creation and for `wake`
+  bool isWoken_ = false;                     // guarded; for a `wake` before the handle exists
+  TransferJobs waiting_;                     // in order; a redirected one goes first
+  TransferJobs active_;                      // all of them are in the multi handle
+  TransferJobs answered_;                    // in the order of completion
   std::vector<std::shared_ptr<Origin>> origins_;
   std::atomic<std::size_t> count_ = 0;
 };

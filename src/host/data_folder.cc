@@ -14,7 +14,7 @@ namespace {
 
 using std::filesystem::path;
 
-/// Whoever starts a program may call it anything.
+/// A program may be started under any name.
 bool isFolderName(const path& name) {
   return name.has_filename() && name == name.filename() && name != "." && name != "..";
 }
@@ -27,7 +27,7 @@ std::string HostOptions::defaultDataFolder() try {
   if (folder.empty()) return {};
   const std::u8string text = (folder / (isFolderName(name) ? name : path("corvo"))).u8string();
   return {text.begin(), text.end()};
-} catch (const std::system_error&) {  // a name on Windows that is no Unicode text
+} catch (const std::system_error&) {  // on Windows, a name that is not valid Unicode
   return {};
 }
 

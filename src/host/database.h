@@ -9,8 +9,8 @@
 
 namespace corvo::corvo_internal::host {
 
-/// The one database of an application: its preferences, and the identifier of this installation.
-/// Any thread. Whoever uses it shares it.
+/// The database of an application: its preferences, and the identifier of this installation.
+/// Thread-safe. Shared by its users.
 class Database {
  public:
   Database() = default;
@@ -18,18 +18,18 @@ class Database {
   Database& operator=(const Database&) = delete;
   virtual ~Database() = default;
 
-  /// Whether it is open, now if not before.
+  /// Opens the database if necessary. Returns whether it is open.
   virtual bool open() noexcept = 0;
 
-  /// Throws a `std::exception` when that cannot be told just now.
+  /// Throws a `std::exception` if the value cannot be read at present.
   [[nodiscard]] virtual std::optional<std::string> read(std::string_view suite,
                                                         std::string_view key) = 0;
-  /// Makes all the changes, or none of them and answers false.
+  /// Applies all changes, or none of them and returns false.
   virtual bool apply(std::string_view suite,
                      std::span<const PreferencesChange> changes) noexcept = 0;
 
-  /// The identifier of this installation, a UUID: the stored one, else the proposed one, which is
-  /// stored. Throws a `std::exception` when it cannot be stored just now.
+  /// The identifier of this installation, a UUID: the stored one, or else the proposed one, which
+  /// is then stored. Throws a `std::exception` if it cannot be stored at present.
   [[nodiscard]] virtual std::string installation(std::string_view proposed) = 0;
 };
 

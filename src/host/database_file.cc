@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kMostSetAside = 20;  // a disk that damages every file must not be filled
+constexpr int kMostSetAside = 20;  // a disk that damages every file must not fill up
 
 constexpr std::array<const char*, 4> kEndings{"", "-wal", "-shm", "-journal"};
 
@@ -28,14 +28,14 @@ void makeFolder(const fs::path& folder) {
   }
 }
 
-/// Locks a file against everybody. SQL could not: it looks into the file first.
+/// Takes an exclusive lock on the file. SQL cannot do that without reading the file first.
 bool lock(const Connection& connection) {
   sqlite3_file& file = connection.file();
   return file.pMethods->xLock(&file, SQLITE_LOCK_SHARED) == SQLITE_OK &&
          file.pMethods->xLock(&file, SQLITE_LOCK_EXCLUSIVE) == SQLITE_OK;
 }
 
-/// A name under which nothing lies.
+/// A file name that is not in use.
 std::optional<fs::path> nameForDamaged(const fs::path& file) {
   for (int number = 1; number <= kMostSetAside; ++number) {
     fs::path name = companion(file, ".damaged-" + std::to_string(number));
@@ -62,7 +62,7 @@ bool setAside(Connection damaged, const fs::path& file, bool lookAgain) noexcept
   const std::optional<fs::path> name = nameForDamaged(file);
   if (!name) return false;
   if (!canRenameOpenFiles()) holder.reset();
-  // The file first: SQLite removes companions that it finds beside an empty one.
+  // The file first, because SQLite deletes companion files that it finds beside an empty one.
   for (const char* const ending : kEndings) {
     std::error_code failed;
     fs::rename(companion(file, ending), companion(*name, ending), failed);
@@ -73,24 +73,24 @@ bool setAside(Connection damaged, const fs::path& file, bool lookAgain) noexcept
   return false;
 }
 
-Connection openDatabaseFile(const fs::path& file, Patience& patience) {
+Connection openDatabaseFile(const fs::path& file, WaitBudget& waitBudget) {
   if (!fs::exists(file)) {
     makeFolder(file.parent_path());
-    makePrivateFile(file);  // SQLite would let everybody read it
+    makePrivateFile(file);  // SQLite would make it readable for everybody
   }
-  if (!fs::is_regular_file(file)) throw SqliteError(SQLITE_CANTOPEN);  // a pipe would be waited for
+  if (!fs::is_regular_file(file)) throw SqliteError(SQLITE_CANTOPEN);  // opening a pipe would block
   Connection connection(sqliteName(file));
   connection.tidyOnClose(false);  // until it is known to be ours
   const Find found = lookAt(file, connection);
   if (found == Find::kForeign) throw SqliteError(SQLITE_CANTOPEN);
-  connection.waitWith(patience);
+  connection.waitWith(waitBudget);
   try {
     if (found == Find::kDamaged) throw SqliteError(SQLITE_CORRUPT);
     prepare(connection);
   } catch (const SqliteError& error) {
-    const bool lookAgain = found == Find::kDamaged;  // somebody may have been writing
+    const bool lookAgain = found == Find::kDamaged;  // another process may have been writing
     if (!error.isDamage() || !setAside(std::move(connection), file, lookAgain)) throw;
-    return openDatabaseFile(file, patience);
+    return openDatabaseFile(file, waitBudget);
   }
   connection.tidyOnClose(true);
   return connection;

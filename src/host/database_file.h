@@ -2,20 +2,22 @@
 
 #include <filesystem>
 
-#include "host/patience.h"
 #include "host/sqlite.h"
+#include "host/wait_budget.h"
 
 namespace corvo::corvo_internal::host {
 
-/// Opens an application's database, made with its folder when it is missing. A damaged one is set
-/// aside, and a new one begun. Throws a `std::exception` when it cannot be opened just now, was
-/// written by a later version, or is somebody else's: such a file is not touched.
-[[nodiscard]] Connection openDatabaseFile(const std::filesystem::path& file, Patience& patience);
+/// Opens an application's database and creates it, with its folder, if it is missing. A damaged one
+/// is renamed, and a new one is created. Throws a `std::exception` if it cannot be opened at
+/// present, was written by a later version, or belongs to another program; such a file is left
+/// untouched.
+[[nodiscard]] Connection openDatabaseFile(const std::filesystem::path& file,
+                                          WaitBudget& waitBudget);
 
-/// Gives a file that a connection found damaged, and its companions, names of their own:
-/// "NAME.damaged-1" or the next number. Leaves it when its header does not say that it is ours,
-/// when anybody else has it open, when twenty lie there already, or when it has to be looked at
-/// again and is sound, now that nobody writes. Whether it was set aside.
+/// Renames a file that a connection found damaged, and its companion files, to "NAME.damaged-1" or
+/// the next number. Returns whether it did. Leaves the file alone in four cases: its header does
+/// not identify it as ours, another process has it open, there are already twenty renamed files, or
+/// it has to be checked again and is intact, now that nobody writes.
 bool setAside(Connection damaged, const std::filesystem::path& file,
               bool lookAgain = false) noexcept;
 

@@ -11,13 +11,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// At offset 68 of the file, big-endian. No text has such bytes.
+// At offset 68 of the file, big-endian. No text contains these bytes.
 constexpr std::uint32_t kApplicationId = 0x0C02B0DB;
 constexpr std::uint32_t kSchemaVersion = 1;
 constexpr std::uint32_t kPageSize = 8192;
 
-// A table with a row identifier: without one, a large value would lie in the index itself, and
-// looking up a small one would read past it. Names are bytes, since any text must do as one.
+// A table with a row identifier. Without one, a large value would be stored in the index itself,
+// and looking up a small value would read past it. Names are blobs, because they may be any bytes.
 constexpr const char* kTables =
     "CREATE TABLE preference (suite BLOB NOT NULL, key BLOB NOT NULL, value BLOB NOT NULL,"
     " PRIMARY KEY (suite, key));"
@@ -29,12 +29,12 @@ bool hasContents(const fs::path& file) {
   return !missing && size > 0;
 }
 
-/// The header of a database file: its first 100 bytes, as far as there are (SQLite's "Database File
-/// Format", 1.3).
+/// The header of a database file: its first 100 bytes, or fewer if the file is shorter (SQLite's
+/// "Database File Format", 1.3).
 class Header {
  public:
-  /// Reads it without a lock, through SQLite, which keeps what it has locked elsewhere in this
-  /// process.
+  /// Reads it without a lock, but through SQLite, so that SQLite's locks on the file elsewhere in
+  /// this process survive.
   explicit Header(const Connection& connection) {
     sqlite3_file& file = connection.file();
     sqlite3_int64 size = 0;
@@ -48,8 +48,8 @@ class Header {
   [[nodiscard]] std::uint32_t version() const { return number(60, 4); }
   [[nodiscard]] bool isLogged() const { return number(18, 2) == 0x0202; }
   [[nodiscard]] std::uint32_t pageSize() const { return number(16, 2); }
-  /// Damage that SQLite does not call so: it reads the rest of a page as zeros, and never writes
-  /// where the format is unknown.
+  /// Damage that SQLite does not report: it reads the missing rest of a page as zeros, and never
+  /// writes to a file of an unknown format.
   [[nodiscard]] bool isCut() const {
     const bool isCounted = number(24, 4) == number(92, 4);
     return isCounted && size_ < std::int64_t{pageSize()} * number(28, 4);
@@ -69,17 +69,17 @@ class Header {
   std::int64_t size_ = 0;
 };
 
-/// The identity of a database without the tables: whose it is, and the version of its tables.
+/// The identity of a database apart from its tables: its application and the version of its tables.
 std::string stamp(std::uint32_t applicationId, std::uint32_t version) {
   return std::to_string(applicationId) + ' ' + std::to_string(version) + ' ';
 }
 
 std::string newIdentity() { return stamp(0, 0); }
 
-/// Files written before they were stamped with an identifier.
+/// The identity of files written before the application identifier was introduced.
 std::string formerIdentity() { return stamp(0, kSchemaVersion) + kTables; }
 
-/// Tables that somebody adds after ours do no harm.
+/// Tables that were added after ours do no harm.
 bool isOurs(std::string_view identity) {
   return identity.starts_with(stamp(kApplicationId, kSchemaVersion) + kTables);
 }
@@ -89,26 +89,26 @@ std::string identityOf(const Connection& connection) try {
   return ask("PRAGMA application_id") + ' ' + ask("PRAGMA user_version") + ' ' +
          ask("SELECT group_concat(sql, ';') FROM sqlite_master");
 } catch (const SqliteError& error) {
-  // The queries are sound, so the file is of a format that SQLite does not know.
+  // The queries are correct, so the file has a format that SQLite does not know.
   throw error.code() == SQLITE_ERROR ? SqliteError(SQLITE_CORRUPT) : error;
 }
 
-/// A file without our identifier that is ours: written before there was one, in whole or as far as
-/// an end of the process let it come.
+/// Whether a file without our identifier is ours: written before the identifier was introduced, or
+/// incomplete because the process ended while creating it.
 bool isAdoptable(const fs::path& file, const Header& header) {
   if (header.applicationId() != 0 || header.version() > kSchemaVersion) return false;
-  // Neither way of reading makes or changes any file. The second leaves out the log.
+  // Neither way of reading creates or changes a file. The second one ignores the log.
   const bool hasLog = hasContents(companion(file, "-wal"));
   Connection reader(sqliteUri(file) + (hasLog ? "?readonly_shm=1" : "?immutable=1"),
                     SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
   reader.tidyOnClose(false);
-  reader.execute("BEGIN");  // somebody may be adopting it
+  reader.execute("BEGIN");  // another process may be adopting it
   const std::string identity = identityOf(reader);
   if (identity == formerIdentity()) return true;
   return identity == newIdentity() && header.isLogged() && header.pageSize() == kPageSize;
 }
 
-/// For what need not succeed: SQLite then goes on as before.
+/// For optional settings: if one fails, SQLite continues as before.
 void attempt(Connection& connection, const char* sql) {
   try {
     connection.execute(sql);
@@ -117,13 +117,14 @@ void attempt(Connection& connection, const char* sql) {
   }
 }
 
-/// Makes the identifier, the version and the tables in one step, as far as they are missing. Two
-/// processes may come here at once: the second finds them made.
+/// Creates the identifier, the version and the tables in one transaction, if they are missing. Of
+/// two processes that arrive here at once, the second finds them created.
 void adopt(Connection& connection) {
-  // Larger pages than usual halve the time of the first read, which is of a whole configuration.
+  // Larger pages than the default halve the time of the first read, which is that of a whole
+  // configuration.
   connection.execute(("PRAGMA page_size = " + std::to_string(kPageSize)).c_str());
   connection.execute("PRAGMA synchronous = NORMAL");
-  // Until the transaction ends the file stays empty, whatever memory there is.
+  // Keeps the file empty until the transaction ends, even if memory is short.
   connection.execute("PRAGMA cache_spill = OFF");
   TransactionStatements statements(connection);
   Transaction transaction(statements);
@@ -139,7 +140,7 @@ void adopt(Connection& connection) {
                       "; PRAGMA user_version = " + std::to_string(kSchemaVersion))
                          .c_str());
   transaction.commit();
-  attempt(connection, "PRAGMA wal_checkpoint");  // the next look is at the file without its log
+  attempt(connection, "PRAGMA wal_checkpoint");  // the next check reads the file without its log
 }
 
 }  // namespace
@@ -150,7 +151,7 @@ Find lookAt(const fs::path& file, const Connection& connection) {
   if (header.applicationId() != kApplicationId) {
     return isAdoptable(file, header) ? Find::kOurs : Find::kForeign;
   }
-  if (header.version() != kSchemaVersion) return Find::kForeign;  // a later one
+  if (header.version() != kSchemaVersion) return Find::kForeign;  // written by a later version
   const bool isBeingWritten =
       hasContents(companion(file, "-wal")) || hasContents(companion(file, "-journal"));
   if (header.isReadOnly() || (header.isCut() && !isBeingWritten)) return Find::kDamaged;
@@ -167,7 +168,7 @@ void prepare(Connection& connection) {
     adopt(connection);
     connection.execute("PRAGMA cache_spill = ON");
   }
-  // Where write-ahead logging is not to be had, as on some network drives, SQLite does without.
+  // If write-ahead logging is unavailable, as on some network drives, SQLite continues without it.
   attempt(connection, "PRAGMA journal_mode = WAL");
 }
 

@@ -7,21 +7,21 @@
 
 namespace corvo::corvo_internal::host {
 
-/// What lies where an application's database belongs. An empty file is ours, too.
+/// The kind of file found at the place of an application's database. An empty file counts as ours.
 enum class Find { kForeign, kDamaged, kOurs };
 
-/// What kind of file it is that a connection has opened. Changes nothing, and waits for nobody.
-/// Throws a `std::exception` when it cannot be read just now.
+/// The kind of file that a connection has opened. Changes nothing, and does not wait for locks.
+/// Throws a `std::exception` if the file cannot be read at present.
 [[nodiscard]] Find lookAt(const std::filesystem::path& file, const Connection& connection);
 
-/// Whether the header of an open file says that it is ours. Read without a lock.
+/// Whether the header of an open file identifies it as ours. Read without a lock.
 [[nodiscard]] bool isStamped(const Connection& connection);
 
-/// Makes what a database of ours has, as far as it is missing, and sets the connection up for it.
-/// Throws `SqliteError`: damage, or `SQLITE_CANTOPEN` where the file is somebody else's after all.
+/// Creates the missing parts of our database and configures the connection for it. Throws
+/// `SqliteError` for damage, and with `SQLITE_CANTOPEN` if the file turns out not to be ours.
 void prepare(Connection& connection);
 
-/// A file that is named after another, as SQLite names what it keeps beside a database.
+/// A file next to another, with a suffix added to its name, as SQLite names its companion files.
 [[nodiscard]] std::filesystem::path companion(const std::filesystem::path& file,
                                               std::string_view ending);
 

@@ -13,7 +13,7 @@
 namespace corvo::corvo_internal::host {
 namespace {
 
-/// The one object of a suite, shared by all its handles in this process.
+/// A suite's only object in this process, shared by all its handles.
 class Suite final : public PreferencesSuite {
  public:
   Suite(std::shared_ptr<Database> database, std::string name)
@@ -25,7 +25,7 @@ class Suite final : public PreferencesSuite {
 
   bool apply(std::span<const PreferencesChange> changes) noexcept override try {
     const std::lock_guard lock(mutex_);
-    // All that may fail comes before the change is made. A key not changed yet has revision 0.
+    // Everything that can fail precedes the change. A key that was never changed has revision 0.
     for (const PreferencesChange& change : changes) revisions_.try_emplace(change.key, 0);
     if (!database_->apply(name_, changes)) return false;
     if (changes.empty()) return true;
@@ -55,8 +55,8 @@ class Suite final : public PreferencesSuite {
   std::map<std::string, std::uint64_t, std::less<>> revisions_;
 };
 
-/// The suite of that name of that database that is in use, or a new one. What is static is never
-/// destroyed: a client that is released while the process ends may still open its suite.
+/// The shared object of that suite in that database, or a new one. The static map is never
+/// destroyed, because a client that is released while the process exits may still open its suite.
 std::shared_ptr<PreferencesSuite> sharedSuite(std::shared_ptr<Database> database,
                                               std::string name) {
   using InUse = std::map<std::pair<Database*, std::string>, std::weak_ptr<Suite>>;

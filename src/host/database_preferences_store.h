@@ -10,10 +10,10 @@
 
 namespace corvo::corvo_internal::host {
 
-/// Keeps suites in an application's database. Any thread. Shares the database.
+/// Keeps suites in an application's database. Thread-safe. Shares the database.
 class DatabasePreferencesStore final : public PreferencesStore {
  public:
-  /// The database may be null: nothing can be opened.
+  /// If the database is null, no suite can be opened.
   explicit DatabasePreferencesStore(std::shared_ptr<Database> database)
       : database_(std::move(database)) {}
 

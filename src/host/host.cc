@@ -30,8 +30,8 @@ std::filesystem::path pathOf(const std::string& text) {
   }
 }
 
-/// Null when the options name no file. The file's name is made absolute now, since the program may
-/// change its folder before the file is needed.
+/// Null if the options name no file. The path is made absolute immediately, because the program may
+/// change its working directory before the file is needed.
 std::shared_ptr<host::Database> databaseOf(const HostOptions& options) {
   if (options.inMemory) return std::make_shared<host::MemoryDatabase>();
   if (options.dataFile) return host::SqliteDatabase::inFile(pathOf(*options.dataFile));

@@ -9,7 +9,7 @@
 namespace corvo::corvo_internal::host {
 namespace {
 
-/// The leading numbers joined by dots: a Linux release goes on with the distribution's remarks.
+/// The leading numbers joined by dots. A Linux release continues with the distribution's suffix.
 std::string numericPart(std::string_view version) {
   version = version.substr(0, version.find_first_not_of("0123456789."));
   while (version.ends_with('.')) version.remove_suffix(1);
@@ -27,7 +27,7 @@ std::optional<std::string> HostDevice::vendorIdentifier() const try {
   if (database_ == nullptr) return std::nullopt;
   return database_->installation(randomUuid(*random_));
 } catch (const std::exception&) {
-  return std::nullopt;  // no random bytes, or the database is out of reach for the moment
+  return std::nullopt;  // no random bytes, or the database is unavailable at present
 }
 
 std::optional<std::string> HostDevice::systemName() const {

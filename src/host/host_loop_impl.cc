@@ -14,12 +14,12 @@ void HostLoopImpl::post(Callback<void()> task) {
   tell(isFirst);
 }
 
-void HostLoopImpl::start(Order order) {
-  Orders one;
-  one.push_back(std::move(order));
+void HostLoopImpl::start(TransferJob job) {
+  TransferJobs one;
+  one.push_back(std::move(job));
   {
     const std::lock_guard lock(mutex_);
-    orders_.splice(orders_.end(), one);
+    jobs_.splice(jobs_.end(), one);
   }
   tell(true);
 }
@@ -44,11 +44,11 @@ void HostLoopImpl::onWork(std::function<void()> told) {
 
 bool HostLoopImpl::busy() const {
   const std::lock_guard lock(mutex_);
-  return !tasks_.empty() || !orders_.empty() || transfers_.count() > 0;
+  return !tasks_.empty() || !jobs_.empty() || transfers_.count() > 0;
 }
 
 bool HostLoopImpl::runUntil(const std::function<bool()>& condition) {
-  const auto self = shared_from_this();  // a task may let go of the loop
+  const auto self = shared_from_this();  // a task may release the loop
   const Access::Scope running(access_);
   while (!turn(condition)) {
     if (!busy()) return condition();
@@ -92,12 +92,13 @@ bool HostLoopImpl::turn(const std::function<bool()>& condition) {
 
 void HostLoopImpl::moveTransfers() {
   {
-    const std::lock_guard lock(mutex_);  // an order is always in one of the two
-    transfers_.start(std::move(orders_));
-    orders_.clear();
+    const std::lock_guard lock(mutex_);  // a transfer is always in one of the two
+    transfers_.start(std::move(jobs_));
+    jobs_.clear();
   }
   transfers_.perform();
-  for (Orders one = transfers_.takeAnswered(); !one.empty(); one = transfers_.takeAnswered()) {
+  for (TransferJobs one = transfers_.takeAnswered(); !one.empty();
+       one = transfers_.takeAnswered()) {
     one.front().completion(std::move(one.front().response));
   }
 }
@@ -106,7 +107,7 @@ void HostLoopImpl::runTask() {
   Callback<void()> task;
   {
     const std::lock_guard lock(mutex_);
-    if (tasks_.empty()) return;  // a task before this one ran the loop itself
+    if (tasks_.empty()) return;  // an earlier task ran the loop itself
     task = std::move(tasks_.front());
     tasks_.pop_front();
   }
@@ -116,7 +117,7 @@ void HostLoopImpl::runTask() {
 void HostLoopImpl::wait() {
   {
     const std::lock_guard lock(mutex_);
-    if (!tasks_.empty() || !orders_.empty()) return;
+    if (!tasks_.empty() || !jobs_.empty()) return;
     waiting_ = true;
   }
   transfers_.wait();

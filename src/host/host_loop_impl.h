@@ -9,13 +9,13 @@
 #include <memory>
 #include <mutex>
 
-#include "base/exclusive_access.h"
+#include "base/concurrent_use_guard.h"
 #include "host/curl_transfers.h"
 
 namespace corvo::corvo_internal::host {
 
-/// The queue of tasks and the transfers, moved on in turns by whoever runs the loop. Which thread
-/// may call what is said at `HostLoop`.
+/// The queue of tasks and the transfers, advanced in turns by the thread that runs the loop.
+/// `HostLoop` documents which thread may call what.
 class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<HostLoopImpl> {
  public:
   explicit HostLoopImpl(const TransferLimits& limits) : transfers_(limits) {}
@@ -28,16 +28,16 @@ class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<
   [[nodiscard]] bool busy() const override;
   void onWork(std::function<void()> told) override;
 
-  /// Starts a transfer. Any thread.
-  void start(Order order);
-  /// Makes the runner look around. Any thread.
+  /// Starts a transfer. Thread-safe.
+  void start(TransferJob job);
+  /// Makes the running thread check for work. Thread-safe.
   void wake() noexcept { transfers_.wake(); }
 
  private:
-  using Access = base::ExclusiveAccess<base::Noticing::always>;
+  using Access = base::ConcurrentUseGuard<base::Detection::exact>;
 
-  /// Moves the transfers on and runs the tasks that are queued by then. Answers true, at once, when
-  /// the condition holds.
+  /// Advances the transfers and runs the tasks queued by then. Returns true immediately when the
+  /// condition holds.
   bool turn(const std::function<bool()>& condition);
   void moveTransfers();
   void runTask();
@@ -46,15 +46,15 @@ class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<
 
   mutable std::mutex mutex_;
   std::deque<Callback<void()>> tasks_;                 // guarded by the mutex
-  Orders orders_;                                      // guarded: not yet among the transfers
+  TransferJobs jobs_;                                  // guarded; not yet among the transfers
   bool waiting_ = false;                               // guarded
   std::shared_ptr<const std::function<void()>> told_;  // guarded
   std::atomic<bool> stop_ = false;
   Access access_{"the main queue was run by two threads at once"};
-  CurlTransfers transfers_;  // the runner's, but for what is safe there
+  CurlTransfers transfers_;  // for the running thread, except its thread-safe operations
 };
 
-/// Loads URLs on a loop. Any thread; an answer comes while the loop is run. Shares the loop.
+/// Loads URLs on a loop. Thread-safe; answers arrive while the loop runs. Shares the loop.
 class CurlSession final : public UrlSession {
  public:
   explicit CurlSession(std::shared_ptr<HostLoopImpl> loop) : loop_(std::move(loop)) {}

@@ -22,7 +22,7 @@ bool MemoryDatabase::apply(std::string_view suite,
   const std::lock_guard lock(mutex_);
   auto values = suites_.find(suite);
   if (values == suites_.end()) values = suites_.try_emplace(std::string(suite)).first;
-  // All that may fail comes before the first change: a key without a value is as good as none.
+  // Everything that can fail precedes the first change: a key with an empty slot counts as absent.
   for (const PreferencesChange& change : changes) values->second.try_emplace(change.key);
   for (std::size_t i = 0; i < changes.size(); ++i) {
     values->second.find(changes[i].key)->second.swap(copies[i]);

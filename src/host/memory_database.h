@@ -7,7 +7,7 @@
 
 namespace corvo::corvo_internal::host {
 
-/// A database that ends with its last user. Any thread.
+/// A database in memory, destroyed with its last user. Thread-safe.
 class MemoryDatabase final : public Database {
  public:
   bool open() noexcept override { return true; }

@@ -4,15 +4,16 @@
 
 namespace corvo::corvo_internal::host {
 
-/// While it lives, no write of this thread to a closed connection raises SIGPIPE, by which a server
-/// could end the process: TLS libraries write in a way that does. The signal is blocked, never
-/// ignored, for that would hold for the whole process. One that was pending before stays so.
-class WithoutSigpipe {
+/// While it lives, writes of this thread to a closed connection do not raise SIGPIPE, which a
+/// server could otherwise use to end the process, because TLS libraries do not suppress it. The
+/// signal is blocked, not ignored, because ignoring would affect the whole process. A signal that
+/// was already pending stays pending.
+class SigpipeBlocker {
  public:
-  WithoutSigpipe() noexcept : sigpipe_(blockSigpipe()) {}
-  WithoutSigpipe(const WithoutSigpipe&) = delete;
-  WithoutSigpipe& operator=(const WithoutSigpipe&) = delete;
-  ~WithoutSigpipe() { releaseSigpipe(sigpipe_); }
+  SigpipeBlocker() noexcept : sigpipe_(blockSigpipe()) {}
+  SigpipeBlocker(const SigpipeBlocker&) = delete;
+  SigpipeBlocker& operator=(const SigpipeBlocker&) = delete;
+  ~SigpipeBlocker() { releaseSigpipe(sigpipe_); }
 
  private:
   const Sigpipe sigpipe_;

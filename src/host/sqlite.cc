@@ -39,7 +39,7 @@ Statement::Statement(sqlite3* database, std::string_view sql) {
 
 void Statement::Reset::operator()(sqlite3_stmt* statement) const noexcept {
   sqlite3_reset(statement);
-  sqlite3_clear_bindings(statement);  // they point at the caller's bytes
+  sqlite3_clear_bindings(statement);  // they point to the caller's bytes
 }
 
 Statement::Running Statement::start(std::initializer_list<std::string_view> values) {
@@ -65,7 +65,7 @@ std::optional<std::string> Statement::first(std::initializer_list<std::string_vi
   if (code != SQLITE_ROW) throw SqliteError(code);
   const auto* const data = static_cast<const char*>(sqlite3_column_blob(running.get(), 0));
   const int size = sqlite3_column_bytes(running.get(), 0);
-  if (data == nullptr) {  // an empty value, or want of memory
+  if (data == nullptr) {  // an empty value, or out of memory
     if (sqlite3_errcode(sqlite3_db_handle(running.get())) == SQLITE_NOMEM) throw std::bad_alloc();
     return std::string();
   }
@@ -79,9 +79,9 @@ Connection::Connection(const std::string& name, int flags) {
   check(opened);
 }
 
-void Connection::waitWith(Patience& patience) noexcept {
-  const auto wait = [](void* mine, int) { return static_cast<Patience*>(mine)->wait() ? 1 : 0; };
-  sqlite3_busy_handler(database_.get(), wait, &patience);
+void Connection::waitWith(WaitBudget& waitBudget) noexcept {
+  const auto wait = [](void* mine, int) { return static_cast<WaitBudget*>(mine)->wait() ? 1 : 0; };
+  sqlite3_busy_handler(database_.get(), wait, &waitBudget);
 }
 
 void Connection::tidyOnClose(bool on) noexcept {
@@ -89,7 +89,7 @@ void Connection::tidyOnClose(bool on) noexcept {
 }
 
 void Connection::waitForDisk(bool on) {
-  constexpr int kMostLogged = 512;  // pages, which are 4 MiB
+  constexpr int kMostLogged = 512;  // pages, equal to 4 MiB
   if (!on) {
     sqlite3_wal_autocheckpoint(database_.get(), 0);
     waitsForDisk_ = false;
@@ -141,7 +141,7 @@ Transaction::~Transaction() {
   try {
     statements_.rollback.run();
   } catch (const SqliteError&) {
-    open_ = false;  // SQLite has rolled back by itself
+    open_ = false;  // SQLite has already rolled back
   }
 }
 

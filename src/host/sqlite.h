@@ -10,18 +10,18 @@
 #include <string>
 #include <string_view>
 
-#include "host/patience.h"
+#include "host/wait_budget.h"
 
 namespace corvo::corvo_internal::host {
 
-/// Why SQLite did not do what it was asked for.
+/// A failure that SQLite reported.
 class SqliteError final : public std::exception {
  public:
   explicit SqliteError(int code) noexcept : code_(code & 0xFF) {}
 
   /// The primary result code.
   [[nodiscard]] int code() const noexcept { return code_; }
-  /// Whether the file is not as SQLite wrote it.
+  /// Whether the file is corrupt.
   [[nodiscard]] bool isDamage() const noexcept {
     return code_ == SQLITE_CORRUPT || code_ == SQLITE_NOTADB;
   }
@@ -31,9 +31,9 @@ class SqliteError final : public std::exception {
   int code_;
 };
 
-/// The name of a file as SQLite takes it, in UTF-8 everywhere.
+/// The name of a file as SQLite expects it: in UTF-8 on all systems.
 [[nodiscard]] std::string sqliteName(const std::filesystem::path& file);
-/// The URI of a file (RFC 8089), as SQLite reads it.
+/// The URI of a file (RFC 8089), as SQLite parses it.
 [[nodiscard]] std::string sqliteUri(const std::filesystem::path& file);
 
 struct CloseSqlite {
@@ -41,15 +41,15 @@ struct CloseSqlite {
   void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
 };
 
-/// One prepared statement. For one thread at a time; must not outlive its connection's use.
+/// A prepared statement. Not thread-safe; must not outlive its connection.
 class Statement {
  public:
-  /// Throws `SqliteError`, like everything here, when SQLite refuses.
+  /// Throws `SqliteError`, like everything here, if SQLite fails.
   Statement(sqlite3* database, std::string_view sql);
 
-  /// Runs to the end with the given bytes for its parameters.
+  /// Runs to completion with the given bytes as its parameters.
   void run(std::initializer_list<std::string_view> values = {});
-  /// The bytes of the first column of the first row; none when there is no row.
+  /// The bytes of the first column of the first row; empty if there is no row.
   std::optional<std::string> first(std::initializer_list<std::string_view> values = {});
 
  private:
@@ -63,32 +63,33 @@ class Statement {
   std::unique_ptr<sqlite3_stmt, CloseSqlite> statement_;
 };
 
-/// One connection to a database file. For one thread at a time.
+/// A connection to a database file. Not thread-safe.
 class Connection {
  public:
-  /// Opens a file that exists, ":memory:", or, when the flags have `SQLITE_OPEN_URI`, what a
-  /// "file:" URI names. Throws `SqliteError`, like everything here, when SQLite refuses. SQLite
-  /// first looks into the file, and locks it, when the first statement runs.
+  /// Opens an existing file, ":memory:", or, if the flags contain `SQLITE_OPEN_URI`, a "file:" URI.
+  /// Throws `SqliteError`, like everything here, if SQLite fails. SQLite reads and locks the file
+  /// only when the first statement runs.
   explicit Connection(const std::string& name, int flags = SQLITE_OPEN_READWRITE);
 
-  /// How long statements wait for other connections. Must outlive the connection.
-  void waitWith(Patience& patience) noexcept;
-  /// Whether the last connection to close a file writes its log into it and removes the log. A
-  /// change of it has all statements prepared anew, which may fail.
+  /// Makes statements wait for other connections. `waitBudget` must outlive the connection.
+  void waitWith(WaitBudget& waitBudget) noexcept;
+  /// Whether the last connection to close a file writes its log into it and deletes the log.
+  /// Changing this causes all statements to be prepared again, which may fail.
   void tidyOnClose(bool on) noexcept;
-  /// Whether SQLite waits for the disk wherever a power failure could damage the file otherwise.
-  /// While it does not, it does not write its log into the file either, but on close.
+  /// Whether SQLite waits for the disk wherever a power failure could otherwise damage the file.
+  /// Without waiting, it also does not write its log into the file before closing.
   void waitForDisk(bool on);
   [[nodiscard]] bool waitsForDisk() const noexcept { return waitsForDisk_; }
 
   void execute(const char* sql);
   [[nodiscard]] Statement prepare(std::string_view sql) const { return {database_.get(), sql}; }
 
-  /// Whether the file has meanwhile got another name, or none. Never, where open files keep theirs.
+  /// Whether the file has been renamed or deleted since. Always false on systems that do not permit
+  /// that.
   [[nodiscard]] bool hasMoved() const noexcept;
-  /// Whether there is a write-ahead log with nothing in it.
+  /// Whether there is an empty write-ahead log.
   [[nodiscard]] bool hasEmptyLog() const;
-  /// The open file, for what SQL cannot say.
+  /// The open file, for operations that SQL does not offer.
   [[nodiscard]] sqlite3_file& file() const { return file(SQLITE_FCNTL_FILE_POINTER); }
 
  private:
@@ -98,16 +99,16 @@ class Connection {
   bool waitsForDisk_ = true;
 };
 
-/// The statements around changes of a connection.
+/// The statements around the changes of a connection.
 struct TransactionStatements {
   explicit TransactionStatements(const Connection& connection);
 
   Statement begin;
   Statement commit;
-  Statement rollback;  // prepared ahead, since it must not fail
+  Statement rollback;  // prepared in advance, because it must not fail
 };
 
-/// Makes the changes until `commit` one, or none when it ends without.
+/// Makes the changes until `commit` atomic. Rolls back if it is destroyed before.
 class Transaction {
  public:
   explicit Transaction(TransactionStatements& statements);

@@ -12,8 +12,9 @@
 namespace corvo::corvo_internal::host {
 namespace {
 
-/// The one spelling of a file that the process uses; empty when there is none. Links that cannot be
-/// followed just now stay in it: whether the file can be opened is seen later.
+/// The canonical path of a file, so that one process uses one spelling; empty if there is none.
+/// Links that cannot be resolved at present stay in it; opening the file later shows whether it
+/// exists.
 std::filesystem::path spelled(const std::filesystem::path& file) {
   std::error_code error;
   const auto full = std::filesystem::absolute(file, error);
@@ -22,16 +23,16 @@ std::filesystem::path spelled(const std::filesystem::path& file) {
   return error ? full.lexically_normal() : followed;
 }
 
-/// Has SQLite wait for no disk while it lives. Where that does not end, for want of memory, the log
-/// stays apart from the file until it does.
-class WithoutWaiting {
+/// While it lives, SQLite does not wait for the disk. If this cannot be ended, for want of memory,
+/// the log is not written into the file until it can.
+class WithoutDiskSync {
  public:
-  explicit WithoutWaiting(Connection& connection) : connection_(connection) {
+  explicit WithoutDiskSync(Connection& connection) : connection_(connection) {
     connection_.waitForDisk(false);
   }
-  WithoutWaiting(const WithoutWaiting&) = delete;
-  WithoutWaiting& operator=(const WithoutWaiting&) = delete;
-  ~WithoutWaiting() {
+  WithoutDiskSync(const WithoutDiskSync&) = delete;
+  WithoutDiskSync& operator=(const WithoutDiskSync&) = delete;
+  ~WithoutDiskSync() {
     try {
       connection_.waitForDisk(true);
     } catch (const SqliteError&) {
@@ -69,16 +70,16 @@ SqliteDatabase::Opened::Opened(Connection made)
       write(connection.prepare("INSERT INTO preference (suite, key, value) VALUES (?1, ?2, ?3)"
                                " ON CONFLICT DO UPDATE SET value = excluded.value")) {}
 
-// When SQLite begins a log it waits until the header is on the disk. Else a power failure could
-// leave the header of the log that lay there before, with some of its contents, which would come
-// back over what has been written into the file since. Where nothing lay there, nothing can come
-// back: it can only cost the last changes, as it can at any other time. Nobody else writes to the
-// log before the transaction ends.
+// When SQLite begins a log, it waits until the log's header is on the disk. Otherwise a power
+// failure could leave the header of a previous log with some of its contents, which would then
+// overwrite newer data in the file. If there was no previous log, nothing can come back. Skipping
+// the wait then risks only the last changes, as at any other time. Nobody else writes to the log
+// before the transaction ends.
 template <class Work>
 bool SqliteDatabase::Opened::beginLog(Work work) {
-  const WithoutWaiting hurried(connection);
+  const WithoutDiskSync hurried(connection);
   Transaction transaction(transactions);
-  isLogBegun = !connection.hasEmptyLog();  // a change before this one may have written nothing
+  isLogBegun = !connection.hasEmptyLog();  // an earlier change may have written nothing
   if (isLogBegun) return false;
   work();
   transaction.commit();
@@ -100,7 +101,7 @@ void SqliteDatabase::Opened::change(Work work) {
 template <class Work>
 auto SqliteDatabase::with(Work work) {
   const std::lock_guard lock(mutex_);
-  if (!opened_) opened_.emplace(openDatabaseFile(file_, patience_));
+  if (!opened_) opened_.emplace(openDatabaseFile(file_, waitBudget_));
   try {
     return work(*opened_);
   } catch (const SqliteError& error) {

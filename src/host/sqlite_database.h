@@ -7,16 +7,16 @@
 #include <utility>
 
 #include "host/database.h"
-#include "host/patience.h"
 #include "host/sqlite.h"
+#include "host/wait_budget.h"
 
 namespace corvo::corvo_internal::host {
 
-/// A database in a file. Opened on first need, and again as long as that fails; one that turns out
-/// to be damaged is set aside, and the next use finds a new one. Any thread.
+/// A database in a file. Opened on first use; while that fails, every use tries again. A database
+/// that turns out to be damaged is renamed, and the next use creates a new one. Thread-safe.
 class SqliteDatabase final : public Database {
  public:
-  /// The one object per file and process. Null when the path names no file.
+  /// The only object per file and process. Null if the path names no file.
   [[nodiscard]] static std::shared_ptr<SqliteDatabase> inFile(const std::filesystem::path& file);
 
   explicit SqliteDatabase(std::filesystem::path file) : file_(std::move(file)) {}
@@ -31,10 +31,10 @@ class SqliteDatabase final : public Database {
   struct Opened {
     explicit Opened(Connection made);
 
-    /// Does some work in one transaction. The first need not wait for the disk.
+    /// Runs `work` in one transaction. The first one need not wait for the disk.
     template <class Work>
     void change(Work work);
-    /// False where that would not be safe: nothing was done then.
+    /// Returns false if that would not be safe; then nothing was done.
     template <class Work>
     bool beginLog(Work work);
 
@@ -45,13 +45,13 @@ class SqliteDatabase final : public Database {
     bool isLogBegun = false;
   };
 
-  /// Does some work with the open database, alone. Throws what the work throws.
+  /// Runs `work` on the open database under the lock. Throws what `work` throws.
   template <class Work>
   auto with(Work work);
 
   const std::filesystem::path file_;
   std::mutex mutex_;
-  Patience patience_;
+  WaitBudget waitBudget_;
   std::optional<Opened> opened_;
 };
 

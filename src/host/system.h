@@ -5,38 +5,39 @@
 #include <span>
 #include <string>
 
-// What every system does in its own way. The file of each is chosen when the library is built.
+// The parts that differ between systems. The build selects the file for the target system.
 
 namespace corvo::corvo_internal::host {
 
-/// Fills the bytes from the system's secure source. Throws `std::system_error` when it fails.
+/// Fills the bytes from the system's secure source. Throws `std::system_error` if that fails.
 void fillAtRandom(std::span<std::byte> bytes);
 
-/// The folder where applications keep the user's data; empty when there is none.
+/// The folder for the user's application data; empty if there is none.
 [[nodiscard]] std::filesystem::path userFolder();
 
-/// The name of the running program's file, which may be anything.
+/// The name of the running program's file, which may be any text.
 [[nodiscard]] std::filesystem::path programName();
 
-/// A system's name and its version, perhaps with remarks behind it; empty where unknown.
+/// A system's name and version, possibly with a suffix; empty if unknown.
 struct SystemVersion {
   std::string name;
   std::string version;
 };
 [[nodiscard]] SystemVersion describeSystem();
 
-/// Makes a file unless it exists, for its owner's eyes only. An existing one is not even opened.
+/// Creates a file that only its owner may read, unless the file exists. An existing one is not even
+/// opened.
 void makePrivateFile(const std::filesystem::path& file) noexcept;
 
-/// Whether a file that this process has open can get another name.
+/// Whether a file that this process has open can be renamed.
 [[nodiscard]] bool canRenameOpenFiles() noexcept;
 
-/// What became of the signal SIGPIPE for this thread.
+/// The state of the signal SIGPIPE for this thread.
 enum class Sigpipe { kUntouched, kBlocked, kBlockedBefore };
 
-/// Blocks the signal. It stays untouched where one is pending, and where there is no such signal.
+/// Blocks the signal. Leaves it untouched if one is pending, and on systems without the signal.
 [[nodiscard]] Sigpipe blockSigpipe() noexcept;
-/// Takes the signal if one came meanwhile, and lets it through again unless it was blocked before.
+/// Consumes a signal that was raised meanwhile. Unblocks the signal unless it was blocked before.
 void releaseSigpipe(Sigpipe sigpipe) noexcept;
 
 }  // namespace corvo::corvo_internal::host

@@ -2,11 +2,12 @@
 
 #include <filesystem>
 
-// What the systems that keep to POSIX have in common, for their own files.
+// Functions shared by the files of the POSIX systems.
 
 namespace corvo::corvo_internal::host {
 
-/// The folder that a variable names; relative ones do not count (XDG Base Directory Specification).
+/// The folder that an environment variable names. Relative paths are ignored (XDG Base Directory
+/// Specification).
 [[nodiscard]] std::filesystem::path folderIn(const char* variable);
 
 }  // namespace corvo::corvo_internal::host

@@ -6,7 +6,7 @@
 
 namespace corvo::corvo_internal::host {
 
-/// Random bytes of the operating system's secure source. Any thread.
+/// Random bytes from the operating system's secure source. Thread-safe.
 class SystemRandom final : public SecureRandom {
  public:
   void fill(std::span<std::byte> bytes) override { fillAtRandom(bytes); }

@@ -29,7 +29,7 @@ std::filesystem::path programName() {
 }
 
 SystemVersion describeSystem() {
-  using GetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);  // `GetVersionEx` would lie
+  using GetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);  // `GetVersionEx` reports an emulated version
   const auto get = reinterpret_cast<GetVersion>(
       reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion")));
   OSVERSIONINFOW info{};

@@ -14,7 +14,7 @@ struct CurlFree {
   void operator()(char* text) const noexcept { curl_free(text); }
 };
 
-/// What decides with whom one speaks. In lower case, so that equal means the same.
+/// The parts of an address that identify the server, in lower case, so that they can be compared.
 struct Parts {
   std::string scheme;
   std::string host;
@@ -32,7 +32,7 @@ std::string part(CURLU* url, CURLUPart which) {
   return lower;
 }
 
-/// By libcurl's own reader, which the transfer uses, too; without a guess at a missing scheme.
+/// Parses with libcurl's own parser, which the transfer uses, too. A missing scheme is not guessed.
 std::optional<Parts> partsOf(const std::string& text) {
   const std::unique_ptr<CURLU, CurlFree> url(curl_url());
   if (text.find('\0') != std::string::npos) return std::nullopt;

@@ -7,19 +7,18 @@
 
 namespace corvo::corvo_internal::host {
 
-/// Why a request must not be put on the wire; none when it may. It must have "GET" or "POST", an
-/// address of scheme http or https with a port that exists, and header fields (RFC 9110, section 5)
-/// without control characters.
+/// Why a request must not be sent; empty if it may. A request must have "GET" or "POST", an http or
+/// https address with a valid port, and header fields (RFC 9110, section 5) without control
+/// characters.
 [[nodiscard]] std::optional<std::string> refusal(const UrlRequest& request);
 
-/// The scheme, host and port of an address that may be requested, in one spelling for all of the
-/// same.
+/// The scheme, host and port of a permitted address, normalised for comparison.
 [[nodiscard]] std::string originName(const std::string& url);
 
 /// Whether a redirect is followed: within the same scheme, host and port, or from http to https of
-/// the same host, so that header fields never reach another host. The port may change on the way to
-/// https, as it does from 80 to 443: whoever could forge such an answer has read the fields
-/// already, and the https side still has to prove that it is the host.
+/// the same host, so that header fields never reach another host. On the way to https, the port may
+/// change, for example from 80 to 443. This is safe, because anybody who could forge such an answer
+/// has already read the fields, and the https server must still prove its identity.
 [[nodiscard]] bool mayFollow(const std::string& from, const std::string& to);
 
 }  // namespace corvo::corvo_internal::host

@@ -8,7 +8,7 @@ namespace {
 
 constexpr auto kMaxUnsigned = std::numeric_limits<std::uint64_t>::max();
 
-// An exponent beyond any literal's number of digits means the same however large it is.
+// Larger exponents make no difference: no literal has that many digits.
 constexpr std::int64_t kFarExponent = 1'000'000'000'000;
 
 bool take(char c, std::string_view& text) noexcept {

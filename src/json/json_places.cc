@@ -17,8 +17,8 @@ bool isBetween(unsigned value, unsigned first, unsigned last) {
   return first <= value && value <= last;
 }
 
-/// How many bytes the UTF-8 character has that begins with two such bytes (Unicode, table 3-7); 0
-/// when none does.
+/// The size of a UTF-8 character that begins with these two bytes (Unicode, table 3-7); 0 if there
+/// is none.
 std::size_t characterSize(unsigned lead, unsigned second) {
   if (lead < 0x80) return 1;
   const unsigned lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
@@ -31,7 +31,7 @@ bool isScalar(std::string_view token) {
   return token == "null" || token == "true" || token == "false" || JsonNumber::parse(token);
 }
 
-/// Each operation reads one thing and answers whether it is as it should be.
+/// Each operation reads one item and returns whether it is valid.
 class Scan {
  public:
   explicit Scan(std::string_view text) : text_(text) {
@@ -59,7 +59,7 @@ class Scan {
     return found;
   }
 
-  // With the blanks around it.
+  // A value with the blanks around it.
   bool value() {
     skipBlanks();
     places_.nodes.push_back(at_);
@@ -108,10 +108,10 @@ class Scan {
     return true;
   }
 
-  // From behind the opening quote to behind the closing one.
+  // From after the opening quote to after the closing one.
   bool string() {
     while (!skip('"')) {
-      if (byte() < 0x20) return fail("expected a closing quote");  // the text's end, too
+      if (byte() < 0x20) return fail("expected a closing quote");  // also at the end of the text
       if (!(byte() == '\\' ? escape() : character())) return false;
     }
     return true;
@@ -143,7 +143,7 @@ class Scan {
 
   static constexpr unsigned kNoUnit = ~0U;
 
-  // The UTF-16 code unit that an escape of four digits stands for.
+  // The UTF-16 code unit of an escape with four digits.
   [[nodiscard]] unsigned escapedUnit(std::size_t offset) const {
     if (byte(offset) != '\\' || byte(offset + 1) != 'u') return kNoUnit;
     const std::string_view digits = text_.substr(at_ + offset + 2, 4);
@@ -171,7 +171,7 @@ std::pair<std::size_t, std::size_t> LineCounter::at(std::size_t place) {
     if (c == '\n') {
       ++line_;
       column_ = 1;
-    } else if ((c & 0xC0) != 0x80) {  // a character's first byte
+    } else if ((c & 0xC0) != 0x80) {  // the first byte of a character
       ++column_;
     }
   }

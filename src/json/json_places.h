@@ -9,35 +9,35 @@
 
 namespace corvo::corvo_internal::json {
 
-/// What of a JSON text a person must find again, by the byte at which it begins.
+/// The positions in a JSON text that a message to its author needs, as byte offsets.
 struct JsonPlaces {
   struct Fault {
     std::size_t place;
     const char* reason;
   };
   struct Member {
-    std::string_view key;  ///< As it stands in the text, quotes included.
+    std::string_view key;  ///< As written in the text, with its quotes.
     std::size_t value;
   };
 
-  /// The first thing that is not as the library reads JSON; none when all is.
+  /// The first fault, if any.
   std::optional<Fault> fault;
-  /// The values and keys, as far as there is no fault, in the order of a `JsonTree`'s nodes.
+  /// The values and keys up to the first fault, in the order of a `JsonTree`'s nodes.
   std::vector<std::size_t> nodes;
-  std::vector<Member> members;  ///< Those of the text's value.
+  std::vector<Member> members;  ///< The members of the outermost value.
 };
 
-/// Reads a text by RFC 8259, to be precise about places where the library only says yes or no: it
-/// refuses the same texts. UTF-8, a leading byte order mark skipped, at most 512 levels.
+/// Parses a text by RFC 8259 and records positions, where the library's own reader only accepts or
+/// rejects. Rejects the same texts. UTF-8, a leading byte order mark skipped, at most 512 levels.
 [[nodiscard]] JsonPlaces jsonPlaces(std::string_view text);
 
-/// Where bytes of a text are, as editors count. In one pass over the text, as long as the places
-/// that are asked for go on towards its end.
+/// Converts byte offsets to lines and columns as editors count them. Takes one pass over the text
+/// if the offsets ascend.
 class LineCounter {
  public:
   explicit LineCounter(std::string_view text) : text_(text) {}
 
-  /// Line and column, from 1, columns in characters.
+  /// Line and column, both from 1. Columns count characters.
   [[nodiscard]] std::pair<std::size_t, std::size_t> at(std::size_t place);
 
  private:

@@ -7,7 +7,7 @@ class Search {
  public:
   explicit Search(const std::vector<const JsonNode*>& wanted) : wanted_(wanted) {}
 
-  // Goes below the node only where a wanted one is.
+  // Descends only into nodes that contain a wanted one.
   void visit(const JsonNode& node) {
     while (isWanted(node.first()) && wanted_[found_.size()] == &node) found_.push_back(path_);
     if (!isWanted(node.next())) return;

@@ -11,8 +11,8 @@ namespace corvo::corvo_internal::json {
 /// Extends a JSON pointer (RFC 6901) by one step: a key, or the index of an element.
 void appendToken(std::string& pointer, std::string_view token);
 
-/// The JSON pointers (RFC 6901) of nodes of one tree, which must be given in document order. One
-/// pass over the tree for all of them.
+/// The JSON pointers (RFC 6901) of nodes of one tree, which must be given in document order. Takes
+/// one pass over the tree.
 [[nodiscard]] std::vector<std::string> pointersTo(const std::vector<const JsonNode*>& nodes,
                                                   const JsonNode& root);
 

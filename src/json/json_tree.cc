@@ -1,6 +1,6 @@
 #include "json/json_tree.h"
 
-// Its checks of ours would use memory without a look whether there was any.
+// simdjson's own checks would use memory without checking that the allocation succeeded.
 #define SIMDJSON_DEVELOPMENT_CHECKS 0
 #include <simdjson.h>
 
@@ -19,7 +19,7 @@ namespace {
 
 namespace ondemand = simdjson::ondemand;
 
-// No text has more values than bytes.
+// A text has at most one value per byte.
 constexpr std::size_t kMaxSize = (std::size_t{1} << JsonNode::kSpanBits) - 1;
 
 constexpr std::string_view kNotJson = "not a JSON text";
@@ -27,9 +27,10 @@ constexpr std::string_view kNotUtf8 = "not UTF-8";
 constexpr std::string_view kTooDeep = "nested deeper than 512 levels";
 constexpr std::string_view kTooLarge = "too large";
 
-// Reads every value: simdjson checks only what is read, and of numbers and atoms less than we want.
-// Its own values are handed on by reference, for the copies cost more than the reading. The levels
-// are kept in a list, so that no document decides how much stack is used.
+// Reads every value, because simdjson checks only what is read, and checks numbers and atoms less
+// strictly than RFC 8259 demands. simdjson's values are passed by reference, because copying them
+// costs more than reading. The levels are kept in a list, so that a document's depth does not
+// determine the stack use.
 class Walk {
  public:
   /// `strings` has room for all texts of the document and the padding.
@@ -40,7 +41,8 @@ class Walk {
 
   [[nodiscard]] std::string_view error() const { return error_; }
 
-  // The list that was put around the text must hold one value and end where it was put.
+  // The text is wrapped in a list, which must hold exactly one value and end where the wrapper
+  // ends.
   bool wrapped(ondemand::document& document) {
     ondemand::array list;
     if (document.get_array().get(list) != simdjson::SUCCESS) return fail(kNotJson);
@@ -63,12 +65,12 @@ class Walk {
   struct Level {
     std::size_t node;
     std::variant<ondemand::array_iterator, ondemand::object_iterator> children;
-    std::uint32_t count = 0;  // of the children begun
+    std::uint32_t count = 0;  // the children read so far
   };
 
   template <class Container>
   bool open(JsonKind kind, Container& container) {
-    if (levels_.size() > kMaxDepth) return fail(kTooDeep);  // the list around the text is no level
+    if (levels_.size() > kMaxDepth) return fail(kTooDeep);  // the outer list does not count
     levels_.push_back({nodes_.size(), container.begin().value_unsafe()});
     return add(kind, {});
   }
@@ -82,8 +84,8 @@ class Walk {
     return isJson;
   }
 
-  // Reads the children of the innermost level, from where it was left up to the next container,
-  // which is opened, or to the end of the level, which is closed.
+  // Reads the children of the innermost level from where it was left. Opens the next container, or
+  // closes the level at its end.
   template <class Iterator>
   bool readChildren(Iterator next) {
     const std::size_t own = levels_.size() - 1;
@@ -130,8 +132,8 @@ class Walk {
     }
   }
 
-  // Not into the parser's own room: it does not look whether there was memory for that. Most
-  // strings have no escapes and are used where they stand, so that little of the room is ever
+  // Avoids the parser's own string buffer, because simdjson does not check that its allocation
+  // succeeded. Most strings have no escapes and are used in place, so little of the buffer is ever
   // touched.
   bool string(const simdjson::simdjson_result<ondemand::raw_json_string>& raw) {
     std::uint8_t* const place = strings_;
@@ -147,13 +149,13 @@ class Walk {
     return add(JsonKind::string, text);
   }
 
-  // Whether a string is as long as it is unescaped: then a quote follows that is not escaped
-  // itself.
+  // Whether the string has no escapes, so that its unescaped size equals its size in the text. Then
+  // an unescaped quote follows.
   static bool endsAt(const char* string, std::size_t size) {
     return string[size] == '"' && (size == 0 || string[size - 1] != '\\');
   }
 
-  // A token reaches to the next one, blanks included.
+  // A token extends to the next one, blanks included.
   bool scalar(std::string_view token) {
     token = token.substr(0, token.find_last_not_of(" \t\n\r") + 1);
     if (token == "null") return add(JsonKind::null, token);
@@ -168,11 +170,11 @@ class Walk {
   std::vector<Level> levels_;
 };
 
-// The size of text that the parser makes room for. The GNU C library keeps what is freed for the
-// next document only up to twice the largest block that it was ever given back. Three times the
-// room makes that block so large that it keeps everything. Otherwise it hands the memory back to
-// the system, which takes as long as half the reading. Room that is not used costs addresses, not
-// memory. Blocks of 32 MiB or more go back in any case.
+// The text size for which the parser allocates its buffers. glibc keeps freed memory for the next
+// document only up to twice the largest block ever freed. With three times the room, that block is
+// large enough for everything to be kept. Otherwise glibc returns the memory to the system, which
+// takes half as long as parsing. Unused room costs addresses, not memory. Blocks of 32 MiB or more
+// are always returned.
 std::size_t roomFor(std::string_view text) {
 #ifdef __GLIBC__
   constexpr std::size_t kKept = (std::size_t{32} << 20) / sizeof(std::uint32_t) / 3;
@@ -195,13 +197,13 @@ JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) 
     return;
   }
 
-  // Read as the only element of a list, so that a scalar at the root needs no path of its own.
+  // Parsed as the only element of a list, so that a scalar at the root needs no separate path.
   auto& text = source_->text;
   text.reserve(json.size() + 2 + simdjson::SIMDJSON_PADDING);
   text.append("[").append(json).append("]");
   source_->strings =
       std::make_unique_for_overwrite<std::uint8_t[]>(text.size() + simdjson::SIMDJSON_PADDING);
-  nodes_.reserve(json.size() / 6 + 2);  // in documents of short texts a value takes six bytes or so
+  nodes_.reserve(json.size() / 6 + 2);  // a value takes six bytes if texts are short
 
   ondemand::parser parser;
   if (parser.allocate(roomFor(text))) base::throwOrStop(std::bad_alloc());
@@ -212,7 +214,7 @@ JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) 
   } else if (!walk.wrapped(document)) {
     error_ = walk.error();
   }
-  // Which of two faults simdjson meets first depends on the processor.
+  // Which of two faults simdjson finds first depends on the processor.
   if (error_ == kNotJson && !base::isWellFormed(json)) error_ = kNotUtf8;
 }
 

@@ -10,20 +10,20 @@ namespace corvo::corvo_internal::json {
 
 enum class JsonKind : std::uint8_t { null, boolean, number, string, array, object };
 
-/// One value of a document. Nodes lie in document order: the values below an array or object follow
-/// it directly, each member of an object as its key and then its value.
+/// One value of a document. Nodes are stored in document order: the values of an array or object
+/// follow it directly, and each member of an object is its key followed by its value.
 struct JsonNode {
   static constexpr int kSpanBits = 29;
 
-  const char* data = nullptr;  ///< The text of a key or string, unescaped; a scalar's literal.
+  const char* data = nullptr;  ///< The unescaped text of a key or string; the literal of a scalar.
   std::uint32_t size = 0;      ///< The bytes of that text, or the number of elements or members.
-  std::uint32_t span : kSpanBits = 1;  ///< The nodes of this value, itself included.
+  std::uint32_t span : kSpanBits = 1;  ///< The number of nodes of this value, including itself.
   JsonKind kind : 3 = JsonKind::null;
 
   [[nodiscard]] std::string_view text() const noexcept { return {data, size}; }
   [[nodiscard]] bool isTrue() const noexcept { return text() == "true"; }
 
-  /// The first node below this one, and the one after all of them.
+  /// The first child, and the end of all descendants.
   [[nodiscard]] const JsonNode* first() const noexcept { return this + 1; }
   [[nodiscard]] const JsonNode* next() const noexcept { return this + span; }
 };
@@ -46,7 +46,7 @@ class JsonElements {
   const JsonNode& array_;
 };
 
-/// The members of an object in document order, those that a later duplicate overrides included.
+/// The members of an object in document order, including those that a later duplicate overrides.
 class JsonMembers {
  public:
   explicit JsonMembers(const JsonNode& object) noexcept : object_(object) {}
@@ -68,9 +68,10 @@ class JsonMembers {
   const JsonNode& object_;
 };
 
-/// A JSON text, every value of it read and checked: strict RFC 8259 in UTF-8, a leading byte order
-/// mark skipped, at most 512 levels of arrays and objects and 512 MiB. Numbers are checked against
-/// the grammar only; whether one fits a type is for whoever wants it. Owns all that its nodes view.
+/// A JSON text in which every value is parsed and checked: strict RFC 8259 in UTF-8, a leading byte
+/// order mark skipped, at most 512 levels of arrays and objects and 512 MiB. Numbers are checked
+/// against the grammar only; the reader of a number checks whether it fits its type. Owns
+/// everything that its nodes view.
 class JsonTree {
  public:
   explicit JsonTree(std::string_view json);
@@ -78,11 +79,11 @@ class JsonTree {
   JsonTree(const JsonTree&) = delete;
   JsonTree& operator=(const JsonTree&) = delete;
 
-  /// The document's value, or null when the text is no JSON document.
+  /// The outermost value, or null if the text is not valid JSON.
   [[nodiscard]] const JsonNode* root() const noexcept {
     return error_.empty() ? nodes_.front().first() : nullptr;
   }
-  /// Why there is no root, in a few words; else empty.
+  /// Why there is no root, in a few words; otherwise empty.
   [[nodiscard]] std::string_view error() const noexcept { return error_; }
 
  private:

@@ -12,8 +12,8 @@ using namespace corvo_internal;
 JsonValue::JsonValue(JsonValue&& other) noexcept = default;
 JsonValue& JsonValue::operator=(JsonValue&& other) noexcept = default;
 
-// Without this, the destructor of each level would call that of the next. Where there is no memory
-// for the list of levels, they do.
+// Avoids destructors that call each other for every level. If there is no memory for the list of
+// levels, they do so after all.
 void JsonValue::dropChildren() noexcept {
   const auto dropByLevels = [this] {
     std::vector<JsonValue> levels;
@@ -31,7 +31,8 @@ void JsonValue::dropChildren() noexcept {
   base::attempt(dropByLevels, [] {});
 }
 
-// Drops children up to the first that has some of its own. Gives that one; null where none is left.
+// Drops children up to the first that has children itself. Returns that one, or null if none is
+// left.
 JsonValue* JsonValue::dropUpToNested() noexcept {
   if (auto* list = as<JsonArray>()) {
     while (!list->empty() && !list->back().hasChildren()) list->pop_back();

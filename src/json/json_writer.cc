@@ -10,7 +10,8 @@
 namespace corvo::corvo_internal::json {
 namespace {
 
-// What follows the backslash for each byte that RFC 8259 wants escaped; zero for the others.
+// The character after the backslash for each byte that RFC 8259 requires to be escaped; zero for
+// all others.
 constexpr auto kEscapeLetters = [] {
   std::array<char, 256> letters{};
   for (std::size_t control = 0; control < 0x20; ++control) letters[control] = 'u';
@@ -26,8 +27,8 @@ constexpr auto kEscapeLetters = [] {
 
 char letterOf(char c) { return kEscapeLetters[static_cast<unsigned char>(c)]; }
 
-// Whether one of eight bytes must be escaped: a difference borrows into a byte's highest bit where
-// the byte is below (S. Anderson, "Bit Twiddling Hacks": hasless, haszero).
+// Whether one of eight bytes must be escaped. A subtraction borrows into a byte's highest bit if
+// the byte is below the limit (S. Anderson, "Bit Twiddling Hacks": hasless, haszero).
 bool anyEscaped(std::uint64_t bytes) {
   constexpr std::uint64_t kEach = 0x0101010101010101;
   constexpr std::uint64_t kHighest = 0x80 * kEach;
@@ -40,7 +41,7 @@ bool anyEscaped(std::uint64_t bytes) {
   return (anyBelow(bytes, 0x20) | any('"') | any('\\')) != 0;
 }
 
-// The first byte from there on that must be escaped, or the end.
+// The position of the first byte at or after `from` that must be escaped, or the end.
 std::size_t firstEscaped(std::string_view text, std::size_t from) {
   constexpr std::size_t kWord = sizeof(std::uint64_t);
   for (; text.size() - from >= kWord; from += kWord) {
@@ -107,7 +108,7 @@ void JsonWriter::value(const JsonValue& value) {
   std::visit(Write{*this}, value.value());
 }
 
-// Apart from the above, so that they need little stack: what they go through nests deeply.
+// Separate functions, because they recurse with the nesting and should use little stack.
 CORVO_COLD void JsonWriter::value(const JsonArray& list) {
   beginArray();
   for (const JsonValue& element : list) value(element);
@@ -123,7 +124,7 @@ CORVO_COLD void JsonWriter::value(const JsonObject& object) {
   endObject();
 }
 
-// A value needs a comma before it unless it is the first one or follows its key.
+// Writes a comma before a value, unless the value is the first one or follows its key.
 void JsonWriter::separate() {
   if (text_.empty()) return;
   const char last = text_.back();
@@ -131,7 +132,7 @@ void JsonWriter::separate() {
 }
 
 void JsonWriter::open(char bracket) {
-  constexpr std::size_t kMostUsers = 512;  // have a text of that size, grown in one step, not six
+  constexpr std::size_t kMostUsers = 512;  // fit into this size, so the text grows only once
   if (text_.empty()) text_.reserve(kMostUsers);
   separate();
   text_ += bracket;

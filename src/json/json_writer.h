@@ -9,8 +9,8 @@
 
 namespace corvo::corvo_internal::json {
 
-/// Appends JSON text (RFC 8259) without blanks to one string. The caller keeps to JSON's grammar;
-/// the commas are set here. Texts must be well-formed UTF-8; only what must be is escaped.
+/// Appends JSON text (RFC 8259) without blanks to one string. The caller follows JSON's grammar;
+/// the writer adds the commas. Texts must be well-formed UTF-8. Only mandatory escapes are used.
 class JsonWriter {
  public:
   void beginObject() { open('{'); }
@@ -18,14 +18,14 @@ class JsonWriter {
   void beginArray() { open('['); }
   void endArray() { text_ += ']'; }
   void key(std::string_view key);
-  /// A key in which nothing needs to be escaped.
+  /// A key without characters that need escaping.
   void plainKey(std::string_view key);
 
   void null() { raw("null"); }
   void boolean(bool value) { raw(value ? "true" : "false"); }
   void integer(std::int64_t value);
   void integer(std::uint64_t value);
-  /// The shortest digits that read back; null when JSON has no such number.
+  /// The shortest digits that parse back to the same value; null if JSON cannot express the number.
   void real(double value);
   void real(float value);
   void string(std::string_view value);
@@ -33,9 +33,9 @@ class JsonWriter {
   void value(const JsonArray& list);
   void value(const JsonObject& object);
 
-  /// Notes that a value could not be written: the text is of no use any more.
+  /// Records that a value could not be written. The text is then unusable.
   void refuse() { faithful_ = false; }
-  /// Whether nothing was refused, and every number was one that JSON has.
+  /// Whether every value was written, and JSON can express every number.
   [[nodiscard]] bool isFaithful() const noexcept { return faithful_; }
   [[nodiscard]] std::string take() { return std::move(text_); }
 

@@ -2,9 +2,9 @@
 
 namespace corvo::corvo_internal::json {
 
-/// A moment as it is stored: a JSON number, the seconds since 2001-01-01 00:00:00 UTC.
+/// A point in time as it is stored: a JSON number, in seconds since 2001-01-01 00:00:00 UTC.
 struct StoredDate {
-  static constexpr double kEpoch = 978'307'200;  ///< That day, in seconds since 1970.
+  static constexpr double kEpoch = 978'307'200;  ///< That date in seconds since 1970.
 
   double secondsSince1970 = 0;
 

@@ -10,9 +10,9 @@
 
 namespace corvo::corvo_internal::lint {
 
-/// All kinds of findings. docs/lint.md explains them in this order.
+/// All kinds of findings, in the order of docs/lint.md.
 enum class Code : std::uint8_t {
-  // What is read.
+  // Decoding.
   notJson,
   notAConfiguration,
   droppedElement,
@@ -23,7 +23,7 @@ enum class Code : std::uint8_t {
   platformMisspelled,
   platformDropsAll,
   platformIgnored,
-  // Shares.
+  // Allocations and weights.
   noGroups,
   weightsSum,
   percentage,

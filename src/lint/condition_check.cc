@@ -18,14 +18,13 @@ using Sign = model::ConditionSign;
 bool isAbout(Sign sign, Sign first, Sign last) { return first <= sign && sign <= last; }
 bool isDated(Sign sign) { return isAbout(sign, Sign::onDate, Sign::beforeTime); }
 bool isOrdering(Sign sign) { return isAbout(sign, Sign::greater, Sign::lessEqual); }
-// Those that compare the digest of the property where a decision is private.
+// The operators that compare the property's digest if the flag or experiment is private.
 bool isHashable(Sign sign) {
   return isAbout(sign, Sign::equal, Sign::noneOf) ||
          isAbout(sign, Sign::startsWith, Sign::notContains);
 }
 
-// --- Values that the sign cannot use
-// --------------------------------------------------------------
+// --- Values that the operator cannot use ---------------------------------------------------------
 
 Code codeOfUnreadable(const Condition& condition) {
   if (isDated(condition.conditionSign)) return Code::notADate;
@@ -49,15 +48,15 @@ void checkValues(const Condition& condition, bool holds, const JsonNode& node, R
   } else {
     const Code code = codeOfUnreadable(condition);
     report.add(code, node,
-               sign + " needs " + describedUnreadable(code) + ", and " +
-                   quoted(condition.values[0]) + " is none: " + answer);
+               sign + " needs " + describedUnreadable(code) + ", but " +
+                   quoted(condition.values[0]) + " is not one: " + answer);
   }
 }
 
-// --- The property
-// ---------------------------------------------------------------------------------
+// --- The property --------------------------------------------------------------------------------
 
-// What a user's builder sets by a name of its own, beside the properties of device and application.
+// Properties with their own setter on the user builder, in addition to those of device and
+// application.
 constexpr std::array<std::string_view, 3> kOfUsers{"userId", "profileId", "email"};
 constexpr std::array<std::string_view, 2> kPrefixes{"custom.", "geo."};
 
@@ -78,8 +77,8 @@ std::string meantProperty(std::string_view name) {
   return prefix.empty() ? "" : std::string(prefix) + std::string(name.substr(dot + 1));
 }
 
-// What a sign cannot read in a property of device or clock, though a user may have another of that
-// name.
+// The type that an operator requires and a property of device or clock lacks. The user may have
+// another property of that name.
 std::string_view misfit(const Condition& condition) {
   const std::string_view name = condition.name;
   if (isOrdering(condition.conditionSign) && (name == "date" || name == "time")) return "number";
@@ -94,22 +93,21 @@ void checkProperty(const Document& document, Placed<Condition> condition, Report
   const JsonNode& node = document.place(condition, &Condition::name);
   if (!isFilled(name)) {
     report.add(Code::unknownProperty, node,
-               "nothing fills the property " + quoted(name) + didYouMean(meantProperty(name)));
+               "the property " + quoted(name) + " is never set" + didYouMean(meantProperty(name)));
   }
   if (const auto wanted = misfit(*condition); !wanted.empty()) {
     report.add(Code::signMisfit, node,
-               quoted(name) + " is no " + std::string(wanted) + ": " +
+               quoted(name) + " is not a " + std::string(wanted) + ", so " +
                    quoted(model::textOf(condition->conditionSign)) + " does not hold for it");
   }
   if (name == "os.version" && isOrdering(condition->conditionSign)) {
     report.add(Code::osVersionAsNumber, node,
                "\"os.version\" is compared as a number: 17.10 counts as less than 17.9, and 17.4.1 "
-               "as none");
+               "is not a number");
   }
 }
 
-// --- Private values
-// -------------------------------------------------------------------------------
+// --- Private values ------------------------------------------------------------------------------
 
 bool isDigest(std::string_view text) {
   constexpr std::size_t kDigits = 32;
@@ -122,8 +120,8 @@ void checkDigests(const Document& document, Placed<Condition> condition, Report&
     const std::string_view text = *value;
     if (text.empty() || isDigest(text)) continue;
     report.add(Code::privateOperand, *value.node,
-               "private conditions compare MD5 digests of 32 lower-case hexadecimal digits, and " +
-                   quoted(text) + " is none");
+               "private conditions compare MD5 digests (32 lower-case hexadecimal digits), but " +
+                   quoted(text) + " is not one");
   }
 }
 

@@ -6,8 +6,8 @@
 
 namespace corvo::corvo_internal::lint {
 
-/// Checks a condition by itself. `constant` is its answer where that does not depend on the
-/// property, and `isPrivate` the privacy of whoever owns the decision.
+/// Checks a single condition. `constant` is its answer if that does not depend on the property;
+/// `isPrivate` is the privacy setting of the flag or experiment.
 void checkCondition(const Document& document, Placed<model::Condition> condition,
                     std::optional<bool> constant, bool isPrivate, Report& report);
 

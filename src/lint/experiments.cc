@@ -20,8 +20,7 @@ using model::Text;
 
 bool isHoldout(const Experiment& experiment) { return experiment.type == ExperimentType::holdout; }
 
-// --- Names
-// ----------------------------------------------------------------------------------------
+// --- Names ---------------------------------------------------------------------------------------
 
 class NameCheck {
  public:
@@ -35,8 +34,7 @@ class NameCheck {
       distinct(document_.list(experiment, &Experiment::groups), &Group::name, "group");
       distinct(document_.list(experiment, &Experiment::params), &Param::name, "parameter");
       for (const auto param : document_.list(experiment, &Experiment::params)) {
-        distinct(document_.list(param, &Param::values), &Param::Value::group,
-                 "value for the group");
+        distinct(document_.list(param, &Param::values), &Param::Value::group, "value");
       }
       for (const auto flag : document_.list(experiment, &Experiment::featureFlags)) {
         distinct(document_.list(flag, &FeatureFlag::groups), &FeatureFlagGroup::name, "group");
@@ -52,25 +50,24 @@ class NameCheck {
       const std::string_view own = (*record).*name;
       if (names.insert(own).second) continue;
       report_.add(Code::duplicateName, document_.place(record, name),
-                  std::string("there is another ") + what + ' ' + quoted(own) +
-                      " before this one: only the first is found by name");
+                  std::string("an earlier ") + what + " is also named " + quoted(own) +
+                      ": only the first one is found");
     }
   }
 
   void checkBar(Placed<Experiment> experiment) {
     if (experiment->name.view().find('|') == std::string_view::npos) return;
     report_.add(Code::barInName, document_.place(experiment, &Experiment::name),
-                "\"|\" separates the names in the text of all experiments of a user");
+                "\"|\" separates the names in the text of a user's experiments");
   }
 
   const Document& document_;
   Report& report_;
 };
 
-// --- Groups
-// ---------------------------------------------------------------------------------------
+// --- Groups --------------------------------------------------------------------------------------
 
-// The names of an experiment's groups, and which of them something else has.
+// The names of an experiment's groups, and which of them are used elsewhere.
 class GroupCheck {
  public:
   GroupCheck(const Document& document, Placed<Experiment> experiment, Report& report)
@@ -80,7 +77,7 @@ class GroupCheck {
     }
   }
 
-  // Whether each record names one of the groups, and each group is named.
+  // Checks that each record names one of the groups, and that each group is named.
   template <class Owner, class R>
   void check(Placed<Owner> owner, model::List<R> Owner::*records, Text R::*name, Code missing,
              const char* consequence) {
@@ -98,7 +95,7 @@ class GroupCheck {
   }
 
  private:
-  // Stops at the third missing one, lest the groups be walked through for every owner.
+  // Stops at the third missing group. Otherwise every owner would search all groups.
   void checkMissing(const JsonNode& node, const std::set<std::string_view>& given, Code code,
                     const char* consequence) {
     const std::size_t count = names_.size() - given.size();
@@ -120,16 +117,15 @@ void checkGroups(const Document& document, Placed<Experiment> experiment, Report
   GroupCheck groups(document, experiment, report);
   for (const auto flag : document.list(experiment, &Experiment::featureFlags)) {
     groups.check(flag, &FeatureFlag::groups, &FeatureFlagGroup::name, Code::carriedGroupMissing,
-                 "the carried flag gives an error to users in the group ");
+                 "the carried flag has no rules, but an error, for users in group ");
   }
   for (const auto param : document.list(experiment, &Experiment::params)) {
     groups.check(param, &Param::values, &Param::Value::group, Code::paramValueMissing,
-                 "the parameter has no value for the group ");
+                 "the parameter has no value for group ");
   }
 }
 
-// --- Carried flags
-// --------------------------------------------------------------------------------
+// --- Carried flags -------------------------------------------------------------------------------
 
 template <class R>
 std::set<std::string_view> namesOf(const std::vector<Placed<R>>& records) {
@@ -148,21 +144,19 @@ void checkCarried(const Document& document, Report& report) {
           carriers.try_emplace(flag->name.view(), experiment->name.view());
       if (!isNew) {
         report.add(Code::flagCarriedTwice, node,
-                   "the experiment " + quoted(carrier->second) + " carries the flag " +
-                       quoted(flag->name) +
-                       " before: a question about the flag asks only that one");
+                   "the experiment " + quoted(carrier->second) + " already carries the flag " +
+                       quoted(flag->name) + ": only that one decides the flag");
       }
       if (!own.contains(flag->name)) {
         report.add(Code::carriedFlagWithoutFlag, node,
-                   "clients have no flag " + quoted(flag->name) +
-                       " of its own: users outside the experiment get an error");
+                   "clients have no separate flag " + quoted(flag->name) +
+                       ": users outside the experiment get an error");
       }
     }
   }
 }
 
-// --- Holdouts
-// -------------------------------------------------------------------------------------
+// --- Holdouts ------------------------------------------------------------------------------------
 
 class HoldoutCheck {
  public:
@@ -186,15 +180,15 @@ class HoldoutCheck {
   }
 
  private:
-  // A holdout on the way, and which of the holdouts that it names are to be followed.
+  // A holdout on the current path, and the holdouts that it names and that remain to be followed.
   struct Step {
     std::string_view name;
     std::vector<Placed<Text>> named;
     std::size_t next = 0;
   };
 
-  // Follows the names from one holdout to the next, each once. Who names a holdout that is on the
-  // way closes a ring.
+  // Follows the references from holdout to holdout, each once. A reference to a holdout on the
+  // current path closes a ring.
   void checkRings(std::string_view start) {
     std::vector<Step> way;
     enter(start, way);
@@ -211,9 +205,9 @@ class HoldoutCheck {
         enter(*named, way);
       } else if (known->second && !pairs_.contains({named->view(), last.name})) {
         report_.add(Code::holdoutsNameEachOther, *named.node,
-                    "from the holdout " + quoted(*named) +
-                        " the names lead back to this one: users who are in all of this ring are "
-                        "reported to be in none");
+                    "the holdout " + quoted(*named) +
+                        " leads back to this one: users in all holdouts of this ring are reported "
+                        "to be in none");
       }
     }
   }
@@ -229,17 +223,17 @@ class HoldoutCheck {
       const std::string why = experiments_.contains(name)
                                   ? "the experiment " + quoted(name) + " is not a holdout"
                                   : "clients have no holdout " + quoted(name);
-      return report_.add(Code::holdoutNotFound, node, why + ": nobody is held out by it");
+      return report_.add(Code::holdoutNotFound, node, why + ": it holds nobody out");
     }
     if (!isHoldout(owner)) return;
     if (name == owner.name.view()) {
       report_.add(Code::holdoutNamesItself, node,
-                  "this holdout keeps its own users out of itself: nobody is reported to be in it");
+                  "this holdout names itself: nobody is reported to be in it");
     } else if (pairs_.contains({name, owner.name})) {
       report_.add(Code::holdoutsNameEachOther, node,
                   "the holdout " + quoted(name) +
-                      " names this one, too: users who are in both are "
-                      "reported to be in none");
+                      " names this one, too: users in both are reported to be in "
+                      "neither");
     }
   }
 
@@ -247,12 +241,11 @@ class HoldoutCheck {
   Report& report_;
   std::set<std::string_view> experiments_;
   std::map<std::string_view, Placed<Experiment>> holdouts_;
-  std::map<std::string_view, bool> isOnWay_;  // of the holdouts that were entered
-  std::set<std::pair<std::string_view, std::string_view>> pairs_;  // who names whom
+  std::map<std::string_view, bool> isOnWay_;                       // of the visited holdouts
+  std::set<std::pair<std::string_view, std::string_view>> pairs_;  // naming and named holdout
 };
 
-// --- Forced users
-// ---------------------------------------------------------------------------------
+// --- Forced users --------------------------------------------------------------------------------
 
 // The lists of one experiment.
 class ForcedCheck {
@@ -264,8 +257,9 @@ class ForcedCheck {
       const auto [first, isNew] = names_.try_emplace(*identifier, name);
       if (isNew) continue;
       report_.add(Code::forcedTwice, *identifier.node,
-                  quoted(*identifier) + " is in the list of " + first->second +
-                      (first->second == name ? " before" : ", too, and only that one counts"));
+                  quoted(*identifier) + (first->second == name ? " is already" : " is also") +
+                      " in the list of " + first->second +
+                      (first->second == name ? "" : ", and only that list counts"));
     }
   }
 

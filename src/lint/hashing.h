@@ -8,8 +8,8 @@
 
 namespace corvo::corvo_internal::lint {
 
-/// What decides where the hash puts a user: the identifier that is taken, and the text that is
-/// appended to it. Where both are the same, so is the user's place.
+/// The input that determines where the hash puts a user: the identifier, and the salt appended to
+/// it. Equal inputs give the same position.
 struct Hashing {
   model::SplitMode splitMode;
   std::string_view salt;

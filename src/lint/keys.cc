@@ -9,7 +9,7 @@
 namespace corvo::corvo_internal::lint {
 namespace {
 
-// The type of the records that a field holds; void when it holds none.
+// The type of the records in a field; void if it holds none.
 template <class T>
 struct RecordsIn {
   using Type = std::conditional_t<model::JsonRecord<T>, T, void>;
@@ -21,7 +21,7 @@ struct RecordsIn<model::List<T>> : RecordsIn<T> {};
 template <class T>
 struct RecordsIn<std::vector<T>> : RecordsIn<T> {};
 
-// The keys of an object in the order of their texts, equal ones in that of the document.
+// The keys of an object, sorted by text; equal keys stay in document order.
 std::vector<const JsonNode*> keysOf(const JsonNode& object) {
   std::vector<const JsonNode*> keys;
   const JsonMembers members(object);
@@ -36,7 +36,7 @@ bool isRepeated(const std::vector<const JsonNode*>& keys, std::size_t position) 
   return position > 0 && keys[position - 1]->text() == keys[position]->text();
 }
 
-// Walks the document by the tables of fields, whether or not its records can be decoded.
+// Walks the document by the tables of fields, even where its records cannot be decoded.
 class KeyCheck {
  public:
   explicit KeyCheck(Report& report) : report_(report) {}
@@ -79,17 +79,16 @@ class KeyCheck {
       const bool isKnown = std::ranges::find(known, key) != known.end();
       if (isRepeated(keys, i)) {
         report_.addAtKey(isKnown ? Code::duplicateKey : Code::duplicateIgnoredKey, *keys[i],
-                         "the key " + quoted(key) + " stands here again: only the last one counts");
+                         "the key " + quoted(key) + " is repeated: only the last one counts");
       } else if (!isKnown) {
-        report_.addAtKey(
-            Code::unknownKey, *keys[i],
-            "the key " + quoted(key) + " is not read here" + didYouMean(nearest(key, known)));
+        report_.addAtKey(Code::unknownKey, *keys[i],
+                         "unknown key " + quoted(key) + didYouMean(nearest(key, known)));
       }
     }
   }
 
-  // A value that nobody reads as records. The first repeated key in it is enough: each finding has
-  // a pointer to its place, which here may be as long as the document.
+  // A value that is not read as records. Only the first repeated key in it is reported: each
+  // finding contains a pointer to its place, which can be as long as the document here.
   void foreign(const JsonNode& value) {
     for (const JsonNode* node = &value; node != value.next(); ++node) {
       if (node->kind != JsonKind::object) continue;
@@ -98,7 +97,7 @@ class KeyCheck {
         if (!isRepeated(keys, i)) continue;
         return report_.addAtKey(
             Code::duplicateIgnoredKey, *keys[i],
-            "the key " + quoted(keys[i]->text()) + " stands here again: only the last one counts");
+            "the key " + quoted(keys[i]->text()) + " is repeated: only the last one counts");
       }
     }
   }

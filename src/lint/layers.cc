@@ -16,7 +16,7 @@ namespace {
 using model::Experiment;
 using model::LayerBounds;
 
-// The points at which a layer can put a user are whole numbers from 0 to this one.
+// A layer puts users at whole numbers from 0 to this one.
 constexpr double kLastPoint =
     static_cast<int>(placement::kLargestBucket / placement::kLayerDivisor);
 
@@ -29,7 +29,7 @@ struct Points {
 };
 
 Points pointsOf(const LayerBounds& bounds) {
-  // Bounds that are not numbers contain none.
+  // Bounds that are NaN contain no points.
   if (!(bounds.lowerBound <= bounds.upperBound)) return {1, 0};
   return {std::max(std::ceil(bounds.lowerBound), 0.0),
           std::min(std::floor(bounds.upperBound), kLastPoint)};
@@ -38,13 +38,13 @@ Points pointsOf(const LayerBounds& bounds) {
 void checkBounds(Placed<LayerBounds> bounds, Report& report) {
   const std::string ends = "from " + shown(bounds->lowerBound) + " to " + shown(bounds->upperBound);
   if (placement::isInverted(*bounds)) {
-    report.add(Code::invertedBounds, *bounds.node,
-               "the bounds go " + ends + ": clients stop the process when they compare a user");
+    report.add(
+        Code::invertedBounds, *bounds.node,
+        "the bounds go " + ends + ": clients abort the process when they compare a user with them");
   } else if (pointsOf(*bounds).isEmpty()) {
     report.add(Code::emptyBounds, *bounds.node,
                "the bounds go " + ends +
-                   ", where no user is: users are at the whole numbers from 0"
-                   " to " +
+                   " and contain no users: users are at whole numbers from 0 to " +
                    shown(kLastPoint));
   }
 }
@@ -53,11 +53,11 @@ void checkLayerOf(const Document& document, Placed<Experiment> experiment, Repor
   const auto bounds = document.list(experiment, &Experiment::layerBounds);
   if (bounds.empty() && experiment->layerId) {
     report.add(Code::layerWithoutBounds, document.place(experiment, &Experiment::layerId),
-               "an experiment in a layer, but without bounds, admits nobody");
+               "an experiment in a layer without bounds admits nobody");
   }
   if (!bounds.empty() && !experiment->layerId) {
     report.add(Code::boundsWithoutLayer, document.place(experiment, &Experiment::layerBounds),
-               "these bounds are without a layer_id: all such experiments share one layer");
+               "the bounds have no layer_id: all such experiments share one layer");
   }
   for (const auto each : bounds) checkBounds(each, report);
 }
@@ -82,8 +82,8 @@ std::map<Hashing, std::vector<Slice>> layersIn(const Document& document) {
   return layers;
 }
 
-// Goes along the layer and knows the two experiments that reach furthest so far: one of them is
-// another one than that which comes next.
+// Moves along the layer and keeps the two experiments that reach furthest so far. At least one of
+// them differs from the experiment that comes next.
 class Sweep {
  public:
   void add(const Slice& slice, Report& report) {
@@ -100,14 +100,14 @@ class Sweep {
   static void tell(const Slice& slice, const Slice& other, Report& report) {
     const double last = std::min(slice.points.last, other.points.last);
     report.add(Code::layerOverlap, *slice.node,
-               "the experiment " + quoted(other.owner->name) + " has the users at " +
+               "the experiment " + quoted(other.owner->name) + " also has the users at " +
                    (last == slice.points.first
                         ? "point " + shown(last)
-                        : "the points from " + shown(slice.points.first) + " to " + shown(last)) +
-                   " of this layer, too");
+                        : "points " + shown(slice.points.first) + " to " + shown(last)) +
+                   " of this layer");
   }
 
-  // The first is the furthest; the second is of another experiment.
+  // The first reaches furthest; the second belongs to another experiment.
   void keep(const Slice& slice) {
     auto& [first, second] = furthest_;
     const auto isFurther = [&](const Slice* than) {
@@ -131,14 +131,14 @@ void checkOverlaps(std::vector<Slice>& slices, Report& report) {
   for (const Slice& slice : slices) sweep.add(slice, report);
 }
 
-// Where all of a layer lies in its first tenth, its bounds were meant as percentages.
+// If all intervals of a layer lie in its first tenth, the bounds were meant as percentages.
 void checkScale(const Document& document, const std::vector<Slice>& slices, Report& report) {
   constexpr double kHundred = 100;
   double last = 0;
   for (const Slice& slice : slices) last = std::max(last, slice.points.last);
   if (last > kHundred) return;
   const Experiment* told = nullptr;
-  for (const Slice& slice : slices) {  // those of an experiment stand together
+  for (const Slice& slice : slices) {  // intervals of one experiment are adjacent
     if (std::exchange(told, slice.owner.record) == slice.owner.record) continue;
     report.add(Code::boundsScale, document.place(slice.owner, &Experiment::layerBounds),
                "no bound in this layer exceeds " + shown(last) +

@@ -15,7 +15,7 @@ using corvo_internal::lint::Report;
 using corvo_internal::project::Document;
 
 std::vector<Finding> ofNoJson(std::string_view text, std::string_view error) {
-  // A text that is too large has no place where it stops to be JSON.
+  // A text that is too large has no faulty position.
   const auto fault = corvo_internal::json::jsonPlaces(text).fault;
   const std::string reason = fault ? fault->reason : std::string(error);
   return {findingAt(Code::notJson, text, fault ? fault->place : 0, "not JSON: " + reason)};
@@ -23,7 +23,7 @@ std::vector<Finding> ofNoJson(std::string_view text, std::string_view error) {
 
 void checkConfiguration(const Document& document, Report& report) {
   checkReading(document, report);
-  checkShares(document, report);
+  checkAllocations(document, report);
   checkLayers(document, report);
   checkRules(document, report);
   checkValues(document, report);

@@ -23,7 +23,7 @@ void suggestOf(const ReadFailure& failure, std::string_view& best) {
   best = nearest(failure.node->text(), texts);
 }
 
-// What an unknown word of an enumeration was probably meant to be.
+// The word of an enumeration that an unknown one was probably meant to be.
 std::string suggestion(const ReadFailure& failure) {
   if (failure.why != ReadFailure::Why::unknownValue) return "";
   std::string_view best;
@@ -33,7 +33,8 @@ std::string suggestion(const ReadFailure& failure) {
   return didYouMean(best);
 }
 
-// Elements of tolerant lists are records and strings: only a list itself is wanted as an array.
+// Elements of tolerant lists are records and strings, so only a list itself is expected to be an
+// array.
 bool isAbsorbedList(const DroppedNode& drop) {
   return drop.failure.node == drop.node && drop.failure.detail == "array";
 }
@@ -42,16 +43,16 @@ void reportDrop(const DroppedNode& drop, const std::string& cause, Report& repor
   const std::string reason = withinLine(drop.failure.reason());
   if (isAbsorbedList(drop)) {
     report.add(Code::holdoutsNotAList, *drop.node,
-               reason + ": the experiment is read as one that names no holdouts");
+               reason + ": the experiment is read as if it named no holdouts");
     return;
   }
   const std::string place = drop.failure.node == drop.node ? "" : " at " + cause;
   report.add(Code::droppedElement, *drop.node,
-             "dropped by the reader: " + reason + place + suggestion(drop.failure));
+             "dropped: " + reason + place + suggestion(drop.failure));
 }
 
 void checkDrops(const Document& document, Report& report) {
-  // In document order, for no dropped element lies in another.
+  // In document order, because dropped elements do not contain each other.
   std::vector<const JsonNode*> causes;
   for (const DroppedNode& drop : document.dropped()) causes.push_back(drop.failure.node);
   const auto pointers = json::pointersTo(causes, *document.root());
@@ -60,7 +61,7 @@ void checkDrops(const Document& document, Report& report) {
   }
 }
 
-// Platforms of other clients are no mistakes, but these can only be meant for one that reads them.
+// Names of other platforms are not mistakes. These, however, can only be meant for this client.
 std::string_view meantPlatform(std::string_view platform) {
   constexpr std::string_view kBlanks = " \t\n\r";
   constexpr std::array<std::string_view, 3> kOurs{"all", "ios", "app"};
@@ -79,11 +80,11 @@ void checkPlatform(std::string_view platform, const JsonNode& node, Report& repo
   const std::string_view meant = meantPlatform(platform);
   if (meant.empty()) return;
   report.add(Code::platformMisspelled, node,
-             "clients do not keep the platform " + quoted(platform) + didYouMean(meant));
+             "clients drop the platform " + quoted(platform) + didYouMean(meant));
 }
 
-// Of the two keys, "platform" counts only where the other is missing. It may be there for older
-// clients: then the list has it, too.
+// "platform" counts only if the other key is missing. It may be present for older clients; then the
+// list contains it, too.
 void checkIgnored(const Document& document, Placed<model::Experiment> experiment, Report& report) {
   const JsonNode* list = lastMember(*experiment.node, "platforms");
   const JsonNode* single = lastMember(*experiment.node, "platform");
@@ -95,17 +96,17 @@ void checkIgnored(const Document& document, Placed<model::Experiment> experiment
   });
   if (isListed) return;
   report.add(Code::platformIgnored, *single,
-             R"("platform" is not read beside "platforms", which lacks it)");
+             R"("platform" is ignored, because "platforms" is present and does not list it)");
 }
 
 void checkPlatforms(const Document& document, Report& report) {
   for (const auto flag : document.flags()) {
-    if (project::isOurs(*flag)) continue;
+    if (project::isForThisPlatform(*flag)) continue;
     checkPlatform(*flag->platform, document.place(flag, &model::FeatureFlag::platform), report);
   }
   for (const auto experiment : document.experiments()) {
     checkIgnored(document, experiment, report);
-    if (project::isOurs(*experiment)) continue;
+    if (project::isForThisPlatform(*experiment)) continue;
     for (const auto platform : document.list(experiment, &model::Experiment::platforms)) {
       checkPlatform(*platform, *platform.node, report);
     }
@@ -117,7 +118,7 @@ void checkKept(const Records& all, const Records& kept, const JsonNode& list, co
                Report& report) {
   if (all.empty() || !kept.empty()) return;
   report.add(Code::platformDropsAll, list,
-             std::string("the platform filter of clients leaves none of these ") + what);
+             std::string("clients drop all of these ") + what + ": none is for their platform");
 }
 
 }  // namespace

@@ -13,8 +13,8 @@
 namespace corvo::corvo_internal::lint {
 namespace {
 
-// Many messages may show one text, so that a long one is cut: otherwise a report could take any
-// amount of memory.
+// Many messages may show the same text, so long ones are truncated. Otherwise a report could take
+// any amount of memory.
 std::string cut(std::string_view text, std::size_t longest) {
   if (text.size() <= longest) return std::string(text);
   std::size_t end = longest;

@@ -26,12 +26,12 @@ class Report {
   void add(Code code, const json::JsonNode& value, std::string message) {
     notes_.push_back({code, &value, &value, std::move(message)});
   }
-  /// A finding about a key itself: its value follows it in the tree.
+  /// Adds a finding about a key itself; the key's value follows it in the tree.
   void addAtKey(Code code, const json::JsonNode& key, std::string message) {
     notes_.push_back({code, &key, &key + 1, std::move(message)});
   }
 
-  /// All of them in document order, with their places in the text of the tree.
+  /// All findings in document order, with their places in the tree's text.
   [[nodiscard]] std::vector<Finding> findings(std::string_view text, const json::JsonNode& root) &&;
 
  private:
@@ -45,17 +45,17 @@ class Report {
   std::vector<Note> notes_;
 };
 
-/// A finding that concerns the text as a whole, at one of its bytes.
+/// A finding about the text as a whole, at one of its bytes.
 [[nodiscard]] Finding findingAt(Code code, std::string_view text, std::size_t place,
                                 std::string message);
 
-/// A text of the document as a message shows it: in quotes, within a line, cut where it is long.
+/// A text of the document as messages show it: quoted, on one line, truncated if it is long.
 [[nodiscard]] std::string quoted(std::string_view text);
-/// The same without quotes, for a text that is a message itself.
+/// The same without quotes, for a text that is itself a message.
 [[nodiscard]] std::string withinLine(std::string_view text);
-/// "a", "b" and "c"; of more than three names the first three, and how many there are besides.
+/// "a", "b" and "c"; of more than three names, the first three and the number of the others.
 [[nodiscard]] std::string listed(const std::vector<std::string_view>& first, std::size_t count);
-/// A number in the shortest digits, without a fraction where it is whole.
+/// A number with the shortest digits, without a fraction if it is whole.
 [[nodiscard]] std::string shown(double number);
 /// A fraction as "12.34 %".
 [[nodiscard]] std::string percent(double fraction);

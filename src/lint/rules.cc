@@ -9,7 +9,7 @@
 
 #include "lint/checks.h"
 #include "lint/condition_check.h"
-#include "lint/demand.h"
+#include "lint/requirement.h"
 
 namespace corvo::corvo_internal::lint {
 namespace {
@@ -21,47 +21,48 @@ using model::FeatureFlagGroup;
 using model::Rule;
 using model::Target;
 
-// --- What can be said of conditions without a user -----------------------------------------------
+// --- Conclusions about conditions without a user -------------------------------------------------
 
 enum class Holds { never, sometimes, always };
 
-Holds holdsOf(ConditionalStatement statement, const std::vector<Demand>& demands) {
+Holds holdsOf(ConditionalStatement statement, const std::vector<Requirement>& requirements) {
   if (statement == ConditionalStatement::empty) return Holds::never;
   const bool isAnd = statement == ConditionalStatement::and_;
   const auto isOf = [](bool answer) {
-    return [=](const Demand& demand) { return demand.constant == answer; };
+    return [=](const Requirement& requirement) { return requirement.constant == answer; };
   };
-  // One of these decides a list; with nothing else in it the other answer remains.
-  if (std::ranges::any_of(demands, isOf(!isAnd))) return isAnd ? Holds::never : Holds::always;
-  if (std::ranges::all_of(demands, isOf(isAnd))) return isAnd ? Holds::always : Holds::never;
-  if (isAnd) return isContradictory(demands) ? Holds::never : Holds::sometimes;
-  return isExhaustive(demands) ? Holds::always : Holds::sometimes;
+  // A single one of these decides the list; if all are neutral, the other answer remains.
+  if (std::ranges::any_of(requirements, isOf(!isAnd))) return isAnd ? Holds::never : Holds::always;
+  if (std::ranges::all_of(requirements, isOf(isAnd))) return isAnd ? Holds::always : Holds::never;
+  if (isAnd) return isContradictory(requirements) ? Holds::never : Holds::sometimes;
+  return isExhaustive(requirements) ? Holds::always : Holds::sometimes;
 }
 
-// The texts of conditions, whatever their order. The answer of the others is known.
-using DemandTexts = std::set<std::string>;
+// The texts of conditions, regardless of their order. The answers of the other conditions are
+// known.
+using RequirementTexts = std::set<std::string>;
 
-DemandTexts textsOf(const std::vector<Demand>& demands) {
-  DemandTexts texts;
-  for (const Demand& demand : demands) {
-    if (!demand.constant) texts.insert(demand.text);
+RequirementTexts textsOf(const std::vector<Requirement>& requirements) {
+  RequirementTexts texts;
+  for (const Requirement& requirement : requirements) {
+    if (!requirement.constant) texts.insert(requirement.text);
   }
   return texts;
 }
 
-// Lists of conditions that must all hold. Each is kept at the one of its conditions at which there
-// are the fewest, so that a search compares few.
-class TakenLists {
+// Lists of conditions that must all hold. Each list is stored under the condition that has the
+// fewest lists, so that a search makes few comparisons.
+class EarlierLists {
  public:
-  // Whether one of them has no condition besides these. Stops after some comparisons with shorter
-  // lists, lest all lists be compared with all others.
-  [[nodiscard]] bool hasPartOf(const DemandTexts& texts) const {
+  // Whether one of the lists consists only of these conditions. Stops after a number of
+  // comparisons, so that not all lists are compared with each other.
+  [[nodiscard]] bool hasPartOf(const RequirementTexts& texts) const {
     if (lists_.contains(texts)) return true;
     int left = 64;
     for (const std::string& text : texts) {
       const auto found = at_.find(text);
       if (found == at_.end()) continue;
-      for (const DemandTexts* list : found->second) {
+      for (const RequirementTexts* list : found->second) {
         if (left-- == 0) return false;
         if (list->size() < texts.size() && std::ranges::includes(texts, *list)) return true;
       }
@@ -69,7 +70,7 @@ class TakenLists {
     return false;
   }
 
-  void add(DemandTexts texts) {
+  void add(RequirementTexts texts) {
     const auto count = [this](const std::string& text) { return at_[text].size(); };
     const auto fewest = std::ranges::min_element(texts, {}, count);
     auto& lists = at_[*fewest];
@@ -77,57 +78,58 @@ class TakenLists {
   }
 
  private:
-  std::set<DemandTexts> lists_;
-  std::map<std::string, std::vector<const DemandTexts*>> at_;
+  std::set<RequirementTexts> lists_;
+  std::map<std::string, std::vector<const RequirementTexts*>> at_;
 };
 
-// Whom the rules before have taken, as far as that is certain.
-class Taken {
+// The users that earlier rules have covered, as far as that is certain.
+class CoveredUsers {
  public:
   [[nodiscard]] bool hasAll(ConditionalStatement statement,
-                            const std::vector<Demand>& demands) const {
-    const auto isTaken = [this](const Demand& demand) { return has(demand); };
-    if (statement == ConditionalStatement::or_) return std::ranges::all_of(demands, isTaken);
-    return std::ranges::any_of(demands, isTaken) || lists_.hasPartOf(textsOf(demands));
+                            const std::vector<Requirement>& requirements) const {
+    const auto isTaken = [this](const Requirement& requirement) { return has(requirement); };
+    if (statement == ConditionalStatement::or_) return std::ranges::all_of(requirements, isTaken);
+    return std::ranges::any_of(requirements, isTaken) || lists_.hasPartOf(textsOf(requirements));
   }
 
-  void add(ConditionalStatement statement, const std::vector<Demand>& demands) {
-    if (statement == ConditionalStatement::or_ || demands.size() == 1) {
-      for (const Demand& demand : demands) add(demand);
+  void add(ConditionalStatement statement, const std::vector<Requirement>& requirements) {
+    if (statement == ConditionalStatement::or_ || requirements.size() == 1) {
+      for (const Requirement& requirement : requirements) add(requirement);
     } else {
-      lists_.add(textsOf(demands));
+      lists_.add(textsOf(requirements));
     }
   }
 
-  // Whether nobody is left.
+  // Whether no users are left.
   [[nodiscard]] bool isEverybody() const noexcept { return rest_.isEmpty(); }
 
  private:
-  [[nodiscard]] bool has(const Demand& demand) const {
-    if (demand.constant) return !*demand.constant;
-    if (texts_.contains(demand.text)) return true;
+  [[nodiscard]] bool has(const Requirement& requirement) const {
+    if (requirement.constant) return !*requirement.constant;
+    if (texts_.contains(requirement.text)) return true;
     const auto isTaken = [this](const std::string& text) { return texts_.contains(text); };
-    if (!demand.oneOf.empty() && std::ranges::all_of(demand.oneOf, isTaken)) return true;
-    if (!demand.end) return false;
-    const auto widest = widest_.find({demand.end->line, demand.end->isLower});
-    return widest != widest_.end() && widest->second.covers(*demand.end);
+    if (!requirement.oneOf.empty() && std::ranges::all_of(requirement.oneOf, isTaken)) return true;
+    if (!requirement.bound) return false;
+    const auto widest = widest_.find({requirement.bound->line, requirement.bound->isLower});
+    return widest != widest_.end() && widest->second.covers(*requirement.bound);
   }
 
-  void add(const Demand& demand) {
-    if (demand.constant) return;
-    rest_.forbid(demand);
-    texts_.insert(demand.text);
-    texts_.insert(demand.oneOf.begin(), demand.oneOf.end());
-    if (!demand.end) return;
-    const auto [widest, isNew] =
-        widest_.try_emplace({demand.end->line, demand.end->isLower}, *demand.end);
-    if (!isNew && !widest->second.covers(*demand.end)) widest->second = KeptEnd(*demand.end);
+  void add(const Requirement& requirement) {
+    if (requirement.constant) return;
+    rest_.forbid(requirement);
+    texts_.insert(requirement.text);
+    texts_.insert(requirement.oneOf.begin(), requirement.oneOf.end());
+    if (!requirement.bound) return;
+    const auto [widest, isNew] = widest_.try_emplace(
+        {requirement.bound->line, requirement.bound->isLower}, *requirement.bound);
+    if (!isNew && !widest->second.covers(*requirement.bound))
+      widest->second = PreparedBound(*requirement.bound);
   }
 
   std::set<std::string> texts_;
-  TakenLists lists_;
-  Remainder rest_;
-  std::map<std::pair<End::Line, bool>, KeptEnd> widest_;
+  EarlierLists lists_;
+  RemainingValues rest_;
+  std::map<std::pair<Bound::Line, bool>, PreparedBound> widest_;
 };
 
 // --- Lists of rules ------------------------------------------------------------------------------
@@ -141,7 +143,7 @@ class RuleCheck {
   void rules(Placed<Owner> owner, bool isPrivate) {
     if (owner->rules.empty()) {
       return report_.add(Code::noRules, *owner.node,
-                         "without rules there is no value, but an error");
+                         "without rules, there is an error instead of a value");
     }
     const auto placed = document_.list(owner, &Owner::rules);
     Trial trial;
@@ -151,53 +153,52 @@ class RuleCheck {
     });
     if (trial.over != nullptr) return;
     report_.add(Code::noDefaultRule, document_.place(owner, &Owner::rules),
-                "no rule is the default: users for whom none holds get an error");
+                "there is no default rule: users for whom no rule holds get an error");
   }
 
   void target(Placed<Target> target, bool isPrivate) {
     if (target->conditions.empty()) return;
-    const auto demands = demandsOf(target, isPrivate);
+    const auto requirements = requirementsOf(target, isPrivate);
     if (target->conditionalStatement == ConditionalStatement::empty) {
       return report_.add(Code::dashStatement,
                          document_.place(target, &Target::conditionalStatement),
-                         "conditions that are joined by \"-\" are for nobody");
+                         "conditions joined by \"-\" never hold");
     }
-    checkContradiction(target, demands);
+    checkContradiction(target, requirements);
   }
 
  private:
-  // A list of rules, as far as it has been tried.
+  // A list of rules and how far it has been tried.
   struct Trial {
-    const char* over = nullptr;  // why no rule after it can win; null while one can
-    Taken taken = {};
+    const char* over = nullptr;  // why no later rule can win; null while one can
+    CoveredUsers covered = {};
   };
 
   void check(Placed<Rule> rule, bool isPrivate, Trial& trial) {
-    std::vector<Demand> demands;
+    std::vector<Requirement> requirements;
     Holds holds = Holds::always;
     if (rule->isDefault) {
       checkDefault(rule);
     } else {
-      demands = demandsOf(rule, isPrivate);
+      requirements = requirementsOf(rule, isPrivate);
       checkStatement(rule);
-      checkContradiction(rule, demands);
-      holds = holdsOf(rule->conditionalStatement, demands);
+      checkContradiction(rule, requirements);
+      holds = holdsOf(rule->conditionalStatement, requirements);
     }
     if (holds == Holds::never) return;
-    checkOrder(rule, demands, holds, trial);
+    checkOrder(rule, requirements, holds, trial);
   }
 
   void checkDefault(Placed<Rule> rule) {
     if (rule->conditions.empty()) return;
     report_.add(Code::defaultWithConditions, document_.place(rule, &Rule::conditions),
-                "the conditions of a default rule do not count");
+                "the conditions of a default rule are ignored");
   }
 
   void checkStatement(Placed<Rule> rule) {
     const JsonNode& node = document_.place(rule, &Rule::conditionalStatement);
     if (rule->conditionalStatement == ConditionalStatement::empty) {
-      report_.add(Code::dashStatement, node,
-                  "a rule that is not the default never holds with the statement \"-\"");
+      report_.add(Code::dashStatement, node, "with the statement \"-\", only a default rule holds");
     }
     if (rule->conditionalStatement == ConditionalStatement::or_ && rule->conditions.empty()) {
       report_.add(Code::orWithoutConditions, node,
@@ -205,38 +206,39 @@ class RuleCheck {
     }
   }
 
-  // One that never holds for the sake of a single condition has been reported there.
+  // A rule that never holds because of one condition has been reported at that condition.
   template <class Owner>
-  void checkContradiction(Placed<Owner> owner, const std::vector<Demand>& demands) {
-    if (owner->conditionalStatement != ConditionalStatement::and_ || !isContradictory(demands)) {
+  void checkContradiction(Placed<Owner> owner, const std::vector<Requirement>& requirements) {
+    if (owner->conditionalStatement != ConditionalStatement::and_ ||
+        !isContradictory(requirements)) {
       return;
     }
     report_.add(Code::contradiction, document_.place(owner, &Owner::conditions),
                 "these conditions never hold together");
   }
 
-  void checkOrder(Placed<Rule> rule, const std::vector<Demand>& demands, Holds holds,
+  void checkOrder(Placed<Rule> rule, const std::vector<Requirement>& requirements, Holds holds,
                   Trial& trial) {
     if (trial.over != nullptr) {
       report_.add(Code::ruleNeverWins, *rule.node, trial.over);
     } else if (holds == Holds::always) {
       trial.over = "an earlier rule always holds";
-    } else if (trial.taken.hasAll(rule->conditionalStatement, demands)) {
+    } else if (trial.covered.hasAll(rule->conditionalStatement, requirements)) {
       report_.add(Code::ruleNeverWins, *rule.node, "an earlier rule holds whenever this one does");
     } else {
-      trial.taken.add(rule->conditionalStatement, demands);
-      if (trial.taken.isEverybody()) trial.over = "for every user one of the earlier rules holds";
+      trial.covered.add(rule->conditionalStatement, requirements);
+      if (trial.covered.isEverybody()) trial.over = "one of the earlier rules holds for every user";
     }
   }
 
   template <class Owner>
-  std::vector<Demand> demandsOf(Placed<Owner> owner, bool isPrivate) {
-    std::vector<Demand> demands;
+  std::vector<Requirement> requirementsOf(Placed<Owner> owner, bool isPrivate) {
+    std::vector<Requirement> requirements;
     for (const auto condition : document_.list(owner, &Owner::conditions)) {
-      const Demand& demand = demands.emplace_back(*condition, vocabulary_);
-      checkCondition(document_, condition, demand.constant, isPrivate, report_);
+      const Requirement& requirement = requirements.emplace_back(*condition, vocabulary_);
+      checkCondition(document_, condition, requirement.constant, isPrivate, report_);
     }
-    return demands;
+    return requirements;
   }
 
   const Document& document_;

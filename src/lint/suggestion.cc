@@ -9,7 +9,7 @@
 namespace corvo::corvo_internal::lint {
 namespace {
 
-// Letters in lower case, separators left out.
+// The letters in lower case, without separators.
 std::string folded(std::string_view text) {
   std::string letters;
   for (const char c : text) {
@@ -22,7 +22,7 @@ std::string folded(std::string_view text) {
 }  // namespace
 
 std::string_view nearest(std::string_view text, std::span<const std::string_view> words) {
-  constexpr std::size_t kLongest = 64;  // no word comes near it
+  constexpr std::size_t kLongest = 64;  // longer texts resemble no word
   if (text.size() > kLongest) return {};
   const std::string wanted = folded(text);
   std::string_view best;

@@ -6,12 +6,12 @@
 
 namespace corvo::corvo_internal::lint {
 
-/// Of the words the one that a text was probably meant to be: it differs in letter case and
-/// separators alone, or in one or two letters for every three. Empty when there is none.
+/// The word that a text was probably meant to be: it differs only in letter case and separators, or
+/// by one or two edits for every three letters. Empty if there is none.
 [[nodiscard]] std::string_view nearest(std::string_view text,
                                        std::span<const std::string_view> words);
 
-/// `; did you mean "word"?`, or nothing when there is no word.
+/// `; did you mean "word"?`, or an empty text if there is no word.
 [[nodiscard]] std::string didYouMean(std::string_view word);
 
 }  // namespace corvo::corvo_internal::lint

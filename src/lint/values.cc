@@ -17,15 +17,15 @@ using model::Rule;
 
 constexpr std::string_view kText = "a text";
 
-// What a text is when nobody says as what it is wanted; integers and doubles are numbers.
+// The type that a text is read as if no type is requested; integers and doubles count as numbers.
 std::string_view kindOf(std::string_view text) {
   constexpr std::array<std::string_view, 5> kKinds{"a JSON object", "a boolean", "a number",
                                                    "a number", kText};
   return kKinds.at(typedProperty(text).index());
 }
 
-// Finds a flag's first value that is of another kind than one before. A flag that is declared a
-// string may have any texts, also some that look like numbers.
+// Finds the first value of a flag whose type differs from an earlier one. A flag declared as a
+// string may have any texts, including ones that look like numbers.
 class KindCheck {
  public:
   KindCheck(const Document& document, Report& report) : document_(document), report_(report) {}
@@ -43,14 +43,14 @@ class KindCheck {
     if (isNew || before == kind || before.empty()) return;
     if (flag.type == "string" && (kind == kText || before == kText)) return;
     report_.add(Code::mixedKinds, document_.place(rule, &Rule::value),
-                "this value is " + std::string(kind) + ", but an earlier one of the flag " +
+                "this value is " + std::string(kind) + ", but an earlier value of the flag " +
                     quoted(flag.name) + " is " + std::string(before));
-    before = {};  // once is enough
+    before = {};  // report once
   }
 
   const Document& document_;
   Report& report_;
-  std::map<std::string_view, std::string_view> kinds_;  // empty where it has been told
+  std::map<std::string_view, std::string_view> kinds_;  // empty once reported
 };
 
 }  // namespace
@@ -59,13 +59,13 @@ void checkValues(const Document& document, Report& report) {
   KindCheck kept(document, report);
   for (const auto flag : document.flags()) {
     KindCheck alone(document, report);
-    (project::isOurs(*flag) ? kept : alone).values(*flag, flag);
+    (project::isForThisPlatform(*flag) ? kept : alone).values(*flag, flag);
   }
   for (const auto experiment : document.experiments()) {
     KindCheck alone(document, report);
     for (const auto flag : document.list(experiment, &Experiment::featureFlags)) {
       for (const auto group : document.list(flag, &FeatureFlag::groups)) {
-        (project::isOurs(*experiment) ? kept : alone).values(*flag, group);
+        (project::isForThisPlatform(*experiment) ? kept : alone).values(*flag, group);
       }
     }
   }

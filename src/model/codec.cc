@@ -19,7 +19,7 @@ DecodingFailure explain(const ReadFailure& failure, const JsonNode& root) {
           static_cast<std::size_t>(failure.node - &root)};
 }
 
-// Records are read in the order of their tables, which need not be the document's.
+// Records are decoded in the order of their tables, which may differ from the document's.
 std::vector<Drop> explain(std::vector<DroppedNode> dropped, const JsonNode& root) {
   std::sort(dropped.begin(), dropped.end(),
             [](const DroppedNode& a, const DroppedNode& b) { return a.node < b.node; });

@@ -12,50 +12,52 @@
 
 namespace corvo::corvo_internal::model {
 
-/// Why a text could not be decoded: the first failure, and where it is (RFC 6901). A missing key is
-/// reported at the object that lacks it; a text that is no JSON, at the root. Keys are read in the
-/// order of their record, whatever the document's, and the first failure in that order counts.
+/// Why a text could not be decoded: the first failure and its place (RFC 6901). A missing key is
+/// reported at the object that lacks it; invalid JSON is reported at the root. Keys are decoded in
+/// the order of their record, not of the document, so the first failure is the first in that order.
 struct DecodingFailure {
   std::string reason;
   std::string pointer;
-  /// The number of the value in document order, keys counted, from 0; none for a text that is not
-  /// JSON.
+  /// The index of the value in document order, counting keys, from 0. Empty if the text is not
+  /// valid JSON.
   std::optional<std::size_t> node = {};
 
-  /// A short text for people, stable from version to version.
+  /// A short description for people, stable across versions.
   [[nodiscard]] std::string description() const;
 };
 
 template <class T>
 using Decoded = std::variant<T, DecodingFailure>;
 
-/// Decodes a JSON text. Exists for the types that are stored or received: `ConfigResponse`,
-/// `CorvoUser`, `PropertyMap`, `ForcedExperiments`, `std::string`, `json::StoredDate`; and for the
-/// `dynamic::AnyCodable` and `dynamic::AnyDecodable`. Throws nothing but `std::bad_alloc`: what
-/// a text holds cannot be told when memory runs out. Texts are accepted as far as RFC 8259 goes,
-/// and nothing beyond it: UTF-8, a leading byte order mark skipped, 512 levels deep, the last of
-/// duplicate keys. An integer may be written in any way (1.0, 1e0); whether a number is one is
-/// decided on its digits, exactly. A number that fits no type fails the value that it is read for,
-/// and nothing where nobody reads it.
+/// Decodes a JSON text. Defined for the types that are stored or received: `ConfigResponse`,
+/// `CorvoUser`, `PropertyMap`, `ForcedExperiments`, `std::string`, `json::StoredDate`; and for
+/// `dynamic::AnyCodable` and `dynamic::AnyDecodable`.
+///
+/// Throws nothing but `std::bad_alloc`, because without memory nobody can tell what a text holds.
+///
+/// Accepts exactly RFC 8259: UTF-8, a leading byte order mark skipped, 512 levels deep; the last of
+/// duplicate keys counts. An integer may be written in any form (1.0, 1e0); whether a number is an
+/// integer is decided exactly, on its digits. A number that fits no type fails only the value that
+/// reads it, and is ignored where nobody reads it.
 template <class T>
 [[nodiscard]] Decoded<T> decodeJson(std::string_view json);
 
-/// Encodes a value as JSON text. None when it holds a number that JSON cannot express.
+/// Encodes a value as JSON text. Empty if the value contains a number that JSON cannot express.
 template <class T>
 [[nodiscard]] std::optional<std::string> encodeJson(const T& value);
 
-/// An element that a tolerant list dropped, or a field that absorbed a failure as a whole. The
-/// reason is that of the first failure in it, with its place where that lies deeper.
+/// An element that a tolerant list dropped, or a field that ignored its invalid value. The reason
+/// is the first failure in it, with its place if that is deeper.
 struct Drop {
   std::string pointer;  ///< RFC 6901.
   std::string reason;
-  std::size_t node = 0;  ///< Its number in document order, keys counted, from 0.
+  std::size_t node = 0;  ///< Its index in document order, counting keys, from 0.
 
   bool operator==(const Drop&) const = default;
 };
 
-/// Decodes a configuration and lists, in document order, what the reader dropped and why. For
-/// tools. Nothing is listed inside a dropped element.
+/// Decodes a configuration and lists, in document order, what was dropped and why. For tools.
+/// Nothing inside a dropped element is listed.
 [[nodiscard]] Decoded<ConfigResponse> decodeConfig(std::string_view json, std::vector<Drop>& drops);
 
 }  // namespace corvo::corvo_internal::model

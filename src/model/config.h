@@ -12,10 +12,10 @@
 
 namespace corvo::corvo_internal::model {
 
-/// How the conditions of a list are joined.
+/// How the conditions of a list are combined.
 enum class ConditionalStatement : std::uint8_t { and_, or_, empty };
 
-/// What a condition tests. The order is that of the document's format.
+/// The comparison that a condition makes, in the order of the document format.
 enum class ConditionSign : std::uint8_t {
   equal,
   notEqual,
@@ -40,8 +40,8 @@ enum class ConditionSign : std::uint8_t {
 constexpr std::size_t kConditionSignCount =
     static_cast<std::size_t>(ConditionSign::notContains) + 1;
 
-/// Whether the rows of a table stand in the order of their enumerators, from the first on, so that
-/// an enumerator is the position of its row.
+/// Whether a table has one row per enumerator in their order, so that an enumerator is the index of
+/// its row.
 template <class Table, class EnumeratorOf>
 constexpr bool isByEnumerator(const Table& table, EnumeratorOf enumeratorOf) {
   std::size_t position = 0;
@@ -51,10 +51,10 @@ constexpr bool isByEnumerator(const Table& table, EnumeratorOf enumeratorOf) {
   return true;
 }
 
-/// Which property of the user an experiment splits by.
+/// The property of the user by which an experiment splits.
 enum class SplitMode : std::uint8_t { userId, deviceId, profileId };
 
-/// What an experiment is for. The numbers are those of the document.
+/// The purpose of an experiment. The numbers are those of the document.
 enum class ExperimentType : std::uint8_t {
   featureFlag = 1,
   param = 2,
@@ -63,19 +63,19 @@ enum class ExperimentType : std::uint8_t {
   holdout = 5
 };
 
-// The records of a configuration are plain: their texts and lists lie in a pool.
+// The records of a configuration are plain: a pool holds their texts and lists.
 
 using base::List;
 using base::Text;
 
-/// Keeps a pool as long as there are records that refer to it. It is no part of their content.
+/// Keeps a pool alive as long as records refer to it. Not part of their content.
 struct PoolOwner {
   std::shared_ptr<const base::Pool> pool;
 
   bool operator==(const PoolOwner& /*other*/) const { return true; }
 };
 
-/// One test of one targeting property.
+/// A test of one targeting property.
 struct Condition {
   Text name;
   ConditionSign conditionSign{};
@@ -84,7 +84,7 @@ struct Condition {
   bool operator==(const Condition&) const = default;
 };
 
-/// One value of a flag with the conditions under which it applies.
+/// One value of a flag, and the conditions under which it applies.
 struct Rule {
   Text value;
   List<Condition> conditions;
@@ -94,7 +94,7 @@ struct Rule {
   bool operator==(const Rule&) const = default;
 };
 
-/// The rules that a flag uses for one group of an experiment.
+/// The rules of a flag for one group of an experiment.
 struct FeatureFlagGroup {
   Text name;
   List<Rule> rules;
@@ -115,7 +115,7 @@ struct FeatureFlag {
   bool operator==(const FeatureFlag&) const = default;
 };
 
-/// The users whom an experiment is for.
+/// The users that an experiment targets.
 struct Target {
   ConditionalStatement conditionalStatement{};
   List<Condition> conditions;
@@ -123,7 +123,7 @@ struct Target {
   bool operator==(const Target&) const = default;
 };
 
-/// One interval of a layer that an experiment occupies, both ends included.
+/// An interval of a layer that an experiment occupies, including both ends.
 struct LayerBounds {
   double lowerBound = 0;
   double upperBound = 0;
@@ -131,7 +131,7 @@ struct LayerBounds {
   bool operator==(const LayerBounds&) const = default;
 };
 
-/// One group of an experiment; the weight is a fraction of its users.
+/// A group of an experiment; the weight is a fraction of the experiment's users.
 struct Group {
   Text name;
   std::optional<Text> label;
@@ -141,7 +141,7 @@ struct Group {
   bool operator==(const Group&) const = default;
 };
 
-/// One parameter of an experiment with its value per group.
+/// A parameter of an experiment, with its value per group.
 struct Param {
   struct Value {
     Text group;
@@ -157,7 +157,7 @@ struct Param {
   bool operator==(const Param&) const = default;
 };
 
-/// One experiment or holdout; the allocation is a fraction of all users.
+/// An experiment or a holdout; the allocation is a fraction of all users.
 struct Experiment {
   Text name;
   Text salt;
@@ -174,7 +174,7 @@ struct Experiment {
   List<Text> platforms;
   List<Text> holdouts;
   std::optional<ExperimentType> type;
-  PoolOwner own;  ///< Of what the configuration's pool lacks; none in one that was read.
+  PoolOwner own;  ///< Holds records that were added to the configuration; null in a decoded one.
 
   bool operator==(const Experiment&) const = default;
 };
@@ -183,12 +183,12 @@ struct Experiment {
 struct ConfigResponse {
   std::vector<FeatureFlag> featureFlags;
   std::vector<Experiment> experiments;
-  PoolOwner owner;  ///< Of all that they refer to.
+  PoolOwner owner;  ///< Holds everything that they refer to.
 
   bool operator==(const ConfigResponse&) const = default;
 };
 
-/// The experiments that the application forced its user into: the group's index, or none where the
+/// The experiments into which the application forced its user: the group's index, or nothing if the
 /// user was forced without a group.
 using ForcedExperiments = std::map<std::string, std::optional<std::int64_t>, std::less<>>;
 

@@ -35,7 +35,7 @@ using json::JsonKind;
 using json::JsonMembers;
 using json::JsonNode;
 
-/// Why a value could not be read. Only a note: nobody may ever want its text.
+/// Why a value could not be read. Cheap to create, because its text is rarely wanted.
 struct ReadFailure {
   enum class Why : std::uint8_t {
     wrongKind,
@@ -49,22 +49,23 @@ struct ReadFailure {
 
   const JsonNode* node = nullptr;
   Why why{};
-  std::string_view detail;  ///< The kind wanted, the key missing, or what is unknown.
+  std::string_view detail;  ///< The expected kind, the missing key, or the unknown text.
 
   [[nodiscard]] std::string reason() const;
 };
 
-/// An element or a field that was given up, and the failure for which it was.
+/// An element or a field that was dropped, and why.
 struct DroppedNode {
   const JsonNode* node;
   ReadFailure failure;
 };
 
-/// Reads the values of a tree into records by the tables of fields. Each `read` answers whether it
-/// succeeded; where not, the value is to be thrown away and `failure` tells why. For one thread.
+/// Reads the values of a tree into records by their tables of fields. Each `read` returns whether
+/// it succeeded. If not, the value must be discarded and `failure` gives the reason. Not
+/// thread-safe.
 class Decoder {
  public:
-  /// Lists what is dropped in `drops`, which may be null.
+  /// Adds everything that is dropped to `drops`, which may be null.
   explicit Decoder(std::vector<DroppedNode>* drops) : drops_(drops) {}
 
   [[nodiscard]] const ReadFailure& failure() const noexcept { return failure_; }
@@ -79,9 +80,9 @@ class Decoder {
   bool read(const JsonNode& node, SingleText field);
   bool read(const JsonNode& node, ExperimentType& value);
   bool read(const JsonNode& node, json::StoredDate& value);
-  /// Of several failures in it any may be told.
+  /// If several parts are invalid, any of the failures may be reported.
   bool read(const JsonNode& node, JsonValue& value);
-  /// Fails at the value as a whole, wherever in it the cause lies.
+  /// A failure anywhere inside is reported at the value as a whole.
   bool read(const JsonNode& node, dynamic::DynamicValue& value);
 
   /// Wrappers of a dynamic value.
@@ -100,7 +101,7 @@ class Decoder {
     return true;
   }
 
-  /// Null is an absent value.
+  /// Null means absent.
   template <class T>
   bool read(const JsonNode& node, std::optional<T>& value) {
     return node.kind == JsonKind::null || read(node, value.emplace());
@@ -154,7 +155,7 @@ class Decoder {
   static constexpr std::size_t kFieldCount = std::tuple_size_v<decltype(Fields<R>::list)>;
   template <class R>
   using FieldIndexes = std::make_index_sequence<kFieldCount<R>>;
-  /// The value of each field of a record, null where its key is absent.
+  /// The value of each field of a record, or null if its key is absent.
   template <class R>
   using FoundFields = std::array<const JsonNode*, kFieldCount<R>>;
 
@@ -174,8 +175,8 @@ class Decoder {
     return fail(node, Why::wrongKind, wanted);
   }
 
-  /// Arrays and objects whose children are still to be read, and where to. They are kept in a list,
-  /// so that no document decides how much stack is used.
+  /// Arrays and objects whose children have yet to be read, and where to store them. They are kept
+  /// in a list, so that a document's depth does not determine the stack use.
   using Containers = std::vector<std::pair<const JsonNode*, JsonValue*>>;
 
   bool readFlat(const JsonNode& node, JsonValue& value, Containers& unread);
@@ -189,16 +190,16 @@ class Decoder {
     return true;
   }
 
-  /// The members that count, by key.
+  /// The last member of each key.
   static std::map<std::string_view, const JsonNode*> lastMembers(const JsonNode& object);
 
   [[nodiscard]] std::size_t dropCount() const { return drops_ ? drops_->size() : 0; }
   void drop(const JsonNode& node, std::size_t listed);
 
-  // A list is read as a whole before it is kept: what is dropped leaves no room in it.
-  // `passOver` answers whether the list goes on after an element that cannot be read.
-  template <class L, class PassOver>
-  bool readElements(const JsonNode& node, L& list, PassOver passOver) {
+  // Reads the whole list before storing it, so that dropped elements take no space.
+  // `continueAfterFailure` returns whether to go on after an element that cannot be read.
+  template <class L, class ContinueAfterFailure>
+  bool readElements(const JsonNode& node, L& list, ContinueAfterFailure continueAfterFailure) {
     using T = typename L::value_type;
     if (node.kind != JsonKind::array) return wrongKind(node, "array");
     auto& unkept = std::get<std::vector<T>>(unkept_);
@@ -208,7 +209,7 @@ class Decoder {
       const auto listed = dropCount();
       if (read(element, unkept.emplace_back())) continue;
       unkept.pop_back();
-      isRead = passOver(element, listed);
+      isRead = continueAfterFailure(element, listed);
       if (!isRead) break;
     }
     if (isRead) keep(std::span(unkept).subspan(first), list);
@@ -231,8 +232,9 @@ class Decoder {
     return readFields(node, findFields<R>(node), record, FieldIndexes<R>());
   }
 
-  // One pass over the members, so that the fields can then be read in the order of their table. The
-  // search goes on where the last key was found: most documents have that order themselves.
+  // Takes one pass over the members, so that the fields can then be read in the order of their
+  // table. The search continues where the last key was found, because most documents follow that
+  // order.
   template <class R>
   static FoundFields<R> findFields(const JsonNode& object) {
     constexpr auto& keys = kKeys<R>;
@@ -265,8 +267,8 @@ class Decoder {
     } else if (isNone(node)) {
       return true;
     }
-    if constexpr (field.presence == Presence::standIn) {
-      constexpr std::size_t other = positionOf<R>(field.insteadOf);
+    if constexpr (field.presence == Presence::fallback) {
+      constexpr std::size_t other = positionOf<R>(field.fallbackFor);
       if (!isNone(found[other])) return true;
     }
     return read(*node, Form(record.*field.member));
@@ -277,8 +279,8 @@ class Decoder {
   std::vector<DroppedNode>* drops_;
   ReadFailure failure_;
   PoolWriter pool_;
-  // The elements of the lists that are being read. No list is part of one of its own type, so that
-  // an element stays where it is while it is read.
+  // The elements of the lists being read. No list contains another list of its own type, so an
+  // element keeps its address while it is read.
   std::tuple<std::vector<Text>, std::vector<Condition>, std::vector<Rule>,
              std::vector<FeatureFlagGroup>, std::vector<FeatureFlag>, std::vector<LayerBounds>,
              std::vector<Group>, std::vector<Param::Value>, std::vector<Param>,

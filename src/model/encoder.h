@@ -15,7 +15,7 @@
 
 namespace corvo::corvo_internal::model {
 
-/// Writes values and, by the tables of fields, records.
+/// Writes values, and records by their tables of fields.
 class Encoder {
  public:
   explicit Encoder(json::JsonWriter& out) : out_(out) {}
@@ -29,7 +29,7 @@ class Encoder {
   void write(const json::StoredDate& value) { out_.real(value.number()); }
   void write(const JsonValue& value) { out_.value(value); }
 
-  /// Wrappers of a dynamic value. Where one fails, the writer knows.
+  /// Wrappers of a dynamic value. The writer records a failure.
   template <class W>
   requires(W::kEncodes) void write(const W& wrapper) { static_cast<void>(wrapper.encode(out_)); }
 
@@ -79,7 +79,7 @@ class Encoder {
   template <class F, class R>
   void writeField(const F& field, const R& record) {
     const auto& value = record.*field.member;
-    if (field.presence == Presence::standIn) return;
+    if (field.presence == Presence::fallback) return;
     if (field.presence == Presence::optional && isAbsent(value)) return;
     out_.plainKey(field.key);
     write(value);

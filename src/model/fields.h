@@ -10,53 +10,54 @@
 
 namespace corvo::corvo_internal::model {
 
-/// A list from which elements that cannot be decoded are dropped one by one.
+/// A list that drops the elements that cannot be decoded.
 template <class L>
 struct LossyArray {
   explicit LossyArray(L& list) : wrappedValue(list) {}
   L& wrappedValue;
 };
 
-/// A lossy list that is empty where there is no list at all.
+/// A lossy list that becomes empty if the value is not a list at all.
 template <class L>
 struct LossyOrEmpty {
   explicit LossyOrEmpty(L& list) : wrappedValue(list) {}
   L& wrappedValue;
 };
 
-/// A number, or a string that reads as one.
+/// A number, or a string that contains one.
 struct NumberOrText {
   explicit NumberOrText(double& number) : wrappedValue(number) {}
   double& wrappedValue;
 };
 
-/// A list of strings, or a single string for a list of one.
+/// A list of strings, or a single string, which becomes a list of one.
 struct TextOrList {
   explicit TextOrList(List<Text>& list) : wrappedValue(list) {}
   List<Text>& wrappedValue;
 };
 
-/// A single string, for a list of one.
+/// A single string, which becomes a list of one.
 struct SingleText {
   explicit SingleText(List<Text>& list) : wrappedValue(list) {}
   List<Text>& wrappedValue;
 };
 
 enum class Presence : std::uint8_t {
-  required,  ///< The key must be there.
+  required,  ///< The key must be present.
   optional,  ///< May be absent or null; an absent value is not written.
   nullable,  ///< May be absent or null; an absent value is written as null.
-  standIn    ///< Read where another field is absent or null; never written.
+  fallback   ///< Read if another field is absent or null; never written.
 };
 
-/// One key of a record. The member is read as a `Form`: itself, or one of the wrappers above.
+/// One key of a record. The member is read as a `Form`: the member itself or one of the wrappers
+/// above.
 template <class Form, class Record, class Member>
 struct Field {
   using ReadAs = Form;
   std::string_view key;
   Member Record::*member;
   Presence presence;
-  std::string_view insteadOf = {};  ///< The key of the field that this one stands in for.
+  std::string_view fallbackFor = {};  ///< The key of the field that this one replaces.
 };
 
 template <class R, class M>
@@ -84,9 +85,9 @@ constexpr Field<LossyOrEmpty<L>, R, L> lossyOrEmpty(std::string_view key, L R::*
   return {key, member, Presence::optional};
 }
 template <class R>
-constexpr Field<SingleText, R, List<Text>> standIn(std::string_view insteadOf, std::string_view key,
-                                                   List<Text> R::*member) {
-  return {key, member, Presence::standIn, insteadOf};
+constexpr Field<SingleText, R, List<Text>> fallback(std::string_view fallbackFor,
+                                                    std::string_view key, List<Text> R::*member) {
+  return {key, member, Presence::fallback, fallbackFor};
 }
 
 /// The keys of each record, in the order in which they are read and written.
@@ -170,7 +171,7 @@ struct Fields<Experiment> {
       lossy("forced_user_list", &Experiment::forcedUserList),
       nullable("is_private", &Experiment::isPrivate), nullable("split_by", &Experiment::splitMode),
       optional("platforms", &Experiment::platforms),
-      standIn("platforms", "platform", &Experiment::platforms),
+      fallback("platforms", "platform", &Experiment::platforms),
       lossyOrEmpty("holdouts", &Experiment::holdouts), nullable("type", &Experiment::type));
 };
 
@@ -193,7 +194,7 @@ struct EnumText {
   std::string_view text;
 };
 
-/// The texts of an enumeration by its enumerators, and what it is called.
+/// The texts of an enumeration in the order of its enumerators, and the enumeration's name.
 template <class E>
 struct EnumTexts;
 

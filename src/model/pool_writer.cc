@@ -4,7 +4,7 @@
 
 namespace corvo::corvo_internal::model {
 
-// A few texts tell most lists apart; whether one is equal is looked at in full.
+// The hash covers only a few texts, which distinguish most lists. Equality is checked in full.
 List<Text> PoolWriter::list(std::span<const Text> texts) {
   if (texts.empty()) return {};
   std::size_t hash = texts.size();

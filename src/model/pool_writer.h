@@ -13,11 +13,11 @@
 namespace corvo::corvo_internal::model {
 
 /// Writes the texts and lists of a configuration into a pool. Many records have the same few texts
-/// and lists of texts: of those that were written lately, equal ones are written once, so that they
-/// stay in the processor's cache.
+/// and lists of texts. Recently written equal ones are reused, so that the data stays in the
+/// processor's cache.
 class PoolWriter {
  public:
-  /// Goes on in a pool of its own, which is the owner's.
+  /// Starts a new pool, which the returned object owns.
   [[nodiscard]] PoolOwner open() {
     pool_ = std::make_shared<base::Pool>();
     texts_.assign(kRemembered, Text());
@@ -41,7 +41,7 @@ class PoolWriter {
   static constexpr std::size_t kRemembered = 1'024;
 
   std::shared_ptr<base::Pool> pool_;
-  // By what they hash to.
+  // Indexed by hash.
   std::vector<Text> texts_;
   std::vector<List<Text>> lists_;
 };

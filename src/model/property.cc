@@ -25,7 +25,7 @@ std::optional<double> CorvoPropertyTraits<double>::fromCorvoString(std::string_v
 }
 
 std::optional<JsonObject> CorvoPropertyTraits<JsonObject>::fromCorvoString(std::string_view text) {
-  // Most texts that are asked hold no brace, and a parser is not made for nothing.
+  // Most texts contain no brace, and creating a parser is expensive.
   if (text.find('{') == std::string_view::npos) return std::nullopt;
   const json::JsonTree tree(text);
   JsonObject object;

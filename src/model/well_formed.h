@@ -2,13 +2,13 @@
 
 #include <corvo/user.h>
 
-// At the door, texts of the application are made well-formed UTF-8. Of names that become the same
-// the first counts.
+// Texts that enter from the application become well-formed UTF-8 here. If two names become equal,
+// the first one counts.
 
 namespace corvo::corvo_internal::model {
 
-/// Whether a user reads as the well-formed one does. Of expiries only the names matter: one that is
-/// ill-formed is no date, and mended it is none either.
+/// Whether a user behaves as the well-formed one does. Of the expiry dates, only the names matter:
+/// an ill-formed date is invalid before and after the repair.
 [[nodiscard]] bool readsAsWellFormed(const CorvoUser& user);
 [[nodiscard]] CorvoUser wellFormed(CorvoUser user);
 

@@ -14,16 +14,16 @@
 
 namespace corvo::corvo_internal::network {
 
-/// Through which a client talks to its backend.
+/// The interface through which a client talks to its backend.
 ///
-/// For the thread that asks questions. A question's outcome comes once and on the main queue, or
-/// not at all: it is dropped when this object is gone by then.
+/// For the thread that asks questions. Each call completes at most once, on the main queue. It
+/// never completes if this object has been destroyed by then.
 class NetworkClient {
  public:
   virtual ~NetworkClient() = default;
 
-  /// Makes the call and hands its answer, decoded, to `onSuccess`, or why there is none to
-  /// `onFailure`. Only an address that is no URI reference fails before this returns.
+  /// Sends the request. Passes the decoded answer to `onSuccess`, or the error to `onFailure`.
+  /// Fails before returning only if the address is not a valid URI reference.
   template <class Route>
   void request(const Route& route, Callback<void(typename Route::ResponseType)> onSuccess,
                Callback<void(const CorvoNetworkError&)> onFailure) {
@@ -39,7 +39,7 @@ class NetworkClient {
   }
 
  protected:
-  /// The body of a usable answer, never empty, or why there is none.
+  /// The body of a usable answer, never empty, or the error.
   using Answer = std::variant<std::string, CorvoNetworkError>;
 
   virtual void send(const NetworkRoute& route, Callback<void(Answer)> done) = 0;

@@ -17,7 +17,7 @@ UrlRequest makeRequest(const NetworkRoute& route, std::string url) {
                      .timeoutSeconds = 60};
   request.headers.insert({{"Content-Type", "application/json"},
                           {"sdk-name", "ios"},
-                          {"sdk-version", CORVO_VERSION}});  // the route's own stay
+                          {"sdk-version", CORVO_VERSION}});  // the route's own take precedence
   return request;
 }
 
@@ -25,7 +25,7 @@ UrlRequest makeRequest(const NetworkRoute& route, std::string url) {
 
 struct NetworkClientImpl::Exchange {
   std::weak_ptr<NetworkClientImpl> client;
-  // Held weakly, too: a session and a queue that are one object would own themselves.
+  // Weak, because a session and a queue that are one object would otherwise own themselves.
   std::weak_ptr<MainQueue> mainQueue;
   UrlRequest request;
   std::uint64_t retriesLeft;
@@ -55,7 +55,8 @@ void NetworkClientImpl::send(const NetworkRoute& route, Callback<void(Answer)> d
                                             {}}));
 }
 
-// Whatever a response needs on its way lies in the exchange: no want of memory can lose it.
+// Everything that a response needs is allocated with the exchange, so a lack of memory cannot lose
+// it.
 void NetworkClientImpl::start(const ExchangePointer& exchange) {
   session_->start(exchange->request, [exchange](UrlResponse response) {
     if (const auto queue = exchange->mainQueue.lock()) {
@@ -65,7 +66,7 @@ void NetworkClientImpl::start(const ExchangePointer& exchange) {
   });
 }
 
-// Without memory for another attempt, the answer of the last one stands.
+// If there is no memory for another attempt, the last answer stands.
 bool NetworkClientImpl::startAgain(const ExchangePointer& exchange) try {
   --exchange->retriesLeft;
   start(exchange);

@@ -11,11 +11,11 @@
 
 namespace corvo::corvo_internal::network {
 
-/// Sends routes over a URL session, again as often as it may while the answers are unusable.
+/// Sends requests over a URL session. Retries while the answers are unusable and attempts remain.
 ///
-/// The session's completions may come on any thread, also inside `start`: they only post to the
-/// main queue, where everything else happens. Nothing is locked. Must be owned by a `shared_ptr`;
-/// what is under way holds it weakly.
+/// The session may complete on any thread, even inside `start`. The completion only posts to the
+/// main queue, where everything else happens. There are no locks. Must be owned by a `shared_ptr`;
+/// requests under way refer to it weakly.
 class NetworkClientImpl final : public NetworkClient,
                                 public std::enable_shared_from_this<NetworkClientImpl> {
  public:
@@ -27,7 +27,7 @@ class NetworkClientImpl final : public NetworkClient,
   void send(const NetworkRoute& route, Callback<void(Answer)> done) override;
 
  private:
-  struct Exchange;  // one request with what is left to do for it
+  struct Exchange;  // a request and its remaining attempts
   using ExchangePointer = std::shared_ptr<Exchange>;
 
   void start(const ExchangePointer& exchange);

@@ -10,7 +10,8 @@ namespace corvo::corvo_internal::network {
 
 enum class Method : std::uint8_t { get, post };
 
-/// One item of an address's query. Without a value it is the bare name; an empty value is not that.
+/// An item of an address's query. Without a value, only the name is written, which differs from an
+/// empty value.
 struct QueryItem {
   std::string name;
   std::optional<std::string> value;
@@ -18,14 +19,14 @@ struct QueryItem {
   bool operator==(const QueryItem&) const = default;
 };
 
-/// One call to the backend, as a value. A concrete route derives from it and adds a `ResponseType`,
-/// the type that a successful answer decodes into. No call has a body: what it says travels in the
-/// headers and the query.
+/// A request to the backend, as a value. A concrete route derives from it and adds a
+/// `ResponseType`, the type into which a successful answer is decoded. No request has a body: all
+/// data travels in the headers and the query.
 struct NetworkRoute {
   Method method = Method::get;
-  std::string path;                            ///< Below the base address, without a leading slash.
-  std::map<std::string, std::string> headers;  ///< These replace the client's own of equal names.
-  std::vector<QueryItem> queryItems;           ///< None: the address has no query.
+  std::string path;  ///< Relative to the base address, without a leading slash.
+  std::map<std::string, std::string> headers;  ///< Override the client's own of equal names.
+  std::vector<QueryItem> queryItems;           ///< If empty, the address has no query.
 };
 
 }  // namespace corvo::corvo_internal::network

@@ -12,10 +12,9 @@ namespace {
 constexpr std::string_view kCharacters =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 constexpr std::size_t kLength = 80;
-// Bytes from here on would favour the first characters: they are drawn again.
+// Bytes from here on would favour the first characters, so they are drawn again.
 constexpr std::size_t kUsableBytes = 256 / kCharacters.size() * kCharacters.size();
-// One byte in 32 is drawn again. That so many rounds do not suffice happens to a broken source
-// only.
+// One byte in 32 is drawn again. Only a broken source needs more rounds than this.
 constexpr int kMostRounds = 100;
 
 }  // namespace

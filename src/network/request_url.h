@@ -9,13 +9,13 @@
 
 namespace corvo::corvo_internal::network {
 
-/// The base address, a slash and the path, with every "//" made "/": one pass from left to right,
-/// so "///" becomes "//". The scheme's double slash is not spared: "https://host" and "geo" make
-/// "https:/host/geo".
+/// The base address, a slash and the path, with every "//" replaced by "/". The replacement is one
+/// pass from left to right, so "///" becomes "//". It includes the scheme's double slash:
+/// "https://host" and "geo" become "https:/host/geo".
 [[nodiscard]] std::string joinAddress(std::string_view baseAddress, std::string_view path);
 
-/// The address with the items for its query, in place of any that it has; without items it has
-/// none. A fragment stays. None when the address is no URI reference (see `parseUriReference`).
+/// The address with its query replaced by the items, or without a query if there are none. A
+/// fragment is kept. Empty if the address is not a valid URI reference (see `parseUriReference`).
 [[nodiscard]] std::optional<std::string> requestUrl(std::string_view address,
                                                     const std::vector<QueryItem>& queryItems);
 

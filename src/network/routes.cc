@@ -5,7 +5,7 @@
 namespace corvo::corvo_internal::network {
 namespace {
 
-// Credentials are header fields, so that neither the address nor its logs show them.
+// Credentials are sent in headers, so that neither addresses nor their logs contain them.
 NetworkRoute getRoute(std::string path, std::string token, std::string userId) {
   return {.method = Method::get,
           .path = std::move(path),

@@ -9,14 +9,14 @@
 
 namespace corvo::corvo_internal::network {
 
-/// Asks for the configuration of a project, on behalf of a client's private identifier.
+/// Requests the configuration of a project, with a client's private identifier.
 struct ConfigRoute : NetworkRoute {
   using ResponseType = model::ConfigResponse;
 
   ConfigRoute(std::string token, std::string userId);
 };
 
-/// Asks where the device is, as far as the backend can tell.
+/// Requests the device's location, as far as the backend knows it.
 struct LocationRoute : NetworkRoute {
   using ResponseType = PropertyMap;
 

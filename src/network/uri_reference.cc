@@ -14,7 +14,7 @@ constexpr bool isAlpha(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c
 constexpr bool isHexDigit(char c) { return isDigit(c) || isOneOf(c, "abcdefABCDEF"); }
 constexpr bool isSubDelimiter(char c) { return isOneOf(c, "!$&'()*+,;="); }
 
-// *( unreserved / pct-encoded / sub-delims / the other characters )
+// *( unreserved / pct-encoded / sub-delims / others )
 bool isEncoded(std::string_view text, std::string_view others) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
@@ -32,7 +32,8 @@ bool isScheme(std::string_view text) {
                      [](char c) { return isAlpha(c) || isDigit(c) || isOneOf(c, "+-."); });
 }
 
-// The text up to the delimiter, which is taken off with it; the whole text when there is none.
+// Removes and returns the text up to the delimiter, and removes the delimiter; the whole text if
+// there is no delimiter.
 std::string_view takePiece(std::string_view& text, char delimiter) {
   const std::size_t end = text.find(delimiter);
   const std::string_view piece = text.substr(0, end);
@@ -61,7 +62,8 @@ bool isH16(std::string_view text) {
   return !text.empty() && text.size() <= 4 && std::all_of(text.begin(), text.end(), isHexDigit);
 }
 
-// How many 16-bit pieces a run like "1:2:3" or "1:2:192.0.2.1" stands for; none if it is no run.
+// The number of 16-bit pieces in a sequence like "1:2:3" or "1:2:192.0.2.1"; empty if it is
+// invalid.
 std::optional<int> countPieces(std::string_view run) {
   int count = 0;
   while (!run.empty()) {
@@ -79,7 +81,7 @@ std::optional<int> countPieces(std::string_view run) {
   return count;
 }
 
-// Eight pieces, or fewer with one "::" that stands for the rest.
+// Eight pieces, or fewer if one "::" stands for the rest.
 bool isIpv6(std::string_view text) {
   const std::size_t gap = text.find("::");
   if (gap == kNone) return countPieces(text) == 8;
@@ -120,7 +122,7 @@ bool isAuthority(std::string_view text) {
 
 bool isPath(std::string_view text) { return isEncoded(text, ":@/"); }
 
-// The path after a scheme alone, whose first segment may be the authority that lost a slash.
+// A path after a scheme and a single slash; its first segment may be an authority.
 bool isPathAfterScheme(std::string_view text) {
   if (isPath(text)) return true;
   if (text.empty() || text.front() != '/') return false;
@@ -142,8 +144,8 @@ bool isUnreserved(char c) noexcept { return isAlpha(c) || isDigit(c) || isOneOf(
 
 std::optional<UriReference> parseUriReference(std::string_view text) {
   UriReference uri;
-  // The first component that ends before one of the delimiters (RFC 3986, appendix B). A relative
-  // reference has no colon in its first segment, so a colon there always ends a scheme.
+  // Takes the first component that ends before one of the delimiters (RFC 3986, appendix B). A
+  // relative reference has no colon in its first segment, so a colon there always ends a scheme.
   if (const auto end = text.find_first_of(":/?#"); end != kNone && text[end] == ':') {
     uri.scheme = takePiece(text, ':');
   }

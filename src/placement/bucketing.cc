@@ -21,7 +21,7 @@ namespace {
 static_assert(std::bit_cast<std::uint64_t>(kBucketMultiplier) == 0x42D36B5A04000000);
 static_assert(std::bit_cast<std::uint64_t>(kBucketScale) == 0x3BF0000000000000);
 
-// What a hash is multiplied by to make room for one digit, for those of a byte, two bytes and four.
+// Powers of the hash's multiplier: for one digit, and for the digits of one, two and four bytes.
 constexpr std::uint32_t kHashFactor = 31;
 constexpr std::uint32_t kByteFactor = kHashFactor * kHashFactor;
 constexpr std::uint32_t kTwoBytesFactor = kByteFactor * kByteFactor;
@@ -44,7 +44,7 @@ double bucketOf(const base::Md5Digest& digest) {
 }
 
 template <class AnyObserver>
-double bucketSeen(std::string_view splitId, std::string_view salt, AnyObserver observer) {
+double observedBucket(std::string_view splitId, std::string_view salt, AnyObserver observer) {
   const base::Md5Digest digest = base::md5(splitId, salt);
   const double bucket = bucketOf(digest);
   observer.on(Hashed{splitId, salt, digest, bucket});
@@ -61,7 +61,7 @@ Placement placed(PlacementReason reason, model::List<model::Group> groups, std::
   return {reason, &groups[index], static_cast<std::uint32_t>(index), bucket};
 }
 
-// The first group in whose forced list the identifier stands.
+// The first group whose forced list contains the identifier.
 std::optional<std::size_t> forcedGroupIndex(model::List<model::Group> groups,
                                             std::string_view splitId) {
   for (std::size_t i = 0; i < groups.size(); ++i) {
@@ -70,14 +70,14 @@ std::optional<std::size_t> forcedGroupIndex(model::List<model::Group> groups,
   return std::nullopt;
 }
 
-// What is left of a bucket's magnitude after the whole hundreds: to the bit what `std::fmod`
-// leaves, in a third of the time. Only the quotient is rounded, and never up to the next whole
-// number: below 100 n it lies at least 0.64 of n's last place below n.
-double beyondHundreds(double magnitude) {
+// The remainder of a bucket's magnitude modulo 100, identical to that of `std::fmod` to the bit, in
+// a third of the time. Only the quotient is rounded, and never up to the next whole number: below
+// 100 n it is at least 0.64 of n's last place below n.
+double remainderBy100(double magnitude) {
   return magnitude - static_cast<int>(magnitude / kPercent) * kPercent;
 }
 
-// The first group whose share ends at the point or beyond it, else the one that takes the rest.
+// The first group whose range ends at or after the point, or else the fallback group.
 template <class AnyObserver>
 std::optional<std::size_t> groupAt(double point, model::List<model::Group> groups,
                                    AnyObserver observer) {
@@ -85,7 +85,7 @@ std::optional<std::size_t> groupAt(double point, model::List<model::Group> group
   for (std::size_t i = 0; i < groups.size(); ++i) {
     cumulative += groups[i].weight * kPercent;
     const bool holds = point <= cumulative;
-    observer.on(ShareTested{cumulative, holds});
+    observer.on(WeightTested{cumulative, holds});
     if (holds) return i;
   }
   const auto rest = std::ranges::find(groups, kFallbackGroup, &model::Group::name);
@@ -102,8 +102,8 @@ bool insideAllocation(const model::Experiment& experiment, double magnitude, Any
   return isInside;
 }
 
-// The group whose share of the weights the bucket falls in. A point on a boundary belongs to the
-// earlier group. The allocation does not count for those who are forced.
+// The group into whose range of the weights the bucket falls. A point on a boundary belongs to the
+// earlier group. Forced users ignore the allocation.
 template <class AnyObserver>
 Placement pickGroupByWeight(const model::Experiment& experiment, bool isForced, double bucket,
                             AnyObserver observer) {
@@ -111,26 +111,26 @@ Placement pickGroupByWeight(const model::Experiment& experiment, bool isForced, 
   if (!isForced && !insideAllocation<AnyObserver>(experiment, magnitude, observer)) {
     return {.reason = PlacementReason::outsideAllocation, .bucket = bucket};
   }
-  const double point = beyondHundreds(magnitude);
-  observer.on(SharesBegun{experiment, point});
+  const double point = remainderBy100(magnitude);
+  observer.on(WeightsBegun{experiment, point});
   const std::optional<std::size_t> index = groupAt<AnyObserver>(point, experiment.groups, observer);
-  observer.on(SharesDecided{index});
+  observer.on(WeightsDecided{index});
   if (!index) return {.reason = PlacementReason::noGroup, .bucket = bucket};
   return placed(PlacementReason::bucketed, experiment.groups, *index, bucket);
 }
 
-// Bounds that are not ordered, as those that are no numbers, admit nobody.
+// Unordered bounds, such as NaN, admit nobody.
 bool admits(const model::LayerBounds& bounds, double point) {
   if (isInverted(bounds)) base::stopProcess(kInvertedBounds);
   return bounds.lowerBound <= point && point <= bounds.upperBound;
 }
 
-// Without a layer everybody is inside. One that is named but has no bounds admits nobody.
+// Without a layer, everybody is inside. A layer without bounds admits nobody.
 template <class AnyObserver>
 bool insideBounds(std::string_view splitId, const model::Experiment& experiment,
                   AnyObserver observer) {
   if (experiment.layerBounds.empty()) return !experiment.layerId;
-  const double bucket = bucketSeen<AnyObserver>(splitId, layerSalt(experiment), observer);
+  const double bucket = observedBucket<AnyObserver>(splitId, layerSalt(experiment), observer);
   const double point = std::floor(std::fabs(bucket / kLayerDivisor));
   return std::ranges::any_of(experiment.layerBounds, [&](const model::LayerBounds& bounds) {
     const bool isInside = admits(bounds, point);
@@ -148,7 +148,7 @@ bool insideLayer(std::string_view splitId, const model::Experiment& experiment,
   return isInside;
 }
 
-// Where the lists force a user. A group's list counts before the experiment's.
+// The result of the forced lists. A group's list takes precedence over the experiment's.
 struct Forced {
   std::optional<std::size_t> group;
   bool intoExperiment = false;
@@ -178,7 +178,7 @@ Placement assign(std::string_view splitId, const model::Experiment& experiment, 
   }
   const double value = known.bucket != nullptr
                            ? *known.bucket
-                           : bucketSeen<AnyObserver>(splitId, experiment.salt, observer);
+                           : observedBucket<AnyObserver>(splitId, experiment.salt, observer);
   Placement placement = pickGroupByWeight<AnyObserver>(experiment, isForced, value, observer);
   if (isForced && placement.group) placement.reason = PlacementReason::forcedIntoExperiment;
   return placement;
@@ -186,7 +186,7 @@ Placement assign(std::string_view splitId, const model::Experiment& experiment, 
 
 }  // namespace
 
-// Four bytes at a time: a chain of four steps in place of 32.
+// Hashes four bytes at a time: a chain of four steps instead of 32.
 std::int32_t stringHash32(const base::Md5Digest& digest) noexcept {
   std::uint32_t hash = 0;
   for (std::size_t i = 0; i < digest.size(); i += 4) {
@@ -211,7 +211,7 @@ Buckets bucketValues(const std::array<base::Md5Message, base::kMd5Lanes>& messag
 
 Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,
                       const Known& known) {
-  return assign<Silent>(splitId, experiment, known, {});
+  return assign<NoObserver>(splitId, experiment, known, {});
 }
 
 Placement assignGroup(std::string_view splitId, const model::Experiment& experiment,

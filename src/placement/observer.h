@@ -11,25 +11,25 @@
 
 namespace corvo::corvo_internal::placement {
 
-using targeting::Silent;
+using targeting::NoObserver;
 
-/// The identifier by which an experiment places the user was looked for.
+/// The identifier by which an experiment places the user was looked up.
 struct SplitIdentified {
   model::SplitMode mode;
   const std::optional<std::string_view>& identifier;
 };
 
-/// The user is looked for in a holdout that the experiment names.
+/// Looking for the user in a holdout that the experiment names.
 struct HoldoutBegun {
   const project::PreparedExperiment& holdout;
 };
 struct HoldoutDecided {
   bool isIn;
 };
-/// Between these two: the holdout has been looked at before, and is not again.
+/// Sent between these two: the holdout has been resolved before and is not resolved again.
 struct HoldoutRemembered {};
 
-/// The forced lists of the groups, and then that of the experiment, were looked at.
+/// The forced lists of the groups, and then that of the experiment, were searched.
 struct GroupsForced {
   const model::Experiment& experiment;
   std::optional<std::size_t> group;
@@ -38,7 +38,7 @@ struct ExperimentForced {
   bool isListed;
 };
 
-/// The user is looked for in the experiment's layer.
+/// Looking for the user in the experiment's layer.
 struct LayerBegun {
   const model::Experiment& experiment;
 };
@@ -51,7 +51,8 @@ struct LayerDecided {
   bool isInside;
 };
 
-/// An identifier was hashed with a salt: of the layer where that has begun, else of the experiment.
+/// An identifier was hashed with a salt: the layer's while a layer is examined, otherwise the
+/// experiment's.
 struct Hashed {
   std::string_view identifier;
   std::string_view salt;
@@ -62,26 +63,26 @@ struct Hashed {
 /// The allocation was compared with the bucket's magnitude.
 struct AllocationTested {
   double allocation;
-  double used;   ///< What is compared: a hundredth of the magnitude,
-  double limit;  ///< and with what: the allocation in per cent.
+  double used;   ///< The compared value: a hundredth of the magnitude.
+  double limit;  ///< Its limit: the allocation in per cent.
   bool isInside;
 };
 
-/// The group is looked for in whose share a point from 0 to 100 lies; each share ends where the
-/// weights so far do. Where it lies in none, one group may take the rest.
-struct SharesBegun {
+/// Searching for the group whose range contains a point from 0 to 100. Each range ends at the sum
+/// of the weights so far. If no range contains the point, one group may take it.
+struct WeightsBegun {
   const model::Experiment& experiment;
   double point;
 };
-struct ShareTested {
+struct WeightTested {
   double end;
   bool holds;
 };
-struct SharesDecided {
+struct WeightsDecided {
   std::optional<std::size_t> group;
 };
 
-/// The targets are looked at.
+/// Testing the targets.
 struct TargetsBegun {
   const model::Experiment& experiment;
 };
@@ -89,7 +90,7 @@ struct TargetsDecided {
   bool areMet;
 };
 
-/// Sees where users are placed, and why.
+/// Observes where users are placed, and why.
 class Observer : public targeting::Observer {
  public:
   using targeting::Observer::on;
@@ -104,9 +105,9 @@ class Observer : public targeting::Observer {
   virtual void on(const LayerDecided& event) = 0;
   virtual void on(const Hashed& event) = 0;
   virtual void on(const AllocationTested& event) = 0;
-  virtual void on(const SharesBegun& event) = 0;
-  virtual void on(const ShareTested& event) = 0;
-  virtual void on(const SharesDecided& event) = 0;
+  virtual void on(const WeightsBegun& event) = 0;
+  virtual void on(const WeightTested& event) = 0;
+  virtual void on(const WeightsDecided& event) = 0;
   virtual void on(const TargetsBegun& event) = 0;
   virtual void on(const TargetsDecided& event) = 0;
 

@@ -8,24 +8,25 @@ namespace corvo::corvo_internal::placement {
 
 /// Why a user has a group in an experiment, or has none.
 enum class PlacementReason : std::uint8_t {
-  forcedIntoGroup,       ///< The group's forced list names him.
-  forcedIntoExperiment,  ///< The experiment's forced list names him; the weights chose the group.
-  bucketed,              ///< The hash put him there, and the targets, if any, are met.
-  noSplitIdentifier,     ///< He lacks the property that the experiment splits by.
-  heldOut,               ///< He is in a holdout that the experiment names.
-  outsideLayer,          ///< No interval of the layer admits him.
-  outsideAllocation,     ///< The experiment is for a smaller share of the users.
-  noGroup,               ///< There are no groups, or he is beyond their weights.
-  targetsNotMet          ///< The experiment is for other users.
+  forcedIntoGroup,       ///< The group's forced list contains them.
+  forcedIntoExperiment,  ///< The experiment's forced list contains them; the weights chose the
+                         ///< group.
+  bucketed,              ///< The hash put them there, and the targets, if any, are met.
+  noSplitIdentifier,     ///< They lack the property that the experiment splits by.
+  heldOut,               ///< They are in a holdout that the experiment names.
+  outsideLayer,          ///< No interval of the layer admits them.
+  outsideAllocation,     ///< The allocation does not cover them.
+  noGroup,               ///< There are no groups, or the weights do not cover them.
+  targetsNotMet          ///< They do not meet the targets.
 };
 
-/// Which group a user has in an experiment and why, or why he has none.
+/// A user's group in an experiment and the reason, or the reason why they have none.
 struct Placement {
   PlacementReason reason = PlacementReason::noSplitIdentifier;
-  const model::Group* group = nullptr;  ///< Null when the user is not in the experiment.
+  const model::Group* group = nullptr;  ///< Null if the user is not in the experiment.
   std::uint32_t index = 0;              ///< The group's position.
-  double bucket = 0;                    ///< What group or allocation were decided by, if they were.
-  const model::Experiment* holdout = nullptr;  ///< The one that holds him out.
+  double bucket = 0;                    ///< The value that decided group or allocation, if one did.
+  const model::Experiment* holdout = nullptr;  ///< The holdout that excludes the user.
 };
 
 }  // namespace corvo::corvo_internal::placement

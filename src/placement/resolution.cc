@@ -11,10 +11,10 @@
 namespace corvo::corvo_internal::placement {
 namespace {
 
-// In place of a way to look at holdouts: those that a holdout names itself do not count.
+// A holdout predicate that ignores holdouts: those that a holdout itself names do not count.
 struct IgnoreHoldouts {};
 
-// The first holdout that the user is in, of those that the experiment names; or null.
+// The first of the experiment's holdouts that the user is in, or null.
 template <class AnyObserver, class IsInHoldout>
 const model::Experiment* holdoutOf(const project::PreparedExperiment& experiment,
                                    IsInHoldout isInHoldout, AnyObserver observer) {
@@ -29,8 +29,8 @@ const model::Experiment* holdoutOf(const project::PreparedExperiment& experiment
   return nullptr;
 }
 
-// What all ways to resolve share: `isInHoldout` looks at a holdout, `assign` gives the group. The
-// targets do not count where a forced list put the user there.
+// The common part of all resolutions: `isInHoldout` tests a holdout, `assign` selects the group.
+// Forced users skip the targets.
 template <class AnyObserver, class IsInHoldout, class Assign>
 Placement resolveBy(const project::PreparedExperiment& experiment,
                     const targeting::Context& context, IsInHoldout isInHoldout, Assign assign,
@@ -74,7 +74,7 @@ Placement Resolver::resolve(const project::PreparedExperiment& experiment,
   const auto assign = [&](std::string_view splitId) -> const Placement& {
     return assignOnce(splitId, experiment, context, digests);
   };
-  return resolveBy<Silent>(experiment, context, isInHoldout, assign, {});
+  return resolveBy<NoObserver>(experiment, context, isInHoldout, assign, {});
 }
 
 const Placement& Resolver::assignOnce(std::string_view splitId,
@@ -104,7 +104,7 @@ Resolver::Remembered& Resolver::recall(std::size_t position, std::string_view sp
   return known;
 }
 
-// Those of an experiment and its neighbours take little longer than its own.
+// Computing the buckets of an experiment and its neighbours takes little longer than its own.
 void Resolver::makeBuckets(std::size_t position, const targeting::Context& context) {
   const std::size_t first = position - position % base::kMd5Lanes;
   const auto neighbours = std::span(project_.experiments()).subspan(first);
@@ -157,12 +157,12 @@ bool Resolver::Report::isInHoldout(const project::PreparedExperiment& holdout) {
   return known.isInHoldout;
 }
 
-Placement SeenResolver::resolve(const project::PreparedExperiment& experiment) {
+Placement ObservedResolver::resolve(const project::PreparedExperiment& experiment) {
   return resolve(experiment,
                  [this](const project::PreparedExperiment& holdout) { return isIn(holdout); });
 }
 
-bool SeenResolver::isIn(const project::PreparedExperiment& holdout) {
+bool ObservedResolver::isIn(const project::PreparedExperiment& holdout) {
   if (const auto known = isIn_.find(&holdout); known != isIn_.end()) {
     observer_.on(HoldoutRemembered{});
     return known->second;
@@ -171,8 +171,8 @@ bool SeenResolver::isIn(const project::PreparedExperiment& holdout) {
 }
 
 template <class IsInHoldout>
-Placement SeenResolver::resolve(const project::PreparedExperiment& experiment,
-                                IsInHoldout isInHoldout) {
+Placement ObservedResolver::resolve(const project::PreparedExperiment& experiment,
+                                    IsInHoldout isInHoldout) {
   const auto assign = [&](std::string_view splitId) {
     return assignGroup(splitId, *experiment.record, observer_);
   };

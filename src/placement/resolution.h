@@ -14,15 +14,15 @@
 
 namespace corvo::corvo_internal::placement {
 
-/// Decides who takes part in the experiments of one project. Looked at in this order: the split
-/// identifier, the holdouts that the experiment names, the group, and, unless a forced list put the
-/// user there, the targets.
+/// Decides who takes part in the experiments of one project. The checks are, in this order: the
+/// split identifier, the holdouts that the experiment names, the group, and, unless a forced list
+/// decided, the targets.
 ///
-/// Which group lists, layer and weights give an identifier depends on the project alone. It is
-/// remembered for each experiment until another identifier, or another user, is asked about.
-/// Holdouts and targets can depend on the clock: they are looked at anew at every question.
+/// The group by lists, layer and weights depends only on the project and the identifier. It is
+/// remembered for each experiment until the identifier or the user changes. Holdouts and targets
+/// can depend on the clock, so every question checks them again.
 ///
-/// The project must outlive it, and all contexts come from one source. For one thread at a time.
+/// The project must outlive it, and all contexts must come from one source. Not thread-safe.
 class Resolver {
  public:
   explicit Resolver(const project::PreparedProject& project) : project_(project) {}
@@ -30,12 +30,13 @@ class Resolver {
   [[nodiscard]] Placement resolve(const project::PreparedExperiment& experiment,
                                   const targeting::Context& context);
 
-  /// The same without regard to holdouts: what counts for being in a holdout oneself.
+  /// The same, but ignores holdouts. This decides whether a user is in a holdout.
   [[nodiscard]] Placement resolveIgnoringHoldouts(const project::PreparedExperiment& experiment,
                                                   const targeting::Context& context);
 
-  /// A question about many experiments: each is resolved at most once, and so is each holdout. The
-  /// digests of neighbours are made together. One at a time; resolver and context must outlive it.
+  /// A question about many experiments. Each experiment and each holdout is resolved at most once,
+  /// and the digests of neighbours are computed together. Only one report at a time; resolver and
+  /// context must outlive it.
   class Report {
    public:
     Report(Resolver& resolver, const targeting::Context& context);
@@ -50,16 +51,16 @@ class Resolver {
   };
 
  private:
-  // Where an identifier was put, or what is known about that.
+  // A remembered placement, or a part of one.
   struct Remembered {
     std::uint64_t revision = 0;
-    const char* identifier = nullptr;  // within one revision, the same place is the same text
+    const char* identifier = nullptr;  // within one revision, an equal address means an equal text
     bool hasBucket = false;
     bool isPlaced = false;
     double bucket = 0;
     Placement placement;
   };
-  // What a report has found out, if its number is this.
+  // The results of the report with this number.
   struct Reported {
     std::uint64_t resolvedIn = 0;
     std::uint64_t holdoutIn = 0;
@@ -80,16 +81,16 @@ class Resolver {
   [[nodiscard]] std::size_t positionOf(const project::PreparedExperiment& experiment) const;
 
   const project::PreparedProject& project_;
-  std::vector<Remembered> memory_;  // by position, as what follows; made on first use
+  std::vector<Remembered> memory_;  // by position, like the next member; allocated on first use
   std::vector<Reported> reported_;
-  std::uint64_t report_ = 0;  // the number of the present one
+  std::uint64_t report_ = 0;  // the number of the current report
 };
 
-/// Decides the same, seen by an observer, for one question. Remembers who is in the holdouts that
-/// have been looked at: many experiments may name one. Context and observer must outlive it.
-class SeenResolver {
+/// Makes the same decisions with an observer, for one question. Remembers the results of holdouts,
+/// because many experiments may name the same one. Context and observer must outlive it.
+class ObservedResolver {
  public:
-  SeenResolver(const targeting::Context& context, Observer& observer)
+  ObservedResolver(const targeting::Context& context, Observer& observer)
       : context_(context), observer_(observer) {}
 
   [[nodiscard]] Placement resolve(const project::PreparedExperiment& experiment);

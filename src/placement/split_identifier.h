@@ -8,10 +8,10 @@
 
 namespace corvo::corvo_internal::placement {
 
-/// The text by which an experiment places the user of the context: the user's property that its
-/// split mode names, "userId" where it has none. Read from the user's own properties only, but the
-/// device's identifier stands in for a missing "deviceId". Absent when there is none, or it has
-/// expired. Valid as long as the context.
+/// The text by which an experiment places the context's user: the user's property that its split
+/// mode names, "userId" if it has no mode. Read only from the user's own properties, except that
+/// the device's identifier replaces a missing "deviceId". Empty if there is none or it has expired.
+/// Valid as long as the context.
 [[nodiscard]] std::optional<std::string_view> splitIdentifier(
     std::optional<model::SplitMode> splitMode, const targeting::Context& context);
 

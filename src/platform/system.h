@@ -7,12 +7,12 @@
 
 namespace corvo::corvo_internal::platform {
 
-/// The system's clock. One instance per process; any thread.
+/// The system's clock. One instance per process. Thread-safe.
 [[nodiscard]] std::shared_ptr<Clock> systemClock();
 
-/// The time zone of the process, as the C library knows it: the variable TZ, else the system's
-/// setting. It follows a change of either, with or without a call of `tzset`. One instance per
-/// process; any thread, as long as nobody changes the environment meanwhile.
+/// The time zone of the process as the C library defines it: the variable TZ, or else the system's
+/// setting. Follows changes of either, even without a call of `tzset`. One instance per process.
+/// Thread-safe as long as nobody changes the environment at the same time.
 [[nodiscard]] std::shared_ptr<TimeZone> systemTimeZone();
 
 }  // namespace corvo::corvo_internal::platform

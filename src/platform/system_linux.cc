@@ -10,8 +10,8 @@
 namespace corvo::corvo_internal::platform {
 namespace {
 
-/// The moment of the kernel's last tick, a few milliseconds ago. Nothing that the library decides
-/// needs a finer one, and the exact moment takes nearly five times as long to read.
+/// The time of the kernel's last tick, a few milliseconds ago. The library needs no finer
+/// resolution, and the exact time takes nearly five times as long to read.
 class TickClock final : public ExactClock {
  public:
   [[nodiscard]] double now() const override {

@@ -15,12 +15,12 @@ namespace {
 
 class PosixZone {
  public:
-  // A billion years either way: the C library counts years in an int.
+  // A billion years before and after 1970: the C library counts years in an int.
   static constexpr std::int64_t kLatest = std::int64_t{1} << 55;
   static constexpr std::int64_t kEarliest = -kLatest;
 
-  /// The entry "TZ=..." of the environment, found again at the cost of a few loads: `getenv`, which
-  /// walks the environment, takes longer than the rest of a question.
+  /// The entry "TZ=..." of the environment, found with a few loads. `getenv` searches the whole
+  /// environment, which takes longer than the rest of a question.
   [[nodiscard]] std::string_view text() const noexcept {
     char** const all = *environment_;
     const char* const entry = entry_.load(std::memory_order_relaxed);
@@ -36,7 +36,7 @@ class PosixZone {
   [[nodiscard]] static std::int64_t offsetAt(std::int64_t moment) noexcept {
     const auto time = static_cast<std::time_t>(moment);
     std::tm local{};
-    tzset();  // `localtime` looks whether the zone has changed; `localtime_r` need not
+    tzset();  // unlike `localtime`, `localtime_r` need not check whether the zone has changed
     return localtime_r(&time, &local) == nullptr ? 0 : local.tm_gmtoff;
   }
 
@@ -47,8 +47,8 @@ class PosixZone {
     return entry[0] == 'T' && entry[1] == 'Z' && entry[2] == '=';
   }
 
-  /// Remembers where TZ stands, or else which entry is the last: a variable that is new is added
-  /// behind it.
+  /// Remembers the position of TZ or, if there is none, of the last entry, because new variables
+  /// are added after it.
   std::string_view find(char** all) const noexcept {
     if (all == nullptr || all[0] == nullptr) return {};
     std::size_t position = 0;
@@ -60,7 +60,7 @@ class PosixZone {
   }
 
   char** const* environment_ = environmentPlace();
-  // Written together, read one by one: a mixture of two states does not match the environment.
+  // Written together, read one by one. A mixture of two states does not match the environment.
   mutable std::atomic<char**> all_ = nullptr;
   mutable std::atomic<std::size_t> position_ = 0;
   mutable std::atomic<const char*> entry_ = nullptr;

@@ -1,11 +1,11 @@
 #pragma once
 
-// What the systems that keep to POSIX still do each in its own way.
+// The parts that differ between POSIX systems.
 
 namespace corvo::corvo_internal::platform {
 
-/// Where the environment's list of entries is found, now and after every change of it. The last
-/// entry is null; so may be the list.
+/// The address of the pointer to the environment's entries, which stays valid after every change of
+/// the environment. The last entry is null; the pointer itself may be null.
 [[nodiscard]] char** const* environmentPlace() noexcept;
 
 }  // namespace corvo::corvo_internal::platform

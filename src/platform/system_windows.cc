@@ -27,7 +27,7 @@ struct WindowsZone {
   }
 
   [[nodiscard]] static std::int64_t standardOffset() noexcept {
-#ifdef __MINGW32__  // its import library knows the variable alone
+#ifdef __MINGW32__  // its import library exports only the variable
     return _timezone;
 #else
     long seconds = 0;

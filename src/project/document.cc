@@ -11,7 +11,8 @@ namespace {
 template <class R>
 std::vector<Placed<R>> ours(const std::vector<Placed<R>>& all) {
   std::vector<Placed<R>> kept;
-  std::ranges::copy_if(all, std::back_inserter(kept), [](Placed<R> each) { return isOurs(*each); });
+  std::ranges::copy_if(all, std::back_inserter(kept),
+                       [](Placed<R> each) { return isForThisPlatform(*each); });
   return kept;
 }
 

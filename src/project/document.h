@@ -22,35 +22,35 @@ struct Placed {
   const R* operator->() const noexcept { return record; }
 };
 
-/// The member of an object that counts: the last of that key; null when there is none.
+/// The member of an object that counts: the last one with that key; null if there is none.
 [[nodiscard]] const json::JsonNode* lastMember(const json::JsonNode& object,
                                                std::string_view key) noexcept;
 
-/// A document decoded with the tolerance of a client, and for each record the node of its tree.
+/// A document decoded as tolerantly as a client does, with the node of each record.
 class Document {
  public:
   explicit Document(std::string_view text);
 
-  /// Null when the text is not JSON.
+  /// Null if the text is not valid JSON.
   [[nodiscard]] const json::JsonNode* root() const noexcept { return root_; }
   /// Why there is no root.
   [[nodiscard]] std::string_view error() const noexcept { return tree_.error(); }
 
-  /// Whether the text is a configuration, and why not.
+  /// Whether the text is a valid configuration, and the failure if not.
   [[nodiscard]] bool isConfiguration() const noexcept { return isConfiguration_; }
   [[nodiscard]] const model::ReadFailure& failure() const noexcept { return decoder_.failure(); }
 
-  /// What was dropped, in document order.
+  /// Everything that was dropped, in document order.
   [[nodiscard]] const std::vector<model::DroppedNode>& dropped() const noexcept { return dropped_; }
 
   [[nodiscard]] Placed<model::ConfigResponse> config() const { return {&config_, root_}; }
-  /// All flags and experiments that were read, and those of them that a client keeps.
+  /// All flags and experiments that were read, and those that remain after the platform filter.
   [[nodiscard]] const auto& flags() const noexcept { return flags_; }
   [[nodiscard]] const auto& experiments() const noexcept { return experiments_; }
   [[nodiscard]] const auto& keptFlags() const noexcept { return keptFlags_; }
   [[nodiscard]] const auto& keptExperiments() const noexcept { return keptExperiments_; }
 
-  /// The node of a field: the record's own, where it lacks the field.
+  /// The node of a field, or the record's own node if it lacks the field.
   template <class R, class M>
   [[nodiscard]] const json::JsonNode& place(Placed<R> owner, M R::*member) const {
     const json::JsonNode* found = nullptr;
@@ -65,7 +65,7 @@ class Document {
     return found != nullptr ? *found : *owner.node;
   }
 
-  /// The elements of a list: those of the array that were not dropped, or a single value that
+  /// The elements of a list: the array's elements that were not dropped, or a single value that
   /// stands for a list of one.
   template <class R, class L>
   [[nodiscard]] std::vector<Placed<typename L::value_type>> list(Placed<R> owner,

@@ -3,8 +3,8 @@
 namespace corvo::corvo_internal::project {
 namespace {
 
-// Calls a function with each entry and the group that it belongs to: groups first, and then, as if
-// it were one more, the experiment.
+// Calls a function with each entry and the index of its group. The experiment's own list comes
+// last, as if it were one more group.
 template <class Function>
 void forEachEntry(const model::Experiment& experiment, Function function) {
   std::uint32_t owner = 0;

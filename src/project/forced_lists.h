@@ -10,17 +10,17 @@
 
 namespace corvo::corvo_internal::project {
 
-/// The forced lists of an experiment, where there are many entries: those of its groups, and its
-/// own. Refers to the record.
+/// An index of the forced lists of an experiment and its groups, for long lists. Refers to the
+/// record.
 class ForcedLists {
  public:
-  /// Null where walking through the lists costs no more.
+  /// Null if searching the lists directly costs no more.
   static std::unique_ptr<const ForcedLists> of(const model::Experiment& experiment);
 
   explicit ForcedLists(const model::Experiment& experiment);
 
-  /// The index of the first group whose list has the identifier; the count of groups where that of
-  /// the experiment has it; `kNone` where none does.
+  /// The index of the first group whose list contains the identifier; the number of groups if the
+  /// experiment's own list does; `kNone` if none does.
   static constexpr std::uint32_t kNone = base::TextPositions::kNone;
   [[nodiscard]] std::uint32_t find(std::string_view identifier) const {
     const std::uint32_t position = positions_.find(identifier);
@@ -28,7 +28,7 @@ class ForcedLists {
   }
 
  private:
-  std::vector<std::uint32_t> owners_;  // of the entries, by position
+  std::vector<std::uint32_t> owners_;  // the group of each entry, by position
   base::TextPositions positions_;
 };
 

@@ -8,23 +8,26 @@
 namespace corvo::corvo_internal::project {
 namespace {
 
-bool isOurs(model::Text platform) {
+bool isForThisPlatform(model::Text platform) {
   return platform == "all" || platform == "ios" || base::equalsLowerCased(platform, "app");
 }
 
 }  // namespace
 
-bool isOurs(const model::FeatureFlag& flag) { return !flag.platform || isOurs(*flag.platform); }
+bool isForThisPlatform(const model::FeatureFlag& flag) {
+  return !flag.platform || isForThisPlatform(*flag.platform);
+}
 
-bool isOurs(const model::Experiment& experiment) {
+bool isForThisPlatform(const model::Experiment& experiment) {
   const model::List<model::Text> platforms = experiment.platforms;
   return platforms.empty() ||
-         std::ranges::any_of(platforms, [](model::Text name) { return isOurs(name); });
+         std::ranges::any_of(platforms, [](model::Text name) { return isForThisPlatform(name); });
 }
 
 void filterByPlatform(model::ConfigResponse& config) {
-  std::erase_if(config.featureFlags, [](const auto& flag) { return !isOurs(flag); });
-  std::erase_if(config.experiments, [](const auto& experiment) { return !isOurs(experiment); });
+  std::erase_if(config.featureFlags, [](const auto& flag) { return !isForThisPlatform(flag); });
+  std::erase_if(config.experiments,
+                [](const auto& experiment) { return !isForThisPlatform(experiment); });
 }
 
 }  // namespace corvo::corvo_internal::project

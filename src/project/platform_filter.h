@@ -4,14 +4,14 @@
 
 namespace corvo::corvo_internal::project {
 
-/// Whether a flag or an experiment is meant for this platform. "all" and "ios" count exactly as
-/// written, "app" in any letter case.
-[[nodiscard]] bool isOurs(const model::FeatureFlag& flag);
-[[nodiscard]] bool isOurs(const model::Experiment& experiment);
+/// Whether a flag or an experiment is meant for this platform. "all" and "ios" must match exactly,
+/// "app" in any letter case.
+[[nodiscard]] bool isForThisPlatform(const model::FeatureFlag& flag);
+[[nodiscard]] bool isForThisPlatform(const model::Experiment& experiment);
 
-/// Removes the flags and experiments that are not meant for this platform: a flag of another
-/// platform, and an experiment whose platforms are all others. The flags that experiments carry
-/// stay.
+/// Removes the flags and experiments that are not meant for this platform: flags of another
+/// platform, and experiments that list only other platforms. The flags that experiments carry are
+/// kept.
 void filterByPlatform(model::ConfigResponse& config);
 
 }  // namespace corvo::corvo_internal::project

@@ -12,17 +12,17 @@ namespace corvo::corvo_internal::project {
 namespace {
 
 template <class NameAt>
-CORVO_COLD std::uint32_t positionOfMended(const base::NameIndex& index, std::string_view name,
-                                          NameAt nameAt) {
+CORVO_COLD std::uint32_t positionOfRepaired(const base::NameIndex& index, std::string_view name,
+                                            NameAt nameAt) {
   return index.find(base::wellFormed(name), nameAt);
 }
 
 template <class NameAt>
 std::uint32_t positionOf(const base::NameIndex& index, std::string_view name, NameAt nameAt) {
   const std::uint32_t position = index.find(name, nameAt);
-  // Most names that nothing has are well-formed.
+  // Most unknown names are well-formed.
   if (position != base::NameIndex::kNone || base::isWellFormed(name)) return position;
-  return positionOfMended(index, name, nameAt);
+  return positionOfRepaired(index, name, nameAt);
 }
 
 CarriedFlag prepared(const model::FeatureFlag& flag, const PreparedExperiment& carrier,
@@ -47,7 +47,7 @@ FirstOfName firstOfName(model::List<Record> records, base::Pool& pool) {
   });
 }
 
-// It has its place already: its flags point to it.
+// The experiment must already be at its final address, because its flags point to it.
 void prepare(PreparedExperiment& experiment, targeting::Vocabulary& vocabulary) {
   const model::Experiment& record = *experiment.record;
   if (record.targets) experiment.target.emplace(*record.targets, vocabulary);
@@ -78,7 +78,7 @@ PreparedProject::PreparedProject(std::shared_ptr<const model::ConfigResponse> co
   addHoldouts();
 }
 
-// Of two flags with one name the first decides.
+// If two flags have one name, the first decides.
 void PreparedProject::addFlags(targeting::Vocabulary& vocabulary) {
   flags_.reserve(config_->featureFlags.size());
   for (const model::FeatureFlag& flag : config_->featureFlags) {
@@ -91,7 +91,7 @@ void PreparedProject::addFlags(targeting::Vocabulary& vocabulary) {
 }
 
 void PreparedProject::addExperiments(targeting::Vocabulary& vocabulary) {
-  experiments_.reserve(config_->experiments.size());  // much points into it
+  experiments_.reserve(config_->experiments.size());  // elements must not move: they are pointed to
   for (const model::Experiment& experiment : config_->experiments) {
     experiments_.emplace_back().record = &experiment;
     prepare(experiments_.back(), vocabulary);
@@ -109,7 +109,7 @@ void PreparedProject::addCarriedFlags() {
   flags_.shrink_to_fit();
 }
 
-// Backwards, so that each experiment comes before those of its name that follow it.
+// Backwards, so that each experiment links to the next one of its name.
 void PreparedProject::addNames() {
   for (auto i = static_cast<std::uint32_t>(experiments_.size()); i-- > 0;) {
     PreparedExperiment& experiment = experiments_[i];
@@ -119,7 +119,7 @@ void PreparedProject::addNames() {
   }
 }
 
-// A holdout that is named again could only answer the same again.
+// A holdout that is named twice would only give the same answer again.
 void PreparedProject::addHoldouts() {
   std::unordered_map<const PreparedExperiment*, const PreparedExperiment*> namedLastBy;
   std::vector<const PreparedExperiment*> holdouts;

@@ -17,14 +17,14 @@ namespace corvo::corvo_internal::project {
 
 struct PreparedExperiment;
 
-/// A flag that an experiment carries: its rules for each of the flag's groups, by position.
+/// A flag that an experiment carries: the rules for each of the flag's groups, by position.
 struct CarriedFlag {
   const model::FeatureFlag* record = nullptr;
   const PreparedExperiment* carrier = nullptr;
   base::List<targeting::RuleList> groupRules;
 };
 
-/// For each element of a list the position of the first one that has the same name.
+/// For each element of a list, the position of the first element with the same name.
 using FirstOfName = base::List<std::uint32_t>;
 
 /// An experiment with everything prepared that a question about it needs.
@@ -32,28 +32,29 @@ struct PreparedExperiment {
   const model::Experiment* record = nullptr;
   std::optional<targeting::PreparedTarget> target;
   base::List<CarriedFlag> flags;
-  std::unique_ptr<const ForcedLists> forced;  // null where the lists are short
+  std::unique_ptr<const ForcedLists> forced;  // null if the lists are short
   FirstOfName firstFlags;
   FirstOfName firstParams;
-  base::List<const PreparedExperiment*> holdouts;  // those it names that there are, in its order
+  base::List<const PreparedExperiment*> holdouts;  // the holdouts it names that exist, in its order
   const PreparedExperiment* nextOfName = nullptr;
 
   [[nodiscard]] bool isHoldout() const { return record->type == model::ExperimentType::holdout; }
 };
 
-/// All that decides one flag: the flag of that name, and the first experiment that carries one.
+/// Everything that decides one flag: the flag of that name, and the first experiment that carries
+/// one.
 struct FlagEntry {
   model::Text name;
-  const model::FeatureFlag* record = nullptr;  // null where only an experiment knows the name
+  const model::FeatureFlag* record = nullptr;  // null if only an experiment knows the name
   targeting::RuleList rules;
-  const CarriedFlag* carried = nullptr;  // null where no experiment carries the flag
+  const CarriedFlag* carried = nullptr;  // null if no experiment carries the flag
   bool isPrivate = false;
 };
 
 /// A configuration prepared for evaluation: the records, arranged and indexed once, so that the
-/// work of a question does not grow with the project.
+/// cost of a question does not grow with the project.
 ///
-/// Immutable, so any thread may read it. Keeps the records alive that it refers to.
+/// Immutable and therefore thread-safe. Keeps the records that it refers to alive.
 class PreparedProject {
  public:
   explicit PreparedProject(std::shared_ptr<const model::ConfigResponse> config);
@@ -62,27 +63,28 @@ class PreparedProject {
 
   [[nodiscard]] const model::ConfigResponse& config() const noexcept { return *config_; }
 
-  // Names come from the application: the door's check for ill-formed UTF-8 is made only where
-  // nothing has the name as it stands, for all names here are well-formed.
+  // Names come from the application and may be ill-formed UTF-8. This is checked only if a name is
+  // not found, because all names in here are well-formed.
 
-  /// What decides the flag of that name, or null when nothing of the project has the name.
+  /// The entry of the flag, or null if nothing in the project has the name.
   [[nodiscard]] const FlagEntry* findFlag(std::string_view name) const;
 
-  /// All of them: the configuration's flags, each name once, in its order, and then those that only
+  /// All entries: the configuration's flags, each name once, in its order, and then those that only
   /// experiments know.
   [[nodiscard]] const std::vector<FlagEntry>& flags() const noexcept { return flags_; }
 
-  /// The properties that its conditions test.
+  /// The properties that the project's conditions test.
   [[nodiscard]] const targeting::PropertyNames& propertyNames() const noexcept {
     return propertyNames_;
   }
 
-  /// All experiments, holdouts included, in the configuration's order.
+  /// All experiments, including holdouts, in the configuration's order.
   [[nodiscard]] const std::vector<PreparedExperiment>& experiments() const noexcept {
     return experiments_;
   }
 
-  /// The first experiment of that name, of any type, or null; the others follow it.
+  /// The first experiment of that name, of any type, or null. The others of that name are linked to
+  /// it.
   [[nodiscard]] const PreparedExperiment* findExperiment(std::string_view name) const;
 
   /// The first holdout of that name, or null.

@@ -9,8 +9,8 @@
 
 namespace corvo::corvo_internal::storage {
 
-/// What an edit comes to that was made without knowing the stored value: its own entries, and the
-/// stored ones of other names. What it removed without knowing of it is there again.
+/// The result of an edit that was made without knowing the stored value: the edit's entries, plus
+/// the stored entries of other names. Entries that the edit could not know and removed reappear.
 [[nodiscard]] inline std::shared_ptr<const model::ForcedExperiments> merged(
     const model::ForcedExperiments& stored, const model::ForcedExperiments& edited) {
   auto both = std::make_shared<model::ForcedExperiments>(edited);

@@ -40,8 +40,8 @@ bool StorageClient::tryAgain() {
   return true;
 }
 
-bool StorageClient::isOwed() const noexcept {
-  const auto any = [](const auto&... slots) { return (slots.isOwed() || ...); };
+bool StorageClient::isPending() const noexcept {
+  const auto any = [](const auto&... slots) { return (slots.isPending() || ...); };
   return any(config, location, user, corvoPrivateId, corvoForcedExperiments);
 }
 

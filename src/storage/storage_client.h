@@ -13,35 +13,36 @@
 
 namespace corvo::corvo_internal::storage {
 
-/// All that one client keeps across restarts, in one suite of the preferences store. The suite is
-/// named "storage" + tag + token with nothing between, so clients whose tag and token join to the
-/// same text share it. For one thread at a time.
+/// All data that one client keeps across restarts, in one suite of the preferences store. The
+/// suite's name is "storage" + tag + token without separators, so clients whose tag and token
+/// concatenate to the same text share it. Not thread-safe.
 struct StorageClient {
-  /// The time-to-live is in seconds, the moment in seconds since 1970.
+  /// `cacheTtl` is in seconds, `now` in seconds since 1970.
   StorageClient(std::shared_ptr<PreferencesStore> store, std::string_view tag,
                 std::string_view projectToken, std::uint64_t cacheTTL, double now);
 
-  /// Names the moment of an operation that begins, and tells whether it is time to try again: the
-  /// suite could not be opened, read or written, and the last attempt was a second ago or more.
-  /// Everything is kept in memory until one succeeds.
+  /// Sets the time of the operation that begins. Returns whether to try again: the suite could not
+  /// be opened, read or written, and the last attempt was at least a second ago. Until an attempt
+  /// succeeds, everything is kept in memory.
   [[nodiscard]] bool isDue(double now) noexcept { return storage_->isDue(now); }
 
-  /// Whether the suite can be used, as far as is known.
+  /// Whether the suite is usable, as far as known.
   [[nodiscard]] bool isReached() const noexcept { return !storage_->hasFailed(); }
 
-  /// A number that changes when anything may have been written, by any client.
+  /// Changes whenever any client may have written anything.
   [[nodiscard]] std::uint64_t revision() const { return storage_->revision(); }
 
-  /// Tries to reach a suite again that has failed. True when it was reached: what it lacks has then
-  /// been written, and what was only made for want of stored records has given way to these. Only
-  /// the configuration, which may have to be changed before, is left to `config.settle`.
+  /// Tries to reach a failed suite again. Returns whether it was reached. If so, pending values
+  /// have been written, and values that the library created only because it could not read stored
+  /// ones have given way to those. The configuration is left to `config.settle`, because it may
+  /// have to be changed first.
   bool tryAgain();
 
-  /// An attempt was not carried through, so there is to be another one.
+  /// Marks the last attempt as incomplete, so that another one follows.
   void fail() noexcept { storage_->fail(); }
 
-  /// Whether the store lacks anything.
-  [[nodiscard]] bool isOwed() const noexcept;
+  /// Whether any value has yet to be written to the store.
+  [[nodiscard]] bool isPending() const noexcept;
 
   ExpiringProperty<model::ConfigResponse> config;
   ExpiringProperty<PropertyMap> location;

@@ -14,8 +14,8 @@
 
 namespace corvo::corvo_internal::storage {
 
-/// What was last read from the store under one key, so that the same bytes are read and decoded
-/// only once.
+/// The value last read from the store under one key. Keeps the same bytes from being read and
+/// decoded twice.
 template <class T>
 class Stored {
  public:
@@ -23,8 +23,8 @@ class Stored {
 
   [[nodiscard]] const std::string& key() const { return key_; }
 
-  /// The value in the store; null when there is none, or when that cannot be told just now. Costs a
-  /// load while nothing changes.
+  /// The value in the store; null if there is none or the store cannot be read at present. Costs
+  /// one load while nothing changes.
   const std::shared_ptr<const T>& read(StorageProtocol& storage) {
     if (const std::uint64_t revision = storage.revision(); !read_ || revision != suiteRevision_) {
       refresh(storage);
@@ -33,10 +33,10 @@ class Stored {
     return value_;
   }
 
-  /// False when the last reading failed.
+  /// False if the last read failed.
   [[nodiscard]] bool isKnown() const noexcept { return isKnown_; }
 
-  /// Lets go of the value.
+  /// Releases the value.
   void forget() noexcept {
     value_.reset();
     read_ = false;
@@ -48,10 +48,10 @@ class Stored {
     if (read_ && revision == keyRevision_) return;
     StorageProtocol::Reading reading = storage.read(key_);
     isKnown_ = reading.isKnown;
-    if (read_ && !isKnown_) return;  // the value of before still serves
+    if (read_ && !isKnown_) return;  // the previous value stays in use
     value_ = reading.blob ? StorageProtocol::decode<T>(*reading.blob) : nullptr;
     keyRevision_ = revision;
-    read_ = reading.blob.has_value();  // a store may answer nothing where it could not read
+    read_ = reading.blob.has_value();  // a store may return nothing if it could not read
   }
 
   std::string key_;
@@ -62,20 +62,21 @@ class Stored {
   std::uint64_t keyRevision_ = 0;
 };
 
-/// What a value that is written is to the stored one. It matters only where that could not be read.
+/// How a written value relates to the stored one. Matters only if the stored value could not be
+/// read.
 enum class Origin : std::uint8_t {
-  replacement,  ///< Takes its place, whatever it is.
-  edit,         ///< Made from what `read` answered: stored entries that it lacks belong to it, too.
-  makeshift     ///< Made by the library for want of a stored one: gives way to it.
+  replacement,  ///< Replaces the stored value, whatever it is.
+  edit,         ///< Derived from the result of `read`: stored entries that it lacks are added.
+  placeholder   ///< Created by the library because there was no stored value: gives way to one.
 };
 
 /// One persisted value of a client: a typed slot that keeps its value in the store and remembers
-/// when it was last written. The value lies under key + ".value", the moment under key +
-/// ".update_time". It lasts; see `ExpiringProperty` for one that does not.
+/// when it was last written. The value is stored under key + ".value", the time under key +
+/// ".update_time". It does not expire; see `ExpiringProperty` for a slot that does.
 ///
-/// Works without a store: the value then lives in memory until the store can be reached. Nothing
-/// here fails outward: what does not decode reads as none, what does not encode is kept in memory.
-/// Should an allocation fail, nothing has changed. For one thread at a time.
+/// Works without a store: the value then stays in memory until the store can be reached. No failure
+/// is reported: a value that does not decode reads as absent, and one that does not encode is kept
+/// in memory. If an allocation fails, nothing has changed. Not thread-safe.
 template <class T>
 class StorageProperty {
  public:
@@ -84,21 +85,21 @@ class StorageProperty {
         storedValue_(key + ".value"),
         storedTime_(key + ".update_time") {}
 
-  /// When it was written, in seconds since 1970; null when it never was. Valid until the next use
-  /// of the slot.
+  /// The time of the last write, in seconds since 1970; null if there was none. Valid until the
+  /// next use of the slot.
   const double* updateTime() {
     if (cachedUpdateTime_) return &*cachedUpdateTime_;
     const auto& stored = storedTime_.read(*storage_);
     return stored ? &stored->secondsSince1970 : nullptr;
   }
 
-  /// The value; null when there is none. The reference holds until the next use of the slot.
+  /// The value; null if there is none. The reference is valid until the next use of the slot.
   const std::shared_ptr<const T>& read() {
-    if (cachedValue_ || owed_) return cachedValue_;
+    if (cachedValue_ || pending_) return cachedValue_;
     return storedValue_.read(*storage_);
   }
 
-  /// A value, which is none where it is null, with all that can fail about writing it done.
+  /// A value to write, or null for none. Everything that can fail about writing it has been done.
   struct Prepared {
     std::shared_ptr<const T> value;
     double now;
@@ -112,72 +113,73 @@ class StorageProperty {
     return {std::move(value), now, std::move(changes)};
   }
 
-  /// Replaces the value, or removes it, and stamps the slot with the moment. What the store does
-  /// not take is owed to it.
+  /// Replaces the value, or removes it, and stamps the slot with the current time. If the store
+  /// does not accept the value, writing it stays pending.
   void write(Prepared prepared, Origin origin = Origin::replacement) {
-    const Origin standing = standingOf(origin);
+    const Origin effective = effectiveOrigin(origin);
     cachedValue_ = std::move(prepared.value);
     cachedUpdateTime_ = prepared.now;
     storedValue_.forget();
-    owed_ = standing;
-    if (standing == Origin::replacement && storage_->set(prepared.changes)) owed_.reset();
+    pending_ = effective;
+    if (effective == Origin::replacement && storage_->set(prepared.changes)) pending_.reset();
   }
   void write(std::shared_ptr<const T> value, double now, Origin origin = Origin::replacement) {
     write(prepare(std::move(value), now), origin);
   }
 
-  /// Whether the store lacks the value.
-  [[nodiscard]] bool isOwed() const noexcept { return owed_.has_value(); }
+  /// Whether the value has yet to be written to the store.
+  [[nodiscard]] bool isPending() const noexcept { return pending_.has_value(); }
 
-  /// Whether it could be told what is stored when that was last looked at.
+  /// Whether the last read of the store succeeded.
   [[nodiscard]] bool isKnown() const noexcept { return storedValue_.isKnown(); }
 
-  /// Lets go of what was read, for the store now gives another suite.
+  /// Forgets what was read, because the store now returns another suite.
   void forgetStored() noexcept {
     storedValue_.forget();
     storedTime_.forget();
   }
 
-  /// Gives the store, which can be reached again, what is owed to it, or gives way to what it
-  /// holds.
+  /// Called when the store can be reached again. Writes the pending value, or gives way to the
+  /// stored one.
   void settle() {
-    if (!owed_ || (*owed_ != Origin::replacement && !settleWithStored())) return;
-    if (storage_->set(prepare(cachedValue_, *cachedUpdateTime_).changes)) owed_.reset();
+    if (!pending_ || (*pending_ != Origin::replacement && !settleWithStored())) return;
+    if (storage_->set(prepare(cachedValue_, *cachedUpdateTime_).changes)) pending_.reset();
   }
 
  private:
-  // What a value is to the stored one, where that may be known, or be replaced already.
-  [[nodiscard]] Origin standingOf(Origin origin) const {
-    const bool standsAlone = owed_ ? *owed_ == Origin::replacement : storedValue_.isKnown();
+  // The origin to record for the value, given that the stored value may be known or already
+  // replaced.
+  [[nodiscard]] Origin effectiveOrigin(Origin origin) const {
+    const bool standsAlone = pending_ ? *pending_ == Origin::replacement : storedValue_.isKnown();
     return standsAlone ? Origin::replacement : origin;
   }
 
-  // Whether there is now a value that replaces the stored one.
+  // Merges with the stored value. Returns whether there is now a value to write.
   bool settleWithStored() {
     const std::shared_ptr<const T>& stored = storedValue_.read(*storage_);
     if (!storedValue_.isKnown()) return false;
-    if (stored != nullptr && *owed_ == Origin::makeshift) {
+    if (stored != nullptr && *pending_ == Origin::placeholder) {
       cachedValue_.reset();
       cachedUpdateTime_.reset();
-      owed_.reset();
+      pending_.reset();
       return false;
     }
     if constexpr (Mergeable<T>) {
       if (stored != nullptr) cachedValue_ = merged(*stored, *cachedValue_);
     }
-    owed_ = Origin::replacement;
+    pending_ = Origin::replacement;
     return true;
   }
 
   std::shared_ptr<StorageProtocol> storage_;
   std::shared_ptr<const T> cachedValue_;    // last written through this slot in this process
-  std::optional<double> cachedUpdateTime_;  // when that was
-  std::optional<Origin> owed_;              // none when the store has it
+  std::optional<double> cachedUpdateTime_;  // the time of that write
+  std::optional<Origin> pending_;           // empty if nothing is pending
   Stored<T> storedValue_;
   Stored<json::StoredDate> storedTime_;
 };
 
-/// A slot with a time-to-live, in seconds, which is empty once that has passed.
+/// A slot with a time-to-live in seconds, after which it is empty.
 template <class T>
 class ExpiringProperty : private StorageProperty<T> {
  public:
@@ -185,15 +187,15 @@ class ExpiringProperty : private StorageProperty<T> {
                    std::uint64_t cacheTTL)
       : StorageProperty<T>(key, std::move(storage)), cacheTTL_(static_cast<double>(cacheTTL)) {}
 
-  /// Whether the value may be used at the moment: less than the time-to-live, to the bit, has
-  /// passed since it was written. A clock set back leaves it valid.
+  /// Whether the value may be used at this time: less than the time-to-live, to the bit, has passed
+  /// since it was written. Setting the clock back does not invalidate it.
   [[nodiscard]] bool isValid(double now) {
     const double* written = updateTime();
     return written != nullptr && now - *written < cacheTTL_;
   }
 
-  /// The value; null when there is none, or it is not valid at the moment. The reference holds
-  /// until the next use of the slot.
+  /// The value; null if there is none or it has expired. The reference is valid until the next use
+  /// of the slot.
   const std::shared_ptr<const T>& read(double now) {
     return isValid(now) ? StorageProperty<T>::read() : none_;
   }
@@ -216,7 +218,7 @@ class ExpiringProperty : private StorageProperty<T> {
   using StorageProperty<T>::updateTime;
   using StorageProperty<T>::prepare;
   using StorageProperty<T>::write;
-  using StorageProperty<T>::isOwed;
+  using StorageProperty<T>::isPending;
   using StorageProperty<T>::isKnown;
   using StorageProperty<T>::forgetStored;
   using StorageProperty<T>::settle;

@@ -39,7 +39,7 @@ bool StorageProtocol::set(const std::vector<PreferencesChange>& changes) {
   if (hasFailed_) return false;
   try {
     if (suite_->apply(changes)) return true;
-  } catch (const std::exception&) {  // a store that does throw is one that fails
+  } catch (const std::exception&) {  // a store that throws counts as failed
   }
   fail();
   return false;

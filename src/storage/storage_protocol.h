@@ -17,43 +17,42 @@
 namespace corvo::corvo_internal::storage {
 
 /// Typed values, encoded as JSON, under text keys of one suite. A suite that cannot be opened, read
-/// or written just now is left alone until somebody calls `reopen`.
-/// For one thread at a time.
+/// or written is left alone until `reopen` is called. Not thread-safe.
 class StorageProtocol {
  public:
-  /// Opens the suite of that name. `now` is the moment, as below.
+  /// Opens the suite of that name. `now` is the current time in seconds since 1970.
   StorageProtocol(std::shared_ptr<PreferencesStore> store, std::string suiteName, double now);
 
   enum class Reopened : std::uint8_t {
     no,
-    sameSuite,    ///< Revisions go on.
-    anotherSuite  ///< Revisions begin anew.
+    sameSuite,    ///< Revisions continue.
+    anotherSuite  ///< Revisions restart.
   };
-  /// Opens a suite again that has failed.
+  /// Reopens a suite that has failed.
   Reopened reopen();
 
-  /// The suite counts as failed from here on, until it is reopened.
+  /// Marks the suite as failed until it is reopened.
   void fail() noexcept;
 
-  /// Names the moment of what follows (seconds since 1970), and tells whether it is time to reopen
-  /// the suite: it has failed, and the last attempt was a second ago or more.
+  /// Sets the time of the operations that follow, in seconds since 1970. Returns whether to reopen
+  /// the suite: it has failed, and the last attempt was at least a second ago.
   [[nodiscard]] bool isDue(double now) noexcept {
     now_ = now;
     return hasFailed_ && attempts_.isDue(now);
   }
 
-  /// Whether it counts as failed.
+  /// Whether the suite is marked as failed.
   [[nodiscard]] bool hasFailed() const noexcept { return hasFailed_; }
 
-  /// What reading a key came to.
+  /// The result of reading a key.
   struct Reading {
-    bool isKnown = false;  ///< Else it cannot be told just now what is stored.
+    bool isKnown = false;  ///< Otherwise the stored value cannot be determined at present.
     std::optional<std::string> blob;
   };
   [[nodiscard]] Reading read(std::string_view key);
 
-  /// The value that the bytes hold; null when they do not decode into the type. Throws
-  /// `std::bad_alloc`: what does not decode for want of memory is still stored.
+  /// The decoded value; null if the bytes do not decode into the type. Throws `std::bad_alloc`,
+  /// because a value that lacks only memory to decode is still stored.
   template <class T>
   [[nodiscard]] static std::shared_ptr<const T> decode(std::string_view blob) {
     model::Decoded<T> decoded = model::decodeJson<T>(blob);
@@ -61,11 +60,11 @@ class StorageProtocol {
     return value ? std::make_shared<const T>(std::move(*value)) : nullptr;
   }
 
-  /// Makes the changes, all or none of them; whether they were made.
+  /// Applies the changes atomically. Returns whether they were applied.
   bool set(const std::vector<PreferencesChange>& changes);
 
-  /// Lines up the storing of a value, or, where the value is null, the removal of the key. A value
-  /// that cannot be encoded changes nothing.
+  /// Adds a change that stores the value or, if it is null, removes the key. A value that cannot be
+  /// encoded adds nothing.
   template <class T>
   static void change(std::vector<PreferencesChange>& changes, std::string key, const T* value) {
     if (value == nullptr) {
@@ -75,8 +74,7 @@ class StorageProtocol {
     }
   }
 
-  /// A number that changes when anything under any key may have changed; that of a suite which is
-  /// not open is 0.
+  /// Changes whenever anything under any key may have changed. 0 while the suite is not open.
   [[nodiscard]] std::uint64_t revision() const { return suite_ ? suite_->revision() : 0; }
   [[nodiscard]] std::uint64_t revisionOf(std::string_view key) const {
     return suite_ ? suite_->revisionOf(key) : 0;

@@ -16,7 +16,7 @@ using Texts = model::List<model::Text>;
 
 // --- Tests of texts, and of moments --------------------------------------------------------------
 
-// These three look for the property in the condition's value, not the other way round.
+// These three search the condition's value for the property, not the other way round.
 bool starts(std::string_view property, std::string_view value) {
   return value.starts_with(property);
 }
@@ -30,7 +30,7 @@ bool holds(const List& texts, std::string_view wanted) {
   return std::ranges::find(texts, wanted) != texts.end();
 }
 
-// Canonical equivalence of texts that have been compared byte by byte, or have a table.
+// Canonical equivalence of texts that were already compared byte by byte, or have a table.
 CORVO_COLD bool equivalentToAny(const Subject& subject, const Alternatives& values) {
   const std::string_view property = subject.text();
   const PreparedList* prepared = values.prepared;
@@ -49,7 +49,7 @@ CORVO_COLD bool equivalentToAny(const Subject& subject, const Alternatives& valu
          (prepared != nullptr && holds(prepared->decompositions(), decomposition));
 }
 
-// Most texts that are equivalent are equal.
+// Most equivalent texts are equal.
 bool equalsAny(const Subject& subject, const Alternatives& values) {
   if (values.prepared == nullptr) {
     const std::string_view property = subject.text();
@@ -61,7 +61,7 @@ bool equalsAny(const Subject& subject, const Alternatives& values) {
   return equivalentToAny(subject, values);
 }
 
-// This one looks for the values in the property.
+// This one searches the property for the values.
 bool holdsAny(const Subject& subject, Texts values) {
   return std::ranges::any_of(values, [&](model::Text v) { return subject.contains(v); });
 }
@@ -74,11 +74,11 @@ bool before(std::int64_t property, std::int64_t value, const LocalTime&) {
   return property < value;
 }
 
-// --- Reading the condition's values: none where the sign cannot use them -------------------------
+// --- Parsing the condition's values: empty if the operator cannot use them -----------------------
 
 std::optional<Texts> allTexts(Texts values) { return values; }
 
-// The single value, as `parse` reads it.
+// The single value, as parsed by `parse`.
 template <auto parse>
 auto single(Texts values) -> decltype(parse(values[0])) {
   if (values.size() != 1) return std::nullopt;
@@ -98,7 +98,7 @@ constexpr auto oneNumber = single<base::parseDecimal>;
 constexpr auto oneVersion = single<parseVersion>;
 constexpr auto oneDate = single<parseConditionDate>;
 
-// --- Lifting a test to the property it is made on ------------------------------------------------
+// --- Lifting a test to the tested property -------------------------------------------------------
 
 template <auto test, bool wanted>
 constexpr auto onText = [](std::string_view value, const Subject& subject) {
@@ -131,19 +131,19 @@ constexpr auto onDate = [](base::LocalSeconds date, const Subject& subject) {
   return moments && test(moments->property, moments->value, subject.localTime());
 };
 
-template <class Order>
+template <class Compare>
 constexpr auto onNumber = [](double value, const Subject& subject) {
   const auto number = subject.number();
-  return number && Order{}(*number, value);
+  return number && Compare{}(*number, value);
 };
 
-template <class Order>
+template <class Compare>
 constexpr auto onVersion = [](PreparedVersion value, const Subject& subject) {
   const auto order = subject.orderTo(value);
-  return order && Order{}(*order, 0);
+  return order && Compare{}(*order, 0);
 };
 
-// --- The signs -----------------------------------------------------------------------------------
+// --- The operators -------------------------------------------------------------------------------
 
 template <class Value>
 Value kept(const Value& value, base::Pool& /*pool*/) {
@@ -154,11 +154,11 @@ PreparedVersion kept(const Version& version, base::Pool& pool) { return pool.lis
 struct Sign {
   std::optional<Operand> (*read)(Texts values, base::Pool& pool);
   Match match;
-  bool unread;  // the answer where there are values, but not such as the sign can use
+  bool unread;  // the answer if there are values, but the operator cannot use them
 };
 
-// A sign that compares as `test` does with what `read` makes of the values: of one type, or this
-// does not compile.
+// An operator that tests with `test` the values that `read` parses. Does not compile unless their
+// types agree.
 template <auto read, auto test>
 constexpr Sign sign(bool unread = false) {
   using Value = decltype(kept(*read(Texts()), std::declval<base::Pool&>()));
@@ -209,7 +209,7 @@ constexpr std::array<Row, kConditionSignCount> kSigns{{
 }};
 static_assert(model::isByEnumerator(kSigns, [](const Row& row) { return row.of; }));
 
-// Of versions, the signs that order.
+// The ordering operators, for versions.
 constexpr std::array<Row, 4> kVersionSigns{{
     {Of::greater, sign<oneVersion, onVersion<Greater>>()},
     {Of::less, sign<oneVersion, onVersion<Less>>()},

@@ -11,36 +11,36 @@
 
 namespace corvo::corvo_internal::targeting {
 
-/// A property of the user's own by which experiments may split.
+/// A user's own property by which experiments may split.
 struct OwnIdentifier {
   std::string_view text;
   double expiry = 0;
   bool isThere = false;
 };
 
-/// Those properties, by split mode.
+/// These properties, by split mode.
 using OwnIdentifiers = std::array<OwnIdentifier, 3>;
 
-/// All that a decision reads besides the configuration: the user's identifiers, all properties by
-/// the numbers of the configuration's names, the moment of the question, the local time of the
-/// device and its identifier, absent where it has none.
+/// Everything that a decision reads besides the configuration: the user's identifiers, all
+/// properties by the numbers of their names in the configuration, the time of the question, the
+/// device's local time, and the device's identifier if there is one.
 ///
-/// A value made for a question, and for those after it while nothing changes; refers to its parts.
-/// No properties (null) are none.
+/// A value created for a question and reused while nothing changes. Refers to its parts. Null
+/// properties mean no properties.
 struct Context {
   const OwnIdentifiers* own = nullptr;
   const PropertyTable* properties = nullptr;
   double now = 0;              ///< Comparable with expiries.
-  std::uint64_t revision = 0;  ///< Another one when the user, or the device, is another one.
+  std::uint64_t revision = 0;  ///< Differs when the user or the device differs.
   const LocalTime& localTime;
   std::optional<std::string_view> vendorIdentifier = {};
 
-  /// The property of that number; null when there is none.
+  /// The property with that number; null if there is none.
   [[nodiscard]] const std::string_view* find(std::uint32_t number) const {
     return properties == nullptr ? nullptr : properties->find(number, now);
   }
 
-  /// The user's own identifier of that mode; null when there is none, or it has expired.
+  /// The user's own identifier of that mode; null if there is none or it has expired.
   [[nodiscard]] const std::string_view* findOwn(model::SplitMode mode) const {
     if (own == nullptr) return nullptr;
     const OwnIdentifier& identifier = (*own)[static_cast<std::size_t>(mode)];

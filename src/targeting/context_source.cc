@@ -8,11 +8,11 @@
 namespace corvo::corvo_internal::targeting {
 namespace {
 
-// A view of nothing at all is an empty text.
+// Turns a view with a null pointer into an empty text.
 std::string_view present(std::string_view text) { return text.data() == nullptr ? "" : text; }
 
-// When a user's properties expire. To be asked for names in their order, which is that of the
-// user's own lists.
+// The expiry of a user's properties. Names must be requested in ascending order, like the user's
+// own lists.
 class Expiries {
  public:
   Expiries(const CorvoUser& user, const LocalTime& localTime) : localTime_(localTime) {
@@ -23,7 +23,8 @@ class Expiries {
     end_ = user.corvoExpiration->end();
   }
 
-  // Where there is none, or it is no date that the clocks show, the property has expired for good.
+  // Without an expiry, or with one that is not an existing local time, the property has expired for
+  // good.
   double of(std::string_view name) {
     const std::string* text = textOf(name);
     if (text == nullptr) return kForGood;
@@ -127,9 +128,9 @@ void ContextSource::readRecord() {
   }
 }
 
-// A name that is found is well-formed, and the value of one that is not is of no use.
+// A found name is well-formed. The value of a name that is ill-formed is not needed.
 void ContextSource::readLasting() {
-  mended_.clear();
+  repaired_.clear();
   for (const auto& [name, value] : properties_) {
     std::uint32_t number = names_->find(name);
     if (number == PropertyNames::kNone && !base::isWellFormed(name)) {
@@ -137,7 +138,8 @@ void ContextSource::readLasting() {
     }
     if (number == PropertyNames::kNone) continue;
     const bool isWellFormed = base::isWellFormed(value);
-    putUser(number, isWellFormed ? value : mended_.emplace_front(base::wellFormed(value)), kNever);
+    putUser(number, isWellFormed ? value : repaired_.emplace_front(base::wellFormed(value)),
+            kNever);
   }
 }
 
@@ -146,7 +148,7 @@ void ContextSource::putUser(std::uint32_t number, std::string_view value, double
   if (number < own_.size() && !own_[number].isThere) own_[number] = {present(value), expiry, true};
 }
 
-// What stands first counts: the device hides the location.
+// The first entry counts, so the device hides the location.
 void ContextSource::readBehind() {
   table_.forgetBehind();
   isBehindRead_ = true;

@@ -21,25 +21,25 @@ namespace corvo::corvo_internal::targeting {
 /// The name of a property and its value.
 using LastingProperty = std::pair<std::string_view, std::string_view>;
 
-/// Makes the contexts of questions about one user at a time. What is read out of the user, the
-/// device and the location serves until another one is set, or the zone changes. Refers to them,
-/// and to the zone. For one thread at a time.
+/// Creates the contexts of questions about one user at a time. Data derived from the user, the
+/// device and the location is reused until one of them is replaced or the zone changes. Refers to
+/// them and to the zone. Not thread-safe.
 class ContextSource {
  public:
   explicit ContextSource(const TimeZone& zone);
   ContextSource(const ContextSource&) = delete;
   ContextSource& operator=(const ContextSource&) = delete;
 
-  /// A user's properties with their expiries. One without an expiry that is a date, and shown by
-  /// the clocks, has expired for good. The expiry of "userId" is the text of a *property*
-  /// "corvoExpiration", where the user has one.
+  /// A user's properties with their expiry dates. A property whose expiry is missing or is not an
+  /// existing local time has expired for good. The expiry of "userId" is the text of a *property*
+  /// named "corvoExpiration", if the user has one.
   void setUser(const CorvoUser& user) {
     ++revision_;
     user_ = &user;
     isUserRead_ = false;
   }
-  /// Properties of a user that do not expire. Of several with one name the first counts. Texts that
-  /// are ill-formed are mended.
+  /// A user's properties that do not expire. If several have one name, the first counts. Ill-formed
+  /// UTF-8 is replaced.
   void setUser(std::span<const LastingProperty> properties) {
     ++revision_;
     user_ = nullptr;
@@ -54,13 +54,13 @@ class ContextSource {
   /// The names of the properties that conditions will test.
   void setNames(const PropertyNames& names);
 
-  /// A context of nobody and nothing.
+  /// A context without user and properties.
   [[nodiscard]] Context bare(double now) const {
     return {.now = comparable(now), .localTime = localTime_};
   }
-  /// That of the user and the device's identifier, without properties.
+  /// A context with the user and the device's identifier, without properties.
   [[nodiscard]] Context ofUser(double now);
-  /// The whole context. Valid until the next one is made.
+  /// The full context. Valid until the next one is created.
   [[nodiscard]] Context at(double now);
 
  private:
@@ -75,8 +75,8 @@ class ContextSource {
   std::uint64_t zoneIdentifier_ = 0;
   std::uint64_t revision_ = 0;
   const CorvoUser* user_ = nullptr;
-  std::span<const LastingProperty> properties_;  // where there is no user
-  std::forward_list<std::string> mended_;        // in place of values among them
+  std::span<const LastingProperty> properties_;  // used if there is no user
+  std::forward_list<std::string> repaired_;      // replacements for ill-formed values among them
   const PropertyMap* location_ = nullptr;
   const PropertyNames* names_ = nullptr;
   DeviceProperties device_;

@@ -31,7 +31,7 @@ Shows whatShows(std::string_view name) noexcept {
   return isOne(kClock) ? Shows::clock : Shows::neither;
 }
 
-bool DeviceProperties::showAnew(double now, std::uint64_t zone, const LocalTime& localTime) {
+bool DeviceProperties::showAgain(double now, std::uint64_t zone, const LocalTime& localTime) {
   const base::LocalSeconds minute = base::startOfMinute(localTime.at(now));
   const bool isAnother = minute_ != minute;
   if (isAnother) {

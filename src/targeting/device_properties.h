@@ -17,8 +17,7 @@
 namespace corvo::corvo_internal::targeting {
 
 /// The properties of device, application and clock: "appVersion", "deviceId", "os.name",
-/// "os.version", and "time" and "date", which both show date, hour and minute. For one thread at a
-/// time.
+/// "os.version", and "time" and "date", which both contain date, hour and minute. Not thread-safe.
 class DeviceProperties {
  public:
   struct Property {
@@ -28,16 +27,16 @@ class DeviceProperties {
 
   explicit DeviceProperties(const DeviceFacts& facts = {});
 
-  /// Shows the clock's time at a moment, and tells whether any text is another one now. Cheap to
-  /// ask at every question: the text is made anew when the local minute has changed, and that is
-  /// looked at once per second. `zone` identifies the present time zone.
+  /// Sets the clock's texts to a time. Returns whether any text changed. Cheap enough for every
+  /// question: the text is rebuilt only when the local minute changes, which is checked once per
+  /// second. `zone` identifies the current time zone.
   bool show(double now, std::uint64_t zone, const LocalTime& localTime) {
     if (zone == zone_ && second_ <= now && now < second_ + 1) return false;
-    return showAnew(now, zone, localTime);
+    return showAgain(now, zone, localTime);
   }
 
   [[nodiscard]] const std::array<Property, 6>& list() const noexcept { return list_; }
-  /// Those that show the clock's time.
+  /// The properties that show the clock's time.
   [[nodiscard]] std::array<const Property*, 2> clock() const noexcept {
     return {&list_[kTime], &list_[kDate]};
   }
@@ -46,21 +45,20 @@ class DeviceProperties {
  private:
   enum Position : std::size_t { kAppVersion, kDeviceId, kOsName, kOsVersion, kTime, kDate };
 
-  bool showAnew(double now, std::uint64_t zone, const LocalTime& localTime);
+  bool showAgain(double now, std::uint64_t zone, const LocalTime& localTime);
 
   std::array<Property, 6> list_;
-  double second_ = std::numeric_limits<double>::quiet_NaN();  // that was last looked at
+  double second_ = std::numeric_limits<double>::quiet_NaN();  // the second of the last check
   std::uint64_t zone_ = 0;
   std::optional<base::LocalSeconds> minute_;
 };
 
-/// Whether a name is that of a property of the device (or the application), of the clock, or of
-/// neither.
+/// Whether a name is a property of the device (or the application), of the clock, or of neither.
 enum class Shows : std::uint8_t { device, clock, neither };
 [[nodiscard]] Shows whatShows(std::string_view name) noexcept;
 
-/// Major and minor number of a system's version joined by a dot, and the patch number where it is
-/// greater than 0. What is missing or not a number is 0; a fourth number is dropped.
+/// Major and minor number of a system's version joined by a dot, followed by the patch number if it
+/// is greater than 0. A missing or invalid number is 0; a fourth number is dropped.
 [[nodiscard]] std::string normalisedVersion(std::string_view version);
 
 }  // namespace corvo::corvo_internal::targeting

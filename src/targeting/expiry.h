@@ -7,12 +7,11 @@
 
 namespace corvo::corvo_internal::targeting {
 
-/// The second at which a property that is set at a moment expires: 24 hours later, fractions
-/// dropped.
+/// The second at which a property set at this time expires: 24 hours later, rounded down.
 [[nodiscard]] std::int64_t expirySecond(double now) noexcept;
 
-/// The expiry of a property that is set at a moment: 24 hours later, as local time
-/// "yyyy-MM-dd HH:mm:ss", fractions of a second dropped.
+/// The expiry of a property set at this time: 24 hours later, as local time "yyyy-MM-dd HH:mm:ss",
+/// rounded down to a second.
 [[nodiscard]] std::string expiryText(double now, const TimeZone& timeZone);
 
 }  // namespace corvo::corvo_internal::targeting

@@ -11,8 +11,8 @@ using base::LocalSeconds;
 constexpr std::int64_t kSampleSeconds = 3'600;
 constexpr unsigned kMemoBits = 8;
 
-// The place of a conversion: the upper bits of a multiplication spread inputs that lie whole
-// minutes or days apart (Fibonacci hashing).
+// The cache slot of a conversion. The upper bits of a product spread inputs that are whole minutes
+// or days apart (Fibonacci hashing).
 std::size_t placeOf(std::int64_t from) {
   return static_cast<std::size_t>(static_cast<std::uint64_t>(from) * 0x9E3779B97F4A7C15U >>
                                   (64 - kMemoBits));
@@ -55,9 +55,9 @@ bool LocalTime::withinOneDay(std::int64_t from, std::int64_t to) const {
   const bool backwards = to < from;
   const std::int64_t day = backwards ? -kSecondsPerDay : kSecondsPerDay;
   const LocalSeconds neighbour = localAt(from) + day;
-  // The neighbour by the offset at `from`, and by that a plain day away. Where the clocks show it
-  // at neither they skip it, and the offset before the gap is the smaller one: it gives the later
-  // moment.
+  // Tries the neighbour by the offset at `from`, then by the offset a plain day away. If the clocks
+  // show the time at neither, they skip it. The offset before the gap is the smaller one, so it
+  // gives the later moment.
   const std::int64_t plain = from + day;
   const std::int64_t shifted = plain + (neighbour - localAt(plain));
   const bool shown = shifted == plain || localAt(shifted) == neighbour;
@@ -76,7 +76,7 @@ LocalSeconds LocalTime::localAt(std::int64_t moment) const {
   return locals_.get(moment, [&] { return moment + zone_.offsetAt(moment); });
 }
 
-// Tries every offset that is in force within a day of `local`: where that is one, it is right.
+// Tries every offset that is in force within a day of `local`. If there is only one, it is right.
 std::optional<std::int64_t> LocalTime::search(LocalSeconds local) const {
   if (isSteady(local - kSecondsPerDay, local + kSecondsPerDay)) return local - steady_.offset;
   std::optional<std::int64_t> last;
@@ -92,8 +92,8 @@ std::optional<std::int64_t> LocalTime::search(LocalSeconds local) const {
   return last;
 }
 
-// Whether the offset is the same all the time. What is known to be steady is extended to there, so
-// that of many times that lie near each other the first alone costs many questions to the zone.
+// Whether the offset is constant over the range. Extends the known steady range, so that for many
+// nearby times only the first one queries the zone often.
 bool LocalTime::isSteady(std::int64_t from, std::int64_t to) const {
   if (to < steady_.first || steady_.last < from) steady_ = {from, from, zone_.offsetAt(from)};
   for (; from < steady_.first; steady_.first -= kSampleSeconds) {

@@ -13,39 +13,38 @@
 
 namespace corvo::corvo_internal::targeting {
 
-/// Converts between moments and the local times that a zone's clocks show then, and remembers the
-/// conversions asked for most recently.
+/// Converts between moments and a zone's local times, and caches recent conversions.
 ///
-/// For one thread at a time; others use a `LocalTime` of their own. The zone must outlive it.
-/// Moments are seconds since 1970-01-01 00:00:00 UTC. Moments and local times may lie anywhere
-/// within the reach of `base::wholeSeconds`.
+/// Not thread-safe; each thread uses its own `LocalTime`. The zone must outlive it. Moments are in
+/// seconds since 1970-01-01 00:00:00 UTC. Moments and local times may be anywhere in the range of
+/// `base::wholeSeconds`.
 class LocalTime {
  public:
   explicit LocalTime(const TimeZone& zone) : zone_(zone) {}
 
-  /// Forgets what it remembers. To be called when the zone's identifier has changed: it is looked
-  /// at once per question, not at every conversion.
+  /// Clears the cache. Must be called when the zone's identifier has changed. The caller checks
+  /// that once per question, not at every conversion.
   void forget() noexcept;
 
-  /// What the clocks show at a moment, fractions of a second dropped downwards.
+  /// The local time at a moment, rounded down to a second.
   [[nodiscard]] base::LocalSeconds at(double moment) const;
 
-  /// The last moment at which the clocks show a local time; none where a change of the clocks skips
-  /// it. Right as long as the zone's changes are an hour apart or more; in the tz database they are
-  /// nearly four days apart.
+  /// The last moment at which the clocks show a local time; empty if a change of the clocks skips
+  /// it. Correct as long as the zone's changes are at least an hour apart; in the tz database they
+  /// are nearly four days apart.
   [[nodiscard]] std::optional<std::int64_t> momentOf(base::LocalSeconds local) const;
 
-  /// That of a text as conditions write a date: with a time of day, to the minute, or without. The
-  /// last text is remembered, for most conditions on a date read the text of the clock.
+  /// The moment of a date as conditions write it: with hour and minute, or without. The last text
+  /// is cached, because most date conditions read the clock's text.
   [[nodiscard]] std::optional<std::int64_t> momentOf(std::string_view date) const;
 
-  /// Whether no whole day lies between two moments. A whole day after `from` (before it, where `to`
-  /// is earlier) the clocks show the same time on the neighbouring date, so it may have 23 or 25
-  /// hours. Where they skip that time, it is moved forward by the gap.
+  /// Whether no whole day lies between two moments. A whole day after `from` (before it, if `to` is
+  /// earlier), the clocks show the same time on the adjacent date, so a day may have 23 or 25
+  /// hours. If the clocks skip that time, it moves forward by the gap.
   [[nodiscard]] bool withinOneDay(std::int64_t from, std::int64_t to) const;
 
  private:
-  // Conversions by their input, each with one place to be in.
+  // A cache of conversions by their input; each input has one possible slot.
   template <class To>
   class Memo {
    public:
@@ -66,7 +65,7 @@ class LocalTime {
   [[nodiscard]] bool isSteady(std::int64_t from, std::int64_t to) const;
 
   const TimeZone& zone_;
-  // From the one moment to the other the offset is the same, as it is at every hour between them.
+  // A range over which the offset is the same, as checked at every hour.
   struct Steady {
     std::int64_t first = INT64_MAX;
     std::int64_t last = INT64_MIN;
@@ -83,7 +82,7 @@ class LocalTime {
   mutable Memo<base::LocalSeconds> locals_;
 };
 
-/// Reads a date as conditions write it.
+/// Parses a date as conditions write it.
 [[nodiscard]] std::optional<base::LocalSeconds> parseConditionDate(std::string_view text);
 
 }  // namespace corvo::corvo_internal::targeting

@@ -4,8 +4,8 @@
 
 namespace corvo::corvo_internal::targeting {
 
-/// The properties that a location, as the backend answers it, gives: every name prefixed with
-/// "geo.", ill-formed texts replaced.
+/// The properties of a location as the backend returned it: every name is prefixed with "geo.", and
+/// ill-formed UTF-8 is replaced.
 [[nodiscard]] PropertyMap locationProperties(const PropertyMap& location);
 
 }  // namespace corvo::corvo_internal::targeting

@@ -7,17 +7,18 @@
 
 namespace corvo::corvo_internal::targeting {
 
-// What can be seen of a decision while it is made. Each folder tells of its own steps; an observer
-// of a higher one sees those below as well. Events refer to what lasts as long as their call.
+// Events of a decision in progress. Each folder reports its own steps; an observer of a higher
+// folder receives those of the lower ones, too. Whatever an event refers to is valid during its
+// call.
 
-/// Sees nothing, and costs nothing. Functions that can be seen at work take it by value, so that it
-/// is passed as nothing, or an observer by reference.
-struct Silent {
+/// Ignores all events at no cost. Observable functions take an observer by value: either this one,
+/// or a reference to a real one.
+struct NoObserver {
   template <class Event>
   void on(const Event& /*event*/) const noexcept {}
 };
 
-/// A condition was tested; its position is that in its list.
+/// A condition was tested; `position` is its index in its list.
 struct ConditionTested {
   std::size_t position;
   const PreparedCondition& condition;
@@ -25,13 +26,13 @@ struct ConditionTested {
   bool holds;
 };
 
-/// The next rule of a list is tried, in the order of trial: default rules last.
+/// Trying the next rule of a list. Default rules are tried last.
 struct RuleBegun {};
 struct RuleDecided {
   bool holds;
 };
 
-/// Sees how conditions and rules are decided.
+/// Observes how conditions and rules are decided.
 class Observer {
  public:
   Observer() = default;

@@ -12,19 +12,19 @@
 
 namespace corvo::corvo_internal::targeting {
 
-/// What is prepared about a list of texts of which a property may equal one. Refers to the list.
+/// An index for the question whether a property equals one text of a list. Refers to the list.
 class PreparedList {
  public:
   explicit PreparedList(model::List<model::Text> list);
   PreparedList(const PreparedList&) = delete;
   PreparedList& operator=(const PreparedList&) = delete;
 
-  /// The canonical decompositions of texts that have another one than themselves.
+  /// The canonical decompositions of those texts that differ from theirs.
   [[nodiscard]] const std::vector<std::string>& decompositions() const noexcept {
     return decompositions_;
   }
-  /// Whether a property that is ASCII equals one of them canonically; none where the list is too
-  /// short for that to be prepared.
+  /// Whether an ASCII property is canonically equal to one of the texts; empty if the list is too
+  /// short to have an index.
   [[nodiscard]] std::optional<bool> equalsAscii(std::string_view property) const {
     if (!positions_) return std::nullopt;
     return positions_->find(property) != base::TextPositions::kNone;
@@ -35,10 +35,10 @@ class PreparedList {
   std::optional<base::TextPositions> positions_;  // of the texts and their decompositions
 };
 
-/// Prepared lists, each at a place of its own.
+/// Prepared lists with stable addresses.
 class PreparedLists {
  public:
-  /// Null where the list is short and ASCII, so that there is nothing to prepare.
+  /// Null if the list is short and ASCII, so that it needs no preparation.
   const PreparedList* of(model::List<model::Text> list);
 
  private:

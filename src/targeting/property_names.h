@@ -10,17 +10,17 @@
 
 namespace corvo::corvo_internal::targeting {
 
-/// Numbers the names of the properties that are of use, those that experiments may split by and
-/// those that conditions test: a condition knows its property by number, and nobody looks for a
-/// name when it is tested. Refers to the texts it is given.
+/// Numbers the names of the properties that matter: those that experiments may split by and those
+/// that conditions test. A condition refers to its property by number, so that a test needs no name
+/// look-up. Refers to the given texts.
 class PropertyNames {
  public:
-  /// A split mode is written as the name of its property, and is its number.
+  /// The text of a split mode is the name of its property; its value is the property's number.
   PropertyNames() {
     for (const auto& mode : model::EnumTexts<model::SplitMode>::list) numberOf(mode.text);
   }
 
-  /// The number of a name; a name that is new gets the next one.
+  /// The number of a name; a new name gets the next one.
   std::uint32_t numberOf(std::string_view name) {
     const base::HashedName hashed(name);
     const std::uint32_t known = find(hashed);
@@ -33,7 +33,7 @@ class PropertyNames {
 
   static constexpr std::uint32_t kNone = base::NameIndex::kNone;
 
-  /// The number of a name, or `kNone` where a property of that name is of no use.
+  /// The number of a name, or `kNone` if no condition or experiment uses such a property.
   [[nodiscard]] std::uint32_t find(const base::HashedName& name) const {
     return index_.find(name, NameAt{list_});
   }

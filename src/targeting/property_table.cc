@@ -2,7 +2,7 @@
 
 namespace corvo::corvo_internal::targeting {
 
-// A name has two values at most, the user's and the one behind it: each has a place of its own.
+// A name has at most two values, the user's and the one behind it. Each has its own slot.
 Readings& PropertyTable::readings(std::uint32_t number, const std::string_view& value) const {
   std::uint32_t& place = rows_[number].readings;
   if (place >= readings_.size() || readings_[place].of != &value) {

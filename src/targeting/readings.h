@@ -11,7 +11,7 @@
 
 namespace corvo::corvo_internal::targeting {
 
-/// A value that is made when it is first asked for.
+/// A value that is computed on first use.
 template <class Value>
 class Once {
  public:
@@ -25,17 +25,17 @@ class Once {
   std::optional<Value> value_;
 };
 
-/// What has been read out of one property while a context serves: each at most once, however
-/// many conditions need it. Refers to the property's text.
+/// Values derived from one property while a context is in use: each is computed at most once,
+/// however many conditions need it. Refers to the property's text.
 struct Readings {
   explicit Readings(const std::string_view& text) : of(&text) {}
 
   const std::string_view* of;
   Once<base::Md5Hex> digest;
-  Once<std::optional<std::string>> decomposition;  // none where that is the text itself
+  Once<std::optional<std::string>> decomposition;  // empty if it equals the text itself
   Once<std::optional<double>> number;
   Once<std::optional<OrderedVersion>> version;
-  Once<std::optional<std::int64_t>> moment;  // as a date
+  Once<std::optional<std::int64_t>> moment;  // the property read as a date
   std::uint32_t searches = 0;                // for parts, without the index
   Once<base::TextIndex> index;
 };

@@ -10,7 +10,7 @@ namespace {
 
 using model::ConditionalStatement;
 
-// Of an empty list AND holds, OR does not. "-" never does.
+// An empty list holds under AND and fails under OR. "-" always fails.
 template <class AnyObserver>
 bool statementHolds(ConditionalStatement statement, std::span<const PreparedCondition> conditions,
                     const Context& context, bool hashed, AnyObserver observer) {
@@ -42,7 +42,7 @@ base::List<PreparedCondition> prepared(model::List<model::Condition> conditions,
       });
 }
 
-// A default rule holds whatever its conditions: it becomes an AND of none.
+// A default rule holds whatever its conditions, so it becomes an AND of none.
 PreparedRule prepared(const model::Rule& rule, Vocabulary& vocabulary) {
   if (rule.isDefault) return {.value = rule.value, .conditions = {}};
   return {rule.value, prepared(rule.conditions, vocabulary), rule.conditionalStatement};
@@ -57,10 +57,10 @@ RuleList::RuleList(model::List<model::Rule> rules, Vocabulary& vocabulary)
                        [&](const model::Rule& rule) { *next++ = prepared(rule, vocabulary); });
       })) {}
 
-// The first rule that holds decides, so the rules behind it need not be looked at.
+// The first rule that holds decides; the later ones are not tested.
 template <class AnyObserver>
-const model::Text* RuleList::chooseSeen(const Context& context, bool hashed,
-                                        AnyObserver observer) const {
+const model::Text* RuleList::chooseObserved(const Context& context, bool hashed,
+                                            AnyObserver observer) const {
   for (const PreparedRule& rule : rules_) {
     observer.on(RuleBegun{});
     const bool holds =
@@ -71,11 +71,12 @@ const model::Text* RuleList::chooseSeen(const Context& context, bool hashed,
   return nullptr;
 }
 
-const model::Text* RuleList::choose(const Context& context, bool hashed, Silent observer) const {
-  return chooseSeen<Silent>(context, hashed, observer);
+const model::Text* RuleList::choose(const Context& context, bool hashed,
+                                    NoObserver observer) const {
+  return chooseObserved<NoObserver>(context, hashed, observer);
 }
 const model::Text* RuleList::choose(const Context& context, bool hashed, Observer& observer) const {
-  return chooseSeen<Observer&>(context, hashed, observer);
+  return chooseObserved<Observer&>(context, hashed, observer);
 }
 
 PreparedTarget::PreparedTarget(const model::Target& target, Vocabulary& vocabulary)
@@ -94,8 +95,8 @@ bool matches(const PreparedTarget& target, const Context& context, bool hashed,
 }  // namespace
 
 bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
-                   Silent observer) {
-  return matches<Silent>(target, context, hashed, observer);
+                   NoObserver observer) {
+  return matches<NoObserver>(target, context, hashed, observer);
 }
 bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
                    Observer& observer) {

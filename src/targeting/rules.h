@@ -18,15 +18,15 @@ void inOrderOfTrial(model::List<model::Rule> rules, Function function) {
   }
 }
 
-/// One value with the conditions under which it applies, prepared.
+/// A value with the conditions under which it applies, prepared.
 struct PreparedRule {
   model::Text value;
   base::List<PreparedCondition> conditions;
   model::ConditionalStatement statement = model::ConditionalStatement::and_;
 };
 
-/// The rules of a flag, or of a flag's group, prepared for choosing: default rules last. Refers to
-/// the texts of the records and to what the vocabulary keeps. Reading is safe from any thread.
+/// The rules of a flag, or of a flag's group, prepared for selection: default rules last. Refers to
+/// the texts of the records and to its vocabulary. Concurrent reads are safe.
 class RuleList {
  public:
   RuleList() = default;
@@ -34,21 +34,24 @@ class RuleList {
 
   [[nodiscard]] bool isEmpty() const noexcept { return rules_.empty(); }
 
-  /// The value of the first rule that holds, default rules tried last; null when none does.
-  /// `hashed` is the privacy of whoever owns the decision. Allocates only what a condition does.
+  /// The value of the first rule that holds, trying default rules last; null if none does. `hashed`
+  /// is the privacy setting of the flag or experiment that decides. Allocates only as much as the
+  /// conditions do.
   [[nodiscard]] const model::Text* choose(const Context& context, bool hashed,
-                                          Silent observer = {}) const;
+                                          NoObserver observer = {}) const;
   [[nodiscard]] const model::Text* choose(const Context& context, bool hashed,
                                           Observer& observer) const;
 
  private:
   template <class AnyObserver>
-  const model::Text* chooseSeen(const Context& context, bool hashed, AnyObserver observer) const;
+  const model::Text* chooseObserved(const Context& context, bool hashed,
+                                    AnyObserver observer) const;
 
   base::List<PreparedRule> rules_;
 };
 
-/// The test whether an experiment is for a user, prepared. Refers to the same as its conditions.
+/// The prepared test whether an experiment targets a user. Refers to the same data as its
+/// conditions.
 struct PreparedTarget {
   PreparedTarget(const model::Target& target, Vocabulary& vocabulary);
 
@@ -56,9 +59,9 @@ struct PreparedTarget {
   model::ConditionalStatement statement;
 };
 
-/// Whether a target's conditions hold; always where it has none.
+/// Whether a target's conditions hold; true if it has none.
 [[nodiscard]] bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
-                                 Silent observer = {});
+                                 NoObserver observer = {});
 [[nodiscard]] bool targetMatches(const PreparedTarget& target, const Context& context, bool hashed,
                                  Observer& observer);
 

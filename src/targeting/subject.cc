@@ -11,7 +11,7 @@ std::string_view Subject::digest() const {
   return base::view(readings().digest.get([&] { return base::md5Hex(*value_); }));
 }
 
-// A digest is ASCII, which does not decompose.
+// A digest is ASCII and so equals its decomposition.
 std::string_view Subject::decomposition() const {
   if (hashed_ || value_ == nullptr) return text();
   const auto& other = readings().decomposition.get([&] { return base::decomposed(*value_); });
@@ -37,7 +37,7 @@ std::optional<int> Subject::orderTo(std::span<const std::int64_t> version) const
   return own ? std::optional(own->orderTo(version)) : std::nullopt;
 }
 
-// The index costs as much as some dozens of searches.
+// Building the index costs as much as some dozens of searches.
 bool Subject::contains(std::string_view part) const {
   constexpr std::uint32_t kSearchesWithoutIndex = 64;
   const std::string_view whole = plain();

@@ -12,12 +12,12 @@
 
 namespace corvo::corvo_internal::targeting {
 
-/// The property that a condition tests, read as the condition wants it. What takes long to read is
-/// remembered by the context's table of properties, so that many conditions on a long property cost
-/// no more than their own values.
+/// The property that a condition tests, read in the form that the condition needs. Expensive
+/// readings are cached in the context's property table, so that many conditions on a long property
+/// cost no more than their own values.
 class Subject {
  public:
-  /// The property of that number. `hashed` tells whether texts are compared with its digest.
+  /// The property with that number. `hashed` determines whether texts are compared with its digest.
   Subject(const Context& context, std::uint32_t number, bool hashed)
       : context_(context),
         value_(context.find(number)),
@@ -28,28 +28,29 @@ class Subject {
   [[nodiscard]] std::string_view plain() const {
     return value_ == nullptr ? std::string_view{} : *value_;
   }
-  /// What texts are compared with: the property as it is, or its digest. That of a missing one is
-  /// the empty text, not a digest. Valid until another property is read.
+  /// The text that conditions compare with: the property itself or its digest. For a missing
+  /// property it is the empty text, not a digest. Valid until another property is read.
   [[nodiscard]] std::string_view text() const { return hashed_ ? digest() : plain(); }
   /// The canonical decomposition of that text.
   [[nodiscard]] std::string_view decomposition() const;
 
   [[nodiscard]] std::optional<double> number() const;
-  /// The last moment at which the clocks show the property, or none where it is no such date.
+  /// The last moment at which the clocks show the property's date, or empty if it is not a valid
+  /// date.
   [[nodiscard]] std::optional<std::int64_t> moment() const;
-  /// How the property stands to a version, or none where it is no version.
+  /// How the property compares with a version, or empty if it is not a valid version.
   [[nodiscard]] std::optional<int> orderTo(std::span<const std::int64_t> version) const;
-  /// Whether the part stands in the property.
+  /// Whether the property contains the part.
   [[nodiscard]] bool contains(std::string_view part) const;
 
   [[nodiscard]] const LocalTime& localTime() const { return context_.localTime; }
 
-  /// The property as it is; null where it is missing.
+  /// The property itself; null if it is missing.
   [[nodiscard]] const std::string_view* value() const noexcept { return value_; }
   [[nodiscard]] bool isHashed() const noexcept { return hashed_; }
 
  private:
-  // A short property is read anew each time: that costs less than to remember it.
+  // Reading a short property again costs less than caching it.
   [[nodiscard]] bool isShort() const { return plain().size() <= 128; }
   [[nodiscard]] Readings& readings() const {
     return context_.properties->readings(number_, *value_);
@@ -57,7 +58,7 @@ class Subject {
   [[nodiscard]] std::string_view digest() const;
 
   const Context& context_;
-  const std::string_view* value_;  // null where it is missing
+  const std::string_view* value_;  // null if it is missing
   std::uint32_t number_;
   bool hashed_;
 };

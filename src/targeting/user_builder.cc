@@ -37,7 +37,7 @@ CorvoUser::Builder& CorvoUser::Builder::set(std::string_view key, OptionalText v
   return *this;
 }
 
-// Properties are set one after the other, mostly within one second.
+// Properties are set one after another, usually within one second.
 const std::string& CorvoUser::Builder::expiryText() {
   const double now = clock_->now();
   const std::int64_t second = targeting::expirySecond(now);

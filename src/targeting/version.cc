@@ -8,7 +8,7 @@
 namespace corvo::corvo_internal::targeting {
 namespace {
 
-// Calls `use` with every piece; false when one of them is no number.
+// Calls `use` with every component; false if one of them is not a valid number.
 template <class Use>
 bool eachPiece(std::string_view text, Use use) {
   while (!text.empty()) {
@@ -36,7 +36,7 @@ std::optional<Version> parseVersion(std::string_view text) {
 std::optional<int> compareVersion(std::string_view text,
                                   std::span<const std::int64_t> other) noexcept {
   int order = 0;
-  // Pieces behind the one that decides are read all the same: they too must be numbers.
+  // Components after the deciding one are still read, because they too must be valid numbers.
   const auto take = [&](std::int64_t piece) {
     if (order == 0) order = compare(piece, other.empty() ? 0 : other.front());
     if (!other.empty()) other = other.subspan(1);

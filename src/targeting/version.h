@@ -8,19 +8,21 @@
 
 namespace corvo::corvo_internal::targeting {
 
-/// The pieces of a version: signed numbers of 64 bits. Missing ones are zeros, so "1.2" and "1.2.0"
-/// are the same version, and a version without pieces is all zeros.
+/// The components of a version: signed 64-bit numbers. Missing ones are zero, so "1.2" and "1.2.0"
+/// are the same version, and a version without components is all zeros.
 using Version = std::vector<std::int64_t>;
 
-/// Reads numbers joined by dots; empty pieces are dropped ("1..2"). None when a piece is no number.
+/// Parses numbers joined by dots; empty components are dropped ("1..2"). Empty if a component is
+/// not a valid number.
 [[nodiscard]] std::optional<Version> parseVersion(std::string_view text);
 
-/// How the version in a text stands to another: less than, equal to or greater than 0. None when
-/// the text is no version. Allocates nothing.
+/// How the version in a text compares with another: less than, equal to or greater than 0. Empty if
+/// the text is not a valid version. Does not allocate.
 [[nodiscard]] std::optional<int> compareVersion(std::string_view text,
                                                 std::span<const std::int64_t> other) noexcept;
 
-/// A version that is compared often: each time in time that grows with the other one alone.
+/// A version that is compared often: each comparison takes time that depends only on the other
+/// version.
 class OrderedVersion {
  public:
   explicit OrderedVersion(Version version);
@@ -30,7 +32,7 @@ class OrderedVersion {
 
  private:
   Version version_;
-  std::vector<std::int8_t> orderFrom_;  // how the pieces from each place on stand to zeros
+  std::vector<std::int8_t> orderFrom_;  // how the components from each place on compare with 0
 };
 
 }  // namespace corvo::corvo_internal::targeting

@@ -6,10 +6,10 @@
 
 namespace corvo::corvo_internal::targeting {
 
-/// What the rules of a configuration have in common, found while they are prepared. Refers to the
-/// texts it is given. All of it is to be kept as long as conditions that were prepared with it.
+/// Data that the rules of a configuration share, collected while they are prepared. Refers to the
+/// given texts. Must outlive the conditions prepared with it.
 struct Vocabulary {
-  base::Pool& pool;  ///< For what is prepared.
+  base::Pool& pool;  ///< For prepared data.
   PropertyNames names = {};
   PreparedLists lists = {};
 };

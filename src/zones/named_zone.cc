@@ -17,10 +17,10 @@ namespace {
 
 constexpr std::int64_t kForEver = INT64_MAX;
 
-/// A zone's changes in their order. Behind the last one they repeat with the calendar.
+/// A zone's changes in order. After the last one, they repeat with the calendar.
 class TableZone final : public TimeZone {
  public:
-  /// The first offset holds before all changes.
+  /// `first` is the offset before all changes.
   explicit TableZone(std::int32_t first) { add({INT64_MIN, first}); }
 
   void add(const OffsetChange& change) {
@@ -29,7 +29,7 @@ class TableZone final : public TimeZone {
     offsets_.push_back(change.offset);
   }
 
-  /// Has a rule hold from a moment on, which is later than any change so far.
+  /// Applies a rule from a moment on, which must be later than all changes so far.
   void follow(const std::vector<OffsetChange>& rule, std::int64_t from) {
     const std::int64_t beyond = (from - kCycleStart) % kCalendarCycle;
     const std::int64_t cycle = from - beyond - (beyond < 0 ? kCalendarCycle : 0);
@@ -55,11 +55,11 @@ class TableZone final : public TimeZone {
     return offsets_[static_cast<std::size_t>(next - moments_.begin() - 1)];
   }
 
-  /// No other zone has it.
+  /// Unique among all zones.
   [[nodiscard]] std::uint64_t identifier() const override { return identifier_; }
 
  private:
-  /// What stands for a moment behind the end. Their distance may be too long for a signed number.
+  /// The equivalent of a moment after the end. Their distance may not fit a signed number.
   [[nodiscard]] std::int64_t folded(std::int64_t moment) const {
     const auto beyond = static_cast<std::uint64_t>(moment) - static_cast<std::uint64_t>(end_);
     return end_ - kCalendarCycle + static_cast<std::int64_t>(beyond % kCalendarCycle);
@@ -76,7 +76,7 @@ class TableZone final : public TimeZone {
   std::uint64_t identifier_ = nextIdentifier();
 };
 
-/// Reads a file from its front. What is missing spoils it for good, and reads as zeros.
+/// Reads a file from its front. Missing bytes read as zero and mark the file as invalid.
 class Bytes {
  public:
   explicit Bytes(std::string_view bytes) : rest_(bytes) {}
@@ -89,14 +89,14 @@ class Bytes {
     return taken;
   }
 
-  /// A number with its most significant byte first.
+  /// A big-endian number.
   std::uint64_t number(std::size_t size) {
     std::uint64_t value = 0;
     for (const char each : take(size)) value = value << 8 | static_cast<unsigned char>(each);
     return value;
   }
 
-  /// Without the line's end.
+  /// A line without its newline.
   std::string_view line() {
     const std::string_view all = take(rest_.find('\n'));
     take(1);
@@ -110,7 +110,7 @@ class Bytes {
   bool fits_ = true;
 };
 
-/// A header of TZif as in RFC 8536, section 3, and the size of what follows it.
+/// A TZif header as in RFC 8536, section 3, and the size of the block after it.
 struct Header {
   explicit Header(Bytes& file) {
     isHeader = file.take(4) == "TZif";
@@ -121,7 +121,7 @@ struct Header {
     }
   }
 
-  /// That of the block, whose moments have so many bytes.
+  /// The size of the block, in which each moment has `momentSize` bytes.
   [[nodiscard]] std::uint64_t blockSize(std::uint64_t momentSize) const {
     return changes * (momentSize + 1) + types * 6 + letters + leaps * (momentSize + 4) +
            isStandard + isUt;
@@ -132,7 +132,7 @@ struct Header {
   std::uint64_t isUt = 0, isStandard = 0, leaps = 0, changes = 0, types = 0, letters = 0;
 };
 
-/// Whether it names a file within the folder.
+/// Whether the name denotes a file within the folder.
 bool isPlain(std::string_view name) {
   constexpr std::string_view kLetters =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._+-/";
@@ -163,7 +163,7 @@ std::shared_ptr<const TimeZone> namedZone(const std::string& name) {
 
 std::shared_ptr<const TimeZone> zoneOfFile(std::string_view content) {
   constexpr std::int64_t kDay = 86'400;
-  constexpr std::int64_t kLatest = std::int64_t{1} << 59;  // or earliest: before the Big Bang
+  constexpr std::int64_t kLatest = std::int64_t{1} << 59;  // latest and, negated, earliest moment
   Bytes file(content);
   const Header old(file);
   if (!old.isHeader || old.version < '2') return nullptr;
@@ -183,7 +183,7 @@ std::shared_ptr<const TimeZone> zoneOfFile(std::string_view content) {
   for (std::uint64_t i = 0; i < header.types; ++i) {
     offsets.push_back(static_cast<std::int32_t>(types.number(4)));
     if (std::abs(std::int64_t{offsets.back()}) >= kDay) return nullptr;
-    types.take(2);  // whether it is daylight saving time, and its name
+    types.take(2);  // the flag for daylight saving time, and the index of the name
   }
 
   auto zone = std::make_shared<TableZone>(offsets.front());

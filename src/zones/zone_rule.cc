@@ -8,7 +8,8 @@
 namespace corvo::corvo_internal::zones {
 namespace {
 
-// Those of a cycle and one on either side: the time of a change may lead into another year.
+// The years of a cycle and one on either side, because the time of a change may fall into another
+// year.
 constexpr int kFirstYear = 2000;
 constexpr int kLastYear = 2401;
 constexpr std::string_view kQuotable =
@@ -17,17 +18,17 @@ constexpr std::string_view kLetters = kQuotable.substr(12);
 constexpr std::int32_t kHour = 3'600;
 constexpr std::int32_t kDay = 86'400;
 
-/// The day and the local time of a change that comes every year.
+/// The day and the local time of a yearly change.
 struct YearlyChange {
   enum class Day { julian, fromZero, weekday };
   Day kind = Day::julian;
   int month = 0;
-  int week = 0;  ///< The last one is 5.
-  int day = 0;   ///< Of the week, from Sunday; else of the year.
+  int week = 0;  ///< 5 means the last one.
+  int day = 0;   ///< Of the week, from Sunday; otherwise of the year.
   std::int32_t time = 0;
 };
 
-/// Reads a rule from its front. What does not fit spoils it for good.
+/// Reads a rule from its front. After the first mismatch, nothing is read any more.
 class RuleText {
  public:
   explicit RuleText(std::string_view text) : rest_(text) {}
@@ -41,7 +42,7 @@ class RuleText {
     if (quoted) expect('>');
   }
 
-  /// Hours with their sign, and perhaps minutes and seconds, in seconds.
+  /// A signed number of hours with optional minutes and seconds, in seconds.
   std::int32_t time(int mostHours) {
     const bool negative = take('-');
     if (!negative) take('+');
@@ -104,7 +105,7 @@ std::int64_t localTimeOf(const YearlyChange& change, int number) {
   const std::chrono::year year(number);
   sys_days date = sys_days(year / January / 1);
   switch (change.kind) {
-    case YearlyChange::Day::julian:  // in which no year has a 29 February
+    case YearlyChange::Day::julian:  // every year has 365 days and no 29 February
       date += days(change.day - 1 + (year.is_leap() && change.day >= 60 ? 1 : 0));
       break;
     case YearlyChange::Day::fromZero:
@@ -120,7 +121,7 @@ std::int64_t localTimeOf(const YearlyChange& change, int number) {
   return std::int64_t{date.time_since_epoch().count()} * kDay + change.time;
 }
 
-/// Whether a zone may have it; the text may claim a little more.
+/// Whether a zone may have this offset; TZ itself permits slightly more.
 bool isOffset(std::int32_t seconds) { return std::abs(seconds) < kDay; }
 
 }  // namespace
@@ -128,7 +129,7 @@ bool isOffset(std::int32_t seconds) { return std::abs(seconds) < kDay; }
 std::optional<std::vector<OffsetChange>> changesByRule(std::string_view rule) {
   RuleText in(rule);
   in.name();
-  const std::int32_t standard = -in.time(24);  // which is written west of Greenwich
+  const std::int32_t standard = -in.time(24);  // written as hours west of Greenwich
   if (in.fits() && in.ends() && isOffset(standard)) return {{{kCycleStart, standard}}};
   in.name();
   const std::int32_t daylight = in.comesNext(',') ? standard + kHour : -in.time(24);
@@ -145,8 +146,8 @@ std::optional<std::vector<OffsetChange>> changesByRule(std::string_view rule) {
     add(localTimeOf(start, year) - standard, daylight);
     add(localTimeOf(end, year) - daylight, standard);
   }
-  // Where a year ends at the moment at which the next one starts, the later one counts: so a rule
-  // says that daylight saving time lasts for ever.
+  // If one year's last change coincides with the next year's first one, the later one counts. This
+  // is how a rule makes daylight saving time permanent.
   std::ranges::stable_sort(changes, {}, &OffsetChange::moment);
   return changes;
 }

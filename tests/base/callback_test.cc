@@ -20,7 +20,7 @@ template <class To, class... Froms>
 constexpr bool fromNone = (!std::is_convertible_v<Froms, To> && ...);
 constexpr auto kCaptureless = [] {};
 
-// Only null pointers, not the number nor what else compares to one.
+// Only null pointers are null, not the number or anything else that compares equal to one.
 static_assert(std::is_convertible_v<std::nullptr_t, Count>);
 static_assert(fromNone<Count, int, long, bool, void*, void (*)(std::string), const Count&>);
 static_assert(std::is_nothrow_move_constructible_v<Count> &&
@@ -83,7 +83,8 @@ TEST(Callback, TakesEveryKindOfTarget) {
   EXPECT_EQ(seen, 70);
 }
 
-// A target that counts the living, in two sizes: inside the callback and on the heap.
+// A target that counts its living instances, in two sizes: one fits inside the callback, one needs
+// the heap.
 template <class Size>
 class CallbackTargets : public testing::Test {
  protected:

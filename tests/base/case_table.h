@@ -16,12 +16,12 @@ inline void replaceAll(std::string& text, const std::string& what, const std::st
   }
 }
 
-/// Every byte of a file; none where there is no file.
+/// The content of a file; empty if it does not exist.
 inline std::string contentsOf(const std::string& file) {
   return (std::ostringstream() << std::ifstream(file, std::ios::binary).rdbuf()).str();
 }
 
-/// The text with "ababab" for "{3*ab}".
+/// Replaces "{3*ab}" by "ababab".
 inline std::string unfolded(std::string text) {
   for (auto at = text.find('{'); at < text.size(); at = text.find('{', at + 1)) {
     const std::size_t star = text.find_first_not_of("0123456789", at + 1);
@@ -35,7 +35,7 @@ inline std::string unfolded(std::string text) {
   return text;
 }
 
-/// A field of a table: without the blanks around it, and with the byte that each \xHH stands for.
+/// A field of a table: without surrounding blanks, and with \xHH replaced by that byte.
 inline std::string field(std::string text) {
   text.erase(0, text.find_first_not_of(' '));
   text.erase(text.find_last_not_of(' ') + 1);
@@ -45,8 +45,8 @@ inline std::string field(std::string text) {
   return text;
 }
 
-/// The lines of a table of cases in a file, their fields divided by bars. Fields that a line lacks
-/// are empty. Lines that are blank or begin with # do not count; no line at all is an error.
+/// The lines of a file with a table of cases, split into fields at bars. Missing fields are empty.
+/// Blank lines and lines that begin with # are skipped. An empty table is an error.
 template <std::size_t columns>
 std::vector<std::array<std::string, columns>> caseTable(const std::string& file) {
   std::vector<std::array<std::string, columns>> rows;

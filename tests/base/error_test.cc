@@ -18,7 +18,7 @@ namespace {
 using Network = CorvoNetworkError;
 using Error = CorvoError;
 
-// In the order of the cases, as are the descriptions in the tables.
+// In the order of the cases, like the descriptions in the tables.
 const std::vector<Network::Payload> kNetworkErrors{
     Network::IncorrectURL{"http:// x"}, Network::UrlError{"the line is cut"},
     Network::WrongStatusCode{404},      Network::DecodingError{"/a: no list"},
@@ -60,7 +60,7 @@ void expectTable(const std::vector<typename AnyError::Payload>& payloads, const 
     for (std::size_t j = 0; j < errors.size(); ++j) {
       AnyError other = errors[j];
       EXPECT_EQ(error == other, i == j) << i << ' ' << j;
-      other = error;  // over each case by each
+      other = error;  // each case assigned to each
       EXPECT_EQ(other, error) << i << ' ' << j;
     }
     AnyError taken = errors[i];

@@ -10,7 +10,7 @@
 namespace corvo::corvo_internal::base {
 namespace {
 
-/// Bytes of all kinds.
+/// A text with many different bytes.
 std::string sample(std::size_t length) {
   std::string text;
   for (std::size_t i = 0; i < length; ++i) text += static_cast<char>(i * 37 + 11);

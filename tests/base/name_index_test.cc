@@ -23,7 +23,8 @@ TEST(TextHash, FoldsBothHalvesOfAProduct) {
 }
 
 TEST(TextHash, TellsApartWhatEndsInTheSameBytesWhateverTheSecrets) {
-  // Read in words, these pairs differ by their sizes alone, or by what could make up for those.
+  // Read as words, the texts of each pair differ only in their sizes, or in words that could cancel
+  // out.
   constexpr std::string_view kPairs[][2] = {{"a", "ba"},
                                             {"ab", "`bb"},
                                             {"ab", "abb"},
@@ -37,8 +38,8 @@ TEST(TextHash, TellsApartWhatEndsInTheSameBytesWhateverTheSecrets) {
   }
 }
 
-// With a known factor these differences of eight bytes leave the low 17 bits alone for 6 to 12 % of
-// all texts, whatever the start.
+// With a known factor, these differences of eight bytes leave the low 17 bits unchanged for 6 to 12
+// % of all texts, whatever the seed.
 TEST(TextHash, HasNoDifferenceThatOftenKeepsTheLowBits) {
   constexpr std::uint64_t kDifferences[] = {0x0080040400400000, 0x0008020088000000,
                                             0x0042020008000000, 0x0010808002000000,
@@ -46,7 +47,7 @@ TEST(TextHash, HasNoDifferenceThatOftenKeepsTheLowBits) {
   const auto lowBits = [](std::uint64_t word) {
     return TextHash()({reinterpret_cast<const char*>(&word), sizeof word}) & 0x1FFFF;
   };
-  std::size_t collidingDifferences = 0;  // one may do so by chance, once in thousands of processes
+  std::size_t collidingDifferences = 0;  // chance produces one, once in thousands of processes
   for (const std::uint64_t difference : kDifferences) {
     std::size_t collisions = 0;
     for (std::uint64_t i = 0; i < 1'000; ++i) {

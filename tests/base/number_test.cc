@@ -13,13 +13,13 @@
 namespace corvo::corvo_internal::base {
 namespace {
 
-/// Every bit of a double, or "-" for none.
+/// All bits of a double, or "-" if empty.
 std::string bits(std::optional<double> value) {
   char text[40] = "-";
   if (value) std::snprintf(text, sizeof text, "%a", *value);
   return text;
 }
-/// The same of what the table expects.
+/// The same for the expected value.
 std::string bitsOf(const std::string& expected) {
   if (expected == "-") return bits({});
   return bits(std::strtod(expected.c_str(), nullptr));
@@ -36,11 +36,10 @@ TEST(Numbers, AreReadAsTheTableSays) {
   }
 }
 
-// Sets a locale that writes 1,5 for the whole process: the build's own, or one that the machine
-// has.
+// Sets a locale with a decimal comma for the whole process: the build's own, or one of the machine.
 bool setCommaLocale() {
 #ifdef CORVO_LOCALES
-  setenv("LOCPATH", CORVO_LOCALES, 1);  // where the GNU C library looks
+  setenv("LOCPATH", CORVO_LOCALES, 1);  // where glibc looks
 #endif
   for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8", "German"}) {
     if (std::setlocale(LC_ALL, name) == nullptr) continue;
@@ -74,7 +73,7 @@ TEST(Numbers, IgnoreTheLocaleOfProcessAndThread) {
   std::setlocale(LC_ALL, "C");
 }
 
-// The shortest texts are those that come back as they are.
+// The shortest texts are exactly those that are printed unchanged.
 TEST(Describe, WritesTheShortestDigitsThatReadBack) {
   std::istringstream doubles(
       "42.0 -42.5 100000.0 0.1 0.30000000000000004 0.3333333333333333 123456.789 0.0001 0.00012345 "

@@ -33,7 +33,7 @@ TEST(WellFormed, SeesABadByteAtEveryPlaceOfAnAsciiText) {
   }
 }
 
-/// Whether the texts are canonically equivalent. What their bytes tell must agree.
+/// Whether the texts are canonically equivalent. If their bytes decide, both results must agree.
 bool canonicallyEqual(std::string_view a, std::string_view b) {
   const auto decomposition = [](std::string_view text) {
     return decomposed(text).value_or(std::string(text));
@@ -76,7 +76,7 @@ TEST(Contains, FindsAPartWhereverItStands) {
       expect(part + 'd', false);
     }
   }
-  EXPECT_TRUE(TextIndex("abaaa").contains("aaa"));  // its last suffixes begin one another
+  EXPECT_TRUE(TextIndex("abaaa").contains("aaa"));  // its last suffixes are nested prefixes
   EXPECT_TRUE(TextIndex("").contains(""));
   EXPECT_FALSE(TextIndex("").contains("\0"sv));
   EXPECT_TRUE(TextIndex("\0\xFF\0"sv).contains("\xFF\0"sv));

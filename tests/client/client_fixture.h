@@ -12,7 +12,7 @@
 
 namespace corvo {
 
-/// Clients on the fakes, which ask a backend that has a small project and a location.
+/// Clients on the fakes, with a backend that serves a small project and a location.
 struct ClientWorld {
   ClientWorld() { fake.serve(project, {{"city", "Berlin"}}); }
 
@@ -22,7 +22,7 @@ struct ClientWorld {
                                      retryCount, "tag");
   }
 
-  /// What the client stored under the key, empty when nothing.
+  /// The text that the client stored under the key; empty if there is none.
   std::string stored(const std::string& key) const {
     const auto contents = fake.store->contents("storagetagtoken");
     const auto found = contents.find(key);

@@ -2,7 +2,7 @@
 
 #include "tests/client/client_fixture.h"
 
-/// A type of an application, that cannot be assigned.
+/// An application type that cannot be assigned.
 struct Switch {
   const bool isOn;
 };
@@ -128,7 +128,7 @@ TEST_F(ClientTest, AttemptsAreASecondApart) {
     fake.time->advance(0.1);
   }
   EXPECT_EQ(fake.store->openings(), before + 5);
-  fake.time->set(0);  // a clock set back is no reason to wait
+  fake.time->set(0);  // a clock set back does not delay the next attempt
   client->getExperiment("e", nullptr);
   EXPECT_EQ(fake.store->openings(), before + 6);
 }

@@ -4,7 +4,7 @@
 
 namespace corvo::tests {
 
-/// The least of a coroutine type: runs at once, and is destroyed at its end or by its owner.
+/// A minimal coroutine type: starts immediately, and is destroyed at its end or by its owner.
 template <class AtEnd>
 struct Coroutine {
   struct promise_type {

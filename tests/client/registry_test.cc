@@ -7,7 +7,7 @@
 namespace corvo {
 namespace {
 
-/// A client that is made, and asked, before `main`.
+/// A client that is created and asked before `main`.
 const struct Early : ClientWorld {
   std::shared_ptr<CorvoClient> client = makeClient();
   bool answered = client->checkFlag<bool>("on").get() == true;
@@ -63,7 +63,7 @@ TEST_F(RegistryTest, MayBeUsedFromManyThreads) {
   for (std::thread& thread : threads) thread.join();
 }
 
-/// A store that looks into the registry while a client is made.
+/// A store that accesses the registry while a client is being created.
 struct CuriousStore final : PreferencesStore {
   fakes::MemoryPreferencesStore store;
   std::function<void()> look;

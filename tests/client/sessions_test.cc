@@ -14,7 +14,7 @@
 #include "tests/base/case_table.h"
 #include "tests/client/client_fixture.h"
 
-// What applications do and see, step by step: see sessions.txt.
+// Sequences of what applications do and see: see sessions.txt.
 
 namespace corvo {
 
@@ -63,7 +63,7 @@ std::string shown(const CorvoExperimentPointer& experiment) {
          std::to_string(*experiment->groupIndex());
 }
 
-/// What is before and after the mark, or all and nothing.
+/// The texts before and after the mark; without the mark, the whole text and an empty one.
 std::pair<std::string, std::string> parts(const std::string& text, const std::string& mark) {
   const std::size_t at = std::min(text.find(mark), text.size());
   return {text.substr(0, at), text.substr(std::min(at + mark.size(), text.size()))};
@@ -79,7 +79,8 @@ fakes::Reply reply(const std::string& text) {
   return std::isdigit(text.front()) != 0 ? fakes::status(std::stoi(text), "{}") : fakes::ok(text);
 }
 
-/// Sets "userId=u, plan=gold"; whatever is not well known is a custom property.
+/// Sets properties such as "userId=u, plan=gold". A name without its own setter becomes a custom
+/// property.
 void put(CorvoUser::Builder& user, const std::string& properties) {
   using Builder = CorvoUser::Builder;
   static const std::map<std::string, Builder& (Builder::*)(OptionalText)> kSetters{
@@ -105,7 +106,7 @@ struct Session {
 };
 void PrintTo(const Session& session, std::ostream* out) { *out << session.name; }
 
-/// Those of a file, with their definitions filled in.
+/// The sessions of a file, with their definitions expanded.
 std::vector<Session> readSessions(const std::string& name, const std::string& failing) {
   std::vector<Session> sessions;
   std::vector<std::pair<std::string, std::string>> definitions{{"$FAILING", failing}};
@@ -131,7 +132,7 @@ class SessionTest : public ClientTest, public testing::WithParamInterface<Sessio
  protected:
   using Text = const std::string&;
 
-  /// Takes a step such as "flag on -> true", and expects what the arrow points to, or nothing.
+  /// Runs a step such as "flag on -> true". Expects the result after the arrow, or an empty one.
   void take(Text step) {
     const auto [done, expected] = parts(step, " ->");
     const auto [verb, about] = parts(done, " ");
@@ -170,7 +171,7 @@ class SessionTest : public ClientTest, public testing::WithParamInterface<Sessio
                                        retryCount, tag);
   }
 
-  /// The lists of forced users of the first experiment and then of its groups, as stored.
+  /// The forced lists of the first experiment and then of its groups, as stored.
   std::string lists() const {
     const std::string config = stored("config.value");
     std::string found;
@@ -179,7 +180,7 @@ class SessionTest : public ClientTest, public testing::WithParamInterface<Sessio
       const std::size_t end = config.find(']', at) + 1;
       found.insert(n == 2 ? 0 : found.size(), config.substr(at, end - at));
     }
-    return found;  // the groups are written before the experiment's own list
+    return found;  // groups are written before the experiment's own list
   }
 
   std::optional<ClientRegistry> process{std::in_place, fake.platform()};
@@ -333,7 +334,7 @@ std::vector<Session> allSessions() {
 INSTANTIATE_TEST_SUITE_P(Of, SessionTest, testing::ValuesIn(allSessions()),
                          [](const auto& session) { return session.param.name; });
 
-// Entries of one name, the first with a mebibyte that all of them show.
+// Entries of one name, of which the first has a mebibyte that all of them show.
 TEST_F(ClientTest, ShowsSixtyFourMebibytesOfRepeatedValuesAtMost) {
   const auto client =
       makeClient(0, CorvoUser::Builder(fake.time, fake.timeZone).setUserId("u").build());

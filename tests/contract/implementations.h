@@ -9,7 +9,7 @@
 
 namespace corvo::tests {
 
-/// The implementations that a contract is held against: the fake, and the host's where it is built.
+/// The implementations under test: the fake, and the host's if it is built.
 #ifdef CORVO_TEST_HOST
 template <class Fake, class... Host>
 using Implementations = testing::Types<Fake, Host...>;

@@ -21,7 +21,7 @@ struct HostQueue {
 template <class Implementation>
 class MainQueueContract : public testing::Test {
  protected:
-  /// A task that notes its name.
+  /// A task that records its name.
   Callback<void()> note(char name) {
     return [this, name] { order_ += name; };
   }

@@ -18,7 +18,7 @@ namespace {
 
 struct FakeStore {
   static constexpr bool kLasts = true;
-  /// Ends the process and starts a new one.
+  /// Simulates the end of the process and the start of a new one.
   void restart() { store = std::make_shared<fakes::MemoryPreferencesStore>(*store); }
 
   std::shared_ptr<fakes::MemoryPreferencesStore> store =

@@ -13,7 +13,8 @@
 namespace corvo {
 namespace {
 
-/// Whole texts, by the expressions of the standard library: GoogleTest's know little on Windows.
+/// Matches the whole text with std::regex, because GoogleTest's own expressions are limited on
+/// Windows.
 MATCHER_P(Matches, expression, "") { return std::regex_match(arg, std::regex(expression)); }
 
 using testing::Optional;
@@ -48,7 +49,7 @@ TYPED_TEST(ServicesContract, EveryByteIsFilledAndTakesManyValues) {
     this->platform_.secureRandom->fill(bytes);
     for (std::size_t i = 0; i < bytes.size(); ++i) seen[i].insert(bytes[i]);
   }
-  // Of 100 draws from 256 values some 83 differ; fewer than 32 never come by chance.
+  // Of 100 draws from 256 values, about 83 differ; fewer than 32 never occur by chance.
   for (const auto& values : seen) EXPECT_GT(values.size(), 31U);
   this->platform_.secureRandom->fill({});
 }

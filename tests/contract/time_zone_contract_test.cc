@@ -27,7 +27,7 @@ struct MovableFakeZone {
   std::shared_ptr<fakes::FakeTimeZone> zone = std::make_shared<fakes::FakeTimeZone>();
 };
 
-/// Sets a variable of the environment, or unsets it.
+/// Sets or unsets an environment variable.
 void setVariable(const char* name, const std::optional<std::string>& text) {
 #ifdef _WIN32
   _putenv_s(name, text.value_or("").c_str());
@@ -108,7 +108,7 @@ TEST(SystemTimeZoneTest, TellsEveryChangeOfTheVariable) {
       "Europe/Berlin", "Europe/Madrid", std::nullopt, "Europe/Berlin", "", std::nullopt, "UTC0"};
   for (const auto& each : zones) {
 #ifdef _WIN32
-    if (each == "") continue;  // no variable is empty there
+    if (each == "") continue;  // variables cannot be empty there
 #endif
     setVariable("CORVO_TEST_A", "moves the variable");
     setZone(each);
@@ -121,7 +121,7 @@ TEST(SystemTimeZoneTest, TellsEveryChangeOfTheVariable) {
   }
 }
 
-#ifdef __linux__  // where the C library's variable can be written
+#ifdef __linux__  // where the C library's variable can be changed
 TEST(SystemTimeZoneTest, TellsThatTheSystemsOwnZoneWasExchanged) {
   setZone(std::nullopt);
   const std::uint64_t before = platform::systemTimeZone()->identifier();

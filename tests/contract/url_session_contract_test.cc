@@ -13,8 +13,8 @@
 namespace corvo {
 namespace {
 
-/// Each offers the same routes: "ok" (200, "{}"), "empty" (204), "gone" (404, "x"), "broken" (the
-/// transfer fails) and "silent" (never answers).
+/// All backends offer the same routes: "ok" (200, "{}"), "empty" (204), "gone" (404, "x"), "broken"
+/// (the transfer fails) and "silent" (never answers).
 struct FakeBackend {
   FakeBackend() {
     session->always("ok", fakes::after(0.5, fakes::ok("{}")));
@@ -51,7 +51,7 @@ struct HostBackend {
 template <class Implementation>
 class UrlSessionContract : public testing::Test {
  protected:
-  /// Asks for a route; what comes is noted, and `held` lives as long as the completion.
+  /// Requests a route and records the result. The completion keeps `held` alive.
   void ask(const std::string& route, std::shared_ptr<int> held = nullptr) {
     session_->start(
         {"GET", backend_.url(route), {}},

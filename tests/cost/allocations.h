@@ -4,13 +4,13 @@
 
 namespace corvo::tests {
 
-/// How often this thread has allocated so far, and how much oftener than it has freed. Needs a
-/// build without sanitizers.
+/// The number of this thread's allocations so far, and that number minus its deallocations.
+/// Requires a build without sanitizers.
 std::size_t allocationCount();
 std::ptrdiff_t liveAllocations();
 
-/// Lets that many more allocations of this thread succeed; then one fails. None fails once this is
-/// over.
+/// Lets the given number of this thread's allocations succeed, and then one fail. No allocation
+/// fails after this object is destroyed.
 class FailingAllocation {
  public:
   explicit FailingAllocation(std::size_t succeedBefore);
@@ -18,7 +18,7 @@ class FailingAllocation {
   FailingAllocation& operator=(const FailingAllocation&) = delete;
   ~FailingAllocation();
 
-  /// Whether it has come to that.
+  /// Whether one has failed.
   [[nodiscard]] static bool hasFailed();
 };
 

@@ -2,6 +2,6 @@
 
 #include <cstddef>
 
-/// How many branches the counted code has taken so far: a measure of work that is the same in every
-/// run and on every machine. What it calls of other libraries counts as the call alone.
+/// The number of branches taken by the instrumented code: a measure of work that is the same in
+/// every run and on every machine. A call of another library counts only as the call.
 extern std::size_t corvoBranchCount;

@@ -11,7 +11,8 @@
 
 #include "tests/cost/allocations.h"
 
-// What a question costs that is answered from fresh copies, counted. Times are for benchmarks.
+// Counts the cost of questions that are answered from fresh cached copies. Benchmarks measure
+// times.
 
 namespace corvo {
 namespace {
@@ -39,7 +40,7 @@ std::string project(int flagCount) {
   return built.toJson();
 }
 
-/// How often asking allocates and reads the clock, when everything was asked before.
+/// The number of allocations and clock reads of a question that was asked before.
 struct Cost {
   std::size_t allocations;
   std::size_t clockReads;
@@ -154,7 +155,7 @@ TEST(BatchCostTest, AnEvaluationThatCannotGoOnIsAboutNobody) {
   }
 }
 
-// As records and as properties, whether the rules hold for them or not.
+// As records and as properties, whether or not the rules hold.
 TEST(BatchCostTest, AnotherUserAllocatesNothing) {
   constexpr std::size_t kUsers = 40;
   std::vector<CorvoUser> users;

@@ -17,8 +17,8 @@
 #include "tests/base/case_table.h"
 #include "tests/cost/allocations.h"
 
-// Every allocation of every operation fails once: the operation has then been done or has not,
-// whatever it had allocated is free again, and no record is lost.
+// Makes every allocation of every operation fail once. The operation must then be either done or
+// not done, must free everything it allocated, and must lose no record.
 
 namespace corvo {
 namespace {
@@ -29,13 +29,13 @@ constexpr const char* kCarriedFlag = "a flag of the experiment";
 constexpr const char* kExperiment = "an experiment of the configuration";
 constexpr const char* kHoldout = "a holdout of the configuration";
 
-/// Where an operation finds its application, which has used its client before.
+/// The state of an application that has used its client before, when an operation starts.
 struct Start {
   const char* name;
-  double age;                  // seconds since its last fetch
-  bool restarts;               // it runs anew, and has no client yet
-  bool owes;                   // it has one that could not read the store until now
-  std::string_view only = {};  // these operations
+  double age;                  // seconds since the last fetch
+  bool restarts;               // the application restarts and has no client yet
+  bool owes;                   // its client could not read the store until now
+  std::string_view only = {};  // only these operations
 };
 constexpr Start kStarts[] = {{"fresh", 0, false, false},
                              {"anew", 10, true, false},
@@ -77,8 +77,7 @@ struct Application {
     registry->removeClient("tag");
   }
 
-  /// All that can be told of it from outside a second later, by this client and one that starts
-  /// anew.
+  /// The state as seen from outside a second later, by this client and by one after a restart.
   std::string state() {
     fake.time->advance(1);
     start();
@@ -98,7 +97,7 @@ struct Application {
     return text;
   }
 
-  // A client of this tag and this token shares the other one's records.
+  // A client with this tag and this token shares the other client's records.
   static constexpr const char* kTagOfAnother = "tagtoken beyond any";
   static constexpr const char* kTokenOfAnother = " buffer";
 
@@ -124,7 +123,7 @@ const std::map<std::string, Operation> kOtherOperations{
     {"removeClient", CALL(forgetClient())}};
 #undef CALL
 
-/// These, and every question.
+/// These operations, and every question.
 std::map<std::string, Operation> operations() {
   const struct {
     std::size_t first, end;
@@ -144,7 +143,7 @@ std::map<std::string, Operation> operations() {
   return all;
 }
 
-/// What an operation that ran into failing memory may answer.
+/// Permits only the answers that an operation may give when memory fails.
 void attempt(const Operation& run, Application& application) {
   try {
     application.start();
@@ -154,8 +153,8 @@ void attempt(const Operation& run, Application& application) {
   }
 }
 
-/// All that an operation may leave: what was before, what is after it, and what it leaves where its
-/// fetch fails, for an exclusion has begun by then, or the store.
+/// All permitted results of an operation: the state before, the state after, and the states after
+/// its fetch or the store failed, because an exclusion may have begun by then.
 std::set<std::string> statesAround(const Operation& run, const Start& start) {
   std::set<std::string> states;
   for (const char* what : {"nothing", "all", "fetches", "reads", "writes"}) {
@@ -195,7 +194,7 @@ void failEach(const std::string& name, const Operation& run, const Start& start)
 }
 
 TEST(FailingAllocationsTest, LeaveNothingHalfDoneAndNothingBehindAndLoseNothing) {
-  { Application(kStarts[0]).state(); }  // what is made once per process
+  { Application(kStarts[0]).state(); }  // creates everything that exists once per process
   for (const Start& start : kStarts) {
     for (const auto& [name, run] : operations()) {
       if (start.only.empty() || start.only.find(name) != std::string_view::npos) {

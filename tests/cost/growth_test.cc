@@ -12,21 +12,21 @@
 #include "branch_count.h"
 #include "tests/base/case_table.h"
 
-// How the work of a question grows with what a backend and a user choose: twice as much may cost
-// three times the work, not four.
+// Measures how the work of a question grows with input that a backend or a user controls. Twice the
+// input may cost three times the work, but not four.
 
 namespace corvo {
 namespace {
 
-/// What a backend and an application choose.
+/// The input from a backend and an application.
 struct World {
   std::string config;
-  std::string property;  ///< Of the names "appVersion" and "custom.p".
-  std::string forced;    ///< The remembered inclusions.
+  std::string property;  ///< The value of "appVersion" and "custom.p".
+  std::string forced;    ///< The recorded inclusions.
   std::string location = "{}";
 };
 
-/// The text so often, with commas between, and with its number for each "@".
+/// The text repeated with commas between, and with its index for each "@".
 std::string times(std::size_t count, const std::string& text) {
   std::string all;
   for (std::size_t i = 0; i < count; ++i) {
@@ -53,7 +53,7 @@ World ofFlags(const std::string& flags, const std::string& property = "") {
   return {R"({"experiments": [], "feature_flags": [)" + flags + "]}", property, ""};
 }
 
-/// A row of the table of comparisons: see there.
+/// A row of the table of comparisons, which describes its columns.
 using Comparison = std::array<std::string, 6>;
 
 World ofComparison(const Comparison& row, std::size_t size) {
@@ -100,7 +100,7 @@ World ofOneName(std::size_t size) {
                        times(8, experiment("e", naming, 0)));
 }
 
-/// One holdout that takes long to look at, and many of one name that give its name.
+/// One holdout that is expensive to resolve, and many experiments of one name that refer to it.
 World ofOneHoldout(std::size_t size) {
   const std::string intervals = R"(, "type": 5, "layer_bounds": [)" +
                                 times(size, R"({"lower_bound": 1e6, "upper_bound": 1e6})") + "]";
@@ -108,7 +108,7 @@ World ofOneHoldout(std::size_t size) {
                        times(size, experiment("e", R"(, "holdouts": ["h"])", 0)));
 }
 
-/// One experiment with flags, one with parameters; each name stands twice.
+/// One experiment with flags, one with parameters; each name occurs twice.
 World ofValuesInAGroup(std::size_t size) {
   const std::string flag = R"({"name": "f@", "type": "t", "rules": [], "groups": [{"group": "g",
       "rules": [{"is_default": true, "value": "1", "conditional_statement": "-",
@@ -120,7 +120,7 @@ World ofValuesInAGroup(std::size_t size) {
                        "," + experiment("p", R"(, "type": 2, "params": [)" + twice(param) + "]"));
 }
 
-/// Private conditions, each on a property of its own.
+/// Private conditions, each on its own property.
 World ofProperties(std::size_t size) {
   World world = ofFlags(flag("f", times(size, condition("equal", R"("x")", "geo.p@")), true));
   world.location = "{" + times(size, R"("p@":"v")") + "}";
@@ -178,7 +178,7 @@ const std::map<std::string, std::function<void(CorvoClient&)>> kQuestions{
     {"details", [](CorvoClient& c) { c.getUserExperimentsDetails([](auto) {}); }},
 };
 
-/// What each question costs when it is asked first, in the order of their names, and once more.
+/// The cost of each question, by name, when it is asked for the first and for the second time.
 std::map<std::string, std::size_t> costs(const World& world) {
   Counted counted(world);
   std::map<std::string, std::size_t> counts;
@@ -200,7 +200,7 @@ TEST(Growth, OfTheWorkIsNotThatOfAProduct) {
   }
 }
 
-/// Documents with as many findings as a size, of one kind each, or with much to compare.
+/// Documents with findings proportional to a size, of one kind each, or with many comparisons.
 std::map<std::string, std::function<std::string(std::size_t)>> lintedDocuments() {
   const auto rules = [](const std::string& rule) {
     return [=](std::size_t size) {

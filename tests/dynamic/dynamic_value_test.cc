@@ -16,7 +16,7 @@ namespace {
 using Value = DynamicValue;
 using Null = DynamicValue::Null;
 
-// Literals make only what can be encoded; any value can be wrapped.
+// Literals create only encodable values; any value can be wrapped.
 static_assert(std::convertible_to<int, AnyCodable> && std::convertible_to<bool, AnyEncodable>);
 static_assert(!std::convertible_to<int, AnyDecodable> &&
               std::constructible_from<AnyDecodable, int>);
@@ -29,7 +29,7 @@ OtherEncodable other(const Value& value) {
   return {[value](json::JsonWriter& out) { return value.encode(out); }};
 }
 
-/// The text that is written, or which of the two reasons there is for none, and where.
+/// The written text, or which of the two failures occurred, and where.
 std::string written(const AnyEncodable& any) {
   const std::map<std::string, std::string> reasons{
       {"AnyEncodable value cannot be encoded", "unencodable"},

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Whatever the hash, everybody is in the only group of the experiment.
+// Everybody is in the only group of the experiment, whatever the hash.
 constexpr std::string_view kDocument = R"({
   "feature_flags": [{"name": "discount", "type": "number", "rules": [
     {"value": "0.25", "conditional_statement": "AND", "is_default": false, "conditions": [
@@ -45,9 +45,9 @@ bool answers(corvo::Evaluation& about) {
 
 }  // namespace
 
-// What is right ends in silence but for the last question, whose answer stops the process.
+// Prints nothing if everything is right, except for the last question, which aborts the process.
 int main() {
-  // An experiment carries a flag that is none of the project.
+  // An experiment carries a flag that the project does not contain.
   if (corvo::lint(kDocument).size() != 1) return std::puts("lint"), 1;
   if (!isUnreadable("{") || !isUnreadable("[]")) return std::puts("unreadable"), 1;
   auto about = corvo::Project::decode(kDocument).value().evaluate({.properties = kUser});

@@ -36,7 +36,7 @@ CorvoUser userOf(int number) {
 std::string textOf(const Explanation& why) { return why.toText(); }
 std::string textOf(const Result<Explanation>& why) { return why.value().toText(); }
 
-// Everything that an asked one answers, as one text: of a client, or of an evaluation.
+// All answers of a client or of an evaluation, as one text.
 template <class Asked, class Get>
 std::string everything(const Project& project, Asked& asked, Get get) {
   std::string all;
@@ -122,7 +122,7 @@ TEST(Evaluation, AnswersAsAClientDoes) {
   }
 }
 
-// By names, from lists of positions.
+// The answers of the position lists, by name.
 std::string byPosition(const Project& project, Evaluation& about) {
   const std::vector<Project::Flag> flags = project.flags();
   auto experiments = project.experiments();
@@ -185,7 +185,7 @@ TEST(Evaluation, TakesPropertiesThatDoNotExpire) {
 
 TEST(Evaluation, ServesManyThreadsFromOneProject) {
   const Project project = read(CORVO_CLIENT_CASES "experiments.json");
-  // The C library's own lock around its zone is one that the thread sanitizer does not know.
+  // Not the C library's zone, whose internal lock the thread sanitizer does not know.
   const auto zone = std::make_shared<fakes::FakeTimeZone>();
   std::vector<std::string> expected;
   const auto answersOf = [&](int number) {

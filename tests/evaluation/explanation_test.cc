@@ -95,9 +95,9 @@ TEST(Explanation, CutsLongTextsOfTheUser) {
   }
 }
 
-// --- Whether what is told comes to the answer ----------------------------------------------------
+// --- Whether the steps imply the answer ----------------------------------------------------------
 
-/// The steps of that code, in their order.
+/// The steps with that code, in order.
 std::vector<const Step*> ofCode(const std::vector<Step>& steps, Code code) {
   std::vector<const Step*> all;
   for (const Step& step : steps) {
@@ -118,7 +118,8 @@ bool anyOf(const std::vector<const Step*>& steps, Outcome outcome) {
   return std::ranges::any_of(steps, [=](const Step* step) { return step->outcome == outcome; });
 }
 
-/// What joined conditions come to; those behind the one that decides must not have been reached.
+/// The expected outcome of joined conditions. Those after the deciding one must not have been
+/// reached.
 bool joined(const std::string& statement, const std::vector<Step>& conditions) {
   const Outcome decides = statement == "OR" ? Outcome::holds : Outcome::fails;
   bool isDecided = statement == "-";
@@ -140,8 +141,8 @@ bool isIn(const Step& placement) {
   return ofCode(steps, Code::group).at(0)->outcome != Outcome::notFound;
 }
 
-/// Whether the outcome of a step is what its facts and the steps inside it come to. The bucket is
-/// that of the experiment.
+/// Whether the outcome of a step follows from its facts and the steps inside it. The bucket is the
+/// experiment's.
 bool follows(const Step& step, double bucket) {
   const bool holds = step.outcome == Outcome::holds;
   const auto inside = [&](Code code) { return ofCode(step.steps, code); };
@@ -183,7 +184,7 @@ bool follows(const Step& step, double bucket) {
   }
 }
 
-/// All that occurs, to see that everything does.
+/// Everything that has occurred, to check that everything does occur.
 struct Seen {
   std::set<Code> codes;
   std::set<Outcome> outcomes;
@@ -204,7 +205,7 @@ struct Seen {
   }
 };
 
-/// The rules and conditions that are told are those of the record, each where it says.
+/// The reported rules and conditions must match the record at their positions.
 void expectRecord(const Step& step, model::List<model::Rule> rules) {
   ASSERT_EQ(step.steps.size(), rules.size());
   for (const Step& each : step.steps) {
@@ -224,7 +225,7 @@ void expectRecord(const Step& step, model::List<model::Rule> rules) {
   }
 }
 
-/// The rules that were tried: those of the flag, or of the group that it has in its experiment.
+/// The rules that were tried: the flag's, or those of the group in its experiment.
 model::List<model::Rule> rulesOf(const model::ConfigResponse& config, const std::string& name,
                                  const std::vector<const Step*>& group) {
   const auto isCalled = [](const auto& list, std::string_view wanted) {
@@ -239,7 +240,7 @@ model::List<model::Rule> rulesOf(const model::ConfigResponse& config, const std:
   throw std::logic_error("nothing carries the flag");
 }
 
-/// Holds the explanations of every name against the answers.
+/// Compares the explanations of every name with the answers.
 void compare(const model::ConfigResponse& config, Evaluation& asked, Seen& seen) {
   for (const std::string name : fuzz::kNames) {
     const auto flag = asked.checkFlag<std::string>(name);

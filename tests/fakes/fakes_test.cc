@@ -15,7 +15,7 @@ using testing::Pair;
 
 class VirtualTimeTest : public testing::Test {
  protected:
-  /// A task that notes its name and the time at which it ran.
+  /// A task that records its name and the time at which it ran.
   Callback<void()> note(std::string name) {
     return [this, name = std::move(name)] { log.push_back(name + "@" + at()); };
   }
@@ -198,7 +198,7 @@ TEST(MemoryPreferencesStoreTest, FailsOnCueAndLeavesEverythingAsItWas) {
   EXPECT_EQ(store.open("s"), nullptr);
   EXPECT_EQ(store.open("t"), nullptr);
   EXPECT_THAT(store.suiteNames(), ElementsAre("s"));
-  MemoryPreferencesStore another(store);  // as another process finds it
+  MemoryPreferencesStore another(store);  // as another process sees it
   EXPECT_TRUE(another.open("s")->apply(kept));
   EXPECT_EQ(store.contents("s").count("a"), 0U);
 }

@@ -13,9 +13,9 @@
 #include "model/codec.h"
 #include "placement/bucketing.h"
 
-// Prints how numbers are read, digests and 10,000 assignments, each to the last bit. The output
-// must be the same from every processor, compiler and level of optimisation: `scripts/test-cross`
-// compares it. Fails where it is wrong for certain.
+// Prints parsed numbers, digests and 10,000 assignments, each to the last bit. The output must be
+// the same for every processor, compiler and optimisation level; `scripts/test-cross` compares it.
+// Fails if a value is known to be wrong.
 
 namespace corvo {
 
@@ -46,7 +46,7 @@ std::string bits(double value) {
   return digits;
 }
 
-/// The standard says which numbers this engine makes, but not so for its distributions.
+/// The standard specifies the numbers of this engine, but not those of its distributions.
 class Generator {
  public:
   std::uint64_t word() { return engine_(); }
@@ -61,7 +61,7 @@ class Generator {
     for (std::size_t left = below(most + 1); left != 0; --left) text += oneOf(kPieces);
     return text;
   }
-  /// The double itself or one of the four next to it.
+  /// The double itself or one of its four nearest neighbours.
   double near(double value) {
     const double towards = below(2) == 0 ? 0 : HUGE_VAL;
     for (std::size_t steps = below(3); steps != 0; --steps) value = std::nextafter(value, towards);
@@ -120,7 +120,7 @@ void printDigests(Generator& random) {
   }
 }
 
-/// One whose boundaries the identifier hits or misses by the last bits.
+/// An experiment with boundaries within the last bits of the identifier's position.
 model::Experiment experimentAround(const std::string& splitId, Generator& random,
                                    base::Pool& pool) {
   constexpr std::array kShares{0.0, 0.1, 0.25, 1.0 / 3, 0.333, 0.5, 0.995, 1.0, 1.5};
@@ -159,7 +159,7 @@ model::Experiment experimentAround(const std::string& splitId, Generator& random
 }
 
 void printAssignments(Generator& random) {
-  // Worked by hand: 385719871 * 85407170560000 / 2^64.
+  // Calculated by hand: 385719871 * 85407170560000 / 2^64.
   expect(placement::bucketValue("user-1", "salt1") == 1785.856771213581, "the bucket of user-1");
   const auto pool = std::make_shared<base::Pool>();
   model::ConfigResponse written{{}, {}, {pool}};

@@ -162,7 +162,7 @@ TEST(HostLoopTest, OutlivesATaskThatLetsGoOfIt) {
 
 TEST(SigpipeTest, IsKeptFromTheProcessAndLeavesNothing) {
   {
-    const host::WithoutSigpipe quiet;
+    const host::SigpipeBlocker quiet;
     raise(SIGPIPE);
   }
   sigset_t pending{};

@@ -62,7 +62,7 @@ LoopbackServer::LoopbackServer(Script script, Open open)
     : listener_(socket(AF_INET, SOCK_STREAM, 0)),
       open_(std::move(open)),
       script_(std::move(script)) {
-  setenv("no_proxy", "127.0.0.1,localhost", 1);  // whatever proxy this machine uses
+  setenv("no_proxy", "127.0.0.1,localhost", 1);  // ignores any proxy of this machine
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -97,7 +97,7 @@ std::vector<LoopbackServer::Request> LoopbackServer::requests() const {
 }
 
 void LoopbackServer::serve() {
-  const host::WithoutSigpipe quiet;
+  const host::SigpipeBlocker quiet;
   while (!stop_) {
     std::vector<pollfd> sockets{{listener_, POLLIN, 0}};
     for (const auto& [socket, connection] : connections_) sockets.push_back({socket, POLLIN, 0});

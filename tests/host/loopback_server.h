@@ -13,20 +13,20 @@
 
 namespace corvo::tests {
 
-/// What the server sends, byte for byte, and does afterwards.
+/// The bytes that the server sends, and what it does afterwards.
 struct RawReply {
   enum class Then { keepOpen, close, reset, repeat };
 
-  std::deque<std::string> pieces;  ///< The first at once, each of the others a moment later.
-  Then then = Then::keepOpen;      ///< `repeat` sends the last piece again and again.
+  std::deque<std::string> pieces;  ///< The first immediately, each of the others a moment later.
+  Then then = Then::keepOpen;      ///< `repeat` sends the last piece repeatedly.
 };
 
-/// A whole answer of HTTP/1.1 with a body.
+/// A complete HTTP/1.1 answer with a body.
 [[nodiscard]] RawReply answer(int status, const std::string& body, const std::string& fields = {});
 
-/// That of a table: "^" is the end of a line, "@" the length of the body, "{3*x}" is "xxx", and
-/// "OK" a usual head. Then the connection is kept open, ends by "close" or "reset", or has more
-/// sent again and again.
+/// An answer in the notation of a table: "^" is a line break, "@" the length of the body, "{3*x}"
+/// is "xxx", and "OK" a normal head. Afterwards the connection stays open, ends by "close" or
+/// "reset", or the last piece is repeated.
 [[nodiscard]] RawReply rawReply(std::string head, std::string body, const std::string& then,
                                 std::string more = {});
 
@@ -38,26 +38,26 @@ class Stream {
   Stream& operator=(const Stream&) = delete;
   virtual ~Stream();
 
-  /// Some bytes that came; none at the end.
+  /// Received bytes; empty at the end.
   virtual std::string receive();
   virtual bool send(const std::string& bytes);
-  /// Makes the coming end a reset.
+  /// Makes closing the connection reset it.
   void reset();
 
  protected:
   const int socket_;
 };
 
-/// A server on a free port of loopback, on a thread of its own, that says what it is told to say.
+/// A server on a free loopback port, on its own thread, that sends scripted answers.
 class LoopbackServer {
  public:
   using Script = std::function<RawReply(const std::string& head)>;
-  /// Makes a stream of a socket, or none.
+  /// Creates a stream for a socket, or returns null.
   using Open = std::function<std::unique_ptr<Stream>(int socket)>;
   static std::unique_ptr<Stream> plainly(int socket) { return std::make_unique<Stream>(socket); }
   struct Request {
-    std::string head;  ///< Request line and fields, as they came; what came if that is less.
-    int connection;    ///< Which connection it came on, counted from 1.
+    std::string head;  ///< Request line and fields as received, even if incomplete.
+    int connection;    ///< The number of the connection, from 1.
   };
 
   explicit LoopbackServer(Script script = {}, Open open = plainly);
@@ -65,7 +65,7 @@ class LoopbackServer {
   LoopbackServer& operator=(const LoopbackServer&) = delete;
   ~LoopbackServer();
 
-  /// From now on every request is answered so.
+  /// Answers every request with this script from now on.
   void say(Script script);
   void say(const RawReply& reply) {
     say([reply](const std::string&) { return reply; });
@@ -75,7 +75,7 @@ class LoopbackServer {
   [[nodiscard]] std::string url(const std::string& path) const;
   [[nodiscard]] std::string port() const { return std::to_string(port_); }
   [[nodiscard]] std::vector<Request> requests() const;
-  [[nodiscard]] int connections() const { return accepted_; }  ///< How many ever came.
+  [[nodiscard]] int connections() const { return accepted_; }  ///< The total so far.
 
  private:
   struct Connection {

@@ -69,7 +69,7 @@ TEST(TransferMemoryTest, AnOrderThatWasTakenIsAnsweredOnceWhicheverAllocationFai
         ++orders;
         start(std::move(second));
         ++orders;
-      } catch (const std::bad_alloc&) {  // so this one was not taken
+      } catch (const std::bad_alloc&) {  // this one was not taken
       }
       host.loop->runUntil(isIdle);
       isWhole = !tests::FailingAllocation::hasFailed();

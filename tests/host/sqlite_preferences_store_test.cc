@@ -26,15 +26,15 @@
 #include "host/uuid.h"
 #include "tests/base/case_table.h"
 
-#ifdef __linux__  // where SQLite flushes by `fdatasync`
+#ifdef __linux__  // where SQLite calls `fdatasync`
 namespace {
 
-/// The names of what was flushed to the disk, while somebody looks.
+/// Records the names of flushed files if it is set.
 std::vector<std::string>* flushed = nullptr;
 
 }  // namespace
 
-/// In place of the system's, also for SQLite. The tests lose no power.
+/// Replaces the system's function, also for SQLite. The tests do not lose power.
 extern "C" __attribute__((visibility("default"))) int fdatasync(int descriptor) {
   if (flushed == nullptr) return 0;
   const auto link = "/proc/self/fd/" + std::to_string(descriptor);
@@ -52,9 +52,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kLarge = 1 << 20;
-constexpr std::string_view kId = "\x0C\x02\xB0\xDB";  // what says whose a file is
+constexpr std::string_view kId = "\x0C\x02\xB0\xDB";  // the application identifier
 
-/// Another process, which does some work with a function that tells numbers, greater than 0.
+/// Another process. It runs a function that reports numbers greater than 0.
 class Child {
  public:
   template <class Work>
@@ -78,12 +78,12 @@ class Child {
     close(told_);
   }
 
-  /// The next number it tells; 0 when it tells no more.
+  /// The next reported number; 0 if there are no more.
   int next() {
     int number = 0;
     return ::read(told_, &number, sizeof number) == sizeof number ? number : 0;
   }
-  /// Ends it by the signal, if any; the last number that it told.
+  /// Sends the signal, if any. Returns the last reported number.
   int last(int signal) {
     if (process_ > 0 && signal != 0) kill(process_, signal);
     if (process_ > 0) waitpid(process_, nullptr, 0);
@@ -110,7 +110,8 @@ class SqlitePreferencesStoreTest : public testing::Test {
   [[nodiscard]] auto suite() const { return open().preferencesStore->open("s"); }
   [[nodiscard]] fs::path file() const { return folder_ / "corvo.db"; }
 
-  /// A file is never half made: a process that was killed then would leave what is not ours.
+  /// A file is never half created: if a process were killed then, it would leave a file that is not
+  /// ours.
   [[nodiscard]] bool isEmptyOrStamped() const {
     const std::string bytes = tests::contentsOf(file());
     return bytes.empty() || bytes.substr(68, 4) == kId;
@@ -134,7 +135,7 @@ class SqlitePreferencesStoreTest : public testing::Test {
       std::ofstream(folder_ / each.first, std::ios::binary) << each.second;
     }
   }
-  /// Another process that makes a file by SQL and keeps it open.
+  /// Another process that creates a file by SQL and keeps it open.
   [[nodiscard]] std::unique_ptr<Child> make(const std::string& sql) const {
     write({{"corvo.db", ""}});
     auto child = std::make_unique<Child>([&](auto tell) {
@@ -147,7 +148,7 @@ class SqlitePreferencesStoreTest : public testing::Test {
     return child;
   }
 
-  // In memory where that is to be had: most of the time would go by in flushing.
+  // In memory if possible, because flushing would take most of the time.
   const fs::path folder_ =
       fs::path(fs::is_directory("/dev/shm") ? "/dev/shm" : testing::TempDir()) /
       ("corvo-store-" + std::to_string(getpid())) / "program";
@@ -235,8 +236,8 @@ class DamagedStoreTest : public SqlitePreferencesStoreTest {
     broken_ = sound_.substr(0, 8192) + std::string(sound_.size() - 8192, '\xFF');
   }
 
-  /// Uses a store that holds these files, as a program would that tries again, and answers whether
-  /// an earlier file was set aside; none when the file was not taken for ours.
+  /// Uses a store with these files, as a program that retries would. Returns whether the earlier
+  /// file was renamed; empty if the file was not recognised as ours.
   std::optional<bool> use(const Files& damaged, bool sameValues) const {
     write(damaged);
     const Platform platform = open();
@@ -250,7 +251,7 @@ class DamagedStoreTest : public SqlitePreferencesStoreTest {
         const auto read = suite->read(key);
         EXPECT_TRUE(!sameValues || !read || *read == value) << key;
       } catch (const std::exception&) {
-        continue;  // damaged; the next use finds a new one
+        continue;  // damaged; the next use creates a new one
       }
     }
     const std::string value(30'000, 'n');
@@ -264,7 +265,7 @@ class DamagedStoreTest : public SqlitePreferencesStoreTest {
   const std::map<std::string, std::string> kValues{
       {"a", "1"}, {"b", std::string(100'000, 'b')}, {"c", std::string(5000, 'c')}, {"d", ""}};
   std::string sound_;   // the file, closed
-  std::string broken_;  // the same, but for its first page
+  std::string broken_;  // the same except for its first page
 };
 
 TEST_F(DamagedStoreTest, AFileCutShortIsSetAside) {
@@ -317,7 +318,7 @@ TEST_F(DamagedStoreTest, CompanionsAreSetAsideWithTheirFile) {
     const std::string companion = "corvo.db" + std::string(ending);
     EXPECT_EQ(use({{"corvo.db", sound_}, {companion, junk}}, true), false) << "junk alone";
     EXPECT_EQ(use({{"corvo.db", sound_.substr(0, 8192)}, {companion, junk}}, true), true);
-    if (ending == std::string("-wal")) {  // SQLite makes the others anew
+    if (ending == std::string("-wal")) {  // SQLite recreates the other files
       EXPECT_TRUE(tests::contentsOf(folder_ / "corvo.db.damaged-1-wal") == junk);
     }
   }
@@ -375,7 +376,7 @@ TEST_F(SqlitePreferencesStoreTest, IsNullWithoutAFolderAndWorksOnceThereIsOne) {
   }
 }
 
-/// Takes a step while files of this process cannot grow: a full disk, for whoever writes.
+/// Runs a step while the files of this process cannot grow, as on a full disk.
 template <class Step>
 void onFullDisk(Step step, rlim_t most = kLarge / 2) {
   signal(SIGXFSZ, SIG_IGN);
@@ -445,8 +446,8 @@ TEST_F(SqlitePreferencesStoreTest, WantOfMemoryAtTheFirstChangeChangesNothing) {
 }
 
 #ifdef __linux__
-// What was not flushed may reach the disk in any order. Only a log that is begun where another one
-// lay could then be taken for what it is not.
+// Unflushed data may reach the disk in any order. Only a log that replaces an earlier one could
+// then be misread.
 TEST_F(SqlitePreferencesStoreTest, OnlyALogThatHasHeldAnythingIsWaitedForAtTheStart) {
   using Names = std::vector<std::string>;
   ASSERT_TRUE(put(*suite(), "a", "1"));
@@ -493,7 +494,7 @@ TEST_F(SqlitePreferencesStoreTest, ALockInBetweenCostsThatAnswerOnly) {
   make(std::string(kTables) + "; PRAGMA user_version = 1; PRAGMA application_id = 201502939")
       ->last(SIGKILL);
   host::Connection other(file().string());
-  // Somebody who reads keeps us from write-ahead logging, under which nobody could lock us out.
+  // A reader prevents write-ahead logging, which would prevent an exclusive lock.
   other.execute("BEGIN; SELECT * FROM preference");
   const auto suite = this->suite();
   EXPECT_FALSE(put(*suite, "a", "1")) << "the change is ready, but cannot be written";
@@ -508,13 +509,14 @@ TEST_F(SqlitePreferencesStoreTest, ALockInBetweenCostsThatAnswerOnly) {
 }
 
 TEST(PatienceTest, WaitsATenthOfASecondWithinAnySecond) {
-  using Milliseconds = host::Patience::Milliseconds;
+  using Milliseconds = host::WaitBudget::Milliseconds;
   Milliseconds now(0);
-  host::Patience patience([&](Milliseconds duration) { return now += duration; });
-  std::map<int, int> waited;  // by the moment, in milliseconds
+  host::WaitBudget waitBudget([&](Milliseconds duration) { return now += duration; });
+  std::map<int, int> waited;  // by time, in milliseconds
   for (std::mt19937 random(9); now < Milliseconds(60'000);) {
     const auto begun = now;
-    for (int left = static_cast<int>(random() % 90); left > 0 && patience.wait(); --left) continue;
+    for (int left = static_cast<int>(random() % 90); left > 0 && waitBudget.wait(); --left)
+      continue;
     for (Milliseconds at = begun; at < now; ++at) ++waited[static_cast<int>(at.count())];
     now += Milliseconds(random() % 150);
   }
@@ -535,7 +537,7 @@ TEST_F(SqlitePreferencesStoreTest, KilledWhileItWritesItHoldsAllOfAChangeOrNothi
     const int from = isNew ? 0 : std::stoi(suite()->read("a").value_or("0"));
     Child child([&](auto tell) {
       tell(-1);
-      sqlite3_soft_heap_limit64(20'000);  // want of memory has SQLite write early
+      sqlite3_soft_heap_limit64(20'000);  // makes SQLite write early
       const auto suite = this->suite();
       for (int i = from + 1;; ++i) {
         const std::string text = std::to_string(i);

@@ -135,7 +135,7 @@ TEST_F(TransferQueueTest, ARedirectToAnotherPortHasAllItsPatienceThere) {
   server.say(answer(302, "", "Location: https://127.0.0.1:" + silent.port() + "/\r\n"));
   const auto start = std::chrono::steady_clock::now();
   for (int i = 0; i < 6; ++i) ask("https:/127.0.0.1:" + silent.port() + "/", 2.5);
-  ask(server.url("/"), 2);  // waits longer for a place than its patience lasts
+  ask(server.url("/"), 2);  // waits for a slot for longer than its timeout
   EXPECT_TRUE(runUntilCame(7));
   EXPECT_EQ(failures(), 7);
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(3500))

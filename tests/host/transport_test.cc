@@ -152,7 +152,7 @@ TEST_F(TransportTest, GivesUpWithoutProgressOnly) {
     server.say(stuck);
     EXPECT_TRUE(get(server.url("/"), 0.05).failure.has_value());
   }
-  RawReply moving{std::deque<std::string>(25, "a")};  // one every 10 ms: longer than the timeout
+  RawReply moving{std::deque<std::string>(25, "a")};  // one every 10 ms: exceeds the timeout
   moving.pieces.push_front(head);
   server.say(std::move(moving));
   EXPECT_EQ(get(server.url("/"), 0.2).body, std::string(25, 'a'));

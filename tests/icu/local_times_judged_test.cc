@@ -21,9 +21,8 @@
 
 #include "targeting/local_time.h"
 
-// How dates are read and days are counted is compared with ICU, on texts around the changes of
-// many zones. Both sides see the same zones, ICU's: whose edition of the tz database is newer plays
-// no part.
+// Compares date parsing and day counting with ICU, for texts around the changes of many zones. Both
+// sides use ICU's zones, so different editions of the tz database do not matter.
 
 namespace corvo::corvo_internal::targeting {
 namespace {
@@ -34,7 +33,8 @@ using base::LocalSeconds;
 constexpr std::int64_t kHour = 3'600;
 constexpr std::int64_t kYear = 31'556'952;
 
-// Odd gaps, changes at midnight, lost and doubled days, offsets with seconds, negative summer time.
+// Unusual gaps, changes at midnight, skipped and doubled days, offsets with seconds, negative
+// summer time.
 const std::vector<std::string> kZones = [] {
   std::istringstream names(
       "UTC Europe/Berlin Europe/Dublin Asia/Kathmandu Asia/Amman Asia/Manila Asia/Pyongyang "
@@ -44,7 +44,7 @@ const std::vector<std::string> kZones = [] {
   return std::vector<std::string>(std::istream_iterator<std::string>(names), {});
 }();
 
-// The texts that ICU judges, all others being refused, are a date and what its pattern adds.
+// The texts that ICU decides on: a date, and whatever its pattern adds. All others are rejected.
 constexpr const char* kDateGrammar = "[\t-\r ]*0*[0-9]{1,4}-[\t-\r ]*[0-9]+-[\t-\r ]*[0-9]{2,}";
 struct Pattern {
   DatePattern ours;
@@ -57,7 +57,7 @@ constexpr std::array<Pattern, 3> kPatterns{
      {DatePattern::second, "yyyy-MM-dd HH:mm:ss",
       "[\t-\r ]+[0-9]+:[\t-\r ]*[0-9]{2,}:[\t-\r ]*[0-9]{2,}"}}};
 
-/// A zone as ICU knows it, seen through our interface.
+/// ICU's zone behind our interface.
 class IcuZone final : public TimeZone {
  public:
   explicit IcuZone(const std::string& name) : zone_(icu::TimeZone::createTimeZone(name.c_str())) {}
@@ -71,7 +71,7 @@ class IcuZone final : public TimeZone {
   }
   [[nodiscard]] std::uint64_t identifier() const override { return 1; }
 
-  /// The next change of the clocks, or the moment itself when there is none.
+  /// The next change of the clocks, or the moment itself if there is none.
   [[nodiscard]] std::int64_t changeAfter(std::int64_t moment) const {
     icu::TimeZoneTransition change;
     const auto& zone = dynamic_cast<const icu::BasicTimeZone&>(*zone_);
@@ -79,7 +79,7 @@ class IcuZone final : public TimeZone {
     return found ? static_cast<std::int64_t>(change.getTime() / 1'000) : moment;
   }
 
-  /// A strict calendar that is Gregorian from its beginning.
+  /// A strict calendar that is Gregorian from its start.
   [[nodiscard]] std::unique_ptr<icu::GregorianCalendar> calendar() const {
     UErrorCode status = U_ZERO_ERROR;
     auto made = std::make_unique<icu::GregorianCalendar>(*zone_, status);
@@ -112,7 +112,7 @@ class IcuFormat {
   icu::SimpleDateFormat format_;
 };
 
-/// Chooses what is tried, always the same.
+/// A generator of test input with a fixed seed.
 class Chance {
  public:
   std::int64_t within(std::int64_t least, std::int64_t most) {
@@ -123,14 +123,14 @@ class Chance {
     return letters[static_cast<std::size_t>(within(0, static_cast<std::int64_t>(letters.size())))];
   }
 
-  /// Mostly near a change of the clocks, else anywhere in the calendar.
+  /// Usually near a change of the clocks, otherwise anywhere in the calendar.
   std::int64_t moment(const IcuZone& zone) {
     if (oneIn(8)) return within(-1'972 * kYear, 8'035 * kYear);
     const std::int64_t change = zone.changeAfter(within(-120 * kYear, 80 * kYear));
     return change + (oneIn(2) ? within(-30 * kHour, 30 * kHour) : within(-kHour, kHour));
   }
 
-  /// The text of a local time with other numbers, digits, blanks and bytes here and there.
+  /// The text of a local time with some numbers, digits, blanks and bytes changed.
   std::string text(LocalSeconds local, DatePattern pattern) {
     std::string result;
     const std::string plain = base::formatDate(local, pattern);
@@ -194,7 +194,7 @@ TEST(LocalTimesJudged, AreWholeDaysApartAsIcuCountsThem) {
       const std::int64_t from = chance.moment(zone);
       const std::int64_t to = from + (chance.oneIn(2) ? chance.within(-100, 100) * kHour / 2
                                                       : chance.within(-50 * kHour, 50 * kHour));
-      // For days that are lost or doubled ICU has a rule of its own.
+      // ICU has its own rule for days that are skipped or doubled.
       const std::int64_t day = to < from ? -base::kSecondsPerDay : base::kSecondsPerDay;
       if (std::abs(zone.offsetAt(from) - zone.offsetAt(from + day)) > 12 * kHour) continue;
       UErrorCode status = U_ZERO_ERROR;

@@ -25,7 +25,7 @@ std::string allOf(const std::vector<Finding>& findings) {
   return all;
 }
 
-/// "code@pointer" of each finding, separated by blanks; the pointers begin at the part.
+/// "code@pointer" of each finding, separated by blanks; pointers are relative to the part.
 std::string found(const Framed& frame) {
   std::string all;
   for (const Finding& finding : lint(frame.text)) {
@@ -50,12 +50,12 @@ TEST(Lint, SaysNothingAboutTheSampleShop) {
   EXPECT_EQ(allOf(lint(tests::contentsOf(CORVO_SHOP))), "");
 }
 
-/// A section of the documentation: what it says of a code.
+/// The section of the documentation about a code.
 struct Section {
   std::string code;
   std::string severity;
   std::string example;
-  std::set<std::string> codes;  ///< All that the example gives.
+  std::set<std::string> codes;  ///< All codes that the example causes.
 };
 
 std::vector<Section> sections() {

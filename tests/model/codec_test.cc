@@ -29,13 +29,13 @@ std::vector<Drop> dropsOf(const std::string& json) {
   return drops;
 }
 
-/// The text with another in place of its @.
+/// The text with its @ replaced.
 std::string filled(std::string text, const std::string& with) {
   const auto at = text.find('@');
   return at == std::string::npos ? text : text.replace(at, 1, with);
 }
 
-/// Every key of every record, in the order in which they are written.
+/// A document with every key of every record, in the order in which they are written.
 std::string everything() {
   std::string json;
   for (const auto& [line] : tests::caseTable<1>(CORVO_MODEL_CASES "config.json")) json += line;
@@ -58,7 +58,7 @@ TEST(ConfigCodec, WritesWhatItReads) {
   EXPECT_EQ(condition.values[1], "b");
 }
 
-// However many texts a long list has: what is prepared about it is then made once, too.
+// Whatever the size of a list, what is prepared about it is then prepared once, too.
 TEST(ConfigCodec, WritesEqualListsOnce) {
   std::string values;
   for (int i = 0; i < 2'000; ++i) values += (i == 0 ? "\"" : ", \"") + std::to_string(i) + '"';
@@ -136,7 +136,7 @@ TEST(ConfigCodec, FailsAsAWholeOnlyAtTheTop) {
   }
 }
 
-// A list of what cannot be a record must not make room for as many records.
+// A list of invalid records must not allocate room for as many records.
 TEST(ConfigCodec, LongListsOfNothing) {
   std::string nothing = "0";
   for (int i = 0; i < 20'000; ++i) nothing += ",0";
@@ -147,7 +147,7 @@ TEST(ConfigCodec, LongListsOfNothing) {
   EXPECT_LT(std::get<ConfigResponse>(result).experiments.capacity(), 10'000u);
 }
 
-// Nothing else is read between them that could take their place.
+// Nothing is decoded between them that could replace them in the cache.
 TEST(ConfigCodec, KeepsEqualTextsAndListsOfThemOnce) {
   const auto config = decoded(
       R"({"feature_flags":[{"name":"x","type":"x","rules":[{"is_default":false,"value":"x",)"
@@ -159,7 +159,7 @@ TEST(ConfigCodec, KeepsEqualTextsAndListsOfThemOnce) {
   EXPECT_EQ(rule.conditions[0].values[1].view().data(), rule.value.view().data());
 }
 
-/// What decoding gives, encoded again; or the failure in angle brackets.
+/// The decoded value, encoded again; or the failure in angle brackets.
 template <class T>
 std::string again(const std::string& json) {
   const auto decoded = decodeJson<T>(json);

@@ -29,7 +29,7 @@ static_assert(allTypes<bool, std::int64_t, double, std::string, JsonObject, Colo
 static_assert(noType<int, float, char, std::uint64_t, const char*, std::string_view, JsonValue,
                      JsonArray, const bool>);
 
-// How numbers and words are read is tested where they are read.
+// The parsers of numbers and words have their own tests.
 TEST(Property, ReadsTextsAsTheTypeAskedFor) {
   EXPECT_EQ(fromCorvoString<bool>("TRUE"), true);
   EXPECT_EQ(fromCorvoString<bool>("False"), false);

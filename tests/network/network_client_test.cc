@@ -22,7 +22,7 @@ using Completion = Callback<void(UrlResponse)>;
 
 class NetworkClientTest : public testing::Test {
  protected:
-  /// A session that completes each request where and how often as told.
+  /// A session that completes each request where and as often as configured.
   struct OddSession final : UrlSession {
     void start(UrlRequest, Completion completion) override { handle(std::move(completion)); }
     std::function<void(Completion)> handle;

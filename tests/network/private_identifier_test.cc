@@ -9,7 +9,7 @@ namespace corvo::corvo_internal::network {
 namespace {
 
 TEST(PrivateIdentifierTest, UsesEachUsableByteOnceInOrder) {
-  // 0, 1, ... 255, 0, ...: without the eight bytes from 248 on, four times all characters.
+  // 0, 1, ... 255, 0, ...: without the eight bytes from 248 on, every character four times.
   fakes::ScriptedRandom counting;
   std::string drawn;
   std::string expected;

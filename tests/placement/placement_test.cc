@@ -16,7 +16,7 @@
 namespace corvo::corvo_internal::placement {
 namespace {
 
-/// What the tables of cases call a reason.
+/// The name of a reason in the tables of cases.
 std::string nameOf(PlacementReason reason) {
   constexpr std::array kNames{
       "forcedIntoGroup", "forcedIntoExperiment", "bucketed", "noSplitIdentifier", "heldOut",
@@ -24,7 +24,7 @@ std::string nameOf(PlacementReason reason) {
   return kNames.at(static_cast<std::size_t>(reason));
 }
 
-/// The experiment of that JSON text, which has no name.
+/// The experiment of a JSON text, which has no name.
 model::Experiment experiment(const std::string& json) {
   const auto config = model::decodeJson<model::ConfigResponse>(R"({"experiments": [{"name": "e",)" +
                                                                json.substr(1) + "]}");

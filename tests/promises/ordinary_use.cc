@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <string>
 
-// An application that uses a client in all ways: `ordinary_use BACKEND USER`. Its exit status tells
-// how many threads it had at most that it did not start with.
+// An application that uses a client in every way: `ordinary_use BACKEND USER`. Its exit status is
+// the maximum number of threads, minus those it started with.
 
 namespace {
 
@@ -54,7 +54,7 @@ void use(corvo::CorvoClient& client, const char* user) {
   client.clearUserProperties();
 }
 
-// The platform that is in use stays, with its clients.
+// The platform in use is kept, with its clients.
 bool keepsPlatform(const std::string& tag) try {
   corvo::Corvo::usePlatform(corvo::hostPlatform({.inMemory = true}));
   return false;
@@ -65,7 +65,8 @@ bool keepsPlatform(const std::string& tag) try {
 }  // namespace
 
 int main(int /*argc*/, char** argv) {
-  // The same backend; one that answers what is no configuration; one that does not answer.
+  // The same backend, one whose answers are not a valid configuration, and one that does not
+  // answer.
   const std::string addresses[] = {argv[1], argv[1] + std::string("/broken"), "http://127.0.0.1:1"};
   for (const std::string& address : addresses) {
     const auto client = corvo::Corvo::initializeClient("t", std::nullopt, address, 10, 1, address);

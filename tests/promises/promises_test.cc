@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 using testing::MatchesRegex;
 
 const std::string kConfig = contentsOf(CORVO_PROMISES_CASES "project.json");
-/// What a browser would remember, and tell at its next request.
+/// Headers that a browser would store and use in its next request.
 constexpr const char* kMemorable =
     "Set-Cookie: id=7; Path=/\r\nETag: \"1\"\r\nLast-Modified: Mon, 01 Jan 2024 00:00:00 GMT\r\n"
     "Alt-Svc: h2=\":443\"\r\nStrict-Transport-Security: max-age=99\r\nAccept-CH: UA\r\n";
@@ -27,7 +27,7 @@ bool isFor(const std::string& head, const std::string& path) {
   return head.find(" " + path + " ") != std::string::npos;
 }
 
-/// Redirects the first route, and has what is below "/broken" answered by a page.
+/// Redirects the first route, and answers routes below "/broken" with a page.
 RawReply reply(const std::string& config, const std::string& head) {
   if (isFor(head, "/config.json")) {
     return answer(302, "", "Location: /moved/config.json\r\n" + std::string(kMemorable));
@@ -36,7 +36,7 @@ RawReply reply(const std::string& config, const std::string& head) {
   return answer(200, isFor(head, "/geo") ? "{}" : "<html>", kMemorable);
 }
 
-/// A program run in a home of its own.
+/// A program that runs with its own home folder.
 class Promises : public testing::Test {
  protected:
   void SetUp() override {
@@ -46,7 +46,7 @@ class Promises : public testing::Test {
   }
   void TearDown() override { fs::remove_all(folder_); }
 
-  /// The exit status, as a shell sees it.
+  /// The exit status, as a shell reports it.
   int run(const LoopbackServer& server) const {
     const std::string in = folder_.string();
     const std::string command =

@@ -14,7 +14,7 @@
 namespace corvo {
 namespace {
 
-/// Asks, and calls back once with whatever comes of it.
+/// Asks, and calls back once, whatever the result.
 using Ask = std::function<void(CorvoClient&, std::function<void()>)>;
 
 struct Question {
@@ -22,7 +22,7 @@ struct Question {
   Ask ask;
 };
 
-/// Each question in its callback form, also with names at which it fails.
+/// Each question in its callback form, also with names for which it fails.
 std::vector<Question> makeQuestions() {
   std::vector<Question> all;
   for (const char* name : {"e", "h", "no"}) {
@@ -46,7 +46,7 @@ class EveryQuestionTest : public ClientTest {
     fake.serve(fakes::project().experiment("e", {"g"}).holdout("h"), {{"city", "Berlin"}});
   }
 
-  /// A client with something to exclude, once with fresh copies and once without.
+  /// A client with something to exclude, either with fresh cached copies or without.
   std::shared_ptr<CorvoClient> start(bool fresh) {
     registry.removeClient("tag");
     auto client =
@@ -57,7 +57,7 @@ class EveryQuestionTest : public ClientTest {
     return client;
   }
 
-  /// Lets a client be asked every question, from fresh copies and after a fetch.
+  /// Asks a client every question, from fresh cached copies and after a fetch.
   template <class Test>
   void forEach(Test test) {
     for (const bool fresh : {true, false}) {
@@ -119,7 +119,7 @@ TEST_F(EveryQuestionTest, IsDroppedWithItsClient) {
   EXPECT_EQ(answeredAtOnce, 2) << "to exclude what is not included needs no fetch";
 }
 
-/// A clock on which a thread can be held in the middle of whatever it does.
+/// A clock that can block a thread in the middle of an operation.
 struct HoldingClock final : Clock {
   mutable std::atomic<bool> holds = false;
   mutable std::promise<void> held;
@@ -127,7 +127,7 @@ struct HoldingClock final : Clock {
   [[nodiscard]] double now() const override {
     if (holds.exchange(false)) {
       held.set_value();
-      std::promise<void>().get_future().wait();  // for ever
+      std::promise<void>().get_future().wait();  // forever
     }
     return 1'714'564'800;
   }

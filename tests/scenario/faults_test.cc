@@ -17,11 +17,11 @@
 #include "tests/scenario/tls.h"
 
 namespace {
-std::string authority;      // whose certificates libcurl trusts here
-int handlesToWithhold = 0;  // as if there was no memory
+std::string authority;      // libcurl trusts its certificates here
+int handlesToWithhold = 0;  // how many handles fail for lack of memory
 }  // namespace
 
-// What the library calls as curl_easy_init.
+// Replaces curl_easy_init for the library.
 extern "C" CURL* __real_curl_easy_init();
 extern "C" CURL* __wrap_curl_easy_init() {
   if (handlesToWithhold > 0) {
@@ -44,7 +44,7 @@ using tests::Stream;
 
 constexpr const char* kSuite = "storagetagtoken-of-the-test";
 
-/// What a server does wrong, and where: see the table.
+/// A fault of a server, and its place: see the table.
 struct Fault {
   std::string scheme, place, head, body, then, more;
 };
@@ -59,7 +59,7 @@ std::map<std::string, Fault> readFaults() {
 }
 const std::map<std::string, Fault> kFaults = readFaults();
 
-/// The servers that answer wrongly, one at each place.
+/// The faulty servers, one for each place.
 class FaultServers {
  public:
   FaultServers() {
@@ -93,7 +93,7 @@ class FaultServers {
     addresses[place] = "127.0.0.1:" + server.port();
   }
 
-  /// To a request for "/row/fault/route".
+  /// The reply to a request for "/row/fault/route".
   [[nodiscard]] RawReply replyTo(const std::string& request) const {
     const std::string path = request.substr(0, request.find(" HTTP/")).substr(4);
     const std::size_t route = path.rfind('/');
@@ -103,7 +103,7 @@ class FaultServers {
                            written(fault.more, path));
   }
 
-  /// Fills in what the table leaves open: see there.
+  /// Expands the placeholders of the table, which describes them.
   [[nodiscard]] std::string written(std::string text, const std::string& path) const {
     const std::string route = path.substr(path.rfind('/') + 1);
     const std::string good = tests::contentsOf(
@@ -123,7 +123,7 @@ class FaultServers {
   }
 };
 
-/// A platform whose store holds what an earlier run fetched, and asks the network no more.
+/// A platform whose store contains what an earlier run fetched. It sends no more requests.
 struct Past : fakes::FakePlatform {
   Past() {
     session->always("config.json", fakes::ok(tests::contentsOf(CORVO_FAULTS "old_config.json")));
@@ -146,7 +146,7 @@ std::string told(const CorvoNetworkError& error) {
                                                                    : error.description();
 }
 
-/// The error that a route's failure must reach the application as, without its wrapping.
+/// The error that the application must receive if a route fails, without its wrapping.
 std::string told(const CorvoError& error, const std::string& route) {
   const auto* config = error.as<CorvoError::RequestConfigFailed>();
   const auto* location = error.as<CorvoError::RequestLocationFailed>();
@@ -155,7 +155,7 @@ std::string told(const CorvoError& error, const std::string& route) {
   return error.which() == CorvoError::Case::featureFlagNotFound ? "notFound" : error.description();
 }
 
-/// One question of one client with a store of its own.
+/// One question to one client with its own store.
 struct Question {
   std::string what, place, apiURL, route, expected;
   std::shared_ptr<fakes::MemoryPreferencesStore> store;
@@ -178,7 +178,7 @@ struct Question {
 
 class FaultsTest : public testing::Test {
  protected:
-  /// A store as the earlier run left it, but for the copy of one route.
+  /// A store as the earlier run left it, except for the copy of one route.
   std::shared_ptr<fakes::MemoryPreferencesStore> storeWith(const std::string& copy,
                                                            const std::string& slot) const {
     auto store = std::make_shared<fakes::MemoryPreferencesStore>(*past_.store);
@@ -221,7 +221,7 @@ class FaultsTest : public testing::Test {
         [&] { return std::none_of(questions.begin(), questions.end(), isWaiting); }));
   }
 
-  /// Only the places that a question is for may hear it, and no other hears its secrets.
+  /// Only the places that a question needs may receive requests, and no others receive its secrets.
   void countRequests() {
     const std::string identifier =
         past_.store->contents(kSuite).at("corvoPrivateId.value").substr(1, 80);
@@ -245,7 +245,7 @@ class FaultsTest : public testing::Test {
               question.expected)
         << question.what;
 
-    question.ask(past_.platform());  // the application started anew, without a network
+    question.ask(past_.platform());  // the application restarts without a network
     past_.time->run();
     const bool servesAgain = !isKept || question.what.ends_with("fresh");
     EXPECT_EQ(question.answer, servesAgain ? answer : "noData") << question.what;

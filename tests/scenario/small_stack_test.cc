@@ -11,7 +11,7 @@
 namespace corvo {
 namespace {
 
-/// Runs on a thread with a stack of 128 KiB, as smaller systems give.
+/// Runs on a thread with a stack of 128 KiB, as on small systems.
 void onSmallStack(std::function<void()> work) {
   pthread_attr_t small;
   pthread_attr_init(&small);

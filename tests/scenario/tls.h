@@ -18,13 +18,13 @@ struct Certificate {
 
 constexpr long kDay = 86'400;  // in seconds
 
-/// That of an authority.
+/// The certificate of an authority.
 Certificate makeAuthority();
-/// One that holds until so many seconds from now, for "IP:127.0.0.1" or the like, signed by the
+/// A certificate that is valid for this many seconds, for "IP:127.0.0.1" or similar, signed by the
 /// issuer or, without one, by itself.
 Certificate makeCertificate(const char* subject, long secondsLeft, const Certificate* issuer);
 
-/// Opens streams over TLS for a server that shows this certificate.
+/// Opens TLS streams for a server that presents this certificate.
 LoopbackServer::Open overTls(const Certificate& identity);
 
 }  // namespace corvo::tests

@@ -46,7 +46,7 @@ TEST_F(StoragePropertyTest, ReadsAndDecodesTheSameBytesOnce) {
   EXPECT_EQ(*property.read(), "b");
 }
 
-/// Gives whatever suite is there now, as when a file was set aside and a new one begun.
+/// Returns whichever suite exists now, as after a file was renamed and a new one created.
 struct ChangingStore final : PreferencesStore {
   std::shared_ptr<fakes::MemoryPreferencesStore> now =
       std::make_shared<fakes::MemoryPreferencesStore>();

@@ -19,7 +19,7 @@ namespace {
 
 using model::ConditionSign;
 
-/// As a configuration names it.
+/// The operator that a configuration names.
 ConditionSign signOf(const std::string& text) {
   for (const auto& [sign, name] : model::EnumTexts<ConditionSign>::list) {
     if (name == text) return sign;
@@ -27,7 +27,7 @@ ConditionSign signOf(const std::string& text) {
   throw std::out_of_range(text);
 }
 
-/// A condition, and a user who has the property or not.
+/// A condition, and a user with or without the property.
 class Asked {
  public:
   Asked(const std::string& name, const std::optional<std::string>& property, ConditionSign sign,
@@ -57,7 +57,7 @@ class Asked {
   PropertyTable table_;
 };
 
-// What takes long is remembered, and of many searches an index is made.
+// Expensive readings are cached, and many searches build an index.
 constexpr int kOften = 70;
 
 void expectAnswer(const std::string& name, bool hashed, const std::string& line) {
@@ -81,7 +81,7 @@ void expectAnswer(const std::string& name, bool hashed, const std::string& line)
   };
   expectOf(values);
   if (sign != "any of" && sign != "none of") return;
-  // Long lists are searched in another way.
+  // Long lists use a different search.
   for (int i = 0; i < 20; ++i) values.insert(values.begin(), "no value of " + std::to_string(i));
   expectOf(values);
 }

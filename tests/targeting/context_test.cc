@@ -22,7 +22,7 @@ std::string at(const DeviceProperties& device, std::string_view name) {
   return "(none)";
 }
 
-// What a context says about a user, a device and a location, one after the other.
+// What a context contains about a user, a device and a location, one after the other.
 TEST(ContextSource, AsksUserThenDeviceThenLocation) {
   const fakes::FakeTimeZone zone;
   PropertyNames names;
@@ -97,7 +97,7 @@ TEST(DeviceProperties, ShowDateAndMinute) {
   expectClock(kNow, "2024-05-01 12:00");
   expectClock(kNow + 59.999, "2024-05-01 12:00");
   expectClock(kNow + 60, "2024-05-01 12:01");
-  zone.change(kHour + 30);  // local minutes need not begin with those of UTC
+  zone.change(kHour + 30);  // local minutes need not start when those of UTC do
   expectClock(kNow + 60, "2024-05-01 13:01");
   expectClock(kNow + 89.9, "2024-05-01 13:01");
   expectClock(kNow + 90, "2024-05-01 13:02");

@@ -67,7 +67,7 @@ TEST(LocalTime, ForgetsTheFormerZone) {
   EXPECT_TRUE(time.withinOneDay(0, 86'400 + kHour - 1));
 }
 
-/// Counts how often it is asked.
+/// Counts its calls.
 struct CountedZone : TimeZone {
   FakeTimeZone zone{kHour, {{1'000'000, 2 * kHour}, {1'003'600, kHour}, {1'400'000, -kHour}}};
   mutable std::size_t asked = 0;
@@ -78,8 +78,8 @@ struct CountedZone : TimeZone {
   }
 };
 
-// What one local time has told about the zone serves the next, and never misleads it: whatever the
-// order, each is the moment that is found when it is asked for alone.
+// What one conversion has learned about the zone helps the next, but never changes its result: in
+// any order, each gives the same moment as on its own.
 TEST(LocalTime, AsksTheZoneLittleAboutTimesNearEachOther) {
   const CountedZone zone;
   const LocalTime time(zone);

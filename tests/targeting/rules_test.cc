@@ -58,7 +58,7 @@ class Rules : public testing::Test {
   PropertyTable properties_;
 };
 
-/// What each word of a text stands for.
+/// The value for each word of a text.
 template <class T>
 std::vector<T> listOf(const std::string& text, const std::map<std::string, T>& meanings) {
   std::vector<T> list;

@@ -68,7 +68,7 @@ TEST_F(UserBuilder, StampsADayAheadInLocalTime) {
   EXPECT_EQ(builder_.corvoExpiration.at("userId"), "2024-05-02 12:00:00");
   EXPECT_EQ(builder_.corvoExpiration.at("email"), "2024-05-02 12:00:00");
   zone_->change(3'600, {{1'711'846'800, 7'200}});
-  time_->set(1'711'796'400);  // 14 hours earlier: a day of the clocks has 23 hours
+  time_->set(1'711'796'400);  // 14 hours earlier: that local day has 23 hours
   EXPECT_EQ(builder_.setUserId("u").corvoExpiration.at("userId"), "2024-03-31 13:00:00");
   zone_->change(-3'600);
   time_->set(-0.5);
@@ -125,7 +125,7 @@ constexpr bool isSetting = requires(Builder& builder, V value) {
   builder.setEmail(value);
 };
 
-// What would be stored by accident does not compile.
+// Values that could only be stored by accident do not compile.
 static_assert(!isCustom<std::nullptr_t> && !isSetting<std::nullptr_t>);
 static_assert(!isCustom<char> && !isCustom<char32_t> && !isCustom<const int*>);
 static_assert(!isCustom<Colour> && !isCustom<std::optional<Colour>> && !isCustom<std::vector<int>>);

@@ -47,7 +47,7 @@ TEST_F(Ask, SaysWhyARequestFailed) {
   backend_.stop(SIGTERM);
   const Ran refused = ask("flags");
   EXPECT_EQ(refused.status, 1);
-  // The second line is the transport's own.
+  // The second line comes from the transport.
   EXPECT_THAT(refused.err, testing::StartsWith("Corvo warn: Config request failed with error: "
                                                "URL request succeeded, but returned no data\n"
                                                "the last request failed: Failed to connect to "));

@@ -36,7 +36,7 @@ std::string list(std::string elements) {
   return elements;
 }
 
-/// The answer about a user by the questions that a client has.
+/// The answer about a user, built from the questions that a client has.
 std::string answerOf(Evaluation about, const Project& project, std::size_t id) {
   std::string flags;
   const FlagReport values = about.getUserFeatureFlagsDetails().value();
@@ -135,7 +135,7 @@ TEST(Assign, SkipsALineThatIsTooLong) {
                  line(4, 3 * kLongest) + "\n" + line(5, 20) + "\n" + line(6, kLongest + 1)),
       kFolder);
   EXPECT_TRUE(ran.out == answer(1) + tooLong(2) + answer(3) + tooLong(4) + answer(5) + tooLong(6));
-  EXPECT_EQ(ran.err, "3 of 6 lines cannot be used: their answers say why\n");
+  EXPECT_EQ(ran.err, "3 of 6 lines are invalid: their answers say why\n");
   EXPECT_EQ(ran.status, 1);
   const std::string last = inFile(line(1, kLongest) + "\r");
   EXPECT_EQ(runCorvo("assign --config config.json --flag yes" + last, kFolder).out, answer(1));
@@ -146,10 +146,10 @@ TEST(Assign, AnswersAllThatItHasBeforeItWaits) {
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   const std::string command =
       CORVO_COMMAND " assign --flag yes --config " + std::string(kFolder) + "/config.json <" + pipe;
-  alarm(60);  // in place of waiting for ever
+  alarm(60);  // instead of waiting forever
   FILE* const answers = popen(command.c_str(), "r");
   FILE* const users = std::fopen(pipe.c_str(), "w");
-  // What is given, and how many lines are answered then.
+  // The input, and the number of lines answered after it.
   const std::pair<const char*, int> steps[] = {
       {"{\"id\":1}\n", 1}, {"{\"id\":2}\n\n{\"id\":", 2}, {"4}\r\n{\"id\":5}\n{", 2}, {"}", 0}};
   std::string all;

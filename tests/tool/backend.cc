@@ -21,7 +21,7 @@ std::string readLine(FILE* stream) {
   return text.substr(0, text.find('\n'));
 }
 
-/// As a shell sees it.
+/// As a shell reports it.
 int exitStatus(int status) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }

@@ -7,20 +7,20 @@
 
 namespace corvo::tool {
 
-/// What became of a command.
+/// The result of a command.
 struct Ran {
   int status = 0;
   std::string out;
   std::string err;
 };
 
-/// Runs a command of the shell, which finds `corvo`, in a folder.
+/// Runs a shell command, which finds `corvo` in its path, in a folder.
 Ran run(const std::string& command, const std::string& folder = ".");
 
 /// Runs `corvo` with the arguments, written as for the shell.
 Ran runCorvo(const std::string& arguments, const std::string& folder = ".");
 
-/// `corvo serve` on a free port, from its construction until it is stopped or destroyed.
+/// `corvo serve` on a free port, from construction until it is stopped or destroyed.
 class Backend {
  public:
   explicit Backend(const std::string& arguments);
@@ -30,7 +30,7 @@ class Backend {
 
   [[nodiscard]] const std::string& url() const { return url_; }
 
-  /// Ends it with the signal; its exit status.
+  /// Ends it with the signal and returns its exit status.
   int stop(int signal);
 
  private:

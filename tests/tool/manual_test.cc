@@ -28,7 +28,7 @@ Lines linesOf(const std::string& text) {
   return lines;
 }
 
-/// What `corvo help` says of a command.
+/// The output of `corvo help` for a command.
 struct Help {
   explicit Help(const std::string& words) : path(words) {
     const Ran ran = runCorvo("help " + words);
@@ -50,7 +50,7 @@ struct Help {
   Lines commands, options;
 };
 
-/// Of the command itself and all below it.
+/// The help of the command itself and of all below it.
 std::vector<Help> allHelp(const std::string& words = "") {
   std::vector<Help> all{Help(words)};
   for (const std::string& command : Lines(all.front().commands)) {
@@ -61,7 +61,7 @@ std::vector<Help> allHelp(const std::string& words = "") {
   return all;
 }
 
-/// A folder with the sample shop's files, and more.
+/// A folder with the sample shop's files and some more.
 class Manual : public testing::Test {
  protected:
   Manual() {
@@ -70,7 +70,7 @@ class Manual : public testing::Test {
   }
   ~Manual() override { fs::remove_all(folder_); }
 
-  /// Runs a script of bash there.
+  /// Runs a bash script there.
   Ran bash(const std::string& script) const {
     const std::string file = folder_.string() + ".sh";
     std::ofstream(file) << script;
@@ -117,7 +117,7 @@ TEST_F(Manual, HasAPageForEachCommand) {
   const bool canFormat = std::system("command -v groff >/dev/null") == 0;
   std::string page;
   for (const Help& help : allHelp()) {
-    if (help.path.find(' ') == std::string::npos) {  // what is below it stands in its page
+    if (help.path.find(' ') == std::string::npos) {  // others are on their parent's page
       const std::string command = "corvo man " + help.path;
       page = bash(command).out;
       tests::replaceAll(page, "\\", "");

@@ -6,22 +6,22 @@
 
 namespace corvo::tool {
 
-/// A command, and what becomes of it.
+/// A command and its result.
 struct Exchange {
   std::string command;
-  std::string in;  ///< What it is given, if anything.
+  std::string in;  ///< Its standard input, if any.
   std::string out, err;
   int status = 0;
 };
 
-/// The commands of a text, "$ ...", each with what follows it, which it should print: "< " stands
-/// before a line that it is given on standard input, "! " before one on standard error, "? " before
-/// the exit status where that is neither 0 nor, after a line that is not a warning, 1. Empty lines
-/// and lines that begin with "#" are skipped.
+/// Reads the commands of a text, "$ ...", each with the expected output after it. "< " precedes a
+/// line of standard input, "! " one of standard error. "? " precedes the exit status, unless it is
+/// 0 or, after a line on standard error that is not a warning, 1. Empty lines and lines that begin
+/// with "#" are skipped.
 std::vector<Exchange> readTranscript(const std::string& text);
 
-/// Runs the commands of a transcript in a folder and compares what they print. Answers how many
-/// there are.
+/// Runs the commands of a transcript in a folder, and compares each output with the expected one.
+/// Returns the number of commands.
 std::size_t replay(const std::string& text, const std::string& folder);
 
 }  // namespace corvo::tool

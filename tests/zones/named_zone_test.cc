@@ -35,7 +35,7 @@ class Judge {
   }
 };
 
-/// Compares both every few days, and around every change between two of these.
+/// Compares both every few days, and around every change in between.
 void expectSame(const TimeZone& zone, const Judge& judge, std::int64_t from = k1850) {
   constexpr std::int64_t kStep = 11 * 86'400 + 1'234;
   int wrong = 0;
@@ -59,7 +59,7 @@ void expectSame(const TimeZone& zone, const Judge& judge, std::int64_t from = k1
   }
 }
 
-/// The zone of a file which holds nothing but a rule.
+/// The zone of a file that contains only a rule.
 std::shared_ptr<const TimeZone> ruled(const std::string& rule) {
   std::string block = "TZif3" + std::string(34, '\0') + '\1' + std::string(3, '\0') + '\4';
   block += std::string(6, '\0') + "LMT" + '\0';
@@ -91,7 +91,7 @@ TEST(NamedZone, FollowsARuleAsTheCLibraryDoes) {
     const auto zone = ruled(rule);
     ASSERT_TRUE(zone) << rule;
     SCOPED_TRACE(rule);
-    expectSame(*zone, Judge(rule), 0);  // glibc takes 1970 for the years before it
+    expectSame(*zone, Judge(rule), 0);  // glibc applies 1970 to the years before it
   }
 }
 

@@ -1,6 +1,6 @@
 #include <corvo/evaluation.h>
 
-// Succeeds when the engine alone answers.
+// Succeeds if the engine alone answers.
 int main() {
   const auto project = corvo::Project::decode(R"({"feature_flags": [
       {"name": "on", "type": "bool", "rules": [{"is_default": true, "value": "true",

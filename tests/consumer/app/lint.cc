@@ -1,4 +1,4 @@
 #include <corvo/lint.h>
 
-// Succeeds when a document is checked.
+// Succeeds if a document is checked.
 int main() { return corvo::lint(R"({"flags": []})").size() == 1 ? 0 : 1; }

@@ -1,7 +1,7 @@
 #include <corvo/corvo.h>
 #include <corvo/fakes.h>
 
-// Names that an application may have itself, beside all of the library's.
+// Names that an application may define next to the library's.
 namespace api {
 constexpr int version = 1;
 }
@@ -17,7 +17,7 @@ static_assert(base::version + client::version + detail::version + host::version 
                   model::version + platform::version ==
               7);
 
-// An error is caught as what it is, whatever library throws it.
+// Errors are caught by type across libraries.
 bool isMissing(corvo::CorvoClient& client, const char* flag) try {
   client.checkFlag<corvo::JsonObject>(flag).get();
   return false;
@@ -25,13 +25,13 @@ bool isMissing(corvo::CorvoClient& client, const char* flag) try {
   return error.which() == corvo::CorvoError::Case::featureFlagNotFound;
 }
 
-// A class of the host's library is known by its interface here.
+// The application knows a class of the host library through its interface.
 bool knowsItsLoop() {
   const auto queue = corvo::hostPlatform({.inMemory = true}).mainQueue;
   return std::dynamic_pointer_cast<corvo::HostLoop>(queue) != nullptr;
 }
 
-// Succeeds when the facade answers on the fakes.
+// Succeeds if the facade answers on the fakes.
 int main() {
   corvo::fakes::FakePlatform fake;
   fake.serve(corvo::fakes::project().flag("on", true));

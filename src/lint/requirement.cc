@@ -1,4 +1,4 @@
-#include "lint/demand.h"
+#include "lint/requirement.h"
 
 #include <algorithm>
 #include <iterator>
@@ -16,18 +16,19 @@ namespace {
 
 using Sign = model::ConditionSign;
 
-// A piece of a text that ends where its size says, so that no two lists give one text.
+// A text preceded by its size, so that different lists never concatenate to the same text.
 std::string sized(std::string_view piece) {
   return std::to_string(piece.size()) + ':' + std::string(piece);
 }
 
-std::string demandText(std::uint32_t property, Sign sign, const std::vector<std::string>& values) {
+std::string requirementText(std::uint32_t property, Sign sign,
+                            const std::vector<std::string>& values) {
   std::string text = std::to_string(property) + ' ' + std::string(model::textOf(sign)) + ' ';
   for (const std::string& value : values) text += sized(value);
   return text;
 }
 
-// Whether the sign compares whole texts, which it does by canonical equivalence.
+// Whether the operator compares whole texts, which it does by canonical equivalence.
 bool comparesWholes(Sign sign) { return sign <= Sign::noneOf; }
 
 std::vector<std::string> valuesOf(const model::Condition& condition) {
@@ -42,14 +43,14 @@ std::vector<std::string> valuesOf(const model::Condition& condition) {
   return values;
 }
 
-// Where there is a single value, these are two signs for one demand.
+// For a single value, these operators mean the same.
 Sign signOf(const model::Condition& condition) {
   if (condition.conditionSign == Sign::equal) return Sign::anyOf;
   return condition.conditionSign == Sign::notEqual ? Sign::noneOf : condition.conditionSign;
 }
 
-// Signs that answer a text the other way round, whatever it is. Those of order do not: neither
-// holds for a text that they cannot read.
+// Operators that give opposite answers for every text. The ordering operators do not: both fail for
+// a text that they cannot parse.
 constexpr std::pair<Sign, Sign> kOpposites[] = {
     {Sign::containsAnyOf, Sign::containsNoneOf},
     {Sign::startsWith, Sign::notStartsWith},
@@ -65,7 +66,7 @@ std::optional<Sign> oppositeOf(Sign sign) {
   return std::nullopt;
 }
 
-// Every text, the empty one included, contains the empty text.
+// Every text contains the empty text.
 std::optional<bool> answerByEmptyPart(const model::Condition& condition) {
   const Sign sign = condition.conditionSign;
   if (sign != Sign::containsAnyOf && sign != Sign::containsNoneOf) return std::nullopt;
@@ -100,13 +101,13 @@ std::optional<Point> pointOf(const model::Condition& condition) {
                                               : pointIfAny(base::parseDecimal(value));
 }
 
-std::optional<End> endOf(const model::Condition& condition, std::uint32_t property) {
+std::optional<Bound> boundOf(const model::Condition& condition, std::uint32_t property) {
   const auto* const found =
       std::ranges::find(kOrderingSigns, condition.conditionSign, &OrderingSign::sign);
   if (found == std::end(kOrderingSigns)) return std::nullopt;
   const auto point = pointOf(condition);
   if (!point) return std::nullopt;
-  return End{{property, point->index()}, found->isLower, found->isOpen, *point};
+  return Bound{{property, point->index()}, found->isLower, found->isOpen, *point};
 }
 
 template <class T>
@@ -116,7 +117,7 @@ int orderOf(const T& a, const T& b) {
 
 }  // namespace
 
-Demand::Demand(const model::Condition& condition, targeting::Vocabulary& vocabulary) {
+Requirement::Requirement(const model::Condition& condition, targeting::Vocabulary& vocabulary) {
   const targeting::PreparedCondition prepared(condition, vocabulary);
   property = prepared.property();
   constant = prepared.constant();
@@ -124,49 +125,49 @@ Demand::Demand(const model::Condition& condition, targeting::Vocabulary& vocabul
   if (constant) return;
   const auto values = valuesOf(condition);
   const Sign sign = signOf(condition);
-  text = demandText(property, sign, values);
+  text = requirementText(property, sign, values);
   if (comparesWholes(sign)) {
     auto& each = sign == Sign::anyOf ? oneOf : noneOf;
     for (const std::string& value : values) {
-      each.push_back(demandText(property, Sign::anyOf, {value}));
+      each.push_back(requirementText(property, Sign::anyOf, {value}));
     }
     std::ranges::sort(each);
   }
-  if (const auto other = oppositeOf(sign)) opposite = demandText(property, *other, values);
-  end = endOf(condition, property);
+  if (const auto other = oppositeOf(sign)) opposite = requirementText(property, *other, values);
+  bound = boundOf(condition, property);
 }
 
-KeptEnd::KeptEnd(End end) : end_(std::move(end)) {
-  if (const auto* version = std::get_if<targeting::Version>(&end_.point)) {
+PreparedBound::PreparedBound(Bound bound) : bound_(std::move(bound)) {
+  if (const auto* version = std::get_if<targeting::Version>(&bound_.point)) {
     version_.emplace(*version);
   }
 }
 
-int KeptEnd::insideBy(const End& other) const {
+int PreparedBound::insideBy(const Bound& other) const {
   int order = 0;
   if (version_) {
     order = version_->orderTo(std::get<targeting::Version>(other.point));
-  } else if (const auto* number = std::get_if<double>(&end_.point)) {
+  } else if (const auto* number = std::get_if<double>(&bound_.point)) {
     order = orderOf(*number, std::get<double>(other.point));
   } else {
-    order = orderOf(std::get<base::LocalSeconds>(end_.point),
+    order = orderOf(std::get<base::LocalSeconds>(bound_.point),
                     std::get<base::LocalSeconds>(other.point));
   }
   return other.isLower ? order : -order;
 }
 
-bool KeptEnd::covers(const End& other) const {
+bool PreparedBound::covers(const Bound& other) const {
   const int inside = insideBy(other);
-  return inside < 0 || (inside == 0 && (other.isOpen || !end_.isOpen));
+  return inside < 0 || (inside == 0 && (other.isOpen || !bound_.isOpen));
 }
 
-bool KeptEnd::excludes(const End& other) const {
+bool PreparedBound::excludes(const Bound& other) const {
   const int inside = insideBy(other);
-  return inside < 0 || (inside == 0 && (other.isOpen || end_.isOpen));
+  return inside < 0 || (inside == 0 && (other.isOpen || bound_.isOpen));
 }
 
 // Never longer than the shortest list so far, so that all lists together take linear time.
-void Remainder::Texts::allow(const std::vector<std::string>& texts) {
+void RemainingValues::Texts::allow(const std::vector<std::string>& texts) {
   if (!allowed) {
     allowed = texts;
     return;
@@ -176,54 +177,54 @@ void Remainder::Texts::allow(const std::vector<std::string>& texts) {
   allowed = std::move(both);
 }
 
-// Removes what it has looked at, so that asking again costs nothing.
-bool Remainder::Texts::isNone() {
+// Removes the texts it has checked, so that asking again costs nothing.
+bool RemainingValues::Texts::isNone() {
   if (!allowed) return false;
   while (!allowed->empty() && excluded.contains(allowed->back())) allowed->pop_back();
   return allowed->empty();
 }
 
-void Remainder::require(const Demand& demand) {
-  limit(demand.property, demand.oneOf, demand.noneOf);
-  meet(demand.text, demand.opposite);
-  if (demand.end) meet(*demand.end);
+void RemainingValues::require(const Requirement& requirement) {
+  limit(requirement.property, requirement.oneOf, requirement.noneOf);
+  meet(requirement.text, requirement.opposite);
+  if (requirement.bound) meet(*requirement.bound);
 }
 
-void Remainder::forbid(const Demand& demand) {
-  limit(demand.property, demand.noneOf, demand.oneOf);
-  meet(demand.opposite, demand.text);
+void RemainingValues::forbid(const Requirement& requirement) {
+  limit(requirement.property, requirement.noneOf, requirement.oneOf);
+  meet(requirement.opposite, requirement.text);
 }
 
-void Remainder::limit(std::uint32_t property, const std::vector<std::string>& allowed,
-                      const std::vector<std::string>& excluded) {
+void RemainingValues::limit(std::uint32_t property, const std::vector<std::string>& allowed,
+                            const std::vector<std::string>& excluded) {
   Texts& own = texts_[property];
   if (!allowed.empty()) own.allow(allowed);
   own.excluded.insert(excluded.begin(), excluded.end());
   isEmpty_ = isEmpty_ || own.isNone();
 }
 
-void Remainder::meet(const std::string& text, const std::string& opposite) {
+void RemainingValues::meet(const std::string& text, const std::string& opposite) {
   if (text.empty() || opposite.empty()) return;
   met_.insert(text);
   isEmpty_ = isEmpty_ || met_.contains(opposite);
 }
 
-void Remainder::meet(const End& end) {
-  const auto other = closest_.find({end.line, !end.isLower});
-  isEmpty_ = isEmpty_ || (other != closest_.end() && other->second.excludes(end));
-  const auto [same, isNew] = closest_.try_emplace({end.line, end.isLower}, end);
-  if (!isNew && same->second.covers(end)) same->second = KeptEnd(end);
+void RemainingValues::meet(const Bound& bound) {
+  const auto other = closest_.find({bound.line, !bound.isLower});
+  isEmpty_ = isEmpty_ || (other != closest_.end() && other->second.excludes(bound));
+  const auto [same, isNew] = closest_.try_emplace({bound.line, bound.isLower}, bound);
+  if (!isNew && same->second.covers(bound)) same->second = PreparedBound(bound);
 }
 
-bool isContradictory(const std::vector<Demand>& demands) {
-  Remainder rest;
-  for (const Demand& demand : demands) rest.require(demand);
+bool isContradictory(const std::vector<Requirement>& requirements) {
+  RemainingValues rest;
+  for (const Requirement& requirement : requirements) rest.require(requirement);
   return rest.isEmpty();
 }
 
-bool isExhaustive(const std::vector<Demand>& demands) {
-  Remainder rest;
-  for (const Demand& demand : demands) rest.forbid(demand);
+bool isExhaustive(const std::vector<Requirement>& requirements) {
+  RemainingValues rest;
+  for (const Requirement& requirement : requirements) rest.forbid(requirement);
   return rest.isEmpty();
 }
 

@@ -1,4 +1,4 @@
-#include "host/patience.h"
+#include "host/wait_budget.h"
 
 #include <algorithm>
 #include <thread>
@@ -6,13 +6,13 @@
 namespace corvo::corvo_internal::host {
 namespace {
 
-constexpr Patience::Milliseconds kMost{100};
-constexpr Patience::Milliseconds kRest{900};
-constexpr Patience::Milliseconds kStep{2};  // a second process writes for milliseconds
+constexpr WaitBudget::Milliseconds kMost{100};
+constexpr WaitBudget::Milliseconds kRest{900};
+constexpr WaitBudget::Milliseconds kStep{2};  // other processes write for milliseconds
 
 }  // namespace
 
-bool Patience::wait() noexcept {
+bool WaitBudget::wait() noexcept {
   const Milliseconds now = sleep_(Milliseconds(0));
   if (now - until_ >= kRest) waited_ = Milliseconds(0);
   if (waited_ >= kMost) return false;
@@ -21,7 +21,7 @@ bool Patience::wait() noexcept {
   return true;
 }
 
-Patience::Milliseconds Patience::steadySleep(Milliseconds duration) {
+WaitBudget::Milliseconds WaitBudget::steadySleep(Milliseconds duration) {
   if (duration > Milliseconds(0)) std::this_thread::sleep_for(duration);
   return std::chrono::duration_cast<Milliseconds>(
       std::chrono::steady_clock::now().time_since_epoch());

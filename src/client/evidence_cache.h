@@ -11,13 +11,12 @@
 
 namespace corvo::corvo_internal::client {
 
-/// What a question about the user was decided from, kept for the questions after it. It stands as
-/// long as nothing that it was made of can have changed: while its second lasts, in the same time
-/// zone, and until somebody writes to the store. Whoever changes anything else drops it. For one
-/// thread at a time.
-class StandingEvidence {
+/// Evidence about the user that is reused by later questions. It remains valid while nothing that
+/// it depends on can have changed: within the same second, in the same time zone, and until anybody
+/// writes to the store. Code that changes anything else must drop it. Not thread-safe.
+class EvidenceCache {
  public:
-  /// What others change, at the cost of a few loads to look at.
+  /// State that others can change, readable with a few loads.
   struct Surroundings {
     std::uint64_t storeRevision = 0;
     std::uint64_t zone = 0;
@@ -26,8 +25,8 @@ class StandingEvidence {
 
   void drop() noexcept { end_ = -std::numeric_limits<double>::infinity(); }
 
-  /// Keeps the evidence of a question asked at `now`. What it refers to must last until it is
-  /// dropped.
+  /// Keeps the evidence of a question asked at `now`. The data that it refers to must live until it
+  /// is dropped.
   void keep(const Evidence& evidence, double now, const Surroundings& surroundings) {
     evaluator_ = &evidence.evaluator;
     context_.emplace(evidence.context);
@@ -36,10 +35,10 @@ class StandingEvidence {
     end_ = endOfSecond(now);
   }
 
-  [[nodiscard]] bool stands(double now, const Surroundings& surroundings) const noexcept {
+  [[nodiscard]] bool isValid(double now, const Surroundings& surroundings) const noexcept {
     return begin_ <= now && now < end_ && surroundings_ == surroundings;
   }
-  /// The evidence for a question at that moment, while it stands.
+  /// The evidence for a question at that time, while it is valid.
   [[nodiscard]] Evidence at(double now) {
     context_->now = targeting::comparable(now);
     return {*evaluator_, *context_};

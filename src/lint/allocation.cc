@@ -18,15 +18,15 @@ using placement::kPercent;
 
 // --- Allocation and weights by themselves --------------------------------------------------------
 
-// Whether a number can be a share.
-bool checkShare(double share, const char* what, const JsonNode& node, Report& report) {
+// Whether a number is a valid fraction.
+bool checkFraction(double share, const char* what, const JsonNode& node, Report& report) {
   const std::string text = std::string(what) + " is " + shown(share);
   if (!std::isfinite(share)) {
     report.add(Code::notFiniteShare, node, text);
   } else if (share < 0) {
     report.add(Code::negativeShare, node, text);
   } else if (share > 1) {
-    report.add(Code::percentage, node, text + ", but shares are fractions: 1 stands for everybody");
+    report.add(Code::percentage, node, text + ", but it is a fraction: 1 means everybody");
   } else {
     if (share == 0) report.add(Code::zeroShare, node, text);
     return true;
@@ -46,30 +46,30 @@ void checkSum(const Document& document, Placed<Experiment> experiment, Report& r
   }
   if (std::fabs(sum - 1) <= kSumTolerance) return;
   const std::string rest =
-      hasFallback ? "the group \"a\" gets the rest" : "the rest of the users get no group";
+      hasFallback ? "the group \"a\" gets the remaining users" : "the remaining users get no group";
   report.add(Code::weightsSum, document.place(experiment, &Experiment::groups),
-             "the weights sum to " + shown(sum) + ", not to 1: " +
+             "the weights sum to " + shown(sum) + ", not 1: " +
                  (sum < 1 ? rest : std::string("the last groups get less than their weights")));
 }
 
 // --- The allocation's last cycle -----------------------------------------------------------------
 
-// Part of the users who are in the experiment.
-struct ShareOfGroup {
+// The part of an experiment's users that falls into one group.
+struct GroupFraction {
   std::string_view name;
   double meant;
   double real;
 };
 
-// A user's point is what is left of the bucket beyond whole hundreds. The allocation admits the
-// buckets up to a limit: whole cycles of a hundred and the beginning of one more, in which only the
-// first groups have their shares.
-std::vector<ShareOfGroup> sharesOf(const Experiment& experiment) {
+// A user's point is the remainder of the bucket modulo 100. The allocation admits buckets up to a
+// limit: whole cycles of a hundred and the beginning of another one, which covers only the first
+// groups.
+std::vector<GroupFraction> groupFractionsOf(const Experiment& experiment) {
   const double limit =
       std::min(experiment.allocation * kPercent * kPercent, placement::kLargestBucket);
   const double cycles = std::floor(limit / kPercent);
   const double rest = limit - cycles * kPercent;
-  std::vector<ShareOfGroup> shares;
+  std::vector<GroupFraction> shares;
   double start = 0;
   double cumulative = 0;
   for (const Group& group : experiment.groups) {
@@ -83,38 +83,38 @@ std::vector<ShareOfGroup> sharesOf(const Experiment& experiment) {
   return shares;
 }
 
-std::string describedShare(const ShareOfGroup& share) {
+std::string described(const GroupFraction& share) {
   return "the group " + quoted(share.name) + " gets " + percent(share.real) + ", not " +
          percent(share.meant);
 }
 
 void checkAllocationCut(const Document& document, Placed<Experiment> experiment, Report& report) {
-  constexpr double kTolerated = 0.01 + 1e-9;  // of the weight; and what rounding may add
+  constexpr double kTolerated = 0.01 + 1e-9;  // of the weight, plus the rounding error
   if (experiment->allocation == 0) return;
   std::string text;
   std::size_t count = 0;
-  for (const ShareOfGroup& share : sharesOf(*experiment)) {
+  for (const GroupFraction& share : groupFractionsOf(*experiment)) {
     if (std::fabs(share.real - share.meant) <= kTolerated * share.meant) continue;
-    if (++count <= 3) text += "; " + describedShare(share);
+    if (++count <= 3) text += "; " + described(share);
   }
   if (count == 0) return;
   if (count > 3) text += "; and " + std::to_string(count - 3) + " more groups";
   report.add(Code::allocationCut, document.place(experiment, &Experiment::allocation),
-             "of the users whom an allocation of " + shown(experiment->allocation) + " admits" +
+             "of the users that an allocation of " + shown(experiment->allocation) + " admits" +
                  text.replace(0, 1, ","));
 }
 
-void checkSharesOf(const Document& document, Placed<Experiment> experiment, Report& report) {
+void checkAllocationOf(const Document& document, Placed<Experiment> experiment, Report& report) {
   if (experiment->groups.empty()) {
     return report.add(Code::noGroups, *experiment.node,
-                      "an experiment without groups is for nobody");
+                      "an experiment without groups has no users");
   }
-  bool isSound = checkShare(experiment->allocation, "the allocation",
-                            document.place(experiment, &Experiment::allocation), report);
+  bool isSound = checkFraction(experiment->allocation, "the allocation",
+                               document.place(experiment, &Experiment::allocation), report);
   bool areWeights = true;
   for (const auto group : document.list(experiment, &Experiment::groups)) {
     areWeights &=
-        checkShare(group->weight, "the weight", document.place(group, &Group::weight), report);
+        checkFraction(group->weight, "the weight", document.place(group, &Group::weight), report);
   }
   if (areWeights) checkSum(document, experiment, report);
   if (isSound && areWeights) checkAllocationCut(document, experiment, report);
@@ -141,20 +141,20 @@ void checkSalts(const Document& document, Report& report) {
     if (!isNew) {
       report.add(Code::sameSalt, place,
                  "the experiment " + quoted(first->second) +
-                     " has this salt, too: every user has the same place in both");
+                     " has the same salt: every user has the same position in both");
     }
     if (layers.contains(hashing)) {
       report.add(Code::saltIsLayer, place,
-                 "the salt is the name of a layer: whoever is in the layer's interval is always in "
-                 "the same groups");
+                 "the salt is the name of a layer: the position in the layer decides the group");
     }
   }
 }
 
 }  // namespace
 
-void checkShares(const Document& document, Report& report) {
-  for (const auto experiment : document.experiments()) checkSharesOf(document, experiment, report);
+void checkAllocations(const Document& document, Report& report) {
+  for (const auto experiment : document.experiments())
+    checkAllocationOf(document, experiment, report);
   checkSalts(document, report);
 }
 

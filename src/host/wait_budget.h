@@ -6,17 +6,17 @@
 
 namespace corvo::corvo_internal::host {
 
-/// Waits for others who hold a file: 100 milliseconds at most within any second, however many ask.
-/// For one thread at a time.
-class Patience {
+/// Waits for others that hold a file: at most 100 milliseconds within any second, regardless of the
+/// number of callers. Not thread-safe.
+class WaitBudget {
  public:
   using Milliseconds = std::chrono::milliseconds;
-  /// Lets so much time pass, and tells the time then, by a clock that is never set.
+  /// Waits for the given time and returns the time after it, by a monotonic clock.
   using Sleep = std::function<Milliseconds(Milliseconds)>;
 
-  explicit Patience(Sleep sleep = steadySleep) : sleep_(std::move(sleep)) {}
+  explicit WaitBudget(Sleep sleep = steadySleep) : sleep_(std::move(sleep)) {}
 
-  /// Waits a little. False, and at once, when enough was waited.
+  /// Waits for a short step. Returns false immediately if the limit is reached.
   bool wait() noexcept;
 
  private:

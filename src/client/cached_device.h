@@ -13,24 +13,24 @@
 
 namespace corvo::corvo_internal::client {
 
-/// What a device tells about itself, asked on first need and only once; the identifier again while
-/// there is none, at most once a second, for the reason may pass. Any thread may ask.
-class DeviceOnce {
+/// The facts about a device, read on first use and only once. A missing identifier is read again,
+/// at most once a second, because the reason may be temporary. Thread-safe.
+class CachedDevice {
  public:
-  explicit DeviceOnce(std::shared_ptr<const Device> device) : device_(std::move(device)) {}
+  explicit CachedDevice(std::shared_ptr<const Device> device) : device_(std::move(device)) {}
 
-  /// All that is known. `now` is the moment, in seconds since 1970.
+  /// All facts. `now` is the current time in seconds since 1970.
   [[nodiscard]] DeviceFacts facts(double now);
 
-  /// The identifier alone.
+  /// Only the identifier.
   [[nodiscard]] std::optional<std::string> deviceId(double now);
 
  private:
-  void askForIdentifier(double now);
+  void readIdentifier(double now);
 
   std::shared_ptr<const Device> device_;
   std::mutex mutex_;
-  bool asked_ = false;  // guarded, as what follows
+  bool isRead_ = false;  // guarded, like the members below
   DeviceFacts facts_;
   base::OnceASecond attempts_;
 };

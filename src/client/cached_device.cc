@@ -1,4 +1,4 @@
-#include "client/device_once.h"
+#include "client/cached_device.h"
 
 #include <optional>
 #include <string>
@@ -7,25 +7,25 @@
 
 namespace corvo::corvo_internal::client {
 
-DeviceFacts DeviceOnce::facts(double now) {
+DeviceFacts CachedDevice::facts(double now) {
   const std::lock_guard lock(mutex_);
-  if (!asked_) {
+  if (!isRead_) {
     facts_.applicationVersion = base::wellFormedIfAny(device_->applicationVersion());
     facts_.systemName = base::wellFormedIfAny(device_->systemName());
     facts_.systemVersion = base::wellFormedIfAny(device_->systemVersion());
-    asked_ = true;
+    isRead_ = true;
   }
-  askForIdentifier(now);
+  readIdentifier(now);
   return facts_;
 }
 
-std::optional<std::string> DeviceOnce::deviceId(double now) {
+std::optional<std::string> CachedDevice::deviceId(double now) {
   const std::lock_guard lock(mutex_);
-  askForIdentifier(now);
+  readIdentifier(now);
   return facts_.vendorIdentifier;
 }
 
-void DeviceOnce::askForIdentifier(double now) {
+void CachedDevice::readIdentifier(double now) {
   if (facts_.vendorIdentifier || !attempts_.isDue(now)) return;
   facts_.vendorIdentifier = base::wellFormedIfAny(device_->vendorIdentifier());
 }
