@@ -39,6 +39,9 @@ function(corvo_library name)
   target_include_directories(${target}
     PRIVATE ${PROJECT_SOURCE_DIR}/src)
   corvo_configure(${target})
+  # A fused multiply-add on one processor would move users between groups.
+  target_compile_options(${target} PRIVATE
+    $<IF:$<CXX_COMPILER_ID:MSVC>,/fp:precise,-fno-fast-math;-ffp-contract=off>)
   corvo_combine_files(${target})
   if(BUILD_SHARED_LIBS)
     target_compile_definitions(${target} PUBLIC CORVO_SHARED)
