@@ -29,6 +29,7 @@ class ConstantClient final : public CorvoClient {
   void askToInclude(std::string_view, std::optional<std::int64_t>, AnswerSink<Done>&) override {}
   void askToExclude(std::string_view, AnswerSink<Done>&) override {}
   void askToExcludeAll(AnswerSink<Done>&) override {}
+  [[nodiscard]] ClientStatus status() override { return {}; }
   [[nodiscard]] std::shared_ptr<MainQueue> mainQueue() const override { return nullptr; }
 };
 
