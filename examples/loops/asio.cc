@@ -27,12 +27,9 @@ asio::awaitable<void> checkOut(CorvoClient& client) {
 int main(int argc, char** argv) try {
   if (argc != 2) return 2;
   asio::io_context context;
-  const corvo::Host host = corvo::makeHost({.inMemory = true});
-  Corvo::usePlatform(host.platform);
-  const auto client = Corvo::initializeClient("shop-token", std::nullopt, argv[1], /*cacheTTL*/ 300,
-                                              /*retryCount*/ 2, Corvo::defaultClientTag);
+  const auto client = Corvo::initializeClient({.projectToken = "shop-token", .apiURL = argv[1]});
 
-  const corvo::asio::LoopDriver driver(host.loop, context);
+  const corvo::asio::LoopDriver driver(Corvo::loop(), context);
   const auto rethrow = [](const std::exception_ptr& error) {
     if (error) std::rethrow_exception(error);
   };

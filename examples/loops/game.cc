@@ -1,7 +1,6 @@
 // Asks a shop's backend from a game's loop, which ticks once a frame: game URL
 
 #include <corvo/corvo.h>
-#include <corvo/host.h>
 
 #include <chrono>
 #include <iostream>
@@ -13,10 +12,7 @@ using namespace corvo;
 
 int main(int argc, char** argv) {
   if (argc != 2) return 2;
-  const Host host = makeHost({.inMemory = true});
-  Corvo::usePlatform(host.platform);
-  const auto client = Corvo::initializeClient("shop-token", std::nullopt, argv[1], /*cacheTTL*/ 300,
-                                              /*retryCount*/ 2, Corvo::defaultClientTag);
+  const auto client = Corvo::initializeClient({.projectToken = "shop-token", .apiURL = argv[1]});
 
   std::string sign;  // the game draws what it knows by now
   client->checkFlag<std::string>(
@@ -25,7 +21,7 @@ int main(int argc, char** argv) {
       [&](const CorvoError& error) { sign = error.description(); });
 
   for (int frame = 0; frame < 600 && sign.empty(); ++frame) {    // ten seconds at most
-    if (host.loop->busy()) host.loop->tick();                    // never waits
+    if (Corvo::loop()->busy()) Corvo::loop()->tick();            // never waits
     std::this_thread::sleep_for(std::chrono::milliseconds(16));  // the game's own work
   }
   std::cout << (sign.empty() ? "still loading" : sign) << '\n';

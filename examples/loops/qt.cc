@@ -11,12 +11,9 @@ using namespace corvo;
 int main(int argc, char** argv) {
   QCoreApplication application(argc, argv);
   if (argc != 2) return 2;
-  const Host host = makeHost({.inMemory = true});
-  Corvo::usePlatform(host.platform);
-  const auto client = Corvo::initializeClient("shop-token", std::nullopt, argv[1], /*cacheTTL*/ 300,
-                                              /*retryCount*/ 2, Corvo::defaultClientTag);
+  const auto client = Corvo::initializeClient({.projectToken = "shop-token", .apiURL = argv[1]});
 
-  const qt::LoopDriver driver(host.loop);
+  const qt::LoopDriver driver(Corvo::loop());
   client->checkFlag<std::string>(
       "welcome-text",
       [](const std::optional<std::string>& text) {

@@ -67,7 +67,8 @@ std::vector<Block> blocksOf(const std::string& document) {
 }
 
 bool isCompiled(const Block& block) {
-  return block.language == "cpp" && !block.has("not tried") && !block.has(kTriedBy);
+  return block.language == "cpp" && !block.has("not tried") && !block.has(kTriedBy) &&
+         !block.has("shows");
 }
 
 }  // namespace corvo::tests

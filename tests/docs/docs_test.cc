@@ -50,11 +50,6 @@ bool isShownBy(const std::string& shown, const std::string& text) {
   return skips || at == text.size();
 }
 
-/// Whether an event loop is there for the blocks that need it.
-bool isInstalled(const std::string& loop) {
-  return std::string(" " CORVO_DOCS_LOOPS " ").find(" " + loop + " ") != std::string::npos;
-}
-
 bool isOnlyWarnings(const std::string& text) {
   std::istringstream in(text);
   for (std::string line; std::getline(in, line);) {
@@ -85,8 +80,9 @@ class Document {
       keep(block);
       if (block.has("not tried")) {
         EXPECT_NE(block.mark("not tried"), "") << "the reason is missing";
-      } else if (block.has("needs") && !isInstalled(block.mark("needs"))) {
-        std::cout << "not tried, because " << block.mark("needs") << " is not installed\n";
+      } else if (block.has("shows")) {
+        EXPECT_THAT(contentsOf((kRoot / "examples" / block.mark("shows")).string()),
+                    testing::HasSubstr(block.text));
       } else if (block.has("tried by")) {
         EXPECT_THAT(contentsOf((kRoot / block.mark("tried by")).string()),
                     testing::HasSubstr(name_.filename().string()));
@@ -254,10 +250,12 @@ TEST(Document, IsRefusedWithABlockThatNobodyTries) {
   for (const char* text :
        {"```yaml\na: 1\n```", "```\na\n```", "```text\na\n```", "<!-- not tried -->\n```sh\n```",
         "<!-- not tried: -->\n```sh\n```", "<!-- tried by: README.md -->\n```sh\n```",
-        "<!-- tried by: missing.cc -->\n```sh\n```", "```sh\necho a\n```\n```text\nb\n```",
-        "```sh\nfalse\n```", "```console\n$ echo a\nb\n```", "```console\n$ false\n```",
-        "```json\n{\"experiments\": [1]}\n```", "```json\n{]\n```", "```cmake\nmissing()\n```",
-        "<!-- finds: no-rules -->\n```json\n{}\n```", "```sh\necho a\n```\nand\n```text\na\nb\n```",
+        "<!-- tried by: missing.cc -->\n```sh\n```",
+        "<!-- shows: server.cc -->\n```cpp\nint missing;\n```",
+        "```sh\necho a\n```\n```text\nb\n```", "```sh\nfalse\n```", "```console\n$ echo a\nb\n```",
+        "```console\n$ false\n```", "```json\n{\"experiments\": [1]}\n```", "```json\n{]\n```",
+        "```cmake\nmissing()\n```", "<!-- finds: no-rules -->\n```json\n{}\n```",
+        "```sh\necho a\n```\nand\n```text\na\nb\n```",
         "<!-- not tried: one is enough -->\n\nA text.\n\n```yaml\n```"}) {
     EXPECT_TRUE(refused(text)) << text;
   }

@@ -56,12 +56,6 @@ void endMain(std::string& program) {
   }
 }
 
-/// The text, which is compiled only where what it needs is installed.
-std::string conditional(const std::string& need, const std::string& text) {
-  if (need.empty()) return text;
-  return "#ifdef CORVO_DOCS_HAVE_" + need + "\n" + text + "#endif\n";
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -99,13 +93,11 @@ int main(int argc, char** argv) {
     }
     Source& woven = whole ? programs : others;
     // The includes of a program stand right before it, so that the first one has no others.
-    const std::string need = block.mark("needs");
-    (whole ? woven.code : woven.includes) += conditional(need, source.includes);
-    woven.code += conditional(need, "namespace {\nnamespace " + space + " {\n" + source.code +
-                                        "}\n" + "const corvo::tests::Runnable runnable_" +
-                                        std::to_string(block.line) + "(\"" + document + ":" +
-                                        std::to_string(block.line) + "\", " + space +
-                                        (whole ? "::main" : "::run") + ");\n}\n");
+    (whole ? woven.code : woven.includes) += source.includes;
+    woven.code += "namespace {\nnamespace " + space + " {\n" + source.code + "}\n" +
+                  "const corvo::tests::Runnable runnable_" + std::to_string(block.line) + "(\"" +
+                  document + ":" + std::to_string(block.line) + "\", " + space +
+                  (whole ? "::main" : "::run") + ");\n}\n";
   }
   std::ofstream(argv[4]) << "#include \"tests/docs/runnable.h\"\n"
                          << programs.code << others.includes << others.code;

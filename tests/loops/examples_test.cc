@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -27,14 +28,20 @@ TEST(LoopExamplesTest, PrintWhatTheyAreAnsweredOrWhyTheyAreNot) {
     return answer(200, head.starts_with("GET /geo") ? "{}" : config);
   });
   LoopbackServer closed([](const std::string&) { return answer(503, ""); });
+  const std::filesystem::path data = std::filesystem::path(testing::TempDir()) /
+                                     ("corvo_loop_examples" + std::to_string(getpid()));
   int count = 0;
   for (const auto& example : std::filesystem::directory_iterator(CORVO_LOOP_EXAMPLES)) {
-    const std::string program = example.path().string() + " http://127.0.0.1:";
-    EXPECT_THAT(outputOf(program + shop.port()), testing::HasSubstr("Welcome")) << program;
-    EXPECT_THAT(outputOf(program + closed.port()), testing::HasSubstr("503")) << program;
-    ++count;
+    // A folder for each run, so that none finds the copies of an earlier one.
+    const auto run = [&](const std::string& port) {
+      return outputOf("XDG_DATA_HOME=" + (data / std::to_string(++count)).string() + " " +
+                      example.path().string() + " http://127.0.0.1:" + port);
+    };
+    EXPECT_THAT(run(shop.port()), testing::HasSubstr("Welcome")) << example.path();
+    EXPECT_THAT(run(closed.port()), testing::HasSubstr("503")) << example.path();
   }
   EXPECT_GE(count, 1);
+  std::filesystem::remove_all(data);
 }
 
 }  // namespace
