@@ -1,6 +1,7 @@
 # Fails if a source includes a folder that it must not include: `cmake -DROOT=<tree> -P CheckArrows.cmake`.
 # Dependencies point down: a folder may include folders below it, never one above or beside it.
-# With -DPICTURE=<tree>/docs/architecture.md it also fails if that page differs from the code.
+# With -DPICTURE=<tree>/docs/architecture.md it also fails if that page, or README's table of folders, differs
+# from the code.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -99,10 +100,10 @@ if(NOT PICTURE)
   return()
 endif()
 
-# The picture's arrows, from top to bottom, and its rows for the folders. Read from the bottom, so that
+# The picture's arrows, from top to bottom, and README's rows for the folders. Read from the bottom, so that
 # what a folder sees is known before another one sees that folder.
 file(STRINGS ${PICTURE} arrows REGEX "^ +[a-z]+ --> [a-z]+$")
-file(STRINGS ${PICTURE} rows REGEX "^\\| `[a-z]+` \\|")
+file(STRINGS ${ROOT}/README.md rows REGEX "^\\| `src/[a-z]+` \\|")
 list(REVERSE arrows)
 foreach(arrow IN LISTS arrows)
   string(REGEX MATCH "([a-z]+) --> ([a-z]+)" all ${arrow})
@@ -123,8 +124,8 @@ foreach(folder IN LISTS folders)
   if(NOT "${seen_${folder}}" STREQUAL "${below_${folder}}")
     message(SEND_ERROR "${PICTURE}: ${folder} sees ${seen_${folder}}, but may see ${below_${folder}}")
   endif()
-  if(NOT "${rows}" MATCHES "\\| `${folder}` \\| [^|]+ \\| `corvo::[a-z]+` \\|")
-    message(SEND_ERROR "${PICTURE}: no row for ${folder}")
+  if(NOT "${rows}" MATCHES "\\| `src/${folder}` \\| [^|]+ \\| `corvo::[a-z]+` \\|")
+    message(SEND_ERROR "README.md: no row for src/${folder}")
   endif()
 endforeach()
 
