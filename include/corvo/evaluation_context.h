@@ -26,6 +26,7 @@ struct EvaluationContext {
   std::span<const Property> properties = {};
   /// The location as the backend's route answers it: "country", without "geo.".
   PropertyMap location = {};
+  /// The device's properties. By default they are absent.
   DeviceFacts device = {};
   /// The moment, in seconds since 1970; absent: that of the system's clock at `reset`.
   std::optional<double> now = {};

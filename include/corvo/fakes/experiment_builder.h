@@ -84,11 +84,14 @@ class CORVO_FAKES_EXPORT ExperimentBuilder {
   /// flag of that name, too, for all other users and for the report of all flags.
   ExperimentBuilder& flag(std::string_view name, std::initializer_list<GroupRules> groups);
   ExperimentBuilder& flag(const FlagBuilder& flag);
+  /// Adds a parameter with a value for each of these groups.
   ExperimentBuilder& param(std::string_view name, std::initializer_list<GroupValue> groups);
 
   /// A group's label, which no answer depends on.
   ExperimentBuilder& label(std::string_view group, std::string_view label);
+  /// Sets the salt. The default is the experiment's name.
   ExperimentBuilder& salt(std::string_view salt);
+  /// Sets the property that is hashed. The default is the user ID.
   ExperimentBuilder& splitBy(SplitBy property);
   /// Clients keep the experiment if one of them is "all", "ios", or "app" in any letter case, or if
   /// there are none.

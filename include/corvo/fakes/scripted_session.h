@@ -53,6 +53,7 @@ class CORVO_FAKES_EXPORT ScriptedSession final : public UrlSession {
 
   /// Every request so far, in order.
   [[nodiscard]] const std::vector<UrlRequest>& requests() const { return requests_; }
+  /// How many requests there have been for the route.
   [[nodiscard]] std::size_t requestCount(std::string_view route) const;
 
  private:
