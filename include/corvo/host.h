@@ -28,8 +28,8 @@ struct HostOptions {
   /// The application's version, as its users know it.
   std::optional<std::string> applicationVersion = std::nullopt;
   /// How long a transfer may make no progress, in seconds: by default a minute. More than that has
-  /// no effect, because the library's requests ask for a minute at most. Whatever takes longer than this or the next limit fails: at once where
-  /// the limit is zero, negative or NaN.
+  /// no effect, because the library's requests ask for a minute at most. Whatever takes longer than
+  /// this or the next limit fails: at once where the limit is zero, negative or NaN.
   double timeoutSeconds = 60.0;
   /// How long a whole transfer may take, with its redirects, in seconds: by default five minutes.
   /// At most six transfers with the same scheme, host and port are under way at once; how long
