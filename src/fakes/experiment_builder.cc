@@ -9,6 +9,16 @@ namespace corvo::fakes {
 namespace {
 
 namespace model = corvo_internal::model;
+using InModel = model::ExperimentType;
+using model::SplitMode;
+
+static_assert(sameNumber(SplitBy::userId, SplitMode::userId));
+static_assert(sameNumber(SplitBy::deviceId, SplitMode::deviceId));
+static_assert(sameNumber(SplitBy::profileId, SplitMode::profileId));
+static_assert(sameNumber(ExperimentType::featureFlag, InModel::featureFlag));
+static_assert(sameNumber(ExperimentType::param, InModel::param));
+static_assert(sameNumber(ExperimentType::splitUrl, InModel::splitUrl));
+static_assert(sameNumber(ExperimentType::webBuilder, InModel::webBuilder));
 
 JsonArray textsOf(const OneOrMore<std::string>& texts) {
   return {texts.list().begin(), texts.list().end()};
@@ -154,7 +164,7 @@ ExperimentBuilder& ExperimentBuilder::salt(std::string_view salt) {
 }
 
 ExperimentBuilder& ExperimentBuilder::splitBy(SplitBy property) {
-  const auto mode = static_cast<model::SplitMode>(property);
+  const auto mode = static_cast<SplitMode>(property);
   return field("split_by", std::string(model::textOf(mode)));
 }
 
@@ -219,8 +229,9 @@ JsonObject ExperimentBuilder::json() const {
   }
   JsonArray flags;
   for (const FlagBuilder& each : flags_) flags.push_back(each.json(isPrivate_));
-  const auto type =
+  const auto usual =
       flags_.empty() && !params_.empty() ? ExperimentType::param : ExperimentType::featureFlag;
+  const auto type = isHoldout_ ? InModel::holdout : static_cast<InModel>(type_.value_or(usual));
   experiment.emplace("name", name_);
   experiment.emplace("salt", name_);
   experiment.emplace("allocation", allocation_);
@@ -233,7 +244,7 @@ JsonObject ExperimentBuilder::json() const {
   putList(experiment, "feature_flags", flags);
   if (isPrivate_) experiment.emplace("is_private", true);
   putList(experiment, "holdouts", textsOf(holdouts_));
-  experiment.emplace("type", isHoldout_ ? kHoldoutType : static_cast<int>(type_.value_or(type)));
+  experiment.emplace("type", static_cast<int>(type));
   return experiment;
 }
 

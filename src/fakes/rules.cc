@@ -1,40 +1,55 @@
 #include <corvo/fakes/rules.h>
 
-#include <cstddef>
+#include <utility>
 
 #include "base/md5.h"
 #include "fakes/arguments.h"
 #include "model/fields.h"
+#include "targeting/condition.h"
 
 namespace corvo::fakes {
 namespace {
 
 namespace model = corvo_internal::model;
+namespace targeting = corvo_internal::targeting;
 
-static_assert(static_cast<std::size_t>(Sign::notContains) + 1 == model::kConditionSignCount);
+using InModel = model::ConditionSign;
 
-model::ConditionSign inModel(Sign sign) { return static_cast<model::ConditionSign>(sign); }
+static_assert(sameNumber(Sign::equal, InModel::equal));
+static_assert(sameNumber(Sign::notEqual, InModel::notEqual));
+static_assert(sameNumber(Sign::anyOf, InModel::anyOf));
+static_assert(sameNumber(Sign::noneOf, InModel::noneOf));
+static_assert(sameNumber(Sign::containsAnyOf, InModel::containsAnyOf));
+static_assert(sameNumber(Sign::containsNoneOf, InModel::containsNoneOf));
+static_assert(sameNumber(Sign::onDate, InModel::onDate));
+static_assert(sameNumber(Sign::afterTime, InModel::afterTime));
+static_assert(sameNumber(Sign::beforeTime, InModel::beforeTime));
+static_assert(sameNumber(Sign::greater, InModel::greater));
+static_assert(sameNumber(Sign::less, InModel::less));
+static_assert(sameNumber(Sign::greaterEqual, InModel::greaterEqual));
+static_assert(sameNumber(Sign::lessEqual, InModel::lessEqual));
+static_assert(sameNumber(Sign::startsWith, InModel::startsWith));
+static_assert(sameNumber(Sign::notStartsWith, InModel::notStartsWith));
+static_assert(sameNumber(Sign::endsWith, InModel::endsWith));
+static_assert(sameNumber(Sign::notEndsWith, InModel::notEndsWith));
+static_assert(sameNumber(Sign::contains, InModel::contains));
+static_assert(sameNumber(Sign::notContains, InModel::notContains));
 
-bool takesAList(Sign sign) {
-  return sign == Sign::anyOf || sign == Sign::noneOf || sign == Sign::containsAnyOf ||
-         sign == Sign::containsNoneOf;
-}
-
-/// Whether the sign compares digests where flag or experiment are private.
-bool comparesDigests(Sign sign) { return sign <= Sign::noneOf || sign >= Sign::startsWith; }
+InModel inModel(Sign sign) { return static_cast<InModel>(sign); }
 
 std::string digestOf(std::string_view text) {
   return std::string(corvo_internal::base::view(corvo_internal::base::md5Hex(text)));
 }
 
 JsonValue written(const Condition& condition, bool isPrivate) {
+  const InModel sign = inModel(condition.sign);
   JsonArray values;
   for (const Value& value : condition.values) {
-    values.emplace_back(isPrivate && comparesDigests(condition.sign) ? digestOf(value.text())
-                                                                     : value.text());
+    values.emplace_back(isPrivate && targeting::comparesDigests(sign) ? digestOf(value.text())
+                                                                      : value.text());
   }
   return JsonObject{{"name", condition.property},
-                    {"condition_sign", std::string(model::textOf(inModel(condition.sign)))},
+                    {"condition_sign", std::string(model::textOf(sign))},
                     {"value", std::move(values)}};
 }
 
@@ -46,7 +61,7 @@ Value::Value(const JsonValue& value)
 }
 
 Condition where(std::string_view property, Sign sign, const OneOrMore<Value>& values) {
-  if (!takesAList(sign) && values.list().size() != 1) {
+  if (!targeting::takesSeveralValues(inModel(sign)) && values.list().size() != 1) {
     throw wrong({"the condition on \"", property, "\" takes one value with the sign \"",
                  model::textOf(inModel(sign)), "\", not ", std::to_string(values.list().size()),
                  "; for lists there are anyOf and noneOf"});

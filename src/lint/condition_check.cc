@@ -18,11 +18,6 @@ using Sign = model::ConditionSign;
 bool isAbout(Sign sign, Sign first, Sign last) { return first <= sign && sign <= last; }
 bool isDated(Sign sign) { return isAbout(sign, Sign::onDate, Sign::beforeTime); }
 bool isOrdering(Sign sign) { return isAbout(sign, Sign::greater, Sign::lessEqual); }
-// The operators that compare the property's digest if the flag or experiment is private.
-bool isHashable(Sign sign) {
-  return isAbout(sign, Sign::equal, Sign::noneOf) ||
-         isAbout(sign, Sign::startsWith, Sign::notContains);
-}
 
 // --- Values that the operator cannot use ---------------------------------------------------------
 
@@ -133,7 +128,9 @@ void checkCondition(const Document& document, Placed<Condition> condition,
     checkValues(*condition, *constant, document.place(condition, &Condition::values), report);
   }
   checkProperty(document, condition, report);
-  if (isPrivate && isHashable(condition->conditionSign)) checkDigests(document, condition, report);
+  if (isPrivate && targeting::comparesDigests(condition->conditionSign)) {
+    checkDigests(document, condition, report);
+  }
 }
 
 }  // namespace corvo::corvo_internal::lint
