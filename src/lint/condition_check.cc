@@ -5,7 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "lint/suggestion.h"
+#include "base/nearest_word.h"
+#include "lint/report.h"
 #include "targeting/condition.h"
 #include "targeting/device_properties.h"
 
@@ -65,10 +66,10 @@ std::string meantProperty(std::string_view name) {
   constexpr std::array<std::string_view, 13> kNames{
       "userId", "profileId", "email",    "appVersion",  "deviceId",  "os.name", "os.version",
       "time",   "date",      "geo.code", "geo.country", "geo.state", "geo.city"};
-  if (const auto near = nearest(name, kNames); !near.empty()) return std::string(near);
+  if (const auto near = base::nearestWord(name, kNames); !near.empty()) return std::string(near);
   const std::size_t dot = name.find('.');
   if (dot == std::string_view::npos) return "custom." + std::string(name);
-  const auto prefix = nearest(name.substr(0, dot + 1), kPrefixes);
+  const auto prefix = base::nearestWord(name.substr(0, dot + 1), kPrefixes);
   return prefix.empty() ? "" : std::string(prefix) + std::string(name.substr(dot + 1));
 }
 

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -12,7 +11,6 @@
 #include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
 #include "tests/tool/transcript.h"
-#include "tool/suggestion.h"
 
 namespace corvo::tool {
 namespace {
@@ -149,15 +147,6 @@ TEST_F(Manual, CompletesWhatIsTyped) {
 TEST(Usage, IsCorrectedAsTheTranscriptSays) {
   const std::size_t count = replay(tests::contentsOf(CORVO_TOOL_CASES "usage.txt"), CORVO_SHOP);
   EXPECT_GT(count, 20U);
-}
-
-TEST(Suggestion, IsTheNearestWord) {
-  for (const auto& [typed, known, meant] :
-       tests::caseTable<3>(CORVO_TOOL_CASES "suggestions.txt")) {
-    std::istringstream in(known);
-    const Lines words{std::istream_iterator<std::string>(in), {}};
-    EXPECT_EQ(nearest(typed, words).value_or(""), meant) << typed;
-  }
 }
 
 }  // namespace
