@@ -9,16 +9,16 @@ namespace corvo::fakes {
 namespace {
 
 namespace model = corvo_internal::model;
-using InModel = model::ExperimentType;
+using TypeInModel = model::ExperimentType;
 using model::SplitMode;
 
 static_assert(sameNumber(SplitBy::userId, SplitMode::userId));
 static_assert(sameNumber(SplitBy::deviceId, SplitMode::deviceId));
 static_assert(sameNumber(SplitBy::profileId, SplitMode::profileId));
-static_assert(sameNumber(ExperimentType::featureFlag, InModel::featureFlag));
-static_assert(sameNumber(ExperimentType::param, InModel::param));
-static_assert(sameNumber(ExperimentType::splitUrl, InModel::splitUrl));
-static_assert(sameNumber(ExperimentType::webBuilder, InModel::webBuilder));
+static_assert(sameNumber(ExperimentType::featureFlag, TypeInModel::featureFlag));
+static_assert(sameNumber(ExperimentType::param, TypeInModel::param));
+static_assert(sameNumber(ExperimentType::splitUrl, TypeInModel::splitUrl));
+static_assert(sameNumber(ExperimentType::webBuilder, TypeInModel::webBuilder));
 
 JsonArray textsOf(const OneOrMore<std::string>& texts) {
   return {texts.list().begin(), texts.list().end()};
@@ -231,7 +231,8 @@ JsonObject ExperimentBuilder::json() const {
   for (const FlagBuilder& each : flags_) flags.push_back(each.json(isPrivate_));
   const auto usual =
       flags_.empty() && !params_.empty() ? ExperimentType::param : ExperimentType::featureFlag;
-  const auto type = isHoldout_ ? InModel::holdout : static_cast<InModel>(type_.value_or(usual));
+  const auto type =
+      isHoldout_ ? TypeInModel::holdout : static_cast<TypeInModel>(type_.value_or(usual));
   experiment.emplace("name", name_);
   experiment.emplace("salt", name_);
   experiment.emplace("allocation", allocation_);

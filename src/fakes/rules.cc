@@ -13,36 +13,36 @@ namespace {
 namespace model = corvo_internal::model;
 namespace targeting = corvo_internal::targeting;
 
-using InModel = model::ConditionSign;
+using SignInModel = model::ConditionSign;
 
-static_assert(sameNumber(Sign::equal, InModel::equal));
-static_assert(sameNumber(Sign::notEqual, InModel::notEqual));
-static_assert(sameNumber(Sign::anyOf, InModel::anyOf));
-static_assert(sameNumber(Sign::noneOf, InModel::noneOf));
-static_assert(sameNumber(Sign::containsAnyOf, InModel::containsAnyOf));
-static_assert(sameNumber(Sign::containsNoneOf, InModel::containsNoneOf));
-static_assert(sameNumber(Sign::onDate, InModel::onDate));
-static_assert(sameNumber(Sign::afterTime, InModel::afterTime));
-static_assert(sameNumber(Sign::beforeTime, InModel::beforeTime));
-static_assert(sameNumber(Sign::greater, InModel::greater));
-static_assert(sameNumber(Sign::less, InModel::less));
-static_assert(sameNumber(Sign::greaterEqual, InModel::greaterEqual));
-static_assert(sameNumber(Sign::lessEqual, InModel::lessEqual));
-static_assert(sameNumber(Sign::startsWith, InModel::startsWith));
-static_assert(sameNumber(Sign::notStartsWith, InModel::notStartsWith));
-static_assert(sameNumber(Sign::endsWith, InModel::endsWith));
-static_assert(sameNumber(Sign::notEndsWith, InModel::notEndsWith));
-static_assert(sameNumber(Sign::contains, InModel::contains));
-static_assert(sameNumber(Sign::notContains, InModel::notContains));
+static_assert(sameNumber(Sign::equal, SignInModel::equal));
+static_assert(sameNumber(Sign::notEqual, SignInModel::notEqual));
+static_assert(sameNumber(Sign::anyOf, SignInModel::anyOf));
+static_assert(sameNumber(Sign::noneOf, SignInModel::noneOf));
+static_assert(sameNumber(Sign::containsAnyOf, SignInModel::containsAnyOf));
+static_assert(sameNumber(Sign::containsNoneOf, SignInModel::containsNoneOf));
+static_assert(sameNumber(Sign::onDate, SignInModel::onDate));
+static_assert(sameNumber(Sign::afterTime, SignInModel::afterTime));
+static_assert(sameNumber(Sign::beforeTime, SignInModel::beforeTime));
+static_assert(sameNumber(Sign::greater, SignInModel::greater));
+static_assert(sameNumber(Sign::less, SignInModel::less));
+static_assert(sameNumber(Sign::greaterEqual, SignInModel::greaterEqual));
+static_assert(sameNumber(Sign::lessEqual, SignInModel::lessEqual));
+static_assert(sameNumber(Sign::startsWith, SignInModel::startsWith));
+static_assert(sameNumber(Sign::notStartsWith, SignInModel::notStartsWith));
+static_assert(sameNumber(Sign::endsWith, SignInModel::endsWith));
+static_assert(sameNumber(Sign::notEndsWith, SignInModel::notEndsWith));
+static_assert(sameNumber(Sign::contains, SignInModel::contains));
+static_assert(sameNumber(Sign::notContains, SignInModel::notContains));
 
-InModel inModel(Sign sign) { return static_cast<InModel>(sign); }
+SignInModel inModel(Sign sign) { return static_cast<SignInModel>(sign); }
 
 std::string digestOf(std::string_view text) {
   return std::string(corvo_internal::base::view(corvo_internal::base::md5Hex(text)));
 }
 
 JsonValue written(const Condition& condition, bool isPrivate) {
-  const InModel sign = inModel(condition.sign);
+  const SignInModel sign = inModel(condition.sign);
   JsonArray values;
   for (const Value& value : condition.values) {
     values.emplace_back(isPrivate && targeting::comparesDigests(sign) ? digestOf(value.text())
