@@ -149,5 +149,14 @@ TEST(Usage, IsCorrectedAsTheTranscriptSays) {
   EXPECT_GT(count, 20U);
 }
 
+TEST(Usage, IsRefusedAsTheTableSays) {
+  for (const auto& [arguments] : tests::caseTable<1>(CORVO_TOOL_CASES "refused.txt")) {
+    const Ran ran = runCorvo(arguments + " </dev/null", CORVO_TOOL_CASES "explain");
+    EXPECT_EQ(ran.status, 2) << arguments << ran.err;
+    EXPECT_EQ(ran.out, "") << arguments;
+    EXPECT_NE(ran.err, "") << arguments;
+  }
+}
+
 }  // namespace
 }  // namespace corvo::tool
