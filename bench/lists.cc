@@ -1,7 +1,9 @@
 #include <corvo/evaluation.h>
+#include <corvo/fakes.h>
 #include <corvo/user_builder.h>
 
 #include <string>
+#include <vector>
 
 #include "bench/bench_client.h"
 #include "bench/project.h"
@@ -19,18 +21,14 @@ constexpr const char* kListFlag = "listed";
 constexpr const char* kListExperiment = "experiment-of-listed";
 
 std::string listsJson() {
-  std::string list;
-  for (std::size_t i = 0; i < kListed; ++i) {
-    list += (list.empty() ? "\"guest-" : ", \"guest-") + std::to_string(i * 7'919) + '"';
-  }
-  return R"({"feature_flags": [{"name": ")" + std::string(kListFlag) +
-         R"(", "type": "boolean", "rules": [{"is_default": false, "value": "true",
-            "conditional_statement": "AND", "conditions": [{"name": "custom.plan",
-            "condition_sign": "any of", "value": [)" +
-         list + R"(]}]}, {"is_default": true, "value": "true", "conditional_statement": "-",
-            "conditions": []}]}], "experiments": [{"name": ")" +
-         kListExperiment + R"(", "salt": "s", "allocation": 1, "forced_user_list": [)" + list +
-         R"(], "groups": [{"name": "control", "weight": 1}]}]})";
+  std::vector<std::string> guests;
+  for (std::size_t i = 0; i < kListed; ++i) guests.push_back("guest-" + std::to_string(i * 7'919));
+  const std::vector<fakes::Value> values(guests.begin(), guests.end());
+  const auto isGuest = fakes::where("custom.plan", fakes::Sign::anyOf, values);
+  return fakes::project()
+      .flag(kListFlag, when(isGuest, true).otherwise(true))
+      .experiment(fakes::experiment(kListExperiment, {"control"}).salt("s").forceUsers(guests))
+      .toJson();
 }
 
 void askListFlag(benchmark::State& state) {

@@ -18,11 +18,6 @@ void closeList(std::string& text, char bracket) {
   }
 }
 
-std::size_t columnOf(std::string_view line, std::size_t place) {
-  const std::string lineAndColumn = corvo_internal::json::lineAndColumn(line, place);
-  return std::stoull(lineAndColumn.substr(lineAndColumn.find(':') + 1));
-}
-
 }  // namespace
 
 void LineAnswerer::answer(LineBatch& batch) {
@@ -42,7 +37,8 @@ void LineAnswerer::answer(LineBatch& batch) {
 
 void LineAnswerer::answer(std::string_view line, std::size_t number, LineBatch& batch) {
   if (const auto fault = user_.read(line)) {
-    return refuse(user_.id(), *fault, number, columnOf(line, fault->place), batch);
+    const auto [ignored, column] = corvo_internal::json::LineCounter(line).at(fault->place);
+    return refuse(user_.id(), *fault, number, column, batch);
   }
   about_.reset(user_.context());
   std::string& out = batch.answers;

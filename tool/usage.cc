@@ -2,11 +2,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <optional>
 #include <vector>
 
+#include "base/nearest_word.h"
 #include "tool/command_tree.h"
-#include "tool/suggestion.h"
 
 namespace corvo::tool {
 namespace {
@@ -48,8 +47,9 @@ std::string whereHelpIs(const CLI::App& command) {
 std::string noSuch(const char* kind, const std::string& typed, const Words& known,
                    const CLI::App& command) {
   std::string text = pathOf(command) + ": there is no " + kind + " \"" + typed + "\"";
-  const std::optional<std::string> meant = nearest(typed, known);
-  return text + (meant ? "; did you mean \"" + *meant + "\"?" : whereHelpIs(command));
+  const std::vector<std::string_view> words(known.begin(), known.end());
+  const std::string meant(corvo_internal::base::nearestWord(typed, words));
+  return text + (meant.empty() ? whereHelpIs(command) : "; did you mean \"" + meant + "\"?");
 }
 
 std::string unexpectedOption(const std::string& name, const CLI::App& command) {

@@ -37,6 +37,10 @@ UserLine::Fault located(const DocumentFault& fault, const JsonNode& root, std::s
           places.nodes.at(static_cast<std::size_t>(fault.node - &root))};
 }
 
+bool isScalar(const JsonNode& value) {
+  return value.kind != JsonKind::object && value.kind != JsonKind::array;
+}
+
 /// The field for a key of "device"; null if the key is unknown.
 std::optional<std::string> DeviceFacts::*factOf(std::string_view key) {
   if (key == "deviceId") return &DeviceFacts::vendorIdentifier;
@@ -87,8 +91,7 @@ PerhapsFault UserLine::readUser(const JsonNode& user) {
 void UserLine::readId(const JsonNode& user) {
   for (const auto [key, value] : JsonMembers(user)) {
     if (key != "id") continue;
-    const bool isScalar = value.kind != JsonKind::object && value.kind != JsonKind::array;
-    id_ = isScalar ? value.text() : "null";
+    id_ = isScalar(value) ? value.text() : "null";
     if (value.kind == JsonKind::string) id_ = JsonValue(std::move(id_)).toJson();
   }
 }
@@ -103,8 +106,7 @@ PerhapsFault UserLine::readMember(std::string_view key, const JsonNode& value) {
     return std::nullopt;
   }
   if (key != "id") return unknownKey(key, value);
-  const bool isScalar = value.kind != JsonKind::object && value.kind != JsonKind::array;
-  return isScalar ? PerhapsFault() : wrongKind("a scalar", value);
+  return isScalar(value) ? PerhapsFault() : wrongKind("a scalar", value);
 }
 
 PerhapsFault UserLine::readGeo(const JsonNode& value) {

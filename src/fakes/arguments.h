@@ -10,15 +10,18 @@
 
 namespace corvo::fakes {
 
+/// Whether an enumerator may be cast to its namesake in the model.
+template <class Own, class InModel>
+[[nodiscard]] constexpr bool sameNumber(Own own, InModel inModel) {
+  return static_cast<int>(own) == static_cast<int>(inModel);
+}
+
 /// The exception for a wrong argument, with a message that is put together from its parts.
 [[nodiscard]] inline std::invalid_argument wrong(std::initializer_list<std::string_view> parts) {
   std::string message;
   for (const std::string_view part : parts) message += part;
   return std::invalid_argument(message);
 }
-
-/// What a document has in place of a type's name.
-inline constexpr int kHoldoutType = 5;
 
 /// The object that a text written by hand holds.
 [[nodiscard]] inline JsonObject byHand(std::string_view text) {

@@ -9,6 +9,16 @@ namespace corvo::fakes {
 namespace {
 
 namespace model = corvo_internal::model;
+using TypeInModel = model::ExperimentType;
+using model::SplitMode;
+
+static_assert(sameNumber(SplitBy::userId, SplitMode::userId));
+static_assert(sameNumber(SplitBy::deviceId, SplitMode::deviceId));
+static_assert(sameNumber(SplitBy::profileId, SplitMode::profileId));
+static_assert(sameNumber(ExperimentType::featureFlag, TypeInModel::featureFlag));
+static_assert(sameNumber(ExperimentType::param, TypeInModel::param));
+static_assert(sameNumber(ExperimentType::splitUrl, TypeInModel::splitUrl));
+static_assert(sameNumber(ExperimentType::webBuilder, TypeInModel::webBuilder));
 
 JsonArray textsOf(const OneOrMore<std::string>& texts) {
   return {texts.list().begin(), texts.list().end()};
@@ -154,7 +164,7 @@ ExperimentBuilder& ExperimentBuilder::salt(std::string_view salt) {
 }
 
 ExperimentBuilder& ExperimentBuilder::splitBy(SplitBy property) {
-  const auto mode = static_cast<model::SplitMode>(property);
+  const auto mode = static_cast<SplitMode>(property);
   return field("split_by", std::string(model::textOf(mode)));
 }
 
@@ -219,8 +229,10 @@ JsonObject ExperimentBuilder::json() const {
   }
   JsonArray flags;
   for (const FlagBuilder& each : flags_) flags.push_back(each.json(isPrivate_));
-  const auto type =
+  const auto usual =
       flags_.empty() && !params_.empty() ? ExperimentType::param : ExperimentType::featureFlag;
+  const auto type =
+      isHoldout_ ? TypeInModel::holdout : static_cast<TypeInModel>(type_.value_or(usual));
   experiment.emplace("name", name_);
   experiment.emplace("salt", name_);
   experiment.emplace("allocation", allocation_);
@@ -233,7 +245,7 @@ JsonObject ExperimentBuilder::json() const {
   putList(experiment, "feature_flags", flags);
   if (isPrivate_) experiment.emplace("is_private", true);
   putList(experiment, "holdouts", textsOf(holdouts_));
-  experiment.emplace("type", isHoldout_ ? kHoldoutType : static_cast<int>(type_.value_or(type)));
+  experiment.emplace("type", static_cast<int>(type));
   return experiment;
 }
 

@@ -4,16 +4,19 @@
 #include <set>
 
 #include "fakes/arguments.h"
+#include "model/config.h"
 
 namespace corvo::fakes {
 namespace {
+
+constexpr auto kHoldout = corvo_internal::model::ExperimentType::holdout;
 
 std::optional<std::string> nameOfHoldout(const JsonObject& experiment) {
   const auto type = experiment.find("type");
   const auto name = experiment.find("name");
   if (type == experiment.end() || name == experiment.end()) return std::nullopt;
   const auto* const text = name->second.as<std::string>();
-  if (type->second.asNumber() != kHoldoutType || text == nullptr) return std::nullopt;
+  if (type->second.asNumber() != static_cast<int>(kHoldout) || text == nullptr) return std::nullopt;
   return *text;
 }
 

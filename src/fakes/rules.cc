@@ -1,40 +1,55 @@
 #include <corvo/fakes/rules.h>
 
-#include <cstddef>
+#include <utility>
 
 #include "base/md5.h"
 #include "fakes/arguments.h"
 #include "model/fields.h"
+#include "targeting/condition.h"
 
 namespace corvo::fakes {
 namespace {
 
 namespace model = corvo_internal::model;
+namespace targeting = corvo_internal::targeting;
 
-static_assert(static_cast<std::size_t>(Sign::notContains) + 1 == model::kConditionSignCount);
+using SignInModel = model::ConditionSign;
 
-model::ConditionSign inModel(Sign sign) { return static_cast<model::ConditionSign>(sign); }
+static_assert(sameNumber(Sign::equal, SignInModel::equal));
+static_assert(sameNumber(Sign::notEqual, SignInModel::notEqual));
+static_assert(sameNumber(Sign::anyOf, SignInModel::anyOf));
+static_assert(sameNumber(Sign::noneOf, SignInModel::noneOf));
+static_assert(sameNumber(Sign::containsAnyOf, SignInModel::containsAnyOf));
+static_assert(sameNumber(Sign::containsNoneOf, SignInModel::containsNoneOf));
+static_assert(sameNumber(Sign::onDate, SignInModel::onDate));
+static_assert(sameNumber(Sign::afterTime, SignInModel::afterTime));
+static_assert(sameNumber(Sign::beforeTime, SignInModel::beforeTime));
+static_assert(sameNumber(Sign::greater, SignInModel::greater));
+static_assert(sameNumber(Sign::less, SignInModel::less));
+static_assert(sameNumber(Sign::greaterEqual, SignInModel::greaterEqual));
+static_assert(sameNumber(Sign::lessEqual, SignInModel::lessEqual));
+static_assert(sameNumber(Sign::startsWith, SignInModel::startsWith));
+static_assert(sameNumber(Sign::notStartsWith, SignInModel::notStartsWith));
+static_assert(sameNumber(Sign::endsWith, SignInModel::endsWith));
+static_assert(sameNumber(Sign::notEndsWith, SignInModel::notEndsWith));
+static_assert(sameNumber(Sign::contains, SignInModel::contains));
+static_assert(sameNumber(Sign::notContains, SignInModel::notContains));
 
-bool takesAList(Sign sign) {
-  return sign == Sign::anyOf || sign == Sign::noneOf || sign == Sign::containsAnyOf ||
-         sign == Sign::containsNoneOf;
-}
-
-/// Whether the sign compares digests where flag or experiment are private.
-bool comparesDigests(Sign sign) { return sign <= Sign::noneOf || sign >= Sign::startsWith; }
+SignInModel inModel(Sign sign) { return static_cast<SignInModel>(sign); }
 
 std::string digestOf(std::string_view text) {
   return std::string(corvo_internal::base::view(corvo_internal::base::md5Hex(text)));
 }
 
 JsonValue written(const Condition& condition, bool isPrivate) {
+  const SignInModel sign = inModel(condition.sign);
   JsonArray values;
   for (const Value& value : condition.values) {
-    values.emplace_back(isPrivate && comparesDigests(condition.sign) ? digestOf(value.text())
-                                                                     : value.text());
+    values.emplace_back(isPrivate && targeting::comparesDigests(sign) ? digestOf(value.text())
+                                                                      : value.text());
   }
   return JsonObject{{"name", condition.property},
-                    {"condition_sign", std::string(model::textOf(inModel(condition.sign)))},
+                    {"condition_sign", std::string(model::textOf(sign))},
                     {"value", std::move(values)}};
 }
 
@@ -46,7 +61,7 @@ Value::Value(const JsonValue& value)
 }
 
 Condition where(std::string_view property, Sign sign, const OneOrMore<Value>& values) {
-  if (!takesAList(sign) && values.list().size() != 1) {
+  if (!targeting::takesSeveralValues(inModel(sign)) && values.list().size() != 1) {
     throw wrong({"the condition on \"", property, "\" takes one value with the sign \"",
                  model::textOf(inModel(sign)), "\", not ", std::to_string(values.list().size()),
                  "; for lists there are anyOf and noneOf"});

@@ -5,7 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "lint/suggestion.h"
+#include "base/nearest_word.h"
+#include "lint/report.h"
 #include "targeting/condition.h"
 #include "targeting/device_properties.h"
 
@@ -18,11 +19,6 @@ using Sign = model::ConditionSign;
 bool isAbout(Sign sign, Sign first, Sign last) { return first <= sign && sign <= last; }
 bool isDated(Sign sign) { return isAbout(sign, Sign::onDate, Sign::beforeTime); }
 bool isOrdering(Sign sign) { return isAbout(sign, Sign::greater, Sign::lessEqual); }
-// The operators that compare the property's digest if the flag or experiment is private.
-bool isHashable(Sign sign) {
-  return isAbout(sign, Sign::equal, Sign::noneOf) ||
-         isAbout(sign, Sign::startsWith, Sign::notContains);
-}
 
 // --- Values that the operator cannot use ---------------------------------------------------------
 
@@ -70,10 +66,10 @@ std::string meantProperty(std::string_view name) {
   constexpr std::array<std::string_view, 13> kNames{
       "userId", "profileId", "email",    "appVersion",  "deviceId",  "os.name", "os.version",
       "time",   "date",      "geo.code", "geo.country", "geo.state", "geo.city"};
-  if (const auto near = nearest(name, kNames); !near.empty()) return std::string(near);
+  if (const auto near = base::nearestWord(name, kNames); !near.empty()) return std::string(near);
   const std::size_t dot = name.find('.');
   if (dot == std::string_view::npos) return "custom." + std::string(name);
-  const auto prefix = nearest(name.substr(0, dot + 1), kPrefixes);
+  const auto prefix = base::nearestWord(name.substr(0, dot + 1), kPrefixes);
   return prefix.empty() ? "" : std::string(prefix) + std::string(name.substr(dot + 1));
 }
 
@@ -133,7 +129,9 @@ void checkCondition(const Document& document, Placed<Condition> condition,
     checkValues(*condition, *constant, document.place(condition, &Condition::values), report);
   }
   checkProperty(document, condition, report);
-  if (isPrivate && isHashable(condition->conditionSign)) checkDigests(document, condition, report);
+  if (isPrivate && targeting::comparesDigests(condition->conditionSign)) {
+    checkDigests(document, condition, report);
+  }
 }
 
 }  // namespace corvo::corvo_internal::lint

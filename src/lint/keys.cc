@@ -3,8 +3,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "base/nearest_word.h"
 #include "lint/checks.h"
-#include "lint/suggestion.h"
 
 namespace corvo::corvo_internal::lint {
 namespace {
@@ -82,7 +82,7 @@ class KeyCheck {
                          "the key " + quoted(key) + " is repeated: only the last one counts");
       } else if (!isKnown) {
         report_.addAtKey(Code::unknownKey, *keys[i],
-                         "unknown key " + quoted(key) + didYouMean(nearest(key, known)));
+                         "unknown key " + quoted(key) + didYouMean(base::nearestWord(key, known)));
       }
     }
   }

@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "base/nearest_word.h"
 #include "json/json_pointer.h"
 #include "lint/checks.h"
-#include "lint/suggestion.h"
 #include "project/platform_filter.h"
 
 namespace corvo::corvo_internal::lint {
@@ -20,7 +20,7 @@ void suggestOf(const ReadFailure& failure, std::string_view& best) {
   std::vector<std::string_view> texts;
   texts.reserve(model::EnumTexts<E>::list.size());
   for (const auto& [value, text] : model::EnumTexts<E>::list) texts.push_back(text);
-  best = nearest(failure.node->text(), texts);
+  best = base::nearestWord(failure.node->text(), texts);
 }
 
 // The word of an enumeration that an unknown one was probably meant to be.

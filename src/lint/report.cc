@@ -71,6 +71,10 @@ std::string quoted(std::string_view text) {
   return writer.take();
 }
 
+std::string didYouMean(std::string_view word) {
+  return word.empty() ? "" : "; did you mean " + quoted(word) + "?";
+}
+
 std::string withinLine(std::string_view text) {
   constexpr std::size_t kLongest = 200;
   std::string line = cut(text, kLongest);

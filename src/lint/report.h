@@ -53,6 +53,8 @@ class Report {
 [[nodiscard]] std::string quoted(std::string_view text);
 /// The same without quotes, for a text that is itself a message.
 [[nodiscard]] std::string withinLine(std::string_view text);
+/// `; did you mean "word"?`, or an empty text if there is no word.
+[[nodiscard]] std::string didYouMean(std::string_view word);
 /// "a", "b" and "c"; of more than three names, the first three and the number of the others.
 [[nodiscard]] std::string listed(const std::vector<std::string_view>& first, std::size_t count);
 /// A number with the shortest digits, without a fraction if it is whole.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <type_traits>
 #include <utility>
 
 #include "base/cold.h"
@@ -78,17 +79,12 @@ bool before(std::int64_t property, std::int64_t value, const LocalTime&) {
 
 std::optional<Texts> allTexts(Texts values) { return values; }
 
-// The single value, as parsed by `parse`.
-template <auto parse>
-auto single(Texts values) -> decltype(parse(values[0])) {
-  if (values.size() != 1) return std::nullopt;
-  return parse(values[0]);
-}
-
 std::optional<Alternatives> alternatives(Texts values) { return Alternatives{values[0], values}; }
 
-std::optional<Alternatives> oneAlternative(Texts values) {
-  return values.size() == 1 ? alternatives(values) : std::nullopt;
+// The value of an operator that takes only one, as parsed by `parse`.
+template <auto parse>
+auto single(Texts values) -> decltype(parse(values[0])) {
+  return parse(values[0]);
 }
 
 std::optional<std::string_view> asText(std::string_view text) { return text; }
@@ -151,7 +147,10 @@ Value kept(const Value& value, base::Pool& /*pool*/) {
 }
 PreparedVersion kept(const Version& version, base::Pool& pool) { return pool.list(version); }
 
+using Of = model::ConditionSign;
+
 struct Sign {
+  Of of;
   std::optional<Operand> (*read)(Texts values, base::Pool& pool);
   Match match;
   bool unread;  // the answer if there are values, but the operator cannot use them
@@ -159,10 +158,14 @@ struct Sign {
 
 // An operator that tests with `test` the values that `read` parses. Does not compile unless their
 // types agree.
-template <auto read, auto test>
+template <Of of, auto read, auto test>
 constexpr Sign sign(bool unread = false) {
   using Value = decltype(kept(*read(Texts()), std::declval<base::Pool&>()));
-  return {[](Texts values, base::Pool& pool) -> std::optional<Operand> {
+  constexpr bool isOfWholeTexts =
+      std::is_same_v<Value, Alternatives> || std::is_same_v<Value, std::string_view>;
+  static_assert(isOfWholeTexts == comparesDigests(of));
+  return {of,
+          [](Texts values, base::Pool& pool) -> std::optional<Operand> {
             const auto value = read(values);
             if (!value) return std::nullopt;
             return Operand(std::in_place_type<Value>, kept(*value, pool));
@@ -173,59 +176,51 @@ constexpr Sign sign(bool unread = false) {
           unread};
 }
 
-using model::kConditionSignCount;
 using Greater = std::greater<>;
 using Less = std::less<>;
 using GreaterEqual = std::greater_equal<>;
 using LessEqual = std::less_equal<>;
 
-using Of = model::ConditionSign;
-
-struct Row {
-  Of of;
-  Sign sign;
+constexpr std::array<Sign, model::kConditionSignCount> kSigns{
+    sign<Of::equal, alternatives, isAny<true>>(),
+    sign<Of::notEqual, alternatives, isAny<false>>(true),
+    sign<Of::anyOf, alternatives, isAny<true>>(),
+    sign<Of::noneOf, alternatives, isAny<false>>(),
+    sign<Of::containsAnyOf, allTexts, contains<true>>(),
+    sign<Of::containsNoneOf, allTexts, contains<false>>(),
+    sign<Of::onDate, oneDate, onDate<sameDay>>(),
+    sign<Of::afterTime, oneDate, onDate<after>>(),
+    sign<Of::beforeTime, oneDate, onDate<before>>(),
+    sign<Of::greater, oneNumber, onNumber<Greater>>(),
+    sign<Of::less, oneNumber, onNumber<Less>>(),
+    sign<Of::greaterEqual, oneNumber, onNumber<GreaterEqual>>(),
+    sign<Of::lessEqual, oneNumber, onNumber<LessEqual>>(),
+    sign<Of::startsWith, oneText, onText<starts, true>>(),
+    sign<Of::notStartsWith, oneText, onText<starts, false>>(),
+    sign<Of::endsWith, oneText, onText<ends, true>>(),
+    sign<Of::notEndsWith, oneText, onText<ends, false>>(),
+    sign<Of::contains, oneText, onText<isPart, true>>(),
+    sign<Of::notContains, oneText, onText<isPart, false>>(),
 };
-
-constexpr std::array<Row, kConditionSignCount> kSigns{{
-    {Of::equal, sign<oneAlternative, isAny<true>>()},
-    {Of::notEqual, sign<oneAlternative, isAny<false>>(true)},
-    {Of::anyOf, sign<alternatives, isAny<true>>()},
-    {Of::noneOf, sign<alternatives, isAny<false>>()},
-    {Of::containsAnyOf, sign<allTexts, contains<true>>()},
-    {Of::containsNoneOf, sign<allTexts, contains<false>>()},
-    {Of::onDate, sign<oneDate, onDate<sameDay>>()},
-    {Of::afterTime, sign<oneDate, onDate<after>>()},
-    {Of::beforeTime, sign<oneDate, onDate<before>>()},
-    {Of::greater, sign<oneNumber, onNumber<Greater>>()},
-    {Of::less, sign<oneNumber, onNumber<Less>>()},
-    {Of::greaterEqual, sign<oneNumber, onNumber<GreaterEqual>>()},
-    {Of::lessEqual, sign<oneNumber, onNumber<LessEqual>>()},
-    {Of::startsWith, sign<oneText, onText<starts, true>>()},
-    {Of::notStartsWith, sign<oneText, onText<starts, false>>()},
-    {Of::endsWith, sign<oneText, onText<ends, true>>()},
-    {Of::notEndsWith, sign<oneText, onText<ends, false>>()},
-    {Of::contains, sign<oneText, onText<isPart, true>>()},
-    {Of::notContains, sign<oneText, onText<isPart, false>>()},
-}};
-static_assert(model::isByEnumerator(kSigns, [](const Row& row) { return row.of; }));
+static_assert(model::isByEnumerator(kSigns, [](const Sign& sign) { return sign.of; }));
 
 // The ordering operators, for versions.
-constexpr std::array<Row, 4> kVersionSigns{{
-    {Of::greater, sign<oneVersion, onVersion<Greater>>()},
-    {Of::less, sign<oneVersion, onVersion<Less>>()},
-    {Of::greaterEqual, sign<oneVersion, onVersion<GreaterEqual>>()},
-    {Of::lessEqual, sign<oneVersion, onVersion<LessEqual>>()},
-}};
+constexpr std::array<Sign, 4> kVersionSigns{
+    sign<Of::greater, oneVersion, onVersion<Greater>>(),
+    sign<Of::less, oneVersion, onVersion<Less>>(),
+    sign<Of::greaterEqual, oneVersion, onVersion<GreaterEqual>>(),
+    sign<Of::lessEqual, oneVersion, onVersion<LessEqual>>(),
+};
 
-const Row* orderingOfVersions(const model::Condition& condition) {
+const Sign* orderingOfVersions(const model::Condition& condition) {
   if (condition.name != "appVersion") return nullptr;
-  const auto found = std::ranges::find(kVersionSigns, condition.conditionSign, &Row::of);
+  const auto found = std::ranges::find(kVersionSigns, condition.conditionSign, &Sign::of);
   return found != kVersionSigns.end() ? &*found : nullptr;
 }
 
 const Sign& signOf(const model::Condition& condition) {
-  if (const Row* ordering = orderingOfVersions(condition)) return ordering->sign;
-  return kSigns[static_cast<std::size_t>(condition.conditionSign)].sign;
+  if (const Sign* ordering = orderingOfVersions(condition)) return *ordering;
+  return kSigns[static_cast<std::size_t>(condition.conditionSign)];
 }
 
 template <bool answer>
@@ -243,7 +238,8 @@ PreparedCondition::PreparedCondition(const model::Condition& condition, Vocabula
     : match_(always<false>), property_(vocabulary.names.numberOf(condition.name)) {
   if (condition.values.empty()) return;
   const Sign& sign = signOf(condition);
-  if (auto operand = sign.read(condition.values, vocabulary.pool)) {
+  const bool isTooMany = condition.values.size() > 1 && !takesSeveralValues(sign.of);
+  if (auto operand = isTooMany ? std::nullopt : sign.read(condition.values, vocabulary.pool)) {
     operand_ = *operand;
     if (auto* texts = std::get_if<Alternatives>(&operand_)) {
       texts->prepared = vocabulary.lists.of(condition.values);

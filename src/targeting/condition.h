@@ -32,6 +32,18 @@ using Operand = std::variant<std::string_view, model::List<model::Text>, Alterna
 /// How an operator compares. Called only with the kind of operand that it requires.
 using Match = bool (*)(const Operand& operand, const Subject& subject);
 
+/// Whether an operator takes any number of values. The others cannot use more than one.
+[[nodiscard]] constexpr bool takesSeveralValues(model::ConditionSign sign) {
+  using Sign = model::ConditionSign;
+  return Sign::anyOf <= sign && sign <= Sign::containsNoneOf;
+}
+
+/// Whether an operator compares the property's digest if the flag or experiment is private.
+[[nodiscard]] constexpr bool comparesDigests(model::ConditionSign sign) {
+  using Sign = model::ConditionSign;
+  return sign <= Sign::noneOf || Sign::startsWith <= sign;
+}
+
 /// Whether a condition orders versions. For any other property, its operator orders numbers.
 [[nodiscard]] bool ordersVersions(const model::Condition& condition);
 

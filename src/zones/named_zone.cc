@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -140,6 +141,18 @@ bool isPlain(std::string_view name) {
          name.front() != '/' && name.find("..") == std::string_view::npos;
 }
 
+/// The offset of each type of local time; empty if one is a day or more.
+std::optional<std::vector<std::int32_t>> offsetsOf(Bytes types, std::uint64_t count) {
+  constexpr std::int64_t kDay = 86'400;
+  std::vector<std::int32_t> offsets;
+  for (std::uint64_t i = 0; i < count; ++i) {
+    offsets.push_back(static_cast<std::int32_t>(types.number(4)));
+    if (std::abs(std::int64_t{offsets.back()}) >= kDay) return std::nullopt;
+    types.take(2);  // the flag for daylight saving time, and the index of the name
+  }
+  return offsets;
+}
+
 std::filesystem::path databaseFolder() {
   const char* const chosen = std::getenv("TZDIR");
   return chosen != nullptr && *chosen != '\0' ? chosen : "/usr/share/zoneinfo";
@@ -162,7 +175,6 @@ std::shared_ptr<const TimeZone> namedZone(const std::string& name) {
 }
 
 std::shared_ptr<const TimeZone> zoneOfFile(std::string_view content) {
-  constexpr std::int64_t kDay = 86'400;
   constexpr std::int64_t kLatest = std::int64_t{1} << 59;  // latest and, negated, earliest moment
   Bytes file(content);
   const Header old(file);
@@ -173,26 +185,21 @@ std::shared_ptr<const TimeZone> zoneOfFile(std::string_view content) {
 
   Bytes moments(file.take(header.changes * 8));
   const std::string_view kinds = file.take(header.changes);
-  Bytes types(file.take(header.types * 6));
+  const Bytes types(file.take(header.types * 6));
   file.take(header.letters + header.isStandard + header.isUt);
   const bool hasRule = file.take(1) == "\n";
   const std::string_view rule = file.line();
   if (!file.fits() || !hasRule || header.types == 0) return nullptr;
 
-  std::vector<std::int32_t> offsets;
-  for (std::uint64_t i = 0; i < header.types; ++i) {
-    offsets.push_back(static_cast<std::int32_t>(types.number(4)));
-    if (std::abs(std::int64_t{offsets.back()}) >= kDay) return nullptr;
-    types.take(2);  // the flag for daylight saving time, and the index of the name
-  }
-
-  auto zone = std::make_shared<TableZone>(offsets.front());
+  const auto offsets = offsetsOf(types, header.types);
+  if (!offsets) return nullptr;
+  auto zone = std::make_shared<TableZone>(offsets->front());
   std::int64_t last = -kLatest - 1;
   for (const char kind : kinds) {
     const auto moment = static_cast<std::int64_t>(moments.number(8));
     const auto type = static_cast<unsigned char>(kind);
-    if (moment <= last || moment > kLatest || type >= offsets.size()) return nullptr;
-    zone->add({moment, offsets[type]});
+    if (moment <= last || moment > kLatest || type >= offsets->size()) return nullptr;
+    zone->add({moment, offsets->at(type)});
     last = moment;
   }
   if (rule.empty()) return zone;

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 
+#include "base/nearest_word.h"
 #include "base/text_index.h"
 #include "tests/base/case_table.h"
 
@@ -80,6 +82,13 @@ TEST(Contains, FindsAPartWhereverItStands) {
   EXPECT_TRUE(TextIndex("").contains(""));
   EXPECT_FALSE(TextIndex("").contains("\0"sv));
   EXPECT_TRUE(TextIndex("\0\xFF\0"sv).contains("\xFF\0"sv));
+}
+
+TEST(NearestWord, IsTheOneThatTheTableSays) {
+  for (const auto& [text, first, second, nearest] :
+       tests::caseTable<4>(CORVO_BASE_CASES "nearest_words.txt")) {
+    EXPECT_EQ(nearestWord(text, std::array<std::string_view, 2>{first, second}), nearest) << text;
+  }
 }
 
 TEST(EqualsLowerCased, FoldsAsciiCaseOnly) {

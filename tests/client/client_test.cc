@@ -64,9 +64,7 @@ TEST_F(ClientTest, TellsHowFreshItsCopiesAre) {
 }
 
 TEST_F(ClientTest, TakesNoIndexInEveryForm) {
-  fake.session->always("config.json",
-                       fakes::ok(R"({"experiments": [{"name": "e", "salt": "s", "allocation": 1,
-    "groups": [{"name": "a", "weight": 1}]}]})"));
+  fake.serve(fakes::project().experiment("e", {"a"}));
   const auto client = makeClient(0, CorvoUser::Builder().setUserId("u").build());
   const auto forced = [&] { return stored("corvoForcedExperiments.value"); };
   client->includeForce("e", 0).get();

@@ -37,13 +37,16 @@ std::string times(std::size_t count, const std::string& text) {
   return all;
 }
 
+const std::string kDefaultRule =
+    R"({"is_default": true, "value": "2", "conditional_statement": "-", "conditions": []})";
+std::string rule(const std::string& statement, const std::string& conditions) {
+  return R"({"is_default": false, "value": "1", "conditional_statement": ")" + statement +
+         R"(", "conditions": [)" + conditions + "]}";
+}
 std::string flag(const std::string& name, const std::string& conditions, bool isPrivate = false) {
   return R"({"name": ")" + name + R"(", "type": "t", "is_private": )" +
-         (isPrivate ? "true" : "false") +
-         R"(, "rules": [{"is_default": false, "value": "1", "conditional_statement": "OR",
-             "conditions": [)" +
-         conditions + R"(]}, {"is_default": true, "value": "2", "conditional_statement": "-",
-             "conditions": []}]})";
+         (isPrivate ? "true" : "false") + R"(, "rules": [)" + rule("OR", conditions) + "," +
+         kDefaultRule + "]}";
 }
 std::string condition(const std::string& sign, const std::string& values, const std::string& name) {
   return R"({"name": ")" + name + R"(", "condition_sign": ")" + sign + R"(", "value": [)" + values +
@@ -110,9 +113,9 @@ World ofOneHoldout(std::size_t size) {
 
 /// One experiment with flags, one with parameters; each name occurs twice.
 World ofValuesInAGroup(std::size_t size) {
-  const std::string flag = R"({"name": "f@", "type": "t", "rules": [], "groups": [{"group": "g",
-      "rules": [{"is_default": true, "value": "1", "conditional_statement": "-",
-                 "conditions": []}]}]})";
+  const std::string flag =
+      R"({"name": "f@", "type": "t", "rules": [], "groups": [{"group": "g", "rules": [)" +
+      kDefaultRule + "]}]}";
   const std::string param =
       R"({"name": "f@", "type": "t", "values": [{"group": "g", "value": "1"}]})";
   const auto twice = [&](const std::string& text) { return times(size / 2, text + "," + text); };
@@ -208,10 +211,6 @@ std::map<std::string, std::function<std::string(std::size_t)>> lintedDocuments()
              "]}]}";
     };
   };
-  const auto rule = [](const std::string& conditions) {
-    return R"({"is_default": false, "value": "1", "conditional_statement": "AND", "conditions": [)" +
-           conditions + "]}";
-  };
   const auto inLayer = [](const std::string& lower, const std::string& upper) {
     return experiment("e@", R"(, "layer_bounds": [{"lower_bound": )" + lower +
                                 R"(, "upper_bound": )" + upper + "}]");
@@ -233,11 +232,11 @@ std::map<std::string, std::function<std::string(std::size_t)>> lintedDocuments()
        [](std::size_t size) { return ofExperiments(times(size, experiment("e@", ""))).config; }},
       {"overlaps",
        [=](std::size_t size) { return ofExperiments(times(size, inLayer("0", "@"))).config; }},
-      {"rules", rules(rule(condition("less", R"("@")", "geo.p")))},
+      {"rules", rules(rule("AND", condition("less", R"("@")", "geo.p")))},
       {"versions",
        [=](std::size_t size) {
          const auto above = [&](const std::string& version) {
-           return rule(condition("greater", version, "appVersion"));
+           return rule("AND", condition("greater", version, "appVersion"));
          };
          const std::string zeros = "{" + std::to_string(32 * size) + "*0.}";
          return tests::unfolded(
@@ -245,7 +244,8 @@ std::map<std::string, std::function<std::string(std::size_t)>> lintedDocuments()
        }},
       {"conditions",
        [=](std::size_t size) {
-         return rules(rule(times(size, condition("any of", R"("@", "a", "b")", "geo.p"))))(2);
+         return rules(rule("AND", times(size, condition("any of", R"("@", "a", "b")", "geo.p"))))(
+             2);
        }},
       {"groups",
        [=](std::size_t size) {

@@ -55,17 +55,14 @@ TEST(Explanation, ReadsAsWritten) {
 }
 
 TEST(Explanation, IsJsonForPrograms) {
-  const Project project = Project::decode(R"({"feature_flags": [{"name": "\"", "type": "t",
-      "rules": [{"is_default": true, "value": "1e1", "conditional_statement": "AND",
-                 "conditions": []}]}]})")
-                              .value();
+  const Project project = fakes::project().flag("\"", "1e1").decode();
   Evaluation asked = project.evaluate({});
   EXPECT_EQ(asked.explainFlag("\"").toJson(),
             R"({"question":"flag","name":"\"","value":"1e1","error":null,"steps":[)"
             R"({"code":"flag","outcome":"found","facts":{"private":false},)"
             R"("steps":[]},{"code":"rules","outcome":"found","facts":{"private":false},"steps":[)"
             R"({"code":"rule","outcome":"holds","facts":{"position":0,"default":true,)"
-            R"("statement":"AND","value":"1e1"},"steps":[]}]},{"code":"value","outcome":"done",)"
+            R"("statement":"-","value":"1e1"},"steps":[]}]},{"code":"value","outcome":"done",)"
             R"("facts":{"text":"1e1","type":"double"},"steps":[]}]})");
   EXPECT_EQ(asked.explainExperiment("\xFF").toJson(),
             "{\"question\":\"experiment\",\"name\":\"\uFFFD\",\"value\":null,\"error\":"
@@ -82,8 +79,7 @@ TEST(Explanation, KeepsNamesWithinTheirLine) {
 }
 
 TEST(Explanation, CutsLongTextsOfTheUser) {
-  const char* const document = R"({"experiments": [{"name": "e", "salt": "", "allocation": 1}]})";
-  const Project project = Project::decode(document).value();
+  const Project project = fakes::project().experiment("e", {"g"}).decode();
   const std::string most(1'023, 'x');
   for (const auto& [end, shown] :
        {std::pair{"y", "y"}, std::pair{"\u00E9", "\u2026"}, std::pair{"yz", "y\u2026"}}) {

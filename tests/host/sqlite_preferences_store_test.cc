@@ -508,7 +508,7 @@ TEST_F(SqlitePreferencesStoreTest, ALockInBetweenCostsThatAnswerOnly) {
   EXPECT_EQ(suite->read("a"), "2");
 }
 
-TEST(PatienceTest, WaitsATenthOfASecondWithinAnySecond) {
+TEST(WaitBudgetTest, WaitsATenthOfASecondWithinAnySecond) {
   using Milliseconds = host::WaitBudget::Milliseconds;
   Milliseconds now(0);
   host::WaitBudget waitBudget([&](Milliseconds duration) { return now += duration; });

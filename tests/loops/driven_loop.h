@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvo/client_registry.h>
+#include <corvo/fakes.h>
 #include <corvo/host.h>
 #include <gtest/gtest.h>
 
@@ -31,9 +32,7 @@ class AppLoop {
 /// The loop that a program tests: what is promised of all of them is tested with each.
 std::unique_ptr<AppLoop> makeAppLoop();
 
-inline const std::string kConfig =
-    R"({"feature_flags": [{"name": "on", "type": "bool", "rules": [{"is_default": true,
-        "value": "true", "conditional_statement": "-", "conditions": []}]}]})";
+inline const std::string kConfig = fakes::project().flag("on", true).toJson();
 
 /// Counts the ticks of a loop.
 class CountedLoop final : public HostLoop {

@@ -1,5 +1,6 @@
 #include "model/codec.h"
 
+#include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -60,17 +61,11 @@ TEST(ConfigCodec, WritesWhatItReads) {
 
 // Whatever the size of a list, what is prepared about it is then prepared once, too.
 TEST(ConfigCodec, WritesEqualListsOnce) {
-  std::string values;
-  for (int i = 0; i < 2'000; ++i) values += (i == 0 ? "\"" : ", \"") + std::to_string(i) + '"';
-  std::string rules;
-  for (int i = 0; i < 20; ++i) {
-    rules += std::string(i == 0 ? "" : ", ") +
-             R"({"is_default": false, "value": "v", "conditional_statement": "AND",
-                 "conditions": [{"name": "email", "condition_sign": "any of", "value": [)" +
-             values + "]}]}";
-  }
-  const auto config =
-      decoded(R"({"feature_flags": [{"name": "f", "type": "t", "rules": [)" + rules + "]}]}");
+  std::vector<fakes::Value> values;
+  for (int i = 0; i < 2'000; ++i) values.emplace_back(i);
+  fakes::Rules rules;
+  for (int i = 0; i < 20; ++i) rules.when(where("email", fakes::Sign::anyOf, values), "v");
+  const auto config = decoded(fakes::project().flag("f", rules).toJson());
   for (const Rule& rule : config.featureFlags.at(0).rules) {
     EXPECT_EQ(rule.conditions[0].values.data(),
               config.featureFlags.at(0).rules[0].conditions[0].values.data());

@@ -47,11 +47,9 @@ TEST(SmallStack, IsEnoughForTheDeepestConfigurationAndDictionary) {
     onSmallStack([&text] {
       fakes::FakePlatform fake;
       fake.session->always("geo", fakes::ok("{}"));
-      std::string config = R"({"unknown": )" + text.substr(5);  // one level is the document's
-      config.back() = ',';
-      config += R"("feature_flags": [{"name": "f", "type": "json", "rules": [
-          {"is_default": true, "conditional_statement": "-", "conditions": [], "value": )";
-      config += JsonValue(text).toJson() + "}]}]}";
+      std::string config = fakes::project().flag("f", text).toJson();
+      const std::string inside = text.substr(5, text.size() - 6);  // one level is the document's
+      config.replace(0, 1, R"({"unknown": )" + inside + ',');
       fake.session->always("config.json", fakes::ok(config));
       ClientRegistry registry(fake.platform());
       const auto client = registry.initializeClient("t", std::nullopt, "https://a", 60, 0, "t");

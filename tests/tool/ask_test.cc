@@ -83,9 +83,12 @@ TEST_F(Ask, FailsWhereItsOutputCannotBeWritten) {
   close(unread[0]);
   const std::string broken = " >&" + std::to_string(unread[1]);
   const std::string reason = "cannot write to standard output: ";
+  fs::create_directory(folder_);
+  std::ofstream(folder_ / "users") << "{}\n";
   const std::string commands[] = {
       "ask --token t flags --url " + backend_.url(), "--version", "serve --help",
-      "serve --config " CORVO_SHOP "/config.json --geo " CORVO_SHOP "/geo.json"};
+      "serve --config " CORVO_SHOP "/config.json --geo " CORVO_SHOP "/geo.json",
+      "assign --config " CORVO_SHOP "/config.json <" + (folder_ / "users").string()};
   for (const std::string& command : commands) {
     const Ran full = runCorvo(command + " >/dev/full");
     EXPECT_EQ(full.status, 1) << command;
@@ -98,17 +101,6 @@ TEST_F(Ask, FailsWhereItsOutputCannotBeWritten) {
     EXPECT_EQ(unheard.err, "") << command;
   }
   close(unread[1]);
-}
-
-TEST_F(Ask, RefusesWrongUsage) {
-  for (const char* question :
-       {"", "flag", "flags --property plan", "flags --property =gold", "flags --colour", "weather",
-        "experiment", "experiments a", "force", "force a one", "unforce", "unforce a --all"}) {
-    const Ran ran = ask(question);
-    EXPECT_EQ(ran.status, 2) << question;
-    EXPECT_EQ(ran.out, "") << question;
-    EXPECT_NE(ran.err, "") << question;
-  }
 }
 
 TEST(Shop, DecodesWithoutADrop) {

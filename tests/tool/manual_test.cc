@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -12,7 +11,6 @@
 #include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
 #include "tests/tool/transcript.h"
-#include "tool/suggestion.h"
 
 namespace corvo::tool {
 namespace {
@@ -151,12 +149,12 @@ TEST(Usage, IsCorrectedAsTheTranscriptSays) {
   EXPECT_GT(count, 20U);
 }
 
-TEST(Suggestion, IsTheNearestWord) {
-  for (const auto& [typed, known, meant] :
-       tests::caseTable<3>(CORVO_TOOL_CASES "suggestions.txt")) {
-    std::istringstream in(known);
-    const Lines words{std::istream_iterator<std::string>(in), {}};
-    EXPECT_EQ(nearest(typed, words).value_or(""), meant) << typed;
+TEST(Usage, IsRefusedAsTheTableSays) {
+  for (const auto& [arguments] : tests::caseTable<1>(CORVO_TOOL_CASES "refused.txt")) {
+    const Ran ran = runCorvo(arguments + " </dev/null", CORVO_TOOL_CASES "explain");
+    EXPECT_EQ(ran.status, 2) << arguments << ran.err;
+    EXPECT_EQ(ran.out, "") << arguments;
+    EXPECT_NE(ran.err, "") << arguments;
   }
 }
 

@@ -33,9 +33,6 @@ TEST(Lint, AnswersAsTheTranscriptSays) {
   tests::replaceAll(text, "ESC", "\x1b");
   const std::size_t count = replay(text, kFolder);
   EXPECT_GT(count, 8U);
-  for (const char* arguments : {"", "- -", "--strict", "--colour geo.json"}) {
-    EXPECT_EQ(runCorvo(std::string("lint ") + arguments, kFolder).status, 2) << arguments;
-  }
 }
 
 TEST(Explain, IsDocumentedWithExamplesOfEachCode) {
@@ -54,22 +51,6 @@ TEST(Explain, IsDocumentedWithExamplesOfEachCode) {
     line = line.substr(line.find('\n') + 3);
     line.pop_back();
     EXPECT_THAT(consoles, testing::ContainsRegex("\n[ >] *" + line + "[: ]"));
-  }
-}
-
-TEST(Explain, RefusesWrongUsage) {
-  const std::string question = "explain flag year ";
-  for (const char* arguments :
-       {"", "--config config.json --url http://127.0.0.1:9 --token t", "--url http://127.0.0.1:9",
-        "--geo geo.json --url http://127.0.0.1:9 --token t", "--config - --user -",
-        "--config - --geo -", "--config config.json --now today",
-        "--config config.json --zone Mars", "--config config.json --zone ../../etc/passwd",
-        "--config config.json --color=red", "--config config.json --timeout 0",
-        "--config config.json --property plan"}) {
-    const Ran ran = runCorvo(question + arguments + " </dev/null", kFolder);
-    EXPECT_EQ(ran.status, 2) << arguments << ran.err;
-    EXPECT_EQ(ran.out, "") << arguments;
-    EXPECT_NE(ran.err, "") << arguments;
   }
 }
 

@@ -1,12 +1,27 @@
-#include "base/edit_distance.h"
+#include "base/nearest_word.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <numeric>
+#include <string>
 #include <utility>
 #include <vector>
 
 namespace corvo::corvo_internal::base {
+namespace {
 
+// The letters in lower case, without separators.
+std::string folded(std::string_view text) {
+  std::string letters;
+  for (const char c : text) {
+    if (c == '_' || c == '-' || c == ' ') continue;
+    letters += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  }
+  return letters;
+}
+
+// The optimal string alignment distance: no letter is edited twice. Takes time proportional to the
+// product of the sizes.
 std::size_t editDistance(std::string_view from, std::string_view to) {
   // Rows of the distance table: the cost of every prefix of `to` from a prefix of `from`, from the
   // prefix one letter shorter, and from the one two letters shorter.
@@ -26,6 +41,24 @@ std::size_t editDistance(std::string_view from, std::string_view to) {
     }
   }
   return now.back();
+}
+
+}  // namespace
+
+std::string_view nearestWord(std::string_view text, std::span<const std::string_view> words) {
+  constexpr std::size_t kLongest = 64;  // longer texts resemble no word
+  if (text.size() > kLongest) return {};
+  const std::string wanted = folded(text);
+  const std::size_t mayDiffer = (wanted.size() >= 2 ? 1 : 0) + (wanted.size() >= 6 ? 1 : 0);
+  std::string_view best;
+  std::size_t least = mayDiffer + 1;
+  for (const std::string_view word : words) {
+    const std::size_t far = editDistance(wanted, folded(word));
+    if (far >= least) continue;
+    least = far;
+    best = word;
+  }
+  return best;
 }
 
 }  // namespace corvo::corvo_internal::base
