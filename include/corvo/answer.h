@@ -110,7 +110,7 @@ class [[nodiscard]] Answer {
   }
 
   Outcome outcome_;
-  std::shared_ptr<PendingOutcome> pending_;  // set while the outcome is still to come
+  std::shared_ptr<PendingOutcome> pending_;  // through which a later outcome comes
   std::shared_ptr<MainQueue> queue_;
 };
 
