@@ -21,8 +21,8 @@
 #include <optional>
 #include <utility>
 
-/// For standalone Asio, 1.18 or newer. After `using namespace corvo;`, write `::asio` for Asio's
-/// own namespace, because `asio` alone is ambiguous then.
+/// For standalone Asio, 1.18 or newer. After `using namespace corvo;`, write Asio's own namespace
+/// with a leading `::`, because `asio` alone is ambiguous then.
 namespace corvo::asio {
 
 /// Runs a `HostLoop` on an executor, so that answers arrive in a program that runs an `io_context`.
