@@ -18,7 +18,7 @@ int main(int argc, char** argv) {
   const auto client = Corvo::initializeClient("shop-token", std::nullopt, argv[1], /*cacheTTL*/ 300,
                                               /*retryCount*/ 2, Corvo::defaultClientTag);
 
-  std::string sign;  // the game draws what it knows by now
+  std::string sign;  // the game draws the latest text
   client->checkFlag<std::string>(
       "welcome-text",
       [&](const std::optional<std::string>& text) { sign = text.value_or("Hello!"); },

@@ -14,14 +14,14 @@ JsonArray textsOf(const OneOrMore<std::string>& texts) {
   return {texts.list().begin(), texts.list().end()};
 }
 
-/// Leaves an empty list out: that means the same.
+/// Omits an empty list, which means the same.
 void putList(JsonObject& object, const char* key, const JsonArray& list) {
   if (!list.empty()) object.emplace(key, list);
 }
 
 bool isFraction(double number) { return number >= 0 && number <= 1; }
 
-/// Where the last group's share ends, in percent, as the engine adds up.
+/// The end of the last group's share in percent, added up as in the engine.
 double endOf(const std::vector<double>& weights) {
   double end = 0;
   for (const double weight : weights) end += weight * 100;
@@ -72,7 +72,7 @@ ExperimentBuilder& ExperimentBuilder::everyoneIn(std::string_view group) {
 }
 
 ExperimentBuilder& ExperimentBuilder::nobody() {
-  allocation_ = -1;  // an allocation of 0 admits whoever has a hash of 0
+  allocation_ = -1;  // an allocation of 0 admits users with a hash of 0
   return *this;
 }
 
@@ -181,7 +181,7 @@ ExperimentBuilder& ExperimentBuilder::field(std::string_view key, JsonValue valu
 std::vector<double> ExperimentBuilder::weights() const {
   std::vector<double> weights;
   if (everyoneIn_) {
-    // A point of 0 lies in a share that ends at 0, so those before the group end below it.
+    // A point of 0 lies in a share that ends at 0, so the shares before the group end below 0.
     weights.assign(*everyoneIn_, -std::numeric_limits<double>::min());
     weights.push_back(1);
     weights.resize(groups_.size());
@@ -199,7 +199,7 @@ std::vector<double> ExperimentBuilder::weights() const {
     weights.push_back(each.group.weight.value_or(rest / static_cast<double>(sharing)));
     if (!each.group.weight) last = &weights.back();
   }
-  // Three thirds may be less than the whole; whoever is in between would be nowhere.
+  // Three thirds may add up to less than one; users in the gap would have no group.
   for (double end = endOf(weights); last != nullptr && end < 100; end = endOf(weights)) {
     *last += (100 - end) / 100;
   }

@@ -20,7 +20,7 @@ bool takesAList(Sign sign) {
          sign == Sign::containsNoneOf;
 }
 
-/// Whether the sign compares digests where flag or experiment are private.
+/// Whether the sign compares digests if the flag or experiment is private.
 bool comparesDigests(Sign sign) { return sign <= Sign::noneOf || sign >= Sign::startsWith; }
 
 std::string digestOf(std::string_view text) {

@@ -184,7 +184,7 @@ bool follows(const Step& step, double bucket) {
   }
 }
 
-/// Everything that has occurred, to check that everything does occur.
+/// Records what has occurred, to check that everything occurs.
 struct Seen {
   std::set<Code> codes;
   std::set<Outcome> outcomes;

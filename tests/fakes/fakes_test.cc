@@ -15,7 +15,7 @@ using testing::Pair;
 
 class VirtualTimeTest : public testing::Test {
  protected:
-  /// A task that records its name and the time at which it ran.
+  /// A task that records its name and the time when it ran.
   Callback<void()> note(std::string name) {
     return [this, name = std::move(name)] { log.push_back(name + "@" + at()); };
   }

@@ -17,8 +17,8 @@ namespace {
 
 using testing::HasSubstr;
 
-// What does not compile: a statement that mixes both, a value that is no value, a group without
-// one.
+// These must not compile: a statement that mixes both operators, an invalid value, a group without
+// a value.
 template <class A, class B>
 concept AreJoined = requires(A a, B b) {
   a&& b;
@@ -208,7 +208,7 @@ TEST(ProjectBuilder, LeavesNobodyBetweenGroupsThatShareEvenly) {
   ExperimentBuilder builder = experiment("e", {{"first", 0.1}});
   for (int count = 1; count < 60; ++count) {
     builder.group("group " + std::to_string(count));
-    double end = 0;  // as the engine adds it up
+    double end = 0;  // added up as in the engine
     const auto groups = project().experiment(builder).decode().experiments()[0].groups;
     for (const auto& each : groups) {
       end += each.weight * 100;
@@ -218,7 +218,7 @@ TEST(ProjectBuilder, LeavesNobodyBetweenGroupsThatShareEvenly) {
   }
 }
 
-/// The groups that a hundred users are in, each once; "" for none.
+/// The set of groups of a hundred users; "" for no group.
 std::set<std::string> groupsOf(const ExperimentBuilder& experiment) {
   const Project all = project().holdout("all").experiment(experiment).decode();
   std::set<std::string> groups;

@@ -11,7 +11,7 @@
 namespace corvo::tests {
 namespace {
 
-/// All that a program prints.
+/// The complete output of a program.
 std::string outputOf(const std::string& command) {
   std::string output;
   std::array<char, 256> line{};

@@ -7,7 +7,7 @@
 namespace corvo::tests {
 namespace {
 
-/// A main context of its own.
+/// A main context other than the default one.
 class GlibLoop : public AppLoop {
  public:
   GlibLoop() = default;

@@ -58,7 +58,7 @@ TEST(ConfigCodec, WritesWhatItReads) {
   EXPECT_EQ(condition.values[1], "b");
 }
 
-// Whatever the size of a list, what is prepared about it is then prepared once, too.
+// Equal lists of any size are stored once, and so is the data prepared from them.
 TEST(ConfigCodec, WritesEqualListsOnce) {
   std::string values;
   for (int i = 0; i < 2'000; ++i) values += (i == 0 ? "\"" : ", \"") + std::to_string(i) + '"';
@@ -147,7 +147,7 @@ TEST(ConfigCodec, LongListsOfNothing) {
   EXPECT_LT(std::get<ConfigResponse>(result).experiments.capacity(), 10'000u);
 }
 
-// Nothing is decoded between them that could replace them in the cache.
+// Nothing decoded in between could replace them in the cache.
 TEST(ConfigCodec, KeepsEqualTextsAndListsOfThemOnce) {
   const auto config = decoded(
       R"({"feature_flags":[{"name":"x","type":"x","rules":[{"is_default":false,"value":"x",)"

@@ -47,7 +47,7 @@ TEST(SmallStack, IsEnoughForTheDeepestConfigurationAndDictionary) {
     onSmallStack([&text] {
       fakes::FakePlatform fake;
       fake.session->always("geo", fakes::ok("{}"));
-      std::string config = R"({"unknown": )" + text.substr(5);  // one level is the document's
+      std::string config = R"({"unknown": )" + text.substr(5);  // the document itself is one level
       config.back() = ',';
       config += R"("feature_flags": [{"name": "f", "type": "json", "rules": [
           {"is_default": true, "conditional_statement": "-", "conditions": [], "value": )";
