@@ -15,7 +15,7 @@ fakes::ExperimentBuilder shortCheckout() {
 }
 
 // With a ready client, every answer comes before `open` returns.
-TEST(CheckoutScreen, ShowsWhatFlagAndExperimentSay) {
+TEST(CheckoutScreen, FollowsFlagAndExperiment) {
   const auto goldOnly = when(where("custom.plan", Sign::equal, "gold"), true).otherwise(false);
   const struct {
     const char *plan, *group, *button;

@@ -116,7 +116,7 @@ const std::vector<Network> kNetworkCatalogue{
     Network::WrongStatusCode{kIndex},   Network::DecodingError{"{localizedDescription}"},
     Network::CustomError{"{text}"},     Network::NoData{}};
 
-TEST(Errors, StandInTheCatalogueWithTheirTexts) {
+TEST(Errors, AreListedInTheCatalogueWithTheirTexts) {
   const auto rows = rowsOf(tests::contentsOf(CORVO_ROOT "/docs/errors.md"));
   std::size_t row = 0;
   // Each case has a row with its text, and another row in the next table.
@@ -138,7 +138,7 @@ TEST(Errors, StandInTheCatalogueWithTheirTexts) {
              "{statusCode}");
 }
 
-TEST(Errors, StopTheProcessWithTheLinesOfTheCatalogue) {
+TEST(Errors, AbortTheProcessWithTheLinesOfTheCatalogue) {
   std::string sources;
   for (const auto& each : std::filesystem::recursive_directory_iterator(CORVO_ROOT "/src")) {
     if (each.is_regular_file()) sources += tests::contentsOf(each.path().string());

@@ -101,7 +101,7 @@ TYPED_TEST(TimeZoneContract, AnyMomentHasAnOffsetOfLessThanADay) {
   }
 }
 
-TEST(SystemTimeZoneTest, TellsEveryChangeOfTheVariable) {
+TEST(SystemTimeZoneTest, NoticesEveryChangeOfTheVariable) {
   const auto zone = platform::systemTimeZone();
   std::uint64_t before = 0;
   const std::optional<std::string> zones[] = {
@@ -122,7 +122,7 @@ TEST(SystemTimeZoneTest, TellsEveryChangeOfTheVariable) {
 }
 
 #ifdef __linux__  // where the C library's variable can be changed
-TEST(SystemTimeZoneTest, TellsThatTheSystemsOwnZoneWasExchanged) {
+TEST(SystemTimeZoneTest, NoticesThatTheSystemsOwnZoneChanged) {
   setZone(std::nullopt);
   const std::uint64_t before = platform::systemTimeZone()->identifier();
   timezone += 3'600;

@@ -204,7 +204,7 @@ TEST(FailingAllocationsTest, LeaveNothingHalfDoneAndNothingBehindAndLoseNothing)
   }
 }
 
-TEST(FailingAllocationsTest, LeaveAContextTheProjectOfBefore) {
+TEST(FailingAllocationsTest, LeaveAContextItsFormerProject) {
   using namespace corvo_internal::targeting;
   const fakes::FakeTimeZone zone;
   const PropertyMap location{{"geo.city", "Wien"}};

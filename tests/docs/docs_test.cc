@@ -242,7 +242,7 @@ class Document {
   bool shows_ = false;  // whether a text block that follows shows it
 };
 
-TEST(Document, IsRefusedWithABlockThatNobodyTries) {
+TEST(Document, FailsWithABlockThatIsNotTried) {
   const std::string file = testing::TempDir() + "corvo_document_" + std::to_string(getpid());
   const auto refused = [&](const std::string& text) {
     std::ofstream(file) << text;
@@ -293,9 +293,9 @@ std::set<std::string> anchorsOf(const std::string& document) {
 
 class DocumentTest : public testing::TestWithParam<fs::path> {};
 
-TEST_P(DocumentTest, SaysWhatItsBlocksDo) { Document(GetParam()).tryAll(); }
+TEST_P(DocumentTest, ShowsTheRealOutputOfItsBlocks) { Document(GetParam()).tryAll(); }
 
-TEST_P(DocumentTest, LinksToWhatIsThere) {
+TEST_P(DocumentTest, HasNoBrokenLinks) {
   const fs::path file = kRoot / GetParam();
   const std::string text = contentsOf(file.string());
   const std::regex link(R"(\]\(([^)#: ]*)(#([^)]*))?\))");

@@ -81,7 +81,7 @@ TEST(Explanation, KeepsNamesWithinTheirLine) {
             "  flag: not found\n");
 }
 
-TEST(Explanation, CutsLongTextsOfTheUser) {
+TEST(Explanation, TruncatesLongTextsOfTheUser) {
   const char* const document = R"({"experiments": [{"name": "e", "salt": "", "allocation": 1}]})";
   const Project project = Project::decode(document).value();
   const std::string most(1'023, 'x');
@@ -265,7 +265,7 @@ void compare(const model::ConfigResponse& config, Evaluation& asked, Seen& seen)
   }
 }
 
-TEST(Explanation, ComesToTheAnswerWhateverTheProject) {
+TEST(Explanation, LeadsToTheAnswerWhateverTheProject) {
   std::mt19937 random(7);
   Seen seen;
   for (int i = 0; i < 2'000 && !testing::Test::HasFailure(); ++i) {
@@ -296,7 +296,7 @@ TEST(Explanation, ComesToTheAnswerWhateverTheProject) {
   EXPECT_EQ(seen.types.size(), 5U);
 }
 
-TEST(Explanation, HasNoWordsThatTheDocumentLacks) {
+TEST(Explanation, UsesOnlyDocumentedWords) {
   const std::string document = tests::contentsOf(CORVO_EXPLANATIONS_DOCUMENT);
   std::set<std::string_view> words;
   for (int i = 0; i <= static_cast<int>(Code::value); ++i) words.insert(textOf(Code(i)));

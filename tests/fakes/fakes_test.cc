@@ -106,7 +106,7 @@ TEST_F(ScriptedSessionTest, AnswersInsideTheCallByRoute) {
   EXPECT_EQ(session->requests()[1].url, "http:/h/geo?a=/b");
 }
 
-TEST_F(ScriptedSessionTest, TakesBackWhatItWasTold) {
+TEST_F(ScriptedSessionTest, ForgetsClearedReplies) {
   session->always("geo", ok("always"));
   session->next("geo", ok("once"));
   session->clearNext("geo");

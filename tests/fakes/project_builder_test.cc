@@ -122,7 +122,7 @@ TEST(ProjectBuilder, WritesEachSignAsTheDocumentNamesIt) {
   }
 }
 
-TEST(ProjectBuilder, RefusesWhatCannotBeMeant) {
+TEST(ProjectBuilder, RefusesInvalidArguments) {
   const double kInfinity = std::numeric_limits<double>::infinity();
   const struct {
     std::function<void()> build;
@@ -231,7 +231,7 @@ std::set<std::string> groupsOf(const ExperimentBuilder& experiment) {
   return groups;
 }
 
-TEST(ProjectBuilder, PutsUsersWhereTheTestWantsThem) {
+TEST(ProjectBuilder, PutsUsersIntoTheChosenGroups) {
   using Groups = std::set<std::string>;
   const auto e = [] { return experiment("e", {"a", "b", "c"}); };
   EXPECT_EQ(groupsOf(e()), (Groups{"a", "b", "c"}));
@@ -251,7 +251,7 @@ TEST(ProjectBuilder, PutsUsersWhereTheTestWantsThem) {
   EXPECT_TRUE(weights[0].weight < 0 && weights[1].weight < 0 && weights[2].weight == 1);
 }
 
-TEST(ProjectBuilder, ComparesDigestsWhereItIsPrivate) {
+TEST(ProjectBuilder, ComparesDigestsIfItIsPrivate) {
   const auto isGold = when(where("custom.plan", Sign::equal, "gold"), "yes").otherwise("no");
   const Project all =
       project()

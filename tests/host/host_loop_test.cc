@@ -79,7 +79,7 @@ TEST(HostLoopTest, BeingWokenBeforeTheFirstWaitEndsIt) {
   EXPECT_EQ(transfers.count(), 0U);
 }
 
-TEST(HostLoopTest, ATickRunsWhatIsQueuedAndNotWhatThatPosts) {
+TEST(HostLoopTest, ATickRunsQueuedTasksAndNotThoseThatTheyPost) {
   const auto loop = makeLoop();
   std::string order;
   loop->post([&] {
@@ -110,7 +110,7 @@ TEST(HostLoopTest, ATaskMayTickAndThenThrow) {
   EXPECT_EQ(order, "ab");
 }
 
-TEST(HostLoopTest, TellsOfTheFirstTaskAndOfEveryTransfer) {
+TEST(HostLoopTest, NotifiesOfTheFirstTaskAndOfEveryTransfer) {
   const Host host = makeHost({.inMemory = true});
   int told = 0;
   host.loop->onWork([&] { ++told; });
@@ -151,7 +151,7 @@ TEST(HostLoopDeathTest, IsForOneThreadAtATime) {
   }
 }
 
-TEST(HostLoopTest, OutlivesATaskThatLetsGoOfIt) {
+TEST(HostLoopTest, OutlivesATaskThatReleasesIt) {
   Host host = makeHost({.inMemory = true});
   const std::weak_ptr<HostLoop> loop = host.loop;
   host.loop->post([&] { host = Host(); });

@@ -67,7 +67,7 @@ TEST_F(TransferQueueTest, SixOfEachOriginGoFirst) {
   EXPECT_EQ(silent.connections(), 7) << "and never begins";
 }
 
-TEST_F(TransferQueueTest, PatienceAndTheLimitBeginWithTheTransfer) {
+TEST_F(TransferQueueTest, TimeoutAndLimitBeginWithTheTransfer) {
   host_ = makeHost({.inMemory = true, .transferSeconds = 0.75});
   const LoopbackServer silent;
   const auto start = std::chrono::steady_clock::now();
@@ -117,7 +117,7 @@ TEST_F(TransferQueueTest, ARedirectGoesAheadOfWhatCameLater) {
   EXPECT_EQ(came_[0].status, 200);
 }
 
-TEST_F(TransferQueueTest, ARedirectToAnotherPortWaitsForAPlaceThere) {
+TEST_F(TransferQueueTest, ARedirectToAnotherPortWaitsForASlotThere) {
   const LoopbackServer silent;
   LoopbackServer server;
   server.say(answer(302, "", "Location: https://127.0.0.1:" + silent.port() + "/\r\n"));
@@ -129,7 +129,7 @@ TEST_F(TransferQueueTest, ARedirectToAnotherPortWaitsForAPlaceThere) {
   EXPECT_EQ(silent.connections(), 6);
 }
 
-TEST_F(TransferQueueTest, ARedirectToAnotherPortHasAllItsPatienceThere) {
+TEST_F(TransferQueueTest, ARedirectToAnotherPortHasItsFullTimeoutThere) {
   const LoopbackServer silent;
   LoopbackServer server;
   server.say(answer(302, "", "Location: https://127.0.0.1:" + silent.port() + "/\r\n"));

@@ -44,7 +44,7 @@ class AsioTest : public DrivenLoop {
   ::asio::io_context& context = dynamic_cast<AsioLoop&>(*loop).context;
 };
 
-TEST_F(AsioTest, AnExceptionLeavesThroughRunWhichGoesOnAfterwards) {
+TEST_F(AsioTest, AnExceptionPropagatesOutOfRunWhichMayBeCalledAgain) {
   const auto client = makeClient();
   bool done = false;
   host.loop->post([] { throw std::runtime_error("the task's own"); });

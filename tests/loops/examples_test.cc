@@ -21,7 +21,7 @@ std::string outputOf(const std::string& command) {
   return output;
 }
 
-TEST(LoopExamplesTest, PrintWhatTheyAreAnsweredOrWhyTheyAreNot) {
+TEST(LoopExamplesTest, PrintTheAnswersOrTheErrors) {
   const std::string config = contentsOf(CORVO_SHOP "config.json");
   LoopbackServer shop([&](const std::string& head) {
     return answer(200, head.starts_with("GET /geo") ? "{}" : config);

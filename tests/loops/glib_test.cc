@@ -44,7 +44,7 @@ TEST_F(GlibDeathTest, AnExceptionEndsTheProcess) {
   EXPECT_DEATH(loop->settle(), "the task's own");
 }
 
-TEST(GlibDefaultContextTest, IsTakenForNoContext) {
+TEST(GlibDefaultContextTest, IsUsedIfNoneIsGiven) {
   const Host host = makeHost({.inMemory = true});
   const glib::LoopSource source(host.loop);
   bool done = false;

@@ -137,7 +137,7 @@ TEST(ConfigCodec, FailsAsAWholeOnlyAtTheTop) {
 }
 
 // A list of invalid records must not allocate room for as many records.
-TEST(ConfigCodec, LongListsOfNothing) {
+TEST(ConfigCodec, AllocatesNothingForInvalidRecords) {
   std::string nothing = "0";
   for (int i = 0; i < 20'000; ++i) nothing += ",0";
   std::vector<Drop> drops;

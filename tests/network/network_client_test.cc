@@ -57,7 +57,7 @@ Reply edited(Reply reply, std::optional<int> status, std::optional<std::string> 
   return reply;
 }
 
-TEST_F(NetworkClientTest, SendsAgainWhatIsUnusableAndReportsTheLast) {
+TEST_F(NetworkClientTest, RetriesUnusableAnswersAndReportsTheLast) {
   struct Case {
     std::uint64_t retryCount;
     std::vector<Reply> replies;

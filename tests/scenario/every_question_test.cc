@@ -69,7 +69,7 @@ class EveryQuestionTest : public ClientTest {
   }
 };
 
-TEST_F(EveryQuestionTest, IsAnsweredOnceAlsoWhenTheCallbackAsksAgainOrWaitsForAThreadThatDoes) {
+TEST_F(EveryQuestionTest, IsAnsweredOnceEvenIfTheCallbackAsksAgainOrWaitsForAThreadThatDoes) {
   forEach([this](const auto& client, const Ask& ask) {
     int answers = 0;
     ask(*client, [&] {

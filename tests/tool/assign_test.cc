@@ -169,7 +169,7 @@ TEST(Assign, AnswersAllThatItHasBeforeItWaits) {
                        ".*:null,\"flags\":.*\n"));
 }
 
-TEST(Assign, EndsWhereItCannotReadOrWrite) {
+TEST(Assign, EndsIfItCannotReadOrWrite) {
   const std::string command = "assign --config config.json ";
   const std::string users = inFile("{}\n");
   const Ran full = runCorvo(command + users + " >/dev/full", kFolder);
