@@ -151,9 +151,9 @@ TEST_F(AnswerTest, MovesBeforeAndAfterItIsSettled) {
   auto again = std::move(moved);
   EXPECT_EQ(again.get(), true);
   EXPECT_THROW(again.get(), QuestionDropped);
-  auto atHand = client->checkFlag<bool>("on");
-  auto taken = std::move(atHand);
-  EXPECT_THROW(atHand.get(), QuestionDropped);
+  auto ready = client->checkFlag<bool>("on");
+  auto taken = std::move(ready);
+  EXPECT_THROW(ready.get(), QuestionDropped);
 }
 
 TEST_F(AnswerTest, MayBeAwaitedOnAnyThread) {

@@ -218,8 +218,8 @@ void expectRecord(const Step& step, model::List<model::Rule> rules) {
       EXPECT_EQ(textIn(each.steps[i], "property"), name);
       EXPECT_EQ(textIn(each.steps[i], "sign"), model::textOf(sign));
       EXPECT_TRUE(std::ranges::equal(*each.steps[i].find("values")->as<JsonArray>(), values,
-                                     [](const JsonValue& told, model::Text value) {
-                                       return *told.as<std::string>() == value;
+                                     [](const JsonValue& actual, model::Text value) {
+                                       return *actual.as<std::string>() == value;
                                      }));
     }
   }

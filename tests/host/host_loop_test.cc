@@ -112,20 +112,20 @@ TEST(HostLoopTest, ATaskMayTickAndThenThrow) {
 
 TEST(HostLoopTest, NotifiesOfTheFirstTaskAndOfEveryTransfer) {
   const Host host = makeHost({.inMemory = true});
-  int told = 0;
-  host.loop->onWork([&] { ++told; });
+  int notifications = 0;
+  host.loop->onWork([&] { ++notifications; });
   host.loop->post([] {});
   host.loop->post([] {});
-  EXPECT_EQ(told, 1);
+  EXPECT_EQ(notifications, 1);
   host.loop->tick();
   host.loop->post([] {});
-  EXPECT_EQ(told, 2);
+  EXPECT_EQ(notifications, 2);
   host.platform.urlSession->start({"GET", "nowhere", {}}, {});
-  EXPECT_EQ(told, 3);
+  EXPECT_EQ(notifications, 3);
   host.loop->onWork(nullptr);
   host.loop->tick();
   host.loop->post([] {});
-  EXPECT_EQ(told, 3);
+  EXPECT_EQ(notifications, 3);
 }
 
 TEST(HostLoopDeathTest, IsForOneThreadAtATime) {

@@ -69,19 +69,19 @@ class Child {
       _exit(0);
     }
     close(ends[1]);
-    told_ = ends[0];
+    reports_ = ends[0];
   }
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
   ~Child() {
     last(SIGKILL);
-    close(told_);
+    close(reports_);
   }
 
   /// The next reported number; 0 if there are no more.
   int next() {
     int number = 0;
-    return ::read(told_, &number, sizeof number) == sizeof number ? number : 0;
+    return ::read(reports_, &number, sizeof number) == sizeof number ? number : 0;
   }
   /// Sends the signal, if any. Returns the last reported number.
   int last(int signal) {
@@ -95,7 +95,7 @@ class Child {
 
  private:
   pid_t process_ = 0;
-  int told_ = 0;
+  int reports_ = 0;
 };
 
 class SqlitePreferencesStoreTest : public testing::Test {

@@ -49,7 +49,7 @@ class CountedLoop final : public HostLoop {
     loop_->tick();
   }
   [[nodiscard]] bool busy() const override { return loop_->busy(); }
-  void onWork(std::function<void()> told) override { loop_->onWork(std::move(told)); }
+  void onWork(std::function<void()> listener) override { loop_->onWork(std::move(listener)); }
 
   int ticks = 0;
 

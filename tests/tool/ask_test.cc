@@ -93,9 +93,9 @@ TEST_F(Ask, FailsIfItsOutputCannotBeWritten) {
     const Ran closed = runCorvo(command + " >&-");
     EXPECT_EQ(closed.status, 1) << command;
     EXPECT_EQ(closed.err, reason + "Bad file descriptor\n") << command;
-    const Ran unheard = runCorvo(command + broken);
-    EXPECT_EQ(unheard.status, 128 + SIGPIPE) << command;
-    EXPECT_EQ(unheard.err, "") << command;
+    const Ran withoutReader = runCorvo(command + broken);
+    EXPECT_EQ(withoutReader.status, 128 + SIGPIPE) << command;
+    EXPECT_EQ(withoutReader.err, "") << command;
   }
   close(unread[1]);
 }

@@ -181,9 +181,9 @@ TEST(Assign, EndsIfItCannotReadOrWrite) {
   int unread[2];
   ASSERT_EQ(pipe(unread), 0);
   close(unread[0]);
-  const Ran unheard = runCorvo(command + users + " >&" + std::to_string(unread[1]), kFolder);
-  EXPECT_EQ(unheard.status, 128 + SIGPIPE);
-  EXPECT_EQ(unheard.err, "");
+  const Ran withoutReader = runCorvo(command + users + " >&" + std::to_string(unread[1]), kFolder);
+  EXPECT_EQ(withoutReader.status, 128 + SIGPIPE);
+  EXPECT_EQ(withoutReader.err, "");
   close(unread[1]);
   std::string many;
   for (int i = 0; i < 20'000; ++i) many += "{}\n";
