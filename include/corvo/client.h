@@ -58,7 +58,8 @@ class CORVO_EXPORT CorvoClient {
   CorvoClient& operator=(const CorvoClient&) = delete;
   virtual ~CorvoClient() = default;
 
-  /// Replaces the stored user.
+  /// Replaces the stored user, including all expiries. A property without an expiry counts as
+  /// expired.
   virtual void setUser(CorvoUser user) = 0;
 
   /// Calls the callback with an empty builder before returning, then replaces the stored user with
@@ -148,7 +149,7 @@ class CORVO_EXPORT CorvoClient {
 
   /// Why a flag has its value for the user, and why the user is in an experiment of that name or
   /// not: the answer of `checkFlag` or `getExperiment`, or its error, with the steps that led to
-  /// it. Fetches the same. Fails only if a fetch fails.
+  /// it. Fetches what that question would fetch. Fails only if a fetch fails.
   void explainFlag(std::string_view flagName, Callback<void(Explanation)> onSuccess,
                    OnError onError = {});
   Answer<Explanation> explainFlag(std::string_view flagName);
@@ -181,9 +182,10 @@ class CORVO_EXPORT CorvoClient {
   Answer<void> includeForce(std::string_view experimentName);
 
   /// Undoes `includeForce` for that experiment, and always fetches the configuration again. If that
-  /// fetch fails, the inclusion is still forgotten, but the cached configuration contains it while
-  /// it is fresh. Fails with `noForceIncludedExperiments` before the first inclusion and after
-  /// `excludeForceAll`; otherwise with `experimentNotFound` if this experiment is not included.
+  /// fetch fails, the inclusion is still forgotten, but the cached configuration contains it until
+  /// that copy expires. Fails with `noForceIncludedExperiments` before the first inclusion and
+  /// after `excludeForceAll`; otherwise with `experimentNotFound` if this experiment is not
+  /// included.
   void excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
                     OnError onError = {});
   Answer<void> excludeForce(std::string_view experimentName);

@@ -41,14 +41,14 @@ struct CORVO_EXPORT Explanation {
     rules,             ///< Which rule of a list holds.
     rule,              ///< Whether one rule holds.
     condition,         ///< Whether one condition holds.
-    value              ///< The type as which the value's text is read.
+    value              ///< The type that the value's text is read as.
   };
 
   /// How it was decided.
   enum class Outcome : std::uint8_t {
     done,       ///< The step has no other outcome.
     found,      ///< The item exists.
-    notFound,   ///< It does not.
+    notFound,   ///< It does not exist.
     expired,    ///< The user had it, but it has expired.
     in,         ///< The user is in.
     out,        ///< The user is out.

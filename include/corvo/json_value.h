@@ -23,8 +23,8 @@ using JsonArray = std::vector<JsonValue>;
 /// A JSON object: values by key, in byte order of the keys.
 using JsonObject = std::map<std::string, JsonValue, std::less<>>;
 
-/// A JSON value of one of the eight kinds in `Kinds`. Numbers keep the kind as which they were
-/// read: an integer, even if written as 1.0 or 1e0, is signed if it fits into 64 bits, otherwise
+/// A JSON value of one of the eight kinds in `Kinds`. Numbers keep the kind that they were read as:
+/// an integer, even if written as 1.0 or 1e0, is signed if it fits into 64 bits, otherwise
 /// unsigned; every other number is a double. Values of different kinds are never equal. A plain
 /// value; reading is safe from any thread.
 ///

@@ -57,7 +57,7 @@ struct CorvoPropertyTraits<JsonObject> {
   CORVO_EXPORT static std::optional<JsonObject> fromCorvoString(std::string_view text);
 };
 
-/// A type as which a configuration value can be read: `bool`, `std::int64_t`, `double`,
+/// A type that a configuration value can be read as: `bool`, `std::int64_t`, `double`,
 /// `std::string`, `JsonObject`, and types that the application adds.
 template <class T>
 concept CorvoPropertyType = requires(std::string_view text) {
