@@ -8,8 +8,8 @@
 
 namespace corvo {
 
-/// The options of a new client. Texts are UTF-8. Set the fields by name: `{.projectToken =
-/// "my-token", .apiURL = "https://flags.example.com"}`.
+/// The options of a new client. Texts are UTF-8. Set the fields by name:
+/// `{.projectToken = "my-token", .apiURL = "https://flags.example.com"}`.
 struct ClientOptions {
   /// The project's token, by which the backend knows it.
   std::string projectToken;

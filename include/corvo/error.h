@@ -24,7 +24,7 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
  public:
   /// The base address and the path do not form a URI reference (RFC 3986).
   struct IncorrectURL {
-    std::string address;  ///< What they form.
+    std::string address;  ///< Base address and path, joined.
     bool operator==(const IncorrectURL&) const = default;
   };
   /// The request failed in transport. Never produced by this library.
