@@ -23,7 +23,7 @@ inline constexpr int kHoldoutType = 5;
 /// The object that a text written by hand holds.
 [[nodiscard]] inline JsonObject byHand(std::string_view text) {
   auto object = fromCorvoString<JsonObject>(text);
-  if (!object) throw wrong({"not the text of a JSON object: ", text});
+  if (!object) throw wrong({"not a JSON object: ", text});
   return std::move(*object);
 }
 

@@ -45,12 +45,12 @@ ExperimentBuilder& ExperimentBuilder::group(const Group& group) {
   for (const Member& each : groups_) {
     sum += each.group.weight.value_or(0);
     if (each.group.name == group.name) {
-      throw wrong({"experiment \"", name_, "\" has a group \"", group.name, "\" already"});
+      throw wrong({"experiment \"", name_, "\" already has a group \"", group.name, "\""});
     }
   }
   if (!isFraction(group.weight.value_or(0)) || sum > 1 + 1e-9) {
     throw wrong({"the weights of experiment \"", name_,
-                 "\" are to be fractions from 0 to 1, and 1 together at most"});
+                 "\" must be fractions from 0 to 1, with a sum of at most 1"});
   }
   groups_.push_back({group});
   return *this;
@@ -78,7 +78,7 @@ ExperimentBuilder& ExperimentBuilder::nobody() {
 
 ExperimentBuilder& ExperimentBuilder::allocation(double fraction) {
   if (!isFraction(fraction)) {
-    throw wrong({"the allocation of experiment \"", name_, "\" is to be a fraction from 0 to 1"});
+    throw wrong({"the allocation of experiment \"", name_, "\" must be a fraction from 0 to 1"});
   }
   allocation_ = fraction;
   return *this;
@@ -100,7 +100,7 @@ ExperimentBuilder& ExperimentBuilder::layer(std::string_view id, double lower, d
     throw wrong({"the interval of experiment \"", name_, "\" in its layer ends before it begins"});
   }
   if (layer_ && *layer_ != id) {
-    throw wrong({"experiment \"", name_, "\" is in the layer \"", *layer_, "\" already"});
+    throw wrong({"experiment \"", name_, "\" is already in the layer \"", *layer_, "\""});
   }
   layer_ = id;
   layerBounds_.push_back(JsonObject{{"lower_bound", lower}, {"upper_bound", upper}});
@@ -163,7 +163,7 @@ ExperimentBuilder& ExperimentBuilder::platforms(const OneOrMore<std::string>& pl
 }
 
 ExperimentBuilder& ExperimentBuilder::type(ExperimentType type) {
-  if (isHoldout_) throw wrong({"the type of \"", name_, "\" is that of a holdout"});
+  if (isHoldout_) throw wrong({"\"", name_, "\" is a holdout, so its type cannot change"});
   type_ = type;
   return *this;
 }

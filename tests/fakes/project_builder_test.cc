@@ -154,11 +154,11 @@ TEST(ProjectBuilder, RefusesInvalidArguments) {
       {[] {
          static_cast<void>(experiment("e", {{"a", 0.6}, {"b", 0.6}}));
        },
-       "1 together"},
+       "a sum of at most 1"},
       {[] { experiment("e").allocation(10); }, "fraction"},
       {[=] { experiment("e").allocation(kInfinity - kInfinity); }, "fraction"},
       {[] { experiment("e").layer("l", 2, 1); }, "ends before it begins"},
-      {[] { experiment("e").layer("l", 1, 2).layer("m", 1, 2); }, R"(the layer "l" already)"},
+      {[] { experiment("e").layer("l", 1, 2).layer("m", 1, 2); }, R"(already in the layer "l")"},
       {[] { holdout("h").type(ExperimentType::param); }, "holdout"},
       {[] { project().experiment("e", {}); }, "no groups"},
       {[] {
@@ -168,13 +168,13 @@ TEST(ProjectBuilder, RefusesInvalidArguments) {
                                .toJson());
        },
        R"(no holdout of that name)"},
-      {[] { Rules(1).otherwise(2); }, "default value already"},
+      {[] { Rules(1).otherwise(2); }, "already have a default value"},
       {[] {
          static_cast<void>(where("p", Sign::equal, {"a", "b"}));
        },
        "\"equal\", not 2"},
       {[=] { static_cast<void>(Rules(kInfinity)); }, "finite"},
-      {[] { project().flagJson("[]"); }, "not the text of a JSON object: []"},
+      {[] { project().flagJson("[]"); }, "not a JSON object: []"},
       {[] {
          FakePlatform().serve(project(), {{"geo.city", "Berlin"}});
        },
