@@ -82,7 +82,7 @@ TEST(NameIndex, ComparesOneNamePerLookUpHoweverManyThereAre) {
     }
     compared = 0;
     for (std::uint32_t i = 0; i < count; ++i) ASSERT_EQ(index.find(names[i], nameAt), i);
-    EXPECT_LE(compared, count + 10) << "but for equal hashes";
+    EXPECT_LE(compared, count + 10) << "except for equal hashes";
     compared = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
       ASSERT_EQ(index.find("none-" + std::to_string(i), nameAt), NameIndex::kNone);

@@ -60,7 +60,7 @@ TEST_F(ClientTest, ReportsHowFreshItsCopiesAre) {
   EXPECT_EQ(status.configuration->fetchedAt, start + 20);
   EXPECT_EQ(status.configuration->freshUntil, start + 30);
   EXPECT_EQ(status.location->freshUntil, start + 10) << "no question needed a new one";
-  EXPECT_EQ(configRequests() + geoRequests(), 3U) << "looking fetches nothing";
+  EXPECT_EQ(configRequests() + geoRequests(), 3U) << "reading the status fetches nothing";
 }
 
 TEST_F(ClientTest, TakesNoIndexInEveryForm) {

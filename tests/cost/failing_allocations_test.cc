@@ -246,7 +246,7 @@ TEST(FailingAllocationsTest, DoNotCostAWaitingQuestionItsAnswer) {
     application.fake.time->advance(2);
     EXPECT_TRUE(answers == 1 || (answers == 0 && dropped > 0)) << "allocation " << succeed;
   }
-  EXPECT_EQ(dropped, 2) << "what the queue needs for each of two answers";
+  EXPECT_EQ(dropped, 2) << "the queue allocates for each of two answers";
 }
 
 }  // namespace

@@ -180,7 +180,7 @@ TEST(Evaluation, TakesPropertiesThatDoNotExpire) {
   about.reset(context);
   EXPECT_EQ(everythingOf(project, about), expected);
   about.reset({.now = 4e9});
-  EXPECT_NE(everythingOf(project, about), expected) << "nobody is left of the former user";
+  EXPECT_NE(everythingOf(project, about), expected) << "nothing is left of the former user";
 }
 
 TEST(Evaluation, ServesManyThreadsFromOneProject) {

@@ -92,7 +92,8 @@ TEST(ProjectBuilder, WritesEverythingThatADocumentHolds) {
   ASSERT_EQ(expected.experiments.size(), 5U) << "everything in the file can be read";
   EXPECT_EQ(encodeJson(seen), encodeJson(expected));
   EXPECT_EQ(built.decode().experiments().size(), 4U);
-  EXPECT_EQ(built.decode(Project::Filter::client).experiments().size(), 3U) << "not that for web";
+  EXPECT_EQ(built.decode(Project::Filter::client).experiments().size(), 3U)
+      << "not the one for web";
 }
 
 TEST(ProjectBuilder, WritesEachSignAsTheDocumentNamesIt) {

@@ -171,7 +171,7 @@ TEST(SigpipeTest, IsKeptFromTheProcessAndLeavesNothing) {
   pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
   EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
   EXPECT_EQ(sigismember(&blocked, SIGPIPE), 0);
-  EXPECT_EXIT(raise(SIGPIPE), testing::KilledBySignal(SIGPIPE), "") << "as it was before";
+  EXPECT_EXIT(raise(SIGPIPE), testing::KilledBySignal(SIGPIPE), "") << "as before";
 }
 
 TEST(HostLoopTest, ATickNeverWaitsForATransfer) {

@@ -156,7 +156,7 @@ class SqlitePreferencesStoreTest : public testing::Test {
 
 TEST_F(SqlitePreferencesStoreTest, IsForItsOwnerOnly) {
   const Platform platform = open();
-  EXPECT_FALSE(fs::exists(folder_)) << "nothing is made before it is needed";
+  EXPECT_FALSE(fs::exists(folder_)) << "nothing is created before it is needed";
   const auto suite = platform.preferencesStore->open("s");
   ASSERT_TRUE(put(*suite, "a", "1"));
   EXPECT_EQ(fs::status(folder_).permissions(), fs::perms::owner_all);
@@ -276,7 +276,8 @@ TEST_F(DamagedStoreTest, ATruncatedFileIsSetAside) {
     SCOPED_TRACE(size);
     const std::string cut = sound_.substr(0, size);
     const auto aside = use({{"corvo.db", cut}}, true);
-    EXPECT_EQ(aside, size < 72 ? std::nullopt : std::optional(true)) << "72 bytes say whose it is";
+    EXPECT_EQ(aside, size < 72 ? std::nullopt : std::optional(true))
+        << "the first 72 bytes identify its application";
     if (aside) {
       EXPECT_TRUE(tests::contentsOf(folder_ / "corvo.db.damaged-1") == cut);
     }

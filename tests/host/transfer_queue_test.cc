@@ -60,7 +60,7 @@ TEST_F(TransferQueueTest, SixOfEachOriginGoFirst) {
 
   EXPECT_TRUE(host_.loop->busy());
   host_.platform.urlSession.reset();
-  EXPECT_FALSE(runUntilCame(2)) << "what waits is dropped, too";
+  EXPECT_FALSE(runUntilCame(2)) << "waiting requests are dropped, too";
   EXPECT_FALSE(host_.loop->busy());
   host_ = makeHost({.inMemory = true});
   ask(silent.url("/8"));
@@ -103,7 +103,7 @@ TEST_F(TransferQueueTest, NoTransferAndNoWaitIsLongerThanTheLimit) {
   EXPECT_EQ(failures(), 14) << "the limit is for all redirects together";
   server.say(answer(200, "{}"));
   ask(server.url("/"));
-  EXPECT_TRUE(runUntilCame(15)) << "the others have given up their places";
+  EXPECT_TRUE(runUntilCame(15)) << "the others have freed their slots";
   EXPECT_EQ(responses_.back().status, 200);
 }
 
@@ -125,7 +125,7 @@ TEST_F(TransferQueueTest, ARedirectToAnotherPortWaitsForASlotThere) {
   for (int i = 0; i < 8; ++i) ask(server.url("/"));
   EXPECT_TRUE(host_.loop->runUntil([&] {
     return server.requests().size() == 8 && silent.connections() >= 6;
-  })) << "they have left their places at the first port";
+  })) << "they have freed their slots at the first port";
   for (int i = 0; i < 3; ++i) host_.loop->tick();
   EXPECT_EQ(silent.connections(), 6);
 }
@@ -140,7 +140,7 @@ TEST_F(TransferQueueTest, ARedirectToAnotherPortHasItsFullTimeoutThere) {
   EXPECT_TRUE(runUntilCame(7));
   EXPECT_EQ(failures(), 7);
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(3500))
-      << "else it would end with the six, after two and a half seconds";
+      << "otherwise it would end with the six, after two and a half seconds";
 }
 
 }  // namespace

@@ -151,7 +151,7 @@ TEST_F(NetworkClientTest, DropsTheAnswerWhenTheClientIsGone) {
     late({});
     time->run();
     EXPECT_THAT(log, ElementsAre());
-    EXPECT_EQ(held.use_count(), 1) << "what the question held is free";
+    EXPECT_EQ(held.use_count(), 1) << "the question has freed what it held";
   }
 }
 

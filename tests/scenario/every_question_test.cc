@@ -116,7 +116,7 @@ TEST_F(EveryQuestionTest, IsDroppedWithItsClient) {
     EXPECT_FALSE(answered) << name;
     EXPECT_EQ(fake.store->contents("storagetagtoken"), before) << name;
   }
-  EXPECT_EQ(answeredAtOnce, 2) << "to exclude what is not included needs no fetch";
+  EXPECT_EQ(answeredAtOnce, 2) << "excluding an experiment that is not included needs no fetch";
 }
 
 /// A clock that can block a thread in the middle of an operation.
