@@ -165,9 +165,9 @@ class CORVO_EXPORT CorvoClient {
   /// Forces the current user into the first experiment of that name: into the group with that index
   /// (from 0), or, without an index, into the group that the weights select. This bypasses
   /// allocation, layer and targets, but not holdouts. It replaces an earlier choice for the
-  /// experiment, and is kept until `excludeForce` or `excludeForceAll`. Fails with
-  /// `experimentsEmpty`, `experimentNotFound`, `experimentSplitIdNotFound` or
-  /// `experimentGroupIndexNotFound`; then nothing is forced or kept.
+  /// experiment, and is kept until `excludeForce` or `excludeForceAll`. The changed configuration
+  /// counts as just fetched. Fails with `experimentsEmpty`, `experimentNotFound`,
+  /// `experimentSplitIdNotFound` or `experimentGroupIndexNotFound`; then nothing is forced or kept.
   void includeForce(std::string_view experimentName, OptionalIndex groupIndex,
                     Callback<void()> onSuccess, OnError onError = {});
   Answer<void> includeForce(std::string_view experimentName, OptionalIndex groupIndex);

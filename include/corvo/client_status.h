@@ -8,7 +8,7 @@ namespace corvo {
 struct ClientStatus {
   /// One cached copy. Times are in seconds since 1970 on the platform's clock.
   struct Copy {
-    double fetchedAt = 0;  ///< When the response arrived.
+    double fetchedAt = 0;  ///< When the response arrived; `includeForce` counts as well.
     /// Until this moment, questions use the copy; from this moment on, they fetch a new one.
     double freshUntil = 0;
   };
