@@ -1,5 +1,5 @@
-# The loops that corvo/loops adapts to, where they are installed: a target corvo_loop_<name> each, for
-# this project's tests and examples. An application links its own loop and includes the header.
+# Defines a target corvo_loop_<name> for each installed loop that has an adapter in corvo/loops. For this
+# project's tests and examples; an application links its own loop and includes the header.
 
 find_package(PkgConfig QUIET)
 find_package(Threads QUIET)
@@ -26,10 +26,10 @@ endif()
 if(CORVO_ASIO_INCLUDE_DIR AND Threads_FOUND)
   corvo_loop(asio Threads::Threads)
   target_include_directories(corvo_loop_asio SYSTEM INTERFACE ${CORVO_ASIO_INCLUDE_DIR})
-  if(CORVO_SANITIZE MATCHES "thread")  # which cannot follow Asio's fences, but its locks
+  if(CORVO_SANITIZE MATCHES "thread")  # which understands Asio's locks, but not its fences
     target_compile_options(corvo_loop_asio INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-tsan>)
   endif()
-  # Not every Asio knows the coroutines of every compiler.
+  # Not every version of Asio supports every compiler's coroutines.
   include(CheckCXXSourceCompiles)
   set(CMAKE_REQUIRED_INCLUDES ${CORVO_ASIO_INCLUDE_DIR})
   check_cxx_source_compiles("#include <asio/awaitable.hpp>

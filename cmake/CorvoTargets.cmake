@@ -64,7 +64,7 @@ function(corvo_optimise target level)
   set(option $<${CORVO_CAN_CHOOSE}:${level}>)
   if(NOT ARGN)
     target_compile_options(${target} PRIVATE ${option})
-  elseif(NOT CMAKE_UNITY_BUILD)  # which would compile each file separately
+  elseif(NOT CMAKE_UNITY_BUILD)  # setting it per file would undo the unity build
     set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES
       COMPILE_OPTIONS ${option})
   endif()

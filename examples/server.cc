@@ -1,4 +1,5 @@
-// Answers about many users on four threads; one client keeps the project fresh: server URL
+// Answers questions about many users on four threads; one client keeps the project fresh: server
+// URL
 
 #include <corvo/corvo.h>
 #include <corvo/evaluation.h>

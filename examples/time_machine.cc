@@ -1,5 +1,5 @@
 // Asks one flag at several times of a pretended opening day: time_machine URL DATA_FOLDER SECOND...
-// Its clock and its counting of requests are its own. All other services are the host's.
+// It has its own clock, and counts requests itself. All other services are the host's.
 
 #include <corvo/client_registry.h>
 #include <corvo/host.h>

@@ -288,7 +288,7 @@ class Application {
   bool warm(const Slot& slot) {
     if (!slot.client || !isServed(slot, fuzz::kReport, Mood::kind)) return false;
     const bool isWarm = slot.client->getUserFeatureFlagsDetails().await_ready();
-    require(isWarm || world_ == World::hostile, "what was fetched a moment ago is fresh");
+    require(isWarm || world_ == World::hostile, "a copy that was just fetched is fresh");
     return isWarm;
   }
 
@@ -327,7 +327,7 @@ class Application {
     const auto found = contents.find(key + ".value");
     if (found == contents.end()) return {};
     const auto value = fuzz::roundTrip<T>(found->second);
-    require(value.has_value(), "what is stored can be read");
+    require(value.has_value(), "a stored record can be read");
     return value;
   }
 

@@ -47,7 +47,7 @@ void checkFindings(const std::string& text, const std::vector<Drop>* drops) {
   }
   for (const Drop& drop : *drops) {
     require(has("dropped-element", drop.pointer) || has("holdouts-not-a-list", drop.pointer),
-            "what is dropped is found");
+            "every drop has a finding");
   }
 }
 
@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   corvo::fuzz::Documents documents(in);
   const ConfigResponse config = documents.config();
   const auto text = encodeJson(config);
-  require(text && roundTrip<ConfigResponse>(*text) == config, "all of it is written and read");
+  require(text && roundTrip<ConfigResponse>(*text) == config, "everything is encoded and decoded");
 
   const std::string damaged = documents.damaged(*text);
   const auto kept = roundTrip<ConfigResponse>(damaged);
@@ -66,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto drops = dropsOf(damaged, *kept);
   checkFindings(damaged, &drops);
   if (const auto again = encodeJson(*kept)) {
-    require(dropsOf(*again, *kept).empty(), "what was kept is kept");
+    require(dropsOf(*again, *kept).empty(), "the kept elements are kept again");
   }
   return 0;
 }

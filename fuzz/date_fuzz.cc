@@ -72,7 +72,7 @@ void readAndWrite(Input& in) {
     require(base::parseDate(text, pattern) == expected(text, grammar), text);
     const auto read = base::parseDate(base::formatDate(local, pattern), pattern);
     require(read && *read <= local && local < *read + unit && *read % unit == 0,
-            "what is written is read again");
+            "a formatted date is read back");
     require(!base::formatDate(in.number(), pattern).empty(), "any local time has a text");
   }
 }

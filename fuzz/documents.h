@@ -37,15 +37,15 @@ template <class T>
 std::optional<T> roundTrip(std::string_view text) {
   const auto first = model::decodeJson<T>(text);
   if (const auto* failure = std::get_if<model::DecodingFailure>(&first)) {
-    require(!failure->description().empty(), "a failure is told");
+    require(!failure->description().empty(), "a failure has a description");
     return std::nullopt;
   }
   const T& value = std::get<T>(first);
   if (const auto written = model::encodeJson(value)) {
     const auto second = model::decodeJson<T>(*written);
-    require(std::holds_alternative<T>(second), "what is written can be read");
-    require(std::get<T>(second) == value, "what is written reads as the same");
-    require(model::encodeJson(std::get<T>(second)) == written, "it is written alike again");
+    require(std::holds_alternative<T>(second), "an encoded value can be decoded");
+    require(std::get<T>(second) == value, "an encoded value decodes as the same");
+    require(model::encodeJson(std::get<T>(second)) == written, "it is encoded the same way again");
   }
   return value;
 }

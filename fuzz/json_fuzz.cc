@@ -27,7 +27,7 @@ void dictionary(std::string_view text) {
   require(once.has_value(), "a dictionary that is written can be read");
   const auto written = JsonValue(*once).toJson();
   const auto twice = fromCorvoString<JsonObject>(written);
-  require(twice && JsonValue(*twice).toJson() == written, "it is written alike again");
+  require(twice && JsonValue(*twice).toJson() == written, "it is encoded the same way again");
 }
 
 // Every double keeps all its digits, and zero keeps its sign.

@@ -47,7 +47,7 @@ void requireSplit(const std::string& text, const UriReference& uri) {
 void request(const std::string& text, const UriReference& uri, Input& in) {
   const std::string item(in.text(in.below(4)));
   const auto url = requestUrl(text, {{item, std::nullopt}, {"k", item}});
-  require(url.has_value(), "what is accepted can be requested");
+  require(url.has_value(), "an accepted address can be requested");
   const auto again = parseUriReference(*url);
   require(again && again->query && again->query->find("&k=") != again->query->npos,
           "the URL is accepted again");
@@ -78,7 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     requireSplit(text, *uri);
     request(text, *uri, in);
   } else {
-    require(!requestUrl(text, {}), "what is refused is not requested");
+    require(!requestUrl(text, {}), "a rejected address is not requested");
   }
   return 0;
 }

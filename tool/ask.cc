@@ -89,7 +89,7 @@ void addOptions(CLI::App& command, AskOptions& options) {
   addSurroundingsOptions(command, options.surroundings);
   command
       .add_option("--store", options.store,
-                  "Keep the client's state in a file; its user is used until another is described")
+                  "Keep the client's state in a file; its user is kept until another is given")
       ->type_name("FILE");
   addColourOption(command, options.colour);
   command.add_flag("--json", options.json, "Print JSON");

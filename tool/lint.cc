@@ -87,12 +87,12 @@ void addLint(CLI::App& app, int& status) {
   auto options = std::make_shared<LintOptions>();
   CLI::App& command = *app.add_subcommand("lint", "Check configuration documents for mistakes");
   command.add_option("FILE", options->files, "The documents; - is standard input")->required();
-  command.add_flag("--strict", options->strict, "Let warnings count, too: the exit status is 3");
+  command.add_flag("--strict", options->strict, "Exit with status 3 for warnings, too");
   addColourOption(command, options->colour);
   command.add_flag("--json", options->json, "Print JSON");
   command.callback([options, &status] {
     if (std::ranges::count(options->files, kStandardInput) > 1) {
-      throw CLI::ValidationError("FILE", "standard input can be read once only");
+      throw CLI::ValidationError("FILE", "standard input can be read only once");
     }
     status = lintAll(*options);
   });

@@ -41,7 +41,7 @@ class MomentText {
     return std::string(taken);
   }
 
-  void spoil() { fits_ = false; }
+  void markInvalid() { fits_ = false; }
   [[nodiscard]] bool fits() const { return fits_; }
   [[nodiscard]] bool isRead() const { return fits_ && rest_.empty(); }
 
@@ -57,7 +57,7 @@ std::optional<std::int64_t> readOffset(MomentText& in) {
   if (!west && !in.take("+")) return std::nullopt;
   const std::string hours = in.digits(2);
   const std::string minutes = in.take(":") || in.digitsInFront() > 0 ? in.digits(2) : "00";
-  if (!in.fits() || hours > "23" || minutes > "59") return in.spoil(), std::nullopt;
+  if (!in.fits() || hours > "23" || minutes > "59") return in.markInvalid(), std::nullopt;
   const std::int64_t seconds = std::stoll(hours) * 3'600 + std::stoll(minutes) * 60;
   return west ? -seconds : seconds;
 }

@@ -60,12 +60,12 @@ void addSurroundingsOptions(CLI::App& command, SurroundingsOptions& options) {
 
 Surroundings::Surroundings(const SurroundingsOptions& options)
     : device(options.device), zone(corvo_internal::zones::namedZone(options.zone)) {
-  if (!zone) throw CLI::ValidationError("--zone", "there is no time zone " + options.zone);
+  if (!zone) throw CLI::ValidationError("--zone", "unknown time zone " + options.zone);
   if (!options.now) return;
   now = parseMoment(*options.now, *zone);
   if (!now) {
     throw CLI::ValidationError("--now", *options.now +
-                                            " is neither a date and time of ISO 8601 nor a "
+                                            " is neither a date and time in ISO 8601 nor a "
                                             "number of seconds");
   }
 }

@@ -140,7 +140,7 @@ PerhapsFault UserLine::readNow(const JsonNode& value) {
   }
   context_.now = parseMoment(value.text(), *context_.timeZone);
   if (context_.now) return std::nullopt;
-  return DocumentFault{&value, "bad-moment", "expected seconds, or a date and time of ISO 8601"};
+  return DocumentFault{&value, "bad-moment", "expected seconds, or a date and time in ISO 8601"};
 }
 
 PerhapsFault UserLine::readZone(const JsonNode& value) {
@@ -149,7 +149,7 @@ PerhapsFault UserLine::readZone(const JsonNode& value) {
   if (known == zones_.end()) {
     std::string name(value.text());
     auto zone = zones::namedZone(name);
-    if (!zone) return DocumentFault{&value, "unknown-zone", "no time zone has that name"};
+    if (!zone) return DocumentFault{&value, "unknown-zone", "unknown time zone"};
     known = zones_.emplace(std::move(name), std::move(zone)).first;
   }
   context_.timeZone = known->second;

@@ -6,15 +6,14 @@
 #include <memory>
 #include <string>
 
-/// What the screen shows. These are its defaults: what it shows before an answer comes.
+/// The contents of the screen. Until an answer comes, it shows these defaults.
 struct CheckoutView {
   std::string button = "Continue";
   std::int64_t steps = 3;
-  bool showsFallback = false;  // because a question failed
+  bool showsFallback = false;  // a question failed
 };
 
-/// The screen before somebody pays. The flag "one-click" and the experiment "short-checkout" change
-/// it.
+/// The screen before payment. The flag "one-click" and the experiment "short-checkout" change it.
 class CheckoutScreen {
  public:
   explicit CheckoutScreen(std::shared_ptr<corvo::CorvoClient> client)
@@ -25,6 +24,6 @@ class CheckoutScreen {
 
  private:
   std::shared_ptr<corvo::CorvoClient> client_;
-  // Answers that come after the screen was closed find the view gone.
+  // Callbacks refer to the view weakly, because answers may come after the screen is closed.
   std::shared_ptr<CheckoutView> view_ = std::make_shared<CheckoutView>();
 };

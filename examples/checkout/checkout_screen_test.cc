@@ -8,14 +8,14 @@ namespace {
 using namespace corvo;
 using fakes::experiment, fakes::project, fakes::Sign, fakes::when, fakes::where;
 
-/// The experiment as the backend has it. A test places its user.
+/// The experiment in the backend's project. Each test chooses the user's group.
 fakes::ExperimentBuilder shortCheckout() {
   return experiment("short-checkout", {"control", "short"})
       .param("steps", {{"control", 3}, {"short", 1}});
 }
 
-// With a client that is ready, every answer comes before `open` returns.
-TEST(CheckoutScreen, ShowsWhatFlagAndExperimentSay) {
+// With a ready client, every answer comes before `open` returns.
+TEST(CheckoutScreen, FollowsFlagAndExperiment) {
   const auto goldOnly = when(where("custom.plan", Sign::equal, "gold"), true).otherwise(false);
   const struct {
     const char *plan, *group, *button;
@@ -33,11 +33,11 @@ TEST(CheckoutScreen, ShowsWhatFlagAndExperimentSay) {
   }
 }
 
-// Time passes only when the test says so, and the backend does what it is told.
+// Time passes only when the test says so, and the backend follows the test's script.
 TEST(CheckoutScreen, CopesWithASlowBackendARestartAndNoNetwork) {
   const std::string shop = project().flag("one-click", true).toJson();
   fakes::ReadyClient app(shop, {.cacheTTL = 300});
-  app.fake.time->advance(300);  // what the client has loaded expires
+  app.fake.time->advance(300);  // the client's copies expire
   app.fake.session->next("config.json", fakes::after(2, fakes::ok(shop)));
 
   CheckoutScreen slow(app.client());

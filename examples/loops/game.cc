@@ -14,7 +14,7 @@ int main(int argc, char** argv) {
   if (argc != 2) return 2;
   const auto client = Corvo::initializeClient({.projectToken = "shop-token", .apiURL = argv[1]});
 
-  std::string sign;  // the game draws what it knows by now
+  std::string sign;  // the game draws the latest text
   client->checkFlag<std::string>(
       "welcome-text",
       [&](const std::optional<std::string>& text) { sign = text.value_or("Hello!"); },

@@ -22,21 +22,21 @@ namespace corvo_internal {
 struct AnswerEnd;
 }  // namespace corvo_internal
 
-/// Thrown by `Answer::get` when no answer will come: the client was released, nothing that could
-/// bring the answer is under way any more, or the answer has been taken already.
+/// Thrown by `Answer::get` if no answer will come: the client was released, nothing that could
+/// bring the answer is under way any more, or the answer has already been taken.
 class CORVO_TYPE QuestionDropped : public std::logic_error {
  public:
   QuestionDropped() : std::logic_error("the question was dropped: no answer can come any more") {}
 };
 
-/// What a suspending form returns. The question has been asked when the answer is made; where fresh
-/// copies sufficed, the answer already lies in it, with no allocation, and awaiting it does not
-/// suspend. An awaitable for every coroutine type whose promise lets it await a foreign awaitable:
-/// the coroutine goes on where the callback of the other form would have run. `asio::awaitable`
-/// does not let it; `corvo/loops/asio.h` has an adapter. Move-only; to be awaited, or got, once:
-/// afterwards, and once it has been moved away, it throws `QuestionDropped` at once.
+/// The result of a suspending form. The question has already been asked. If the cached copies were
+/// fresh, the object contains the answer, without an allocation, and awaiting it does not suspend.
+/// Any coroutine type that accepts foreign awaitables can await it; the coroutine resumes where the
+/// callback of the other form would have run. `asio::awaitable` accepts none; `corvo/loops/asio.h`
+/// has an adapter. Move-only. Await it, or call `get`, once: a second time, or after it was moved
+/// from, it immediately throws `QuestionDropped`.
 ///
-/// A question that is dropped never resumes the coroutine, which stays its owner's to destroy.
+/// A dropped question never resumes the coroutine; the coroutine's owner must destroy it.
 template <class T>
 class [[nodiscard]] Answer {
   using Value = std::conditional_t<std::is_void_v<T>, Done, T>;
@@ -53,7 +53,7 @@ class [[nodiscard]] Answer {
     if (pending_) pending_->stopWaiting();
   }
 
-  /// Whether `get` would return, or throw, without waiting.
+  /// Whether `get` would return or throw without waiting.
   [[nodiscard]] bool ready() const { return !pending_ || pending_->hasEnded(); }
 
   /// What `co_await` calls.
@@ -62,16 +62,16 @@ class [[nodiscard]] Answer {
   T await_resume() { return take(); }
 
   /// Waits for the answer by running the main queue on this thread. The queue must know of the
-  /// session's requests, as the host's and the fakes' do, or it cannot tell that there is something
-  /// to wait for. Throws the question's `CorvoError`; `QuestionDropped` when no answer can come any
-  /// more; and whatever a task of the queue throws.
+  /// session's requests, as the host's and the fakes' queues do; otherwise it cannot tell that an
+  /// answer is still coming. Throws the question's `CorvoError`, `QuestionDropped` if no answer can
+  /// come any more, and whatever a task on the queue throws.
   T get() {
     wait();
     return take();
   }
 
-  /// Waits in the same way. Gives the value, or the default where that is absent, the question
-  /// failed, or no answer can come any more. Throws only what a task of the queue throws.
+  /// Waits in the same way. Returns the value, or the default if the value is absent, the question
+  /// failed, or no answer can come any more. Throws only what a task on the queue throws.
   template <class Default>
   requires(!std::is_void_v<T>) corvo_internal::Present<T> valueOr(Default&& otherwise) {
     wait();
@@ -101,7 +101,7 @@ class [[nodiscard]] Answer {
     return static_cast<T>(taken<1>());
   }
 
-  // Nothing is left behind: to take it again is to take what was dropped.
+  // Leaves nothing behind: taking the answer again throws `QuestionDropped`.
   template <std::size_t which>
   auto taken() {
     auto kept = std::move(*std::get_if<which>(&outcome_));
@@ -110,13 +110,13 @@ class [[nodiscard]] Answer {
   }
 
   Outcome outcome_;
-  std::shared_ptr<PendingOutcome> pending_;  // in place of an outcome that will come on the queue
+  std::shared_ptr<PendingOutcome> pending_;  // through which a later outcome comes
   std::shared_ptr<MainQueue> queue_;
 };
 
-/// For the adapters to other kinds of coroutines, which must notice that a question was dropped.
+/// For adapters to other kinds of coroutines, which must notice when a question is dropped.
 struct corvo_internal::AnswerEnd {
-  /// See `PendingOutcome::onEnd`. The answer must be pending: `await_ready` answered false.
+  /// See `PendingOutcome::onEnd`. The answer must be pending: `await_ready` returned false.
   template <class T>
   static void notify(Answer<T>& answer, Callback<void()> onEnd) {
     answer.pending_->onEnd(std::move(onEnd));

@@ -8,13 +8,13 @@
 
 namespace corvo {
 
-/// The value of a question that only answers that something is done.
+/// The value of a question whose only answer is that something is done.
 struct Done {};
 
-/// Receives the answer to one question: the end of `CorvoClient`'s questions that an implementation
-/// sees. Keep the value, then deliver it, last of all; or tell the error, last of all; once. The
-/// sink lives on the asker's stack. A client that must wait for the answer detaches it and uses
-/// what it gets instead.
+/// Receives the answer to one question: how an implementation of `CorvoClient` returns it. Call
+/// `keepValue` and then `deliver`, or call `onError`; once, and as the last thing. The sink lives
+/// on the caller's stack. A client that must wait for the answer calls `detach` and uses the sink
+/// that it returns.
 ///
 /// For one thread at a time.
 template <class T>
@@ -25,16 +25,17 @@ class CORVO_TYPE AnswerSink {
   AnswerSink& operator=(const AnswerSink&) = delete;
   virtual ~AnswerSink() = default;
 
-  /// Keeps the value, converted to the type that the application asked for. A view need not last.
+  /// Keeps the value, converted to the type that the application requested. A view need not outlive
+  /// the call.
   virtual void keepValue(T value) = 0;
-  /// Calls the callback for the value that is kept. Throws what that throws.
+  /// Calls the success callback with the kept value. Throws what the callback throws.
   virtual void deliver() = 0;
-  /// Calls the callback for the error. Throws what that throws.
+  /// Calls the error callback. Throws what the callback throws.
   virtual void onError(CorvoError&& error) = 0;
   /// A sink on the heap, never null, that takes this one's place.
   [[nodiscard]] virtual std::unique_ptr<AnswerSink> detach() = 0;
 
-  /// Both steps, for implementations that have nothing to do between them.
+  /// Both steps, for implementations that do nothing in between.
   void onValue(T value) {
     keepValue(std::move(value));
     deliver();

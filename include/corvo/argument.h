@@ -5,25 +5,25 @@
 #include <optional>
 #include <utility>
 
-// Arguments that convert from what they mean and from nothing else.
+// Argument types that accept only the intended types.
 
 namespace corvo {
 
-/// An integer type, but neither the boolean nor a type of characters.
+/// An integer type, but not `bool` and not a character type.
 template <class V>
 concept CorvoInteger = std::integral<V> && !std::same_as<V, bool> && !std::same_as<V, char> &&
                        !std::same_as<V, wchar_t> && !std::same_as<V, char8_t> &&
                        !std::same_as<V, char16_t> && !std::same_as<V, char32_t>;
 
-/// An optional index: an integer of any type (one above the 64-bit signed range becomes the
-/// largest), an optional integer, or none: `std::nullopt` or `{}`. Booleans, characters and
-/// fractions do not convert to it.
+/// An optional index: an integer of any type, an optional integer, or no index (`std::nullopt` or
+/// `{}`). Integers above the 64-bit signed range become its maximum. Booleans, characters and
+/// floating-point numbers do not convert to it.
 struct OptionalIndex {
   /// No index.
   OptionalIndex() noexcept = default;
   OptionalIndex(std::nullopt_t) noexcept {}
 
-  /// An index, or an optional one.
+  /// An index, or an optional index.
   template <CorvoInteger Integer>
   OptionalIndex(Integer given) noexcept
       : value(std::in_range<std::int64_t>(given) ? static_cast<std::int64_t>(given) : INT64_MAX) {}
@@ -36,13 +36,13 @@ struct OptionalIndex {
 };
 
 namespace corvo_internal {
-/// Not `constexpr`, so that a compiler which checks a constant stops here, and shows the name.
+/// Not `constexpr`, so that a compiler that checks a constant stops here and shows this name.
 inline void theNumberIsNegative() {}
 }  // namespace corvo_internal
 
-/// An integer that is not negative. Unsigned integers convert to it, and signed constants, which
-/// are checked while compiling: `-1` does not compile, nor does a signed variable, for which there
-/// is `checked`. Booleans, characters and fractions do not convert to it.
+/// A non-negative integer. Unsigned integers convert to it, and so do signed constants, which are
+/// checked at compile time: `-1` does not compile. Nor does a signed variable; use `checked` for
+/// it. Booleans, characters and floating-point numbers do not convert to it.
 struct NonNegative {
   /// An unsigned integer, or a signed constant.
   template <CorvoInteger Integer>
@@ -54,7 +54,7 @@ struct NonNegative {
     if (given < 0) corvo_internal::theNumberIsNegative();
   }
 
-  /// The number, or none where it is negative.
+  /// The number, or `std::nullopt` if it is negative.
   template <CorvoInteger Integer>
   [[nodiscard]] static constexpr std::optional<NonNegative> checked(Integer given) noexcept {
     if (!std::in_range<std::uint64_t>(given)) return std::nullopt;
@@ -64,8 +64,8 @@ struct NonNegative {
   std::uint64_t value;  ///< The number.
 };
 
-/// A boolean argument that nothing but a `bool` converts to: beside overloads that take callbacks,
-/// neither a captureless lambda nor a pointer may pass as one.
+/// A boolean argument to which only a `bool` converts. Otherwise a captureless lambda or a pointer
+/// could select it in place of an overload that takes a callback.
 struct ExactBool {
   /// The boolean.
   template <std::same_as<bool> Bool>

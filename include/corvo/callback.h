@@ -14,7 +14,7 @@ template <class Signature>
 class Callback;
 
 namespace corvo_internal {
-/// Whether a target of that type is itself null when it converts to false.
+/// Whether a target of that type is null if it converts to false.
 template <class Target>
 inline constexpr bool isNullable = std::is_pointer_v<Target> || std::is_member_pointer_v<Target>;
 template <class Signature>
@@ -25,10 +25,10 @@ inline constexpr bool isNullable<Callback<Signature>> = true;
 
 /// A function that is called at most once and then forgets its target.
 ///
-/// Move-only, so it takes move-only lambdas. Small targets live inside it, without an allocation.
-/// It is null when made from `nullptr` (never from a literal 0), from a null function pointer, an
-/// empty `std::function` or another null callback; calling a null callback does nothing. An
-/// exception of the target leaves through the call. Not synchronised.
+/// Move-only, so it accepts move-only lambdas. Small targets are stored inside it, without an
+/// allocation. It is null if constructed from `nullptr` (a literal 0 does not convert), a null
+/// function pointer, an empty `std::function` or another null callback; calling a null callback
+/// does nothing. An exception of the target propagates to the caller. Not synchronised.
 template <class... Args>
 class Callback<void(Args...)> {
  public:
@@ -53,7 +53,7 @@ class Callback<void(Args...)> {
   Callback(Callback&& other) noexcept { take(other); }
 
   Callback& operator=(Callback&& other) noexcept {
-    Callback taken(std::move(other));  // the target that is cleared may own the other callback
+    Callback taken(std::move(other));  // the cleared target may own the other callback
     clear();
     take(taken);
     return *this;
@@ -64,7 +64,8 @@ class Callback<void(Args...)> {
   /// Whether there is a target to call.
   explicit operator bool() const noexcept { return operations_ != nullptr; }
 
-  /// Calls the target, if there is one. The target is moved out first: it may destroy this object.
+  /// Calls the target, if there is one. Moves the target out first, because it may destroy this
+  /// object.
   void operator()(Args... args) {
     if (operations_ == nullptr) return;
     std::exchange(operations_, nullptr)->call(buffer_, static_cast<Args&&>(args)...);

@@ -33,23 +33,24 @@ using EditUser = Callback<void(CorvoUser::Builder&)>;
 
 /// Answers questions about one user of one project. `Corvo` and `ClientRegistry` make clients.
 ///
-/// Every question has a callback form and a suspending form. With a fresh configuration and
-/// location at hand it is answered on the caller's thread before the call returns; otherwise what
-/// is missing is fetched and the answer comes on the main queue (but the failure of an address that
-/// is no URI reference comes before the call returns, too). Exactly one of the two callbacks
-/// is called, once; a null one is skipped and the work is done all the same. It is called last, so
-/// it may ask again, release the client, or throw: the exception leaves through whoever called. A
-/// question whose client is released before the answer came is dropped: neither callback is called.
+/// Every question has a callback form and a suspending form. While the cached configuration and
+/// location are fresh, the answer comes on the caller's thread before the call returns. Otherwise
+/// the client fetches what is missing, and the answer comes on the main queue. There is one
+/// exception: if the address is not a valid URI reference, the error comes before the call returns.
+/// Exactly one of the two callbacks is called, exactly once. Either may be null; the work is still
+/// done. The callback runs last, so it may ask again, release the client, or throw: the exception
+/// propagates to the code that invoked the callback. If the client is released before the answer
+/// arrives, the question is dropped, and neither callback is called.
 ///
-/// Any question fails with `requestConfigFailed` or `requestLocationFailed` where a fetch does, and
-/// throws what `SecureRandom::fill` throws, or a `std::runtime_error` where that fills in the same
-/// bytes for ever, when the client's private identifier is to be made.
-/// Text is UTF-8; what is ill-formed is replaced by U+FFFD.
+/// Any question fails with `requestConfigFailed` or `requestLocationFailed` if its fetch fails. A
+/// question that must create the client's private identifier throws what `SecureRandom::fill`
+/// throws, or a `std::runtime_error` if the random source keeps returning the same bytes. Text is
+/// UTF-8; invalid UTF-8 is replaced with U+FFFD.
 ///
-/// For one thread at a time, usually that of the main queue; it may be another one at another time.
-/// Use by two threads at once is detected practically always, and aborts the process. A callback
-/// runs after the client was given up, so it may also wait for another thread that uses the client;
-/// only the callbacks that fill a builder run while the client is in use.
+/// Use a client on one thread at a time, usually the one that runs the main queue. The thread may
+/// change over time. Concurrent use is detected practically always, and aborts the process. When a
+/// callback runs, the client is no longer in use, so the callback may even wait for another thread
+/// that uses it. Only the callbacks that fill a builder run while the client is in use.
 class CORVO_EXPORT CorvoClient {
  public:
   CorvoClient() = default;
@@ -57,24 +58,28 @@ class CORVO_EXPORT CorvoClient {
   CorvoClient& operator=(const CorvoClient&) = delete;
   virtual ~CorvoClient() = default;
 
-  /// Replaces the stored user.
+  /// Replaces the stored user, including all expiries. A property without an expiry counts as
+  /// expired.
   virtual void setUser(CorvoUser user) = 0;
 
-  /// Hands an empty builder to the callback, at once, and replaces the stored user by what the
-  /// builder then holds. A null callback changes nothing; after one that throws nothing is stored.
+  /// Calls the callback with an empty builder before returning, then replaces the stored user with
+  /// the builder's contents. A null callback changes nothing. If the callback throws, nothing is
+  /// stored.
   virtual void setUserProperties(EditUser edit) = 0;
 
-  /// The same with a builder that holds the stored user's properties and expiries, so that what is
-  /// not set again keeps both. Without a stored user an empty one is stored first.
+  /// The same, but the builder starts with the stored user's properties and expiries. A property
+  /// that is not set again keeps its value and its expiry. If no user is stored, an empty one is
+  /// stored first.
   virtual void editUserProperties(EditUser edit) = 0;
 
-  /// Replaces the stored user by one without properties.
+  /// Replaces the stored user with one that has no properties.
   virtual void clearUserProperties() = 0;
 
-  /// The value that a flag has for the user, as the type asked for; absent when its text is no
-  /// valid form of that type. The group of an experiment that carries the flag decides, else the
-  /// flag's own rules. Fails with `featureFlagNotFound`, `featureFlagNoRules`,
-  /// `featureFlagRulesNotSatisfied` or `experimentGroupNotMatchingFeatureFlagGroup`.
+  /// The flag's value for the user, as the requested type; absent if the value's text is not valid
+  /// for that type. If an experiment carries the flag and the user is in it, the user's group
+  /// decides; otherwise the flag's own rules do. Fails with `featureFlagNotFound`,
+  /// `featureFlagNoRules`, `featureFlagRulesNotSatisfied` or
+  /// `experimentGroupNotMatchingFeatureFlagGroup`.
   template <class T>
   void checkFlag(std::string_view flagName, Callback<void(std::optional<T>)> onSuccess,
                  OnError onError = {}) {
@@ -86,8 +91,8 @@ class CORVO_EXPORT CorvoClient {
     return answer<std::optional<T>, std::string_view>([&](auto& sink) { askFlag(flagName, sink); });
   }
 
-  /// The values of all flags of the configuration that have one for the user, each typed by its
-  /// text: a JSON object, a boolean, an integer, a double, else text.
+  /// The values of all flags in the configuration that have one for the user. The text of each
+  /// value determines its type: a JSON object, a boolean, an integer, a double, or otherwise text.
   void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess, OnError onError = {});
   Answer<FlagReport> getUserFeatureFlagsDetails();
 
@@ -96,8 +101,9 @@ class CORVO_EXPORT CorvoClient {
                              OnError onError = {});
   Answer<std::vector<CorvoExperimentPointer>> getAllUserExperiments();
 
-  /// The same as one text: for each experiment its name, "." and the index of the user's group,
-  /// joined by "|"; absent when there are none. `estimateHoldouts` tells whether holdouts count.
+  /// The same as one text, "checkout.1|colors.0": for each experiment its name, "." and the index
+  /// of the user's group, joined by "|". Absent if there are none. `estimateHoldouts`: whether to
+  /// include holdouts.
   void getAllUserExperimentsText(ExactBool estimateHoldouts,
                                  Callback<void(std::optional<std::string>)> onSuccess,
                                  OnError onError = {});
@@ -108,27 +114,29 @@ class CORVO_EXPORT CorvoClient {
                                  OnError onError = {});
   Answer<std::optional<std::string>> getAllUserExperimentsText();
 
-  /// The first experiment of that name that the user takes part in; null when he is in none. Fails
-  /// with `experimentNotFound`, without asking for the location.
+  /// The first experiment of that name that the user takes part in; null if they are in none. Fails
+  /// with `experimentNotFound` if the configuration has none; then the location is not fetched.
   void getExperiment(std::string_view name, Callback<void(CorvoExperimentPointer)> onSuccess,
                      OnError onError = {});
   Answer<CorvoExperimentPointer> getExperiment(std::string_view name);
 
-  /// Whether the user is in the first holdout of that name. The holdouts that this one itself names
-  /// play no part. Fails with `holdoutNotFound`, without asking for the location.
+  /// Whether the user is in the first holdout of that name. Holdouts that this holdout itself names
+  /// are ignored. Fails with `holdoutNotFound` if the configuration has none; then the location is
+  /// not fetched.
   void getHoldout(std::string_view name, Callback<void(bool)> onSuccess, OnError onError = {});
   Answer<bool> getHoldout(std::string_view name);
 
-  /// The holdouts that the user is in and that none of those they name keeps him out of, as one
-  /// text like that of `getAllUserExperimentsText`; absent when there are none.
+  /// The holdouts that the user is in, as one text in the form of `getAllUserExperimentsText`;
+  /// absent if there are none. Here, holdouts that a holdout names count: if holdout A names
+  /// holdout B, a user in both is reported only in B.
   void getAllUserHoldouts(Callback<void(std::optional<std::string>)> onSuccess,
                           OnError onError = {});
   Answer<std::optional<std::string>> getAllUserHoldouts();
 
-  /// The experiments that the user takes part in, each with the values that they get from it, in
-  /// the configuration's order. `estimateHoldouts` tells whether holdouts are among them. Where the
-  /// values of repeated names would take more than 64 MiB, the error is `requestConfigFailed` with
-  /// a `decodingError`.
+  /// The experiments that the user takes part in, each with the values that it gives to the user,
+  /// in the configuration's order. `estimateHoldouts`: whether to include holdouts. If the values
+  /// of repeated names would take more than 64 MiB, fails with `requestConfigFailed` and a
+  /// `decodingError`.
   void getUserExperimentsDetails(ExactBool estimateHoldouts,
                                  Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
                                  OnError onError = {});
@@ -139,9 +147,9 @@ class CORVO_EXPORT CorvoClient {
                                  OnError onError = {});
   Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails();
 
-  /// Why a flag has its value for the user, and why the user is in an experiment of that name, or
-  /// is not: the answer of `checkFlag` and `getExperiment`, or their error, with the steps that led
-  /// to it. Fetches as those do. Fails only where a fetch does.
+  /// Why a flag has its value for the user, and why the user is in an experiment of that name or
+  /// not: the answer of `checkFlag` or `getExperiment`, or its error, with the steps that led to
+  /// it. Fetches what that question would fetch. Fails only if a fetch fails.
   void explainFlag(std::string_view flagName, Callback<void(Explanation)> onSuccess,
                    OnError onError = {});
   Answer<Explanation> explainFlag(std::string_view flagName);
@@ -149,22 +157,22 @@ class CORVO_EXPORT CorvoClient {
                          OnError onError = {});
   Answer<Explanation> explainExperiment(std::string_view name);
 
-  /// The project in force: that of the cached configuration while it is fresh, else fetched. With
-  /// it any number of threads can answer about any users; see <corvo/evaluation.h>.
+  /// The current project: from the cached configuration while it is fresh, otherwise fetched. Any
+  /// number of threads can use it to answer questions about any user; see <corvo/evaluation.h>.
   void getProject(Callback<void(Project)> onSuccess, OnError onError = {});
   Answer<Project> getProject();
 
-  /// Forces the user of now into the first experiment of that name: into the group of that index,
-  /// from 0, or, without an index, into whichever group the weights give him. Allocation, layer and
-  /// targets no longer count for him there, holdouts still do. Kept, in place of an earlier choice
-  /// for the experiment, until it is excluded. Fails with `experimentsEmpty`, `experimentNotFound`,
-  /// `experimentSplitIdNotFound` or `experimentGroupIndexNotFound`, and then forces and keeps
-  /// nothing.
+  /// Forces the current user into the first experiment of that name: into the group with that index
+  /// (from 0), or, without an index, into the group that the weights select. This bypasses
+  /// allocation, layer and targets, but not holdouts. It replaces an earlier choice for the
+  /// experiment, and is kept until `excludeForce` or `excludeForceAll`. The changed configuration
+  /// counts as just fetched. Fails with `experimentsEmpty`, `experimentNotFound`,
+  /// `experimentSplitIdNotFound` or `experimentGroupIndexNotFound`; then nothing is forced or kept.
   void includeForce(std::string_view experimentName, OptionalIndex groupIndex,
                     Callback<void()> onSuccess, OnError onError = {});
   Answer<void> includeForce(std::string_view experimentName, OptionalIndex groupIndex);
 
-  /// The same without an index. A template, so that `{}` is an index that is absent and never a
+  /// The same without an index. It is a template so that `{}` always means an absent index, never a
   /// callback.
   template <std::convertible_to<Callback<void()>> OnSuccess>
   void includeForce(std::string_view experimentName, OnSuccess&& onSuccess, OnError onError = {}) {
@@ -173,23 +181,23 @@ class CORVO_EXPORT CorvoClient {
   }
   Answer<void> includeForce(std::string_view experimentName);
 
-  /// Takes back what `includeForce` did for that experiment and fetches the configuration anew,
-  /// always. Should the fetch fail, the inclusion is forgotten all the same, and the cached
-  /// configuration, while it is fresh, still carries it. Fails with `noForceIncludedExperiments`
-  /// before the first inclusion and after `excludeForceAll`, else with `experimentNotFound` where
-  /// this experiment is not included.
+  /// Undoes `includeForce` for that experiment, and always fetches the configuration again. If that
+  /// fetch fails, the inclusion is still forgotten, but the cached configuration contains it until
+  /// that copy expires. Fails with `noForceIncludedExperiments` before the first inclusion and
+  /// after `excludeForceAll`; otherwise with `experimentNotFound` if this experiment is not
+  /// included.
   void excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
                     OnError onError = {});
   Answer<void> excludeForce(std::string_view experimentName);
 
   /// The same for all experiments. Fails with `noForceIncludedExperiments` before the first
-  /// inclusion and after `excludeForceAll`; succeeds without a fetch when the last inclusion was
-  /// taken back by `excludeForce`.
+  /// inclusion and after `excludeForceAll`. Succeeds without a fetch if `excludeForce` has undone
+  /// the last inclusion.
   void excludeForceAll(Callback<void()> onSuccess, OnError onError = {});
   Answer<void> excludeForceAll();
 
-  /// What the forms above rest on: one operation for each question, which answers to a sink.
-  /// Applications use the forms.
+  /// The operations behind the forms above: one for each question, which answers to a sink. For
+  /// implementations and wrappers of a client; applications use the forms.
   virtual void askFlag(std::string_view flagName, AnswerSink<std::string_view>& sink) = 0;
   virtual void askFlagReport(AnswerSink<FlagReport>& sink) = 0;
   virtual void askExperiments(AnswerSink<std::vector<CorvoExperimentPointer>>& sink) = 0;
@@ -216,7 +224,7 @@ class CORVO_EXPORT CorvoClient {
   [[nodiscard]] virtual std::shared_ptr<MainQueue> mainQueue() const = 0;
 
  private:
-  // Makes the suspending form of a question.
+  // Asks in the suspending form.
   template <class T, class Received = T, class Ask>
   Answer<T> answer(Ask ask) {
     using Value = std::conditional_t<std::is_void_v<T>, Done, T>;

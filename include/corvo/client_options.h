@@ -8,22 +8,23 @@
 
 namespace corvo {
 
-/// What a new client is given. Texts are UTF-8. To be filled by name:
+/// The options of a new client. Texts are UTF-8. Set the fields by name:
 /// `{.projectToken = "my-token", .apiURL = "https://flags.example.com"}`.
 struct ClientOptions {
-  /// The project's token, which the backend knows.
+  /// The project's token, by which the backend knows it.
   std::string projectToken;
-  /// The base address of the backend, under which "config.json" and "geo" lie. Not validated: a bad
-  /// address fails the first question that needs the network.
+  /// The base address of the backend, to which "config.json" and "geo" are appended. Not validated:
+  /// with an invalid address, the first question that needs the network fails.
   std::string apiURL;
   /// Replaces the stored user. Without one, the user that an earlier run stored is kept.
   std::optional<CorvoUser> initialUser = std::nullopt;
-  /// How long a fetched configuration or location is used, in seconds. At least 10: less
-  /// becomes 10.
+  /// How long a fetched configuration or location stays fresh, in seconds. Values below 10 become
+  /// 10.
   NonNegative cacheTTL = 300;
   /// How many times a failed request is retried. Retries are immediate.
   NonNegative retryCount = 2;
-  /// The name under which `getClient` finds the client; stored records belong to tag and token.
+  /// The name by which `getClient` finds the client. Stored records belong to the pair of tag and
+  /// token.
   std::string tag = "default";
 };
 

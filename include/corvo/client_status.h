@@ -4,15 +4,15 @@
 
 namespace corvo {
 
-/// Which copies a client has, and how fresh they are.
+/// The cached copies that a client has, and how fresh they are.
 struct ClientStatus {
-  /// One cached copy. Times are in seconds since 1970, by the platform's clock.
+  /// One cached copy. Times are in seconds since 1970 on the platform's clock.
   struct Copy {
-    double fetchedAt = 0;  ///< When the answer came.
-    /// Questions use the copy before this moment, and fetch a new one from it on.
+    double fetchedAt = 0;  ///< When the response arrived; `includeForce` counts as well.
+    /// Until this moment, questions use the copy; from this moment on, they fetch a new one.
     double freshUntil = 0;
   };
-  /// Absent when none was ever fetched, or the stored one cannot be read.
+  /// Absent if there has been no fetch yet, or if the stored copy cannot be read.
   std::optional<Copy> configuration;
   std::optional<Copy> location;
 };

@@ -13,8 +13,8 @@
 
 namespace corvo {
 
-/// The library's entry point: one registry of clients for the whole process, made on first use on
-/// the host's platform. The operations are those of `ClientRegistry`.
+/// The library's entry point: one registry of clients for the whole process, on the host's
+/// platform, created on first use. The operations are those of `ClientRegistry`.
 class CORVO_FACADE_EXPORT Corvo {
  public:
   Corvo() = delete;
@@ -33,15 +33,15 @@ class CORVO_FACADE_EXPORT Corvo {
   /// The client registered under the tag, or null.
   [[nodiscard]] static std::shared_ptr<CorvoClient> getClient(std::string_view tag);
 
-  /// Forgets the client of the tag, if there is one; what it stored stays.
+  /// Removes the client with that tag, if there is one. Its stored records remain.
   static void removeClient(std::string_view tag);
 
-  /// The host's loop, on which answers come after a fetch: the application runs it, or ticks it, on
-  /// its own thread. Null where `usePlatform` put another platform in the host's place.
+  /// The host's loop, on which answers come after a fetch. The application runs or ticks it on a
+  /// thread of its own choice. Null if `usePlatform` has replaced the host's platform.
   [[nodiscard]] static std::shared_ptr<HostLoop> loop();
 
-  /// Puts another platform in the host's place. To be called before any other operation; throws
-  /// `std::logic_error` afterwards, and changes nothing.
+  /// Replaces the host's platform. Call it before any other operation; afterwards it throws
+  /// `std::logic_error` and changes nothing.
   static void usePlatform(Platform platform);
 };
 

@@ -5,8 +5,8 @@
 
 namespace corvo {
 
-/// What is known about a device and the application on it, as `Device` tells it. Absent facts read
-/// as empty texts, and a system without a version as "0.0".
+/// Facts about a device and the application on it, as `Device` reports them. Conditions see absent
+/// facts as empty texts, and an absent system version as "0.0".
 struct DeviceFacts {
   std::optional<std::string> applicationVersion = {};  ///< The property "appVersion".
   std::optional<std::string> vendorIdentifier = {};    ///< The property "deviceId".

@@ -18,39 +18,39 @@
 
 namespace corvo {
 
-/// Why a request to the backend failed. A value of one of six cases, each with its payload. Reaches
-/// the application inside a `CorvoError`. Copyable; reading is safe from any thread.
+/// Why a request to the backend failed: one of six cases, each with its payload. Applications
+/// receive it inside a `CorvoError`. Copyable; reading is safe from any thread.
 class CORVO_EXPORT CorvoNetworkError : public std::exception {
  public:
-  /// The base address and the path do not make an URI reference (RFC 3986).
+  /// The base address and the path do not form a URI reference (RFC 3986).
   struct IncorrectURL {
-    std::string address;  ///< What they form.
+    std::string address;  ///< Base address and path, joined.
     bool operator==(const IncorrectURL&) const = default;
   };
-  /// The request failed in transport. Never made by this library.
+  /// The request failed in transport. Never produced by this library.
   struct UrlError {
     std::string localizedDescription;  ///< In words.
     bool operator==(const UrlError&) const = default;
   };
-  /// The last answer had an HTTP status outside 200 to 299.
+  /// The last response had an HTTP status outside 200 to 299.
   struct WrongStatusCode {
     int statusCode = 0;  ///< For example 404.
     bool operator==(const WrongStatusCode&) const = default;
   };
-  /// The answer does not fit the type that was asked for.
+  /// The response could not be decoded as the expected type.
   struct DecodingError {
     std::string localizedDescription;  ///< In words.
-    /// Where in the text the cause lies, in bytes from 0, as `Project::decode` tells; a client does
-    /// not.
+    /// Where in the text the cause lies, in bytes from 0. Only `Project::decode` sets it; clients
+    /// do not.
     std::optional<std::size_t> offset = {};
     bool operator==(const DecodingError&) const = default;
   };
-  /// Never made by this library.
+  /// Never produced by this library.
   struct CustomError {
     std::string text;  ///< In words.
     bool operator==(const CustomError&) const = default;
   };
-  /// No data came, also because the transfer failed.
+  /// No data came, or the transfer failed.
   struct NoData {
     bool operator==(const NoData&) const = default;
   };
@@ -75,7 +75,7 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
   /// The case.
   [[nodiscard]] Case which() const noexcept { return static_cast<Case>(payload_.position()); }
 
-  /// The payload of that case, or null when this is another case.
+  /// The payload of that case, or null if this is another case.
   template <class P>
   [[nodiscard]] const P* as() const noexcept {
     return payload_.as<P>();
@@ -83,10 +83,10 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
   /// A copy of the payload, for `std::visit`. Its position is that of the case.
   [[nodiscard]] Payload payload() const;
 
-  /// A text for people, made anew at each call.
+  /// A human-readable description, built on each call.
   [[nodiscard]] std::string description() const;
 
-  /// The description, made on first call.
+  /// The description, built on the first call.
   [[nodiscard]] const char* what() const noexcept override;
 
   bool operator==(const CorvoNetworkError& other) const noexcept;
@@ -96,11 +96,11 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
   corvo_internal::WhatText what_;
 };
 
-/// The name of a case: "noData". Names never change. Empty for what is not a case.
+/// The name of a case: "noData". Names never change. Empty if the value is not a case.
 [[nodiscard]] CORVO_EXPORT std::string_view to_string(CorvoNetworkError::Case which) noexcept;
 
-/// Why a question could not be answered. A value of one of fifteen cases, each with its payload.
-/// Handed to `onError`, or thrown by a suspending form. Copyable; reading is safe from any thread.
+/// Why a question could not be answered: one of fifteen cases, each with its payload. Passed to
+/// `onError`, or thrown by a suspending form. Copyable; reading is safe from any thread.
 class CORVO_EXPORT CorvoError : public std::exception {
  public:
   /// A client is already registered under the tag.
@@ -123,7 +123,7 @@ class CORVO_EXPORT CorvoError : public std::exception {
     std::string featureFlag;  ///< The name of the flag.
     bool operator==(const FeatureFlagNotFound&) const = default;
   };
-  /// The rules that decide the flag for this user are an empty list.
+  /// The list of rules that decides the flag for this user is empty.
   struct FeatureFlagNoRules {
     std::string featureFlag;  ///< The name of the flag.
     bool operator==(const FeatureFlagNoRules&) const = default;
@@ -138,12 +138,12 @@ class CORVO_EXPORT CorvoError : public std::exception {
     std::string experiment;  ///< The name of the experiment.
     bool operator==(const ExperimentNotFound&) const = default;
   };
-  /// The flag that the experiment carries has no group of the name of the user's group.
+  /// The flag that the experiment carries has no group with the name of the user's group.
   struct ExperimentGroupNotMatchingFeatureFlagGroup {
     std::string experiment;                      ///< The name of the experiment.
     std::string featureFlag;                     ///< The name of the flag.
     std::string userGroup;                       ///< The name of the group.
-    std::vector<std::string> featureFlagGroups;  ///< The names that it has.
+    std::vector<std::string> featureFlagGroups;  ///< The groups that the flag has.
     bool operator==(const ExperimentGroupNotMatchingFeatureFlagGroup&) const = default;
   };
   /// The user has no identifier of the kind that the experiment splits by.
@@ -151,18 +151,18 @@ class CORVO_EXPORT CorvoError : public std::exception {
     std::string experiment;  ///< The name of the experiment.
     bool operator==(const ExperimentSplitIdNotFound&) const = default;
   };
-  /// The experiment has no group of that index.
+  /// The experiment has no group with that index.
   struct ExperimentGroupIndexNotFound {
     std::string experiment;  ///< The name of the experiment.
     std::int64_t index = 0;  ///< That index.
     bool operator==(const ExperimentGroupIndexNotFound&) const = default;
   };
-  /// Never made by this library: forcing a forced user succeeds.
+  /// Never produced by this library: forcing a user who is already forced succeeds.
   struct ExperimentAlreadyContainsUser {
     std::string experiment;  ///< The name of the experiment.
     bool operator==(const ExperimentAlreadyContainsUser&) const = default;
   };
-  /// Never made by this library: forcing a forced user succeeds.
+  /// Never produced by this library: forcing a user who is already forced succeeds.
   struct ExperimentGroupAlreadyContainsUser {
     std::string experiment;  ///< The name of the experiment.
     std::int64_t index = 0;  ///< That index.
@@ -177,7 +177,7 @@ class CORVO_EXPORT CorvoError : public std::exception {
   struct ExperimentsEmpty {
     bool operator==(const ExperimentsEmpty&) const = default;
   };
-  /// No inclusion is remembered, so none can be excluded.
+  /// No forced inclusion is recorded, so none can be excluded.
   struct NoForceIncludedExperiments {
     bool operator==(const NoForceIncludedExperiments&) const = default;
   };
@@ -213,7 +213,7 @@ class CORVO_EXPORT CorvoError : public std::exception {
   template <class P>
   requires(corvo_internal::OneOfThe<Payload>::has<std::remove_cvref_t<P>>) CorvoError(P&& payload)
       : payload_(std::forward<P>(payload)) {}
-  /// One of the payloads that are a text, made in its place.
+  /// One of the payloads that are a single text, constructed in place.
   template <class P>
   CorvoError(std::in_place_type_t<P> payload, std::string_view text) : payload_(payload, text) {}
   CorvoError(const CorvoError& other);
@@ -225,7 +225,7 @@ class CORVO_EXPORT CorvoError : public std::exception {
   /// The case.
   [[nodiscard]] Case which() const noexcept { return static_cast<Case>(payload_.position()); }
 
-  /// The payload of that case, or null when this is another case.
+  /// The payload of that case, or null if this is another case.
   template <class P>
   [[nodiscard]] const P* as() const noexcept {
     return payload_.as<P>();
@@ -236,10 +236,10 @@ class CORVO_EXPORT CorvoError : public std::exception {
   /// The name of the case, as `to_string(which())`.
   [[nodiscard]] std::string_view name() const noexcept;
 
-  /// A text for people, made anew at each call. Payload texts stand in it as they are.
+  /// A human-readable description, built on each call. Payload strings are inserted verbatim.
   [[nodiscard]] std::string description() const;
 
-  /// The description, made on first call.
+  /// The description, built on the first call.
   [[nodiscard]] const char* what() const noexcept override;
 
   bool operator==(const CorvoError& other) const noexcept;
@@ -249,7 +249,7 @@ class CORVO_EXPORT CorvoError : public std::exception {
   corvo_internal::WhatText what_;
 };
 
-/// The name of a case: "featureFlagNotFound". Names never change. Empty for what is not a case.
+/// The name of a case: "featureFlagNotFound". Names never change. Empty if the value is not a case.
 [[nodiscard]] CORVO_EXPORT std::string_view to_string(CorvoError::Case which) noexcept;
 
 /// Receives the error of a question, at most once.

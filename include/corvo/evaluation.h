@@ -22,13 +22,13 @@
 
 namespace corvo {
 
-/// A project asked about one context: the questions of `CorvoClient` under their names, answered at
-/// once, without store and network. The answers, and the errors, are those of a client.
+/// Answers questions about one project and one context: the questions of `CorvoClient`, under the
+/// same names, without store or network. Answers and errors are the same as a client's.
 ///
-/// Made by `Project::evaluate`. For one thread at a time; any number may live side by side, also on
-/// one project. Keeps the project alive. Remembers what is costly to find out about its user, so
-/// that asking again costs little, and keeps its memory from one user to the next. One that was
-/// moved from may only be assigned to and destroyed.
+/// `Project::evaluate` creates one. Use it on one thread at a time; any number may exist, even for
+/// the same project. It keeps the project alive. It caches what is costly to compute about its
+/// user, and reuses its memory for the next user. After being moved from, it may only be assigned
+/// to or destroyed.
 class CORVO_EXPORT Evaluation {
  public:
   /// The same as `project.evaluate(context)`.
@@ -37,12 +37,12 @@ class CORVO_EXPORT Evaluation {
   Evaluation& operator=(Evaluation&& other) noexcept;
   ~Evaluation();
 
-  /// Goes on with another context. After the first few users that allocates nothing, where device
-  /// and location stay the same and all texts are well-formed. Should it throw for want of memory,
-  /// the evaluation is about nobody.
+  /// Switches to another context. After the first few users, this allocates nothing if device and
+  /// location stay the same and all texts are well-formed. If it throws because memory runs out,
+  /// the evaluation has no user.
   void reset(const EvaluationContext& context);
 
-  /// The value that a flag has for the user; see `CorvoClient::checkFlag`.
+  /// The flag's value for the user; see `CorvoClient::checkFlag`.
   template <class T>
   Result<std::optional<T>> checkFlag(std::string_view flagName) {
     Result<std::string_view> text = flagText(flagName);
@@ -53,7 +53,7 @@ class CORVO_EXPORT Evaluation {
   /// The typed values of all flags that have one for the user.
   Result<FlagReport> getUserFeatureFlagsDetails();
 
-  /// The experiments that the user takes part in, holdouts included: their handles, and as a text.
+  /// The experiments that the user takes part in, holdouts included: as handles, and as a text.
   Result<std::vector<CorvoExperimentPointer>> getAllUserExperiments();
   Result<std::optional<std::string>> getAllUserExperimentsText(ExactBool estimateHoldouts = true);
 
@@ -64,33 +64,35 @@ class CORVO_EXPORT Evaluation {
   Result<bool> getHoldout(std::string_view name);
   Result<std::optional<std::string>> getAllUserHoldouts();
 
-  /// The experiments that the user takes part in, each with the values that they get from it.
+  /// The experiments that the user takes part in, each with the values that it gives to the user.
   Result<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails(
       ExactBool estimateHoldouts = true);
 
-  /// The text of a flag for the user. Valid as long as the project, which has it in one place: what
-  /// is made of a text may be kept by its address.
+  /// The text of a flag's value for the user. Valid as long as the project. The project keeps each
+  /// text in one place, so results computed from a text may be cached by its address.
   struct FlagText {
     std::size_t flag = 0;   ///< The position in `Project::flags`.
     std::string_view text;  ///< Its value for the user.
   };
-  /// The texts that `getUserFeatureFlagsDetails` types, of the flags at these positions and in
-  /// their order, where the flag has one. Positions that there are not are skipped. Valid until the
-  /// next call. For reports on many users: allocates nothing after the first one.
+  /// The texts of the flags at these positions, in this order: the ones that
+  /// `getUserFeatureFlagsDetails` converts to types. Skips flags without a value and positions that
+  /// do not exist. Valid until the next call. For reports on many users: allocates nothing after
+  /// the first one.
   std::span<const FlagText> flagTexts(std::span<const std::size_t> flags);
 
-  /// The group that the user has in an experiment.
+  /// The user's group in an experiment.
   struct Membership {
     std::size_t experiment = 0;  ///< `Project::Experiment::position`.
     std::size_t group = 0;       ///< The position in `Project::Experiment::groups`.
   };
-  /// The experiments that `getAllUserExperiments` lists, holdouts included, of those at these
-  /// positions and in their order. In the same way as the texts.
+  /// The user's groups in the experiments and holdouts at these positions, in this order. Skips
+  /// those that `getAllUserExperiments` does not list and positions that do not exist. Valid until
+  /// the next call; allocates nothing after the first user.
   std::span<const Membership> memberships(std::span<const std::size_t> experiments);
 
-  /// Why a flag has its value for the user, and why the user is in an experiment of that name, or
-  /// is not: the answer of `checkFlag` and `getExperiment` with the steps that led to it. Costs far
-  /// more than the question.
+  /// Why a flag has its value for the user, and why the user is in an experiment of that name or
+  /// not: the answer of `checkFlag` or `getExperiment`, with the steps that led to it. Costs far
+  /// more than the question itself.
   [[nodiscard]] Explanation explainFlag(std::string_view flagName);
   [[nodiscard]] Explanation explainExperiment(std::string_view name);
 

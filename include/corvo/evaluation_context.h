@@ -12,25 +12,25 @@
 
 namespace corvo {
 
-/// All that an answer depends on besides the project. A plain value; everything but the user has a
-/// default. An evaluation refers to the user, or to the properties, until its next `reset`; all
-/// else it copies. Text is UTF-8; what is ill-formed is replaced by U+FFFD.
+/// Everything that an answer depends on besides the project. A plain value; everything but the user
+/// has a default. An evaluation refers to the user, or to the properties, until its next `reset`,
+/// and copies the rest. Text is UTF-8; invalid UTF-8 is replaced with U+FFFD.
 struct EvaluationContext {
-  /// The name of a property as conditions have it ("userId", "custom.plan"), and its value.
+  /// A property's name, as in conditions ("userId", "custom.plan"), and its value.
   using Property = std::pair<std::string_view, std::string_view>;
 
-  /// A user whose properties expire. One without an expiry counts as expired.
+  /// A user whose properties expire. A property without an expiry counts as expired.
   const CorvoUser* user = nullptr;
-  /// Where there is no user: properties that do not expire. Of several with one name the first
+  /// Used if there is no user: properties that do not expire. If names repeat, the first one
   /// counts.
   std::span<const Property> properties = {};
-  /// The location as the backend's route answers it: "country", without "geo.".
+  /// The location with the names that the backend uses: "country", without "geo.".
   PropertyMap location = {};
   /// The device's properties. By default they are absent.
   DeviceFacts device = {};
-  /// The moment, in seconds since 1970; absent: that of the system's clock at `reset`.
+  /// The moment, in seconds since 1970. If absent, the system clock's time at `reset`.
   std::optional<double> now = {};
-  /// Null: the system's.
+  /// If null, the system's time zone.
   std::shared_ptr<const TimeZone> timeZone = nullptr;
 };
 

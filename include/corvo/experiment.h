@@ -14,11 +14,11 @@
 
 namespace corvo {
 
-/// An experiment that the user takes part in: his group, and the values that the group carries.
+/// An experiment that the user takes part in, with the user's group and the group's values.
 ///
-/// A snapshot of the moment of the question: what changes later (configuration, user, clock, time
-/// zone) does not change it. Reading is safe from any thread. Texts are UTF-8; ill-formed names are
-/// mended as everywhere.
+/// A snapshot of the moment of the question: later changes (configuration, user, clock, time zone)
+/// do not affect it. Reading is safe from any thread. Texts are UTF-8; invalid UTF-8 in names is
+/// replaced with U+FFFD.
 class CORVO_TYPE CorvoExperiment {
  public:
   virtual ~CorvoExperiment() = default;
@@ -33,17 +33,17 @@ class CORVO_TYPE CorvoExperiment {
   /// The name of the user's group; absent without a group.
   [[nodiscard]] virtual std::optional<std::string> userGroupName() const = 0;
 
-  /// The value of a parameter in the user's group, as the type asked for. Absent without a group,
-  /// without a parameter of that name, when the first one of that name has no value for the group,
-  /// or when its text is no valid form of the type.
+  /// The value of a parameter in the user's group, as the requested type. Absent without a group,
+  /// without a parameter of that name, if the first one of that name has no value for the group, or
+  /// if the value's text is not valid for the type.
   template <class T>
   [[nodiscard]] std::optional<T> getParamValue(std::string_view name) const {
     return typed<T>(paramText(name));
   }
 
-  /// The value in the user's group of a flag that the experiment carries, as the type asked for.
-  /// Absent without a group, when the experiment carries no flag of that name, or when the text is
-  /// no valid form of the type. Fails with `experimentGroupNotMatchingFeatureFlagGroup`,
+  /// The value in the user's group of a flag that the experiment carries, as the requested type.
+  /// Absent without a group, if the experiment carries no flag of that name, or if the value's text
+  /// is not valid for the type. Fails with `experimentGroupNotMatchingFeatureFlagGroup`,
   /// `featureFlagNoRules` or `featureFlagRulesNotSatisfied`.
   template <class T>
   [[nodiscard]] Result<std::optional<T>> featureValue(std::string_view flagName) const {
@@ -52,7 +52,7 @@ class CORVO_TYPE CorvoExperiment {
     return typed<T>(text.value());
   }
 
-  /// The same, where an error is thrown; without exceptions it stops the process.
+  /// The same, but throws the error; without exceptions, it aborts the process.
   template <class T>
   [[nodiscard]] std::optional<T> getFeatureValue(std::string_view flagName) const {
     return featureValue<T>(flagName).value();
@@ -64,7 +64,7 @@ class CORVO_TYPE CorvoExperiment {
     return getFeatureValue<T>(flagName);
   }
 
-  /// What the typed values are made from; valid as long as this object.
+  /// The texts behind the typed values; valid as long as this object.
   [[nodiscard]] virtual std::optional<std::string_view> paramText(std::string_view name) const = 0;
   [[nodiscard]] virtual Result<std::optional<std::string_view>> featureText(
       std::string_view flagName) const = 0;
@@ -76,7 +76,7 @@ class CORVO_TYPE CorvoExperiment {
   }
 };
 
-/// How the application holds an experiment; null where the user is not in it.
+/// A handle on an experiment; null if the user is not in it.
 using CorvoExperimentPointer = std::shared_ptr<const CorvoExperiment>;
 
 }  // namespace corvo

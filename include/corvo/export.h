@@ -1,7 +1,7 @@
 #pragma once
 
-// Marks what the shared libraries export; everything else is hidden in them. A build of shared
-// libraries defines CORVO_SHARED for them and for all that link them; static ones need no marks.
+// Marks what the shared libraries export; everything else is hidden. A build of shared libraries
+// defines CORVO_SHARED for them and for all code that links them. Static libraries need no marks.
 
 #if !defined(CORVO_SHARED)
 #define CORVO_EXPORTED
@@ -14,12 +14,13 @@
 #else
 #define CORVO_EXPORTED __attribute__((visibility("default")))
 #define CORVO_IMPORTED CORVO_EXPORTED
-/// A class that is whole in its header, but must be one type to all libraries: it is thrown, or
-/// implemented on the other side. On Windows types are compared by name.
+/// A class that is defined completely in its header, but must be the same type in all libraries,
+/// because it is thrown or implemented across their borders. Windows compares types by name.
 #define CORVO_TYPE CORVO_EXPORTED
 #endif
 
-// Each library exports what is its own and imports from the others. The engine is part of the core.
+// Each library exports its own symbols and imports those of the others. The engine is part of the
+// core.
 
 #ifdef corvo_core_EXPORTS
 #define CORVO_EXPORT CORVO_EXPORTED

@@ -13,6 +13,6 @@
 #include <corvo/fakes/scripted_session.h>
 #include <corvo/fakes/virtual_time.h>
 
-/// A platform under a test's control: for this library's tests and for those of applications.
-/// Nothing in it waits, reads the real clock or leaves the process. Link `corvo::fakes`.
+/// A platform that a test controls: for this library's tests and for those of applications. Nothing
+/// in it waits, reads the real clock or leaves the process. Link `corvo::fakes`.
 namespace corvo::fakes {}

@@ -9,7 +9,7 @@
 
 namespace corvo {
 
-/// The typed value of every flag that has one for the user, by the flag's name. Can be asked by
+/// The typed value of every flag that has one for the user, by the flag's name. Can be searched by
 /// `std::string_view`.
 using FlagReport = std::unordered_map<std::string, CorvoProperty, TextHash, std::equal_to<>>;
 

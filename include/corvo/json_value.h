@@ -20,26 +20,26 @@ class JsonValue;
 
 /// An ordered list of JSON values.
 using JsonArray = std::vector<JsonValue>;
-/// A JSON object: values by key, in the order of the keys' bytes.
+/// A JSON object: values by key, in byte order of the keys.
 using JsonObject = std::map<std::string, JsonValue, std::less<>>;
 
-/// One JSON value of the eight kinds that a document can hold. Numbers keep the kind in which they
-/// were read: an integer, also one written 1.0 or 1e0, is signed where it fits 64 bits, else
+/// A JSON value of one of the eight kinds in `Kinds`. Numbers keep the kind that they were read as:
+/// an integer, even if written as 1.0 or 1e0, is signed if it fits into 64 bits, otherwise
 /// unsigned; every other number is a double. Values of different kinds are never equal. A plain
 /// value; reading is safe from any thread.
 ///
-/// Reading a text and destroying a value take the same stack whatever its depth. Copying, comparing
-/// and writing take some for each level, so that for the 512 levels that a text may have a thread
-/// needs 128 KiB, or 2 MiB where nothing is optimised.
+/// Reading a text and destroying a value use the same amount of stack at any depth. Copying,
+/// comparing and writing use some for each level: for the 512 levels that a text may have, a thread
+/// needs 128 KiB, or 2 MiB without optimisation.
 class CORVO_EXPORT JsonValue {
  public:
-  /// The kinds that a value can have.
+  /// The kinds of values.
   using Null = std::monostate;
   using Kinds = std::variant<Null, bool, std::int64_t, std::uint64_t, double, std::string,
                              JsonArray, JsonObject>;
 
   JsonValue() = default;
-  // Moves are not inline: in one that is, g++ 12 sees reads of what is uninitialised.
+  // Moves are not inline, because g++ 12 would warn about reads of uninitialised memory.
   JsonValue(JsonValue&& other) noexcept;
   JsonValue& operator=(JsonValue&& other) noexcept;
   JsonValue(const JsonValue&) = default;
@@ -47,7 +47,8 @@ class CORVO_EXPORT JsonValue {
   ~JsonValue() {
     if (hasChildren()) dropChildren();
   }
-  /// A value of one of the kinds, or a literal: integers are signed, texts strings.
+  /// A value of one of the kinds, or a literal: integer literals become signed, texts become
+  /// strings.
   template <class Kind>
   requires(!std::same_as<std::remove_cvref_t<Kind>, JsonValue> &&
            std::constructible_from<Kinds, Kind>) JsonValue(Kind&& kind)
@@ -56,7 +57,7 @@ class CORVO_EXPORT JsonValue {
   /// The value, for `std::visit` and `std::get_if`.
   [[nodiscard]] const Kinds& value() const noexcept { return value_; }
 
-  /// The value if it is of that kind, or null.
+  /// The value if it is of that kind, otherwise null.
   template <class Kind>
   [[nodiscard]] const Kind* as() const noexcept {
     return std::get_if<Kind>(&value_);
@@ -65,19 +66,19 @@ class CORVO_EXPORT JsonValue {
   [[nodiscard]] Kind* as() noexcept {
     return std::get_if<Kind>(&value_);
   }
-  /// A number of any kind as a double, integers rounded to the nearest; none when this is no
-  /// number. For what may be written with or without a fraction: a price of 1.0 is an integer by
-  /// its kind, so `as<double>()` is null.
+  /// A number of any kind as a double; integers are rounded to the nearest double. Absent if this
+  /// is not a number. Use it for numbers that may be written with or without a fraction: a price of
+  /// 1.0 has the kind of an integer, so `as<double>()` is null.
   [[nodiscard]] std::optional<double> asNumber() const noexcept;
-  /// Whether this is the null of JSON.
+  /// Whether this is JSON's null.
   [[nodiscard]] bool isNull() const noexcept { return as<Null>() != nullptr; }
 
-  /// The member of an object, or null when this is no object or has no such member.
+  /// The member of an object; null if this is not an object or has no member of that key.
   [[nodiscard]] const JsonValue* find(std::string_view key) const;
 
-  /// This value as compact JSON text (RFC 8259), doubles in the shortest form that reads back.
-  /// Strings are to be UTF-8: their bytes are copied as they are.
-  /// Numbers that JSON cannot express (infinities, not-a-number) are written as null.
+  /// This value as compact JSON text (RFC 8259). Doubles have the shortest form that reads back as
+  /// the same number. Strings should be UTF-8; their bytes are copied unchanged. Numbers that JSON
+  /// cannot express (infinities, not-a-number) are written as null.
   [[nodiscard]] std::string toJson() const;
 
   /// Whether both have the same kind and value.
@@ -91,7 +92,7 @@ class CORVO_EXPORT JsonValue {
   Kinds value_;
 };
 
-/// The same text for an object or a list that is not held by a `JsonValue`.
+/// The same text for an object or a list outside of a `JsonValue`.
 [[nodiscard]] CORVO_EXPORT std::string toJson(const JsonObject& object);
 [[nodiscard]] CORVO_EXPORT std::string toJson(const JsonArray& list);
 

@@ -12,58 +12,59 @@
 
 namespace corvo {
 
-/// How a type is made from the text of a configuration value. Specialise it to ask flags for a type
-/// of your own; `fromCorvoString` must not throw for want of a valid form, but answer none, and
-/// must not use the client that asks it.
+/// How the text of a configuration value becomes a type. Specialise it to use a type of your own
+/// with flags. For a text that is not valid for the type, `fromCorvoString` must return
+/// `std::nullopt`, not throw. It must not use the client that calls it.
 template <class T>
 struct CorvoPropertyTraits;
 
 /// "true" or "false" in any letter case.
 template <>
 struct CorvoPropertyTraits<bool> {
-  /// The value, or none for a text of another form.
+  /// The value, or `std::nullopt` if the text has another form.
   CORVO_EXPORT static std::optional<bool> fromCorvoString(std::string_view text) noexcept;
 };
 
 /// An optional sign and decimal digits, within 64 bits.
 template <>
 struct CorvoPropertyTraits<std::int64_t> {
-  /// The value, or none for a text of another form.
+  /// The value, or `std::nullopt` if the text has another form.
   CORVO_EXPORT static std::optional<std::int64_t> fromCorvoString(std::string_view text) noexcept;
 };
 
-/// The whole text as ISO C `strtod` reads it in the C locale, not beginning with white space.
+/// The whole text as ISO C `strtod` reads it in the C locale; it must not begin with white space.
 template <>
 struct CorvoPropertyTraits<double> {
-  /// The value, or none for a text of another form.
+  /// The value, or `std::nullopt` if the text has another form.
   CORVO_EXPORT static std::optional<double> fromCorvoString(std::string_view text);
 };
 
 /// Any text, unchanged.
 template <>
 struct CorvoPropertyTraits<std::string> {
-  /// The value, or none for a text of another form.
+  /// The value, or `std::nullopt` if the text has another form.
   static std::optional<std::string> fromCorvoString(std::string_view text) {
     return std::string(text);
   }
 };
 
-/// The text of a JSON object (RFC 8259, at most 512 levels deep). Of duplicate keys the last
-/// counts; a number beyond the doubles in any value that counts makes the text no dictionary.
+/// The text of a JSON object (RFC 8259, at most 512 levels deep). If keys repeat, the last one
+/// counts. The text is not valid if a value that counts contains a number outside the range of a
+/// double.
 template <>
 struct CorvoPropertyTraits<JsonObject> {
-  /// The value, or none for a text of another form.
+  /// The value, or `std::nullopt` if the text has another form.
   CORVO_EXPORT static std::optional<JsonObject> fromCorvoString(std::string_view text);
 };
 
 /// A type that a configuration value can be read as: `bool`, `std::int64_t`, `double`,
-/// `std::string`, `JsonObject`, and whatever the application adds.
+/// `std::string`, `JsonObject`, and types that the application adds.
 template <class T>
 concept CorvoPropertyType = requires(std::string_view text) {
   { CorvoPropertyTraits<T>::fromCorvoString(text) } -> std::same_as<std::optional<T>>;
 };
 
-/// Reads a configuration text as a type; none when it is not a valid form of the type.
+/// Reads a configuration text as a type; absent if the text is not valid for the type.
 template <class T>
 [[nodiscard]] std::optional<T> fromCorvoString(std::string_view text) {
   if constexpr (CorvoPropertyType<T>) {
@@ -75,10 +76,11 @@ template <class T>
   }
 }
 
-/// A configuration value whose type nobody asked for.
+/// A configuration value whose text determines its type.
 using CorvoProperty = std::variant<JsonObject, bool, std::int64_t, double, std::string>;
 
-/// Types a text by the first conversion that succeeds: dictionary, boolean, integer, double, text.
+/// Converts a text to the first of these types for which it is valid: JSON object, boolean,
+/// integer, double, text.
 [[nodiscard]] CORVO_EXPORT CorvoProperty typedProperty(std::string_view text);
 
 }  // namespace corvo

@@ -18,19 +18,19 @@
 
 namespace corvo {
 
-/// A text that a parameter takes: whatever is seen as a `std::string_view`. Not a bare `nullptr`.
+/// A text argument: any type that converts to `std::string_view`, except a bare `nullptr`.
 template <class T>
 concept CorvoText = std::convertible_to<const T&, std::string_view> &&
     !std::same_as<std::remove_cv_t<T>, std::nullptr_t>;
 
-/// A text or none, as a parameter. Made from a text, an optional text or `std::nullopt`; a null
-/// `const char*` is none. Refers to the text, so it is no type to keep one in.
+/// An optional text, as a parameter: a text, an optional text or `std::nullopt`. A null pointer is
+/// no text. It only refers to the text, so do not store it.
 class OptionalText {
  public:
   /// No text.
   OptionalText(std::nullopt_t) noexcept {}
 
-  /// A text; none for a null pointer.
+  /// A text; no text for a null pointer.
   template <CorvoText T>
   OptionalText(const T& text) {
     if constexpr (std::is_pointer_v<T>) {
@@ -39,20 +39,20 @@ class OptionalText {
     view_ = text;
   }
 
-  /// A text or none.
+  /// An optional text.
   template <CorvoText T>
   OptionalText(const std::optional<T>& text) : OptionalText(std::nullopt) {
     if (text) *this = OptionalText(*text);
   }
 
-  /// The text, which still belongs to who gave it.
+  /// The text, which the caller still owns.
   [[nodiscard]] const std::optional<std::string_view>& view() const noexcept { return view_; }
 
  private:
   std::optional<std::string_view> view_;
 };
 
-/// A type whose values describe themselves.
+/// A type whose values have a `description()`.
 template <class V>
 concept CorvoDescribable = requires(const V& value) {
   { value.description() } -> std::convertible_to<std::string_view>;
@@ -65,26 +65,26 @@ inline constexpr bool isCorvoCustomValue =
 template <class V>
 inline constexpr bool isCorvoCustomValue<std::optional<V>> = isCorvoCustomValue<V>;
 
-/// What a custom property may be set to: a text, a boolean, a number, a value that describes
-/// itself, an optional of these, or `std::nullopt`.
+/// A value for a custom property: a text, a boolean, a number, a value with a `description()`, an
+/// optional of these, or `std::nullopt`.
 template <class V>
 concept CorvoCustomValue = isCorvoCustomValue<V>;
 
-/// Sets and removes the properties of a user. Every property set is stamped to expire 24 hours
-/// later; setting it again renews it. An absent value removes the property and its expiry.
-/// Texts that are no UTF-8 are mended with U+FFFD. Setters return the builder, so calls chain.
+/// Sets and removes the properties of a user. Each property expires 24 hours after it is set;
+/// setting it again renews it. An absent value removes the property and its expiry. Invalid UTF-8
+/// is replaced with U+FFFD. Setters return the builder, so calls chain.
 ///
-/// For one thread at a time. Shares its clock and its time zone.
+/// Use a builder on one thread at a time. It shares its clock and its time zone.
 class CORVO_EXPORT CorvoUser::Builder {
  public:
-  /// Stamps with the system's clock and time zone.
+  /// Computes expiries with the system's clock and time zone.
   Builder();
-  /// Stamps with the given clock and zone, which must not be null.
+  /// Computes expiries with the given clock and zone, which must not be null.
   Builder(std::shared_ptr<const Clock> clock, std::shared_ptr<const TimeZone> timeZone);
   Builder(const Builder&) = delete;  // edits of a copy would be lost
   Builder& operator=(const Builder&) = delete;
 
-  /// Sets the property that conditions call by the name in quotation marks; an absent value
+  /// Sets the property that conditions refer to by the name in quotation marks; an absent value
   /// removes it.
   Builder& setUserId(OptionalText value) { return set("userId", value); }
   Builder& setProfileId(OptionalText value) { return set("profileId", value); }
@@ -98,8 +98,8 @@ class CORVO_EXPORT CorvoUser::Builder {
   Builder& setGeoCity(OptionalText value) { return set("geo.city", value); }
   Builder& setEmail(OptionalText value) { return set("email", value); }
 
-  /// Sets the property "custom." + key to the value's text. Booleans are "true" and "false";
-  /// floating-point numbers have the shortest digits that read back: "42.0", "0.0001", "1e+16".
+  /// Sets the property "custom." + key to the value's text. Booleans become "true" and "false";
+  /// floating-point numbers get the shortest digits that read back: "42.0", "0.0001", "1e+16".
   template <CorvoCustomValue V>
   Builder& setCustomProperty(const V& value, std::string_view key) {
     if constexpr (CorvoDescribable<V>) {
@@ -121,7 +121,7 @@ class CORVO_EXPORT CorvoUser::Builder {
     return value ? setCustomProperty(*value, key) : setCustom(key, std::nullopt);
   }
 
-  /// The user with the properties and expiries as they are now.
+  /// The user with the current properties and expiries.
   [[nodiscard]] CorvoUser build() const { return {properties, corvoExpiration}; }
 
   PropertyMap properties;  ///< The properties set so far, by name.
@@ -138,7 +138,7 @@ class CORVO_EXPORT CorvoUser::Builder {
 
   std::shared_ptr<const Clock> clock_;
   std::shared_ptr<const TimeZone> timeZone_;
-  // The last text of an expiry, that of this second and zone; empty before the first.
+  // The text of the last expiry, for this second and zone; empty before the first.
   std::string expiry_;
   std::int64_t expirySecond_ = 0;
   std::uint64_t zone_ = 0;

@@ -2,13 +2,13 @@
 
 #include <string_view>
 
-// The version of these headers (https://semver.org), which the build reads from here.
+// The version of these headers (https://semver.org). The build reads it from here.
 #define CORVO_VERSION_MAJOR 0
 #define CORVO_VERSION_MINOR 1
 #define CORVO_VERSION_PATCH 0
 
-/// One number to compare with: `#if CORVO_VERSION_NUMBER >= 100`. Two digits each for minor and
-/// patch.
+/// The version as one number, for comparisons: `#if CORVO_VERSION_NUMBER >= 100`. Minor and patch
+/// have two digits each.
 #define CORVO_VERSION_NUMBER \
   (CORVO_VERSION_MAJOR * 10000 + CORVO_VERSION_MINOR * 100 + CORVO_VERSION_PATCH)
 

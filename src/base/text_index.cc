@@ -29,7 +29,7 @@ TextIndex::TextIndex(std::string_view text) : text_(text), order_(text.size()) {
     bySecondHalf[i] = i;
   }
   sortByRank(bySecondHalf, rank, order_);
-  Places finer(size);
+  Places nextRank(size);
   for (std::uint32_t half = 1; half < size; half *= 2) {
     std::uint32_t next = 0;  // suffixes without a second half come first
     for (std::uint32_t i = size - half; i < size; ++i) bySecondHalf[next++] = i;
@@ -43,9 +43,9 @@ TextIndex::TextIndex(std::string_view text) : text_(text), order_(text.size()) {
     std::uint32_t last = 0;
     for (std::uint32_t i = 0; i < size; ++i) {
       if (i > 0 && bothRanks(order_[i]) != bothRanks(order_[i - 1])) ++last;
-      finer[order_[i]] = last;
+      nextRank[order_[i]] = last;
     }
-    rank.swap(finer);
+    rank.swap(nextRank);
     if (last + 1 == size) break;
   }
 }

@@ -63,9 +63,9 @@ class Question : public std::enable_shared_from_this<Question> {
 /// The name that a question is about: borrowed from the caller, or owned while the question waits.
 class Name {
  public:
-  explicit Name(std::string_view lent) : lent_(lent) {}
+  explicit Name(std::string_view borrowed) : borrowed_(borrowed) {}
 
-  [[nodiscard]] std::string_view get() const { return owned_ ? *owned_ : lent_; }
+  [[nodiscard]] std::string_view get() const { return owned_ ? *owned_ : borrowed_; }
   [[nodiscard]] Name detach() const {
     Name name({});
     name.owned_ = get();
@@ -73,7 +73,7 @@ class Name {
   }
 
  private:
-  std::string_view lent_;
+  std::string_view borrowed_;
   std::optional<std::string> owned_;
 };
 

@@ -29,7 +29,7 @@ struct Sized {
   bool operator==(const Sized&) const = default;
 };
 
-/// A number with the one-character code of the type as which it is encoded. Equality compares only
+/// A number with the one-character code of the type that it is encoded as. Equality compares only
 /// the numbers, not their types or codes. A code beyond 7-bit ASCII aborts the process.
 class BoxedNumber {
  public:

@@ -49,7 +49,7 @@ struct Evaluation::State {
   }
 
   void forgetUser() { source.setUser(std::span<const targeting::LastingProperty>()); }
-  void goOnWith(const EvaluationContext& context);
+  void switchTo(const EvaluationContext& context);
   [[nodiscard]] targeting::Context context() { return source.at(now); }
 
   evaluation::Evaluator evaluator;
@@ -65,7 +65,7 @@ struct Evaluation::State {
 };
 
 // Sets the user last, so that there is none if anything throws.
-void Evaluation::State::goOnWith(const EvaluationContext& context) {
+void Evaluation::State::switchTo(const EvaluationContext& context) {
   if (location != context.location) {
     PropertyMap given = context.location;
     properties = targeting::locationProperties(given);
@@ -90,7 +90,7 @@ void Evaluation::State::goOnWith(const EvaluationContext& context) {
 
 Evaluation::Evaluation(const Project& project, const EvaluationContext& context)
     : state_(std::make_unique<State>(project.state_->prepared, zoneOf(context))) {
-  state_->goOnWith(context);
+  state_->switchTo(context);
 }
 
 Evaluation::Evaluation(Evaluation&&) noexcept = default;
@@ -104,7 +104,7 @@ void Evaluation::reset(const EvaluationContext& context) {
   if (const auto& zone = zoneOf(context); zone != state_->zone) {
     state_ = std::make_unique<State>(state_->evaluator.project(), zone);
   }
-  state_->goOnWith(context);
+  state_->switchTo(context);
 }
 
 Result<std::string_view> Evaluation::flagText(std::string_view flagName) {

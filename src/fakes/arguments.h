@@ -16,17 +16,17 @@ template <class Own, class InModel>
   return static_cast<int>(own) == static_cast<int>(inModel);
 }
 
-/// The exception for a wrong argument, with a message that is put together from its parts.
+/// The exception for an invalid argument; the message is the concatenation of the parts.
 [[nodiscard]] inline std::invalid_argument wrong(std::initializer_list<std::string_view> parts) {
   std::string message;
   for (const std::string_view part : parts) message += part;
   return std::invalid_argument(message);
 }
 
-/// The object that a text written by hand holds.
+/// Parses a JSON object that was written by hand.
 [[nodiscard]] inline JsonObject byHand(std::string_view text) {
   auto object = fromCorvoString<JsonObject>(text);
-  if (!object) throw wrong({"not the text of a JSON object: ", text});
+  if (!object) throw wrong({"not a JSON object: ", text});
   return std::move(*object);
 }
 

@@ -24,14 +24,14 @@ JsonArray textsOf(const OneOrMore<std::string>& texts) {
   return {texts.list().begin(), texts.list().end()};
 }
 
-/// Leaves an empty list out: that means the same.
+/// Omits an empty list, which means the same.
 void putList(JsonObject& object, const char* key, const JsonArray& list) {
   if (!list.empty()) object.emplace(key, list);
 }
 
 bool isFraction(double number) { return number >= 0 && number <= 1; }
 
-/// Where the last group's share ends, in percent, as the engine adds up.
+/// The end of the last group's share in percent, added up as in the engine.
 double endOf(const std::vector<double>& weights) {
   double end = 0;
   for (const double weight : weights) end += weight * 100;
@@ -55,12 +55,12 @@ ExperimentBuilder& ExperimentBuilder::group(const Group& group) {
   for (const Member& each : groups_) {
     sum += each.group.weight.value_or(0);
     if (each.group.name == group.name) {
-      throw wrong({"experiment \"", name_, "\" has a group \"", group.name, "\" already"});
+      throw wrong({"experiment \"", name_, "\" already has a group \"", group.name, "\""});
     }
   }
   if (!isFraction(group.weight.value_or(0)) || sum > 1 + 1e-9) {
     throw wrong({"the weights of experiment \"", name_,
-                 "\" are to be fractions from 0 to 1, and 1 together at most"});
+                 "\" must be fractions from 0 to 1, with a sum of at most 1"});
   }
   groups_.push_back({group});
   return *this;
@@ -82,13 +82,13 @@ ExperimentBuilder& ExperimentBuilder::everyoneIn(std::string_view group) {
 }
 
 ExperimentBuilder& ExperimentBuilder::nobody() {
-  allocation_ = -1;  // an allocation of 0 admits whoever has a hash of 0
+  allocation_ = -1;  // an allocation of 0 admits users with a hash of 0
   return *this;
 }
 
 ExperimentBuilder& ExperimentBuilder::allocation(double fraction) {
   if (!isFraction(fraction)) {
-    throw wrong({"the allocation of experiment \"", name_, "\" is to be a fraction from 0 to 1"});
+    throw wrong({"the allocation of experiment \"", name_, "\" must be a fraction from 0 to 1"});
   }
   allocation_ = fraction;
   return *this;
@@ -110,7 +110,7 @@ ExperimentBuilder& ExperimentBuilder::layer(std::string_view id, double lower, d
     throw wrong({"the interval of experiment \"", name_, "\" in its layer ends before it begins"});
   }
   if (layer_ && *layer_ != id) {
-    throw wrong({"experiment \"", name_, "\" is in the layer \"", *layer_, "\" already"});
+    throw wrong({"experiment \"", name_, "\" is already in the layer \"", *layer_, "\""});
   }
   layer_ = id;
   layerBounds_.push_back(JsonObject{{"lower_bound", lower}, {"upper_bound", upper}});
@@ -173,7 +173,7 @@ ExperimentBuilder& ExperimentBuilder::platforms(const OneOrMore<std::string>& pl
 }
 
 ExperimentBuilder& ExperimentBuilder::type(ExperimentType type) {
-  if (isHoldout_) throw wrong({"the type of \"", name_, "\" is that of a holdout"});
+  if (isHoldout_) throw wrong({"\"", name_, "\" is a holdout, so its type cannot change"});
   type_ = type;
   return *this;
 }
@@ -191,7 +191,7 @@ ExperimentBuilder& ExperimentBuilder::field(std::string_view key, JsonValue valu
 std::vector<double> ExperimentBuilder::weights() const {
   std::vector<double> weights;
   if (everyoneIn_) {
-    // A point of 0 lies in a share that ends at 0, so those before the group end below it.
+    // A point of 0 lies in a share that ends at 0, so the shares before the group end below 0.
     weights.assign(*everyoneIn_, -std::numeric_limits<double>::min());
     weights.push_back(1);
     weights.resize(groups_.size());
@@ -209,7 +209,7 @@ std::vector<double> ExperimentBuilder::weights() const {
     weights.push_back(each.group.weight.value_or(rest / static_cast<double>(sharing)));
     if (!each.group.weight) last = &weights.back();
   }
-  // Three thirds may be less than the whole; whoever is in between would be nowhere.
+  // Three thirds may add up to less than one; users in the gap would have no group.
   for (double end = endOf(weights); last != nullptr && end < 100; end = endOf(weights)) {
     *last += (100 - end) / 100;
   }

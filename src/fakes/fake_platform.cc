@@ -12,7 +12,8 @@ void FakePlatform::serve(const ProjectBuilder& project, const PropertyMap& locat
 void FakePlatform::serve(std::string configuration, const PropertyMap& location) {
   for (const auto& [name, value] : location) {
     if (!name.starts_with("geo.")) continue;
-    throw wrong({"a backend calls the location's \"", name, "\" \"", name.substr(4), "\""});
+    throw wrong(
+        {"the backend's name of the location's \"", name, "\" is \"", name.substr(4), "\""});
   }
   session->always("config.json", ok(std::move(configuration)));
   session->always("geo", ok(JsonValue(JsonObject(location.begin(), location.end())).toJson()));

@@ -3,7 +3,7 @@
 namespace corvo::fakes {
 namespace {
 
-/// All properties expire when one that is set now does.
+/// Gives all properties the expiry of one that is set now.
 CorvoUser userOf(const PropertyMap& properties, const FakePlatform& fake) {
   CorvoUser::Builder builder(fake.time, fake.timeZone);
   const std::string expiry = builder.setUserId("").corvoExpiration.at("userId");

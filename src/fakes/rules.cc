@@ -62,9 +62,9 @@ Value::Value(const JsonValue& value)
 
 Condition where(std::string_view property, Sign sign, const OneOrMore<Value>& values) {
   if (!targeting::takesSeveralValues(inModel(sign)) && values.list().size() != 1) {
-    throw wrong({"the condition on \"", property, "\" takes one value with the sign \"",
+    throw wrong({"the condition on \"", property, "\" needs one value with the sign \"",
                  model::textOf(inModel(sign)), "\", not ", std::to_string(values.list().size()),
-                 "; for lists there are anyOf and noneOf"});
+                 "; for lists, use anyOf or noneOf"});
   }
   return {std::string(property), sign, values.list()};
 }
@@ -103,7 +103,7 @@ Rules& Rules::when(const Requirement& requirement, const Value& value) {
 }
 
 Rules& Rules::otherwise(const Value& value) {
-  if (hasDefault_) throw wrong({"these rules have a default value already"});
+  if (hasDefault_) throw wrong({"these rules already have a default value"});
   hasDefault_ = true;
   const JsonObject rule{
       {"is_default", true}, {"conditional_statement", "-"}, {"conditions", JsonArray()}};

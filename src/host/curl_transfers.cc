@@ -76,11 +76,11 @@ void CurlTransfers::perform() {
   dropOrphans();
   bool hasEnded = false;
   do {
-    letThrough();
+    advanceWaiting();
     int running = 0;
     if (!active_.empty()) curl_multi_perform(multi_.get(), &running);
     hasEnded = settleFinished();
-    hasEnded = failLate() || hasEnded;
+    hasEnded = failOverdue() || hasEnded;
   } while (hasEnded && !waiting_.empty());  // slots have become free
 }
 
@@ -96,7 +96,7 @@ void CurlTransfers::dropOrphans() {
   }
 }
 
-void CurlTransfers::letThrough() {
+void CurlTransfers::advanceWaiting() {
   forEach(waiting_, [this](TransferJobs::iterator job) { advance(job); });
 }
 
@@ -143,7 +143,7 @@ bool CurlTransfers::settleFinished() {
   return hasEnded;
 }
 
-bool CurlTransfers::failLate() {
+bool CurlTransfers::failOverdue() {
   const auto now = std::chrono::steady_clock::now();
   const std::size_t before = answered_.size();
   forEach(active_, [&](TransferJobs::iterator job) {

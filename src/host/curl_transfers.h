@@ -52,11 +52,11 @@ class CurlTransfers {
   /// Created on first use. Throws `std::bad_alloc` if libcurl cannot be initialised.
   [[nodiscard]] CURLM* multi();
   void dropOrphans();
-  void letThrough();
+  void advanceWaiting();
   void advance(TransferJobs::iterator waiting) noexcept;
   void begin(TransferJobs::iterator waiting);
   bool settleFinished();
-  bool failLate();
+  bool failOverdue();
   void settle(TransferJobs::iterator active, CURLcode result) noexcept;
   void leave(TransferJob& active) noexcept;
   void answer(TransferJobs& from, TransferJobs::iterator job, UrlResponse response) noexcept;

@@ -11,7 +11,7 @@ void HostLoopImpl::post(Callback<void()> task) {
     isFirst = tasks_.empty();
     tasks_.push_back(std::move(task));
   }
-  tell(isFirst);
+  notify(isFirst);
 }
 
 void HostLoopImpl::start(TransferJob job) {
@@ -21,25 +21,25 @@ void HostLoopImpl::start(TransferJob job) {
     const std::lock_guard lock(mutex_);
     jobs_.splice(jobs_.end(), one);
   }
-  tell(true);
+  notify(true);
 }
 
-void HostLoopImpl::tell(bool isNews) {
+void HostLoopImpl::notify(bool isNewWork) {
   bool isWaiting = false;
-  std::shared_ptr<const std::function<void()>> told;
+  std::shared_ptr<const std::function<void()>> listener;
   {
     const std::lock_guard lock(mutex_);
     isWaiting = waiting_;
-    if (isNews) told = told_;
+    if (isNewWork) listener = listener_;
   }
   if (isWaiting) transfers_.wake();
-  if (told != nullptr && *told) (*told)();
+  if (listener != nullptr && *listener) (*listener)();
 }
 
-void HostLoopImpl::onWork(std::function<void()> told) {
-  auto shared = std::make_shared<const std::function<void()>>(std::move(told));
+void HostLoopImpl::onWork(std::function<void()> listener) {
+  auto shared = std::make_shared<const std::function<void()>>(std::move(listener));
   const std::lock_guard lock(mutex_);
-  told_.swap(shared);
+  listener_.swap(shared);
 }
 
 bool HostLoopImpl::busy() const {

@@ -26,7 +26,7 @@ class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<
   void stop() override;
   void tick() override;
   [[nodiscard]] bool busy() const override;
-  void onWork(std::function<void()> told) override;
+  void onWork(std::function<void()> listener) override;
 
   /// Starts a transfer. Thread-safe.
   void start(TransferJob job);
@@ -42,13 +42,13 @@ class HostLoopImpl final : public HostLoop, public std::enable_shared_from_this<
   void moveTransfers();
   void runTask();
   void wait();
-  void tell(bool isNews);
+  void notify(bool isNewWork);
 
   mutable std::mutex mutex_;
-  std::deque<Callback<void()>> tasks_;                 // guarded by the mutex
-  TransferJobs jobs_;                                  // guarded; not yet among the transfers
-  bool waiting_ = false;                               // guarded
-  std::shared_ptr<const std::function<void()>> told_;  // guarded
+  std::deque<Callback<void()>> tasks_;                     // guarded by the mutex
+  TransferJobs jobs_;                                      // guarded; not yet among the transfers
+  bool waiting_ = false;                                   // guarded
+  std::shared_ptr<const std::function<void()>> listener_;  // guarded
   std::atomic<bool> stop_ = false;
   Access access_{"the main queue was run by two threads at once"};
   CurlTransfers transfers_;  // for the running thread, except its thread-safe operations

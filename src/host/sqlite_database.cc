@@ -77,7 +77,7 @@ SqliteDatabase::Opened::Opened(Connection made)
 // before the transaction ends.
 template <class Work>
 bool SqliteDatabase::Opened::beginLog(Work work) {
-  const WithoutDiskSync hurried(connection);
+  const WithoutDiskSync unsynced(connection);
   Transaction transaction(transactions);
   isLogBegun = !connection.hasEmptyLog();  // an earlier change may have written nothing
   if (isLogBegun) return false;

@@ -75,7 +75,7 @@ std::string meantProperty(std::string_view name) {
 
 // The type that an operator requires and a property of device or clock lacks. The user may have
 // another property of that name.
-std::string_view misfit(const Condition& condition) {
+std::string_view missingType(const Condition& condition) {
   const std::string_view name = condition.name;
   if (isOrdering(condition.conditionSign) && (name == "date" || name == "time")) return "number";
   if (isDated(condition.conditionSign) && targeting::whatShows(name) == targeting::Shows::device) {
@@ -91,7 +91,7 @@ void checkProperty(const Document& document, Placed<Condition> condition, Report
     report.add(Code::unknownProperty, node,
                "the property " + quoted(name) + " is never set" + didYouMean(meantProperty(name)));
   }
-  if (const auto wanted = misfit(*condition); !wanted.empty()) {
+  if (const auto wanted = missingType(*condition); !wanted.empty()) {
     report.add(Code::signMisfit, node,
                quoted(name) + " is not a " + std::string(wanted) + ", so " +
                    quoted(model::textOf(condition->conditionSign)) + " does not hold for it");

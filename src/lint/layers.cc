@@ -137,9 +137,9 @@ void checkScale(const Document& document, const std::vector<Slice>& slices, Repo
   double last = 0;
   for (const Slice& slice : slices) last = std::max(last, slice.points.last);
   if (last > kHundred) return;
-  const Experiment* told = nullptr;
+  const Experiment* reported = nullptr;
   for (const Slice& slice : slices) {  // intervals of one experiment are adjacent
-    if (std::exchange(told, slice.owner.record) == slice.owner.record) continue;
+    if (std::exchange(reported, slice.owner.record) == slice.owner.record) continue;
     report.add(Code::boundsScale, document.place(slice.owner, &Experiment::layerBounds),
                "no bound in this layer exceeds " + shown(last) +
                    ": bounds are on a scale of 0 to " + shown(kLastPoint));

@@ -24,8 +24,7 @@ class ExactClock : public Clock {
 /// The time zone of the process. `Zone` queries the system:
 /// - `text` is the variable TZ, possibly preceded by its name; empty if it is not set.
 /// - `offsetAt` is the offset in seconds east of UTC at a time between `kEarliest` and `kLatest`.
-/// It
-///   makes the C library check first whether the zone has changed.
+///   It makes the C library check first whether the zone has changed.
 /// - `standardOffset` is the standard time's offset in seconds west of UTC, as the C library last
 ///   saw it.
 template <class Zone>

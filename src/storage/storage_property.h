@@ -200,12 +200,12 @@ class ExpiringProperty : private StorageProperty<T> {
     return isValid(now) ? StorageProperty<T>::read() : none_;
   }
 
-  /// The moments from which and until which the value, valid or not, may be used.
+  /// The start and the end of the period in which the value, valid or not, may be used.
   struct Lifetime {
     double from;
     double until;
   };
-  /// None without a value.
+  /// Absent if there is no value.
   [[nodiscard]] std::optional<Lifetime> lifetime() {
     const double* written = updateTime();
     if (written == nullptr) return std::nullopt;

@@ -16,7 +16,7 @@
 namespace corvo::corvo_internal::zones {
 namespace {
 
-constexpr std::int64_t kForEver = INT64_MAX;
+constexpr std::int64_t kForever = INT64_MAX;
 
 /// A zone's changes in order. After the last one, they repeat with the calendar.
 class TableZone final : public TimeZone {
@@ -73,7 +73,7 @@ class TableZone final : public TimeZone {
 
   std::vector<std::int64_t> moments_;  // ascending
   std::vector<std::int32_t> offsets_;
-  std::int64_t end_ = kForEver;
+  std::int64_t end_ = kForever;
   std::uint64_t identifier_ = nextIdentifier();
 };
 

@@ -73,7 +73,8 @@ TEST(Errors, DescribeEveryCase) {
   expectTable<Error>(kErrors, CORVO_BASE_CASES "errors.txt");
 }
 
-/// The first columns of the rows of a document that begin with a name, "| `name` | `text` |".
+/// The first two columns of the document's table rows that begin with a name, "| `name` | `text`
+/// |".
 std::vector<std::array<std::string, 2>> rowsOf(const std::string& document) {
   std::vector<std::array<std::string, 2>> rows;
   std::istringstream in(document);
@@ -89,9 +90,9 @@ std::vector<std::array<std::string, 2>> rowsOf(const std::string& document) {
   return rows;
 }
 
-constexpr int kIndex = 123456789;  // which the document calls by its field
+constexpr int kIndex = 123456789;  // shown as the field's name in the document
 
-// The fields are called by their names, as the catalogue does.
+// Every field contains its own name, as in the catalogue.
 const std::vector<Error> kCatalogue{
     Error::InitializationOfExistingClient{"{tag}"},
     Error::RequestConfigFailed{{Network::CustomError{"{error}"}}},
@@ -115,10 +116,10 @@ const std::vector<Network> kNetworkCatalogue{
     Network::WrongStatusCode{kIndex},   Network::DecodingError{"{localizedDescription}"},
     Network::CustomError{"{text}"},     Network::NoData{}};
 
-TEST(Errors, StandInTheCatalogueWithTheirTexts) {
+TEST(Errors, AreListedInTheCatalogueWithTheirTexts) {
   const auto rows = rowsOf(tests::contentsOf(CORVO_ROOT "/docs/errors.md"));
   std::size_t row = 0;
-  // Each case has a row with its text, and in the next table another one.
+  // Each case has a row with its text, and another row in the next table.
   const auto expectRows = [&](const auto& errors, const auto& names, const std::string& index) {
     for (const bool hasText : {true, false}) {
       for (std::size_t i = 0; i < errors.size(); ++i, ++row) {
@@ -137,7 +138,7 @@ TEST(Errors, StandInTheCatalogueWithTheirTexts) {
              "{statusCode}");
 }
 
-TEST(Errors, StopTheProcessWithTheLinesOfTheCatalogue) {
+TEST(Errors, AbortTheProcessWithTheLinesOfTheCatalogue) {
   std::string sources;
   for (const auto& each : std::filesystem::recursive_directory_iterator(CORVO_ROOT "/src")) {
     if (each.is_regular_file()) sources += tests::contentsOf(each.path().string());

@@ -22,7 +22,7 @@ TEST(TextHash, FoldsBothHalvesOfAProduct) {
   EXPECT_EQ(foldedProduct(kAll, 1), kAll);
 }
 
-TEST(TextHash, TellsApartWhatEndsInTheSameBytesWhateverTheSecrets) {
+TEST(TextHash, DistinguishesTextsWithTheSameEndWhateverTheSecrets) {
   // Read as words, the texts of each pair differ only in their sizes, or in words that could cancel
   // out.
   constexpr std::string_view kPairs[][2] = {{"a", "ba"},
@@ -59,7 +59,7 @@ TEST(TextHash, HasNoDifferenceThatOftenKeepsTheLowBits) {
   EXPECT_LE(collidingDifferences, 1U);
 }
 
-TEST(TextHash, DrawsItsSecretsAnew) {
+TEST(TextHash, DrawsNewSecretsEachTime) {
   const HashSecrets first = drawHashSecrets();
   const HashSecrets second = drawHashSecrets();
   EXPECT_NE(first.start, second.start);
@@ -82,7 +82,7 @@ TEST(NameIndex, ComparesOneNamePerLookUpHoweverManyThereAre) {
     }
     compared = 0;
     for (std::uint32_t i = 0; i < count; ++i) ASSERT_EQ(index.find(names[i], nameAt), i);
-    EXPECT_LE(compared, count + 10) << "but for equal hashes";
+    EXPECT_LE(compared, count + 10) << "except for equal hashes";
     compared = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
       ASSERT_EQ(index.find("none-" + std::to_string(i), nameAt), NameIndex::kNone);

@@ -34,7 +34,7 @@ TEST(Pool, KeepsEverythingWhereItIs) {
   }
 }
 
-TEST(Pool, TellsItsTextsAndListsApartByContent) {
+TEST(Pool, DistinguishesTextsAndListsByContent) {
   Pool pool;
   const std::string nul("a\0b", 3);
   EXPECT_EQ(pool.text(nul), pool.text(nul));

@@ -14,7 +14,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(WellFormed, MendsAsTheTableSays) {
+TEST(WellFormed, RepairsTextsAsTheTableSays) {
   for (const auto& [given, mended] : tests::caseTable<2>(CORVO_BASE_CASES "utf8.txt")) {
     const bool isWellFormedAlready = mended.empty();
     EXPECT_EQ(isWellFormed(given), isWellFormedAlready) << given;

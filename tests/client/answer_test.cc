@@ -81,7 +81,7 @@ TEST_F(AnswerTest, LeavesADroppedCoroutineToItsOwner) {
   coroutine.handle.destroy();
 }
 
-TEST_F(AnswerTest, TellsAnAdapterOfItsEndHoweverItEnds) {
+TEST_F(AnswerTest, NotifiesAnAdapterHoweverItEnds) {
   using corvo_internal::AnswerEnd;
   std::string ended;
   const auto note = [&](char which) { return [&ended, which] { ended += which; }; };
@@ -131,7 +131,7 @@ TEST_F(AnswerTest, IsReadyWhenItNeedNotWait) {
   EXPECT_TRUE(dropped.ready()) << "there is nothing to wait for";
 }
 
-TEST_F(AnswerTest, GivesADefaultForWhatIsAbsentFailedOrDropped) {
+TEST_F(AnswerTest, ReturnsTheDefaultIfAbsentFailedOrDropped) {
   EXPECT_TRUE(client->checkFlag<bool>("on").valueOr(false));
   EXPECT_EQ(client->checkFlag<std::int64_t>("on").valueOr(7), 7) << "no integer";
   EXPECT_EQ(client->checkFlag<std::string>("nothing").valueOr("none"), "none");
@@ -151,12 +151,12 @@ TEST_F(AnswerTest, MovesBeforeAndAfterItIsSettled) {
   auto again = std::move(moved);
   EXPECT_EQ(again.get(), true);
   EXPECT_THROW(again.get(), QuestionDropped);
-  auto atHand = client->checkFlag<bool>("on");
-  auto taken = std::move(atHand);
-  EXPECT_THROW(atHand.get(), QuestionDropped);
+  auto ready = client->checkFlag<bool>("on");
+  auto taken = std::move(ready);
+  EXPECT_THROW(ready.get(), QuestionDropped);
 }
 
-TEST_F(AnswerTest, MayBeAwaitedOnAnotherThreadThanTheOneThatBringsIt) {
+TEST_F(AnswerTest, MayBeAwaitedOnAnyThread) {
   fake.session->next("config.json", fakes::after(1, fakes::ok(project)));
   auto answer = client->checkFlag<bool>("on");
   std::optional<bool> seen;

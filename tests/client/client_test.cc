@@ -47,7 +47,7 @@ TEST_F(ClientTest, RefusesAnImpossibleAddressBeforeItReturns) {
   EXPECT_TRUE(fake.session->requests().empty());
 }
 
-TEST_F(ClientTest, TellsHowFreshItsCopiesAre) {
+TEST_F(ClientTest, ReportsHowFreshItsCopiesAre) {
   const auto client = makeClient();
   EXPECT_FALSE(client->status().configuration || client->status().location);
   const double start = fake.time->now();
@@ -60,7 +60,7 @@ TEST_F(ClientTest, TellsHowFreshItsCopiesAre) {
   EXPECT_EQ(status.configuration->fetchedAt, start + 20);
   EXPECT_EQ(status.configuration->freshUntil, start + 30);
   EXPECT_EQ(status.location->freshUntil, start + 10) << "no question needed a new one";
-  EXPECT_EQ(configRequests() + geoRequests(), 3U) << "looking fetches nothing";
+  EXPECT_EQ(configRequests() + geoRequests(), 3U) << "reading the status fetches nothing";
 }
 
 TEST_F(ClientTest, TakesNoIndexInEveryForm) {
@@ -100,13 +100,13 @@ TEST_F(ClientTest, BuilderCallbacksThatDoNothingStoreNothing) {
   EXPECT_EQ(stored("user.value"), R"({"properties":{},"corvoExpiration":{}})");
 }
 
-TEST_F(ClientTest, MendsTextAtTheDoor) {
+TEST_F(ClientTest, ReplacesInvalidUtf8InArguments) {
   const auto client = makeClient();
   client->setUser({{{"a\xff", "\xff"}}, std::nullopt});
   EXPECT_EQ(stored("user.value"), "{\"properties\":{\"a\xef\xbf\xbd\":\"\xef\xbf\xbd\"}}");
 }
 
-TEST_F(ClientTest, PassesOnThatNoSecureBytesCanBeHad) {
+TEST_F(ClientTest, ThrowsWhenThereAreNoSecureBytes) {
   const auto client = makeClient();
   fake.random->failFilling(true);
   EXPECT_ANY_THROW(client->checkFlag<bool>("on", nullptr));

@@ -82,7 +82,7 @@ TEST_F(RegistryTest, UsesTheStoreOutsideItsLock) {
   int looks = 0;
   store->look = [&] {
     ++looks;
-    EXPECT_EQ(curious.getClient("tag"), nullptr) << "it is not made yet";
+    EXPECT_EQ(curious.getClient("tag"), nullptr) << "it is not created yet";
     curious.removeClient("tag");
     EXPECT_THROW(curious.initializeClient("token", {}, "https://a", 0, 0, "tag"), CorvoError);
     if (looks == 2) throw std::bad_alloc();

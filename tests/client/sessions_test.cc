@@ -317,7 +317,7 @@ const std::map<std::string, SessionTest::Question> SessionTest::kQuestions{
     {"sent", [](Self s, Text name) { return s.fake.session->requests().back().headers.at(name); }},
 };
 
-TEST_P(SessionTest, GoesAsWritten) {
+TEST_P(SessionTest, RunsAsWritten) {
   for (const std::string& step : GetParam().steps) take(step);
 }
 

@@ -84,7 +84,8 @@ TYPED_TEST(PreferencesStoreContract, AnyTextIsANameAndAKeyOfItsOwn) {
   for (const std::string& suite : texts) {
     const auto opened = this->open(suite);
     for (const std::string& key : texts) EXPECT_EQ(opened->read(key), valueOf(suite, key));
-    EXPECT_TRUE(!TypeParam::kLasts || opened->revisionOf("a") == 0) << "a new process counts anew";
+    EXPECT_TRUE(!TypeParam::kLasts || opened->revisionOf("a") == 0)
+        << "a new process starts counting again";
   }
 }
 

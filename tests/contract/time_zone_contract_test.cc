@@ -101,7 +101,7 @@ TYPED_TEST(TimeZoneContract, AnyMomentHasAnOffsetOfLessThanADay) {
   }
 }
 
-TEST(SystemTimeZoneTest, TellsEveryChangeOfTheVariable) {
+TEST(SystemTimeZoneTest, NoticesEveryChangeOfTheVariable) {
   const auto zone = platform::systemTimeZone();
   std::uint64_t before = 0;
   const std::optional<std::string> zones[] = {
@@ -122,7 +122,7 @@ TEST(SystemTimeZoneTest, TellsEveryChangeOfTheVariable) {
 }
 
 #ifdef __linux__  // where the C library's variable can be changed
-TEST(SystemTimeZoneTest, TellsThatTheSystemsOwnZoneWasExchanged) {
+TEST(SystemTimeZoneTest, NoticesThatTheSystemsOwnZoneChanged) {
   setZone(std::nullopt);
   const std::uint64_t before = platform::systemTimeZone()->identifier();
   timezone += 3'600;
@@ -137,7 +137,7 @@ TEST(SystemTimeZoneTest, FollowsTheVariableWithoutTzset) {
   const std::uint64_t before = zone->identifier();
   setVariable("TZ", "ABC-24:59:59");
   EXPECT_NE(zone->identifier(), before);
-  EXPECT_EQ(zone->offsetAt(kWinter), 86'399) << "a whole day or more is no offset";
+  EXPECT_EQ(zone->offsetAt(kWinter), 86'399) << "an offset must be less than a day";
 }
 
 }  // namespace

@@ -53,18 +53,19 @@ class UrlSessionContract : public testing::Test {
  protected:
   /// Requests a route and records the result. The completion keeps `held` alive.
   void ask(const std::string& route, std::shared_ptr<int> held = nullptr) {
-    session_->start(
-        {"GET", backend_.url(route), {}},
-        [this, held = std::move(held)](UrlResponse came) { came_.push_back(std::move(came)); });
+    session_->start({"GET", backend_.url(route), {}},
+                    [this, held = std::move(held)](UrlResponse came) {
+                      responses_.push_back(std::move(came));
+                    });
   }
   bool runUntilCame(std::size_t count) {
-    return queue_->runUntil([&] { return came_.size() >= count; });
+    return queue_->runUntil([&] { return responses_.size() >= count; });
   }
 
   Implementation backend_;
   const std::shared_ptr<MainQueue> queue_ = backend_.queue;
   std::shared_ptr<UrlSession> session_ = std::move(backend_.session);
-  std::vector<UrlResponse> came_;
+  std::vector<UrlResponse> responses_;
 };
 using SessionImplementations = tests::Implementations<FakeBackend, HostBackend>;
 TYPED_TEST_SUITE(UrlSessionContract, SessionImplementations);
@@ -76,10 +77,10 @@ TYPED_TEST(UrlSessionContract, AnswersOnceWithStatusAndBodyOrWithAFailure) {
     std::string body;
   } cases[] = {{"ok", 200, "{}"}, {"empty", 204, ""}, {"gone", 404, "x"}, {"broken", {}, ""}};
   for (const auto& each : cases) {
-    this->came_.clear();
+    this->responses_.clear();
     this->ask(each.route);
     ASSERT_TRUE(this->runUntilCame(1)) << each.route;
-    const UrlResponse& response = this->came_[0];
+    const UrlResponse& response = this->responses_[0];
     EXPECT_EQ(response.failure.has_value(), !each.status.has_value()) << each.route;
     if (each.status) {
       EXPECT_EQ(response.status, each.status);

@@ -97,7 +97,7 @@ TEST_F(CostTest, AFlagAllocatesNothingAndReadsTheClockOnce) {
   }
 }
 
-TEST_F(CostTest, AFlagThatThereIsNotAllocatesItsNameWhereItIsLong) {
+TEST_F(CostTest, AnUnknownFlagAllocatesItsNameIfItIsLong) {
   start(10);
   for (const char* name : {"fifteen--letter", "sixteen---letter"}) {
     const auto expectName = [name](const CorvoError& error) {
@@ -128,7 +128,7 @@ TEST(BatchCostTest, AProjectTakesFewBlocksHoweverLarge) {
   }
 }
 
-TEST(BatchCostTest, AnEvaluationThatCannotGoOnIsAboutNobody) {
+TEST(BatchCostTest, AnEvaluationThatRunsOutOfMemoryHasNoUser) {
   const Project all = Project::decode(project(1)).value();
   const CorvoUser user{{{"userId", "u"}}, PropertyMap{{"userId", "2030-01-01 00:00:00"}}};
   EvaluationContext first{.user = &user, .location = {{"city", "Graz"}}, .now = 0};

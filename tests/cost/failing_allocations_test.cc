@@ -34,7 +34,7 @@ struct Start {
   const char* name;
   double age;                  // seconds since the last fetch
   bool restarts;               // the application restarts and has no client yet
-  bool owes;                   // its client could not read the store until now
+  bool hadNoStore;             // its client could not read the store until now
   std::string_view only = {};  // only these operations
 };
 constexpr Start kStarts[] = {{"fresh", 0, false, false},
@@ -57,7 +57,7 @@ struct Application {
     if (!at.restarts) return;
     client.reset();
     registry.emplace(fake.platform());
-    if (!at.owes) return;
+    if (!at.hadNoStore) return;
     fake.store->failReading(true);
     start();
     client->getAllUserExperimentsText().get();
@@ -82,18 +82,18 @@ struct Application {
     fake.time->advance(1);
     start();
     std::string text = registry->getClient(kTagOfAnother) ? "two\n" : "one\n";
-    const auto told = [&](CorvoClient& each) {
+    const auto describe = [&](CorvoClient& each) {
       text += each.getAllUserExperimentsText().get().value_or("none") + ' ' +
               each.checkFlag<std::string>(kFlag).get().value() + '\n';
     };
-    told(*client);
+    describe(*client);
     for (const auto& [key, value] : fake.store->contents("storagetagtoken beyond any buffer")) {
       if (key.ends_with(".value")) text += key + '=' + value + '\n';
     }
     client.reset();
     registry.emplace(fake.platform());
     start();
-    told(*client);
+    describe(*client);
     return text;
   }
 
@@ -204,7 +204,7 @@ TEST(FailingAllocationsTest, LeaveNothingHalfDoneAndNothingBehindAndLoseNothing)
   }
 }
 
-TEST(FailingAllocationsTest, LeaveAContextTheProjectOfBefore) {
+TEST(FailingAllocationsTest, LeaveAContextItsFormerProject) {
   using namespace corvo_internal::targeting;
   const fakes::FakeTimeZone zone;
   const PropertyMap location{{"geo.city", "Wien"}};
@@ -246,7 +246,7 @@ TEST(FailingAllocationsTest, DoNotCostAWaitingQuestionItsAnswer) {
     application.fake.time->advance(2);
     EXPECT_TRUE(answers == 1 || (answers == 0 && dropped > 0)) << "allocation " << succeed;
   }
-  EXPECT_EQ(dropped, 2) << "what the queue needs for each of two answers";
+  EXPECT_EQ(dropped, 2) << "the queue allocates for each of two answers";
 }
 
 }  // namespace

@@ -8,7 +8,7 @@ namespace {
 
 constexpr const char* kTriedBy = "tried by";
 
-/// The text without the blanks around it.
+/// The text without surrounding blanks.
 std::string trimmed(const std::string& text) {
   const std::size_t first = text.find_first_not_of(" \n");
   if (first == std::string::npos) return "";

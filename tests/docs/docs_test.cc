@@ -32,7 +32,7 @@ using tool::Ran;
 const fs::path kRoot = CORVO_ROOT;
 constexpr const char* kAddress = "http://127.0.0.1:8080";
 
-/// Whether a text is what a document shows, where "..." alone in a line stands for any lines.
+/// Whether a text matches what a document shows; a line "..." matches any number of lines.
 bool isShownBy(const std::string& shown, const std::string& text) {
   std::size_t at = 0;
   bool skips = false;
@@ -58,7 +58,7 @@ bool isOnlyWarnings(const std::string& text) {
   return true;
 }
 
-/// Tries the blocks of a document in a folder that has the sample shop's files, and the examples.
+/// Tries the blocks of a document, in a folder with the sample shop's files and the examples.
 class Document {
  public:
   explicit Document(fs::path name) : name_(std::move(name)) {
@@ -113,7 +113,8 @@ class Document {
     }
   }
 
-  /// Writes the file that a block is said to be, or to end; of a program also one that runs it.
+  /// Writes the file that a block's mark names, or appends to it. For a program, also writes a
+  /// script that runs it.
   void keep(const Block& block) {
     if (block.has("file")) write(block.mark("file"), block.text);
     if (block.has("more of")) {
@@ -133,8 +134,8 @@ class Document {
   }
 
   void tryProgram(const Block& block) {
-    if (block.has("file")) return;  // run where the document runs it
-    // What it prints goes on where the block that it continues ended.
+    if (block.has("file")) return;  // a later block runs it
+    // The output begins with that of the block that this one continues.
     const std::string before = block.has("continues") ? output_ : "";
     runs(toRun(block));
     EXPECT_TRUE(output_.starts_with(before)) << output_;
@@ -160,7 +161,7 @@ class Document {
       const Ran ran = tool::run(here(command), folder_);
       EXPECT_TRUE(isShownBy(out, ran.out)) << command << '\n' << ran.out << ran.err;
       EXPECT_TRUE(err.empty() ? isOnlyWarnings(ran.err) : ran.err == err) << command << ran.err;
-      // What is shown says that it failed, too.
+      // If a command fails, the document must show some output.
       EXPECT_TRUE(ran.status == 0 || !(out + err).empty()) << command;
     }
   }
@@ -224,7 +225,7 @@ class Document {
     std::ofstream(folder_ / file) << text;
   }
 
-  /// With the address of the backend that is running.
+  /// The text with the address of the running backend.
   std::string here(std::string text) const {
     replaceAll(text, kAddress, backend_->url());
     return text;
@@ -233,11 +234,11 @@ class Document {
   const fs::path name_;  // "docs/lint.md"
   const fs::path folder_ = fs::path(testing::TempDir()) / ("corvo_docs" + std::to_string(getpid()));
   std::unique_ptr<Backend> backend_;
-  std::string output_;  // of the last block that was run
-  bool shows_ = false;  // whether a text block that comes next shows it
+  std::string output_;  // of the last block that ran
+  bool shows_ = false;  // whether a text block that follows shows it
 };
 
-TEST(Document, IsRefusedWithABlockThatNobodyTries) {
+TEST(Document, FailsWithABlockThatIsNotTried) {
   const std::string file = testing::TempDir() + "corvo_document_" + std::to_string(getpid());
   const auto refused = [&](const std::string& text) {
     std::ofstream(file) << text;
@@ -270,7 +271,7 @@ TEST(Document, IsRefusedWithABlockThatNobodyTries) {
   fs::remove(file);
 }
 
-/// The names by which links reach the headings of a document: "what-it-needs".
+/// The anchors of a document's headings: "what-it-needs".
 std::set<std::string> anchorsOf(const std::string& document) {
   std::set<std::string> anchors;
   std::istringstream in(document);
@@ -290,9 +291,9 @@ std::set<std::string> anchorsOf(const std::string& document) {
 
 class DocumentTest : public testing::TestWithParam<fs::path> {};
 
-TEST_P(DocumentTest, SaysWhatItsBlocksDo) { Document(GetParam()).tryAll(); }
+TEST_P(DocumentTest, ShowsTheRealOutputOfItsBlocks) { Document(GetParam()).tryAll(); }
 
-TEST_P(DocumentTest, LinksToWhatIsThere) {
+TEST_P(DocumentTest, HasNoBrokenLinks) {
   const fs::path file = kRoot / GetParam();
   const std::string text = contentsOf(file.string());
   const std::regex link(R"(\]\(([^)#: ]*)(#([^)]*))?\))");

@@ -1,5 +1,5 @@
-// Runs one block of a document: run_block README.md:17
-// A process for each keeps them apart: a process has one registry of clients, and one data folder.
+// Runs one block of a document: run_block README.md:17. Each block needs its own process, because a
+// process has only one registry of clients and one data folder.
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-/// By name; each is given the arguments of this program.
+/// By name; each receives this program's arguments.
 std::map<std::string, std::function<int(int, char**)>>& blocks() {
   static std::map<std::string, std::function<int(int, char**)>> all;
   return all;

@@ -2,7 +2,7 @@
 
 namespace corvo::tests {
 
-/// A block of a document, by the document's name and the block's line: "README.md:17". All of them
+/// A block of a document, named after the document and the block's line: "README.md:17". All blocks
 /// are registered before `main` runs.
 struct Runnable {
   Runnable(const char* name, int (*block)());

@@ -10,9 +10,9 @@
 
 namespace corvo::tests {
 
-/// The sample shop's backend and an application of its, on the fakes.
+/// The sample shop's backend and one of its applications, on the fakes.
 struct Shop {
-  /// Its backend takes that time for each answer.
+  /// The backend delays each answer by this time.
   explicit Shop(double seconds = 0) {
     const auto answer = [&](const char* route, const std::string& file) {
       fake.session->always(route, fakes::after(seconds, fakes::ok(contentsOf(file))));

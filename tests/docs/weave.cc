@@ -1,5 +1,5 @@
-// Makes one source of the C++ blocks of a document: weave NAME DOCUMENT FRAMES OUTPUT
-// Each block stands in a namespace of its own, a block without `main` inside a frame.
+// Combines the C++ blocks of a document into one source: weave NAME DOCUMENT FRAMES OUTPUT. Each
+// block gets its own namespace; a block without `main` is put into a frame.
 
 #include <filesystem>
 #include <fstream>
@@ -13,13 +13,13 @@ namespace {
 
 using corvo::tests::Block;
 
-/// A source, its includes apart.
+/// A source; its includes are kept separately.
 struct Source {
   std::string includes, code;
 
-  /// Errors in the text are then reported where it stands, if that is said.
+  /// If the text's place is given, compilers report errors there.
   void add(const std::string& text, const std::string& file = "", int line = 0) {
-    bool isNext = false;  // to the line added last, so that it is known where it stands
+    bool isNext = false;  // whether the next line needs no #line
     std::istringstream in(text);
     for (std::string each; std::getline(in, each); ++line) {
       if (each.starts_with("#include")) {
@@ -44,7 +44,8 @@ std::string frameOf(const Block& block) {
   return block.text.find("co_await") == std::string::npos ? "client" : "coroutine";
 }
 
-/// Only the `main` of a program returns 0 by itself, at its end and at that of its handlers.
+/// Adds the `return 0` that only a real `main` has implicitly, at its end and at the end of its
+/// handlers.
 void endMain(std::string& program) {
   const std::string returns = "\nreturn 0;";
   std::size_t end = program.find("\n}", program.find("int main("));
@@ -64,7 +65,7 @@ int main(int argc, char** argv) {
   const std::filesystem::path file = argv[2];
   const std::filesystem::path frames = argv[3];
   Source programs, others;
-  std::string begun;  // the blocks that a next one may continue
+  std::string begun;  // the blocks that the next one may continue
   for (Block block : corvo::tests::blocksOf(corvo::tests::contentsOf(file.string()))) {
     if (!corvo::tests::isCompiled(block)) continue;
     const bool whole = isProgram(block);

@@ -180,7 +180,7 @@ TEST(Evaluation, TakesPropertiesThatDoNotExpire) {
   about.reset(context);
   EXPECT_EQ(everythingOf(project, about), expected);
   about.reset({.now = 4e9});
-  EXPECT_NE(everythingOf(project, about), expected) << "nobody is left of the former user";
+  EXPECT_NE(everythingOf(project, about), expected) << "nothing is left of the former user";
 }
 
 TEST(Evaluation, ServesManyThreadsFromOneProject) {
@@ -203,7 +203,7 @@ TEST(Evaluation, ServesManyThreadsFromOneProject) {
   for (std::thread& each : threads) each.join();
 }
 
-TEST(Project, TellsWhereADocumentCannotBeRead) {
+TEST(Project, ReportsWhereADocumentIsInvalid) {
   struct Case {
     const char* text;
     const char* reason;
@@ -224,7 +224,7 @@ TEST(Project, TellsWhereADocumentCannotBeRead) {
   }
 }
 
-TEST(Project, TellsWhatItDroppedHoldsAndWhatWouldStop) {
+TEST(Project, ListsItsContentsDropsAndStops) {
   const std::string text = R"({"feature_flags": [{"name": "a", "type": "t"}, 7,
       {"name": "w", "type": "t", "platform": "iOS"}],
     "experiments": [{"name": "e", "salt": "s", "allocation": 1, "platforms": ["web"]},

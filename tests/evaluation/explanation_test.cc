@@ -78,7 +78,7 @@ TEST(Explanation, KeepsNamesWithinTheirLine) {
             "  flag: not found\n");
 }
 
-TEST(Explanation, CutsLongTextsOfTheUser) {
+TEST(Explanation, TruncatesLongTextsOfTheUser) {
   const Project project = fakes::project().experiment("e", {"g"}).decode();
   const std::string most(1'023, 'x');
   for (const auto& [end, shown] :
@@ -180,7 +180,7 @@ bool follows(const Step& step, double bucket) {
   }
 }
 
-/// Everything that has occurred, to check that everything does occur.
+/// Records what has occurred, to check that everything occurs.
 struct Seen {
   std::set<Code> codes;
   std::set<Outcome> outcomes;
@@ -214,8 +214,8 @@ void expectRecord(const Step& step, model::List<model::Rule> rules) {
       EXPECT_EQ(textIn(each.steps[i], "property"), name);
       EXPECT_EQ(textIn(each.steps[i], "sign"), model::textOf(sign));
       EXPECT_TRUE(std::ranges::equal(*each.steps[i].find("values")->as<JsonArray>(), values,
-                                     [](const JsonValue& told, model::Text value) {
-                                       return *told.as<std::string>() == value;
+                                     [](const JsonValue& actual, model::Text value) {
+                                       return *actual.as<std::string>() == value;
                                      }));
     }
   }
@@ -261,7 +261,7 @@ void compare(const model::ConfigResponse& config, Evaluation& asked, Seen& seen)
   }
 }
 
-TEST(Explanation, ComesToTheAnswerWhateverTheProject) {
+TEST(Explanation, LeadsToTheAnswerWhateverTheProject) {
   std::mt19937 random(7);
   Seen seen;
   for (int i = 0; i < 2'000 && !testing::Test::HasFailure(); ++i) {
@@ -292,7 +292,7 @@ TEST(Explanation, ComesToTheAnswerWhateverTheProject) {
   EXPECT_EQ(seen.types.size(), 5U);
 }
 
-TEST(Explanation, HasNoWordsThatTheDocumentLacks) {
+TEST(Explanation, UsesOnlyDocumentedWords) {
   const std::string document = tests::contentsOf(CORVO_EXPLANATIONS_DOCUMENT);
   std::set<std::string_view> words;
   for (int i = 0; i <= static_cast<int>(Code::value); ++i) words.insert(textOf(Code(i)));

@@ -15,7 +15,7 @@ using testing::Pair;
 
 class VirtualTimeTest : public testing::Test {
  protected:
-  /// A task that records its name and the time at which it ran.
+  /// A task that records its name and the time when it ran.
   Callback<void()> note(std::string name) {
     return [this, name = std::move(name)] { log.push_back(name + "@" + at()); };
   }
@@ -106,7 +106,7 @@ TEST_F(ScriptedSessionTest, AnswersInsideTheCallByRoute) {
   EXPECT_EQ(session->requests()[1].url, "http:/h/geo?a=/b");
 }
 
-TEST_F(ScriptedSessionTest, TakesBackWhatItWasTold) {
+TEST_F(ScriptedSessionTest, ForgetsClearedReplies) {
   session->always("geo", ok("always"));
   session->next("geo", ok("once"));
   session->clearNext("geo");
@@ -137,7 +137,7 @@ TEST(FakeTimeZoneTest, MovesBetweenZonesWithAndWithoutAName) {
   zone.change("America/New_York");
   expect(-5 * 3'600, -4 * 3'600);
   EXPECT_THROW(zone.change("New_York"), std::invalid_argument);
-  EXPECT_EQ(zone.offsetAt(0), -5 * 3'600) << "stays where it is";
+  EXPECT_EQ(zone.offsetAt(0), -5 * 3'600) << "does not change";
   zone.change(3'600);
   expect(3'600, 3'600);
 }
@@ -164,7 +164,7 @@ TEST(ReadyClientTest, AnswersAtOnceUntilItsCopiesExpire) {
   app.fake.time->advance(19);
   app.fake.goOffline();
   app.restart();
-  EXPECT_EQ(answer(), "both") << "from the copies of before";
+  EXPECT_EQ(answer(), "both") << "from the earlier copies";
   app.fake.time->advance(1);
   EXPECT_THROW(app.client()->checkFlag<std::string>("f").get(), CorvoError);
   EXPECT_EQ(app.fake.session->requestCount("config.json"), 3U) << "and a retry";

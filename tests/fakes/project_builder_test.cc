@@ -17,8 +17,8 @@ namespace {
 
 using testing::HasSubstr;
 
-// What does not compile: a statement that mixes both, a value that is no value, a group without
-// one.
+// These must not compile: a statement that mixes both operators, an invalid value, a group without
+// a value.
 template <class A, class B>
 concept AreJoined = requires(A a, B b) {
   a&& b;
@@ -92,7 +92,8 @@ TEST(ProjectBuilder, WritesEverythingThatADocumentHolds) {
   ASSERT_EQ(expected.experiments.size(), 5U) << "everything in the file can be read";
   EXPECT_EQ(encodeJson(seen), encodeJson(expected));
   EXPECT_EQ(built.decode().experiments().size(), 4U);
-  EXPECT_EQ(built.decode(Project::Filter::client).experiments().size(), 3U) << "not that for web";
+  EXPECT_EQ(built.decode(Project::Filter::client).experiments().size(), 3U)
+      << "not the one for web";
 }
 
 TEST(ProjectBuilder, WritesEachSignAsTheDocumentNamesIt) {
@@ -122,7 +123,7 @@ TEST(ProjectBuilder, WritesEachSignAsTheDocumentNamesIt) {
   }
 }
 
-TEST(ProjectBuilder, RefusesWhatCannotBeMeant) {
+TEST(ProjectBuilder, RefusesInvalidArguments) {
   const double kInfinity = std::numeric_limits<double>::infinity();
   const struct {
     std::function<void()> build;
@@ -154,11 +155,11 @@ TEST(ProjectBuilder, RefusesWhatCannotBeMeant) {
       {[] {
          static_cast<void>(experiment("e", {{"a", 0.6}, {"b", 0.6}}));
        },
-       "1 together"},
+       "a sum of at most 1"},
       {[] { experiment("e").allocation(10); }, "fraction"},
       {[=] { experiment("e").allocation(kInfinity - kInfinity); }, "fraction"},
       {[] { experiment("e").layer("l", 2, 1); }, "ends before it begins"},
-      {[] { experiment("e").layer("l", 1, 2).layer("m", 1, 2); }, R"(the layer "l" already)"},
+      {[] { experiment("e").layer("l", 1, 2).layer("m", 1, 2); }, R"(already in the layer "l")"},
       {[] { holdout("h").type(ExperimentType::param); }, "holdout"},
       {[] { project().experiment("e", {}); }, "no groups"},
       {[] {
@@ -168,13 +169,13 @@ TEST(ProjectBuilder, RefusesWhatCannotBeMeant) {
                                .toJson());
        },
        R"(no holdout of that name)"},
-      {[] { Rules(1).otherwise(2); }, "default value already"},
+      {[] { Rules(1).otherwise(2); }, "already have a default value"},
       {[] {
          static_cast<void>(where("p", Sign::equal, {"a", "b"}));
        },
        "\"equal\", not 2"},
       {[=] { static_cast<void>(Rules(kInfinity)); }, "finite"},
-      {[] { project().flagJson("[]"); }, "not the text of a JSON object: []"},
+      {[] { project().flagJson("[]"); }, "not a JSON object: []"},
       {[] {
          FakePlatform().serve(project(), {{"geo.city", "Berlin"}});
        },
@@ -208,7 +209,7 @@ TEST(ProjectBuilder, LeavesNobodyBetweenGroupsThatShareEvenly) {
   ExperimentBuilder builder = experiment("e", {{"first", 0.1}});
   for (int count = 1; count < 60; ++count) {
     builder.group("group " + std::to_string(count));
-    double end = 0;  // as the engine adds it up
+    double end = 0;  // added up as in the engine
     const auto groups = project().experiment(builder).decode().experiments()[0].groups;
     for (const auto& each : groups) {
       end += each.weight * 100;
@@ -218,7 +219,7 @@ TEST(ProjectBuilder, LeavesNobodyBetweenGroupsThatShareEvenly) {
   }
 }
 
-/// The groups that a hundred users are in, each once; "" for none.
+/// The set of groups of a hundred users; "" for no group.
 std::set<std::string> groupsOf(const ExperimentBuilder& experiment) {
   const Project all = project().holdout("all").experiment(experiment).decode();
   std::set<std::string> groups;
@@ -231,7 +232,7 @@ std::set<std::string> groupsOf(const ExperimentBuilder& experiment) {
   return groups;
 }
 
-TEST(ProjectBuilder, PutsUsersWhereTheTestWantsThem) {
+TEST(ProjectBuilder, PutsUsersIntoTheChosenGroups) {
   using Groups = std::set<std::string>;
   const auto e = [] { return experiment("e", {"a", "b", "c"}); };
   EXPECT_EQ(groupsOf(e()), (Groups{"a", "b", "c"}));
@@ -251,7 +252,7 @@ TEST(ProjectBuilder, PutsUsersWhereTheTestWantsThem) {
   EXPECT_TRUE(weights[0].weight < 0 && weights[1].weight < 0 && weights[2].weight == 1);
 }
 
-TEST(ProjectBuilder, ComparesDigestsWhereItIsPrivate) {
+TEST(ProjectBuilder, ComparesDigestsIfItIsPrivate) {
   const auto isGold = when(where("custom.plan", Sign::equal, "gold"), "yes").otherwise("no");
   const Project all =
       project()

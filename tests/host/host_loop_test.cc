@@ -79,7 +79,7 @@ TEST(HostLoopTest, BeingWokenBeforeTheFirstWaitEndsIt) {
   EXPECT_EQ(transfers.count(), 0U);
 }
 
-TEST(HostLoopTest, ATickRunsWhatIsQueuedAndNotWhatThatPosts) {
+TEST(HostLoopTest, ATickRunsQueuedTasksAndNotThoseThatTheyPost) {
   const auto loop = makeLoop();
   std::string order;
   loop->post([&] {
@@ -110,22 +110,22 @@ TEST(HostLoopTest, ATaskMayTickAndThenThrow) {
   EXPECT_EQ(order, "ab");
 }
 
-TEST(HostLoopTest, TellsOfTheFirstTaskAndOfEveryTransfer) {
+TEST(HostLoopTest, NotifiesOfTheFirstTaskAndOfEveryTransfer) {
   const Host host = makeHost({.inMemory = true});
-  int told = 0;
-  host.loop->onWork([&] { ++told; });
+  int notifications = 0;
+  host.loop->onWork([&] { ++notifications; });
   host.loop->post([] {});
   host.loop->post([] {});
-  EXPECT_EQ(told, 1);
+  EXPECT_EQ(notifications, 1);
   host.loop->tick();
   host.loop->post([] {});
-  EXPECT_EQ(told, 2);
+  EXPECT_EQ(notifications, 2);
   host.platform.urlSession->start({"GET", "nowhere", {}}, {});
-  EXPECT_EQ(told, 3);
+  EXPECT_EQ(notifications, 3);
   host.loop->onWork(nullptr);
   host.loop->tick();
   host.loop->post([] {});
-  EXPECT_EQ(told, 3);
+  EXPECT_EQ(notifications, 3);
 }
 
 TEST(HostLoopDeathTest, IsForOneThreadAtATime) {
@@ -151,7 +151,7 @@ TEST(HostLoopDeathTest, IsForOneThreadAtATime) {
   }
 }
 
-TEST(HostLoopTest, OutlivesATaskThatLetsGoOfIt) {
+TEST(HostLoopTest, OutlivesATaskThatReleasesIt) {
   Host host = makeHost({.inMemory = true});
   const std::weak_ptr<HostLoop> loop = host.loop;
   host.loop->post([&] { host = Host(); });
@@ -171,7 +171,7 @@ TEST(SigpipeTest, IsKeptFromTheProcessAndLeavesNothing) {
   pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
   EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
   EXPECT_EQ(sigismember(&blocked, SIGPIPE), 0);
-  EXPECT_EXIT(raise(SIGPIPE), testing::KilledBySignal(SIGPIPE), "") << "as it was before";
+  EXPECT_EXIT(raise(SIGPIPE), testing::KilledBySignal(SIGPIPE), "") << "as before";
 }
 
 TEST(HostLoopTest, ATickNeverWaitsForATransfer) {

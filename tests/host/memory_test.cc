@@ -17,7 +17,7 @@ namespace {
 
 using tests::answer;
 
-TEST(StoreMemoryTest, AChangeIsMadeInWholeOrNotAtAllWhicheverAllocationFails) {
+TEST(StoreMemoryTest, AChangeIsMadeCompletelyOrNotAtAllWhicheverAllocationFails) {
   const std::string before(99, '1');
   const std::string after(999, '2');
   std::size_t nth = 0;
@@ -39,7 +39,7 @@ TEST(StoreMemoryTest, AChangeIsMadeInWholeOrNotAtAllWhicheverAllocationFails) {
   EXPECT_GT(nth, 6U);
 }
 
-TEST(TransferMemoryTest, AnOrderThatWasTakenIsAnsweredOnceWhicheverAllocationFails) {
+TEST(TransferMemoryTest, AnAcceptedRequestIsAnsweredOnceWhicheverAllocationFails) {
   tests::LoopbackServer server([](const std::string& head) {
     const std::string place = "Location: /a-longer-address-than-fits-without-an-allocation\r\n";
     return head.find(" / ") < head.size() ? answer(302, "", place)

@@ -69,19 +69,19 @@ class Child {
       _exit(0);
     }
     close(ends[1]);
-    told_ = ends[0];
+    reports_ = ends[0];
   }
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
   ~Child() {
     last(SIGKILL);
-    close(told_);
+    close(reports_);
   }
 
   /// The next reported number; 0 if there are no more.
   int next() {
     int number = 0;
-    return ::read(told_, &number, sizeof number) == sizeof number ? number : 0;
+    return ::read(reports_, &number, sizeof number) == sizeof number ? number : 0;
   }
   /// Sends the signal, if any. Returns the last reported number.
   int last(int signal) {
@@ -95,7 +95,7 @@ class Child {
 
  private:
   pid_t process_ = 0;
-  int told_ = 0;
+  int reports_ = 0;
 };
 
 class SqlitePreferencesStoreTest : public testing::Test {
@@ -156,7 +156,7 @@ class SqlitePreferencesStoreTest : public testing::Test {
 
 TEST_F(SqlitePreferencesStoreTest, IsForItsOwnerOnly) {
   const Platform platform = open();
-  EXPECT_FALSE(fs::exists(folder_)) << "nothing is made before it is needed";
+  EXPECT_FALSE(fs::exists(folder_)) << "nothing is created before it is needed";
   const auto suite = platform.preferencesStore->open("s");
   ASSERT_TRUE(put(*suite, "a", "1"));
   EXPECT_EQ(fs::status(folder_).permissions(), fs::perms::owner_all);
@@ -268,7 +268,7 @@ class DamagedStoreTest : public SqlitePreferencesStoreTest {
   std::string broken_;  // the same except for its first page
 };
 
-TEST_F(DamagedStoreTest, AFileCutShortIsSetAside) {
+TEST_F(DamagedStoreTest, ATruncatedFileIsSetAside) {
   EXPECT_EQ(use({{"corvo.db", sound_ + "more"}}, true), false);
   const std::size_t end = sound_.size();
   for (const std::size_t size : std::initializer_list<std::size_t>{
@@ -276,14 +276,15 @@ TEST_F(DamagedStoreTest, AFileCutShortIsSetAside) {
     SCOPED_TRACE(size);
     const std::string cut = sound_.substr(0, size);
     const auto aside = use({{"corvo.db", cut}}, true);
-    EXPECT_EQ(aside, size < 72 ? std::nullopt : std::optional(true)) << "72 bytes say whose it is";
+    EXPECT_EQ(aside, size < 72 ? std::nullopt : std::optional(true))
+        << "the first 72 bytes identify its application";
     if (aside) {
       EXPECT_TRUE(tests::contentsOf(folder_ / "corvo.db.damaged-1") == cut);
     }
   }
 }
 
-TEST_F(DamagedStoreTest, BytesThatChangedNeverStopIt) {
+TEST_F(DamagedStoreTest, ChangedBytesNeverStopIt) {
   std::mt19937 random(9);
   const auto below = [&](std::size_t end) { return random() % end; };
   int aside = 0;
@@ -299,7 +300,7 @@ TEST_F(DamagedStoreTest, BytesThatChangedNeverStopIt) {
   EXPECT_GT(aside, 50);
 }
 
-TEST_F(DamagedStoreTest, DamageThatIsFoundLateIsSetAsideBehindTheSuite) {
+TEST_F(DamagedStoreTest, AFileFoundDamagedLaterIsSetAsideBehindTheSuite) {
   write({{"corvo.db", broken_},
          {"corvo.db.damaged-1", "earlier"},
          {"corvo.db.damaged-2-wal", "earlier"}});
@@ -346,7 +347,7 @@ TEST_F(DamagedStoreTest, ADiskThatDamagesEverythingIsNotFilled) {
   EXPECT_EQ(use(found, true), std::nullopt);
 }
 
-TEST_F(DamagedStoreTest, AnIdentifierThatIsNoneIsReplaced) {
+TEST_F(DamagedStoreTest, AnInvalidIdentifierIsReplaced) {
   const auto first = open().device->vendorIdentifier();
   host::Connection(file().string()).execute("UPDATE installation SET identifier = x'0A0D'");
   const auto second = open().device->vendorIdentifier();
@@ -417,7 +418,7 @@ TEST_F(SqlitePreferencesStoreTest, AFullDiskAtTheStartIsTriedAgain) {
   }
 }
 
-TEST_F(SqlitePreferencesStoreTest, WantOfMemoryChangesNothing) {
+TEST_F(SqlitePreferencesStoreTest, RunningOutOfMemoryChangesNothing) {
   const auto suite = this->suite();
   ASSERT_TRUE(put(*suite, "a", std::string(kLarge, 'a')));
   sqlite3_hard_heap_limit64(sqlite3_memory_used() + 1);
@@ -430,7 +431,7 @@ TEST_F(SqlitePreferencesStoreTest, WantOfMemoryChangesNothing) {
   EXPECT_TRUE(put(*suite, "a", "2"));
 }
 
-TEST_F(SqlitePreferencesStoreTest, WantOfMemoryAtTheFirstChangeChangesNothing) {
+TEST_F(SqlitePreferencesStoreTest, RunningOutOfMemoryAtTheFirstChangeChangesNothing) {
   ASSERT_TRUE(put(*suite(), "a", "1"));
   int failures = 0;
   for (bool isMade = false; !isMade; ++failures) {
@@ -448,7 +449,7 @@ TEST_F(SqlitePreferencesStoreTest, WantOfMemoryAtTheFirstChangeChangesNothing) {
 #ifdef __linux__
 // Unflushed data may reach the disk in any order. Only a log that replaces an earlier one could
 // then be misread.
-TEST_F(SqlitePreferencesStoreTest, OnlyALogThatHasHeldAnythingIsWaitedForAtTheStart) {
+TEST_F(SqlitePreferencesStoreTest, WaitsForTheDiskOnlyIfTheLogWasUsedBefore) {
   using Names = std::vector<std::string>;
   ASSERT_TRUE(put(*suite(), "a", "1"));
   Names names;
@@ -490,7 +491,7 @@ TEST_F(SqlitePreferencesStoreTest, AFileLockedAtTheStartIsTriedAgain) {
   EXPECT_EQ(platform.preferencesStore->open("s")->read("a"), "1");
 }
 
-TEST_F(SqlitePreferencesStoreTest, ALockInBetweenCostsThatAnswerOnly) {
+TEST_F(SqlitePreferencesStoreTest, ALaterLockFailsOnlyTheCallsMeanwhile) {
   make(std::string(kTables) + "; PRAGMA user_version = 1; PRAGMA application_id = 201502939")
       ->last(SIGKILL);
   host::Connection other(file().string());
@@ -528,7 +529,7 @@ TEST(WaitBudgetTest, WaitsATenthOfASecondWithinAnySecond) {
   EXPECT_EQ(most, 100);
 }
 
-TEST_F(SqlitePreferencesStoreTest, KilledWhileItWritesItHoldsAllOfAChangeOrNothing) {
+TEST_F(SqlitePreferencesStoreTest, KilledWhileWritingItContainsAllOfAChangeOrNothing) {
   std::mt19937 random(9);
   int written = 0;
   for (int round = 0; round < 100; ++round) {
@@ -566,7 +567,7 @@ TEST_F(SqlitePreferencesStoreTest, KilledWhileItWritesItHoldsAllOfAChangeOrNothi
   EXPECT_FALSE(fs::exists(folder_ / "corvo.db.damaged-1"));
 }
 
-TEST_F(SqlitePreferencesStoreTest, TwoProcessesMayMakeItAndWriteAtOnce) {
+TEST_F(SqlitePreferencesStoreTest, TwoProcessesMayCreateItAndWriteAtOnce) {
   for (int round = 0; round < 5; ++round) {
     clear();
     const auto work = [&](const std::string& key) {
@@ -595,7 +596,7 @@ TEST_F(SqlitePreferencesStoreTest, TwoProcessesMayMakeItAndWriteAtOnce) {
   }
 }
 
-TEST_F(SqlitePreferencesStoreTest, TheIdentifierThatAnotherProcessIsMakingCounts) {
+TEST_F(SqlitePreferencesStoreTest, TheIdentifierThatAnotherProcessIsCreatingIsUsed) {
   const std::string theirs = "6F9619FF-8B86-4D01-B42D-00CF4FC964FF";
   (void)suite();
   Child child([&](auto tell) {

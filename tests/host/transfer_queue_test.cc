@@ -20,18 +20,19 @@ class TransferQueueTest : public testing::Test {
  protected:
   void ask(const std::string& url, double timeoutSeconds = 30) {
     host_.platform.urlSession->start({"GET", url, {}, timeoutSeconds}, [this](UrlResponse came) {
-      came_.push_back(std::move(came));
+      responses_.push_back(std::move(came));
     });
   }
   bool runUntilCame(std::size_t count) {
-    return host_.loop->runUntil([&] { return came_.size() >= count; });
+    return host_.loop->runUntil([&] { return responses_.size() >= count; });
   }
   long failures() const {
-    return std::count_if(came_.begin(), came_.end(), [](auto& each) { return !!each.failure; });
+    return std::count_if(responses_.begin(), responses_.end(),
+                         [](auto& each) { return !!each.failure; });
   }
 
   Host host_ = makeHost({.inMemory = true});
-  std::vector<UrlResponse> came_;
+  std::vector<UrlResponse> responses_;
 };
 
 TEST_F(TransferQueueTest, ThreeHundredQuestionsMakeThreeHundredRequestsOnSixConnections) {
@@ -59,7 +60,7 @@ TEST_F(TransferQueueTest, SixOfEachOriginGoFirst) {
 
   EXPECT_TRUE(host_.loop->busy());
   host_.platform.urlSession.reset();
-  EXPECT_FALSE(runUntilCame(2)) << "what waits is dropped, too";
+  EXPECT_FALSE(runUntilCame(2)) << "waiting requests are dropped, too";
   EXPECT_FALSE(host_.loop->busy());
   host_ = makeHost({.inMemory = true});
   ask(silent.url("/8"));
@@ -67,7 +68,7 @@ TEST_F(TransferQueueTest, SixOfEachOriginGoFirst) {
   EXPECT_EQ(silent.connections(), 7) << "and never begins";
 }
 
-TEST_F(TransferQueueTest, PatienceAndTheLimitBeginWithTheTransfer) {
+TEST_F(TransferQueueTest, TimeoutAndLimitBeginWithTheTransfer) {
   host_ = makeHost({.inMemory = true, .transferSeconds = 0.75});
   const LoopbackServer silent;
   const auto start = std::chrono::steady_clock::now();
@@ -79,16 +80,16 @@ TEST_F(TransferQueueTest, PatienceAndTheLimitBeginWithTheTransfer) {
 }
 
 TEST_F(TransferQueueTest, NoTransferAndNoWaitIsLongerThanTheLimit) {
-  constexpr double kForEver = 1e5;
-  host_ = makeHost({.inMemory = true, .timeoutSeconds = kForEver, .transferSeconds = 0.3});
+  constexpr double kForever = 1e5;
+  host_ = makeHost({.inMemory = true, .timeoutSeconds = kForever, .transferSeconds = 0.3});
   LoopbackServer server;
   RawReply drip{std::deque<std::string>(10'000, "X: y\r\n")};
   drip.pieces.push_front("HTTP/1.1 200 OK\r\n");
   for (const auto& [reply, count] : {std::pair(RawReply{}, 6), std::pair(drip, 13)}) {
     const std::size_t before = server.requests().size();
-    came_.clear();
+    responses_.clear();
     server.say(reply);
-    for (int i = 0; i < count; ++i) ask(server.url("/"), kForEver);
+    for (int i = 0; i < count; ++i) ask(server.url("/"), kForever);
     EXPECT_TRUE(runUntilCame(static_cast<std::size_t>(count)));
     EXPECT_EQ(failures(), count);
     EXPECT_EQ(server.requests().size(), before + 6);
@@ -97,13 +98,13 @@ TEST_F(TransferQueueTest, NoTransferAndNoWaitIsLongerThanTheLimit) {
   slowRedirect.pieces.push_front("HTTP/1.1 302 Found\r\nLocation: /\r\nContent-Length: 0\r\n");
   slowRedirect.pieces.push_back("\r\n");
   server.say(slowRedirect);
-  ask(server.url("/"), kForEver);
+  ask(server.url("/"), kForever);
   EXPECT_TRUE(runUntilCame(14));
   EXPECT_EQ(failures(), 14) << "the limit is for all redirects together";
   server.say(answer(200, "{}"));
   ask(server.url("/"));
-  EXPECT_TRUE(runUntilCame(15)) << "the others have given up their places";
-  EXPECT_EQ(came_.back().status, 200);
+  EXPECT_TRUE(runUntilCame(15)) << "the others have freed their slots";
+  EXPECT_EQ(responses_.back().status, 200);
 }
 
 TEST_F(TransferQueueTest, ARedirectGoesAheadOfWhatCameLater) {
@@ -114,22 +115,22 @@ TEST_F(TransferQueueTest, ARedirectGoesAheadOfWhatCameLater) {
   ask(server.url("/first"));
   for (int i = 0; i < 12; ++i) ask(server.url("/silent"));
   EXPECT_TRUE(runUntilCame(1));
-  EXPECT_EQ(came_[0].status, 200);
+  EXPECT_EQ(responses_[0].status, 200);
 }
 
-TEST_F(TransferQueueTest, ARedirectToAnotherPortWaitsForAPlaceThere) {
+TEST_F(TransferQueueTest, ARedirectToAnotherPortWaitsForASlotThere) {
   const LoopbackServer silent;
   LoopbackServer server;
   server.say(answer(302, "", "Location: https://127.0.0.1:" + silent.port() + "/\r\n"));
   for (int i = 0; i < 8; ++i) ask(server.url("/"));
   EXPECT_TRUE(host_.loop->runUntil([&] {
     return server.requests().size() == 8 && silent.connections() >= 6;
-  })) << "they have left their places at the first port";
+  })) << "they have freed their slots at the first port";
   for (int i = 0; i < 3; ++i) host_.loop->tick();
   EXPECT_EQ(silent.connections(), 6);
 }
 
-TEST_F(TransferQueueTest, ARedirectToAnotherPortHasAllItsPatienceThere) {
+TEST_F(TransferQueueTest, ARedirectToAnotherPortHasItsFullTimeoutThere) {
   const LoopbackServer silent;
   LoopbackServer server;
   server.say(answer(302, "", "Location: https://127.0.0.1:" + silent.port() + "/\r\n"));
@@ -139,7 +140,7 @@ TEST_F(TransferQueueTest, ARedirectToAnotherPortHasAllItsPatienceThere) {
   EXPECT_TRUE(runUntilCame(7));
   EXPECT_EQ(failures(), 7);
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(3500))
-      << "else it would end with the six, after two and a half seconds";
+      << "otherwise it would end with the six, after two and a half seconds";
 }
 
 }  // namespace

@@ -79,7 +79,7 @@ TEST_F(TransportTest, AcceptsSixteenMebibytesByDefault) {
   }
 }
 
-TEST_F(TransportTest, SendsWhatItIsGivenAndNoMore) {
+TEST_F(TransportTest, SendsOnlyTheGivenRequest) {
   LoopbackServer server;
   server.say(answer(200, "{}"));
   const UrlRequest get{"GET",

@@ -6,7 +6,7 @@
 
 namespace corvo::tests {
 
-/// A document, and the pointer to what the test is about.
+/// A document, and a pointer to the tested part.
 struct Framed {
   std::string text;
   std::string pointer;
@@ -17,7 +17,7 @@ inline Framed inside(const std::string& before, const Framed& part, const std::s
   return {before + part.text + after, pointer + part.pointer};
 }
 
-/// A part of a document in a document that is otherwise sound.
+/// Puts a part into a document that is otherwise valid.
 inline Framed framed(const std::string& part) {
   const auto object = fromCorvoString<JsonObject>(part);
   const auto has = [&](const char* key) { return object && object->contains(key); };

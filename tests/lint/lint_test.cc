@@ -91,7 +91,7 @@ TEST(Lint, IsDocumentedInTheOrderOfItsCodes) {
   }
 }
 
-TEST(Lint, TellsPlacesInTheDocumentsOrder) {
+TEST(Lint, ReportsPlacesInDocumentOrder) {
   for (const auto& [document, expected] : tests::caseTable<2>(CORVO_LINT_CASES "places.txt")) {
     std::string all;
     for (const Finding& finding : lint(document)) {
@@ -115,7 +115,7 @@ TEST(Lint, KnowsEveryPropertyThatABuilderSets) {
   }
 }
 
-TEST(Lint, CutsWhatManyMessagesShow) {
+TEST(Lint, TruncatesTextsThatManyMessagesShow) {
   const std::string name(100'000, 'x');
   const std::string flag = R"({"name": ")" + name + R"(", "type": "t", "rules": [
       {"is_default": true, "value": "1", "conditional_statement": "-", "conditions": []}]})";

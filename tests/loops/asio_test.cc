@@ -33,7 +33,7 @@ class AsioLoop : public AppLoop {
   }
   bool isArmed() override {
     settle();
-    return !context.stopped();  // which it is as soon as it has nothing to wait for
+    return !context.stopped();  // it stops as soon as it has nothing to wait for
   }
 
   ::asio::io_context context;
@@ -44,7 +44,7 @@ class AsioTest : public DrivenLoop {
   ::asio::io_context& context = dynamic_cast<AsioLoop&>(*loop).context;
 };
 
-TEST_F(AsioTest, AnExceptionLeavesThroughRunWhichGoesOnAfterwards) {
+TEST_F(AsioTest, AnExceptionPropagatesOutOfRunWhichMayBeCalledAgain) {
   const auto client = makeClient();
   bool done = false;
   host.loop->post([] { throw std::runtime_error("the task's own"); });
@@ -62,7 +62,7 @@ class AsioAwaitTest : public AsioTest {
  protected:
   using On = std::optional<bool>;
 
-  /// Notes what came of awaiting the answer, and on which thread.
+  /// Records the result of awaiting the answer, and the thread.
   ::asio::awaitable<void> note(Answer<On> answer) {
     const std::shared_ptr<void> noticed(nullptr, [this](void*) { ++freed; });
     try {
@@ -113,7 +113,7 @@ TEST_F(AsioAwaitTest, DoesNotSuspendForAnAnswerThatIsThere) {
   EXPECT_EQ(count, 10'001);
 }
 
-// The coroutines of these run on a context that nobody drives the loop by: they wait for certain.
+// In these tests, the coroutines' context does not drive the loop, so they must wait.
 TEST_F(AsioAwaitTest, EndsWithADroppedQuestion) {
   ::asio::io_context other;
   auto answer = client->checkFlag<bool>("on");

@@ -15,21 +15,21 @@
 
 namespace corvo::tests {
 
-/// An application's own loop.
+/// The event loop of an application.
 class AppLoop {
  public:
   virtual ~AppLoop() = default;
 
-  /// An adapter that drives the other loop by this one until it is destroyed.
+  /// Creates an adapter that drives the other loop from this one until it is destroyed.
   virtual std::shared_ptr<void> drive(std::shared_ptr<HostLoop> other) = 0;
   /// Waits for an event and handles it, or a few.
   virtual void once() = 0;
-  /// Handles what is there, without waiting.
+  /// Handles all pending events, without waiting.
   virtual void settle() = 0;
-  /// Whether it would wake up by itself: for a timer, or for an event that is there.
+  /// Whether it would wake up by itself, for a timer or a pending event.
   virtual bool isArmed() = 0;
 };
-/// The loop that a program tests: what is promised of all of them is tested with each.
+/// The loop under test. Each loop has its own program, which runs the common tests.
 std::unique_ptr<AppLoop> makeAppLoop();
 
 inline const std::string kConfig = fakes::project().flag("on", true).toJson();
@@ -48,7 +48,7 @@ class CountedLoop final : public HostLoop {
     loop_->tick();
   }
   [[nodiscard]] bool busy() const override { return loop_->busy(); }
-  void onWork(std::function<void()> told) override { loop_->onWork(std::move(told)); }
+  void onWork(std::function<void()> listener) override { loop_->onWork(std::move(listener)); }
 
   int ticks = 0;
 
@@ -56,7 +56,7 @@ class CountedLoop final : public HostLoop {
   const std::shared_ptr<HostLoop> loop_;
 };
 
-/// The configuration and the location of every token but "broken". Each comes in two pieces, so
+/// Configuration and location for every token except "broken". Each answer comes in two pieces, so
 /// that a loop must be ticked again for the second.
 inline RawReply reply(const std::string& head) {
   if (head.find("token: broken") < head.size()) return answer(500, "");
@@ -67,7 +67,7 @@ inline RawReply reply(const std::string& head) {
   return whole;
 }
 
-/// Clients of a loopback server whose answers come on a loop that is being driven by another.
+/// Clients of a loopback server. Their answers come on a loop that another loop drives.
 class DrivenLoop : public testing::Test {
  protected:
   std::shared_ptr<CorvoClient> makeClient(const std::string& token = "token") {
@@ -77,7 +77,7 @@ class DrivenLoop : public testing::Test {
     while (!met()) loop->once();
   }
   void drive() {
-    adapter.reset();  // before the next one: there is one at a time
+    adapter.reset();  // first, because a loop has one adapter at a time
     adapter = loop->drive(counted);
   }
 

@@ -12,7 +12,7 @@
 namespace corvo::tests {
 namespace {
 
-/// All that a program prints.
+/// The complete output of a program.
 std::string outputOf(const std::string& command) {
   std::string output;
   std::array<char, 256> line{};
@@ -22,7 +22,7 @@ std::string outputOf(const std::string& command) {
   return output;
 }
 
-TEST(LoopExamplesTest, PrintWhatTheyAreAnsweredOrWhyTheyAreNot) {
+TEST(LoopExamplesTest, PrintTheAnswersOrTheErrors) {
   const std::string config = contentsOf(CORVO_SHOP "config.json");
   LoopbackServer shop([&](const std::string& head) {
     return answer(200, head.starts_with("GET /geo") ? "{}" : config);

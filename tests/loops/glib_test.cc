@@ -7,7 +7,7 @@
 namespace corvo::tests {
 namespace {
 
-/// A main context of its own.
+/// A main context other than the default one.
 class GlibLoop : public AppLoop {
  public:
   GlibLoop() = default;
@@ -44,7 +44,7 @@ TEST_F(GlibDeathTest, AnExceptionEndsTheProcess) {
   EXPECT_DEATH(loop->settle(), "the task's own");
 }
 
-TEST(GlibDefaultContextTest, IsTakenForNoContext) {
+TEST(GlibDefaultContextTest, IsUsedIfNoneIsGiven) {
   const Host host = makeHost({.inMemory = true});
   const glib::LoopSource source(host.loop);
   bool done = false;

@@ -17,7 +17,7 @@ class QtLoop : public AppLoop {
   }
   void once() override { QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents); }
   void settle() override {
-    for (int i = 0; i < 3; ++i) {  // an event that was posted starts a timer of no time
+    for (int i = 0; i < 3; ++i) {  // a posted event starts a timer of 0 ms
       QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
       QCoreApplication::processEvents();
     }

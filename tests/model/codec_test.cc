@@ -59,7 +59,7 @@ TEST(ConfigCodec, WritesWhatItReads) {
   EXPECT_EQ(condition.values[1], "b");
 }
 
-// Whatever the size of a list, what is prepared about it is then prepared once, too.
+// Equal lists of any size are stored once, and so is the data prepared from them.
 TEST(ConfigCodec, WritesEqualListsOnce) {
   std::vector<fakes::Value> values;
   for (int i = 0; i < 2'000; ++i) values.emplace_back(i);
@@ -132,7 +132,7 @@ TEST(ConfigCodec, FailsAsAWholeOnlyAtTheTop) {
 }
 
 // A list of invalid records must not allocate room for as many records.
-TEST(ConfigCodec, LongListsOfNothing) {
+TEST(ConfigCodec, AllocatesNothingForInvalidRecords) {
   std::string nothing = "0";
   for (int i = 0; i < 20'000; ++i) nothing += ",0";
   std::vector<Drop> drops;
@@ -142,7 +142,7 @@ TEST(ConfigCodec, LongListsOfNothing) {
   EXPECT_LT(std::get<ConfigResponse>(result).experiments.capacity(), 10'000u);
 }
 
-// Nothing is decoded between them that could replace them in the cache.
+// Nothing decoded in between could replace them in the cache.
 TEST(ConfigCodec, KeepsEqualTextsAndListsOfThemOnce) {
   const auto config = decoded(
       R"({"feature_flags":[{"name":"x","type":"x","rules":[{"is_default":false,"value":"x",)"

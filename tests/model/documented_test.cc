@@ -11,7 +11,7 @@
 namespace corvo::corvo_internal::model {
 namespace {
 
-/// A field of a record: its key, and whether the record needs it.
+/// A field of a record: its key, and whether it is required.
 using Row = std::pair<std::string, bool>;
 
 template <class... Records>
@@ -24,8 +24,8 @@ std::vector<Row> fieldsOf() {
   return rows;
 }
 
-/// The rows of a document's tables of four columns that begin with a name. What is needed costs the
-/// record where it is absent.
+/// The rows of a document's four-column tables that begin with a name. If a required field is
+/// absent, the record is dropped.
 std::vector<Row> rowsOf(const std::string& document) {
   std::vector<Row> rows;
   std::istringstream in(document);

@@ -30,7 +30,7 @@ static_assert(noType<int, float, char, std::uint64_t, const char*, std::string_v
                      JsonArray, const bool>);
 
 // The parsers of numbers and words have their own tests.
-TEST(Property, ReadsTextsAsTheTypeAskedFor) {
+TEST(Property, ReadsTextsAsTheRequestedType) {
   EXPECT_EQ(fromCorvoString<bool>("TRUE"), true);
   EXPECT_EQ(fromCorvoString<bool>("False"), false);
   EXPECT_EQ(fromCorvoString<bool>("1"), std::nullopt);

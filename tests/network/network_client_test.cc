@@ -57,7 +57,7 @@ Reply edited(Reply reply, std::optional<int> status, std::optional<std::string> 
   return reply;
 }
 
-TEST_F(NetworkClientTest, SendsAgainWhatIsUnusableAndReportsTheLast) {
+TEST_F(NetworkClientTest, RetriesUnusableAnswersAndReportsTheLast) {
   struct Case {
     std::uint64_t retryCount;
     std::vector<Reply> replies;
@@ -151,7 +151,7 @@ TEST_F(NetworkClientTest, DropsTheAnswerWhenTheClientIsGone) {
     late({});
     time->run();
     EXPECT_THAT(log, ElementsAre());
-    EXPECT_EQ(held.use_count(), 1) << "what the question held is free";
+    EXPECT_EQ(held.use_count(), 1) << "the question has freed what it held";
   }
 }
 

@@ -97,7 +97,7 @@ TEST_F(Promises, NoThreadNoWordNoFileButTheStoresAndOnlyTheDocumentedFields) {
   }
 }
 
-TEST_F(Promises, OneLineSaysWhyTheProcessIsStopped) {
+TEST_F(Promises, OneLineSaysWhyTheProcessIsAborted) {
   std::string inverted = kConfig;
   inverted.replace(inverted.find("\"lower_bound\": 0"), 16, "\"lower_bound\": 101");
   LoopbackServer server([&](const std::string& head) { return reply(inverted, head); });

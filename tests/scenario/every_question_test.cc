@@ -69,7 +69,7 @@ class EveryQuestionTest : public ClientTest {
   }
 };
 
-TEST_F(EveryQuestionTest, IsAnsweredOnceAlsoWhenTheCallbackAsksAgainOrWaitsForAThreadThatDoes) {
+TEST_F(EveryQuestionTest, IsAnsweredOnceEvenIfTheCallbackAsksAgainOrWaitsForAThreadThatDoes) {
   forEach([this](const auto& client, const Ask& ask) {
     int answers = 0;
     ask(*client, [&] {
@@ -116,7 +116,7 @@ TEST_F(EveryQuestionTest, IsDroppedWithItsClient) {
     EXPECT_FALSE(answered) << name;
     EXPECT_EQ(fake.store->contents("storagetagtoken"), before) << name;
   }
-  EXPECT_EQ(answeredAtOnce, 2) << "to exclude what is not included needs no fetch";
+  EXPECT_EQ(answeredAtOnce, 2) << "excluding an experiment that is not included needs no fetch";
 }
 
 /// A clock that can block a thread in the middle of an operation.

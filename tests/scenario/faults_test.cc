@@ -137,7 +137,7 @@ struct Past : fakes::FakePlatform {
   }
 };
 
-std::string told(const CorvoNetworkError& error) {
+std::string described(const CorvoNetworkError& error) {
   if (const auto* wrong = error.as<CorvoNetworkError::WrongStatusCode>()) {
     return std::to_string(wrong->statusCode);
   }
@@ -147,11 +147,11 @@ std::string told(const CorvoNetworkError& error) {
 }
 
 /// The error that the application must receive if a route fails, without its wrapping.
-std::string told(const CorvoError& error, const std::string& route) {
+std::string described(const CorvoError& error, const std::string& route) {
   const auto* config = error.as<CorvoError::RequestConfigFailed>();
   const auto* location = error.as<CorvoError::RequestLocationFailed>();
-  if (config != nullptr && route == "config") return told(config->error);
-  if (location != nullptr && route == "geo") return told(location->error);
+  if (config != nullptr && route == "config") return described(config->error);
+  if (location != nullptr && route == "geo") return described(location->error);
   return error.which() == CorvoError::Case::featureFlagNotFound ? "notFound" : error.description();
 }
 
@@ -172,7 +172,7 @@ struct Question {
     answer.clear();
     client->checkFlag<std::string>(
         "f", [this](auto value) { answer += value.value_or("(none)"); },
-        [this](const CorvoError& error) { answer += told(error, route); });
+        [this](const CorvoError& error) { answer += described(error, route); });
   }
 };
 

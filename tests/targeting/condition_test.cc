@@ -103,7 +103,7 @@ TEST(Condition, AnswersAsTheTableSaysHoweverOften) {
   EXPECT_GT(lines, 100);
 }
 
-TEST(Condition, OfNoValuesIsFalseWhateverItsSign) {
+TEST(Condition, WithoutValuesIsFalseWhateverItsSign) {
   const fakes::FakeTimeZone zone;
   const LocalTime localTime(zone);
   for (std::size_t number = 0; number < model::kConditionSignCount; ++number) {

@@ -61,7 +61,8 @@ TEST(ContextSource, AsksUserThenDeviceThenLocation) {
   EXPECT_EQ(next.find(gone), nullptr);
   EXPECT_EQ(*next.find(mended), "\uFFFD, mended");
   EXPECT_EQ(*next.findOwn(model::SplitMode::userId), "");
-  EXPECT_EQ(next.findOwn(model::SplitMode::deviceId), nullptr) << "the device's is not their own";
+  EXPECT_EQ(next.findOwn(model::SplitMode::deviceId), nullptr)
+      << "the device's identifier is not the user's own";
 }
 
 TEST(DeviceProperties, DescribeDeviceAndApplication) {

@@ -28,7 +28,7 @@ std::int64_t seconds(std::string text) {
       .value();
 }
 
-TEST(LocalTime, GoesByTheZonesOfTheTable) {
+TEST(LocalTime, FollowsTheZonesOfTheTable) {
   const std::map<std::string, FakeTimeZone> zones{
       {"berlin", FakeTimeZone(kHour, {{seconds("2024-03-31T01:00"), 2 * kHour},
                                       {seconds("2024-10-27T01:00"), kHour}})},
@@ -80,7 +80,7 @@ struct CountedZone : TimeZone {
 
 // What one conversion has learned about the zone helps the next, but never changes its result: in
 // any order, each gives the same moment as on its own.
-TEST(LocalTime, AsksTheZoneLittleAboutTimesNearEachOther) {
+TEST(LocalTime, QueriesTheZoneRarelyForNearbyTimes) {
   const CountedZone zone;
   const LocalTime time(zone);
   EXPECT_EQ(time.momentOf(kHour), 0);
@@ -100,7 +100,7 @@ TEST(LocalTime, AsksTheZoneLittleAboutTimesNearEachOther) {
   }
 }
 
-TEST(LocalTime, DropsFractionsDownwardsAndBearsAnyMoment) {
+TEST(LocalTime, RoundsDownAndAcceptsAnyMoment) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   EXPECT_EQ(LocalTime(FakeTimeZone(kHour)).at(0.9), kHour);
   EXPECT_EQ(LocalTime(FakeTimeZone(kHour)).at(-0.1), kHour - 1);

@@ -53,7 +53,7 @@ TEST_F(Ask, SaysWhyARequestFailed) {
                                                "the last request failed: Failed to connect to "));
 }
 
-TEST_F(Ask, LeavesAFileThatIsNoStoreAsItIs) {
+TEST_F(Ask, LeavesAFileThatIsNotAStoreUnchanged) {
   const std::string file = (folder_ / "file").string();
   const auto write = [&](const std::string& bytes) {
     fs::remove_all(folder_);
@@ -77,7 +77,7 @@ TEST_F(Ask, LeavesAFileThatIsNoStoreAsItIs) {
   }
 }
 
-TEST_F(Ask, FailsWhereItsOutputCannotBeWritten) {
+TEST_F(Ask, FailsIfItsOutputCannotBeWritten) {
   int unread[2];
   ASSERT_EQ(pipe(unread), 0);
   close(unread[0]);
@@ -96,9 +96,9 @@ TEST_F(Ask, FailsWhereItsOutputCannotBeWritten) {
     const Ran closed = runCorvo(command + " >&-");
     EXPECT_EQ(closed.status, 1) << command;
     EXPECT_EQ(closed.err, reason + "Bad file descriptor\n") << command;
-    const Ran unheard = runCorvo(command + broken);
-    EXPECT_EQ(unheard.status, 128 + SIGPIPE) << command;
-    EXPECT_EQ(unheard.err, "") << command;
+    const Ran withoutReader = runCorvo(command + broken);
+    EXPECT_EQ(withoutReader.status, 128 + SIGPIPE) << command;
+    EXPECT_EQ(withoutReader.err, "") << command;
   }
   close(unread[1]);
 }

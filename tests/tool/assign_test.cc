@@ -168,7 +168,7 @@ TEST(Assign, AnswersAllThatItHasBeforeItWaits) {
                        ".*:null,\"flags\":.*\n"));
 }
 
-TEST(Assign, EndsWhereItCannotReadOrNobodyReadsOn) {
+TEST(Assign, EndsIfItCannotReadOrWrite) {
   const std::string command = "assign --config config.json ";
   const Ran unreadable = runCorvo(command + " <.", kFolder);
   EXPECT_EQ(unreadable.err, "cannot read standard input: Is a directory\n");

@@ -36,7 +36,7 @@ class Serve : public testing::Test {
   std::string folder_ = testing::TempDir() + "corvo_serve_" + std::to_string(getpid()) + "_";
 };
 
-TEST_F(Serve, AnswersTheTwoRoutesToThoseWhoSayWhoTheyAre) {
+TEST_F(Serve, AnswersBothRoutesIfTokenAndUserAreGiven) {
   Backend backend(arguments());
   httplib::Client http(backend.url());
   const struct {
@@ -107,11 +107,11 @@ TEST_F(Serve, SaysWhereADocumentIsBroken) {
   }
 }
 
-TEST_F(Serve, EndsInPeaceWhenToldTo) {
+TEST_F(Serve, ExitsWithoutErrorOnASignal) {
   for (const int signal : {SIGINT, SIGTERM}) EXPECT_EQ(Backend(arguments()).stop(signal), 0);
 }
 
-TEST_F(Serve, RefusesAPortThatIsTaken) {
+TEST_F(Serve, RefusesATakenPort) {
   Backend backend(arguments());
   const std::string port = backend.url().substr(backend.url().rfind(':') + 1);
   const Ran taken = runCorvo("serve " + arguments() + " --port " + port);

@@ -66,7 +66,7 @@ TEST(Explain, AsksABackendAsItReadsAFile) {
   setenv("CORVO_TOKEN", "t", 1);
   EXPECT_EQ(runCorvo(question + url).out, expected);
   setenv("CORVO_URL", "http://127.0.0.1:9", 1);
-  EXPECT_EQ(runCorvo(question + files).out, expected) << "what the environment says gives way";
+  EXPECT_EQ(runCorvo(question + files).out, expected) << "options override the environment";
   const Ran refused = runCorvo(question + "2>&1");
   unsetenv("CORVO_URL");
   unsetenv("CORVO_TOKEN");

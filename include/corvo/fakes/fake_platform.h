@@ -19,7 +19,7 @@ namespace corvo::fakes {
 /// All the fakes together. `ClientRegistry registry(fake.platform());` is one run of the
 /// application; a second registry on the same fakes simulates a restart.
 struct FakePlatform {
-  /// Each service; the clock and the main queue are one.
+  /// The services. `time` is both the clock and the main queue.
   std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
   std::shared_ptr<FakeTimeZone> timeZone = std::make_shared<FakeTimeZone>();
   std::shared_ptr<ScriptedSession> session = std::make_shared<ScriptedSession>(time);
@@ -27,17 +27,17 @@ struct FakePlatform {
   std::shared_ptr<FixedDevice> device = std::make_shared<FixedDevice>();
   std::shared_ptr<ScriptedRandom> random = std::make_shared<ScriptedRandom>();
 
-  /// The platform that they make up.
+  /// The services as a platform.
   [[nodiscard]] Platform platform() const {
     return {time, timeZone, time, session, store, device, random};
   }
 
-  /// From now on the backend serves this project, or a document written by hand, and this location:
-  /// its properties by the names that a backend gives them, `{{"city", "Berlin"}}` for what
-  /// conditions call "geo.city". Clients keep what they have fetched until it expires.
+  /// From now on, the backend serves this project (or a document written by hand) and this
+  /// location. The location's properties have the backend's names: `{{"city", "Berlin"}}` is
+  /// "geo.city" in conditions. Clients keep their cached copies until these expire.
   CORVO_FAKES_EXPORT void serve(const ProjectBuilder& project, const PropertyMap& location = {});
   CORVO_FAKES_EXPORT void serve(std::string configuration, const PropertyMap& location = {});
-  /// From now on no request is answered, as without a network: both routes fail.
+  /// From now on, both routes fail, as without a network.
   CORVO_FAKES_EXPORT void goOffline();
 };
 

@@ -8,9 +8,9 @@
 
 namespace corvo::fakes {
 
-/// A device that is whatever the test says.
+/// A device with the facts that the test sets.
 struct CORVO_TYPE FixedDevice final : Device {
-  /// What the device tells; change it as needed.
+  /// The facts; change them as needed.
   std::optional<std::string> vendor = "6F9619FF-8B86-4D01-B42D-00CF4FC964FF";
   std::optional<std::string> osName = "iOS";
   std::optional<std::string> osVersion = "17.4.1";

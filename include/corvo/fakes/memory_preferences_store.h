@@ -13,30 +13,30 @@
 
 namespace corvo::fakes {
 
-/// Suites in memory. A second client, or a "restarted application", on the same store finds what
-/// the first one left. Opening and writing can be made to fail. Any thread may open suites and use
-/// them; the rest is for the test's thread.
+/// Suites in memory. A second client, or a "restarted application", on the same store finds the
+/// values that the first one stored. Opening, reading and writing can be made to fail. Any thread
+/// may open and use suites; everything else is for the test's thread.
 class CORVO_FAKES_EXPORT MemoryPreferencesStore final : public PreferencesStore {
  public:
   MemoryPreferencesStore() = default;
-  /// The same records as another process would find them: nothing was changed or read yet, and
-  /// nothing fails. From here on the two stores go separate ways.
+  /// A copy of the records, as another process would find them: nothing has been changed or read
+  /// yet, and nothing fails. After that, the two stores are independent.
   MemoryPreferencesStore(const MemoryPreferencesStore& other);
   MemoryPreferencesStore& operator=(const MemoryPreferencesStore&) = delete;
 
   [[nodiscard]] std::shared_ptr<PreferencesSuite> open(std::string_view suiteName) override;
 
-  /// From now on opening, reading or writing fails, or works again.
+  /// Makes opening, reading or writing fail from now on, or work again.
   void failOpening(bool fails) { failsOpening_ = fails; }
   void failReading(bool fails) { fails_->reading = fails; }
   void failWriting(bool fails) { fails_->writing = fails; }
 
-  /// The names of the suites opened so far, and all that one holds, for looking at.
+  /// The names of the suites opened so far, and the contents of one suite.
   [[nodiscard]] std::vector<std::string> suiteNames() const;
   [[nodiscard]] std::map<std::string, std::string> contents(std::string_view suiteName) const;
-  /// How often a key of a suite has been read through any handle.
+  /// How many times a key of a suite has been read, through any handle.
   [[nodiscard]] std::size_t reads(std::string_view suiteName, std::string_view key) const;
-  /// How often a suite was to be opened, with or without success.
+  /// How many times `open` was called, with or without success.
   [[nodiscard]] std::size_t openings() const { return openings_; }
 
  private:

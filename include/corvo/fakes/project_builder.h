@@ -15,7 +15,7 @@
 
 namespace corvo::fakes {
 
-/// A project for tests: what a backend would serve, without writing JSON.
+/// A project for tests: the document that a backend would serve, without writing JSON.
 ///
 ///     fakes::project()
 ///         .flag("new-checkout", true)
@@ -24,8 +24,8 @@ namespace corvo::fakes {
 ///                         .param("columns", {{"control", 2}, {"new", 3}})
 ///                         .everyoneIn("new"));
 ///
-/// A flag or an experiment replaces an earlier one of its name, so a test can vary a project that
-/// it shares with others. Setters return the builder: keep a copy of it, not a reference.
+/// A flag or an experiment replaces an earlier one of the same name, so tests can vary a shared
+/// project. Setters return the builder: keep a copy of it, not a reference.
 class CORVO_FAKES_EXPORT ProjectBuilder {
  public:
   /// A flag with its own rules, or one value for everyone.
@@ -34,26 +34,26 @@ class CORVO_FAKES_EXPORT ProjectBuilder {
 
   /// An experiment that everyone takes part in, with these groups.
   ProjectBuilder& experiment(std::string_view name, std::initializer_list<Group> groups);
-  /// An experiment or a holdout. Throws `std::invalid_argument` for one without groups, in which
-  /// nobody could take part.
+  /// An experiment or a holdout. Throws `std::invalid_argument` if it has no groups, because nobody
+  /// could take part.
   ProjectBuilder& experiment(const ExperimentBuilder& experiment);
   /// A holdout that everyone is in.
   ProjectBuilder& holdout(std::string_view name);
 
-  /// A flag or an experiment written by hand: a JSON object, or `std::invalid_argument` is thrown.
-  /// It replaces nothing and nothing about it is checked.
+  /// A flag or an experiment written by hand. Throws `std::invalid_argument` if it is not a JSON
+  /// object. Replaces nothing, and its contents are not checked.
   ProjectBuilder& flagJson(std::string_view object);
   ProjectBuilder& experimentJson(std::string_view object);
 
-  /// The document as a backend serves it. Throws `std::invalid_argument` when an experiment names a
-  /// holdout that the project does not have.
+  /// The document as a backend serves it. Throws `std::invalid_argument` if an experiment names a
+  /// holdout that the project does not contain.
   [[nodiscard]] std::string toJson() const;
   /// The project for tests of the engine. The platform filter is off by default.
   [[nodiscard]] Project decode(Project::Filter filter = Project::Filter::none) const;
 
  private:
   struct Entry {
-    std::optional<std::string> name;  // none when written by hand
+    std::optional<std::string> name;  // absent if written by hand
     JsonObject json;
     std::vector<std::string> heldOutBy = {};
   };

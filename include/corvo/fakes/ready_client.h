@@ -13,19 +13,19 @@
 
 namespace corvo::fakes {
 
-/// What a `ReadyClient` starts with.
+/// The options of a `ReadyClient`.
 struct ReadyOptions {
-  /// The user's properties by the names that conditions use: "userId", "custom.plan" ... They
-  /// expire a day after the start, as those of any user do.
+  /// The user's properties, with the names in conditions: "userId", "custom.plan" ... Like those of
+  /// any user, they expire one day after they are set, here at the start.
   PropertyMap user = {{"userId", "user-1"}};
-  /// As `FakePlatform::serve` takes it: without "geo." before the names.
+  /// In the form of `FakePlatform::serve`: names without "geo.".
   PropertyMap location = {};
   NonNegative cacheTTL = 300;  ///< In seconds, at least 10.
   NonNegative retryCount = 0;  ///< How many times a failed request is retried.
 };
 
-/// A client that has loaded its project and location, on fakes of its own: it answers every
-/// question before the call returns, until its copies expire.
+/// A client that has already loaded its project and location, on fakes of its own. It answers every
+/// question before the call returns, until its cached copies expire.
 ///
 ///     fakes::ReadyClient app(fakes::project().flag("new-checkout", true));
 ///     CheckoutScreen screen(app.client());
@@ -35,21 +35,21 @@ struct ReadyOptions {
 /// For the test's thread.
 class CORVO_FAKES_EXPORT ReadyClient {
  public:
-  /// Throws `CorvoError` when the configuration cannot be decoded.
+  /// Throws `CorvoError` if the configuration cannot be decoded.
   explicit ReadyClient(const ProjectBuilder& project = {}, const ReadyOptions& options = {});
   /// With a document written by hand.
   explicit ReadyClient(std::string configuration, const ReadyOptions& options = {});
 
-  /// The client, for the code under test and for questions of the test.
+  /// The client, for the code under test and for the test's own questions.
   [[nodiscard]] const std::shared_ptr<CorvoClient>& client() const { return client_; }
   CorvoClient& operator*() const { return *client_; }
   CorvoClient* operator->() const { return client_.get(); }
 
-  /// Restarts the application: a new client finds what the last one stored. Nothing is fetched
-  /// until it is asked. Let go of the old client before.
+  /// Restarts the application: creates a new client that uses the stored records of the last one.
+  /// It fetches nothing until it is asked. Release the old client first.
   void restart();
 
-  FakePlatform fake;  ///< What the client runs on.
+  FakePlatform fake;  ///< The client's platform.
 
  private:
   void start(std::optional<CorvoUser> user);

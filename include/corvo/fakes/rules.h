@@ -18,7 +18,7 @@
 namespace corvo::fakes {
 
 /// The value of a flag, a parameter or a condition: a boolean, a number, a text, or a JSON object.
-/// Documents hold every value as a text; this class writes it.
+/// Documents contain every value as a text; this class produces it.
 class CORVO_FAKES_EXPORT Value {
  public:
   /// A text, a boolean or an integer.
@@ -33,9 +33,9 @@ class CORVO_FAKES_EXPORT Value {
   Value(const Number& number) : Value(JsonValue(static_cast<double>(number))) {}
   Value(const JsonObject& object) : Value(JsonValue(object)) {}
 
-  /// The value as a document has it.
+  /// The value as in a document.
   [[nodiscard]] const std::string& text() const { return text_; }
-  /// What a document calls its type: "boolean", "number", "string" or "json".
+  /// Its type in a document: "boolean", "number", "string" or "json".
   [[nodiscard]] const std::string& type() const { return type_; }
 
  private:
@@ -45,17 +45,17 @@ class CORVO_FAKES_EXPORT Value {
   std::string type_;
 };
 
-/// An argument that is one thing or a list of them: `"ios"`, `{"ios", "web"}` or a vector.
+/// An argument that is one item or a list: `"ios"`, `{"ios", "web"}` or a vector.
 template <class T>
 class OneOrMore {
  public:
-  /// One thing, or a list.
+  /// One item, or a list.
   template <class One>
   requires std::convertible_to<const One&, T> OneOrMore(const One& one) : list_{T(one)} {}
   OneOrMore(std::initializer_list<T> list) : list_(list) {}
   OneOrMore(std::vector<T> list) : list_(std::move(list)) {}
 
-  /// All of them.
+  /// All items.
   [[nodiscard]] const std::vector<T>& list() const { return list_; }
 
  private:
@@ -67,34 +67,35 @@ enum class Sign : std::uint8_t {
   equal,
   notEqual,
   anyOf,           ///< The property equals one of the values.
-  noneOf,          ///< It equals none of them.
+  noneOf,          ///< The property equals none of the values.
   containsAnyOf,   ///< The property contains one of the values.
-  containsNoneOf,  ///< It contains none of them.
-  onDate,          ///< Less than 24 hours lie between the two, in either direction.
-  afterTime,       ///< The property is the later one, as "date" and "time" are of the clock.
+  containsNoneOf,  ///< The property contains none of the values.
+  onDate,          ///< The two are less than 24 hours apart, in either direction.
+  afterTime,       ///< The property is later; "date" and "time" are the clock's.
   beforeTime,
-  greater,  ///< Numbers; versions, such as "1.10", where the property is "appVersion".
+  greater,  ///< Compares numbers; versions, such as "1.10", if the property is "appVersion".
   less,
   greaterEqual,
   lessEqual,
-  startsWith,     ///< The condition's value starts with the property, not the other way round.
-  notStartsWith,  ///< The same direction holds for all signs from here on.
+  startsWith,     ///< The condition's value starts with the property, not vice versa.
+  notStartsWith,  ///< The same direction applies to all signs from here on.
   endsWith,
   notEndsWith,
   contains,
   notContains
 };
 
-/// One test of one property. Made by `where`.
+/// One test of one property. Created by `where`.
 struct Condition {
-  std::string property;       ///< As `where` takes it.
+  std::string property;       ///< The name, as in `where`.
   Sign sign;                  ///< How to compare.
   std::vector<Value> values;  ///< What to compare with.
 };
 
 /// A condition on a property of the user ("userId", "appVersion", "custom.plan" ...), the location
-/// ("geo.city") or the moment ("date", "time"). Only the signs `anyOf`, `noneOf`, `containsAnyOf`
-/// and `containsNoneOf` take other than one value; the rest throw `std::invalid_argument`.
+/// ("geo.city") or the moment ("date", "time"). Only `anyOf`, `noneOf`, `containsAnyOf` and
+/// `containsNoneOf` accept any number of values. With the other signs, anything but one value
+/// throws `std::invalid_argument`.
 [[nodiscard]] CORVO_FAKES_EXPORT Condition where(std::string_view property, Sign sign,
                                                  const OneOrMore<Value>& values);
 
@@ -108,19 +109,19 @@ struct Any {
   Any(Condition condition) : conditions{std::move(condition)} {}  ///< One condition.
   std::vector<Condition> conditions;                              ///< In their order.
 };
-/// One more condition.
+/// Adds a condition.
 [[nodiscard]] CORVO_FAKES_EXPORT All operator&&(All all, Condition more);
 [[nodiscard]] CORVO_FAKES_EXPORT Any operator||(Any any, Condition more);
 
-/// What a rule or a target requires: one condition, `a && b && ...` or `a || b || ...`.
+/// The requirement of a rule or a target: one condition, `a && b && ...` or `a || b || ...`.
 class CORVO_FAKES_EXPORT Requirement {
  public:
-  /// What `where`, `&&` and `||` make.
+  /// From the results of `where`, `&&` and `||`.
   Requirement(Condition condition) : Requirement(All(std::move(condition))) {}
   Requirement(All all) : statement_("AND"), conditions_(std::move(all.conditions)) {}
   Requirement(Any any) : statement_("OR"), conditions_(std::move(any.conditions)) {}
 
-  /// As the document has it; a private flag or experiment compares digests in place of texts.
+  /// As in the document; a private flag or experiment compares digests instead of texts.
   [[nodiscard]] JsonObject json(bool isPrivate) const;
 
  private:
@@ -129,10 +130,10 @@ class CORVO_FAKES_EXPORT Requirement {
 };
 
 /// The rules of a flag: `when(requirement, value)`, perhaps more of them, `.otherwise(value)`. The
-/// first requirement that is met decides. Without `otherwise` a user who meets none gets an error.
+/// first requirement that is met decides. Without `otherwise`, a user who meets none gets an error.
 class CORVO_FAKES_EXPORT Rules {
  public:
-  /// No rules: whoever asks the flag gets the error `featureFlagNoRules`.
+  /// No rules: `checkFlag` fails with `featureFlagNoRules`.
   Rules() = default;
   /// One value for everyone.
   template <class Constant>
@@ -140,14 +141,14 @@ class CORVO_FAKES_EXPORT Rules {
     otherwise(Value(value));
   }
 
-  /// One more rule: users who meet the requirement get the value, if no earlier rule was met.
+  /// Adds a rule: users who meet the requirement, but no earlier one, get the value.
   Rules& when(const Requirement& requirement, const Value& value);
-  /// Throws `std::invalid_argument` the second time.
+  /// Adds the default rule. A second call throws `std::invalid_argument`.
   Rules& otherwise(const Value& value);
-  /// A rule written by hand: a JSON object, or `std::invalid_argument` is thrown.
+  /// Adds a rule written by hand. Throws `std::invalid_argument` if it is not a JSON object.
   Rules& json(std::string_view rule);
 
-  /// As the document has them; a private flag or experiment compares digests in place of texts.
+  /// As in the document; a private flag or experiment compares digests instead of texts.
   [[nodiscard]] JsonArray json(bool isPrivate) const { return isPrivate ? private_ : plain_; }
   /// The type of the first value; "string" without one.
   [[nodiscard]] const std::string& type() const { return type_; }
@@ -161,7 +162,7 @@ class CORVO_FAKES_EXPORT Rules {
   bool hasDefault_ = false;
 };
 
-/// Begins a list of rules.
+/// Starts a list of rules.
 [[nodiscard]] CORVO_FAKES_EXPORT Rules when(const Requirement& requirement, const Value& value);
 
 }  // namespace corvo::fakes

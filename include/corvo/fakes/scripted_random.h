@@ -9,15 +9,15 @@
 
 namespace corvo::fakes {
 
-/// Random bytes from a script, which is repeated when it ends; by default 0, 1, 2, ... 255.
+/// Random bytes from a script, which repeats when it ends; by default 0, 1, 2, ... 255.
 class CORVO_FAKES_EXPORT ScriptedRandom final : public SecureRandom {
  public:
   ScriptedRandom();
-  /// An empty script has no bytes to give: filling throws.
+  /// With an empty script, filling throws.
   explicit ScriptedRandom(std::vector<std::byte> script);
 
   void fill(std::span<std::byte> bytes) override;
-  /// From now on filling throws, or works again.
+  /// Makes filling throw from now on, or work again.
   void failFilling(bool fails) { fails_ = fails; }
 
  private:

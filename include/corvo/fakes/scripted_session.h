@@ -15,9 +15,9 @@
 
 namespace corvo::fakes {
 
-/// What a `ScriptedSession` does with a request.
+/// How a `ScriptedSession` answers a request.
 struct Reply {
-  UrlResponse response;     ///< What the completion is given.
+  UrlResponse response;     ///< Passed to the completion.
   double delaySeconds = 0;  ///< Virtual time until the completion; 0 completes inside the call.
   bool silent = false;      ///< Never completes.
 };
@@ -29,26 +29,25 @@ struct Reply {
 /// The same reply, later.
 [[nodiscard]] CORVO_FAKES_EXPORT Reply after(double seconds, Reply reply);
 
-/// A session that answers from a script and records what it was asked. A route is the last
-/// component of the address's path, as "config.json". An unscripted route fails in transport.
-/// What is never answered stays under way, and keeps what it holds, until the session is destroyed.
-/// For the test's thread.
+/// A session that answers from a script and records its requests. A route is the last component of
+/// the address's path, for example "config.json". A route without a script fails in transport. A
+/// request that is never answered stays under way, and keeps its completion, until the session is
+/// destroyed. For the test's thread.
 class CORVO_FAKES_EXPORT ScriptedSession final : public UrlSession {
  public:
-  /// Delays pass on that clock.
+  /// Delays pass in that virtual time.
   explicit ScriptedSession(std::shared_ptr<VirtualTime> time) : time_(std::move(time)) {}
 
   void start(UrlRequest request, Callback<void(UrlResponse)> completion) override;
 
-  /// From now on the route answers so, whenever nothing else is lined up for it. Replaces what was
-  /// said before.
+  /// From now on, the route gives this reply unless `next` has queued another. Replaces the
+  /// previous one.
   void always(std::string_view route, Reply reply);
-  /// The route's next request (after those already lined up) is answered so, once.
+  /// Queues a reply that the route gives once, after the replies already queued.
   void next(std::string_view route, Reply reply);
-  /// Takes back what is lined up for the route with `next`.
+  /// Removes the replies that `next` has queued for the route.
   void clearNext(std::string_view route);
-  /// Takes back everything that was said of the route: it is unscripted again. Requests that are
-  /// under way are answered as before.
+  /// Removes the route's whole script. Requests under way are answered as before.
   void clear(std::string_view route);
 
   /// Every request so far, in order.
@@ -68,7 +67,7 @@ class CORVO_FAKES_EXPORT ScriptedSession final : public UrlSession {
   std::shared_ptr<VirtualTime> time_;
   std::vector<UrlRequest> requests_;
   std::map<std::string, Script, std::less<>> scripts_;
-  // By the request's number. Shared only with delayed tasks, which hold it weakly.
+  // By the request's number. Shared only so that delayed tasks can hold it weakly.
   std::shared_ptr<UnderWay> underWay_ = std::make_shared<UnderWay>();
 };
 

@@ -11,8 +11,8 @@
 
 namespace corvo::corvo_internal {
 
-/// A value of one of some types, as `std::variant` holds it, but never without a value, and cheap
-/// to compile where it is only declared and read. Moves must not throw.
+/// A value of one of several types, like `std::variant`, but never without a value, and cheap to
+/// compile in code that only declares and reads it. Moves must not throw.
 template <class... Types>
 class OneOf {
  public:
@@ -22,7 +22,7 @@ class OneOf {
   template <class T>
   requires has<T> OneOf(T value)
   noexcept : position_(positionOf<T>()) { ::new (bytes_) T(std::move(value)); }
-  /// A value that is made of a text only, where it stays: a short text costs more to move.
+  /// Constructs a value that consists of one text in place, because moving a short text costs more.
   template <class T>
   requires has<T> OneOf(std::in_place_type_t<T>, std::string_view text)
       : position_(positionOf<T>()) {
@@ -43,7 +43,7 @@ class OneOf {
   /// The position of the value's type among the types.
   [[nodiscard]] std::uint8_t position() const noexcept { return position_; }
 
-  /// The value if it is of that type, or null.
+  /// The value if it is of that type, otherwise null.
   template <class T>
   [[nodiscard]] const T* as() const noexcept {
     return position_ == positionOf<T>() ? std::launder(reinterpret_cast<const T*>(bytes_))
@@ -76,7 +76,7 @@ class OneOf {
 
   void take(OneOf& other) noexcept {
     other.visit([this]<class T>(const T& value) {
-      ::new (bytes_) T(std::move(const_cast<T&>(value)));  // the other is not constant
+      ::new (bytes_) T(std::move(const_cast<T&>(value)));  // the other is not const
     });
   }
   void destroy() noexcept {

@@ -10,12 +10,12 @@
 
 namespace corvo::corvo_internal {
 
-/// What a question came to: nothing yet, its value, or its error.
+/// The outcome of a question: pending, a value, or an error.
 template <class T>
 using Outcome = std::variant<std::monostate, T, CorvoError>;
 
-/// What a pending answer shares with the sink that will settle it, or drop it. Synchronised: the
-/// answer may be awaited on another thread than the one that brings it.
+/// The state that a pending answer shares with the sink that will settle or drop it. Synchronised:
+/// one thread may await the answer that another one brings.
 template <class T>
 class PendingOutcome {
  public:
@@ -39,7 +39,7 @@ class PendingOutcome {
     onEnd();
   }
 
-  /// Lets the coroutine wait; false when the outcome is in, so that there is nothing to wait for.
+  /// Makes the coroutine wait; false if the outcome is already there.
   bool wait(std::coroutine_handle<> coroutine) {
     const std::lock_guard lock(mutex_);
     if (outcome_.index() != 0) return false;
@@ -47,8 +47,8 @@ class PendingOutcome {
     return true;
   }
 
-  /// Calls the function when the question is settled or dropped: on the thread that does so, or at
-  /// once if it has happened already. It must not throw.
+  /// Calls the function when the question is settled or dropped, on the thread that does so;
+  /// immediately if that has already happened. The function must not throw.
   void onEnd(Callback<void()> onEnd) {
     {
       const std::lock_guard lock(mutex_);
@@ -72,7 +72,7 @@ class PendingOutcome {
     return outcome_.index() != 0;
   }
 
-  /// Settled or dropped.
+  /// Whether the question was settled or dropped.
   bool hasEnded() const {
     const std::lock_guard lock(mutex_);
     return hasEnded_;

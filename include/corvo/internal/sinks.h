@@ -11,12 +11,13 @@
 #include <optional>
 #include <utility>
 
-// The sinks from which the two forms of every question are made. `Received` is what the client
-// answers, `Value` what the application asked for: the text of a flag, and an optional boolean.
+// The sinks behind the two forms of every question. `Received` is the type of the client's answer,
+// `Value` the type that the application requested: for example a flag's text, and an optional
+// boolean.
 
 namespace corvo::corvo_internal {
 
-/// What the client answers, as what was asked for.
+/// Converts the client's answer to the requested type.
 template <class Value, class Received>
 Value valueOf(Received& received) {
   if constexpr (std::same_as<Received, Value>) {
@@ -38,7 +39,7 @@ struct OnValueOf<Done> {
 template <class Value>
 using OnValue = typename OnValueOf<Value>::Type;
 
-/// The callback form. Refers to the asker's callbacks until it is detached.
+/// The callback form. Refers to the caller's callbacks until it is detached.
 template <class Received, class Value = Received>
 class CallbackSink : public AnswerSink<Received> {
  public:
@@ -68,7 +69,7 @@ class CallbackSink : public AnswerSink<Received> {
   std::optional<Value> value_;
 };
 
-// The callbacks come first: the sink refers to them.
+// The callbacks come first, because the sink refers to them.
 template <class Received, class Value>
 struct CallbackSink<Received, Value>::Detached final : private Callbacks, CallbackSink {
   explicit Detached(CallbackSink& asker)
@@ -80,7 +81,7 @@ template <class Value>
 CallbackSink(Callback<void(Value)>&, OnError&) -> CallbackSink<Value>;
 CallbackSink(Callback<void()>&, OnError&)->CallbackSink<Done>;
 
-/// The suspending form of an answer that must wait: shares a state with the `Answer`.
+/// The suspending form while the answer is pending. Shares a state with the `Answer`.
 template <class Received, class Value>
 class PendingSink final : public AnswerSink<Received> {
  public:
@@ -105,7 +106,8 @@ class PendingSink final : public AnswerSink<Received> {
   Outcome<Value> outcome_;
 };
 
-/// The suspending form. An answer that comes at once is made where the `Answer` has it.
+/// The suspending form. An answer that comes before the call returns is constructed inside the
+/// `Answer`.
 template <class Received, class Value = Received>
 class SuspendingSink final : public AnswerSink<Received> {
  public:
@@ -119,7 +121,7 @@ class SuspendingSink final : public AnswerSink<Received> {
     return std::make_unique<PendingSink<Received, Value>>(pending_);
   }
 
-  /// The state through which the answer will come; null where it is there.
+  /// The state through which the answer will come; null if the answer is already there.
   std::shared_ptr<PendingOutcome<Value>> takePending() { return std::move(pending_); }
 
  private:

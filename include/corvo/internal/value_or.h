@@ -14,11 +14,11 @@ template <class T>
 struct PresentType<std::optional<T>> {
   using Type = T;
 };
-/// What is inside an optional; any other type itself.
+/// The value type of an optional; any other type itself.
 template <class T>
 using Present = typename PresentType<std::remove_const_t<T>>::Type;
 
-/// The value, taken from a place that is not constant; the default where there is none.
+/// Moves the value out of a non-const place; the default if there is no value.
 template <class T, class Default>
 Present<T> valueOr(T* value, Default&& otherwise) {
   if constexpr (std::is_same_v<Present<T>, std::remove_const_t<T>>) {

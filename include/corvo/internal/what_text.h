@@ -7,7 +7,7 @@
 
 namespace corvo::corvo_internal {
 
-/// The text behind a `what()`: made once, on first use, from any thread. A copy starts without it.
+/// The text behind a `what()`: built once, on first use, on any thread. A copy starts without it.
 class CORVO_EXPORT WhatText {
  public:
   WhatText() noexcept = default;
@@ -15,7 +15,7 @@ class CORVO_EXPORT WhatText {
   WhatText& operator=(const WhatText&) noexcept;
   ~WhatText();
 
-  /// The text kept, or else the one given, which is kept from now on.
+  /// Returns the stored text; if there is none, stores the given one first.
   const char* keep(std::string text) const;
   const char* get() const noexcept;
 

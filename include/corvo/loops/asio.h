@@ -21,8 +21,8 @@
 #include <optional>
 #include <utility>
 
-/// For standalone Asio, 1.18 or newer. Beside `using namespace corvo;` name Asio's own namespace
-/// from the root, with `::`, since `asio` alone could then mean this one as well.
+/// For standalone Asio, 1.18 or newer. After `using namespace corvo;`, write Asio's own namespace
+/// with a leading `::`, because `asio` alone is ambiguous then.
 namespace corvo::asio {
 
 /// Runs a `HostLoop` on an executor, so that answers arrive in a program that runs an `io_context`.
@@ -32,11 +32,11 @@ namespace corvo::asio {
 /// Callbacks run on the executor, which must run one handler at a time: that of an `io_context` run
 /// by one thread, or a strand. Create clients and ask questions there. A handler may run the
 /// `io_context` itself; answers keep arriving, except through a strand. An exception that a
-/// callback throws leaves through `io_context::run`, which may be called again; nothing else is
+/// callback throws propagates out of `io_context::run`, which may be called again; nothing else is
 /// lost.
 ///
-/// A loop has one adapter at a time. Any thread may create and destroy it, also in a callback.
-/// What is under way when it is destroyed stays under way, and goes on with the next adapter or
+/// A loop has one adapter at a time. Any thread may create and destroy it, even in a callback.
+/// Transfers and tasks under way survive its destruction, and continue with the next adapter or
 /// with `run`, `tick` or `runUntil`.
 class LoopDriver {
  public:
@@ -57,7 +57,7 @@ class LoopDriver {
   }
 
  private:
-  // Outlives the adapter in a step that destroys it, and while another thread is calling `wake`.
+  // Outlives the adapter if a step destroys it, or while another thread is calling `wake`.
   struct State : std::enable_shared_from_this<State> {
     State(std::shared_ptr<HostLoop> shared, const ::asio::any_io_executor& executor)
         : loop(std::move(shared)), timer(std::in_place, executor) {}
@@ -71,7 +71,7 @@ class LoopDriver {
       });
     }
 
-    // The timer is started before the tick, which may throw and in which handlers may be run.
+    // Starts the timer before the tick, because the tick may throw, or run handlers.
     void step() {
       if (!startTimer()) return;
       loop->tick();
@@ -97,7 +97,7 @@ class LoopDriver {
 
     const std::shared_ptr<HostLoop> loop;
     std::mutex mutex;
-    std::optional<::asio::steady_timer> timer;  // guarded; none once the adapter is gone
+    std::optional<::asio::steady_timer> timer;  // guarded; empty once the adapter is gone
   };
   static constexpr std::chrono::milliseconds kInterval{5};
 
@@ -110,8 +110,8 @@ class LoopDriver {
 
 namespace corvo::corvo_internal {
 
-/// Where a coroutine waits for an answer: a timer that expires when the question ends, on any
-/// thread. So the wait is an operation like Asio's own: it is outstanding work, can be cancelled,
+/// A coroutine's wait for an answer: a timer that expires when the question ends, on any thread.
+/// This makes the wait an operation like Asio's own: it is outstanding work, can be cancelled,
 /// completes on the coroutine's executor, and is freed with its context.
 class AsioWait {
  public:
@@ -124,7 +124,7 @@ class AsioWait {
     state_->timer.reset();
   }
 
-  /// Makes the function that ends the wait, or the wait to come. It may outlive this object.
+  /// Returns a function that ends the current or the next wait. It may outlive this object.
   [[nodiscard]] auto ender() const {
     return [state = state_] {
       const std::lock_guard lock(state->mutex);
@@ -143,7 +143,7 @@ class AsioWait {
         token);
   }
 
-  /// Whether the question has ended. If not, a wait that is over was cancelled.
+  /// Whether the question has ended. If it has not, a wait that is over was cancelled.
   [[nodiscard]] bool hasEnded() const {
     const std::lock_guard lock(state_->mutex);
     return state_->hasEnded;
@@ -155,7 +155,7 @@ class AsioWait {
         : timer(std::in_place, executor, ::asio::steady_timer::time_point::max()) {}
 
     std::mutex mutex;
-    std::optional<::asio::steady_timer> timer;  // guarded; none once nobody can wait any more
+    std::optional<::asio::steady_timer> timer;  // guarded; empty once nobody can wait any more
     bool hasEnded = false;                      // guarded
   };
 
@@ -170,14 +170,14 @@ namespace corvo::asio {
 ///
 ///     std::optional<bool> on = co_await corvo::asio::await(client->checkFlag<bool>("on"));
 ///
-/// The coroutine continues on its own executor, whichever thread brings the answer. An answer that
-/// is already there does not suspend it. Throws the question's `CorvoError`; `QuestionDropped` when
-/// no answer will come because the client or its session was released, or when the answer was taken
-/// before; and `asio::system_error` with `operation_aborted` when the wait is cancelled. The
-/// question itself cannot be cancelled: its answer is then discarded.
+/// The coroutine continues on its own executor, whichever thread brings the answer. If the answer
+/// is already there, the coroutine does not suspend. Throws the question's `CorvoError`;
+/// `QuestionDropped` if no answer will come because the client or its session was released, or if
+/// the answer was already taken; and `asio::system_error` with `operation_aborted` if the wait is
+/// cancelled. The question itself cannot be cancelled; its answer is then discarded.
 ///
-/// While the coroutine waits, `io_context::run` does not return, so keep the loop driven for as
-/// long. A context that is destroyed first frees the waiting coroutine, as always.
+/// While the coroutine waits, `io_context::run` does not return, so keep the adapter alive that
+/// long. A context that is destroyed first frees the waiting coroutine, as usual.
 template <class T>
 [[nodiscard]] ::asio::awaitable<T> await(Answer<T> answer) {
   if (!answer.await_ready()) {

@@ -13,16 +13,16 @@ namespace corvo::glib {
 /// under way, the loop is ticked every 5 milliseconds.
 ///
 /// Callbacks run on the thread that runs the context, which is then the thread that runs the loop:
-/// create clients and ask questions there. An event loop may be run inside a callback; answers keep
-/// arriving. A callback must not let an exception escape: it cannot pass through GLib, which is C,
-/// so it ends the process by `std::terminate`.
+/// create clients and ask questions there. A callback may run an event loop; answers keep arriving.
+/// A callback must not let an exception escape: exceptions cannot pass through GLib, which is C, so
+/// `std::terminate` ends the process.
 ///
-/// A loop has one adapter at a time. Any thread may create and destroy it, also in a callback.
-/// What is under way when it is destroyed stays under way, and goes on with the next adapter or
+/// A loop has one adapter at a time. Any thread may create and destroy it, even in a callback.
+/// Transfers and tasks under way survive its destruction, and continue with the next adapter or
 /// with `run`, `tick` or `runUntil`. Needs GLib 2.36 or newer.
 class LoopSource {
  public:
-  /// The loop must not be null. A null context is the default one. Shares both.
+  /// The loop must not be null. A null context means the default context. Both are shared.
   explicit LoopSource(std::shared_ptr<HostLoop> loop, GMainContext* context = nullptr)
       : loop_(std::move(loop)), source_(makeSource(loop_, context)) {
     loop_->onWork([source = source_] { g_source_set_ready_time(source.get(), kNow); });
@@ -41,7 +41,7 @@ class LoopSource {
   static constexpr gint64 kNever = -1;
   static constexpr gint64 kIntervalMicroseconds = 5000;
 
-  // Keeps the context as well: another thread may wake it while the adapter is being destroyed.
+  // Keeps the context alive too: another thread may wake it while the adapter is being destroyed.
   static std::shared_ptr<GSource> makeSource(const Loop& loop, GMainContext* context) {
     static GSourceFuncs functions{nullptr, nullptr, &dispatch, nullptr, nullptr, nullptr};
     if (context == nullptr) context = g_main_context_default();
@@ -58,10 +58,10 @@ class LoopSource {
     return source;
   }
 
-  // GLib keeps source and loop during this call, in which the adapter may be destroyed.
+  // GLib keeps source and loop alive during this call, which may destroy the adapter.
   static gboolean dispatch(GSource* source, GSourceFunc /*none*/, gpointer kept) noexcept {
     HostLoop& loop = **static_cast<Loop*>(kept);
-    // Set before the tick: what is queued meanwhile sets an earlier time.
+    // Set before the tick, because work queued during the tick sets an earlier time.
     g_source_set_ready_time(source, g_get_monotonic_time() + kIntervalMicroseconds);
     loop.tick();
     if (g_source_is_destroyed(source) != FALSE) return G_SOURCE_REMOVE;

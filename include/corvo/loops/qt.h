@@ -17,14 +17,14 @@ namespace corvo::qt {
 /// is ticked every 5 milliseconds.
 ///
 /// Callbacks run on the thread of the context object, which is then the thread that runs the loop:
-/// create clients and ask questions there. An event loop may be run inside a callback, as a dialog
-/// does; answers keep arriving. A callback must not let an exception escape, since Qt's event loop
-/// does not support that: it ends the process by `std::terminate`.
+/// create clients and ask questions there. A callback may run an event loop, as a dialog does;
+/// answers keep arriving. A callback must not let an exception escape: Qt's event loop does not
+/// support exceptions, so `std::terminate` ends the process.
 ///
-/// A loop has one adapter at a time, created and destroyed on the thread of the context object;
-/// also in a callback. What is under way when it is destroyed stays under way, and goes on with the
-/// next adapter or with `run`, `tick` or `runUntil`. For Qt 6; also compiles with Qt 5.15. Needs Qt
-/// Core.
+/// A loop has one adapter at a time. Create and destroy it on the thread of the context object; a
+/// callback may do so, too. Transfers and tasks under way survive its destruction, and continue
+/// with the next adapter or with `run`, `tick` or `runUntil`. For Qt 6; also compiles with Qt 5.15.
+/// Needs Qt Core.
 class LoopDriver {
  public:
   /// The loop must not be null; it is shared. The context object must outlive the adapter.
@@ -46,7 +46,7 @@ class LoopDriver {
   }
 
  private:
-  // Outlives the adapter in a step that destroys it, and while another thread is calling `wake`.
+  // Outlives the adapter if a step destroys it, or while another thread is calling `wake`.
   struct State {
     State(std::shared_ptr<HostLoop> shared, QObject* context)
         : loop(std::move(shared)), timer(new QTimer(context)) {}
@@ -59,12 +59,12 @@ class LoopDriver {
     }
 
     void step() noexcept {
-      timer->start(kIntervalMilliseconds);  // before the tick, in which event loops may be run
+      timer->start(kIntervalMilliseconds);  // before the tick, which may run event loops
       loop->tick();
       if (timer != nullptr && !loop->busy()) timer->stop();
     }
 
-    // The timer may be the one that is calling, so it is deleted later.
+    // Deletes the timer later, because it may be the caller.
     void end() {
       const std::lock_guard lock(mutex);
       timer->stop();

@@ -4,12 +4,13 @@
 
 namespace corvo {
 
-/// Tells the time. Called on whatever thread asks a question; never concurrently by one client.
+/// Tells the time. Called on the thread that uses a client or a builder; one client never calls it
+/// concurrently.
 class CORVO_TYPE Clock {
  public:
   virtual ~Clock() = default;
 
-  /// The current moment, in seconds since 1970-01-01 00:00:00 UTC, leap seconds not counted.
+  /// The current moment, in seconds since 1970-01-01 00:00:00 UTC, without leap seconds.
   [[nodiscard]] virtual double now() const = 0;
 };
 

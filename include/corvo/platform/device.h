@@ -7,8 +7,8 @@
 
 namespace corvo {
 
-/// Describes the device and the application. A registry of clients asks each of these
-/// once, and the identifier again, at most once a second, while there is none.
+/// Describes the device and the application. A registry of clients calls each function once. While
+/// the identifier is absent, the registry asks for it again, at most once a second.
 class CORVO_TYPE Device {
  public:
   virtual ~Device() = default;
@@ -19,7 +19,7 @@ class CORVO_TYPE Device {
   [[nodiscard]] virtual std::optional<std::string> systemName() const = 0;
   /// The version of the operating system: numbers joined by dots.
   [[nodiscard]] virtual std::optional<std::string> systemVersion() const = 0;
-  /// The version of the application, as its users know it.
+  /// The version of the application, as shown to its users.
   [[nodiscard]] virtual std::optional<std::string> applicationVersion() const = 0;
 };
 

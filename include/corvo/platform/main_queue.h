@@ -13,13 +13,13 @@ class CORVO_TYPE MainQueue {
   virtual ~MainQueue() = default;
 
   /// Runs the task later, after those posted before it, never inside this call. May be called from
-  /// any thread, also from a task.
+  /// any thread, and from a task.
   virtual void post(Callback<void()> task) = 0;
 
   /// Runs tasks on the calling thread until the condition holds (it is tested before each task).
-  /// Answers false when the condition does not hold and nothing that could change it is under way
-  /// any more: no task is queued and none can come. May be called from a task. An exception that a
-  /// task throws leaves through here; the other tasks stay queued.
+  /// Returns false if the condition does not hold and nothing under way could change it: no task is
+  /// queued and none can come. May be called from a task. An exception that a task throws
+  /// propagates to the caller; the other tasks stay queued.
   virtual bool runUntil(const std::function<bool()>& condition) = 0;
 };
 

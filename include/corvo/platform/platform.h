@@ -12,13 +12,13 @@
 
 namespace corvo {
 
-/// All that the library asks of its surroundings. Services of any origin mix: a fake clock goes
-/// with the host's time zone. None may be null. A service throws nothing but `std::bad_alloc`,
-/// unless its own comment says otherwise. A device must not ask a client: its facts are read under
-/// a lock.
+/// All services that the library needs from its environment. They may be mixed freely: for example
+/// a fake clock with the host's time zone. None may be null. A service throws only
+/// `std::bad_alloc`, unless its own comment says otherwise. A device must not use a client, because
+/// its facts are read under a lock.
 struct Platform {
   std::shared_ptr<Clock> clock;                        ///< Tells the time.
-  std::shared_ptr<TimeZone> timeZone;                  ///< Of dates in conditions and expiries.
+  std::shared_ptr<TimeZone> timeZone;                  ///< For dates in conditions and expiries.
   std::shared_ptr<MainQueue> mainQueue;                ///< Where answers come after a fetch.
   std::shared_ptr<UrlSession> urlSession;              ///< Sends requests.
   std::shared_ptr<PreferencesStore> preferencesStore;  ///< Keeps records.

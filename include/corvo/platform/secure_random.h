@@ -12,7 +12,7 @@ class CORVO_TYPE SecureRandom {
  public:
   virtual ~SecureRandom() = default;
 
-  /// Fills all the bytes, or throws a `std::exception`: never leaves weak bytes.
+  /// Fills all bytes, or throws a `std::exception`. Must never leave weak bytes.
   virtual void fill(std::span<std::byte> bytes) = 0;
 };
 

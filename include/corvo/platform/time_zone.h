@@ -12,13 +12,13 @@ class CORVO_TYPE TimeZone {
   virtual ~TimeZone() = default;
 
   /// The offset of local time from UTC at a moment (seconds since 1970), in seconds, positive east
-  /// of Greenwich and less than a day either way. Any moment may be asked, also one that is far
-  /// outside the calendar. Changes of the offset must lie an hour apart or more.
+  /// of Greenwich and less than a day either way. Any moment may be passed, even one far outside
+  /// the calendar. Changes of the offset must be at least an hour apart.
   [[nodiscard]] virtual std::int32_t offsetAt(std::int64_t moment) const = 0;
 
-  /// A number that changes whenever the zone or its rules do. What the library remembers about
-  /// local times is forgotten with it. Asked at every question, and by every setter of a user's
-  /// builder, so it must be cheap.
+  /// A number that changes whenever the zone or its rules do; the library then discards its cached
+  /// local times. Called for every question, and by every setter of a user's builder, so it must be
+  /// cheap.
   [[nodiscard]] virtual std::uint64_t identifier() const = 0;
 };
 

@@ -1,4 +1,4 @@
-// Statements of an application that has a client with fresh copies, on a platform under control.
+// Statements of an application whose client has fresh copies, on the fakes.
 #include <corvo/corvo.h>
 #include <corvo/evaluation.h>
 #include <corvo/fakes.h>

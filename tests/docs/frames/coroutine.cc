@@ -1,4 +1,4 @@
-// Statements of a coroutine of an application that has a client, on a platform under control.
+// Statements of a coroutine in an application that has a client, on the fakes.
 #include "tests/client/coroutine.h"
 
 #include <corvo/corvo.h>

@@ -1,4 +1,4 @@
-// Declarations outside of any function: they only have to compile.
+// Declarations outside of functions; they only need to compile.
 #include <corvo/corvo.h>
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Declarations of a platform of one's own, the last of which starts an application on it.
+// Declarations of an application's own platform. The last one starts an application on it.
 #include <corvo/client_registry.h>
 
 #include <memory>

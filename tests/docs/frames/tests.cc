@@ -1,4 +1,4 @@
-// Tests, which are run.
+// Tests, which also run.
 #include <corvo/corvo.h>
 #include <corvo/evaluation.h>
 #include <corvo/fakes.h>
