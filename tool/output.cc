@@ -73,10 +73,9 @@ void print(std::string_view text) {
 std::string visible(std::string_view text) {
   std::string shown;
   for (const char c : text) {
-    const bool isControl = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
     if (c == 0x7F) {
-      shown += "\\u007f";
-    } else if (isControl) {
+      shown += "\\u007f";  // which JSON need not escape
+    } else if (static_cast<unsigned char>(c) < 0x20) {
       const std::string escaped = JsonValue(std::string(1, c)).toJson();
       shown += escaped.substr(1, escaped.size() - 2);
     } else {

@@ -137,6 +137,21 @@ bool isIn(const Step& placement) {
   return ofCode(steps, Code::group).at(0)->outcome != Outcome::notFound;
 }
 
+/// Whether the chosen group follows from the point and from the shares inside the step.
+bool groupFollows(const Step& step) {
+  const double point = numberIn(step, "point");
+  double end = 0;
+  for (const Step* share : ofCode(step.steps, Code::share)) {
+    end += numberIn(*share, "weight") * 100;
+    if (share->outcome == Outcome::notReached) continue;
+    EXPECT_EQ(point <= end, share->outcome == Outcome::holds);
+    if (share->outcome == Outcome::holds) {
+      return step.outcome == Outcome::found && textIn(step, "group") == textIn(*share, "group");
+    }
+  }
+  return step.outcome != Outcome::found;
+}
+
 /// Whether the outcome of a step follows from its facts and the steps inside it. The bucket is the
 /// experiment's.
 bool follows(const Step& step, double bucket) {
@@ -162,19 +177,9 @@ bool follows(const Step& step, double bucket) {
     case Code::allocation:
       EXPECT_EQ(numberIn(step, "used"), std::fabs(bucket) / 100);
       return holds == (numberIn(step, "used") <= numberIn(step, "allocation") * 100);
-    case Code::group: {
+    case Code::group:
       EXPECT_EQ(numberIn(step, "point"), std::fmod(std::fabs(bucket), 100));
-      double end = 0;
-      for (const Step* share : inside(Code::share)) {
-        end += numberIn(*share, "weight") * 100;
-        if (share->outcome == Outcome::notReached) continue;
-        EXPECT_EQ((numberIn(step, "point") <= end), share->outcome == Outcome::holds);
-        if (share->outcome == Outcome::holds) {
-          return step.outcome == Outcome::found && textIn(step, "group") == textIn(*share, "group");
-        }
-      }
-      return step.outcome != Outcome::found;
-    }
+      return groupFollows(step);
     default:
       return true;
   }
