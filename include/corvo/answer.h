@@ -72,8 +72,8 @@ class [[nodiscard]] Answer {
 
   /// Waits in the same way. Gives the value, or the default where that is absent, the question
   /// failed, or no answer can come any more. Throws only what a task of the queue throws.
-  template <class Default>
-  requires(!std::is_void_v<T>) corvo_internal::Present<T> valueOr(Default&& otherwise) {
+  template <corvo_internal::DefaultFor<T> Default>
+  corvo_internal::Present<T> valueOr(Default&& otherwise) {
     wait();
     settle();
     Outcome outcome = std::exchange(outcome_, {});

@@ -1,8 +1,12 @@
 #pragma once
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
 #include <utility>
 
 // Arguments that convert from what they mean and from nothing else.
@@ -15,6 +19,36 @@ concept CorvoInteger = std::integral<V> && !std::same_as<V, bool> && !std::same_
                        !std::same_as<V, wchar_t> && !std::same_as<V, char8_t> &&
                        !std::same_as<V, char16_t> && !std::same_as<V, char32_t>;
 
+namespace corvo_internal {
+/// The integer as a signed one; the largest for one above the 64-bit signed range.
+template <CorvoInteger Integer>
+constexpr std::int64_t asSigned(Integer integer) noexcept {
+  return std::in_range<std::int64_t>(integer) ? static_cast<std::int64_t>(integer) : INT64_MAX;
+}
+}  // namespace corvo_internal
+
+/// A text that a parameter takes: whatever is seen as a `std::string_view`. Not a bare `nullptr`.
+template <class T>
+concept CorvoText = std::convertible_to<const T&, std::string_view> &&
+    !std::same_as<std::remove_cv_t<T>, std::nullptr_t>;
+
+/// A text that the receiver keeps. Whatever is seen as a `std::string_view` converts to it, but
+/// neither a bare `nullptr` nor `{}`. A null `const char*` is the empty text.
+struct NonNullText {
+  /// A text.
+  NonNullText(std::string text) noexcept : value(std::move(text)) {}
+  template <CorvoText Text>
+  NonNullText(const Text& text) {
+    if constexpr (std::is_pointer_v<Text>) {
+      if (text == nullptr) return;
+    }
+    value = std::string_view(text);
+  }
+  NonNullText(std::nullptr_t) = delete;
+
+  std::string value;  ///< The text.
+};
+
 /// An optional index: an integer of any type (one above the 64-bit signed range becomes the
 /// largest), an optional integer, or none: `std::nullopt` or `{}`. Booleans, characters and
 /// fractions do not convert to it.
@@ -25,8 +59,7 @@ struct OptionalIndex {
 
   /// An index, or an optional one.
   template <CorvoInteger Integer>
-  OptionalIndex(Integer given) noexcept
-      : value(std::in_range<std::int64_t>(given) ? static_cast<std::int64_t>(given) : INT64_MAX) {}
+  OptionalIndex(Integer given) noexcept : value(corvo_internal::asSigned(given)) {}
   template <CorvoInteger Integer>
   OptionalIndex(std::optional<Integer> given) noexcept {
     if (given) *this = OptionalIndex(*given);

@@ -208,8 +208,9 @@ class CORVO_EXPORT CorvoClient {
   virtual void askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) = 0;
   virtual void askToExcludeAll(AnswerSink<Done>& sink) = 0;
 
-  /// When the cached configuration and location were fetched, and until when they are fresh.
-  /// Fetches nothing and changes nothing.
+  /// When the cached configuration and location were stored, and until when they are fresh.
+  /// Fetches nothing and changes no answer. Not const: may read the store, and is for one thread at
+  /// a time, as every operation of the client.
   [[nodiscard]] virtual ClientStatus status() = 0;
 
   /// The queue on which answers come after a fetch; `Answer::get` runs it.

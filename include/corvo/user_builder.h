@@ -18,11 +18,6 @@
 
 namespace corvo {
 
-/// A text that a parameter takes: whatever is seen as a `std::string_view`. Not a bare `nullptr`.
-template <class T>
-concept CorvoText = std::convertible_to<const T&, std::string_view> &&
-    !std::same_as<std::remove_cv_t<T>, std::nullptr_t>;
-
 /// A text or none, as a parameter. Made from a text, an optional text or `std::nullopt`; a null
 /// `const char*` is none. Refers to the text, so it is no type to keep one in.
 class OptionalText {

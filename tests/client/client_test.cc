@@ -57,7 +57,7 @@ TEST_F(ClientTest, TellsHowFreshItsCopiesAre) {
   fake.time->advance(16);
   client->getProject().get();
   const ClientStatus status = client->status();
-  EXPECT_EQ(status.configuration->fetchedAt, start + 20);
+  EXPECT_EQ(status.configuration->storedAt, start + 20);
   EXPECT_EQ(status.configuration->freshUntil, start + 30);
   EXPECT_EQ(status.location->freshUntil, start + 10) << "no question needed a new one";
   EXPECT_EQ(configRequests() + geoRequests(), 3U) << "looking fetches nothing";
