@@ -29,8 +29,7 @@ int main(int argc, char** argv) try {
   asio::io_context context;
   const corvo::Host host = corvo::makeHost({.inMemory = true});
   Corvo::usePlatform(host.platform);
-  const auto client = Corvo::initializeClient("shop-token", std::nullopt, argv[1], /*cacheTTL*/ 300,
-                                              /*retryCount*/ 2, Corvo::defaultClientTag);
+  const auto client = Corvo::initializeClient({.projectToken = "shop-token", .apiURL = argv[1]});
 
   const corvo::asio::LoopDriver driver(host.loop, context);
   const auto rethrow = [](const std::exception_ptr& error) {

@@ -13,8 +13,7 @@ int main(int argc, char** argv) {
   if (argc != 2) return 2;
   const Host host = makeHost({.inMemory = true});
   Corvo::usePlatform(host.platform);
-  const auto client = Corvo::initializeClient("shop-token", std::nullopt, argv[1], /*cacheTTL*/ 300,
-                                              /*retryCount*/ 2, Corvo::defaultClientTag);
+  const auto client = Corvo::initializeClient({.projectToken = "shop-token", .apiURL = argv[1]});
 
   const qt::LoopDriver driver(host.loop);
   client->checkFlag<std::string>(

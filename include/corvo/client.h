@@ -17,6 +17,7 @@
 #include <corvo/user_builder.h>
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -77,7 +78,7 @@ class CORVO_EXPORT CorvoClient {
   /// `featureFlagRulesNotSatisfied` or `experimentGroupNotMatchingFeatureFlagGroup`.
   template <class T>
   void checkFlag(std::string_view flagName, Callback<void(std::optional<T>)> onSuccess,
-                 OnError onError = {}) {
+                 OnError onError = nullptr) {
     corvo_internal::CallbackSink<std::string_view, std::optional<T>> sink(onSuccess, onError);
     askFlag(flagName, sink);
   }
@@ -88,41 +89,41 @@ class CORVO_EXPORT CorvoClient {
 
   /// The values of all flags of the configuration that have one for the user, each typed by its
   /// text: a JSON object, a boolean, an integer, a double, else text.
-  void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess, OnError onError = {});
+  void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess, OnError onError = nullptr);
   Answer<FlagReport> getUserFeatureFlagsDetails();
 
   /// The experiments that the user takes part in, holdouts included, in the configuration's order.
   void getAllUserExperiments(Callback<void(std::vector<CorvoExperimentPointer>)> onSuccess,
-                             OnError onError = {});
+                             OnError onError = nullptr);
   Answer<std::vector<CorvoExperimentPointer>> getAllUserExperiments();
 
   /// The same as one text: for each experiment its name, "." and the index of the user's group,
   /// joined by "|"; absent when there are none. `estimateHoldouts` tells whether holdouts count.
   void getAllUserExperimentsText(ExactBool estimateHoldouts,
                                  Callback<void(std::optional<std::string>)> onSuccess,
-                                 OnError onError = {});
+                                 OnError onError = nullptr);
   Answer<std::optional<std::string>> getAllUserExperimentsText(ExactBool estimateHoldouts);
 
   /// The same with holdouts.
   void getAllUserExperimentsText(Callback<void(std::optional<std::string>)> onSuccess,
-                                 OnError onError = {});
+                                 OnError onError = nullptr);
   Answer<std::optional<std::string>> getAllUserExperimentsText();
 
   /// The first experiment of that name that the user takes part in; null when he is in none. Fails
   /// with `experimentNotFound`, without asking for the location.
   void getExperiment(std::string_view name, Callback<void(CorvoExperimentPointer)> onSuccess,
-                     OnError onError = {});
+                     OnError onError = nullptr);
   Answer<CorvoExperimentPointer> getExperiment(std::string_view name);
 
   /// Whether the user is in the first holdout of that name. The holdouts that this one itself names
   /// play no part. Fails with `holdoutNotFound`, without asking for the location.
-  void getHoldout(std::string_view name, Callback<void(bool)> onSuccess, OnError onError = {});
+  void getHoldout(std::string_view name, Callback<void(bool)> onSuccess, OnError onError = nullptr);
   Answer<bool> getHoldout(std::string_view name);
 
   /// The holdouts that the user is in and that none of those they name keeps him out of, as one
   /// text like that of `getAllUserExperimentsText`; absent when there are none.
   void getAllUserHoldouts(Callback<void(std::optional<std::string>)> onSuccess,
-                          OnError onError = {});
+                          OnError onError = nullptr);
   Answer<std::optional<std::string>> getAllUserHoldouts();
 
   /// The experiments that the user takes part in, each with the values that they get from it, in
@@ -131,27 +132,27 @@ class CORVO_EXPORT CorvoClient {
   /// a `decodingError`.
   void getUserExperimentsDetails(ExactBool estimateHoldouts,
                                  Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
-                                 OnError onError = {});
+                                 OnError onError = nullptr);
   Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails(ExactBool estimateHoldouts);
 
   /// The same with holdouts.
   void getUserExperimentsDetails(Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
-                                 OnError onError = {});
+                                 OnError onError = nullptr);
   Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails();
 
   /// Why a flag has its value for the user, and why the user is in an experiment of that name, or
   /// is not: the answer of `checkFlag` and `getExperiment`, or their error, with the steps that led
   /// to it. Fetches as those do. Fails only where a fetch does.
   void explainFlag(std::string_view flagName, Callback<void(Explanation)> onSuccess,
-                   OnError onError = {});
+                   OnError onError = nullptr);
   Answer<Explanation> explainFlag(std::string_view flagName);
   void explainExperiment(std::string_view name, Callback<void(Explanation)> onSuccess,
-                         OnError onError = {});
+                         OnError onError = nullptr);
   Answer<Explanation> explainExperiment(std::string_view name);
 
   /// The project in force: that of the cached configuration while it is fresh, else fetched. With
   /// it any number of threads can answer about any users; see <corvo/evaluation.h>.
-  void getProject(Callback<void(Project)> onSuccess, OnError onError = {});
+  void getProject(Callback<void(Project)> onSuccess, OnError onError = nullptr);
   Answer<Project> getProject();
 
   /// Forces the user of now into the first experiment of that name: into the group of that index,
@@ -161,13 +162,14 @@ class CORVO_EXPORT CorvoClient {
   /// `experimentSplitIdNotFound` or `experimentGroupIndexNotFound`, and then forces and keeps
   /// nothing.
   void includeForce(std::string_view experimentName, OptionalIndex groupIndex,
-                    Callback<void()> onSuccess, OnError onError = {});
+                    Callback<void()> onSuccess, OnError onError = nullptr);
   Answer<void> includeForce(std::string_view experimentName, OptionalIndex groupIndex);
 
   /// The same without an index. A template, so that `{}` is an index that is absent and never a
   /// callback.
   template <std::convertible_to<Callback<void()>> OnSuccess>
-  void includeForce(std::string_view experimentName, OnSuccess&& onSuccess, OnError onError = {}) {
+  void includeForce(std::string_view experimentName, OnSuccess&& onSuccess,
+                    OnError onError = nullptr) {
     includeForce(experimentName, std::nullopt, std::forward<OnSuccess>(onSuccess),
                  std::move(onError));
   }
@@ -179,14 +181,30 @@ class CORVO_EXPORT CorvoClient {
   /// before the first inclusion and after `excludeForceAll`, else with `experimentNotFound` where
   /// this experiment is not included.
   void excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                    OnError onError = {});
+                    OnError onError = nullptr);
   Answer<void> excludeForce(std::string_view experimentName);
 
   /// The same for all experiments. Fails with `noForceIncludedExperiments` before the first
   /// inclusion and after `excludeForceAll`; succeeds without a fetch when the last inclusion was
   /// taken back by `excludeForce`.
-  void excludeForceAll(Callback<void()> onSuccess, OnError onError = {});
+  void excludeForceAll(Callback<void()> onSuccess, OnError onError = nullptr);
   Answer<void> excludeForceAll();
+
+  /// A null pointer is not a name.
+  template <class T, class... More>
+  void checkFlag(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void getExperiment(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void getHoldout(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void explainFlag(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void explainExperiment(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void includeForce(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void excludeForce(std::nullptr_t, More&&...) = delete;
 
   /// What the forms above rest on: one operation for each question, which answers to a sink.
   /// Applications use the forms.

@@ -6,6 +6,7 @@
 #include <corvo/export.h>
 #include <corvo/platform/platform.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -44,10 +45,12 @@ class CORVO_EXPORT ClientRegistry {
 
   /// The client registered under the tag, or null; null also while another thread is making it.
   [[nodiscard]] std::shared_ptr<CorvoClient> getClient(std::string_view tag) const;
+  std::shared_ptr<CorvoClient> getClient(std::nullptr_t) const = delete;
 
   /// Forgets the client of the tag, if there is one. What it stored stays; whoever holds the client
   /// can go on using it.
   void removeClient(std::string_view tag);
+  void removeClient(std::nullptr_t) = delete;
 
  private:
   std::unique_ptr<corvo_internal::api::Clients> clients_;

@@ -48,7 +48,7 @@ TEST(Callback, IsNullFromEveryNullTarget) {
   void (*noFunction)(int) = nullptr;
   const std::function<void(int)> empty;
   Count callbacks[]{
-      {}, nullptr, noFunction, empty, std::function<void(long)>(), Callback<void(long)>()};
+      Count(), nullptr, noFunction, empty, std::function<void(long)>(), Callback<void(long)>()};
   for (Count& callback : callbacks) {
     EXPECT_FALSE(callback);
     callback(1);

@@ -81,10 +81,10 @@ TEST_F(ClientTest, TakesNoIndexInEveryForm) {
     EXPECT_EQ(forced(), without);
   };
   again([&] { client->includeForce("e", {}, [&] { ++calls; }); });
-  again([&] { client->includeForce("e", std::optional<int>(), [&] { ++calls; }, {}); });
+  again([&] { client->includeForce("e", std::optional<int>(), [&] { ++calls; }); });
   again([&] { client->includeForce("e", [&] { ++calls; }); });
   again([&] { client->includeForce("e", nullptr); });
-  again([&] { client->includeForce("e", {}, {}); });
+  again([&] { client->includeForce("e", {}, nullptr); });
   EXPECT_EQ(calls, 3);
 }
 

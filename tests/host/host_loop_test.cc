@@ -120,7 +120,7 @@ TEST(HostLoopTest, TellsOfTheFirstTaskAndOfEveryTransfer) {
   host.loop->tick();
   host.loop->post([] {});
   EXPECT_EQ(told, 2);
-  host.platform.urlSession->start({"GET", "nowhere", {}}, {});
+  host.platform.urlSession->start({"GET", "nowhere", {}}, nullptr);
   EXPECT_EQ(told, 3);
   host.loop->onWork(nullptr);
   host.loop->tick();

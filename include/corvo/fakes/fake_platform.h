@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvo/argument.h>
 #include <corvo/export.h>
 #include <corvo/fakes/fake_time_zone.h>
 #include <corvo/fakes/fixed_device.h>
@@ -12,7 +13,6 @@
 #include <corvo/user.h>
 
 #include <memory>
-#include <string>
 
 namespace corvo::fakes {
 
@@ -36,7 +36,7 @@ struct FakePlatform {
   /// its properties by the names that a backend gives them, `{{"city", "Berlin"}}` for what
   /// conditions call "geo.city". Clients keep what they have fetched until it expires.
   CORVO_FAKES_EXPORT void serve(const ProjectBuilder& project, const PropertyMap& location = {});
-  CORVO_FAKES_EXPORT void serve(std::string configuration, const PropertyMap& location = {});
+  CORVO_FAKES_EXPORT void serve(NonNullText configuration, const PropertyMap& location = {});
   /// From now on no request is answered, as without a network: both routes fail.
   CORVO_FAKES_EXPORT void goOffline();
 };
