@@ -33,6 +33,10 @@ static_assert(std::is_convertible_v<int, OptionalIndex> &&
               std::is_convertible_v<std::nullopt_t, OptionalIndex>);
 static_assert(fromNone<OptionalIndex, bool, double, char, char8_t, wchar_t, std::nullptr_t,
                        std::optional<bool>, decltype(kCaptureless)>);
+static_assert(std::is_convertible_v<const char*, NonNullText> &&
+              std::is_convertible_v<std::string_view, NonNullText> &&
+              std::is_convertible_v<std::string&, NonNullText>);
+static_assert(fromNone<NonNullText, std::nullptr_t, char, int, std::optional<std::string>>);
 static_assert(fromNone<NonNegative, bool, double, char, std::nullptr_t, std::optional<unsigned>>);
 static_assert(NonNegative(7).value == 7 && NonNegative(UINT64_MAX).value == UINT64_MAX &&
               NonNegative::checked(7)->value == 7 && !NonNegative::checked(-1));
@@ -42,6 +46,11 @@ TEST(OptionalIndex, KeepsWhatItIsGiven) {
   EXPECT_EQ(OptionalIndex(std::optional<unsigned>()).value, std::nullopt);
   EXPECT_EQ(OptionalIndex(std::optional<signed char>(-3)).value, -3);
   EXPECT_EQ(OptionalIndex(std::optional<std::uint64_t>(UINT64_MAX)).value, INT64_MAX);
+}
+
+TEST(NonNullText, KeepsWhatItIsGiven) {
+  EXPECT_EQ(NonNullText(std::string_view("a\0b", 3)).value, std::string("a\0b", 3));
+  EXPECT_EQ(NonNullText(static_cast<const char*>(nullptr)).value, "");
 }
 
 TEST(Callback, IsNullFromEveryNullTarget) {
