@@ -17,9 +17,7 @@ int main(int argc, char** argv) {
   const Host host = makeHost({.dataFolder = argv[2]});
   Corvo::usePlatform(host.platform);
 
-  const auto client =
-      Corvo::initializeClient("shop-token", std::nullopt, argv[1],
-                              /*cacheTTL*/ 300, /*retryCount*/ 2, Corvo::defaultClientTag);
+  const auto client = Corvo::initializeClient({.projectToken = "shop-token", .apiURL = argv[1]});
   if (argc > 3) client->setUserProperties([&](auto& user) { user.setUserId(argv[3]); });
 
   const auto complain = [](const CorvoError& error) { std::cerr << error.description() << '\n'; };

@@ -36,7 +36,7 @@ int main(int argc, char** argv) {
   const Host host = makeHost({.dataFolder = argv[2]});
   Corvo::usePlatform(host.platform);
   const auto user = CorvoUser::Builder().setUserId(argc > 3 ? argv[3] : nullptr).build();
-  visit(Corvo::initializeClient("shop-token", user, argv[1], /*cacheTTL*/ 300,
-                                /*retryCount*/ 2, Corvo::defaultClientTag));
+  visit(Corvo::initializeClient(
+      {.projectToken = "shop-token", .apiURL = argv[1], .initialUser = user}));
   host.loop->runUntil([] { return false; });  // until nothing is under way
 }

@@ -43,8 +43,8 @@ void answer(Current& current, int thread) {
 
 int main(int argc, char** argv) try {
   if (argc != 2) return 2;
-  const auto client = Corvo::initializeClient("shop-token", std::nullopt, argv[1],
-                                              /*cacheTTL*/ 10, /*retryCount*/ 2, "server");
+  const auto client = Corvo::initializeClient(
+      {.projectToken = "shop-token", .apiURL = argv[1], .cacheTTL = 10, .tag = "server"});
   Current current(client->getProject().get());
   std::vector<std::thread> threads;
   threads.reserve(4);

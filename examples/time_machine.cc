@@ -43,9 +43,8 @@ int main(int argc, char** argv) {
   platform.clock = clock;
 
   ClientRegistry registry(platform);
-  const auto client =
-      registry.initializeClient("shop-token", std::nullopt, argv[1], /*cacheTTL*/ 10,
-                                /*retryCount*/ 0, "time-machine");
+  const auto client = registry.initializeClient(
+      {.projectToken = "shop-token", .apiURL = argv[1], .cacheTTL = 10, .retryCount = 0});
   for (int i = 3; i < argc; ++i) {
     clock->moment = 1'714'566'600.0 + std::atof(argv[i]);  // 2024-05-01 12:30:00 UTC
     session->requests = 0;

@@ -25,8 +25,11 @@ AskedClient::AskedClient(Platform platform, const std::string& url, const std::s
     : address_(url),
       session_(std::make_shared<WatchedSession>(platform.urlSession)),
       registry_(with(session_, std::move(platform))),
-      client_(registry_.initializeClient(token, std::move(user), url, kCacheSeconds, kRetries,
-                                         Corvo::defaultClientTag)) {}
+      client_(registry_.initializeClient({.projectToken = token,
+                                          .apiURL = url,
+                                          .initialUser = std::move(user),
+                                          .cacheTTL = kCacheSeconds,
+                                          .retryCount = kRetries})) {}
 
 void AskedClient::fail(const CorvoError& error) const {
   std::string message = error.description();

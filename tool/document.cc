@@ -40,8 +40,8 @@ std::optional<std::string> refusalOf(const Document& document) {
   Platform platform = hostPlatform({.inMemory = true});
   platform.urlSession = sessionOf(isLocation ? "{}" : content, isLocation ? content : "{}");
   ClientRegistry registry(std::move(platform));
-  const auto client = registry.initializeClient("check", std::nullopt, "http://check", 10, 0,
-                                                Corvo::defaultClientTag);
+  const auto client = registry.initializeClient(
+      {.projectToken = "check", .apiURL = "http://check", .retryCount = 0});
   try {
     fetchDocuments(*client, content.size());
   } catch (const CorvoError& error) {

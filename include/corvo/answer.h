@@ -72,8 +72,8 @@ class [[nodiscard]] Answer {
 
   /// Waits in the same way. Returns the value, or the default if the value is absent, the question
   /// failed, or no answer can come any more. Throws only what a task on the queue throws.
-  template <class Default>
-  requires(!std::is_void_v<T>) corvo_internal::Present<T> valueOr(Default&& otherwise) {
+  template <corvo_internal::DefaultFor<T> Default>
+  corvo_internal::Present<T> valueOr(Default&& otherwise) {
     wait();
     settle();
     Outcome outcome = std::exchange(outcome_, {});

@@ -1,8 +1,12 @@
 #pragma once
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
 #include <utility>
 
 // Argument types that accept only the intended types.
@@ -15,6 +19,36 @@ concept CorvoInteger = std::integral<V> && !std::same_as<V, bool> && !std::same_
                        !std::same_as<V, wchar_t> && !std::same_as<V, char8_t> &&
                        !std::same_as<V, char16_t> && !std::same_as<V, char32_t>;
 
+namespace corvo_internal {
+/// The integer as a signed one; the maximum for one above the 64-bit signed range.
+template <CorvoInteger Integer>
+constexpr std::int64_t asSigned(Integer integer) noexcept {
+  return std::in_range<std::int64_t>(integer) ? static_cast<std::int64_t>(integer) : INT64_MAX;
+}
+}  // namespace corvo_internal
+
+/// A text argument: any type that converts to `std::string_view`, except a bare `nullptr`.
+template <class T>
+concept CorvoText = std::convertible_to<const T&, std::string_view> &&
+    !std::same_as<std::remove_cv_t<T>, std::nullptr_t>;
+
+/// A text that the receiver keeps. Any text argument converts to it, but neither a bare `nullptr`
+/// nor `{}`. A null `const char*` is the empty text.
+struct NonNullText {
+  /// A text.
+  NonNullText(std::string text) noexcept : value(std::move(text)) {}
+  template <CorvoText Text>
+  NonNullText(const Text& text) {
+    if constexpr (std::is_pointer_v<Text>) {
+      if (text == nullptr) return;
+    }
+    value = std::string_view(text);
+  }
+  NonNullText(std::nullptr_t) = delete;
+
+  std::string value;  ///< The text.
+};
+
 /// An optional index: an integer of any type, an optional integer, or no index (`std::nullopt` or
 /// `{}`). Integers above the 64-bit signed range become its maximum. Booleans, characters and
 /// floating-point numbers do not convert to it.
@@ -25,8 +59,7 @@ struct OptionalIndex {
 
   /// An index, or an optional index.
   template <CorvoInteger Integer>
-  OptionalIndex(Integer given) noexcept
-      : value(std::in_range<std::int64_t>(given) ? static_cast<std::int64_t>(given) : INT64_MAX) {}
+  OptionalIndex(Integer given) noexcept : value(corvo_internal::asSigned(given)) {}
   template <CorvoInteger Integer>
   OptionalIndex(std::optional<Integer> given) noexcept {
     if (given) *this = OptionalIndex(*given);

@@ -32,7 +32,8 @@ inline constexpr bool isNullable<Callback<Signature>> = true;
 template <class... Args>
 class Callback<void(Args...)> {
  public:
-  Callback() noexcept = default;
+  /// Null. Explicit, so that `{}` is no callback as an argument.
+  explicit Callback() noexcept = default;
 
   /// Null.
   template <std::same_as<std::nullptr_t> Null>

@@ -17,6 +17,7 @@
 #include <corvo/user_builder.h>
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -82,7 +83,7 @@ class CORVO_EXPORT CorvoClient {
   /// `experimentGroupNotMatchingFeatureFlagGroup`.
   template <class T>
   void checkFlag(std::string_view flagName, Callback<void(std::optional<T>)> onSuccess,
-                 OnError onError = {}) {
+                 OnError onError = nullptr) {
     corvo_internal::CallbackSink<std::string_view, std::optional<T>> sink(onSuccess, onError);
     askFlag(flagName, sink);
   }
@@ -93,12 +94,12 @@ class CORVO_EXPORT CorvoClient {
 
   /// The values of all flags in the configuration that have one for the user. The text of each
   /// value determines its type: a JSON object, a boolean, an integer, a double, or otherwise text.
-  void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess, OnError onError = {});
+  void getUserFeatureFlagsDetails(Callback<void(FlagReport)> onSuccess, OnError onError = nullptr);
   Answer<FlagReport> getUserFeatureFlagsDetails();
 
   /// The experiments that the user takes part in, holdouts included, in the configuration's order.
   void getAllUserExperiments(Callback<void(std::vector<CorvoExperimentPointer>)> onSuccess,
-                             OnError onError = {});
+                             OnError onError = nullptr);
   Answer<std::vector<CorvoExperimentPointer>> getAllUserExperiments();
 
   /// The same as one text, "checkout.1|colors.0": for each experiment its name, "." and the index
@@ -106,31 +107,31 @@ class CORVO_EXPORT CorvoClient {
   /// include holdouts.
   void getAllUserExperimentsText(ExactBool estimateHoldouts,
                                  Callback<void(std::optional<std::string>)> onSuccess,
-                                 OnError onError = {});
+                                 OnError onError = nullptr);
   Answer<std::optional<std::string>> getAllUserExperimentsText(ExactBool estimateHoldouts);
 
   /// The same with holdouts.
   void getAllUserExperimentsText(Callback<void(std::optional<std::string>)> onSuccess,
-                                 OnError onError = {});
+                                 OnError onError = nullptr);
   Answer<std::optional<std::string>> getAllUserExperimentsText();
 
   /// The first experiment of that name that the user takes part in; null if they are in none. Fails
   /// with `experimentNotFound` if the configuration has none; then the location is not fetched.
   void getExperiment(std::string_view name, Callback<void(CorvoExperimentPointer)> onSuccess,
-                     OnError onError = {});
+                     OnError onError = nullptr);
   Answer<CorvoExperimentPointer> getExperiment(std::string_view name);
 
   /// Whether the user is in the first holdout of that name. Holdouts that this holdout itself names
   /// are ignored. Fails with `holdoutNotFound` if the configuration has none; then the location is
   /// not fetched.
-  void getHoldout(std::string_view name, Callback<void(bool)> onSuccess, OnError onError = {});
+  void getHoldout(std::string_view name, Callback<void(bool)> onSuccess, OnError onError = nullptr);
   Answer<bool> getHoldout(std::string_view name);
 
   /// The holdouts that the user is in, as one text in the form of `getAllUserExperimentsText`;
   /// absent if there are none. Here, holdouts that a holdout names count: if holdout A names
   /// holdout B, a user in both is reported only in B.
   void getAllUserHoldouts(Callback<void(std::optional<std::string>)> onSuccess,
-                          OnError onError = {});
+                          OnError onError = nullptr);
   Answer<std::optional<std::string>> getAllUserHoldouts();
 
   /// The experiments that the user takes part in, each with the values that it gives to the user,
@@ -139,27 +140,27 @@ class CORVO_EXPORT CorvoClient {
   /// `decodingError`.
   void getUserExperimentsDetails(ExactBool estimateHoldouts,
                                  Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
-                                 OnError onError = {});
+                                 OnError onError = nullptr);
   Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails(ExactBool estimateHoldouts);
 
   /// The same with holdouts.
   void getUserExperimentsDetails(Callback<void(std::vector<CorvoExperimentDetail>)> onSuccess,
-                                 OnError onError = {});
+                                 OnError onError = nullptr);
   Answer<std::vector<CorvoExperimentDetail>> getUserExperimentsDetails();
 
   /// Why a flag has its value for the user, and why the user is in an experiment of that name or
   /// not: the answer of `checkFlag` or `getExperiment`, or its error, with the steps that led to
   /// it. Fetches what that question would fetch. Fails only if a fetch fails.
   void explainFlag(std::string_view flagName, Callback<void(Explanation)> onSuccess,
-                   OnError onError = {});
+                   OnError onError = nullptr);
   Answer<Explanation> explainFlag(std::string_view flagName);
   void explainExperiment(std::string_view name, Callback<void(Explanation)> onSuccess,
-                         OnError onError = {});
+                         OnError onError = nullptr);
   Answer<Explanation> explainExperiment(std::string_view name);
 
   /// The current project: from the cached configuration while it is fresh, otherwise fetched. Any
   /// number of threads can use it to answer questions about any user; see <corvo/evaluation.h>.
-  void getProject(Callback<void(Project)> onSuccess, OnError onError = {});
+  void getProject(Callback<void(Project)> onSuccess, OnError onError = nullptr);
   Answer<Project> getProject();
 
   /// Forces the current user into the first experiment of that name: into the group with that index
@@ -169,13 +170,14 @@ class CORVO_EXPORT CorvoClient {
   /// counts as just fetched. Fails with `experimentsEmpty`, `experimentNotFound`,
   /// `experimentSplitIdNotFound` or `experimentGroupIndexNotFound`; then nothing is forced or kept.
   void includeForce(std::string_view experimentName, OptionalIndex groupIndex,
-                    Callback<void()> onSuccess, OnError onError = {});
+                    Callback<void()> onSuccess, OnError onError = nullptr);
   Answer<void> includeForce(std::string_view experimentName, OptionalIndex groupIndex);
 
   /// The same without an index. It is a template so that `{}` always means an absent index, never a
   /// callback.
   template <std::convertible_to<Callback<void()>> OnSuccess>
-  void includeForce(std::string_view experimentName, OnSuccess&& onSuccess, OnError onError = {}) {
+  void includeForce(std::string_view experimentName, OnSuccess&& onSuccess,
+                    OnError onError = nullptr) {
     includeForce(experimentName, std::nullopt, std::forward<OnSuccess>(onSuccess),
                  std::move(onError));
   }
@@ -187,14 +189,30 @@ class CORVO_EXPORT CorvoClient {
   /// after `excludeForceAll`; otherwise with `experimentNotFound` if this experiment is not
   /// included.
   void excludeForce(std::string_view experimentName, Callback<void()> onSuccess,
-                    OnError onError = {});
+                    OnError onError = nullptr);
   Answer<void> excludeForce(std::string_view experimentName);
 
   /// The same for all experiments. Fails with `noForceIncludedExperiments` before the first
   /// inclusion and after `excludeForceAll`. Succeeds without a fetch if `excludeForce` has undone
   /// the last inclusion.
-  void excludeForceAll(Callback<void()> onSuccess, OnError onError = {});
+  void excludeForceAll(Callback<void()> onSuccess, OnError onError = nullptr);
   Answer<void> excludeForceAll();
+
+  /// A null pointer is not a name.
+  template <class T, class... More>
+  void checkFlag(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void getExperiment(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void getHoldout(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void explainFlag(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void explainExperiment(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void includeForce(std::nullptr_t, More&&...) = delete;
+  template <class... More>
+  void excludeForce(std::nullptr_t, More&&...) = delete;
 
   /// The operations behind the forms above: one for each question, which answers to a sink. For
   /// implementations and wrappers of a client; applications use the forms.
@@ -216,8 +234,9 @@ class CORVO_EXPORT CorvoClient {
   virtual void askToExclude(std::string_view experimentName, AnswerSink<Done>& sink) = 0;
   virtual void askToExcludeAll(AnswerSink<Done>& sink) = 0;
 
-  /// When the cached configuration and location were fetched, and until when they are fresh.
-  /// Fetches nothing and changes nothing.
+  /// When the cached configuration and location were stored, and until when they are fresh.
+  /// Fetches nothing and changes no answer. Not const: may read the store, and is for one thread at
+  /// a time, as every operation of the client.
   [[nodiscard]] virtual ClientStatus status() = 0;
 
   /// The queue on which answers come after a fetch; `Answer::get` runs it.

@@ -4,18 +4,27 @@
 #include <corvo/user.h>
 
 #include <optional>
-#include <string>
 
 namespace corvo {
 
-/// The options of a new client. Texts are UTF-8. Set the fields by name:
-/// `{.projectToken = "my-token", .apiURL = "https://flags.example.com"}`.
+namespace corvo_internal {
+/// A first member without an initialiser of its own: an aggregate that has one cannot be
+/// initialised by position.
+struct FilledByName {
+  explicit FilledByName() = default;
+};
+}  // namespace corvo_internal
+
+/// The options of a new client. Texts are UTF-8. Set the fields by name; token and address are
+/// required: `{.projectToken = "my-token", .apiURL = "https://flags.example.com"}`.
 struct ClientOptions {
+  /// Not an option: with it, `{"my-token", "https://flags.example.com"}` does not compile.
+  corvo_internal::FilledByName filledByName = corvo_internal::FilledByName();
   /// The project's token, by which the backend knows it.
-  std::string projectToken;
+  NonNullText projectToken;
   /// The base address of the backend, to which "config.json" and "geo" are appended. Not validated:
   /// with an invalid address, the first question that needs the network fails.
-  std::string apiURL;
+  NonNullText apiURL;
   /// Replaces the stored user. Without one, the user that an earlier run stored is kept.
   std::optional<CorvoUser> initialUser = std::nullopt;
   /// How long a fetched configuration or location stays fresh, in seconds. Values below 10 become
@@ -25,7 +34,7 @@ struct ClientOptions {
   NonNegative retryCount = 2;
   /// The name by which `getClient` finds the client. Stored records belong to the pair of tag and
   /// token.
-  std::string tag = "default";
+  NonNullText tag = "default";
 };
 
 }  // namespace corvo

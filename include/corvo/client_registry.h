@@ -6,6 +6,7 @@
 #include <corvo/export.h>
 #include <corvo/platform/platform.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -44,10 +45,12 @@ class CORVO_EXPORT ClientRegistry {
 
   /// The client registered under the tag, or null; also null while another thread is creating it.
   [[nodiscard]] std::shared_ptr<CorvoClient> getClient(std::string_view tag) const;
+  std::shared_ptr<CorvoClient> getClient(std::nullptr_t) const = delete;
 
   /// Removes the client with that tag, if there is one. Its stored records remain, and code that
   /// holds the client can go on using it.
   void removeClient(std::string_view tag);
+  void removeClient(std::nullptr_t) = delete;
 
  private:
   std::unique_ptr<corvo_internal::api::Clients> clients_;

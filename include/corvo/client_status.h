@@ -8,11 +8,11 @@ namespace corvo {
 struct ClientStatus {
   /// One cached copy. Times are in seconds since 1970 on the platform's clock.
   struct Copy {
-    double fetchedAt = 0;  ///< When the response arrived; `includeForce` counts as well.
+    double storedAt = 0;  ///< When the copy was stored; `includeForce` stores it again.
     /// Until this moment, questions use the copy; from this moment on, they fetch a new one.
     double freshUntil = 0;
   };
-  /// Absent if there has been no fetch yet, or if the stored copy cannot be read.
+  /// Absent if no copy has been stored yet, or if the stored one cannot be read.
   std::optional<Copy> configuration;
   std::optional<Copy> location;
 };

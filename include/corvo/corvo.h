@@ -7,6 +7,7 @@
 #include <corvo/export.h>
 #include <corvo/host.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -32,9 +33,11 @@ class CORVO_FACADE_EXPORT Corvo {
 
   /// The client registered under the tag, or null.
   [[nodiscard]] static std::shared_ptr<CorvoClient> getClient(std::string_view tag);
+  static std::shared_ptr<CorvoClient> getClient(std::nullptr_t) = delete;
 
   /// Removes the client with that tag, if there is one. Its stored records remain.
   static void removeClient(std::string_view tag);
+  static void removeClient(std::nullptr_t) = delete;
 
   /// The host's loop, on which answers come after a fetch. The application runs or ticks it on a
   /// thread of its own choice. Null if `usePlatform` has replaced the host's platform.

@@ -96,6 +96,14 @@ class CORVO_EXPORT Evaluation {
   [[nodiscard]] Explanation explainFlag(std::string_view flagName);
   [[nodiscard]] Explanation explainExperiment(std::string_view name);
 
+  /// A null pointer is not a name.
+  template <class T>
+  void checkFlag(std::nullptr_t) = delete;
+  void getExperiment(std::nullptr_t) = delete;
+  void getHoldout(std::nullptr_t) = delete;
+  void explainFlag(std::nullptr_t) = delete;
+  void explainExperiment(std::nullptr_t) = delete;
+
  private:
   struct State;
 

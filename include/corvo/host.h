@@ -75,7 +75,7 @@ class CORVO_TYPE HostLoop : public MainQueue {
   /// Registers a function that is called when a task joins an empty queue or a transfer starts, on
   /// the thread that queued the work: the moment to schedule a `tick`. The function must not run
   /// the loop itself, and should not throw. It replaces the previous function; null removes it.
-  virtual void onWork(std::function<void()> told) = 0;
+  virtual void onWork(std::function<void()> listener) = 0;
 };
 
 /// The ready-made platform, and the loop behind its main queue and its URL session.

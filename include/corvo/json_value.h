@@ -3,6 +3,7 @@
 #include <corvo/export.h>
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -39,6 +40,8 @@ class CORVO_EXPORT JsonValue {
                              JsonArray, JsonObject>;
 
   JsonValue() = default;
+  /// The null of JSON.
+  JsonValue(std::nullptr_t) noexcept {}
   // Moves are not inline, because g++ 12 would warn about reads of uninitialised memory.
   JsonValue(JsonValue&& other) noexcept;
   JsonValue& operator=(JsonValue&& other) noexcept;
@@ -92,7 +95,8 @@ class CORVO_EXPORT JsonValue {
   Kinds value_;
 };
 
-/// The same text for an object or a list outside of a `JsonValue`.
+/// The same text for any value, and for an object or a list outside of a `JsonValue`.
+[[nodiscard]] inline std::string toJson(const JsonValue& value) { return value.toJson(); }
 [[nodiscard]] CORVO_EXPORT std::string toJson(const JsonObject& object);
 [[nodiscard]] CORVO_EXPORT std::string toJson(const JsonArray& list);
 

@@ -50,11 +50,11 @@ class [[nodiscard]] Result {
   [[nodiscard]] T value() && { return std::move(value()); }
 
   /// The value, or the default if the value is absent or there is an error.
-  template <class Default>
+  template <corvo_internal::DefaultFor<T> Default>
   [[nodiscard]] corvo_internal::Present<T> valueOr(Default&& otherwise) const& {
     return corvo_internal::valueOr(std::get_if<0>(&outcome_), std::forward<Default>(otherwise));
   }
-  template <class Default>
+  template <corvo_internal::DefaultFor<T> Default>
   [[nodiscard]] corvo_internal::Present<T> valueOr(Default&& otherwise) && {
     return corvo_internal::valueOr(std::get_if<0>(&outcome_), std::forward<Default>(otherwise));
   }

@@ -18,11 +18,6 @@
 
 namespace corvo {
 
-/// A text argument: any type that converts to `std::string_view`, except a bare `nullptr`.
-template <class T>
-concept CorvoText = std::convertible_to<const T&, std::string_view> &&
-    !std::same_as<std::remove_cv_t<T>, std::nullptr_t>;
-
 /// An optional text, as a parameter: a text, an optional text or `std::nullopt`. A null pointer is
 /// no text. It only refers to the text, so do not store it.
 class OptionalText {

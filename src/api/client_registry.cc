@@ -40,12 +40,12 @@ class Clients {
         device_(std::make_shared<client::CachedDevice>(platform_.device)) {}
 
   std::shared_ptr<CorvoClient> initialize(ClientOptions options) {
-    const std::string tag = base::wellFormed(options.tag);
+    const std::string tag = base::wellFormed(options.tag.value);
     auto network = std::make_shared<network::NetworkClientImpl>(
-        platform_.urlSession, platform_.mainQueue, base::wellFormed(options.apiURL),
+        platform_.urlSession, platform_.mainQueue, base::wellFormed(options.apiURL.value),
         options.retryCount.value);
     Place place(*this, tag);
-    auto made = makeClient(base::wellFormed(options.projectToken), std::move(network),
+    auto made = makeClient(base::wellFormed(options.projectToken.value), std::move(network),
                            std::max(options.cacheTTL.value, kShortestCacheTTL), tag);
     made->settleUser(std::move(options.initialUser));
     place.fill(made);
@@ -156,12 +156,12 @@ std::shared_ptr<CorvoClient> ClientRegistry::initializeClient(ClientOptions opti
 std::shared_ptr<CorvoClient> ClientRegistry::initializeClient(
     std::string_view projectToken, std::optional<CorvoUser> initialUser, std::string_view apiURL,
     NonNegative cacheTTL, NonNegative retryCount, std::string_view tag) {
-  return initializeClient({.projectToken = std::string(projectToken),
-                           .apiURL = std::string(apiURL),
+  return initializeClient({.projectToken = projectToken,
+                           .apiURL = apiURL,
                            .initialUser = std::move(initialUser),
                            .cacheTTL = cacheTTL,
                            .retryCount = retryCount,
-                           .tag = std::string(tag)});
+                           .tag = tag});
 }
 
 std::shared_ptr<CorvoClient> ClientRegistry::getClient(std::string_view tag) const {

@@ -176,7 +176,7 @@ ClientStatus CorvoClientImpl::status() {
   const auto copy = [](auto& slot) -> std::optional<ClientStatus::Copy> {
     const auto lifetime = slot.lifetime();
     if (!lifetime) return std::nullopt;
-    return ClientStatus::Copy{.fetchedAt = lifetime->from, .freshUntil = lifetime->until};
+    return ClientStatus::Copy{.storedAt = lifetime->from, .freshUntil = lifetime->until};
   };
   const Turn turn(access_);
   return {.configuration = copy(storage_->config), .location = copy(storage_->location)};

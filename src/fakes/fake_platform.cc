@@ -9,13 +9,13 @@ void FakePlatform::serve(const ProjectBuilder& project, const PropertyMap& locat
   serve(project.toJson(), location);
 }
 
-void FakePlatform::serve(std::string configuration, const PropertyMap& location) {
+void FakePlatform::serve(NonNullText configuration, const PropertyMap& location) {
   for (const auto& [name, value] : location) {
     if (!name.starts_with("geo.")) continue;
     throw wrong(
         {"the backend's name of the location's \"", name, "\" is \"", name.substr(4), "\""});
   }
-  session->always("config.json", ok(std::move(configuration)));
+  session->always("config.json", ok(std::move(configuration.value)));
   session->always("geo", ok(JsonValue(JsonObject(location.begin(), location.end())).toJson()));
 }
 

@@ -17,7 +17,7 @@ CorvoUser userOf(const PropertyMap& properties, const FakePlatform& fake) {
 ReadyClient::ReadyClient(const ProjectBuilder& project, const ReadyOptions& options)
     : ReadyClient(project.toJson(), options) {}
 
-ReadyClient::ReadyClient(std::string configuration, const ReadyOptions& options)
+ReadyClient::ReadyClient(NonNullText configuration, const ReadyOptions& options)
     : cacheTTL_(options.cacheTTL), retryCount_(options.retryCount) {
   fake.serve(std::move(configuration), options.location);
   start(userOf(options.user, fake));

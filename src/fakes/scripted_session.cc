@@ -1,6 +1,9 @@
 #include <corvo/fakes/scripted_session.h>
 
 #include <algorithm>
+#include <utility>
+
+#include "fakes/arguments.h"
 
 namespace corvo::fakes {
 namespace {
@@ -8,6 +11,11 @@ namespace {
 std::string_view routeOf(std::string_view url) {
   const std::string_view path = url.substr(0, url.find_first_of("?#"));
   return path.substr(path.rfind('/') + 1);
+}
+
+std::invalid_argument noRoute(std::string_view route) {
+  return wrong(
+      {"the session has no route \"", route, "\"; a client asks \"config.json\" and \"geo\""});
 }
 
 }  // namespace
@@ -29,6 +37,12 @@ Reply after(double seconds, Reply reply) {
   return reply;
 }
 
+ScriptedSession::ScriptedSession(std::shared_ptr<VirtualTime> time,
+                                 std::initializer_list<std::string> routes)
+    : time_(std::move(time)) {
+  for (const std::string& route : routes) scripts_.try_emplace(route);
+}
+
 void ScriptedSession::start(UrlRequest request, Callback<void(UrlResponse)> completion) {
   Reply reply = take(routeOf(request.url));
   requests_.push_back(std::move(request));
@@ -46,31 +60,34 @@ void ScriptedSession::start(UrlRequest request, Callback<void(UrlResponse)> comp
 }
 
 void ScriptedSession::always(std::string_view route, Reply reply) {
-  scripts_[std::string(route)].always = std::move(reply);
+  script(route).always = std::move(reply);
 }
 
 void ScriptedSession::next(std::string_view route, Reply reply) {
-  scripts_[std::string(route)].next.push_back(std::move(reply));
+  script(route).next.push_back(std::move(reply));
 }
 
-void ScriptedSession::clearNext(std::string_view route) {
-  const auto script = scripts_.find(route);
-  if (script != scripts_.end()) script->second.next.clear();
-}
+void ScriptedSession::clearNext(std::string_view route) { script(route).next.clear(); }
 
-void ScriptedSession::clear(std::string_view route) {
-  const auto script = scripts_.find(route);
-  if (script != scripts_.end()) scripts_.erase(script);
-}
+void ScriptedSession::clear(std::string_view route) { script(route) = {}; }
 
 std::size_t ScriptedSession::requestCount(std::string_view route) const {
+  if (!scripts_.contains(route)) throw noRoute(route);
   return static_cast<std::size_t>(
       std::count_if(requests_.begin(), requests_.end(),
                     [&](const UrlRequest& request) { return routeOf(request.url) == route; }));
 }
 
+ScriptedSession::Script& ScriptedSession::script(std::string_view route) {
+  const auto found = scripts_.find(route);
+  if (found == scripts_.end()) throw noRoute(route);
+  return found->second;
+}
+
 Reply ScriptedSession::take(std::string_view route) {
-  Script& script = scripts_[std::string(route)];
+  const auto found = scripts_.find(route);
+  if (found == scripts_.end()) return Script().always;
+  Script& script = found->second;
   if (script.next.empty()) return script.always;
   Reply reply = std::move(script.next.front());
   script.next.pop_front();

@@ -33,6 +33,10 @@ static_assert(std::is_convertible_v<int, OptionalIndex> &&
               std::is_convertible_v<std::nullopt_t, OptionalIndex>);
 static_assert(fromNone<OptionalIndex, bool, double, char, char8_t, wchar_t, std::nullptr_t,
                        std::optional<bool>, decltype(kCaptureless)>);
+static_assert(std::is_convertible_v<const char*, NonNullText> &&
+              std::is_convertible_v<std::string_view, NonNullText> &&
+              std::is_convertible_v<std::string&, NonNullText>);
+static_assert(fromNone<NonNullText, std::nullptr_t, char, int, std::optional<std::string>>);
 static_assert(fromNone<NonNegative, bool, double, char, std::nullptr_t, std::optional<unsigned>>);
 static_assert(NonNegative(7).value == 7 && NonNegative(UINT64_MAX).value == UINT64_MAX &&
               NonNegative::checked(7)->value == 7 && !NonNegative::checked(-1));
@@ -44,11 +48,16 @@ TEST(OptionalIndex, KeepsWhatItIsGiven) {
   EXPECT_EQ(OptionalIndex(std::optional<std::uint64_t>(UINT64_MAX)).value, INT64_MAX);
 }
 
+TEST(NonNullText, KeepsWhatItIsGiven) {
+  EXPECT_EQ(NonNullText(std::string_view("a\0b", 3)).value, std::string("a\0b", 3));
+  EXPECT_EQ(NonNullText(static_cast<const char*>(nullptr)).value, "");
+}
+
 TEST(Callback, IsNullFromEveryNullTarget) {
   void (*noFunction)(int) = nullptr;
   const std::function<void(int)> empty;
   Count callbacks[]{
-      {}, nullptr, noFunction, empty, std::function<void(long)>(), Callback<void(long)>()};
+      Count(), nullptr, noFunction, empty, std::function<void(long)>(), Callback<void(long)>()};
   for (Count& callback : callbacks) {
     EXPECT_FALSE(callback);
     callback(1);

@@ -131,9 +131,31 @@ TEST_F(AnswerTest, IsReadyWhenItNeedNotWait) {
   EXPECT_TRUE(dropped.ready()) << "there is nothing to wait for";
 }
 
+template <class T, class... Defaults>
+constexpr bool takesAll = (corvo_internal::DefaultFor<Defaults, T> && ...);
+template <class T, class... Defaults>
+constexpr bool takesNone = (!corvo_internal::DefaultFor<Defaults, T> && ...);
+using Text = const char (&)[5];
+using Handle = CorvoExperimentPointer;
+
+static_assert(takesAll<std::optional<bool>, bool, const bool&> && takesAll<bool, bool>);
+static_assert(takesNone<std::optional<bool>, int, double, char, Text, std::nullptr_t, bool*>);
+static_assert(takesAll<std::optional<std::int64_t>, int, short, std::size_t, const long long&>);
+static_assert(takesNone<std::optional<std::int64_t>, bool, char, char32_t, double, Text>);
+static_assert(takesAll<std::optional<double>, double, float, int, std::uint64_t>);
+static_assert(takesNone<std::optional<double>, bool, char, Text, std::nullptr_t>);
+static_assert(
+    takesAll<std::optional<std::string>, Text, const char*, std::string_view, std::string>);
+static_assert(takesNone<std::optional<std::string>, std::nullptr_t, char, int, JsonObject>);
+static_assert(takesAll<std::optional<JsonObject>, JsonObject> && takesAll<Handle, std::nullptr_t>);
+static_assert(takesNone<std::optional<JsonObject>, Text, int, JsonValue> && takesNone<Handle, int>);
+static_assert(takesNone<void, int, bool> && takesNone<std::optional<float>, double, int>);
+
 TEST_F(AnswerTest, ReturnsTheDefaultIfAbsentFailedOrDropped) {
   EXPECT_TRUE(client->checkFlag<bool>("on").valueOr(false));
   EXPECT_EQ(client->checkFlag<std::int64_t>("on").valueOr(7), 7) << "no integer";
+  EXPECT_EQ(client->checkFlag<std::int64_t>("on").valueOr(UINT64_MAX), INT64_MAX);
+  EXPECT_EQ(client->checkFlag<double>("on").valueOr(2), 2.0);
   EXPECT_EQ(client->checkFlag<std::string>("nothing").valueOr("none"), "none");
   EXPECT_TRUE(client->getHoldout("nothing").valueOr(true));
   auto taken = client->checkFlag<bool>("on");

@@ -57,7 +57,7 @@ TEST_F(ClientTest, ReportsHowFreshItsCopiesAre) {
   fake.time->advance(16);
   client->getProject().get();
   const ClientStatus status = client->status();
-  EXPECT_EQ(status.configuration->fetchedAt, start + 20);
+  EXPECT_EQ(status.configuration->storedAt, start + 20);
   EXPECT_EQ(status.configuration->freshUntil, start + 30);
   EXPECT_EQ(status.location->freshUntil, start + 10) << "no question needed a new one";
   EXPECT_EQ(configRequests() + geoRequests(), 3U) << "reading the status fetches nothing";
@@ -79,10 +79,10 @@ TEST_F(ClientTest, TakesNoIndexInEveryForm) {
     EXPECT_EQ(forced(), without);
   };
   again([&] { client->includeForce("e", {}, [&] { ++calls; }); });
-  again([&] { client->includeForce("e", std::optional<int>(), [&] { ++calls; }, {}); });
+  again([&] { client->includeForce("e", std::optional<int>(), [&] { ++calls; }); });
   again([&] { client->includeForce("e", [&] { ++calls; }); });
   again([&] { client->includeForce("e", nullptr); });
-  again([&] { client->includeForce("e", {}, {}); });
+  again([&] { client->includeForce("e", {}, nullptr); });
   EXPECT_EQ(calls, 3);
 }
 

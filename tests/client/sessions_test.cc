@@ -258,7 +258,7 @@ const std::map<std::string, SessionTest::Act> SessionTest::kActs{
          for (std::string step; std::getline(steps >> std::ws, step, ';');) s.take(step);
        });
      }},
-    {"begin", [](Self s, Text f) { s.client->checkFlag<bool>(f, {}, {}); }},
+    {"begin", [](Self s, Text f) { s.client->checkFlag<bool>(f, nullptr); }},
     {"clear", [](Self s, Text) { s.client->clearUserProperties(); }},
     {"include",
      [](Self s, Text about) {

@@ -4,6 +4,7 @@
 #include "tests/host/loopback_server.h"
 #endif
 
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,7 +27,8 @@ struct FakeBackend {
   static std::string url(const std::string& route) { return "https:/flags.example/" + route; }
 
   std::shared_ptr<fakes::VirtualTime> queue = std::make_shared<fakes::VirtualTime>();
-  std::shared_ptr<fakes::ScriptedSession> session = std::make_shared<fakes::ScriptedSession>(queue);
+  std::shared_ptr<fakes::ScriptedSession> session = std::make_shared<fakes::ScriptedSession>(
+      queue, std::initializer_list<std::string>{"ok", "empty", "gone", "broken", "silent"});
 };
 
 struct HostBackend {

@@ -103,7 +103,8 @@ TEST_F(CostTest, AnUnknownFlagAllocatesItsNameIfItIsLong) {
     const auto expectName = [name](const CorvoError& error) {
       EXPECT_EQ(error.as<CorvoError::FeatureFlagNotFound>()->featureFlag, name);
     };
-    const auto cost = costOf([&](auto& c) { c.template checkFlag<bool>(name, {}, expectName); });
+    const auto cost =
+        costOf([&](auto& c) { c.template checkFlag<bool>(name, nullptr, expectName); });
     EXPECT_EQ(cost.allocations, std::string_view(name).size() > 15 ? 1U : 0U) << name;
   }
 }

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <set>
 #include <stdexcept>
@@ -110,7 +111,6 @@ TEST_F(ScriptedSessionTest, ForgetsClearedReplies) {
   session->always("geo", ok("always"));
   session->next("geo", ok("once"));
   session->clearNext("geo");
-  session->clearNext("never heard of");
   ask("geo");
   session->always("geo", ok("another"));
   session->next("geo", after(1, ok("under way")));
@@ -121,6 +121,17 @@ TEST_F(ScriptedSessionTest, ForgetsClearedReplies) {
   time->advance(1);
   EXPECT_THAT(bodies, ElementsAre("always", "failed", "under way"));
   EXPECT_EQ(session->requestCount("geo"), 3U);
+}
+
+TEST_F(ScriptedSessionTest, RefusesARouteThatNoClientAsks) {
+  const std::function<void()> mistakes[] = {
+      [&] { session->always("geo.json", ok("")); },
+      [&] { session->next("/geo", ok("")); },
+      [&] { session->clear("config"); },
+      [&] { session->clearNext(""); },
+      [&] { static_cast<void>(session->requestCount("Geo")); },
+  };
+  for (const auto& mistake : mistakes) EXPECT_THROW(mistake(), std::invalid_argument);
 }
 
 TEST(FakeTimeZoneTest, MovesBetweenZonesWithAndWithoutAName) {

@@ -120,7 +120,7 @@ TEST(HostLoopTest, NotifiesOfTheFirstTaskAndOfEveryTransfer) {
   host.loop->tick();
   host.loop->post([] {});
   EXPECT_EQ(notifications, 2);
-  host.platform.urlSession->start({"GET", "nowhere", {}}, {});
+  host.platform.urlSession->start({"GET", "nowhere", {}}, nullptr);
   EXPECT_EQ(notifications, 3);
   host.loop->onWork(nullptr);
   host.loop->tick();

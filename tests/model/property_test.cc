@@ -80,7 +80,9 @@ TEST(JsonValue, FindsMembersAndWritesCompactText) {
                             "\x7f\xC3\xA9"
                             R"(","b":[null,18446744073709551615,0.1],"c":[null,null]})");
   EXPECT_EQ(toJson(*value.as<JsonObject>()), value.toJson());
+  EXPECT_EQ(toJson(value), value.toJson());
   EXPECT_EQ(toJson(*value.find("c")->as<JsonArray>()), "[null,null]");
+  EXPECT_EQ(toJson(JsonObject{{"a", nullptr}}), R"({"a":null})");
   ASSERT_NE(value.find("b"), nullptr);
   EXPECT_EQ(value.find("b")->as<JsonArray>()->size(), 3u);
   EXPECT_EQ(value.find("d"), nullptr);

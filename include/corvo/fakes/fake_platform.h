@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvo/argument.h>
 #include <corvo/export.h>
 #include <corvo/fakes/fake_time_zone.h>
 #include <corvo/fakes/fixed_device.h>
@@ -12,7 +13,6 @@
 #include <corvo/user.h>
 
 #include <memory>
-#include <string>
 
 namespace corvo::fakes {
 
@@ -36,8 +36,8 @@ struct FakePlatform {
   /// location. The location's properties have the backend's names: `{{"city", "Berlin"}}` is
   /// "geo.city" in conditions. Clients keep their cached copies until these expire.
   CORVO_FAKES_EXPORT void serve(const ProjectBuilder& project, const PropertyMap& location = {});
-  CORVO_FAKES_EXPORT void serve(std::string configuration, const PropertyMap& location = {});
   /// From now on, both routes fail, as without a network.
+  CORVO_FAKES_EXPORT void serve(NonNullText configuration, const PropertyMap& location = {});
   CORVO_FAKES_EXPORT void goOffline();
 };
 

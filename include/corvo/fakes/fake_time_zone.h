@@ -3,6 +3,7 @@
 #include <corvo/export.h>
 #include <corvo/platform/time_zone.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -28,6 +29,7 @@ class CORVO_FAKES_EXPORT FakeTimeZone final : public TimeZone {
       : offset_(offset), transitions_(std::move(transitions)) {}
   /// For example "Europe/Berlin". Throws `std::invalid_argument` if there is no zone of that name.
   explicit FakeTimeZone(std::string_view name) { change(name); }
+  explicit FakeTimeZone(std::nullptr_t) = delete;
 
   [[nodiscard]] std::int32_t offsetAt(std::int64_t moment) const override;
   [[nodiscard]] std::uint64_t identifier() const override { return identifier_; }
@@ -35,6 +37,7 @@ class CORVO_FAKES_EXPORT FakeTimeZone final : public TimeZone {
   /// Changes to another zone. If there is no zone of that name, throws and changes nothing.
   void change(std::int32_t offset, Transitions transitions = {});
   void change(std::string_view name);
+  void change(std::nullptr_t) = delete;
 
  private:
   std::shared_ptr<const TimeZone> named_;  // replaces the offsets

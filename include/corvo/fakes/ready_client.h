@@ -9,7 +9,6 @@
 
 #include <memory>
 #include <optional>
-#include <string>
 
 namespace corvo::fakes {
 
@@ -38,7 +37,7 @@ class CORVO_FAKES_EXPORT ReadyClient {
   /// Throws `CorvoError` if the configuration cannot be decoded.
   explicit ReadyClient(const ProjectBuilder& project = {}, const ReadyOptions& options = {});
   /// With a document written by hand.
-  explicit ReadyClient(std::string configuration, const ReadyOptions& options = {});
+  explicit ReadyClient(NonNullText configuration, const ReadyOptions& options = {});
 
   /// The client, for the code under test and for the test's own questions.
   [[nodiscard]] const std::shared_ptr<CorvoClient>& client() const { return client_; }

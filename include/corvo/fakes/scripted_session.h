@@ -6,11 +6,11 @@
 
 #include <cstddef>
 #include <deque>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace corvo::fakes {
@@ -30,13 +30,15 @@ struct Reply {
 [[nodiscard]] CORVO_FAKES_EXPORT Reply after(double seconds, Reply reply);
 
 /// A session that answers from a script and records its requests. A route is the last component of
-/// the address's path, for example "config.json". A route without a script fails in transport. A
-/// request that is never answered stays under way, and keeps its completion, until the session is
+/// the address's path: "config.json" or "geo". A route without a script fails in transport. A route
+/// that the session does not have is a typing error: it throws `std::invalid_argument`. A request
+/// that is never answered stays under way, and keeps its completion, until the session is
 /// destroyed. For the test's thread.
 class CORVO_FAKES_EXPORT ScriptedSession final : public UrlSession {
  public:
-  /// Delays pass in that virtual time.
-  explicit ScriptedSession(std::shared_ptr<VirtualTime> time) : time_(std::move(time)) {}
+  /// Delays pass in that virtual time. By default the routes are those of a backend.
+  explicit ScriptedSession(std::shared_ptr<VirtualTime> time,
+                           std::initializer_list<std::string> routes = {"config.json", "geo"});
 
   void start(UrlRequest request, Callback<void(UrlResponse)> completion) override;
 
@@ -62,11 +64,12 @@ class CORVO_FAKES_EXPORT ScriptedSession final : public UrlSession {
     Reply always = failure("nothing is scripted for this route");
   };
 
+  Script& script(std::string_view route);
   Reply take(std::string_view route);
 
   std::shared_ptr<VirtualTime> time_;
   std::vector<UrlRequest> requests_;
-  std::map<std::string, Script, std::less<>> scripts_;
+  std::map<std::string, Script, std::less<>> scripts_;  // one for each route
   // By the request's number. Shared only so that delayed tasks can hold it weakly.
   std::shared_ptr<UnderWay> underWay_ = std::make_shared<UnderWay>();
 };

@@ -36,8 +36,8 @@ int main() {
   corvo::fakes::FakePlatform fake;
   fake.serve(corvo::fakes::project().flag("on", true));
   corvo::Corvo::usePlatform(fake.platform());
-  const auto client = corvo::Corvo::initializeClient("token", std::nullopt, "https://backend", 10,
-                                                     0, corvo::Corvo::defaultClientTag);
+  const auto client =
+      corvo::Corvo::initializeClient({.projectToken = "token", .apiURL = "https://backend"});
   const bool isOn = client->checkFlag<bool>("on").get() == true;
   return isOn && isMissing(*client, "off") && knowsItsLoop() ? 0 : 1;
 }
