@@ -34,7 +34,7 @@ std::vector<Row> rowsOf(const std::string& document) {
     std::istringstream row(line);
     for (std::string cell; std::getline(row, cell, '|');) cells.push_back(cell);
     if (cells.size() != 5 || !cells[1].starts_with(" `")) continue;
-    const bool isNeeded = cells[3].ends_with("is dropped ") || cells[3].ends_with("is wrong ");
+    const bool isNeeded = cells[3].ends_with("is dropped ") || cells[3].ends_with("is invalid ");
     rows.emplace_back(cells[1].substr(2, cells[1].size() - 4), isNeeded);
   }
   return rows;
