@@ -1,4 +1,4 @@
-include(GNUInstallDirs)
+include(CorvoPackage)
 
 # Warnings and sanitizers, for all of the project's own targets.
 function(corvo_configure target)
@@ -34,7 +34,11 @@ function(corvo_library name)
     FILES ${ARGN})
   set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
   add_library(corvo::${name} ALIAS ${target})
-  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  set(file corvo_${name})
+  if(name STREQUAL corvo)
+    set(file corvo)
+  endif()
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name} OUTPUT_NAME ${file})
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_include_directories(${target}
     PRIVATE ${PROJECT_SOURCE_DIR}/src)
@@ -44,6 +48,7 @@ function(corvo_library name)
     $<IF:$<CXX_COMPILER_ID:MSVC>,/fp:precise,-fno-fast-math;-ffp-contract=off>)
   corvo_combine_files(${target})
   if(BUILD_SHARED_LIBS)
+    set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${CORVO_ABI})
     target_compile_definitions(${target} PUBLIC CORVO_SHARED)
     # About standard library types in exported classes.
     target_compile_options(${target} PUBLIC $<$<CXX_COMPILER_ID:MSVC>:/wd4251;/wd4275>)
@@ -52,7 +57,7 @@ function(corvo_library name)
     target_link_options(${target} INTERFACE
       $<$<PLATFORM_ID:Linux>:LINKER:--gc-sections> $<$<PLATFORM_ID:Darwin>:LINKER:-dead_strip>)
   endif()
-  install(TARGETS ${target} EXPORT CorvoTargets FILE_SET HEADERS)
+  corvo_install_library(${name})
 endfunction()
 
 # Sets the optimisation of a library, or of some of its files, in a release with GCC or Clang. Other
@@ -68,18 +73,6 @@ function(corvo_optimise target level)
     set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES
       COMPILE_OPTIONS ${option})
   endif()
-endfunction()
-
-# Installs the files that find_package(Corvo) needs.
-function(corvo_install_package)
-  include(CMakePackageConfigHelpers)
-  set(folder ${CMAKE_INSTALL_LIBDIR}/cmake/Corvo)
-  configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/CorvoConfig.cmake.in CorvoConfig.cmake
-    INSTALL_DESTINATION ${folder})
-  write_basic_package_version_file(CorvoConfigVersion.cmake COMPATIBILITY SameMinorVersion)
-  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/CorvoConfig.cmake
-    ${CMAKE_CURRENT_BINARY_DIR}/CorvoConfigVersion.cmake DESTINATION ${folder})
-  install(EXPORT CorvoTargets NAMESPACE corvo:: DESTINATION ${folder})
 endfunction()
 
 # Defines a GoogleTest program for one folder of tests: corvo_test(base md5_test.cc ...).
