@@ -1,5 +1,5 @@
-# The label `packages`: all further ways to get the library. They build it four times more, so only
-# continuous integration runs them: `ctest --preset packages`.
+# The label `packages`: all further ways to get the library. They build it again, so only continuous
+# integration runs them: `ctest --preset packages`.
 
 set(moved ${CMAKE_CURRENT_BINARY_DIR}/moved)
 set(shared_prefix ${CMAKE_CURRENT_BINARY_DIR}/shared-prefix)
@@ -14,9 +14,9 @@ set_tests_properties(shared-installation PROPERTIES
   FIXTURES_REQUIRED shared-libraries FIXTURES_SETUP shared-installation)
 
 # By the other spelling, with components, in a parent that combines files.
-corvo_consumer(lower-case-consumer corvo -DCMAKE_PREFIX_PATH=${moved}
+corvo_consumer(lower-case-consumer corvo all -DCMAKE_PREFIX_PATH=${moved}
   "-DCORVO_PARTS=corvo$<SEMICOLON>fakes$<SEMICOLON>lint" -DCMAKE_UNITY_BUILD=ON)
-corvo_consumer(shared-consumer Corvo -DCMAKE_PREFIX_PATH=${shared_prefix})
+corvo_consumer(shared-consumer Corvo all -DCMAKE_PREFIX_PATH=${shared_prefix})
 # The engine needs neither libcurl nor SQLite.
 add_test(NAME engine-component COMMAND ${CMAKE_COMMAND} -S ${CMAKE_CURRENT_SOURCE_DIR}/app
   -B ${CMAKE_CURRENT_BINARY_DIR}/engine-component -G ${CMAKE_GENERATOR}
@@ -38,9 +38,9 @@ set(archive ${CMAKE_CURRENT_BINARY_DIR}/corvo.tar.gz)
 add_test(NAME archive WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
   COMMAND ${CMAKE_COMMAND} -E tar czf ${archive} CMakeLists.txt LICENSE cmake include src)
 set_tests_properties(archive PROPERTIES FIXTURES_SETUP archive)
-corvo_consumer(subdirectory-consumer subdirectory ${quick})
-corvo_consumer(fetched-consumer SOURCE_DIR ${quick})
-corvo_consumer(archive-consumer URL ${quick} -DCORVO_SOURCE=${archive})
+corvo_consumer(subdirectory-consumer subdirectory all ${quick})
+corvo_consumer(fetched-consumer SOURCE_DIR engine_consumer ${quick})
+corvo_consumer(archive-consumer URL engine_consumer ${quick} -DCORVO_SOURCE=${archive})
 set_tests_properties(archive-consumer PROPERTIES FIXTURES_REQUIRED archive)
 # A parent installs nothing of a library that it only builds.
 set(nothing ${CMAKE_CURRENT_BINARY_DIR}/nothing)
