@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Fails if a source includes a folder that it must not include: `cmake -DROOT=<tree> -P CheckArrows.cmake`.
 # Dependencies point down: a folder may include folders below it, never one above or beside it.
 # With -DPICTURE=<tree>/docs/architecture.md it also fails if that page, or README's table of folders, differs

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Fails if a shared library exports a name that no public header declares:
 # `cmake -DNM=nm -DHEADERS=<include folder> -DLIBRARIES=<file>,... -P CheckExports.cmake`.
 

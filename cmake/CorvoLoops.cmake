@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Defines a target corvo_loop_<name> for each installed loop that has an adapter in corvo/loops. For this
 # project's tests and examples; an application links its own loop and includes the header.
 

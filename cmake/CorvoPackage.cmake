@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # What an installation has besides the command: libraries, headers, the licence, and the files by which
 # CMake and pkg-config find them. Paths in those are relative, so an installation may be moved.
 

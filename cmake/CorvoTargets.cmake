@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 include(CorvoPackage)
 
 # Warnings and sanitizers, for all of the project's own targets.

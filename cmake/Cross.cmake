@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # A toolchain file for another processor or system: compiles with Debian's cross compilers and runs
 # programs in an emulator. CORVO_CROSS is aarch64, armhf, s390x or windows; CORVO_CROSS_COMPILER is gcc
 # or clang. CMAKE_FIND_ROOT_PATH contains the target's libraries; this machine's are never used.

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Shows a public header to Doxygen as people read it: a comment describes all declarations from it to the
 # next blank line, so these become a group, unless one of them has a comment of its own. Special members,
 # which do the same in every class, get a word each.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Asks a shop's backend through callbacks: callbacks URL DATA_FOLDER [USER]
 // Without USER, it continues with the user of the last run in that folder.
 

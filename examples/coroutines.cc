@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Asks a shop's backend in a coroutine: coroutines URL DATA_FOLDER [USER]
 
 #include <corvo/corvo.h>

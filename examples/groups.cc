@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Counts the groups of an experiment over a million users, on all cores: groups CONFIG EXPERIMENT
 
 #include <corvo/evaluation.h>

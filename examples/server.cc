@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Answers questions about many users on four threads; one client keeps the project fresh: server
 // URL
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Asks one flag at several times of a pretended opening day: time_machine URL DATA_FOLDER SECOND...
 // It has its own clock, and counts requests itself. All other services are the host's.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Whole clients, driven by the input bytes. The application does anything that is permitted;
 // backend, store, clock and zone do anything that can happen.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Configurations: encoded and decoded again, records of all kinds, and their damaged texts. Also
 // the findings of lint in each.
 

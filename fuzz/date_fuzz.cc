@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Dates: texts compared with the grammar and the standard library's calendar; local times in any
 // zone compared with a search over all its offsets.
 

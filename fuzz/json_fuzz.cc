@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any text: decoded, encoded, decoded again and compared, for each type that is stored or received.
 
 #include <corvo/lint.h>

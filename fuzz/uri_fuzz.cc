@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Addresses. An accepted one is split as RFC 3986 says, contains no illegal character, and becomes
 // a URL that is accepted again. IPv6 addresses agree with the C library.
 

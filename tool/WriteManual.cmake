@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Has the command write its man pages and its completion for bash into a folder:
 # `cmake -DCOMMAND=<corvo> -DFOLDER=<folder> -P WriteManual.cmake`.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tool/answer_form.h"
 
 #include <corvo/json_value.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <corvo/corvo.h>
 #include <corvo/host.h>
 #include <corvo/user_builder.h>

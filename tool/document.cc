@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tool/document.h"
 
 #include <corvo/client_registry.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tool/experiment_report.h"
 
 #include <corvo/json_value.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tool/line_answerer.h"
 
 #include <corvo/json_value.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tool/man_page.h"
 
 #include <corvo/version.h>

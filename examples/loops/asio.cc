@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Asks a shop's backend in coroutines of Asio, two questions at once: asio URL
 
 #include <corvo/corvo.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Asks a shop's backend from a game's loop, which ticks once a frame: game URL
 
 #include <corvo/corvo.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Asks a shop's backend from a GLib main loop, as a GTK program would: glib URL
 
 #include <corvo/corvo.h>

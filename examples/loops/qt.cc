@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Asks a shop's backend from Qt's event loop: qt URL
 
 #include <corvo/corvo.h>

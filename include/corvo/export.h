@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Marks what the shared libraries export; everything else is hidden. A build of shared libraries

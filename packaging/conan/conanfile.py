@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """Conan 2 recipe. Not tried here: no Conan registry is at hand. `conan create packaging/conan` builds it."""
 
 import os

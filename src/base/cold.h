@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Marks a function that ordinary questions rarely need. It is compiled out of line, so that it

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "base/text_hash.h"
 
 #include <corvo/text_hash.h>

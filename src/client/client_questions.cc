@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "client/client_impl.h"
 
 // The frequent questions: about one flag, experiment or holdout. Releases compile them for speed,

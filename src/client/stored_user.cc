@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "client/stored_user.h"
 
 #include <corvo/user_builder.h>

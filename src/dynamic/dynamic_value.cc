@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "dynamic/dynamic_value.h"
 
 #include <algorithm>

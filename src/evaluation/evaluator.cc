@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "evaluation/evaluator.h"
 
 #include <corvo/property.h>

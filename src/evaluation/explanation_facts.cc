@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "evaluation/explanation_facts.h"
 
 #include <corvo/property.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <corvo/fakes/fake_platform.h>
 #include <corvo/json_value.h>
 

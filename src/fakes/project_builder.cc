@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <corvo/fakes/project_builder.h>
 
 #include <algorithm>

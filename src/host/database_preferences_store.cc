@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "host/database_preferences_store.h"
 
 #include <atomic>

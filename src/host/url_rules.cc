@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "host/url_rules.h"
 
 #include <curl/curl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "json/json_places.h"
 
 #include <algorithm>

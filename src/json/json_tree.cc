@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "json/json_tree.h"
 
 // simdjson's own checks would use memory without checking that the allocation succeeded.

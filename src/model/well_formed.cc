@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "model/well_formed.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "network/network_client_impl.h"
 
 #include <corvo/version.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "project/forced_lists.h"
 
 namespace corvo::corvo_internal::project {

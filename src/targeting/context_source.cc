@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "targeting/context_source.h"
 
 #include <string>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "targeting/property_table.h"
 
 namespace corvo::corvo_internal::targeting {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "targeting/subject.h"
 
 #include "base/md5.h"

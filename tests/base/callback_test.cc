@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <corvo/argument.h>
 #include <corvo/callback.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Fails if installing the program built in the folder BUILT puts anything into the folder NOTHING.
 file(REMOVE_RECURSE ${NOTHING})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILT} --prefix ${NOTHING}

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # The label `packages`: all further ways to get the library. They build it again, so only continuous
 # integration runs them: `ctest --preset packages`.
 

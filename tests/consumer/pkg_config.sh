@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
 # Builds and runs the application with pkg-config alone: pkg_config.sh COMPILER PREFIX FOLDER [--static]
 set -eu
 compiler=$1 prefix=$2 folder=$3

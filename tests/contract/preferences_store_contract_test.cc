@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/base/case_table.h"
 #include "tests/contract/implementations.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/contract/implementations.h"
 
 #ifdef CORVO_TEST_HOST

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "branch_count.h"
 
 std::size_t corvoBranchCount = 0;

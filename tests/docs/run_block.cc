@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Runs one block of a document: run_block README.md:17. Each block needs its own process, because a
 // process has only one registry of clients and one data folder.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Combines the C++ blocks of a document into one source: weave NAME DOCUMENT FRAMES OUTPUT. Each
 // block gets its own namespace; a block without `main` is put into a frame.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <gtest/gtest.h>
 #include <unicode/basictz.h>
 #include <unicode/gregocal.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <corvo/loops/asio.h>
 
 #include <asio/executor_work_guard.hpp>

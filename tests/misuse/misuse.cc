@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Each case is an easy mistake, and must not compile; case 0 is the same program without one.
 #include <corvo/client_registry.h>
 #include <corvo/fakes.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "network/private_identifier.h"
 
 #include <corvo/fakes.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "network/request_url.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <corvo/client_registry.h>
 #include <corvo/fakes.h>
 #include <corvo/host.h>

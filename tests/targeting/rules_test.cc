@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "targeting/rules.h"
 
 #include <corvo/fakes.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <corvo/evaluation.h>
 #include <gmock/gmock.h>
 #include <unistd.h>

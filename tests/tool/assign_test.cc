@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <corvo/evaluation.h>
 #include <corvo/fakes.h>
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # An overlay port of the sources beside it: `vcpkg install corvo --overlay-ports=packaging/vcpkg`. Not
 # tried here: no vcpkg registry is at hand.
 vcpkg_check_features(OUT_FEATURE_OPTIONS FEATURE_OPTIONS FEATURES host CORVO_BUILD_HOST)

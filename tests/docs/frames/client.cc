@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Statements of an application whose client has fresh copies, on the fakes.
 #include <corvo/corvo.h>
 #include <corvo/evaluation.h>

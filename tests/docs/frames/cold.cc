@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Statements of an application that starts without cached copies; answers take a moment.
 #include <corvo/client_registry.h>
 #include <corvo/fakes.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Statements of a coroutine in an application that has a client, on the fakes.
 #include "tests/client/coroutine.h"
 

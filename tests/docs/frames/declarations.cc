@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Declarations outside of functions; they only need to compile.
 #include <corvo/corvo.h>
 

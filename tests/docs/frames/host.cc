@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Statements of an application that has a client on the ready-made platform.
 #include <corvo/corvo.h>
 

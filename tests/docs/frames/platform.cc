@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Declarations of an application's own platform. The last one starts an application on it.
 #include <corvo/client_registry.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Statements of a process that has not used the library yet.
 #include <corvo/corvo.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Tests, which also run.
 #include <corvo/corvo.h>
 #include <corvo/evaluation.h>

@@ -1,0 +1,24 @@
+# SPDX-License-Identifier: Apache-2.0
+
+# Fails if a source file does not name its licence: `cmake -DROOT=<folder> -P CheckLicence.cmake`.
+
+cmake_minimum_required(VERSION 3.25)
+
+set(patterns "")
+foreach(folder IN ITEMS bench cmake examples fuzz include packaging scripts src tests tool)
+  list(APPEND patterns ${ROOT}/${folder}/*.cc ${ROOT}/${folder}/*.h ${ROOT}/${folder}/*.sh
+    ${ROOT}/${folder}/*.py ${ROOT}/${folder}/*.cmake ${ROOT}/${folder}/CMakeLists.txt)
+endforeach()
+file(GLOB_RECURSE sources ${patterns})
+file(GLOB scripts ${ROOT}/CMakeLists.txt ${ROOT}/scripts/* ${ROOT}/.ci/run)
+set(checked 0)
+foreach(source IN LISTS sources scripts)
+  file(STRINGS ${source} lines LIMIT_COUNT 2)
+  if(NOT lines MATCHES "SPDX-License-Identifier: Apache-2.0")
+    message(SEND_ERROR "${source}: no SPDX-License-Identifier in its first lines")
+  endif()
+  math(EXPR checked "${checked} + 1")
+endforeach()
+if(checked LESS 100)
+  message(FATAL_ERROR "Only ${checked} files were found in ${ROOT}")
+endif()
