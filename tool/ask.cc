@@ -91,7 +91,7 @@ void addOptions(CLI::App& command, AskOptions& options) {
   addSurroundingsOptions(command, options.surroundings);
   command
       .add_option("--store", options.store,
-                  "Keep the client's state in a file; its user is kept until another is given")
+                  "Keep the client's state in a file; later calls reuse its user for one day")
       ->type_name("FILE");
   addColourOption(command, options.colour);
   command.add_flag("--json", options.json, "Print JSON");

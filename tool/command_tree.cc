@@ -36,8 +36,8 @@ constexpr Row kNotes[] = {
     {"corvo ask holdouts", {"", "corvo ask --config config.json --user-id ann holdouts"}},
     {"corvo ask details", {"", "corvo ask --config config.json --user-id ann details"}},
     {"corvo ask force",
-     {"This bypasses allocation, layer and targeting, but not holdouts. It lasts as long as the "
-      "user in the --store file.",
+     {"This bypasses allocation, layer and targeting, but not holdouts. With --store, later "
+      "calls with the same file apply it to their user, until unforce.",
       "corvo ask --config config.json --user-id ann --store ann.db force "
       "short-checkout"}},
     {"corvo ask unforce", {"", "corvo ask --config config.json --store ann.db unforce --all"}},

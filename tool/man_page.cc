@@ -78,7 +78,7 @@ std::string environment(const CLI::App& command) {
     const char* text;
   };
   constexpr Variable kVariables[] = {
-      {"NO_COLOR", "--color", "If not empty, there are no colours by default."},
+      {"NO_COLOR", "--color", "If set and not empty, colours are off by default."},
       {"TZDIR", "--zone", "The folder of the time zone database, if it is not the system's."},
   };
   std::string text;

@@ -122,7 +122,7 @@ void addServe(CLI::App& app) {
       ->check(CLI::ExistingFile);
   command
       .add_option("--geo", options->geoFile,
-                  "The location, re-read on every request; by default empty")
+                  "The location, re-read on every request; the default is empty")
       ->check(CLI::ExistingFile);
   command.add_option("--port", options->port, "The port to listen on; 0 picks a free one")
       ->check(CLI::Range(0, 65535))

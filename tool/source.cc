@@ -104,14 +104,16 @@ void addSourceOptions(CLI::App& command, SourceOptions& options) {
                   "Read the configuration from a file; - is standard input")
       ->check(complainAboutName)
       ->type_name("FILE");
-  command.add_option("--geo", options.geo, "Read the location from a file; by default empty")
+  command
+      .add_option("--geo", options.geo,
+                  "Read the location from a file; the default is an empty location")
       ->check(complainAboutName)
       ->type_name("FILE");
   command.add_option("--url", options.url, "Query the backend at this base URL instead")
       ->envname(kUrlVariable)
       ->type_name("URL");
   command.add_option("--token", options.token, "The project's token")->envname(kTokenVariable);
-  command.add_option("--timeout", options.timeout, "How long to wait for the backend, in seconds")
+  command.add_option("--timeout", options.timeout, "The time limit for each request, in seconds")
       ->check([](const std::string& text) -> std::string {
         const auto seconds = fromCorvoString<double>(text);
         return seconds && *seconds > 0 ? "" : "must be a positive number of seconds";

@@ -17,7 +17,7 @@ struct Done {};
 /// on the caller's stack. A client that must wait for the answer calls `detach` and uses the sink
 /// that it returns.
 ///
-/// For one thread at a time.
+/// Use it on one thread at a time.
 template <class T>
 class CORVO_TYPE AnswerSink {
  public:

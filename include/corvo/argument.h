@@ -14,7 +14,7 @@
 
 namespace corvo {
 
-/// An integer type, but not `bool` and not a character type.
+/// An integer type, but not `bool`, `char`, `wchar_t` or `char8_t` to `char32_t`.
 template <class V>
 concept CorvoInteger = std::integral<V> && !std::same_as<V, bool> && !std::same_as<V, char> &&
                        !std::same_as<V, wchar_t> && !std::same_as<V, char8_t> &&

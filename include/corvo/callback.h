@@ -33,7 +33,7 @@ inline constexpr bool isNullable<Callback<Signature>> = true;
 template <class... Args>
 class Callback<void(Args...)> {
  public:
-  /// Null. Explicit, so that `{}` is no callback as an argument.
+  /// Null. Explicit, so `{}` cannot be passed as a callback.
   explicit Callback() noexcept = default;
 
   /// Null.

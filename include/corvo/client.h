@@ -35,14 +35,14 @@ using EditUser = Callback<void(CorvoUser::Builder&)>;
 
 /// Answers questions about one user of one project. `Corvo` and `ClientRegistry` make clients.
 ///
-/// Every question has a callback form and a suspending form. While the cached configuration and
-/// location are fresh, the answer comes on the caller's thread before the call returns. Otherwise
-/// the client fetches what is missing, and the answer comes on the main queue. There is one
-/// exception: if the address is not a valid URI reference, the error comes before the call returns.
-/// Exactly one of the two callbacks is called, exactly once. Either may be null; the work is still
-/// done. The callback runs last, so it may ask again, release the client, or throw: the exception
-/// propagates to the code that invoked the callback. If the client is released before the answer
-/// arrives, the question is dropped, and neither callback is called.
+/// Every question has a callback form and a suspending form. A question that needs no fetch,
+/// because the cached configuration and location are fresh, is answered on the caller's thread
+/// before the call returns. Otherwise the client fetches what is missing, and the answer comes on
+/// the main queue. Only if the address is not a valid URI reference does the error come before the
+/// call returns. Exactly one of the two callbacks is called, exactly once. Either may be null; the
+/// work is still done. The callback runs last, so it may ask again, release the client, or throw:
+/// the exception propagates to the code that invoked the callback. If the client is released before
+/// the answer arrives, the question is dropped, and neither callback is called.
 ///
 /// Any question fails with `requestConfigFailed` or `requestLocationFailed` if its fetch fails. A
 /// question that must create the client's private identifier throws what `SecureRandom::fill`
@@ -78,7 +78,7 @@ class CORVO_EXPORT CorvoClient {
   virtual void clearUserProperties() = 0;
 
   /// The flag's value for the user, as the requested type; absent if the value's text is not valid
-  /// for that type. If an experiment carries the flag and the user is in it, the user's group
+  /// for that type. If the user is in the first experiment that carries the flag, their group
   /// decides; otherwise the flag's own rules do. Fails with `featureFlagNotFound`,
   /// `featureFlagNoRules`, `featureFlagRulesNotSatisfied` or
   /// `experimentGroupNotMatchingFeatureFlagGroup`.
@@ -236,8 +236,8 @@ class CORVO_EXPORT CorvoClient {
   virtual void askToExcludeAll(AnswerSink<Done>& sink) = 0;
 
   /// When the cached configuration and location were stored, and until when they are fresh.
-  /// Fetches nothing and changes no answer. Not const: may read the store, and is for one thread at
-  /// a time, as every operation of the client.
+  /// Fetches nothing and changes no answer. Not const, because it may read the store. Like
+  /// every operation of the client, it is for one thread at a time.
   [[nodiscard]] virtual ClientStatus status() = 0;
 
   /// The queue on which answers come after a fetch; `Answer::get` runs it.

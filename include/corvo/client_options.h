@@ -27,6 +27,7 @@ struct ClientOptions {
   /// with an invalid address, the first question that needs the network fails.
   NonNullText apiURL;
   /// Replaces the stored user. Without one, the user that an earlier run stored is kept.
+  /// Build it with `CorvoUser::Builder`, which sets the expiries.
   std::optional<CorvoUser> initialUser = std::nullopt;
   /// How long a fetched configuration or location stays fresh, in seconds. Values below 10 become
   /// 10.

@@ -9,7 +9,7 @@ namespace corvo {
 struct ClientStatus {
   /// One cached copy. Times are in seconds since 1970 on the platform's clock.
   struct Copy {
-    double storedAt = 0;  ///< When the copy was stored; `includeForce` stores it again.
+    double storedAt = 0;  ///< When it was stored; `includeForce` stores the configuration again.
     /// Until this moment, questions use the copy; from this moment on, they fetch a new one.
     double freshUntil = 0;
   };

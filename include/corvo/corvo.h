@@ -45,7 +45,7 @@ class CORVO_FACADE_EXPORT Corvo {
   [[nodiscard]] static std::shared_ptr<HostLoop> loop();
 
   /// Replaces the host's platform. Call it before any other operation; afterwards it throws
-  /// `std::logic_error` and changes nothing.
+  /// `std::logic_error` and changes nothing. Throws `std::invalid_argument` if a service is null.
   static void usePlatform(Platform platform);
 };
 

@@ -100,8 +100,9 @@ class CORVO_EXPORT CorvoNetworkError : public std::exception {
 /// The name of a case: "noData". Names never change. Empty if the value is not a case.
 [[nodiscard]] CORVO_EXPORT std::string_view to_string(CorvoNetworkError::Case which) noexcept;
 
-/// Why a question could not be answered: one of fifteen cases, each with its payload. Passed to
-/// `onError`, or thrown by a suspending form. Copyable; reading is safe from any thread.
+/// Why an operation failed: one of fifteen cases, each with its payload. Passed to `onError`;
+/// thrown by the suspending forms, `initializeClient`, `Result::value` and `getFeatureValue`.
+/// Copyable; reading is safe from any thread.
 class CORVO_EXPORT CorvoError : public std::exception {
  public:
   /// A client is already registered under the tag.
@@ -144,7 +145,7 @@ class CORVO_EXPORT CorvoError : public std::exception {
     std::string experiment;                      ///< The name of the experiment.
     std::string featureFlag;                     ///< The name of the flag.
     std::string userGroup;                       ///< The name of the group.
-    std::vector<std::string> featureFlagGroups;  ///< The groups that the flag has.
+    std::vector<std::string> featureFlagGroups;  ///< The names of the flag's groups.
     bool operator==(const ExperimentGroupNotMatchingFeatureFlagGroup&) const = default;
   };
   /// The user has no identifier of the kind that the experiment splits by.

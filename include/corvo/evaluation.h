@@ -27,8 +27,8 @@ namespace corvo {
 /// same names, without store or network. Answers and errors are the same as a client's.
 ///
 /// `Project::evaluate` creates one. Use it on one thread at a time; any number may exist, even for
-/// the same project. It keeps the project alive. It caches what is costly to compute about its
-/// user, and reuses its memory for the next user. After being moved from, it may only be assigned
+/// the same project. It keeps the project alive. It caches costly results about its user,
+/// and reuses its memory for the next user. After being moved from, it may only be assigned
 /// to or destroyed.
 class CORVO_EXPORT Evaluation {
  public:
@@ -38,9 +38,9 @@ class CORVO_EXPORT Evaluation {
   Evaluation& operator=(Evaluation&& other) noexcept;
   ~Evaluation();
 
-  /// Switches to another context. After the first few users, this allocates nothing if device and
-  /// location stay the same and all texts are well-formed. If it throws because memory runs out,
-  /// the evaluation has no user.
+  /// Switches to another context. After the first few users, this allocates nothing if device,
+  /// location and time zone stay the same and all texts are well-formed. If it throws because
+  /// memory runs out, the evaluation has no user.
   void reset(const EvaluationContext& context);
 
   /// The flag's value for the user; see `CorvoClient::checkFlag`.
@@ -76,9 +76,9 @@ class CORVO_EXPORT Evaluation {
     std::string_view text;  ///< Its value for the user.
   };
   /// The texts of the flags at these positions, in this order: the ones that
-  /// `getUserFeatureFlagsDetails` converts to types. Skips flags without a value and positions that
-  /// do not exist. Valid until the next call. For reports on many users: allocates nothing after
-  /// the first one.
+  /// `getUserFeatureFlagsDetails` converts to types. Skips flags without a value, flags that only
+  /// experiments carry, and positions that do not exist. Valid until the next call. For reports on
+  /// many users: allocates nothing after the first user.
   std::span<const FlagText> flagTexts(std::span<const std::size_t> flags);
 
   /// The user's group in an experiment.

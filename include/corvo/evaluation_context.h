@@ -13,8 +13,8 @@
 
 namespace corvo {
 
-/// Everything that an answer depends on besides the project. A plain value; everything but the user
-/// has a default. An evaluation refers to the user, or to the properties, until its next `reset`,
+/// Everything that an answer depends on besides the project. A plain value; every field has a
+/// default. An evaluation refers to the user, or to the properties, until its next `reset`,
 /// and copies the rest. Text is UTF-8; invalid UTF-8 is replaced with U+FFFD.
 struct EvaluationContext {
   /// A property's name, as in conditions ("userId", "custom.plan"), and its value.

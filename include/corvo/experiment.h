@@ -42,7 +42,7 @@ class CORVO_TYPE CorvoExperiment {
     return typed<T>(paramText(name));
   }
 
-  /// The value in the user's group of a flag that the experiment carries, as the requested type.
+  /// The value that a carried flag has in the user's group, as the requested type.
   /// Absent without a group, if the experiment carries no flag of that name, or if the value's text
   /// is not valid for the type. Fails with `experimentGroupNotMatchingFeatureFlagGroup`,
   /// `featureFlagNoRules` or `featureFlagRulesNotSatisfied`.

@@ -35,8 +35,8 @@ struct CORVO_EXPORT Explanation {
     interval,          ///< Whether the point lies in one interval of the layer.
     bucket,            ///< The hash of identifier and salt.
     allocation,        ///< Whether the bucket lies within the experiment's allocation.
-    group,             ///< The group whose share contains the bucket.
-    share,             ///< Whether one group's share contains it.
+    group,             ///< The group whose interval contains the user's point.
+    share,             ///< Whether the interval of one group contains it.
     targets,           ///< Whether the user meets the experiment's targets.
     carriedFlag,       ///< Whether the carried flag has the user's group.
     rules,             ///< Which rule of a list holds.
@@ -55,11 +55,11 @@ struct CORVO_EXPORT Explanation {
     out,        ///< The user is out.
     holds,      ///< The condition, the rule, or the step's other question, holds.
     fails,      ///< It does not hold.
-    rest,       ///< No share contains the bucket; the group for the rest gets it.
+    rest,       ///< No group's interval contains the point; the group "a" takes the rest.
     notReached  ///< Skipped: the answer did not depend on it.
   };
 
-  /// An input of a decision. Names never change their meaning.
+  /// A detail of a decision: an input or a result. Names never change their meaning.
   struct Fact {
     std::string_view name;  ///< Has static storage.
     JsonValue value;        ///< Of the kind that docs/explain.md gives.
@@ -69,7 +69,7 @@ struct CORVO_EXPORT Explanation {
   struct CORVO_EXPORT Step {
     Code code{};                   ///< What was decided.
     Outcome outcome{};             ///< How.
-    std::vector<Fact> facts = {};  ///< Its input.
+    std::vector<Fact> facts = {};  ///< The details.
     std::vector<Step> steps = {};  ///< The smaller decisions.
 
     /// The value of that fact, or null.

@@ -29,14 +29,14 @@ struct HostOptions {
   bool inMemory = false;
   /// The application's version, as shown to its users.
   std::optional<std::string> applicationVersion = std::nullopt;
-  /// How long a transfer may make no progress, in seconds. More than 60 has no effect: a request
-  /// with a shorter timeout keeps its own, and the library's requests have 60 at most. A transfer
-  /// that exceeds this or the next limit fails; if a limit is zero, negative or NaN, it fails
-  /// immediately.
+  /// How long a transfer may make no progress, in seconds. The shorter of this limit and the
+  /// request's own counts. The library's requests have 60 seconds, so more has no effect on them. A
+  /// transfer that exceeds this or the next limit fails; if a limit is zero, negative or NaN, it
+  /// fails immediately.
   double timeoutSeconds = 60.0;
   /// How long a whole transfer may take, including redirects, in seconds. At most six transfers
-  /// with the same scheme, host and port run at once. The time that another one waits for its turn
-  /// does not count, but has the same limit.
+  /// with the same scheme, host and port run at once. Waiting for a turn does not count
+  /// towards this limit, but has a limit of the same length.
   double transferSeconds = 300.0;
   /// The largest accepted body, in bytes, both as sent and as decoded. A transfer with a larger
   /// body fails; so does one with more than 1 MiB of header lines.
@@ -49,8 +49,8 @@ struct HostOptions {
 };
 
 /// The main queue of the ready-made platform, which also performs its network transfers: answers
-/// arrive while the application runs it. It starts no thread, and is destroyed with its last
-/// `shared_ptr`.
+/// arrive while the application runs it. It starts no thread of its own; libcurl may start one
+/// while it looks up a host name. It is destroyed with its last `shared_ptr`.
 ///
 /// Run it on one thread at a time, with `run`, `tick` or `runUntil` (which `Answer::get` calls); a
 /// task may call each of them, too. The thread may change over time. If two threads run it at once,

@@ -51,8 +51,8 @@ class CORVO_EXPORT JsonValue {
   ~JsonValue() {
     if (hasChildren()) dropChildren();
   }
-  /// A value of one of the kinds, or a literal: integer literals become signed, texts become
-  /// strings.
+  /// A value of one of the kinds, or a literal: an integer literal without a suffix becomes signed,
+  /// texts become strings.
   template <class Kind>
   requires(!std::same_as<std::remove_cvref_t<Kind>, JsonValue> &&
            std::constructible_from<Kinds, Kind>) JsonValue(Kind&& kind)

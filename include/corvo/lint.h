@@ -13,7 +13,7 @@ namespace corvo {
 
 /// A problem in a configuration document.
 struct Finding {
-  /// An error: something is dropped or cannot work. A warning: valid, but surely not intended.
+  /// An error: something is dropped or cannot work. A warning: valid, but probably not intended.
   enum class Severity : std::uint8_t { warning, error };
 
   std::string_view code;   ///< In kebab-case; docs/lint.md lists all. Static text.
@@ -27,10 +27,10 @@ struct Finding {
   bool operator==(const Finding&) const = default;
 };
 
-/// Checks a configuration document: finds what the tolerant reader drops, and what is valid but
-/// surely not intended. Accepts any text. Returns the findings in the document's order, and by code
-/// if they have the same place; none if all is well. A text that is not JSON, or not a
-/// configuration, is itself a finding.
+/// Checks a configuration document: finds parts that the tolerant reader drops, and parts
+/// that are valid but probably not intended. Accepts any text. Returns the findings in the
+/// document's order; findings at the same place are sorted by code. No finding means that all is
+/// well. A text that is not JSON, or not a configuration, is itself a finding.
 ///
 /// Flags and experiments for other platforms are checked one by one. Checks that compare several
 /// (names, salts, layers, holdouts, carried flags) only include those that a client keeps.

@@ -28,11 +28,12 @@ class CORVO_EXPORT Project {
   /// Selects flags and experiments of a document.
   enum class Filter : std::uint8_t {
     none,   ///< All.
-    client  ///< Those that a client keeps: for "all", "ios", or "app" in any letter case.
+    client  ///< Those that a client keeps: for exactly "all" or "ios", or "app" in any letter case.
   };
 
-  /// Decodes a document (JSON, RFC 8259) as tolerantly as a client does. Fails, like a client, with
-  /// `requestConfigFailed` and a `decodingError`; here the error has an offset.
+  /// Decodes a document (JSON, RFC 8259) as tolerantly as a client does. If it cannot be read,
+  /// fails like a client: with `requestConfigFailed` and a `decodingError`, which here has an
+  /// offset.
   static Result<Project> decode(std::string_view text, Filter filter = Filter::none);
 
   /// Creates an object that answers questions about one context; see <corvo/evaluation.h>.

@@ -17,7 +17,8 @@ struct CorvoUser {
 
   PropertyMap properties;  ///< By the names in conditions: "userId", "custom.plan".
 
-  /// For each property the local moment after which it is no longer used, "yyyy-MM-dd HH:mm:ss".
+  /// For each property the local moment after which it is no longer used, "yyyy-MM-dd HH:mm:ss". A
+  /// stored user without this map gets it at the next start: one day for each property.
   std::optional<PropertyMap> corvoExpiration;
 
   bool operator==(const CorvoUser&) const = default;

@@ -19,14 +19,14 @@
 
 namespace corvo {
 
-/// An optional text, as a parameter: a text, an optional text or `std::nullopt`. A null pointer is
-/// no text. It only refers to the text, so do not store it.
+/// An optional text, as a parameter: a text, an optional text or `std::nullopt`. A null pointer
+/// counts as absent. It only refers to the text, so do not store it.
 class OptionalText {
  public:
   /// No text.
   OptionalText(std::nullopt_t) noexcept {}
 
-  /// A text; no text for a null pointer.
+  /// A text; a null pointer counts as absent.
   template <CorvoText T>
   OptionalText(const T& text) {
     if constexpr (std::is_pointer_v<T>) {
@@ -70,7 +70,7 @@ concept CorvoCustomValue = isCorvoCustomValue<V>;
 /// setting it again renews it. An absent value removes the property and its expiry. Invalid UTF-8
 /// is replaced with U+FFFD. Setters return the builder, so calls chain.
 ///
-/// Use a builder on one thread at a time. It shares its clock and its time zone.
+/// Use a builder on one thread at a time. It shares ownership of its clock and time zone.
 class CORVO_EXPORT CorvoUser::Builder {
  public:
   /// Computes expiries with the system's clock and time zone.
@@ -80,8 +80,8 @@ class CORVO_EXPORT CorvoUser::Builder {
   Builder(const Builder&) = delete;  // edits of a copy would be lost
   Builder& operator=(const Builder&) = delete;
 
-  /// Sets the property that conditions refer to by the name in quotation marks; an absent value
-  /// removes it.
+  /// Each sets one property, which conditions refer to by name: `setUserId` sets "userId",
+  /// `setOsName` "os.name", `setGeoCode` "geo.code", and so on. An absent value removes it.
   Builder& setUserId(OptionalText value) { return set("userId", value); }
   Builder& setProfileId(OptionalText value) { return set("profileId", value); }
   Builder& setDeviceId(OptionalText value) { return set("deviceId", value); }

@@ -38,7 +38,8 @@ double CorvoClientImpl::begin(const Turn& turn, double now) {
   return now;
 }
 
-// Catches up on what the start and earlier fetches could not do without the store.
+// Does the work that the start and earlier fetches had to postpone because the store was
+// unavailable.
 void CorvoClientImpl::tryStorageAgain(double now) try {
   if (storage_->config.isPending() && !storage_->corvoForcedExperiments.isKnown()) {
     lacksInclusions_ = true;

@@ -62,7 +62,7 @@ class DynamicValue {
   /// The value as JSON text, or the failure.
   [[nodiscard]] std::variant<std::string, EncodingFailure> toJson() const;
 
-  /// Values are equal if they have the same kind and are equal in it. An opaque value (boxed
+  /// Values are equal if kind and contents are equal. An opaque value (boxed
   /// number, date, URL, other encodable) equals nothing, not even itself. Lists and objects,
   /// however, are compared deeply, and there the equality of the opaque kinds applies.
   friend bool operator==(const DynamicValue& a, const DynamicValue& b);

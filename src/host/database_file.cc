@@ -64,7 +64,8 @@ bool setAside(Connection damaged, const fs::path& file, bool lookAgain) noexcept
   const std::optional<fs::path> name = nameForDamaged(file);
   if (!name) return false;
   if (!canRenameOpenFiles()) holder.reset();
-  // The file first, because SQLite deletes companion files that it finds beside an empty one.
+  // Renames the file first, because SQLite deletes companion files that it finds beside an empty
+  // one.
   for (const char* const ending : kEndings) {
     std::error_code failed;
     fs::rename(companion(file, ending), companion(*name, ending), failed);

@@ -25,8 +25,8 @@ std::filesystem::path spelled(const std::filesystem::path& file) {
   return error ? full.lexically_normal() : followed;
 }
 
-/// While it lives, SQLite does not wait for the disk. If this cannot be ended, for want of memory,
-/// the log is not written into the file until it can.
+/// While it lives, SQLite does not wait for the disk. If this cannot be ended, because memory ran
+/// out, the log is not written into the file until it can.
 class WithoutDiskSync {
  public:
   explicit WithoutDiskSync(Connection& connection) : connection_(connection) {

@@ -37,10 +37,10 @@ using Decoded = std::variant<T, DecodingFailure>;
 /// Throws only `std::bad_alloc`, because without memory a text can be neither accepted nor
 /// rejected.
 ///
-/// Accepts exactly RFC 8259: UTF-8, a leading byte order mark skipped, 512 levels deep; the last of
-/// duplicate keys counts. An integer may be written in any form (1.0, 1e0); whether a number is an
-/// integer is decided exactly, on its digits. A number that fits no type fails only the value that
-/// reads it, and is ignored if nothing reads it.
+/// Accepts exactly RFC 8259: UTF-8, at most 512 levels deep. Skips a leading byte order mark. If
+/// keys repeat, the last one counts. An integer may be written in any form (1.0, 1e0); whether a
+/// number is an integer is decided exactly, on its digits. A number that fits no type fails only
+/// the value that reads it, and is ignored if nothing reads it.
 template <class T>
 [[nodiscard]] Decoded<T> decodeJson(std::string_view json);
 

@@ -37,10 +37,10 @@ class SystemTimeZone final : public TimeZone {
     return static_cast<std::int32_t>(std::clamp(offset, -kMost, kMost));
   }
 
-  /// The text of TZ distinguishes zones that differ only in their past. The standard offset reveals
-  /// that the system's own setting was replaced while TZ was unset, once the C library has noticed,
-  /// which `offsetAt` ensures. The C library's variables `tzname` and `daylight` are useless here,
-  /// because glibc sets them on every conversion.
+  /// The text of TZ distinguishes zones that differ only in their past. While TZ is
+  /// unset, a changed standard offset reveals that the system's setting was replaced. The C library
+  /// must notice it first; `offsetAt` ensures that. The C library's variables `tzname` and
+  /// `daylight` are useless here, because glibc sets them on every conversion.
   [[nodiscard]] std::uint64_t identifier() const override {
     constexpr std::uint64_t kOdd = 0x9E37'79B9'7F4A'7C15;
     return base::TextHash()(zone_.text()) +

@@ -10,8 +10,8 @@
 namespace corvo::corvo_internal::zones {
 namespace {
 
-// The years of a cycle and one on either side, because the time of a change may fall into another
-// year.
+// The years of a cycle, and one more year on either side, because the time of a change may fall
+// into another year.
 constexpr int kFirstYear = 2000;
 constexpr int kLastYear = 2401;
 constexpr std::string_view kQuotable =

@@ -49,7 +49,7 @@ enum class ExperimentType : std::uint8_t { featureFlag = 1, param, splitUrl, web
 
 /// An experiment of a fake project, or a holdout. Created by `experiment` or `holdout`; setters
 /// return the builder, so calls chain. A setter throws `std::invalid_argument` if the experiment
-/// has no such group, or if a number is out of range.
+/// has no such group, if a number is out of range, or if it contradicts an earlier setter.
 ///
 /// Everyone who has a user ID takes part, unless the builder says otherwise; the hash assigns them
 /// to groups by weight. The salt is the experiment's name.
@@ -94,8 +94,8 @@ class CORVO_FAKES_EXPORT ExperimentBuilder {
   ExperimentBuilder& salt(std::string_view salt);
   /// Sets the property that is hashed. The default is the user ID.
   ExperimentBuilder& splitBy(SplitBy property);
-  /// Clients keep the experiment if one of the platforms is "all", "ios", or "app" in any letter
-  /// case, or if there are none.
+  /// Clients keep the experiment if one of the platforms is exactly "all" or "ios", or "app" in any
+  /// letter case, or if there are none.
   ExperimentBuilder& platforms(const OneOrMore<std::string>& platforms);
   /// Sets the type. The default is `param` for an experiment with parameters and without flags, and
   /// `featureFlag` for all others. Not for holdouts.

@@ -35,10 +35,11 @@ struct FakePlatform {
 
   /// From now on, the backend serves this project (or a document written by hand) and this
   /// location. The location's properties have the backend's names: `{{"city", "Berlin"}}` is
-  /// "geo.city" in conditions. Clients keep their cached copies until these expire.
+  /// "geo.city" in conditions; one that begins with "geo." is refused with
+  /// `std::invalid_argument`. Clients keep their cached copies until these expire.
   CORVO_FAKES_EXPORT void serve(const ProjectBuilder& project, const PropertyMap& location = {});
-  /// From now on, both routes fail, as without a network.
   CORVO_FAKES_EXPORT void serve(NonNullText configuration, const PropertyMap& location = {});
+  /// From now on, both routes fail, as without a network.
   CORVO_FAKES_EXPORT void goOffline();
 };
 

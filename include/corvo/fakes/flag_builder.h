@@ -23,7 +23,7 @@ class CORVO_FAKES_EXPORT FlagBuilder {
   /// Compares MD5 digests instead of texts. The builder writes the digests of the conditions'
   /// values.
   FlagBuilder& isPrivate();
-  /// Clients keep the flag if the platform is "all", "ios", or "app" in any letter case.
+  /// Clients keep the flag if the platform is exactly "all" or "ios", or "app" in any letter case.
   FlagBuilder& platform(std::string_view platform) {
     return field("platform", std::string(platform));
   }

@@ -32,10 +32,11 @@ struct ReadyOptions {
 ///     app.fake.time->advance(300);  // the copies expire
 ///     app.fake.goOffline();
 ///
-/// For the test's thread.
+/// Use it only on the test's thread.
 class CORVO_FAKES_EXPORT ReadyClient {
  public:
-  /// Throws `CorvoError` if the configuration cannot be decoded.
+  /// Throws `CorvoError` if the configuration cannot be decoded, and what `toJson` and `serve`
+  /// throw.
   explicit ReadyClient(const ProjectBuilder& project = {}, const ReadyOptions& options = {});
   /// With a document written by hand.
   explicit ReadyClient(NonNullText configuration, const ReadyOptions& options = {});
@@ -46,7 +47,8 @@ class CORVO_FAKES_EXPORT ReadyClient {
   CorvoClient* operator->() const { return client_.get(); }
 
   /// Restarts the application: creates a new client that uses the stored records of the last one.
-  /// It fetches nothing until it is asked. Release the old client first.
+  /// It fetches nothing until it is asked. Before the call, release your own pointers to the old
+  /// client.
   void restart();
 
   FakePlatform fake;  ///< The client's platform.

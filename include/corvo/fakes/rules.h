@@ -71,8 +71,8 @@ enum class Sign : std::uint8_t {
   noneOf,          ///< The property equals none of the values.
   containsAnyOf,   ///< The property contains one of the values.
   containsNoneOf,  ///< The property contains none of the values.
-  onDate,          ///< The two are less than 24 hours apart, in either direction.
-  afterTime,       ///< The property is later; "date" and "time" are the clock's.
+  onDate,          ///< Less than one whole day lies between the two.
+  afterTime,       ///< The property, for example "date", is a later time than the value.
   beforeTime,
   greater,  ///< Compares numbers; versions, such as "1.10", if the property is "appVersion".
   less,

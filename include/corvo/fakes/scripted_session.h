@@ -31,10 +31,10 @@ struct Reply {
 [[nodiscard]] CORVO_FAKES_EXPORT Reply after(double seconds, Reply reply);
 
 /// A session that answers from a script and records its requests. A route is the last component of
-/// the address's path: "config.json" or "geo". A route without a script fails in transport. A route
-/// that the session does not have is a typing error: it throws `std::invalid_argument`. A request
-/// that is never answered stays under way, and keeps its completion, until the session is
-/// destroyed. For the test's thread.
+/// the address's path: "config.json" or "geo". A request for a route without a script fails in
+/// transport. A script for a route that the session does not have is refused as a typing error:
+/// `std::invalid_argument`. A request that is never answered stays under way, and keeps its
+/// completion, until the session is destroyed. Use it only on the test's thread.
 class CORVO_FAKES_EXPORT ScriptedSession final : public UrlSession {
  public:
   /// Delays pass in that virtual time. By default the routes are those of a backend.

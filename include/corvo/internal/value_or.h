@@ -37,9 +37,9 @@ inline constexpr bool isDefaultFor<Default, double> =
 template <class Default>
 inline constexpr bool isDefaultFor<Default, std::string> = CorvoText<Default>;
 
-/// A default for an answer of type `T`, which must be of the value's kind: a boolean takes neither
+/// A default for an answer of type `T`. It must have the value's kind: a boolean takes neither
 /// `3` nor a text. An integer takes any integer, a double any number, a text any text. Other types
-/// take only themselves; classes also take what converts to them.
+/// take only themselves; classes also accept anything that converts to them.
 template <class Default, class T>
 concept DefaultFor = isDefaultFor<std::remove_cvref_t<Default>, Present<T>>;
 

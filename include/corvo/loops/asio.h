@@ -27,14 +27,14 @@
 namespace corvo::asio {
 
 /// Runs a `HostLoop` on an executor, so that answers arrive in a program that runs an `io_context`.
-/// While nothing is under way there is no timer and no outstanding work: `io_context::run` returns.
-/// While a transfer is under way, the loop is ticked every 5 milliseconds.
+/// While nothing is under way, there is no timer and no outstanding work: `io_context::run`
+/// returns. While a transfer is under way, the loop is ticked every 5 milliseconds.
 ///
-/// Callbacks run on the executor, which must run one handler at a time: that of an `io_context` run
-/// by one thread, or a strand. Create clients and ask questions there. A handler may run the
-/// `io_context` itself; answers keep arriving, except through a strand. An exception that a
-/// callback throws propagates out of `io_context::run`, which may be called again; nothing else is
-/// lost.
+/// Callbacks run on the executor, which must run one handler at a time: the executor of
+/// an `io_context` that one thread runs, or a strand. Create clients and ask questions there. A
+/// handler may run the `io_context` itself; answers keep arriving, except through a strand. An
+/// exception that a callback throws propagates out of `io_context::run`, which may be called again;
+/// nothing else is lost.
 ///
 /// A loop has one adapter at a time. Any thread may create and destroy it, even in a callback.
 /// Transfers and tasks under way survive its destruction, and continue with the next adapter or

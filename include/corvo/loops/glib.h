@@ -10,7 +10,7 @@
 namespace corvo::glib {
 
 /// Runs a `HostLoop` from a GLib main context, so that answers arrive in a GTK or GLib program.
-/// While nothing is under way there is no timer and the context is not woken. While a transfer is
+/// While nothing is under way, there is no timer and the context is not woken. While a transfer is
 /// under way, the loop is ticked every 5 milliseconds.
 ///
 /// Callbacks run on the thread that runs the context, which is then the thread that runs the loop:

@@ -27,7 +27,8 @@ class CORVO_TYPE PreferencesSuite {
 
   /// The bytes stored under the key; absent if there are none. Throws a `std::exception` if they
   /// cannot be read at the moment, for example while another process has locked the file. The
-  /// library then goes on without the stored value, and tries again a second later.
+  /// library then goes on without the stored value, and tries again when it is next needed, at the
+  /// earliest a second later.
   [[nodiscard]] virtual std::optional<std::string> read(std::string_view key) const = 0;
 
   /// Makes all changes and returns true; if that is impossible, makes none and returns false. Does
