@@ -14,8 +14,8 @@
 namespace corvo::qt {
 
 /// Runs a `HostLoop` from Qt's event loop, so that answers arrive in a Qt program. While nothing is
-/// under way, no timer runs and the event loop is not woken. While a transfer is under way, the loop
-/// is ticked every 5 milliseconds.
+/// under way, no timer runs and the event loop is not woken. While a transfer is under way, the
+/// loop is ticked every 5 milliseconds.
 ///
 /// Callbacks run on the thread of the context object, which is then the thread that runs the loop:
 /// create clients and ask questions there. A callback may run an event loop, as a dialog does;
