@@ -46,7 +46,7 @@ class CORVO_EXPORT ClientRegistry {
 
   /// The client registered under the tag, or null; also null while another thread is creating it.
   [[nodiscard]] std::shared_ptr<CorvoClient> getClient(std::string_view tag) const;
-  std::shared_ptr<CorvoClient> getClient(std::nullptr_t) const = delete;
+  void getClient(std::nullptr_t) const = delete;
 
   /// Removes the client with that tag, if there is one. Its stored records remain, and code that
   /// holds the client can go on using it.

@@ -34,7 +34,7 @@ class CORVO_FACADE_EXPORT Corvo {
 
   /// The client registered under the tag, or null.
   [[nodiscard]] static std::shared_ptr<CorvoClient> getClient(std::string_view tag);
-  static std::shared_ptr<CorvoClient> getClient(std::nullptr_t) = delete;
+  static void getClient(std::nullptr_t) = delete;
 
   /// Removes the client with that tag, if there is one. Its stored records remain.
   static void removeClient(std::string_view tag);

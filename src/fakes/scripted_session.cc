@@ -16,8 +16,7 @@ std::string_view routeOf(std::string_view url) {
 }
 
 std::invalid_argument noRoute(std::string_view route) {
-  return wrong(
-      {"the session has no route \"", route, "\"; a client asks \"config.json\" and \"geo\""});
+  return wrong({"the session has no route \"", route, R"("; clients ask for config.json and geo)"});
 }
 
 }  // namespace
