@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "c/call.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+namespace corvo::corvo_internal::c {
+namespace {
+
+struct LastError {
+  corvo_status status = CORVO_OK;
+  std::string text;
+  std::int64_t offset = -1;
+};
+
+LastError& lastError() {
+  thread_local LastError last;
+  return last;
+}
+
+void keepText(LastError& last, std::string_view text) noexcept try {
+  last.text = text;
+} catch (const std::bad_alloc&) {
+  last.text.clear();
+}
+
+/// Where in a document an error lies, or -1.
+std::int64_t offsetOf(const CorvoError& error) {
+  const auto* failure = error.as<CorvoError::RequestConfigFailed>();
+  if (failure == nullptr) return -1;
+  const auto* decoding = failure->error.as<CorvoNetworkError::DecodingError>();
+  if (decoding == nullptr || !decoding->offset) return -1;
+  return static_cast<std::int64_t>(*decoding->offset);
+}
+
+}  // namespace
+
+corvo_status failed(const CorvoError& error) noexcept {
+  LastError& last = lastError();
+  last.status = static_cast<corvo_status>(static_cast<int>(error.which()) + 1);
+  last.offset = offsetOf(error);
+  keepText(last, error.what());
+  return last.status;
+}
+
+corvo_status failed(corvo_status status, std::string_view text) noexcept {
+  LastError& last = lastError();
+  last.status = status;
+  last.offset = -1;
+  keepText(last, text);
+  return status;
+}
+
+std::string_view viewOf(corvo_text text) {
+  if (text.data == nullptr && text.size > 0) {
+    throw Misuse(CORVO_INVALID_ARGUMENT, "a text has a size but no data");
+  }
+  return {text.data == nullptr ? "" : text.data, text.size};
+}
+
+}  // namespace corvo::corvo_internal::c
+
+using namespace corvo;
+using namespace corvo::corvo_internal::c;
+
+corvo_text corvo_text_of(const char* terminated) {
+  return {terminated, terminated == nullptr ? 0 : std::strlen(terminated)};
+}
+
+const char* corvo_status_name(corvo_status status) {
+  switch (status) {
+    case CORVO_OK:
+      return "ok";
+    case CORVO_INVALID_HANDLE:
+      return "invalidHandle";
+    case CORVO_INVALID_ARGUMENT:
+      return "invalidArgument";
+    case CORVO_BUSY:
+      return "busy";
+    case CORVO_OUT_OF_MEMORY:
+      return "outOfMemory";
+    default: {
+      const std::string_view name = to_string(static_cast<CorvoError::Case>(status - 1));
+      return name.empty() ? nullptr : name.data();  // zero-terminated, as it is a literal
+    }
+  }
+}
+
+corvo_status corvo_last_error(corvo_error* error) {
+  const LastError& last = lastError();
+  if (error == nullptr || error->size != sizeof(corvo_error)) return CORVO_INVALID_ARGUMENT;
+  *error = {sizeof(corvo_error), last.status, asText(last.text), last.offset};
+  return CORVO_OK;
+}

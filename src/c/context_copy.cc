@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "c/context_copy.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "c/call.h"
+
+namespace corvo::corvo_internal::c {
+namespace {
+
+class CallerZone final : public TimeZone {
+ public:
+  explicit CallerZone(const corvo_time_zone& zone) : zone_(zone) {}
+
+  [[nodiscard]] std::int32_t offsetAt(std::int64_t moment) const override {
+    return zone_.offset_at(zone_.context, moment);
+  }
+  [[nodiscard]] std::uint64_t identifier() const override {
+    return zone_.identifier(zone_.context);
+  }
+
+ private:
+  const corvo_time_zone zone_;
+};
+
+/// A zone without functions is the system's.
+corvo_time_zone zoneOf(const corvo_time_zone* zone) {
+  if (zone == nullptr) return {};
+  if (zone->offset_at == nullptr || zone->identifier == nullptr) {
+    throw Misuse(CORVO_INVALID_ARGUMENT, "a function of the time zone is null");
+  }
+  return *zone;
+}
+
+bool isSame(const corvo_time_zone& a, const corvo_time_zone& b) {
+  return a.context == b.context && a.offset_at == b.offset_at && a.identifier == b.identifier;
+}
+
+std::optional<std::string> factOf(corvo_text text) {
+  const std::string_view view = viewOf(text);
+  if (text.data == nullptr) return std::nullopt;
+  return std::string(view);
+}
+
+std::span<const corvo_property> listOf(const corvo_property* properties, std::size_t count) {
+  if (properties == nullptr && count > 0) {
+    throw Misuse(CORVO_INVALID_ARGUMENT, "a list of properties has a count but no address");
+  }
+  return {properties, count};
+}
+
+}  // namespace
+
+void ContextCopy::take(const corvo_context* given) {
+  static constexpr corvo_context kEmpty{};
+  const corvo_context& from = given == nullptr ? kEmpty : *given;
+  if (given != nullptr && given->size != sizeof(corvo_context)) {
+    throw Misuse(CORVO_INVALID_ARGUMENT, "the context's size is not sizeof(corvo_context)");
+  }
+  const corvo_time_zone zone = zoneOf(from.time_zone);
+  PropertyMap location;
+  for (const auto& [name, value] : listOf(from.location, from.location_count)) {
+    location.emplace(viewOf(name), viewOf(value));
+  }
+  DeviceFacts device{factOf(from.application_version), factOf(from.device_id),
+                     factOf(from.system_name), factOf(from.system_version)};
+  takeProperties(from.properties, from.property_count);
+  // An evaluation goes on with what it knows about a zone as long as the object is the same.
+  if (!isSame(zone, zone_)) {
+    context_.timeZone = zone.offset_at == nullptr ? nullptr : std::make_shared<CallerZone>(zone);
+    zone_ = zone;
+  }
+  context_.location = std::move(location);
+  context_.device = std::move(device);
+  context_.now = from.has_now ? std::optional(from.now) : std::nullopt;
+}
+
+// The list is changed last, and the texts do not move while it is made.
+void ContextCopy::takeProperties(const corvo_property* properties, std::size_t count) {
+  const auto list = listOf(properties, count);
+  std::size_t size = 0;
+  for (const auto& [name, value] : list) size += viewOf(name).size() + viewOf(value).size();
+  context_.properties = {};
+  properties_.clear();
+  properties_.reserve(list.size());
+  texts_.clear();
+  texts_.reserve(size);
+  const auto keep = [&](corvo_text text) {
+    const std::size_t start = texts_.size();
+    texts_ += viewOf(text);
+    return std::string_view(texts_).substr(start);
+  };
+  for (const auto& [name, value] : list) {
+    const std::string_view keptName = keep(name);
+    properties_.emplace_back(keptName, keep(value));
+  }
+  context_.properties = properties_;
+}
+
+}  // namespace corvo::corvo_internal::c

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include <corvo/c.h>
+
+#include "c/call.h"
+#include "c/objects.h"
+#include "c/value.h"
+
+using namespace corvo;
+using namespace corvo::corvo_internal::c;
+
+corvo_status corvo_experiment_free(corvo_experiment* experiment) {
+  return call([&] { freeHandle(experiments(), experiment); });
+}
+
+corvo_status corvo_experiment_group(corvo_experiment* experiment, corvo_text* name,
+                                    corvo_text* group_name, int64_t* group_index) {
+  return call([&] {
+    const auto object = shared(experiments(), experiment);
+    if (name != nullptr) *name = asText(object->name);
+    if (group_name != nullptr) *group_name = asText(object->groupName);
+    if (group_index != nullptr) *group_index = object->groupIndex;
+  });
+}
+
+corvo_status corvo_experiment_param(corvo_experiment* experiment, corvo_text name, corvo_type type,
+                                    corvo_value* value) {
+  return call([&] {
+    corvo_value& result = resultAt(value);
+    const auto object = shared(experiments(), experiment);
+    result = valueOf(object->experiment->paramText(viewOf(name)), type);
+  });
+}
+
+corvo_status corvo_experiment_flag(corvo_experiment* experiment, corvo_text name, corvo_type type,
+                                   corvo_value* value) {
+  return call([&] {
+    corvo_value& result = resultAt(value);
+    const auto object = shared(experiments(), experiment);
+    result = valueOf(object->experiment->featureText(viewOf(name)).value(), type);
+  });
+}

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace corvo::corvo_internal::c {
+
+/// Gives objects of one type handles: numbers in place of addresses, so that a handle that is
+/// freed, made up, or of another type is found out and never followed. Any thread may use any
+/// operation.
+///
+/// A handle consists of a mark for the type, the index of a slot, and the count of the slot's
+/// earlier handles. Slots are never freed, so looking at one is always safe.
+///
+/// Shared objects may be used by any number of threads at once. Other objects have one user at a
+/// time; a second one finds them busy.
+template <class Object, std::uintptr_t kMark, bool kIsShared>
+class HandleTable {
+  static constexpr unsigned kMarkBits = 4;
+  static constexpr unsigned kIndexBits = sizeof(std::uintptr_t) >= 8 ? 24 : 16;
+  static constexpr std::uintptr_t kMaxIndex = (std::uintptr_t{1} << kIndexBits) - 1;
+  static_assert(kMark > 0 && kMark < (std::uintptr_t{1} << kMarkBits));
+
+  /// The object is read and written while `busy` is set.
+  struct Slot {
+    std::atomic_flag busy;
+    std::uintptr_t handle = 0;  // none while there is no object
+    std::uintptr_t earlier = 0;
+    std::shared_ptr<Object> object;
+  };
+
+ public:
+  /// The state of a handle that an operation finds.
+  enum class Found : std::uint8_t { valid, invalid, busy };
+
+  /// An object whose slot nobody else uses until the end of the scope.
+  class Use {
+   public:
+    Use(HandleTable& table, const void* handle)
+        : slot_(table.slotOf(reinterpret_cast<std::uintptr_t>(handle))) {
+      if (slot_ == nullptr) return;
+      while (slot_->busy.test_and_set(std::memory_order_acquire)) {
+        if (!kIsShared) {
+          found_ = Found::busy;
+          slot_ = nullptr;
+          return;
+        }
+        std::this_thread::yield();
+      }
+      if (slot_->handle == reinterpret_cast<std::uintptr_t>(handle)) found_ = Found::valid;
+    }
+    Use(const Use&) = delete;
+    Use& operator=(const Use&) = delete;
+    ~Use() {
+      if (slot_ != nullptr) slot_->busy.clear(std::memory_order_release);
+    }
+
+    [[nodiscard]] Found found() const { return found_; }
+    /// The handle must be valid.
+    [[nodiscard]] std::shared_ptr<Object>& object() const { return slot_->object; }
+    void end() { slot_->handle = 0; }
+
+   private:
+    Slot* slot_;
+    Found found_ = Found::invalid;
+  };
+
+  /// A shared object; null if the handle is invalid.
+  std::shared_ptr<Object> share(const void* handle) requires kIsShared {
+    const Use use(*this, handle);
+    return use.found() == Found::valid ? use.object() : nullptr;
+  }
+
+  void* add(std::shared_ptr<Object> object) {
+    const std::lock_guard lock(mutex_);
+    if (free_.empty()) grow();
+    const std::uintptr_t index = free_.back();
+    free_.pop_back();
+    Slot& slot = *at(index);
+    while (slot.busy.test_and_set(std::memory_order_acquire)) std::this_thread::yield();
+    slot.handle = (((slot.earlier++ << kIndexBits) | index) << kMarkBits) | kMark;
+    slot.object = std::move(object);
+    const std::uintptr_t handle = slot.handle;
+    slot.busy.clear(std::memory_order_release);
+    return reinterpret_cast<void*>(handle);  // NOLINT(performance-no-int-to-ptr): not an address
+  }
+
+  Found free(const void* handle) {
+    std::shared_ptr<Object> last;  // destroyed when the slot is no longer in use
+    {
+      Use use(*this, handle);
+      if (use.found() != Found::valid) return use.found();
+      use.end();
+      last = std::move(use.object());
+    }
+    const std::lock_guard lock(mutex_);
+    free_.push_back(indexOf(reinterpret_cast<std::uintptr_t>(handle)));
+    return Found::valid;
+  }
+
+ private:
+  static std::uintptr_t indexOf(std::uintptr_t handle) { return (handle >> kMarkBits) & kMaxIndex; }
+
+  /// The slot that a handle names, whether or not it is still valid.
+  Slot* slotOf(std::uintptr_t handle) {
+    const std::uintptr_t mark = handle & ((std::uintptr_t{1} << kMarkBits) - 1);
+    return mark == kMark ? at(indexOf(handle)) : nullptr;
+  }
+
+  /// Block n has 2^n slots. Null for a slot that there is not yet.
+  Slot* at(std::uintptr_t index) {
+    const std::size_t block = std::bit_width(index + 1) - 1;
+    Slot* const slots = blocks_[block].load(std::memory_order_acquire);
+    return slots == nullptr ? nullptr : slots + (index + 1 - (std::uintptr_t{1} << block));
+  }
+
+  /// Under the mutex.
+  void grow() {
+    if (count_ >= kMaxIndex) throw std::bad_alloc();
+    const std::size_t block = std::bit_width(count_ + 1) - 1;
+    const std::uintptr_t size = std::uintptr_t{1} << block;
+    free_.reserve(free_.size() + count_ + size);  // so that `free` does not allocate
+    blocks_[block].store(new Slot[size], std::memory_order_release);
+    for (std::uintptr_t i = size; i > 0; --i) free_.push_back(count_ + i - 1);
+    count_ += size;
+  }
+
+  std::array<std::atomic<Slot*>, kIndexBits + 1> blocks_{};
+  std::mutex mutex_;
+  std::vector<std::uintptr_t> free_;
+  std::uintptr_t count_ = 0;
+};
+
+}  // namespace corvo::corvo_internal::c

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <corvo/c.h>
+#include <corvo/json_value.h>
+#include <corvo/property.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace corvo::corvo_internal::c {
+
+/// A text of the configuration as it is, in the place where the project has it.
+struct PlainText {
+  std::string_view text;
+};
+
+/// The text read as a type; absent if it is not valid for the type. Throws `Misuse` for a type that
+/// cannot be asked for.
+corvo_value valueOf(std::optional<std::string_view> text, corvo_type type);
+
+/// A string that is absent where there is none.
+corvo_value stringValue(std::optional<std::string_view> text);
+
+/// Numbers that JSON cannot express become strings.
+JsonValue jsonOf(const CorvoProperty& property);
+JsonValue jsonOf(const std::optional<std::string>& text);
+
+}  // namespace corvo::corvo_internal::c
+
+namespace corvo {
+
+template <>
+struct CorvoPropertyTraits<corvo_internal::c::PlainText> {
+  static std::optional<corvo_internal::c::PlainText> fromCorvoString(std::string_view text) {
+    return corvo_internal::c::PlainText{text};
+  }
+};
+
+}  // namespace corvo
