@@ -36,8 +36,12 @@
 #define CORVO_C_EXPORT
 #endif
 
+// C++ treats a value outside an enumeration as undefined, unless its underlying type is fixed.
 #ifdef __cplusplus
+#define CORVO_C_ENUM : int
 extern "C" {
+#else
+#define CORVO_C_ENUM
 #endif
 
 /// A text. No text at all has null `data`.
@@ -57,7 +61,7 @@ typedef struct corvo_text {
 CORVO_C_EXPORT corvo_text corvo_text_of(const char* terminated);
 
 /// What a function came to. Numbers never change.
-typedef enum corvo_status {
+typedef enum corvo_status CORVO_C_ENUM {
   CORVO_OK = 0,
   /// The errors of the library, in the order of `CorvoError::Case`.
   CORVO_INITIALIZATION_OF_EXISTING_CLIENT = 1,
@@ -100,7 +104,7 @@ typedef struct corvo_error {
 CORVO_C_EXPORT corvo_status corvo_last_error(corvo_error* error);
 
 /// What a value's text is read as.
-typedef enum corvo_type {
+typedef enum corvo_type CORVO_C_ENUM {
   CORVO_ABSENT = 0,   ///< There is no value.
   CORVO_BOOLEAN = 1,  ///< `boolean`
   CORVO_INTEGER = 2,  ///< `integer`
@@ -123,7 +127,7 @@ typedef struct corvo_value {
 typedef struct corvo_project corvo_project;
 
 /// Which flags and experiments of a document count.
-typedef enum corvo_filter {
+typedef enum corvo_filter CORVO_C_ENUM {
   CORVO_FILTER_NONE = 0,   ///< All.
   CORVO_FILTER_CLIENT = 1  ///< Those that a client keeps.
 } corvo_filter;
@@ -237,7 +241,7 @@ CORVO_C_EXPORT corvo_status corvo_evaluation_memberships(corvo_evaluation* evalu
                                                          size_t* membership_count);
 
 /// The form of an explanation.
-typedef enum corvo_form { CORVO_FORM_TEXT = 0, CORVO_FORM_JSON = 1 } corvo_form;
+typedef enum corvo_form CORVO_C_ENUM { CORVO_FORM_TEXT = 0, CORVO_FORM_JSON = 1 } corvo_form;
 /// Why a flag has its value for the user, and why the user is in an experiment or not. Never fails
 /// for want of the flag or experiment: the explanation says so. See docs/explain.md.
 CORVO_C_EXPORT corvo_status corvo_evaluation_explain_flag(corvo_evaluation* evaluation,
