@@ -34,6 +34,7 @@ corvo_project* decode(std::string_view document) {
   return project;
 }
 
+/// The list must outlive the context.
 corvo_context contextOf(const std::vector<corvo_property>& properties) {
   corvo_context context{};
   context.size = sizeof(corvo_context);
@@ -258,7 +259,8 @@ TEST_F(CTest, RefusesWhatAHostileCallerPasses) {
   corvo_context context = contextOf({});
   context.size = 3;
   EXPECT_EQ(corvo_evaluation_reset(evaluation_, &context), CORVO_INVALID_ARGUMENT);
-  context = contextOf({{CORVO_TEXT("userId"), {nullptr, 1}}});
+  const std::vector<corvo_property> withoutData{{CORVO_TEXT("userId"), {nullptr, 1}}};
+  context = contextOf(withoutData);
   EXPECT_EQ(corvo_evaluation_reset(evaluation_, &context), CORVO_INVALID_ARGUMENT);
   EXPECT_EQ(viewOf(check("here", CORVO_STRING).text), "yes") << "a refused context changes nothing";
   EXPECT_EQ(corvo_last_error(nullptr), CORVO_INVALID_ARGUMENT);
