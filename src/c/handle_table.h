@@ -31,10 +31,10 @@ class HandleTable {
   static constexpr std::uintptr_t kMaxIndex = (std::uintptr_t{1} << kIndexBits) - 1;
   static_assert(kMark > 0 && kMark < (std::uintptr_t{1} << kMarkBits));
 
-  /// The object is read and written while `busy` is set.
+  /// All but the flag changes only while `busy` is set.
   struct Slot {
     std::atomic_flag busy;
-    std::uintptr_t handle = 0;  // none while there is no object
+    std::atomic<std::uintptr_t> handle = 0;  // none while there is no object
     std::uintptr_t earlier = 0;
     std::shared_ptr<Object> object;
   };
@@ -49,8 +49,13 @@ class HandleTable {
     Use(HandleTable& table, const void* handle)
         : slot_(table.slotOf(reinterpret_cast<std::uintptr_t>(handle))) {
       if (slot_ == nullptr) return;
+      // An invalid handle must not make the slot busy for its new owner.
+      if (slot_->handle != reinterpret_cast<std::uintptr_t>(handle)) {
+        slot_ = nullptr;
+        return;
+      }
       while (slot_->busy.test_and_set(std::memory_order_acquire)) {
-        if (!kIsShared) {
+        if constexpr (!kIsShared) {
           found_ = Found::busy;
           slot_ = nullptr;
           return;

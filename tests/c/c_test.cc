@@ -305,6 +305,9 @@ TEST_F(CTest, ABusyEvaluationIsNotUsedTwice) {
 
 // Threads create, use and free handles of one project; each finds its own, or an error.
 TEST_F(CTest, AnyThreadMayUseItsOwnHandles) {
+  corvo_context context = contextOf({});
+  context.time_zone = &zone_;
+  context.has_now = true;
   std::atomic<int> wrong = 0;
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
@@ -312,7 +315,7 @@ TEST_F(CTest, AnyThreadMayUseItsOwnHandles) {
       for (int round = 0; round < 200; ++round) {
         corvo_evaluation* evaluation = nullptr;
         corvo_value value{};
-        if (corvo_evaluation_create(project_, nullptr, &evaluation) != CORVO_OK ||
+        if (corvo_evaluation_create(project_, &context, &evaluation) != CORVO_OK ||
             corvo_evaluation_check_flag(evaluation, CORVO_TEXT("on"), CORVO_BOOLEAN, &value) !=
                 CORVO_OK ||
             !value.boolean || corvo_evaluation_free(evaluation) != CORVO_OK ||
