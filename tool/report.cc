@@ -9,6 +9,7 @@
 #include <utility>
 #include <variant>
 
+#include "model/property_json.h"
 #include "tool/output.h"
 
 namespace corvo::tool {
@@ -45,15 +46,12 @@ std::string alignedLine(const Row& cells, const std::vector<std::size_t>& widths
 
 }  // namespace
 
-JsonValue toJson(const CorvoProperty& value) {
-  const double* number = std::get_if<double>(&value);
-  if (number && !std::isfinite(*number)) return std::to_string(*number);
-  return std::visit([](const auto& each) { return JsonValue(each); }, value);
-}
+JsonValue toJson(const CorvoProperty& value) { return corvo_internal::model::jsonOf(value); }
 
 std::string shown(const CorvoProperty& value) {
-  const double* number = std::get_if<double>(&value);
-  return number && !std::isfinite(*number) ? std::to_string(*number) : toJson(value).toJson();
+  const double* const number = std::get_if<double>(&value);
+  const JsonValue json = toJson(value);
+  return number && !std::isfinite(*number) ? *json.as<std::string>() : json.toJson();
 }
 
 Report valueReport(const std::string& kind, const std::map<std::string, CorvoProperty>& values) {

@@ -16,6 +16,7 @@
 #include "c/call.h"
 #include "c/objects.h"
 #include "c/value.h"
+#include "model/property_json.h"
 
 namespace corvo::corvo_internal::c {
 namespace {
@@ -113,7 +114,8 @@ corvo_status corvo_evaluation_flags(corvo_evaluation* evaluation, corvo_text* js
     corvo_text& result = resultAt(json);
     const Result<FlagReport> report = object.evaluation.getUserFeatureFlagsDetails();
     JsonObject flags;
-    for (const auto& [name, value] : report.value()) flags.emplace(name, jsonOf(value));
+    for (const auto& [name, value] : report.value())
+      flags.emplace(name, corvo_internal::model::jsonOf(value));
     result = kept(object, toJson(flags));
   });
 }

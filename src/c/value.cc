@@ -2,7 +2,6 @@
 
 #include "c/value.h"
 
-#include <cmath>
 #include <cstdint>
 #include <variant>
 
@@ -66,14 +65,6 @@ corvo_value valueOf(std::optional<std::string_view> text, corvo_type type) {
 
 corvo_value stringValue(std::optional<std::string_view> text) {
   return text ? textValue(CORVO_STRING, *text) : kAbsent;
-}
-
-JsonValue jsonOf(const CorvoProperty& property) {
-  const double* const number = std::get_if<double>(&property);
-  if (number != nullptr && !std::isfinite(*number)) {
-    return std::isnan(*number) ? "nan" : *number < 0 ? "-inf" : "inf";
-  }
-  return std::visit([](const auto& value) { return JsonValue(value); }, property);
 }
 
 JsonValue jsonOf(const std::optional<std::string>& text) {

@@ -23,8 +23,7 @@ corvo_value valueOf(std::optional<std::string_view> text, corvo_type type);
 /// A string that is absent where there is none.
 corvo_value stringValue(std::optional<std::string_view> text);
 
-/// Numbers that JSON cannot express become strings.
-JsonValue jsonOf(const CorvoProperty& property);
+/// Null for no text.
 JsonValue jsonOf(const std::optional<std::string>& text);
 
 }  // namespace corvo::corvo_internal::c
