@@ -74,7 +74,7 @@ std::string helpOn(const CLI::App& command) {
   std::vector<Line> commands;
   for (const CLI::App* each : commandsOf(command)) {
     std::string title = each->get_name();
-    for (const Parameter& argument : argumentsOf(*each)) title += " " + argument.title();
+    for (const Parameter& argument : argumentsOf(*each)) title.append(" ").append(argument.title());
     commands.emplace_back(title, each->get_description());
   }
   text += section("Commands", commands);

@@ -126,14 +126,14 @@ class HandleTable {
   Slot* at(std::uintptr_t index) {
     const std::size_t block = std::bit_width(index + 1) - 1;
     Slot* const slots = blocks_[block].load(std::memory_order_acquire);
-    return slots == nullptr ? nullptr : slots + (index + 1 - (std::uintptr_t{1} << block));
+    return slots == nullptr ? nullptr : slots + (index + 1 - std::bit_floor(index + 1));
   }
 
   /// Under the mutex.
   void grow() {
     if (count_ >= kMaxIndex) throw std::bad_alloc();
     const std::size_t block = std::bit_width(count_ + 1) - 1;
-    const std::uintptr_t size = std::uintptr_t{1} << block;
+    const std::uintptr_t size = count_ + 1;
     free_.reserve(free_.size() + count_ + size);  // so that `free` does not allocate
     blocks_[block].store(new Slot[size], std::memory_order_release);
     for (std::uintptr_t i = size; i > 0; --i) free_.push_back(count_ + i - 1);
