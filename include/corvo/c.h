@@ -189,7 +189,8 @@ typedef struct corvo_evaluation corvo_evaluation;
 CORVO_C_EXPORT corvo_status corvo_evaluation_create(corvo_project* project,
                                                     const corvo_context* context,
                                                     corvo_evaluation** evaluation);
-/// Switches to another context. This is how one evaluation answers for many users.
+/// Switches to another context. This is how one evaluation answers for many users. After
+/// `CORVO_OUT_OF_MEMORY` it has no user.
 CORVO_C_EXPORT corvo_status corvo_evaluation_reset(corvo_evaluation* evaluation,
                                                    const corvo_context* context);
 CORVO_C_EXPORT corvo_status corvo_evaluation_free(corvo_evaluation* evaluation);

@@ -2,16 +2,20 @@
 
 #include "c/call.h"
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 namespace corvo::corvo_internal::c {
 namespace {
 
+/// Needs no destructor, since programs may still call while a thread ends.
 struct LastError {
   corvo_status status = CORVO_OK;
-  std::string text;
+  std::array<char, 1024> text{};
+  std::size_t size = 0;
   std::int64_t offset = -1;
 };
 
@@ -20,10 +24,12 @@ LastError& lastError() {
   return last;
 }
 
-void keepText(LastError& last, std::string_view text) noexcept try {
-  last.text = text;
-} catch (const std::bad_alloc&) {
-  last.text.clear();
+/// Keeps the beginning of a longer text, up to the end of a character.
+void keepText(LastError& last, std::string_view text) noexcept {
+  last.size = std::min(text.size(), last.text.size());
+  const auto continues = [&] { return (text[last.size] & 0xC0) == 0x80; };
+  while (last.size > 0 && last.size < text.size() && continues()) --last.size;
+  std::copy_n(text.data(), last.size, last.text.data());
 }
 
 /// Where in a document an error lies, or -1.
@@ -82,8 +88,9 @@ const char* corvo_status_name(corvo_status status) {
     case CORVO_OUT_OF_MEMORY:
       return "outOfMemory";
     default: {
+      if (status < 1 || status > 15) return nullptr;
       const std::string_view name = to_string(static_cast<CorvoError::Case>(status - 1));
-      return name.empty() ? nullptr : name.data();  // zero-terminated, as it is a literal
+      return name.data();  // zero-terminated, as it is a literal
     }
   }
 }
@@ -91,6 +98,6 @@ const char* corvo_status_name(corvo_status status) {
 corvo_status corvo_last_error(corvo_error* error) {
   const LastError& last = lastError();
   if (error == nullptr || error->size != sizeof(corvo_error)) return CORVO_INVALID_ARGUMENT;
-  *error = {sizeof(corvo_error), last.status, asText(last.text), last.offset};
+  *error = {sizeof(corvo_error), last.status, {last.text.data(), last.size}, last.offset};
   return CORVO_OK;
 }

@@ -18,7 +18,7 @@ class ContextCopy {
   ContextCopy(const ContextCopy&) = delete;
   ContextCopy& operator=(const ContextCopy&) = delete;
 
-  /// Replaces the context. Allocates nothing if the texts fit into the memory of earlier ones.
+  /// Replaces the context. The properties reuse the memory of earlier ones.
   void take(const corvo_context* given);
 
   [[nodiscard]] const EvaluationContext& context() const { return context_; }

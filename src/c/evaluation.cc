@@ -5,8 +5,8 @@
 #include <corvo/json_value.h>
 
 #include <cstddef>
+#include <exception>
 #include <memory>
-#include <new>
 #include <optional>
 #include <span>
 #include <string>
@@ -88,7 +88,9 @@ corvo_status corvo_evaluation_reset(corvo_evaluation* evaluation, const corvo_co
   return withEvaluation(evaluation, [&](EvaluationObject& object) {
     try {
       object.context.take(context);
-    } catch (const std::bad_alloc&) {
+    } catch (const Misuse&) {  // nothing has changed
+      throw;
+    } catch (const std::exception&) {
       object.evaluation.reset({});  // must not refer to texts that are gone
       throw;
     }

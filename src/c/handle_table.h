@@ -49,7 +49,7 @@ class HandleTable {
     Use(HandleTable& table, const void* handle)
         : slot_(table.slotOf(reinterpret_cast<std::uintptr_t>(handle))) {
       if (slot_ == nullptr) return;
-      // An invalid handle must not make the slot busy for its new owner.
+      // A handle that is already invalid does not make the slot busy for its new owner.
       if (slot_->handle != reinterpret_cast<std::uintptr_t>(handle)) {
         slot_ = nullptr;
         return;

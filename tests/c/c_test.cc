@@ -264,6 +264,10 @@ TEST_F(CTest, RefusesWhatAHostileCallerPasses) {
   EXPECT_EQ(corvo_evaluation_reset(evaluation_, &context), CORVO_INVALID_ARGUMENT);
   EXPECT_EQ(viewOf(check("here", CORVO_STRING).text), "yes") << "a refused context changes nothing";
   EXPECT_EQ(corvo_last_error(nullptr), CORVO_INVALID_ARGUMENT);
+  const std::vector<corvo_property> absurd{{CORVO_TEXT("userId"), {"", SIZE_MAX}}};
+  context = contextOf(absurd);
+  EXPECT_EQ(corvo_evaluation_reset(evaluation_, &context), CORVO_OUT_OF_MEMORY);
+  EXPECT_EQ(corvo_evaluation_flags(evaluation_, &text), CORVO_OK) << "about no user";
 }
 
 TEST_F(CTest, CopiesItsArguments) {
