@@ -17,8 +17,9 @@ typedef struct corvo_registry corvo_registry;
 
 /// Creates a registry on the ready-made platform; services that `platform` has replace it. Both
 /// structs are copied, and both may be null. Takes ownership of the platform's context: `destroy`
-/// is called when nothing uses it any more, or before the return if the function fails. Fails with
-/// `CORVO_UNAVAILABLE` if a service is missing and this build has no ready-made platform.
+/// is called when nothing uses it any more, or before the return if the function fails, unless the
+/// struct's size is wrong. Fails with `CORVO_UNAVAILABLE` if a service is missing and this build
+/// has no ready-made platform.
 CORVO_C_EXPORT corvo_status corvo_registry_create(const corvo_host_options* host,
                                                   const corvo_platform* platform,
                                                   corvo_registry** registry);
@@ -205,7 +206,7 @@ typedef struct corvo_copy {
 } corvo_copy;
 /// The cached copies of a client.
 typedef struct corvo_client_copies {
-  size_t size;  ///< Set it to `sizeof(corvo_client_copies)`.
+  size_t size;               ///< Set it to `sizeof(corvo_client_copies)`.
   corvo_copy configuration;  ///< The configuration's.
   corvo_copy location;       ///< The location's.
 } corvo_client_copies;
