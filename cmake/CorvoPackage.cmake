@@ -31,6 +31,12 @@ foreach(part IN ITEMS engine core lint host fakes c)
 endforeach()
 set(corvo_package_of_corvo_corvo corvo)
 
+# The C++ runtime, which a compiler for C does not link by itself.
+set(corvo_runtime "${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES}")
+list(FILTER corvo_runtime INCLUDE REGEX "^((std)?c\\+\\+(abi)?|m)$")
+list(REMOVE_DUPLICATES corvo_runtime)
+list(TRANSFORM corvo_runtime PREPEND -l)
+
 # Writes and installs a part's file for pkg-config. A static library needs others to be linked: they
 # stand in Libs.private, since Requires.private would add all that a static libcurl needs. A shared one
 # has linked them itself. A part without a library of its own is in the core.
@@ -50,6 +56,9 @@ function(corvo_install_pkg_config part)
     list(APPEND requires ${corvo_package_of_${library}})
     list(APPEND libs_private ${corvo_link_${library}})
   endforeach()
+  if(part STREQUAL "engine" AND TARGET corvo_engine)  # it is static, and all others need it
+    list(APPEND libs_private ${corvo_runtime})
+  endif()
   list(JOIN requires ", " requires)
   list(JOIN libs_private " " libs_private)
   set(shared "")

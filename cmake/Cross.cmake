@@ -54,6 +54,7 @@ else()
   set(CMAKE_CXX_COMPILER ${triple}-g++${suffix})
 endif()
 
+list(APPEND CMAKE_FIND_ROOT_PATH /usr/${triple})  # Debian's own libraries for the target
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 foreach(kind IN ITEMS LIBRARY INCLUDE PACKAGE)
   set(CMAKE_FIND_ROOT_PATH_MODE_${kind} ONLY)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Asks a project in C, and explains an answer: explain_c CONFIG USER
+// Asks a project in C, and explains an answer: explain CONFIG USER
 
 #include <corvo/c.h>
 #include <inttypes.h>

@@ -9,6 +9,8 @@
 #include <map>
 #include <utility>
 
+#include "model/property_json.h"
+
 namespace corvo::tool {
 namespace {
 
@@ -32,7 +34,8 @@ std::string shownIndex(const std::optional<std::int64_t>& index) {
 JsonValue jsonOf(const CorvoExperimentDetail& detail) {
   JsonArray results;
   for (const auto& [name, value] : detail.results) {
-    results.push_back(JsonObject{{"name", name}, {"value", toJson(typedProperty(value))}});
+    results.push_back(
+        JsonObject{{"name", name}, {"value", corvo_internal::model::jsonOf(typedProperty(value))}});
   }
   return JsonObject{{"id", detail.id},
                     {"type", orNull(detail.type)},

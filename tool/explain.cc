@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "json/json_places.h"
+#include "model/property_json.h"
 #include "tool/commands.h"
 #include "tool/deciding_steps.h"
 #include "tool/experiment_report.h"
@@ -72,7 +73,7 @@ void printDrops(const Source& source) {
 JsonValue answerOfFlag(const Explanation& explanation) {
   const Explanation::Step& value = explanation.steps.back();
   return JsonObject{{"type", *value.find("type")},
-                    {"value", toJson(typedProperty(*explanation.value))}};
+                    {"value", model::jsonOf(typedProperty(*explanation.value))}};
 }
 
 JsonValue answerOfExperiment(const Explanation& explanation, Evaluation& about) {
@@ -98,7 +99,7 @@ std::string inJson(const Explanation& explanation, Evaluation& about) {
                               ? answerOfFlag(explanation)
                               : answerOfExperiment(explanation, about));
   }
-  return JsonValue(std::move(all)).toJson() + "\n";
+  return toJson(all) + "\n";
 }
 
 /// The engine's lines, with a mark before those that decide the answer.

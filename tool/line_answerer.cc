@@ -6,6 +6,7 @@
 #include <corvo/property.h>
 
 #include "json/json_places.h"
+#include "model/property_json.h"
 #include "tool/report.h"
 
 namespace corvo::tool {
@@ -77,8 +78,9 @@ void LineAnswerer::refuse(const std::string& id, const UserLine::Fault& fault, s
 
 const std::string& LineAnswerer::valueOf(std::string_view text) {
   const auto known = values_.find(text);
-  return known != values_.end() ? known->second
-                                : values_[text] = toJson(typedProperty(text)).toJson();
+  return known != values_.end()
+             ? known->second
+             : values_[text] = corvo_internal::model::jsonOf(typedProperty(text)).toJson();
 }
 
 }  // namespace corvo::tool

@@ -48,7 +48,7 @@ std::string inJson(const std::vector<Checked>& all) {
   for (const auto& [file, found] : all) {
     for (const Finding& each : found) findings.push_back(inJson(file, each));
   }
-  return JsonValue(JsonObject{{"findings", std::move(findings)}}).toJson() + "\n";
+  return toJson(JsonObject{{"findings", std::move(findings)}}) + "\n";
 }
 
 std::string forPeople(const std::vector<Checked>& all, const Style& style) {

@@ -99,7 +99,7 @@ void printFailure(const std::string& code, const std::string& message) {
     return;
   }
   const JsonObject error{{"code", code}, {"message", message}};
-  std::cerr << JsonValue(JsonObject{{"error", error}}).toJson() + "\n";
+  std::cerr << toJson(JsonObject{{"error", error}}) + "\n";
 }
 
 int statusOfFailure() {

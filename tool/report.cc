@@ -13,6 +13,9 @@
 #include "tool/output.h"
 
 namespace corvo::tool {
+
+using corvo_internal::model::jsonOf;
+
 namespace {
 
 /// The names of the property types, by index.
@@ -46,11 +49,9 @@ std::string alignedLine(const Row& cells, const std::vector<std::size_t>& widths
 
 }  // namespace
 
-JsonValue toJson(const CorvoProperty& value) { return corvo_internal::model::jsonOf(value); }
-
 std::string shown(const CorvoProperty& value) {
   const double* const number = std::get_if<double>(&value);
-  const JsonValue json = toJson(value);
+  const JsonValue json = jsonOf(value);
   return number && !std::isfinite(*number) ? *json.as<std::string>() : json.toJson();
 }
 
@@ -59,7 +60,7 @@ Report valueReport(const std::string& kind, const std::map<std::string, CorvoPro
   JsonObject json;
   for (const auto& [name, value] : values) {
     report.rows.push_back({name, kTypeNames[value.index()], shown(value)});
-    json.emplace(name, toJson(value));
+    json.emplace(name, jsonOf(value));
   }
   report.json = JsonValue(std::move(json));
   return report;

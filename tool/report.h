@@ -21,9 +21,6 @@ struct Report {
   JsonValue json;
 };
 
-/// A value as JSON. Infinite numbers, which JSON lacks, become texts.
-[[nodiscard]] JsonValue toJson(const CorvoProperty& value);
-
 /// A report of values by name; the JSON is an object of the values. `kind` is the heading of the
 /// name column.
 [[nodiscard]] Report valueReport(const std::string& kind,

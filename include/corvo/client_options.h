@@ -9,8 +9,8 @@
 namespace corvo {
 
 namespace corvo_internal {
-/// A first member without an initialiser of its own: an aggregate that has one cannot be
-/// initialised by position.
+/// A first member that cannot be initialised by position: its default constructor is explicit, so
+/// not with `{}`, and no other type converts to it. The fields behind it need their names, too.
 struct FilledByName {
   explicit FilledByName() = default;
 };

@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -15,6 +16,13 @@
 
 namespace corvo::corvo_internal::c {
 
+/// How many bits of a handle each of its parts has.
+struct HandleBits {
+  unsigned mark = 4;
+  unsigned index = sizeof(std::uintptr_t) >= 8 ? 24 : 16;
+  unsigned count = unsigned{std::numeric_limits<std::uintptr_t>::digits} - mark - index;
+};
+
 /// Gives objects of one type handles: numbers in place of addresses, so that a handle that is
 /// freed, made up, or of another type is found out and never followed. Any thread may use any
 /// operation.
@@ -22,14 +30,18 @@ namespace corvo::corvo_internal::c {
 /// A handle consists of a mark for the type, the index of a slot, and the count of the slot's
 /// earlier handles. Slots are never freed, so looking at one is always safe.
 ///
+/// A slot is reused at once until it has used up all its handles. Then it retires, and other slots
+/// take its place. Only when there is room for no other does the slot that retired first start
+/// again. So on 32 bits, where a slot has 4096 handles, a freed handle becomes valid again only
+/// after 268 million others, if few objects live at once.
+///
 /// Shared objects may be used by any number of threads at once. Other objects have one user at a
 /// time; a second one finds them busy.
-template <class Object, std::uintptr_t kMark, bool kIsShared>
+template <class Object, std::uintptr_t kMark, bool kIsShared, HandleBits kBits = {}>
 class HandleTable {
-  static constexpr unsigned kMarkBits = 4;
-  static constexpr unsigned kIndexBits = sizeof(std::uintptr_t) >= 8 ? 24 : 16;
-  static constexpr std::uintptr_t kMaxIndex = (std::uintptr_t{1} << kIndexBits) - 1;
-  static_assert(kMark > 0 && kMark < (std::uintptr_t{1} << kMarkBits));
+  static constexpr std::uintptr_t kMaxIndex = (std::uintptr_t{1} << kBits.index) - 1;
+  static constexpr std::uintptr_t kMaxCount = (std::uintptr_t{1} << kBits.count) - 1;
+  static_assert(kMark > 0 && kMark < (std::uintptr_t{1} << kBits.mark));
 
   /// All but the flag changes only while `busy` is set.
   struct Slot {
@@ -90,12 +102,13 @@ class HandleTable {
 
   void* add(std::shared_ptr<Object> object) {
     const std::lock_guard lock(mutex_);
-    if (free_.empty()) grow();
+    if (free_.empty() || (hasRetired(free_.back()) && count_ < kMaxIndex)) grow();
     const std::uintptr_t index = free_.back();
     free_.pop_back();
     Slot& slot = *at(index);
     while (slot.busy.test_and_set(std::memory_order_acquire)) std::this_thread::yield();
-    slot.handle = (((slot.earlier++ << kIndexBits) | index) << kMarkBits) | kMark;
+    const std::uintptr_t earlier = slot.earlier++ & kMaxCount;
+    slot.handle = (((earlier << kBits.index) | index) << kBits.mark) | kMark;
     slot.object = std::move(object);
     const std::uintptr_t handle = slot.handle;
     slot.busy.clear(std::memory_order_release);
@@ -111,17 +124,26 @@ class HandleTable {
       last = std::move(use.object());
     }
     const std::lock_guard lock(mutex_);
-    free_.push_back(indexOf(reinterpret_cast<std::uintptr_t>(handle)));
+    const std::uintptr_t index = indexOf(reinterpret_cast<std::uintptr_t>(handle));
+    free_.insert(hasRetired(index) ? free_.begin() : free_.end(), index);
     return Found::valid;
   }
 
  private:
-  static std::uintptr_t indexOf(std::uintptr_t handle) { return (handle >> kMarkBits) & kMaxIndex; }
+  static std::uintptr_t indexOf(std::uintptr_t handle) {
+    return (handle >> kBits.mark) & kMaxIndex;
+  }
 
   /// The slot that a handle names, whether or not it is still valid.
   Slot* slotOf(std::uintptr_t handle) {
-    const std::uintptr_t mark = handle & ((std::uintptr_t{1} << kMarkBits) - 1);
+    const std::uintptr_t mark = handle & ((std::uintptr_t{1} << kBits.mark) - 1);
     return mark == kMark ? at(indexOf(handle)) : nullptr;
+  }
+
+  /// Whether a free slot has used up its handles. Under the mutex.
+  bool hasRetired(std::uintptr_t index) {
+    const std::uintptr_t earlier = at(index)->earlier;
+    return earlier > 0 && (earlier & kMaxCount) == 0;
   }
 
   /// Block n has 2^n slots. Null for a slot that there is not yet.
@@ -142,9 +164,10 @@ class HandleTable {
     count_ += size;
   }
 
-  std::array<std::atomic<Slot*>, kIndexBits + 1> blocks_{};
+  std::array<std::atomic<Slot*>, kBits.index + 1> blocks_{};
   std::mutex mutex_;
-  std::vector<std::uintptr_t> free_;
+  std::vector<std::uintptr_t>
+      free_;  // from the slot that retired last to the one to be reused next
   std::uintptr_t count_ = 0;
 };
 

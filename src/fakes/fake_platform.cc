@@ -18,7 +18,7 @@ void FakePlatform::serve(NonNullText configuration, const PropertyMap& location)
         {"the backend's name of the location's \"", name, "\" is \"", name.substr(4), "\""});
   }
   session->always("config.json", ok(std::move(configuration.value)));
-  session->always("geo", ok(JsonValue(JsonObject(location.begin(), location.end())).toJson()));
+  session->always("geo", ok(toJson(JsonObject(location.begin(), location.end()))));
 }
 
 void FakePlatform::goOffline() {

@@ -85,9 +85,8 @@ std::string ProjectBuilder::toJson() const {
                    "\", but the project has no holdout of that name"});
     }
   }
-  return JsonValue(JsonObject{{"feature_flags", std::move(flags)},
-                              {"experiments", std::move(experiments)}})
-      .toJson();
+  return corvo::toJson(
+      JsonObject{{"feature_flags", std::move(flags)}, {"experiments", std::move(experiments)}});
 }
 
 Project ProjectBuilder::decode(Project::Filter filter) const {

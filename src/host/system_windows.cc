@@ -13,6 +13,7 @@
 namespace corvo::corvo_internal::host {
 
 void fillAtRandom(std::span<std::byte> bytes) {
+  if (bytes.empty()) return;  // the system refuses a null address
   const NTSTATUS status =
       BCryptGenRandom(nullptr, reinterpret_cast<PUCHAR>(bytes.data()),
                       static_cast<ULONG>(bytes.size()), BCRYPT_USE_SYSTEM_PREFERRED_RNG);

@@ -39,7 +39,7 @@ void checkValues(const Condition& condition, bool holds, const JsonNode& node, R
   const std::string answer = holds ? "the condition always holds" : "the condition never holds";
   if (condition.values.empty()) {
     report.add(Code::conditionWithoutValues, node, "without a value " + answer);
-  } else if (isAbout(condition.conditionSign, Sign::containsAnyOf, Sign::containsNoneOf)) {
+  } else if (targeting::takesSeveralValues(condition.conditionSign)) {
     report.add(Code::emptyPart, node, "every text contains the empty text: " + answer);
   } else if (condition.values.size() > 1) {
     report.add(Code::severalValues, node, sign + " takes a single value: " + answer);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -18,7 +19,7 @@ inline void replaceAll(std::string& text, const std::string& what, const std::st
 }
 
 /// The content of a file; empty if it does not exist.
-inline std::string contentsOf(const std::string& file) {
+inline std::string contentsOf(const std::filesystem::path& file) {
   return (std::ostringstream() << std::ifstream(file, std::ios::binary).rdbuf()).str();
 }
 

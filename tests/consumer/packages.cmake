@@ -35,6 +35,20 @@ add_test(NAME pkg-config COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/pkg_config.sh
 add_test(NAME shared-pkg-config COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/pkg_config.sh
   ${CMAKE_CXX_COMPILER} ${shared_prefix} ${CMAKE_CURRENT_BINARY_DIR}/shared-pkg-config)
 
+# An application in C, on static and on shared libraries.
+set(shop ${PROJECT_SOURCE_DIR}/examples/shop/config.json)
+foreach(kind IN ITEMS moved shared)
+  set(from_moved ${moved})
+  set(from_shared ${shared_prefix})
+  add_test(NAME c-consumer-${kind} COMMAND ${CMAKE_CTEST_COMMAND}
+    --build-and-test ${CMAKE_CURRENT_SOURCE_DIR}/c ${CMAKE_CURRENT_BINARY_DIR}/c-consumer-${kind}
+    --build-generator ${CMAKE_GENERATOR} --build-noclean
+    --build-options -DCMAKE_PREFIX_PATH=${from_${kind}}
+    --test-command explain ${shop} ann)
+  set_tests_properties(c-consumer-${kind} PROPERTIES LABELS packages
+    FIXTURES_REQUIRED ${kind}-installation PASS_REGULAR_EXPRESSION "short-checkout: short")
+endforeach()
+
 # From sources: as a subfolder, and fetched from a folder and an archive.
 set(archive ${CMAKE_CURRENT_BINARY_DIR}/corvo.tar.gz)
 add_test(NAME archive WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}

@@ -37,11 +37,13 @@ struct HostStore {
   }
   void restart() {
     store.reset();
-    store = hostPlatform({.dataFolder = folder}).preferencesStore;
+    const std::u8string text = folder.u8string();
+    store = hostPlatform({.dataFolder = {text.begin(), text.end()}}).preferencesStore;
   }
 
   const std::filesystem::path folder =
-      std::filesystem::path(testing::TempDir()) / ("corvo-contract-" + std::to_string(getpid()));
+      std::filesystem::path(testing::TempDir()) /
+      (std::filesystem::path(u8"corvo-coração-") += std::to_string(getpid()));
   std::shared_ptr<PreferencesStore> store;
 #endif
 };

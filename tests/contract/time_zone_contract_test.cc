@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include <stdlib.h>
 #include <time.h>
 
 #include <limits>
@@ -10,6 +9,7 @@
 #include <type_traits>
 
 #include "platform/system.h"
+#include "tests/base/environment.h"
 #include "tests/contract/implementations.h"
 
 namespace corvo {
@@ -29,17 +29,8 @@ struct MovableFakeZone {
   std::shared_ptr<fakes::FakeTimeZone> zone = std::make_shared<fakes::FakeTimeZone>();
 };
 
-/// Sets or unsets an environment variable.
-void setVariable(const char* name, const std::optional<std::string>& text) {
-#ifdef _WIN32
-  _putenv_s(name, text.value_or("").c_str());
-#else
-  text ? setenv(name, text->c_str(), 1) : unsetenv(name);
-#endif
-}
-
 void setZone(const std::optional<std::string>& text) {
-  setVariable("TZ", text);
+  tests::setVariable("TZ", text);
 #ifdef _WIN32
   _tzset();
 #else
@@ -112,14 +103,14 @@ TEST(SystemTimeZoneTest, NoticesEveryChangeOfTheVariable) {
 #ifdef _WIN32
     if (each == "") continue;  // variables cannot be empty there
 #endif
-    setVariable("CORVO_TEST_A", "moves the variable");
+    tests::setVariable("CORVO_TEST_A", "moves the variable");
     setZone(each);
-    setVariable("CORVO_TEST_A", std::nullopt);
+    tests::setVariable("CORVO_TEST_A", std::nullopt);
     EXPECT_NE(zone->identifier(), before) << each.value_or("unset");
     before = zone->identifier();
-    setVariable("CORVO_TEST_B", "");
+    tests::setVariable("CORVO_TEST_B", "");
     EXPECT_EQ(zone->identifier(), before) << "another variable was touched";
-    setVariable("CORVO_TEST_B", std::nullopt);
+    tests::setVariable("CORVO_TEST_B", std::nullopt);
   }
 }
 
@@ -137,7 +128,7 @@ TEST(SystemTimeZoneTest, FollowsTheVariableWithoutTzset) {
   setZone("UTC0");
   const auto zone = platform::systemTimeZone();
   const std::uint64_t before = zone->identifier();
-  setVariable("TZ", "ABC-24:59:59");
+  tests::setVariable("TZ", "ABC-24:59:59");
   EXPECT_NE(zone->identifier(), before);
   EXPECT_EQ(zone->offsetAt(kWinter), 86'399) << "an offset must be less than a day";
 }

@@ -13,7 +13,6 @@
 #include <thread>
 
 #include "host/curl_transfers.h"
-#include "host/sigpipe.h"
 #include "tests/host/loopback_server.h"
 
 namespace corvo {
@@ -160,20 +159,6 @@ TEST(HostLoopTest, OutlivesATaskThatReleasesIt) {
   host.loop->post([] {});
   loop.lock()->tick();
   EXPECT_TRUE(loop.expired());
-}
-
-TEST(SigpipeTest, IsKeptFromTheProcessAndLeavesNothing) {
-  {
-    const host::SigpipeBlocker quiet;
-    raise(SIGPIPE);
-  }
-  sigset_t pending{};
-  sigset_t blocked{};
-  sigpending(&pending);
-  pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
-  EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
-  EXPECT_EQ(sigismember(&blocked, SIGPIPE), 0);
-  EXPECT_EXIT(raise(SIGPIPE), testing::KilledBySignal(SIGPIPE), "") << "as before";
 }
 
 TEST(HostLoopTest, ATickNeverWaitsForATransfer) {

@@ -2,18 +2,23 @@
 
 #include "tests/host/loopback_server.h"
 
+#ifdef _WIN32
+#include <winsock2.h>
+#include <ws2tcpip.h>
+#else
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
-#include <stdlib.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#endif
 
 #include <stdexcept>
 #include <utility>
 
 #include "host/sigpipe.h"
 #include "tests/base/case_table.h"
+#include "tests/base/environment.h"
 
 namespace corvo::tests {
 
@@ -22,6 +27,29 @@ using namespace corvo_internal;
 namespace {
 
 constexpr int kMomentMilliseconds = 10;
+
+#ifdef _WIN32
+constexpr int MSG_NOSIGNAL = 0;
+
+int poll(pollfd* sockets, std::size_t count, int milliseconds) {
+  return WSAPoll(sockets, static_cast<ULONG>(count), milliseconds);
+}
+int close(int socket) { return closesocket(socket); }
+int socketsStarted() {
+  static WSADATA ignored;
+  static const int started = WSAStartup(MAKEWORD(2, 2), &ignored);
+  return started;
+}
+#else
+int socketsStarted() { return 0; }
+#endif
+
+pollfd readable(int socket) {
+  pollfd polled{};
+  polled.fd = socket;
+  polled.events = POLLIN;
+  return polled;
+}
 
 }  // namespace
 
@@ -46,25 +74,25 @@ Stream::~Stream() { close(socket_); }
 
 std::string Stream::receive() {
   char bytes[4096];
-  const ssize_t size = recv(socket_, bytes, sizeof bytes, 0);
+  const auto size = recv(socket_, bytes, sizeof bytes, 0);
   return {bytes, size > 0 ? static_cast<std::size_t>(size) : 0};
 }
 
 bool Stream::send(const std::string& bytes) {
-  const ssize_t size = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-  return size == static_cast<ssize_t>(bytes.size());
+  const auto size = ::send(socket_, bytes.data(), static_cast<int>(bytes.size()), MSG_NOSIGNAL);
+  return std::cmp_equal(size, bytes.size());
 }
 
 void Stream::reset() {
   const linger atOnce{1, 0};
-  setsockopt(socket_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+  setsockopt(socket_, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&atOnce), sizeof atOnce);
 }
 
 LoopbackServer::LoopbackServer(Script script, Open open)
-    : listener_(socket(AF_INET, SOCK_STREAM, 0)),
+    : listener_(socketsStarted() == 0 ? static_cast<int>(socket(AF_INET, SOCK_STREAM, 0)) : -1),
       open_(std::move(open)),
       script_(std::move(script)) {
-  setenv("no_proxy", "127.0.0.1,localhost", 1);  // ignores any proxy of this machine
+  setVariable("no_proxy", "127.0.0.1,localhost");  // ignores any proxy of this machine
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -101,19 +129,20 @@ std::vector<LoopbackServer::Request> LoopbackServer::requests() const {
 void LoopbackServer::serve() {
   const host::SigpipeBlocker quiet;
   while (!stop_) {
-    std::vector<pollfd> sockets{{listener_, POLLIN, 0}};
-    for (const auto& [socket, connection] : connections_) sockets.push_back({socket, POLLIN, 0});
+    std::vector<pollfd> sockets{readable(listener_)};
+    for (const auto& [socket, connection] : connections_) sockets.push_back(readable(socket));
     poll(sockets.data(), sockets.size(), kMomentMilliseconds);
     if (sockets[0].revents != 0) {
-      const int socket = accept(listener_, nullptr, nullptr);
+      const auto socket = static_cast<int>(accept(listener_, nullptr, nullptr));
       ++accepted_;
       if (auto stream = open_(socket))
         connections_[socket] = {std::move(stream), accepted_, {}, {}};
     }
     for (std::size_t i = 1; i < sockets.size(); ++i) {
-      Connection& connection = connections_[sockets[i].fd];
+      const auto socket = static_cast<int>(sockets[i].fd);
+      Connection& connection = connections_[socket];
       const bool stays = sockets[i].revents != 0 ? receive(connection) : sendNext(connection);
-      if (!stays) connections_.erase(sockets[i].fd);
+      if (!stays) connections_.erase(socket);
     }
   }
 }

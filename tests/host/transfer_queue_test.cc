@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,7 +29,7 @@ class TransferQueueTest : public testing::Test {
   bool runUntilCame(std::size_t count) {
     return host_.loop->runUntil([&] { return responses_.size() >= count; });
   }
-  long failures() const {
+  std::ptrdiff_t failures() const {
     return std::count_if(responses_.begin(), responses_.end(),
                          [](auto& each) { return !!each.failure; });
   }
