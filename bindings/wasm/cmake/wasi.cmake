@@ -12,6 +12,8 @@ set(CMAKE_CXX_COMPILER clang++-19)
 set(CMAKE_C_COMPILER_TARGET wasm32-wasi)
 set(CMAKE_CXX_COMPILER_TARGET wasm32-wasi)
 set(CMAKE_CXX_FLAGS_INIT "-fno-exceptions -fno-rtti")
+# The C library's ordinary `strtod` rounds hexadecimal numbers twice.
+set(CMAKE_CXX_STANDARD_LIBRARIES_INIT -lc-printscan-long-double)
 
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 foreach(kind IN ITEMS LIBRARY INCLUDE PACKAGE)
