@@ -37,8 +37,7 @@ function fileOf(made, name) {
 async function runInNode(made) {
   const { loadCorvo } = await import('../dist/node.js');
   const bytes = (name) => readFile(fileOf(made, name));
-  const wasm = async (name) => WebAssembly.compile(await bytes(name));
-  return runAll({ loadCorvo, read: async (name) => (await bytes(name)).toString(), module: wasm });
+  return runAll({ loadCorvo, bytes, read: async (name) => (await bytes(name)).toString() });
 }
 
 const kTypes = { '.html': 'text/html', '.js': 'text/javascript', '.wasm': 'application/wasm' };
