@@ -158,12 +158,22 @@ export const tests = {
     equal(corvo.decode(kDocument).evaluate().checkFlag('f', 'any'), 1, 'what was disposed of is free again');
 
     const evaluation = corvo.decode(document).evaluate();
-    fails('CorvoError outOfMemory', () => evaluation.reset({ properties: { email: 'é'.repeat(2 ** 24) } }));
+    fails('CorvoError outOfMemory', () => evaluation.reset({ properties: { email: 'é'.repeat(2 ** 26 - 5) } }));
     equal(evaluation.checkFlag('f', 'string').length, 2 ** 21, 'nothing has changed yet');
     fails('CorvoError outOfMemory', () => {
       for (let i = 1; i < 100; ++i) evaluation.explainFlag('\u0001'.repeat(i * 2 ** 18));
     });
     fails('CorvoError disposed', () => evaluation.checkFlag('f', 'string'));
+  },
+
+  async 'garbage is freed'({ loadCorvo, bytes }) {
+    const corvo = await loadCorvo(limited(await bytes('bindings/wasm/dist/corvo.wasm')));
+    const document = JSON.stringify({ feature_flags: [{ name: 'f', type: 't', rules: always('x'.repeat(2 ** 21)) }] });
+    for (let i = 0; i < 100; ++i) {
+      equal(corvo.decode(document).evaluate().checkFlag('f', 'boolean'), undefined);
+      globalThis.gc();
+      await new Promise((done) => setTimeout(done)); // registries run between tasks
+    }
   },
 
   async 'getters may ask the engine'({ corvo }) {

@@ -10,8 +10,11 @@ import { createServer } from 'node:http';
 import { tmpdir } from 'node:os';
 import { extname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { setFlagsFromString } from 'node:v8';
+import { runInNewContext } from 'node:vm';
 
 import { makeProject, makeUsers } from './population.js';
+import * as readme from './readme.js';
 import { runAll } from './suite.js';
 
 const root = fileURLToPath(new URL('../../../', import.meta.url));
@@ -37,14 +40,17 @@ function fileOf(made, name) {
 async function runInNode(made) {
   const { loadCorvo } = await import('../dist/node.js');
   const bytes = (name) => readFile(fileOf(made, name));
-  return runAll({ loadCorvo, bytes, read: async (name) => (await bytes(name)).toString() });
+  setFlagsFromString('--expose-gc');
+  globalThis.gc = runInNewContext('gc');
+  return runAll({ loadCorvo, bytes, read: async (name) => (await bytes(name)).toString() }, readme);
 }
 
 const kTypes = { '.html': 'text/html', '.js': 'text/javascript', '.wasm': 'application/wasm' };
 
 /** Serves the repository to a page, which runs the tests and posts their results. */
 async function runInChromium(made) {
-  const { promise: results, resolve } = Promise.withResolvers?.() ?? withResolvers();
+  let resolve;
+  const results = new Promise((settle) => (resolve = settle));
   const server = createServer(async (request, response) => {
     const name = new URL(request.url, 'http://localhost').pathname.slice(1);
     if (request.method === 'POST') {
@@ -65,7 +71,7 @@ async function runInChromium(made) {
   const page = `http://127.0.0.1:${server.address().port}/bindings/wasm/tests/page.html`;
   const flags = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
     '--disable-background-networking', '--disable-component-update', '--disable-sync',
-    '--disable-dev-shm-usage', `--user-data-dir=${join(made, 'profile')}`];
+    '--disable-dev-shm-usage', '--js-flags=--expose-gc', `--user-data-dir=${join(made, 'profile')}`];
   const browser = spawn('chromium', [...flags, page], { stdio: 'ignore' });
   const ended = once(browser, 'exit');
   try {
@@ -76,12 +82,6 @@ async function runInChromium(made) {
     server.close();
     server.closeAllConnections();
   }
-}
-
-function withResolvers() {
-  let resolve;
-  const promise = new Promise((settle) => (resolve = settle));
-  return { promise, resolve };
 }
 
 const made = await mkdtemp(join(tmpdir(), 'corvo-wasm-'));

@@ -7,9 +7,9 @@ import * as vectors from './vectors.js';
 import * as zones from './zones.js';
 
 /** Runs all tests, each with an engine of its own, and returns their names and errors. */
-export async function runAll(host) {
+export async function runAll(host, ...more) {
   const results = [];
-  for (const { tests } of [vectors, interfaceTests, misuse, zones, assignments]) {
+  for (const { tests } of [vectors, interfaceTests, misuse, zones, assignments, ...more]) {
     for (const [name, run] of Object.entries(tests)) {
       let error;
       try {
