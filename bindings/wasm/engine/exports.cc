@@ -3,7 +3,6 @@
 #include <corvo/evaluation.h>
 #include <corvo/experiment.h>
 #include <corvo/json_value.h>
-#include <corvo/lint.h>
 #include <corvo/project.h>
 
 #include <cstddef>
@@ -18,6 +17,7 @@
 #include "boundary.h"
 #include "context.h"
 #include "evaluation/report_json.h"
+#include "lint/finding_json.h"
 
 // The functions that JavaScript calls. Each sets the result; `name` arguments are in the input.
 
@@ -84,17 +84,6 @@ std::span<const std::size_t> positions(std::size_t count) {
   return {reinterpret_cast<const std::size_t*>(input().data()), count};
 }
 
-JsonObject findingJson(const Finding& finding) {
-  const bool isError = finding.severity == Finding::Severity::error;
-  return {{"code", std::string(finding.code)},
-          {"severity", isError ? "error" : "warning"},
-          {"pointer", finding.pointer},
-          {"offset", evaluation::jsonOf(finding.offset)},
-          {"line", evaluation::jsonOf(finding.line)},
-          {"column", evaluation::jsonOf(finding.column)},
-          {"message", finding.message}};
-}
-
 }  // namespace
 }  // namespace corvo::corvo_internal::wasm
 
@@ -102,7 +91,7 @@ using namespace corvo;
 using namespace corvo::corvo_internal::wasm;
 
 CORVO_WASM_EXPORT(corvo_lint) void lintDocument(std::size_t size) {
-  std::string json = toJson(corvo_internal::evaluation::listed(lint(inputText(size)), findingJson));
+  std::string json = corvo_internal::lint::findingsJson(inputText(size));
   dropInput();
   answer(std::move(json));
 }
