@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
 import { execFileSync } from 'node:child_process';
-import { readFile, rm, writeFile } from 'node:fs/promises';
+import { mkdtemp, readFile, rm, writeFile } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
 import { equal } from './expect.js';
@@ -10,23 +12,27 @@ const at = (path) => fileURLToPath(new URL(path, import.meta.url));
 const kMark = '--- the next block';
 
 export const tests = {
-  // The blocks are one program. A block of text is the output of the block before it.
+  // In an application that has installed the package. The blocks are one program; a block of text is the
+  // output of the block before it.
   async 'the code of the README prints what it says'() {
     const readme = await readFile(at('../README.md'), 'utf8');
     const blocks = [...readme.matchAll(/^```(\w+)\n([^]*?)^```$/gm)].map(([, language, text]) => ({ language, text }));
     const programs = blocks.filter(({ language }) => language === 'js').map(({ text }) => text);
     const expected = blocks.flatMap(({ language }, i) =>
       language === 'js' ? [blocks[i + 1]?.language === 'text' ? blocks[i + 1].text : ''] : []);
-    // Inside the package, its own name is known.
-    const program = at('readme.tmp.mjs');
-    await writeFile(program, programs.join(`console.log('${kMark}');\n`));
-    let output;
+    const application = await mkdtemp(join(tmpdir(), 'corvo-readme-'));
     try {
-      output = execFileSync(process.execPath, [program], { cwd: at('../../../examples/shop') }).toString();
+      const npm = (...command) => execFileSync('npm', command, { cwd: application, stdio: 'pipe' }).toString();
+      await writeFile(join(application, 'package.json'), '{}');
+      const archive = npm('pack', '--silent', at('..')).trim();
+      npm('install', '--offline', '--silent', `./${archive}`);
+      const program = join(application, 'program.mjs');
+      await writeFile(program, programs.join(`console.log('${kMark}');\n`));
+      const output = execFileSync(process.execPath, [program], { cwd: at('../../../examples/shop') }).toString();
+      equal(output.split(`${kMark}\n`), expected);
     } finally {
-      await rm(program);
+      await rm(application, { recursive: true });
     }
-    equal(output.split(`${kMark}\n`), expected);
     equal(programs.length > 5, true);
   },
 };
