@@ -99,10 +99,19 @@ export class Zones {
   own(): number {
     const now = Date.now();
     if (!(Math.abs(now - this.#ownReadAt) < 1000)) {
-      this.#own = this.numberOf(new Intl.DateTimeFormat().resolvedOptions().timeZone);
+      this.#own = this.#numberOfOwn();
       this.#ownReadAt = now;
     }
     return this.#own;
+  }
+
+  // A runtime may have a zone that it does not accept: "Etc/Unknown".
+  #numberOfOwn(): number {
+    try {
+      return this.numberOf(new Intl.DateTimeFormat().resolvedOptions().timeZone);
+    } catch {
+      return this.numberOf('UTC');
+    }
   }
 
   /** In seconds east of UTC. */

@@ -4,7 +4,7 @@ import { Wasi } from '../dist/wasi.js';
 
 /** Runs a program whose standard output is lines of text. Throws unless it exits with 0. */
 export async function linesOf(module) {
-  const wasi = new Wasi((bytes) => crypto.getRandomValues(bytes));
+  const wasi = new Wasi((bytes) => bytes.fill(1));
   const decoder = new TextDecoder();
   let output = '';
   let memory;
