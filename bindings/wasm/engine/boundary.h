@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
-// How texts and values pass between the engine and JavaScript. `src/memory.ts` is the other side:
-// both must have the same layouts. A null or an unknown handle never arrives here; JavaScript keeps
-// handles to itself.
+// How texts and values pass between the engine and JavaScript. `src/engine.ts` is the other side:
+// both must have the same layouts. An invalid handle never arrives here, since JavaScript keeps
+// handles in private fields.
 
 /// Makes a function callable from JavaScript.
 #define CORVO_WASM_EXPORT(name) extern "C" __attribute__((export_name(#name)))

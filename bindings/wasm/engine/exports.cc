@@ -19,7 +19,8 @@
 #include "evaluation/report_json.h"
 #include "lint/finding_json.h"
 
-// The functions that JavaScript calls. Each sets the result; `name` arguments are in the input.
+// The functions that JavaScript calls. Their answer is the result; names, documents, positions and
+// contexts are in the input. Some functions have no answer, and leave the last one.
 
 namespace corvo {
 
