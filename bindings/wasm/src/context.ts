@@ -34,7 +34,10 @@ export interface Context {
 const kMembers = new Set(['properties', 'location', 'device', 'now', 'timeZone']);
 const kFacts = ['appVersion', 'deviceId', 'systemName', 'systemVersion'];
 
-/** Checks a context, and writes it as the input of the next call. */
+/**
+ * Checks a context, and writes it as the input of the next call.
+ * @internal
+ */
 export function writeContext(engine: Engine, context: Context): void {
   // A misspelt member would silently put users into other groups.
   checkNames(context, 'the context', (name) => kMembers.has(name));

@@ -48,8 +48,11 @@ export interface DecodeOptions {
   readonly filter?: 'none' | 'client';
 }
 
-/** The module `corvo.wasm`, compiled or not. */
-export type ModuleSource = WebAssembly.Module | ArrayBuffer | Uint8Array<ArrayBuffer>;
+// Applications for Node.js need not have the types of a browser.
+type WasmModule = typeof globalThis extends { WebAssembly: { Module: { prototype: infer Module } } } ? Module : object;
+
+/** The module `corvo.wasm`: its bytes, or a compiled `WebAssembly.Module`. */
+export type ModuleSource = ArrayBuffer | Uint8Array | WasmModule;
 
 /** The engine, ready for documents. `loadCorvo` creates one. Each has its own memory. */
 export class Corvo {
@@ -64,7 +67,8 @@ export class Corvo {
     source: ModuleSource,
     fill: (bytes: Uint8Array<ArrayBuffer>) => void,
   ): Promise<Corvo> {
-    const module = source instanceof WebAssembly.Module ? source : await WebAssembly.compile(source);
+    const module =
+      source instanceof WebAssembly.Module ? source : await WebAssembly.compile(source as BufferSource);
     return new Corvo(await Engine.create(module, fill));
   }
 

@@ -4,10 +4,16 @@ import { CorvoError, type CorvoErrorCase } from './error.js';
 import { Wasi } from './wasi.js';
 import { Zones } from './zones.js';
 
-/** An address in the engine's memory. */
+/**
+ * An address in the engine's memory.
+ * @internal
+ */
 export type Address = number;
 
-/** The functions of the module; `engine/exports.cc` describes them. */
+/**
+ * The functions of the module; `engine/exports.cc` describes them.
+ * @internal
+ */
 export interface Calls {
   _initialize(): void;
   corvo_begin(): void;
@@ -36,12 +42,16 @@ export interface Calls {
   corvo_experiment_value(experiment: Address, nameSize: number, isFlag: number, kind: Kind): void;
 }
 
+/** @internal */
 interface Exports extends Calls {
   readonly memory: WebAssembly.Memory;
   readonly __stack_pointer: WebAssembly.Global;
 }
 
-/** What a record holds, as in `engine/boundary.h`. */
+/**
+ * What a record holds, as in `engine/boundary.h`.
+ * @internal
+ */
 export const Kind = {
   absent: 0,
   boolean: 1,
@@ -53,6 +63,7 @@ export const Kind = {
   list: 7,
   failure: 8,
 } as const;
+/** @internal */
 export type Kind = (typeof Kind)[keyof typeof Kind];
 
 /** Where the members of a record are. */
@@ -72,7 +83,10 @@ const kOutOfMemory = 'memory ran out';
 const encoder = new TextEncoder();
 const decoder = new TextDecoder('utf-8', { ignoreBOM: true });
 
-/** One instance of the module, with its memory. */
+/**
+ * One instance of the module, with its memory.
+ * @internal
+ */
 export class Engine {
   readonly calls: Calls;
   readonly zones: Zones;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
+/// <reference lib="esnext.disposable" preserve="true" />
 import { type Address, type Engine } from './engine.js';
 import { CorvoError } from './error.js';
 
@@ -8,7 +9,10 @@ export const kDispose: typeof Symbol.dispose = Symbol.dispose ?? Symbol.for('Sym
 
 const abandoned = new FinalizationRegistry<Handle>((handle) => handle.free());
 
-/** Owns an object in the engine's memory. */
+/**
+ * Owns an object in the engine's memory.
+ * @internal
+ */
 export class Handle {
   #address: Address | undefined;
 

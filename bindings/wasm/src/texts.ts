@@ -2,7 +2,10 @@
 
 import { type Address } from './engine.js';
 
-/** The texts of a project that have been read, by their addresses: the engine has each in one place. */
+/**
+ * The texts of a project that have been read, by their addresses: the engine has each in one place.
+ * @internal
+ */
 export class Texts {
   readonly #read = new Map<Address, string>();
 

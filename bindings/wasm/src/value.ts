@@ -39,13 +39,19 @@ const kKinds: { readonly [T in ValueType]: Kind } = {
   any: Kind.any,
 };
 
-/** The kind to ask for. */
+/**
+ * The kind to ask for.
+ * @internal
+ */
 export function kindOf(type: ValueType): Kind {
   if (!Object.hasOwn(kKinds, type)) throw new TypeError(`there is no type of values "${String(type)}"`);
   return kKinds[type];
 }
 
-/** The value of a record; undefined if there is none. */
+/**
+ * The value of a record; undefined if there is none.
+ * @internal
+ */
 export function valueAs<T extends ValueType>(
   engine: Engine,
   type: T,

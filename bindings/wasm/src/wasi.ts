@@ -4,7 +4,10 @@ const kSuccess = 0;
 const kBadDescriptor = 8;
 const kStandardError = 2;
 
-/** What the C library of the engine asks of its system: clocks, random bytes, a place for last words. */
+/**
+ * What the C library of the engine asks of its system: clocks, random bytes, a place for last words.
+ * @internal
+ */
 export class Wasi {
   /** The last words, before a trap. */
   said = '';

@@ -72,7 +72,10 @@ class Zone {
   }
 }
 
-/** The time zones in use. The engine knows them by number. */
+/**
+ * The time zones in use. The engine knows them by number.
+ * @internal
+ */
 export class Zones {
   readonly #zones: Zone[] = [];
   readonly #byCanonicalName = new Map<string, number>();

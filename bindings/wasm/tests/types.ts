@@ -19,6 +19,11 @@ export const text: string = evaluation.explainFlag('f', 'text');
 export const code: string | undefined = evaluation.explainFlag('f').steps[0]?.code;
 export const isStop = (error: CorvoError): boolean => error.case === 'stopped';
 
+export function briefly(): void {
+  using other = corvo.decode('{}');
+  other.evaluate().dispose();
+}
+
 // @ts-expect-error: no such type of values
 evaluation.checkFlag('f', 'float');
 // @ts-expect-error: a value may be absent
