@@ -5,12 +5,14 @@
 cmake_minimum_required(VERSION 3.25)
 
 set(patterns "")
-foreach(folder IN ITEMS bench cmake examples fuzz include packaging scripts src tests tool)
-  list(APPEND patterns ${ROOT}/${folder}/*.cc ${ROOT}/${folder}/*.h ${ROOT}/${folder}/*.sh
-    ${ROOT}/${folder}/*.py ${ROOT}/${folder}/*.cmake ${ROOT}/${folder}/CMakeLists.txt)
+foreach(folder IN ITEMS bench cmake examples fuzz include packaging scripts src tests tool
+    bindings/wasm/bench bindings/wasm/cmake bindings/wasm/engine bindings/wasm/src bindings/wasm/tests)
+  foreach(name IN ITEMS *.cc *.h *.sh *.py *.ts *.js *.html *.cmake CMakeLists.txt)
+    list(APPEND patterns ${ROOT}/${folder}/${name})
+  endforeach()
 endforeach()
 file(GLOB_RECURSE sources ${patterns})
-file(GLOB scripts ${ROOT}/CMakeLists.txt ${ROOT}/scripts/* ${ROOT}/.ci/run)
+file(GLOB scripts ${ROOT}/CMakeLists.txt ${ROOT}/bindings/*/CMakeLists.txt ${ROOT}/scripts/* ${ROOT}/.ci/run)
 set(checked 0)
 foreach(source IN LISTS sources scripts)
   file(STRINGS ${source} lines LIMIT_COUNT 2)

@@ -1,33 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <corvo/c/engine.h>
-#include <corvo/json_value.h>
-#include <corvo/lint.h>
 
-#include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "c/call.h"
 #include "c/objects.h"
-
-namespace corvo::corvo_internal::c {
-namespace {
-
-JsonObject findingJson(const Finding& finding) {
-  const bool isError = finding.severity == Finding::Severity::error;
-  return {{"code", std::string(finding.code)},
-          {"severity", isError ? "error" : "warning"},
-          {"pointer", finding.pointer},
-          {"offset", static_cast<std::int64_t>(finding.offset)},
-          {"line", static_cast<std::int64_t>(finding.line)},
-          {"column", static_cast<std::int64_t>(finding.column)},
-          {"message", finding.message}};
-}
-
-}  // namespace
-}  // namespace corvo::corvo_internal::c
+#include "lint/finding_json.h"
 
 using namespace corvo;
 using namespace corvo::corvo_internal::c;
@@ -35,9 +16,8 @@ using namespace corvo::corvo_internal::c;
 corvo_status corvo_lint(corvo_text document, corvo_findings** findings) {
   return call([&] {
     corvo_findings*& result = resultAt(findings);
-    JsonArray list;
-    for (const Finding& finding : lint(viewOf(document))) list.emplace_back(findingJson(finding));
-    auto object = std::make_shared<FindingsObject>(FindingsObject{toJson(list)});
+    std::string json = corvo_internal::lint::findingsJson(viewOf(document));
+    auto object = std::make_shared<FindingsObject>(FindingsObject{std::move(json)});
     result = static_cast<corvo_findings*>(corvo_internal::c::findings().add(std::move(object)));
   });
 }

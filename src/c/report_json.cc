@@ -4,27 +4,11 @@
 
 #include <corvo/json_value.h>
 
-#include <utility>
-
 #include "c/call.h"
-#include "c/value.h"
+#include "evaluation/report_json.h"
 #include "model/property_json.h"
 
 namespace corvo::corvo_internal::c {
-namespace {
-
-JsonObject detailJson(const CorvoExperimentDetail& detail) {
-  JsonArray results;
-  for (const auto& [name, value] : detail.results) {
-    results.emplace_back(JsonObject{{"name", name}, {"value", value}});
-  }
-  return {{"type", jsonOf(detail.type)},
-          {"id", detail.id},
-          {"group", detail.group.index},
-          {"results", std::move(results)}};
-}
-
-}  // namespace
 
 std::string flagsJson(const FlagReport& report) {
   JsonObject flags;
@@ -33,9 +17,7 @@ std::string flagsJson(const FlagReport& report) {
 }
 
 std::string detailsJson(const std::vector<CorvoExperimentDetail>& details) {
-  JsonArray list;
-  for (const CorvoExperimentDetail& detail : details) list.emplace_back(detailJson(detail));
-  return toJson(list);
+  return toJson(evaluation::jsonOf(details));
 }
 
 std::string explained(const Explanation& explanation, corvo_form form) {

@@ -67,8 +67,4 @@ corvo_value stringValue(std::optional<std::string_view> text) {
   return text ? textValue(CORVO_STRING, *text) : kAbsent;
 }
 
-JsonValue jsonOf(const std::optional<std::string>& text) {
-  return text ? JsonValue(*text) : JsonValue();
-}
-
 }  // namespace corvo::corvo_internal::c

@@ -2,11 +2,9 @@
 #pragma once
 
 #include <corvo/c/base.h>
-#include <corvo/json_value.h>
 #include <corvo/property.h>
 
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace corvo::corvo_internal::c {
@@ -22,9 +20,6 @@ corvo_value valueOf(std::optional<std::string_view> text, corvo_type type);
 
 /// A string that is absent where there is none.
 corvo_value stringValue(std::optional<std::string_view> text);
-
-/// Null for no text.
-JsonValue jsonOf(const std::optional<std::string>& text);
 
 }  // namespace corvo::corvo_internal::c
 

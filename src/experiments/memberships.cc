@@ -44,7 +44,9 @@ std::optional<std::string> membershipText(const std::vector<Membership>& members
     if (!text.empty()) text += '|';
     text.append(experiment->record->name.view()) += '.';
     std::array<char, std::numeric_limits<std::uint32_t>::digits10 + 1> digits;
-    text.append(digits.data(), std::to_chars(digits.begin(), digits.end(), placement.index).ptr);
+    const auto written =
+        std::to_chars(digits.data(), digits.data() + digits.size(), placement.index);
+    text.append(digits.data(), written.ptr);
   }
   return text;
 }
