@@ -281,15 +281,23 @@ class Evaluation:
         for flag, address, size in self._list(
             _c.lib.corvo_evaluation_flag_texts, selection.flags, _FLAG_TEXTS
         ):
-            name = names[flag]
             try:
-                values[name] = known[address, size]
+                values[names[flag]] = known[address, size]
             except KeyError:
-                value = self._check_flag(_c.text_from(name), ANY)
-                if not isinstance(value, dict):
-                    known[address, size] = value
-                values[name] = value
+                values[names[flag]] = self._learn(names[flag], address, size)
         return values
+
+    def _learn(self, flag: str, address: int, size: int) -> Value:
+        """The value of a flag's text, which the project has at this place as long as it exists."""
+        objects = self._project._known_objects
+        if (address, size) not in objects:
+            value: Value = self._check_flag(_c.text_from(flag), ANY)
+            if not isinstance(value, dict):
+                self._project._known_values[address, size] = value
+                return value
+            objects[address, size] = _c.str_from(_c.Result(address, size))
+        value = parse(objects[address, size])
+        return value
 
     def _groups(self, selection: Selection) -> Tuple[List[Membership], List[Membership]]:
         """The user's experiments and holdouts."""

@@ -73,9 +73,10 @@ class Project:
         }
         self._holdout_positions = {each.position for each in self.holdouts}
         self._everything = Selection(self._report_flags(), sorted(everything))
-        # The values of texts, by the place where the project has them. JSON objects are not there,
-        # since everybody may change theirs.
+        # The values of texts, by the place where the project has them. JSON objects stay texts,
+        # since every user gets one of their own, which may be changed.
         self._known_values: Dict[Tuple[int, int], Value] = {}
+        self._known_objects: Dict[Tuple[int, int], str] = {}
 
     @staticmethod
     def _experiment(members: Dict[str, Any]) -> ProjectExperiment:
