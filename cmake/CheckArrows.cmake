@@ -28,7 +28,7 @@ set(below_zones platform base)
 set(below_fakes api zones ${below_api})
 set(below_loops client host ${below_client})
 set(below_corvo api host ${below_api})
-set(below_c evaluation ${below_evaluation})
+set(below_c api host lint ${below_api})
 
 # The engine, and lint above it, receive their input and never wait. They must also run where these
 # headers are missing.
@@ -50,7 +50,7 @@ set(host_headers host)
 set(loops_headers loops/asio loops/glib loops/qt)
 set(fakes_headers fakes)
 set(corvo_headers corvo)
-set(c_headers c)
+set(c_headers c c/base c/client c/engine c/platform)
 
 function(folder_of include result)
   set(folder "")

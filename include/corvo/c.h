@@ -2,282 +2,31 @@
 #ifndef CORVO_C_H
 #define CORVO_C_H
 
-/// The engine in C11, for other languages and for programs in C. Link `corvo::c`.
+/// The library in C11, for other languages and for programs in C. Link `corvo::c`.
 ///
-/// **Handles.** Projects, evaluations and experiments are handles. A handle is a number, not an
+/// **Handles.** Projects, evaluations, clients and so on are handles. A handle is a number, not an
 /// address: one that is null, freed, or of another type is the error `CORVO_INVALID_HANDLE`, even
-/// if it is freed twice. Every `..._create` or `..._decode` needs its `..._free`.
+/// if it is freed twice. A handle that a function returns, or passes to a callback as the
+/// receiver's, needs its `..._free`.
 ///
 /// **Errors.** Functions return a status. If it is not `CORVO_OK`, results are untouched, and
-/// `corvo_last_error` describes what happened. Nothing throws.
+/// `corvo_last_error` describes what happened. Nothing throws, and callbacks must not throw either.
 ///
 /// **Text** is UTF-8 with a length, and may contain zero bytes. Invalid UTF-8 is replaced with
 /// U+FFFD. Arguments are read during the call and not kept. Texts that a function returns belong to
 /// the handle that was asked: they are valid as long as its comment says, and must not be freed.
 ///
-/// **Threads.** Use an evaluation on one thread at a time; concurrent use is the error
-/// `CORVO_BUSY`. All other handles are for any thread.
+/// **Structs with a size** begin with `size`: set it to the struct's `sizeof`, and every member
+/// that is not needed to zero, which means its default.
+///
+/// **Threads.** Use an evaluation, a user, a client or a reply on one thread at a time; concurrent
+/// use is the error `CORVO_BUSY`. One concurrent use of a client cannot be noticed in time: while
+/// another thread runs the loop and handles an answer for the client. It aborts the process, as in
+/// C++. So use a client on the thread that runs its loop. All other handles are for any thread.
 
-// This is C, whatever C++ would prefer: NOLINTBEGIN(modernize-*)
-
-#include <stdbool.h>
-#include <stddef.h>
-#include <stdint.h>
-
-#if defined(_WIN32) && defined(CORVO_SHARED)
-#if defined(corvo_c_EXPORTS)
-#define CORVO_C_EXPORT __declspec(dllexport)
-#else
-#define CORVO_C_EXPORT __declspec(dllimport)
-#endif
-#elif defined(__GNUC__)
-#define CORVO_C_EXPORT __attribute__((visibility("default")))
-#else
-#define CORVO_C_EXPORT
-#endif
-
-// C++ treats a value outside an enumeration as undefined, unless its underlying type is fixed.
-#ifdef __cplusplus
-#define CORVO_C_ENUM : int
-extern "C" {
-#else
-#define CORVO_C_ENUM
-#endif
-
-/// A text. No text at all has null `data`.
-typedef struct corvo_text {
-  const char* data;  ///< The bytes; null only if `size` is 0.
-  size_t size;       ///< Their number.
-} corvo_text;
-
-/// The text of a string literal: `CORVO_TEXT("new-checkout")`.
-#ifdef __cplusplus
-#define CORVO_TEXT(literal) (corvo_text{"" literal, sizeof(literal) - 1})
-#else
-#define CORVO_TEXT(literal) ((corvo_text){"" literal, sizeof(literal) - 1})
-#endif
-
-/// The text of a zero-terminated string; no text for null.
-CORVO_C_EXPORT corvo_text corvo_text_of(const char* terminated);
-
-/// What a function came to. Numbers never change.
-typedef enum corvo_status CORVO_C_ENUM {
-  CORVO_OK = 0,
-  /// The errors of the library, in the order of `CorvoError::Case`.
-  CORVO_INITIALIZATION_OF_EXISTING_CLIENT = 1,
-  CORVO_REQUEST_CONFIG_FAILED = 2,
-  CORVO_REQUEST_LOCATION_FAILED = 3,
-  CORVO_FEATURE_FLAG_NOT_FOUND = 4,
-  CORVO_FEATURE_FLAG_NO_RULES = 5,
-  CORVO_FEATURE_FLAG_RULES_NOT_SATISFIED = 6,
-  CORVO_EXPERIMENT_NOT_FOUND = 7,
-  CORVO_EXPERIMENT_GROUP_NOT_MATCHING_FEATURE_FLAG_GROUP = 8,
-  CORVO_EXPERIMENT_SPLIT_ID_NOT_FOUND = 9,
-  CORVO_EXPERIMENT_GROUP_INDEX_NOT_FOUND = 10,
-  CORVO_EXPERIMENT_ALREADY_CONTAINS_USER = 11,
-  CORVO_EXPERIMENT_GROUP_ALREADY_CONTAINS_USER = 12,
-  CORVO_HOLDOUT_NOT_FOUND = 13,
-  CORVO_EXPERIMENTS_EMPTY = 14,
-  CORVO_NO_FORCE_INCLUDED_EXPERIMENTS = 15,
-  /// A handle that is null, freed, or of another type.
-  CORVO_INVALID_HANDLE = 100,
-  /// A null result, an unknown enumerator, a struct of an unknown size, or a text without data.
-  CORVO_INVALID_ARGUMENT = 101,
-  /// The evaluation is in use, on another thread or by the caller of this callback.
-  CORVO_BUSY = 102,
-  /// Memory ran out.
-  CORVO_OUT_OF_MEMORY = 103
-} corvo_status;
-
-/// The name of a status: "featureFlagNotFound", "invalidHandle". Static; null if there is none.
-CORVO_C_EXPORT const char* corvo_status_name(corvo_status status);
-
-/// The last error of this thread.
-typedef struct corvo_error {
-  size_t size;          ///< Set it to `sizeof(corvo_error)`.
-  corvo_status status;  ///< `CORVO_OK` if no function has failed yet.
-  corvo_text text;      ///< For people. Valid until the next error on this thread.
-  int64_t offset;       ///< For a document that cannot be decoded: the byte; otherwise -1.
-} corvo_error;
-
-/// Fills in the last error of this thread. Success does not clear it.
-CORVO_C_EXPORT corvo_status corvo_last_error(corvo_error* error);
-
-/// What a value's text is read as.
-typedef enum corvo_type CORVO_C_ENUM {
-  CORVO_ABSENT = 0,   ///< There is no value.
-  CORVO_BOOLEAN = 1,  ///< `boolean`
-  CORVO_INTEGER = 2,  ///< `integer`
-  CORVO_DOUBLE = 3,   ///< `number`
-  CORVO_STRING = 4,   ///< `text`
-  CORVO_JSON = 5,     ///< `text`: that of a JSON object, as the configuration has it
-  CORVO_ANY = 6       ///< To ask for a value: the first of JSON, boolean, integer, double, string.
-} corvo_type;
-
-/// A value: its type says which of the other members counts.
-typedef struct corvo_value {
-  corvo_type type;  ///< `CORVO_ABSENT` without a value; never `CORVO_ANY`.
-  bool boolean;     ///< Of a `CORVO_BOOLEAN`.
-  int64_t integer;  ///< Of a `CORVO_INTEGER`.
-  double number;    ///< Of a `CORVO_DOUBLE`.
-  corvo_text text;  ///< Of a `CORVO_STRING` or `CORVO_JSON`.
-} corvo_value;
-
-/// A project's configuration, prepared for questions. See `corvo::Project`.
-typedef struct corvo_project corvo_project;
-
-/// Which flags and experiments of a document count.
-typedef enum corvo_filter CORVO_C_ENUM {
-  CORVO_FILTER_NONE = 0,   ///< All.
-  CORVO_FILTER_CLIENT = 1  ///< Those that a client keeps.
-} corvo_filter;
-
-/// Decodes a configuration document. Fails with `CORVO_REQUEST_CONFIG_FAILED`; the error's offset
-/// says where.
-CORVO_C_EXPORT corvo_status corvo_project_decode(corvo_text document, corvo_filter filter,
-                                                 corvo_project** project);
-/// Evaluations go on with their project.
-CORVO_C_EXPORT corvo_status corvo_project_free(corvo_project* project);
-
-/// All that there is in a project, as a JSON object: "flags", "experiments", "holdouts",
-/// "properties", "stops" and "drops", with the members that `corvo::Project` documents. Lists are
-/// in its order: the positions that `corvo_evaluation_flag_texts` and
-/// `corvo_evaluation_memberships` use. Valid until the project is freed.
-CORVO_C_EXPORT corvo_status corvo_project_describe(corvo_project* project, corvo_text* json);
-
-/// A name and its text.
-typedef struct corvo_property {
-  corvo_text name;   ///< As in conditions: "userId".
-  corvo_text value;  ///< Its text.
-} corvo_property;
-
-/// A time zone.
-typedef struct corvo_time_zone {
-  void* context;  ///< Passed to the functions.
-  /// The offset from UTC, in seconds east of Greenwich, at a moment in seconds since 1970.
-  int32_t (*offset_at)(void* context, int64_t moment);
-  /// A number that changes whenever the zone or its rules do.
-  uint64_t (*identifier)(void* context);
-} corvo_time_zone;
-
-/// All that an answer depends on besides the project. Set `size` to `sizeof(corvo_context)` and the
-/// rest to zero, then fill in what is known.
-typedef struct corvo_context {
-  size_t size;  ///< `sizeof(corvo_context)`
-  /// The user's properties, by the names that conditions use: "userId", "custom.plan". Of several
-  /// with one name the first counts.
-  const corvo_property* properties;
-  size_t property_count;  ///< Their number.
-  /// The location, by the names that a backend uses: "country", without "geo.".
-  const corvo_property* location;
-  size_t location_count;           ///< Its number of properties.
-  corvo_text application_version;  ///< The property "appVersion".
-  corvo_text device_id;            ///< The property "deviceId".
-  corvo_text system_name;          ///< The property "os.name".
-  corvo_text system_version;       ///< The property "os.version".
-  /// The moment in seconds since 1970, if `has_now`; otherwise that of the system's clock.
-  double now;
-  bool has_now;  ///< Whether `now` counts.
-  /// Null: the system's. It must outlive the evaluation, or its next reset.
-  const corvo_time_zone* time_zone;
-} corvo_context;
-
-/// Answers questions about one project and one context. See `corvo::Evaluation`.
-typedef struct corvo_evaluation corvo_evaluation;
-
-/// A null context is one without properties. The context is copied.
-CORVO_C_EXPORT corvo_status corvo_evaluation_create(corvo_project* project,
-                                                    const corvo_context* context,
-                                                    corvo_evaluation** evaluation);
-/// Switches to another context. This is how one evaluation answers for many users. After
-/// `CORVO_OUT_OF_MEMORY` it has no user.
-CORVO_C_EXPORT corvo_status corvo_evaluation_reset(corvo_evaluation* evaluation,
-                                                   const corvo_context* context);
-CORVO_C_EXPORT corvo_status corvo_evaluation_free(corvo_evaluation* evaluation);
-
-// Results of an evaluation are valid until the next call with it.
-
-/// The flag's value for the user, read as a type; absent if its text is not valid for the type.
-CORVO_C_EXPORT corvo_status corvo_evaluation_check_flag(corvo_evaluation* evaluation,
-                                                        corvo_text name, corvo_type type,
-                                                        corvo_value* value);
-/// All flags that have a value for the user, as a JSON object. A number that JSON cannot express is
-/// the string "inf", "-inf" or "nan".
-CORVO_C_EXPORT corvo_status corvo_evaluation_flags(corvo_evaluation* evaluation, corvo_text* json);
-/// The experiments that the user takes part in, as "checkout.1|colors.0"; absent if there are none.
-CORVO_C_EXPORT corvo_status corvo_evaluation_experiments(corvo_evaluation* evaluation,
-                                                         bool estimate_holdouts, corvo_value* text);
-/// The same with their values: a JSON array of objects with "type", "id", "group" (an index) and
-/// "results" (objects with "name" and "value").
-CORVO_C_EXPORT corvo_status corvo_evaluation_details(corvo_evaluation* evaluation,
-                                                     bool estimate_holdouts, corvo_text* json);
-/// Whether the user is in the first holdout of that name.
-CORVO_C_EXPORT corvo_status corvo_evaluation_holdout(corvo_evaluation* evaluation, corvo_text name,
-                                                     bool* is_in);
-/// The holdouts that the user is in, in the form of `corvo_evaluation_experiments`.
-CORVO_C_EXPORT corvo_status corvo_evaluation_holdouts(corvo_evaluation* evaluation,
-                                                      corvo_value* text);
-
-/// The text of a flag at a position.
-typedef struct corvo_flag_text {
-  size_t flag;      ///< The position among the project's flags.
-  corvo_text text;  ///< Its value for the user.
-} corvo_flag_text;
-/// The texts of the flags at these positions, for reports on many users; see
-/// `corvo::Evaluation::flagTexts`.
-CORVO_C_EXPORT corvo_status corvo_evaluation_flag_texts(corvo_evaluation* evaluation,
-                                                        const size_t* flags, size_t flag_count,
-                                                        const corvo_flag_text** texts,
-                                                        size_t* text_count);
-/// The user's group in the experiment at a position.
-typedef struct corvo_membership {
-  size_t experiment;  ///< The position among experiments and holdouts together.
-  size_t group;       ///< The position among the experiment's groups.
-} corvo_membership;
-/// The user's groups in the experiments and holdouts at these positions.
-CORVO_C_EXPORT corvo_status corvo_evaluation_memberships(corvo_evaluation* evaluation,
-                                                         const size_t* experiments,
-                                                         size_t experiment_count,
-                                                         const corvo_membership** memberships,
-                                                         size_t* membership_count);
-
-/// The form of an explanation.
-typedef enum corvo_form CORVO_C_ENUM { CORVO_FORM_TEXT = 0, CORVO_FORM_JSON = 1 } corvo_form;
-/// Why a flag has its value for the user, and why the user is in an experiment or not. Never fails
-/// for want of the flag or experiment: the explanation says so. See docs/explain.md.
-CORVO_C_EXPORT corvo_status corvo_evaluation_explain_flag(corvo_evaluation* evaluation,
-                                                          corvo_text name, corvo_form form,
-                                                          corvo_text* explanation);
-CORVO_C_EXPORT corvo_status corvo_evaluation_explain_experiment(corvo_evaluation* evaluation,
-                                                                corvo_text name, corvo_form form,
-                                                                corvo_text* explanation);
-
-/// An experiment that the user takes part in: a snapshot, for any thread. See
-/// `corvo::CorvoExperiment`.
-typedef struct corvo_experiment corvo_experiment;
-
-/// The first experiment of that name that the user takes part in; a null handle if there is none.
-/// Free it.
-CORVO_C_EXPORT corvo_status corvo_evaluation_experiment(corvo_evaluation* evaluation,
-                                                        corvo_text name,
-                                                        corvo_experiment** experiment);
-CORVO_C_EXPORT corvo_status corvo_experiment_free(corvo_experiment* experiment);
-
-/// The names of the experiment and of the user's group, and the group's index. Valid until the
-/// experiment is freed. Each result may be null.
-CORVO_C_EXPORT corvo_status corvo_experiment_group(corvo_experiment* experiment, corvo_text* name,
-                                                   corvo_text* group_name, int64_t* group_index);
-/// The value of a parameter, or of a carried flag, for the user's group. Texts are valid until the
-/// experiment is freed.
-CORVO_C_EXPORT corvo_status corvo_experiment_param(corvo_experiment* experiment, corvo_text name,
-                                                   corvo_type type, corvo_value* value);
-CORVO_C_EXPORT corvo_status corvo_experiment_flag(corvo_experiment* experiment, corvo_text name,
-                                                  corvo_type type, corvo_value* value);
-
-#ifdef __cplusplus
-}
-#endif
-
-// NOLINTEND(modernize-*)
+#include <corvo/c/base.h>
+#include <corvo/c/client.h>
+#include <corvo/c/engine.h>
+#include <corvo/c/platform.h>
 
 #endif

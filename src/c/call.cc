@@ -2,6 +2,8 @@
 
 #include "c/call.h"
 
+#include <corvo/c/base.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -43,20 +45,21 @@ std::int64_t offsetOf(const CorvoError& error) {
 
 }  // namespace
 
-corvo_status failed(const CorvoError& error) noexcept {
+corvo_error described(const CorvoError& error) {
+  const auto status = static_cast<corvo_status>(static_cast<int>(error.which()) + 1);
+  return {sizeof(corvo_error), status, asText(error.what()), offsetOf(error)};
+}
+
+corvo_status failed(const corvo_error& error) noexcept {
   LastError& last = lastError();
-  last.status = static_cast<corvo_status>(static_cast<int>(error.which()) + 1);
-  last.offset = offsetOf(error);
-  keepText(last, error.what());
-  return last.status;
+  last.status = error.status;
+  last.offset = error.offset;
+  keepText(last, {error.text.data, error.text.size});
+  return error.status;
 }
 
 corvo_status failed(corvo_status status, std::string_view text) noexcept {
-  LastError& last = lastError();
-  last.status = status;
-  last.offset = -1;
-  keepText(last, text);
-  return status;
+  return failed({sizeof(corvo_error), status, asText(text), -1});
 }
 
 std::string_view viewOf(corvo_text text) {
@@ -87,6 +90,14 @@ const char* corvo_status_name(corvo_status status) {
       return "busy";
     case CORVO_OUT_OF_MEMORY:
       return "outOfMemory";
+    case CORVO_DROPPED:
+      return "dropped";
+    case CORVO_CANCELLED:
+      return "cancelled";
+    case CORVO_PLATFORM_FAILED:
+      return "platformFailed";
+    case CORVO_UNAVAILABLE:
+      return "unavailable";
     default: {
       if (status < 1 || status > 15) return nullptr;
       const std::string_view name = to_string(static_cast<CorvoError::Case>(status - 1));

@@ -1,19 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <corvo/c.h>
+#include <corvo/c/base.h>
 #include <corvo/error.h>
 
+#include <cstddef>
 #include <exception>
+#include <new>
+#include <span>
+#include <stdexcept>
 #include <string_view>
 
 namespace corvo::corvo_internal::c {
 
-/// Each records the last error of this thread and returns its status.
-corvo_status failed(const CorvoError& error) noexcept;
+/// An error in C. Its text is the error's own.
+corvo_error described(const CorvoError& error);
+
+/// Records the last error of this thread and returns its status.
+corvo_status failed(const corvo_error& error) noexcept;
 corvo_status failed(corvo_status status, std::string_view text) noexcept;
 
-/// An argument that a caller in C got wrong.
+/// What a caller in C is told instead of an answer: a mistake of theirs, or of what they passed.
 class Misuse : public std::exception {
  public:
   Misuse(corvo_status misuse, const char* words) : status(misuse), text(words) {}
@@ -22,18 +29,31 @@ class Misuse : public std::exception {
   const char* text;  // static
 };
 
+[[noreturn]] inline void throwInvalidHandle() {
+  throw Misuse(CORVO_INVALID_HANDLE, "the handle is null, freed, or of another type");
+}
+[[noreturn]] inline void throwBusy() {
+  throw Misuse(CORVO_BUSY,
+               "the handle is in use, on another thread or by the caller of a callback");
+}
+
 /// Runs what a function of the C interface does, which nothing may leave by an exception.
 template <class Body>
 corvo_status call(Body body) noexcept {
+  static constexpr const char* kNoMemory = "memory ran out";
   try {
     body();
     return CORVO_OK;
   } catch (const CorvoError& error) {
-    return failed(error);
+    return failed(described(error));
   } catch (const Misuse& misuse) {
     return failed(misuse.status, misuse.text);
-  } catch (const std::exception&) {  // std::bad_alloc, or std::length_error for an absurd size
-    return failed(CORVO_OUT_OF_MEMORY, "memory ran out");
+  } catch (const std::bad_alloc&) {
+    return failed(CORVO_OUT_OF_MEMORY, kNoMemory);
+  } catch (const std::length_error&) {  // an absurd size
+    return failed(CORVO_OUT_OF_MEMORY, kNoMemory);
+  } catch (const std::exception& error) {
+    return failed(CORVO_PLATFORM_FAILED, error.what());
   }
 }
 
@@ -41,11 +61,29 @@ corvo_status call(Body body) noexcept {
 std::string_view viewOf(corvo_text text);
 inline corvo_text asText(std::string_view text) { return {text.data(), text.size()}; }
 
+/// The elements of an argument. Throws `Misuse` for a list without an address.
+template <class Element>
+std::span<const Element> listOf(const Element* elements, std::size_t count) {
+  if (elements == nullptr && count > 0) {
+    throw Misuse(CORVO_INVALID_ARGUMENT, "a list has a count but no address");
+  }
+  return {elements, count};
+}
+
 /// Where a function stores its result. Throws `Misuse` for null.
 template <class Result>
 Result& resultAt(Result* result) {
   if (result == nullptr) throw Misuse(CORVO_INVALID_ARGUMENT, "there is no place for the result");
   return *result;
+}
+
+/// A struct that begins with its size. Throws `Misuse` for null or another size.
+template <class Struct>
+Struct& sizedAt(Struct* given) {
+  if (given == nullptr || given->size != sizeof(Struct)) {
+    throw Misuse(CORVO_INVALID_ARGUMENT, "a struct is null, or its size is not its sizeof");
+  }
+  return *given;
 }
 
 }  // namespace corvo::corvo_internal::c

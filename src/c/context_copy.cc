@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string_view>
 
 #include "c/call.h"
@@ -47,21 +46,11 @@ std::optional<std::string> factOf(corvo_text text) {
   return std::string(view);
 }
 
-std::span<const corvo_property> listOf(const corvo_property* properties, std::size_t count) {
-  if (properties == nullptr && count > 0) {
-    throw Misuse(CORVO_INVALID_ARGUMENT, "a list of properties has a count but no address");
-  }
-  return {properties, count};
-}
-
 }  // namespace
 
 void ContextCopy::take(const corvo_context* given) {
   static constexpr corvo_context kEmpty{};
-  const corvo_context& from = given == nullptr ? kEmpty : *given;
-  if (given != nullptr && given->size != sizeof(corvo_context)) {
-    throw Misuse(CORVO_INVALID_ARGUMENT, "the context's size is not sizeof(corvo_context)");
-  }
+  const corvo_context& from = given == nullptr ? kEmpty : sizedAt(given);
   const corvo_time_zone zone = zoneOf(from.time_zone);
   PropertyMap location;
   for (const auto& [name, value] : listOf(from.location, from.location_count)) {
@@ -80,7 +69,7 @@ void ContextCopy::take(const corvo_context* given) {
   context_.now = from.has_now ? std::optional(from.now) : std::nullopt;
 }
 
-// The list is changed last, and the texts do not move while it is made.
+// The texts do not move while the list is made, because their memory is reserved first.
 void ContextCopy::takeProperties(const corvo_property* properties, std::size_t count) {
   const auto list = listOf(properties, count);
   std::size_t size = 0;

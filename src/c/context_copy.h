@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <corvo/c.h>
+#include <corvo/c/engine.h>
 #include <corvo/evaluation_context.h>
 
 #include <memory>

@@ -1,22 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include <corvo/c.h>
+#include <corvo/c/engine.h>
 #include <corvo/evaluation.h>
-#include <corvo/json_value.h>
 
 #include <cstddef>
 #include <exception>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
-#include <type_traits>
 #include <utility>
 
 #include "c/call.h"
 #include "c/objects.h"
+#include "c/report_json.h"
 #include "c/value.h"
-#include "model/property_json.h"
 
 namespace corvo::corvo_internal::c {
 namespace {
@@ -24,20 +21,7 @@ namespace {
 /// Calls the function with an evaluation that nobody else uses meanwhile.
 template <class Body>
 corvo_status withEvaluation(const corvo_evaluation* evaluation, Body body) {
-  return call([&] {
-    using Table = std::remove_cvref_t<decltype(evaluations())>;
-    const typename Table::Use use(evaluations(), evaluation);
-    if (use.found() == Table::Found::invalid) throwInvalidHandle();
-    if (use.found() == Table::Found::busy) throwBusy();
-    body(*use.object());
-  });
-}
-
-std::span<const std::size_t> positionsOf(const std::size_t* positions, std::size_t count) {
-  if (positions == nullptr && count > 0) {
-    throw Misuse(CORVO_INVALID_ARGUMENT, "a list of positions has a count but no address");
-  }
-  return {positions, count};
+  return call([&] { useAlone(evaluations(), evaluation, body); });
 }
 
 /// Keeps a text for the caller until the next call.
@@ -49,23 +33,6 @@ corvo_value keptValue(EvaluationObject& object, std::optional<std::string> text)
   if (!text) return stringValue(std::nullopt);
   object.text = std::move(*text);
   return stringValue(object.text);
-}
-
-JsonObject detailJson(const CorvoExperimentDetail& detail) {
-  JsonArray results;
-  for (const auto& [name, value] : detail.results) {
-    results.emplace_back(JsonObject{{"name", name}, {"value", value}});
-  }
-  return {{"type", jsonOf(detail.type)},
-          {"id", detail.id},
-          {"group", detail.group.index},
-          {"results", std::move(results)}};
-}
-
-std::string explained(const Explanation& explanation, corvo_form form) {
-  if (form == CORVO_FORM_TEXT) return explanation.toText();
-  if (form == CORVO_FORM_JSON) return explanation.toJson();
-  throw Misuse(CORVO_INVALID_ARGUMENT, "there is no such form of an explanation");
 }
 
 }  // namespace
@@ -114,11 +81,7 @@ corvo_status corvo_evaluation_check_flag(corvo_evaluation* evaluation, corvo_tex
 corvo_status corvo_evaluation_flags(corvo_evaluation* evaluation, corvo_text* json) {
   return withEvaluation(evaluation, [&](EvaluationObject& object) {
     corvo_text& result = resultAt(json);
-    const Result<FlagReport> report = object.evaluation.getUserFeatureFlagsDetails();
-    JsonObject flags;
-    for (const auto& [name, value] : report.value())
-      flags.emplace(name, corvo_internal::model::jsonOf(value));
-    result = kept(object, toJson(flags));
+    result = kept(object, flagsJson(object.evaluation.getUserFeatureFlagsDetails().value()));
   });
 }
 
@@ -136,11 +99,7 @@ corvo_status corvo_evaluation_details(corvo_evaluation* evaluation, bool estimat
   return withEvaluation(evaluation, [&](EvaluationObject& object) {
     corvo_text& result = resultAt(json);
     const auto details = object.evaluation.getUserExperimentsDetails(estimate_holdouts);
-    JsonArray list;
-    for (const CorvoExperimentDetail& detail : details.value()) {
-      list.emplace_back(detailJson(detail));
-    }
-    result = kept(object, toJson(list));
+    result = kept(object, detailsJson(details.value()));
   });
 }
 
@@ -165,7 +124,7 @@ corvo_status corvo_evaluation_flag_texts(corvo_evaluation* evaluation, const siz
     const corvo_flag_text*& result = resultAt(texts);
     std::size_t& count = resultAt(text_count);
     object.flagTexts.clear();
-    for (const auto& [flag, text] : object.evaluation.flagTexts(positionsOf(flags, flag_count))) {
+    for (const auto& [flag, text] : object.evaluation.flagTexts(listOf(flags, flag_count))) {
       object.flagTexts.push_back({flag, asText(text)});
     }
     result = object.flagTexts.data();
@@ -181,7 +140,7 @@ corvo_status corvo_evaluation_memberships(corvo_evaluation* evaluation, const si
     const corvo_membership*& result = resultAt(memberships);
     std::size_t& count = resultAt(membership_count);
     object.memberships.clear();
-    const auto positions = positionsOf(experiments, experiment_count);
+    const auto positions = listOf(experiments, experiment_count);
     for (const auto& [experiment, group] : object.evaluation.memberships(positions)) {
       object.memberships.push_back({experiment, group});
     }
@@ -211,13 +170,6 @@ corvo_status corvo_evaluation_experiment(corvo_evaluation* evaluation, corvo_tex
   return withEvaluation(evaluation, [&](EvaluationObject& object) {
     corvo_experiment*& result = resultAt(experiment);
     CorvoExperimentPointer found = object.evaluation.getExperiment(viewOf(name)).value();
-    if (!found) {
-      result = nullptr;
-      return;
-    }
-    auto snapshot = std::make_shared<ExperimentObject>(
-        ExperimentObject{found, found->name(), found->userGroupName().value_or(""),
-                         found->groupIndex().value_or(-1)});
-    result = static_cast<corvo_experiment*>(experiments().add(std::move(snapshot)));
+    result = found ? handleOf(std::move(found)) : nullptr;
   });
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include <corvo/c.h>
+#include <corvo/c/engine.h>
 
 #include "c/call.h"
 #include "c/objects.h"
@@ -18,7 +18,8 @@ corvo_status corvo_experiment_group(corvo_experiment* experiment, corvo_text* na
   return call([&] {
     const auto object = shared(experiments(), experiment);
     if (name != nullptr) *name = asText(object->name);
-    if (group_name != nullptr) *group_name = asText(object->groupName);
+    if (group_name != nullptr)
+      *group_name = object->groupName ? asText(*object->groupName) : corvo_text{};
     if (group_index != nullptr) *group_index = object->groupIndex;
   });
 }

@@ -40,6 +40,8 @@ class HandleTable {
   };
 
  public:
+  using Pointer = std::shared_ptr<Object>;
+
   /// The state of a handle that an operation finds.
   enum class Found : std::uint8_t { valid, invalid, busy };
 
@@ -100,8 +102,8 @@ class HandleTable {
     return reinterpret_cast<void*>(handle);  // NOLINT(performance-no-int-to-ptr): not an address
   }
 
-  Found free(const void* handle) {
-    std::shared_ptr<Object> last;  // destroyed when the slot is no longer in use
+  /// Makes the handle invalid, and moves its object to `last`.
+  Found take(const void* handle, Pointer& last) {
     {
       Use use(*this, handle);
       if (use.found() != Found::valid) return use.found();
@@ -134,7 +136,7 @@ class HandleTable {
     if (count_ >= kMaxIndex) throw std::bad_alloc();
     const std::size_t block = std::bit_width(count_ + 1) - 1;
     const std::uintptr_t size = count_ + 1;
-    free_.reserve(free_.size() + count_ + size);  // so that `free` does not allocate
+    free_.reserve(free_.size() + count_ + size);  // so that `take` does not allocate
     blocks_[block].store(new Slot[size], std::memory_order_release);
     for (std::uintptr_t i = size; i > 0; --i) free_.push_back(count_ + i - 1);
     count_ += size;

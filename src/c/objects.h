@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <corvo/c.h>
+#include <corvo/c/engine.h>
 #include <corvo/evaluation.h>
 #include <corvo/experiment.h>
 #include <corvo/project.h>
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -40,10 +42,20 @@ struct EvaluationObject {
 };
 
 struct ExperimentObject {
+  explicit ExperimentObject(CorvoExperimentPointer found)
+      : experiment(std::move(found)),
+        name(experiment->name()),
+        groupName(experiment->userGroupName()),
+        groupIndex(experiment->groupIndex().value_or(-1)) {}
+
   CorvoExperimentPointer experiment;
   std::string name;
-  std::string groupName;
+  std::optional<std::string> groupName;
   std::int64_t groupIndex;
+};
+
+struct FindingsObject {
+  std::string json;
 };
 
 // Never destroyed, so that programs may still free handles while they end.
@@ -59,11 +71,20 @@ inline auto& experiments() {
   static auto& table = *new HandleTable<ExperimentObject, 3, true>();
   return table;
 }
-
-[[noreturn]] inline void throwInvalidHandle() {
-  throw Misuse(CORVO_INVALID_HANDLE, "the handle is null, freed, or of another type");
+inline auto& findings() {
+  static auto& table = *new HandleTable<FindingsObject, 4, true>();
+  return table;
 }
-[[noreturn]] inline void throwBusy() { throw Misuse(CORVO_BUSY, "the evaluation is in use"); }
+
+inline corvo_project* handleOf(Project project) {
+  auto object = std::make_shared<ProjectObject>(std::move(project));
+  return static_cast<corvo_project*>(projects().add(std::move(object)));
+}
+/// Of an experiment that is not null.
+inline corvo_experiment* handleOf(CorvoExperimentPointer experiment) {
+  auto object = std::make_shared<ExperimentObject>(std::move(experiment));
+  return static_cast<corvo_experiment*>(experiments().add(std::move(object)));
+}
 
 /// A shared object. Throws `Misuse` if the handle is invalid.
 template <class Table>
@@ -73,11 +94,28 @@ auto shared(Table& table, const void* handle) {
   return object;
 }
 
+/// Calls the function with an object that nobody else uses meanwhile. Throws `Misuse` if the handle
+/// is invalid or in use.
+template <class Table, class Body>
+void useAlone(Table& table, const void* handle, Body&& body) {
+  const typename Table::Use use(table, handle);
+  if (use.found() == Table::Found::invalid) throwInvalidHandle();
+  if (use.found() == Table::Found::busy) throwBusy();
+  body(*use.object());
+}
+
+/// The object of a handle that is freed by this call. Throws `Misuse` as `useAlone` does.
 template <class Table>
-void freeHandle(Table& table, const void* handle) {
-  const auto found = table.free(handle);
+auto takeFrom(Table& table, const void* handle) {
+  typename Table::Pointer last;
+  const auto found = table.take(handle, last);
   if (found == Table::Found::invalid) throwInvalidHandle();
   if (found == Table::Found::busy) throwBusy();
+  return last;
+}
+template <class Table>
+void freeHandle(Table& table, const void* handle) {
+  takeFrom(table, handle);
 }
 
 }  // namespace corvo::corvo_internal::c

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include <corvo/c.h>
+#include <corvo/c/engine.h>
 #include <corvo/json_value.h>
 #include <corvo/project.h>
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -90,8 +89,7 @@ corvo_status corvo_project_decode(corvo_text document, corvo_filter filter,
   return call([&] {
     corvo_project*& result = resultAt(project);
     Result<Project> decoded = Project::decode(viewOf(document), filterOf(filter));
-    auto object = std::make_shared<ProjectObject>(std::move(decoded).value());
-    result = static_cast<corvo_project*>(projects().add(std::move(object)));
+    result = handleOf(std::move(decoded).value());
   });
 }
 

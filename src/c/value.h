@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <corvo/c.h>
+#include <corvo/c/base.h>
 #include <corvo/json_value.h>
 #include <corvo/property.h>
 

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef CORVO_C_BASE_H
+#define CORVO_C_BASE_H
+
+// This is C, whatever C++ would prefer: NOLINTBEGIN(modernize-*)
+
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(_WIN32) && defined(CORVO_SHARED)
+#if defined(corvo_c_EXPORTS)
+#define CORVO_C_EXPORT __declspec(dllexport)
+#else
+#define CORVO_C_EXPORT __declspec(dllimport)
+#endif
+#elif defined(__GNUC__)
+#define CORVO_C_EXPORT __attribute__((visibility("default")))
+#else
+#define CORVO_C_EXPORT
+#endif
+
+// C++ treats a value outside an enumeration as undefined, unless its underlying type is fixed.
+#ifdef __cplusplus
+#define CORVO_C_ENUM : int
+extern "C" {
+#else
+#define CORVO_C_ENUM
+#endif
+
+/// A text. No text at all has null `data` and the size 0; where a text is required, that is the
+/// empty text.
+typedef struct corvo_text {
+  const char* data;  ///< The bytes; null only if `size` is 0.
+  size_t size;       ///< Their number.
+} corvo_text;
+
+/// The text of a string literal: `CORVO_TEXT("new-checkout")`.
+#ifdef __cplusplus
+#define CORVO_TEXT(literal) (corvo_text{"" literal, sizeof(literal) - 1})
+#else
+#define CORVO_TEXT(literal) ((corvo_text){"" literal, sizeof(literal) - 1})
+#endif
+
+/// The text of a zero-terminated string; no text for null.
+CORVO_C_EXPORT corvo_text corvo_text_of(const char* terminated);
+
+/// What a function came to. Numbers never change.
+typedef enum corvo_status CORVO_C_ENUM {
+  CORVO_OK = 0,
+  /// The errors of the library, in the order of `CorvoError::Case`.
+  CORVO_INITIALIZATION_OF_EXISTING_CLIENT = 1,
+  CORVO_REQUEST_CONFIG_FAILED = 2,
+  CORVO_REQUEST_LOCATION_FAILED = 3,
+  CORVO_FEATURE_FLAG_NOT_FOUND = 4,
+  CORVO_FEATURE_FLAG_NO_RULES = 5,
+  CORVO_FEATURE_FLAG_RULES_NOT_SATISFIED = 6,
+  CORVO_EXPERIMENT_NOT_FOUND = 7,
+  CORVO_EXPERIMENT_GROUP_NOT_MATCHING_FEATURE_FLAG_GROUP = 8,
+  CORVO_EXPERIMENT_SPLIT_ID_NOT_FOUND = 9,
+  CORVO_EXPERIMENT_GROUP_INDEX_NOT_FOUND = 10,
+  CORVO_EXPERIMENT_ALREADY_CONTAINS_USER = 11,
+  CORVO_EXPERIMENT_GROUP_ALREADY_CONTAINS_USER = 12,
+  CORVO_HOLDOUT_NOT_FOUND = 13,
+  CORVO_EXPERIMENTS_EMPTY = 14,
+  CORVO_NO_FORCE_INCLUDED_EXPERIMENTS = 15,
+  /// A handle that is null, freed, or of another type.
+  CORVO_INVALID_HANDLE = 100,
+  /// A null result, an unknown enumerator, a struct of an unknown size, or a text without data.
+  CORVO_INVALID_ARGUMENT = 101,
+  /// What the handle stands for is in use, on another thread or by the caller of this callback.
+  CORVO_BUSY = 102,
+  /// Memory ran out.
+  CORVO_OUT_OF_MEMORY = 103,
+  /// No answer will come: nothing that could bring it is under way any more.
+  CORVO_DROPPED = 104,
+  /// The caller's function asked to change nothing.
+  CORVO_CANCELLED = 105,
+  /// A service of the platform failed.
+  CORVO_PLATFORM_FAILED = 106,
+  /// This build has no ready-made platform.
+  CORVO_UNAVAILABLE = 107
+} corvo_status;
+
+/// The name of a status: "featureFlagNotFound", "invalidHandle". Static; null if there is none.
+CORVO_C_EXPORT const char* corvo_status_name(corvo_status status);
+
+/// The last error of this thread.
+typedef struct corvo_error {
+  size_t size;          ///< Set it to `sizeof(corvo_error)`.
+  corvo_status status;  ///< `CORVO_OK` if no function has failed yet.
+  corvo_text text;      ///< For people. Valid until the next error on this thread.
+  int64_t offset;       ///< For a document that cannot be decoded: the byte; otherwise -1.
+} corvo_error;
+
+/// Fills in the last error of this thread. Success does not clear it. A wrong argument of this very
+/// function is not recorded.
+CORVO_C_EXPORT corvo_status corvo_last_error(corvo_error* error);
+
+/// What a value's text is read as.
+typedef enum corvo_type CORVO_C_ENUM {
+  CORVO_ABSENT = 0,   ///< There is no value.
+  CORVO_BOOLEAN = 1,  ///< `boolean`
+  CORVO_INTEGER = 2,  ///< `integer`
+  CORVO_DOUBLE = 3,   ///< `number`
+  CORVO_STRING = 4,   ///< `text`
+  CORVO_JSON = 5,     ///< `text`: that of a JSON object, as the configuration has it
+  CORVO_ANY = 6       ///< To ask for a value: the first of JSON, boolean, integer, double, string.
+} corvo_type;
+
+/// A value: its type says which of the other members counts.
+typedef struct corvo_value {
+  corvo_type type;  ///< `CORVO_ABSENT` without a value; never `CORVO_ANY`.
+  bool boolean;     ///< Of a `CORVO_BOOLEAN`.
+  int64_t integer;  ///< Of a `CORVO_INTEGER`.
+  double number;    ///< Of a `CORVO_DOUBLE`.
+  corvo_text text;  ///< Of a `CORVO_STRING` or `CORVO_JSON`.
+} corvo_value;
+
+#ifdef __cplusplus
+}
+#endif
+
+// NOLINTEND(modernize-*)
+
+#endif

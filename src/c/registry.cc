@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include <corvo/c/client.h>
+
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "c/call.h"
+#include "c/caller_platform.h"
+#include "c/client_objects.h"
+#include "c/objects.h"
+#include "c/ready_made.h"
+
+namespace corvo::corvo_internal::c {
+namespace {
+
+/// What the caller brings, and the ready-made platform for the rest. The loop counts if something
+/// of it is used.
+std::shared_ptr<RegistryObject> makeRegistry(const corvo_host_options* options, Platform own) {
+  const bool isComplete = own.clock && own.timeZone && own.mainQueue && own.urlSession &&
+                          own.preferencesStore && own.device && own.secureRandom;
+  if (isComplete) return std::make_shared<RegistryObject>(std::move(own), nullptr);
+  auto [loop, rest] = readyMade(options);
+  if (own.mainQueue && own.urlSession) loop = nullptr;
+  const auto fill = [](auto& service, auto& other) {
+    if (!service) service = std::move(other);
+  };
+  fill(own.clock, rest.clock);
+  fill(own.timeZone, rest.timeZone);
+  fill(own.mainQueue, rest.mainQueue);
+  fill(own.urlSession, rest.urlSession);
+  fill(own.preferencesStore, rest.preferencesStore);
+  fill(own.device, rest.device);
+  fill(own.secureRandom, rest.secureRandom);
+  return std::make_shared<RegistryObject>(std::move(own), std::move(loop));
+}
+
+template <class Body>
+corvo_status withLoop(const corvo_registry* registry, Body body) {
+  return call([&] {
+    const auto object = shared(registries(), registry);
+    if (!object->loop) throw Misuse(CORVO_UNAVAILABLE, "the registry uses no ready-made loop");
+    body(*object);
+  });
+}
+template <class Body>
+corvo_status runLoop(const corvo_registry* registry, Body body) {
+  return withLoop(registry, [&](RegistryObject& object) {
+    const OneThread::Stay running(object.running);
+    body(*object.loop);
+  });
+}
+
+/// A listener with its context, which is the caller's until the last copy is gone.
+class Listener {
+ public:
+  Listener(void* context, void (*listener)(void*), void (*destroy)(void*))
+      : context_(context,
+                 [destroy](void* last) {
+                   if (destroy != nullptr) destroy(last);
+                 }),
+        listener_(listener) {}
+
+  void operator()() const { listener_(context_.get()); }
+
+ private:
+  std::shared_ptr<void> context_;
+  void (*listener_)(void*);
+};
+
+NonNegative orDefault(std::uint64_t given, NonNegative otherwise) {
+  return given == 0 ? otherwise : NonNegative(given);
+}
+
+NonNegative retryCountOf(std::int64_t given, NonNegative otherwise) {
+  if (given == CORVO_NO_RETRIES) return 0U;
+  if (const auto count = NonNegative::checked(given)) return orDefault(count->value, otherwise);
+  throw Misuse(CORVO_INVALID_ARGUMENT, "the number of retries is negative");
+}
+
+ClientOptions optionsOf(const corvo_client_options& given) {
+  if (given.project_token.data == nullptr || given.api_url.data == nullptr) {
+    throw Misuse(CORVO_INVALID_ARGUMENT, "the project token or the address is missing");
+  }
+  ClientOptions options{.projectToken = viewOf(given.project_token),
+                        .apiURL = viewOf(given.api_url)};
+  if (given.initial_user != nullptr) {
+    useAlone(users(), given.initial_user,
+             [&](const UserObject& user) { options.initialUser = user.builder->build(); });
+  }
+  options.cacheTTL = orDefault(given.cache_ttl, options.cacheTTL);
+  options.retryCount = retryCountOf(given.retry_count, options.retryCount);
+  if (given.tag.data != nullptr) options.tag = viewOf(given.tag);
+  return options;
+}
+
+corvo_client* clientHandle(std::shared_ptr<RegistryObject> registry,
+                           std::shared_ptr<CorvoClient> client) {
+  auto object = std::make_shared<ClientObject>(std::move(registry), std::move(client));
+  return static_cast<corvo_client*>(clients().add(std::move(object)));
+}
+
+}  // namespace
+}  // namespace corvo::corvo_internal::c
+
+using namespace corvo;
+using namespace corvo::corvo_internal::c;
+
+corvo_status corvo_registry_create(const corvo_host_options* host, const corvo_platform* platform,
+                                   corvo_registry** registry) {
+  return call([&] {
+    Platform own = callerPlatform(platform);
+    corvo_registry*& result = resultAt(registry);
+    result = static_cast<corvo_registry*>(registries().add(makeRegistry(host, std::move(own))));
+  });
+}
+
+corvo_status corvo_registry_free(corvo_registry* registry) {
+  return call([&] { freeHandle(registries(), registry); });
+}
+
+corvo_status corvo_registry_run(corvo_registry* registry) {
+  return runLoop(registry, [](HostLoop& loop) { loop.run(); });
+}
+
+corvo_status corvo_registry_stop(corvo_registry* registry) {
+  return withLoop(registry, [](RegistryObject& object) { object.loop->stop(); });
+}
+
+corvo_status corvo_registry_tick(corvo_registry* registry) {
+  return runLoop(registry, [](HostLoop& loop) { loop.tick(); });
+}
+
+corvo_status corvo_registry_busy(corvo_registry* registry, bool* busy) {
+  return withLoop(registry, [&](RegistryObject& object) {
+    bool& result = resultAt(busy);
+    result = object.loop->busy();
+  });
+}
+
+corvo_status corvo_registry_on_work(corvo_registry* registry, void* context,
+                                    void (*listener)(void* context),
+                                    void (*destroy)(void* context)) {
+  return call([&] {
+    Listener owner(context, listener, destroy);
+    const auto object = shared(registries(), registry);
+    if (!object->loop) throw Misuse(CORVO_UNAVAILABLE, "the registry uses no ready-made loop");
+    if (listener == nullptr) return object->loop->onWork(nullptr);
+    object->loop->onWork(std::move(owner));
+  });
+}
+
+corvo_status corvo_registry_initialize_client(corvo_registry* registry,
+                                              const corvo_client_options* options,
+                                              corvo_client** client) {
+  return call([&] {
+    corvo_client*& result = resultAt(client);
+    const auto object = shared(registries(), registry);
+    result = clientHandle(object, object->registry.initializeClient(optionsOf(sizedAt(options))));
+  });
+}
+
+corvo_status corvo_registry_get_client(corvo_registry* registry, corvo_text tag,
+                                       corvo_client** client) {
+  return call([&] {
+    corvo_client*& result = resultAt(client);
+    const auto object = shared(registries(), registry);
+    auto found = object->registry.getClient(viewOf(tag));
+    result = found ? clientHandle(object, std::move(found)) : nullptr;
+  });
+}
+
+corvo_status corvo_registry_remove_client(corvo_registry* registry, corvo_text tag) {
+  return call([&] { shared(registries(), registry)->registry.removeClient(viewOf(tag)); });
+}
