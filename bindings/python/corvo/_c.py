@@ -65,6 +65,107 @@ class Context(Structure):
     ]
 
 
+class HostOptions(Structure):
+    _fields_ = [
+        ("size", c_size_t),
+        ("data_folder", Text),
+        ("data_file", Text),
+        ("in_memory", c_bool),
+        ("application_version", Text),
+        ("timeout_seconds", c_double),
+        ("transfer_seconds", c_double),
+        ("max_body_bytes", c_size_t),
+    ]
+
+
+class Property(Structure):
+    _fields_ = [("name", Result), ("value", Result)]
+
+
+class Request(Structure):
+    _fields_ = [
+        ("method", Result),
+        ("url", Result),
+        ("headers", POINTER(Property)),
+        ("header_count", c_size_t),
+        ("timeout_seconds", c_double),
+    ]
+
+
+class Response(Structure):
+    _fields_ = [("size", c_size_t), ("status", c_int32), ("body", Text), ("failure", Text)]
+
+
+class Change(Structure):
+    _fields_ = [("key", Result), ("value", Result)]
+
+
+Notify = CFUNCTYPE(None, c_void_p)
+Now = CFUNCTYPE(c_double, c_void_p)
+Start = CFUNCTYPE(None, c_void_p, POINTER(Request), c_void_p)
+Read = CFUNCTYPE(c_bool, c_void_p, Result, Result, c_void_p)
+Apply = CFUNCTYPE(c_bool, c_void_p, Result, POINTER(Change), c_size_t)
+Fact = CFUNCTYPE(None, c_void_p, c_int, c_void_p)
+
+
+class Platform(Structure):
+    _fields_ = [
+        ("size", c_size_t),
+        ("context", c_void_p),
+        ("destroy", Notify),
+        ("now", Now),
+        ("offset_at", OffsetAt),
+        ("zone_identifier", Identifier),
+        ("post", c_void_p),
+        ("run_until", c_void_p),
+        ("start", Start),
+        ("open_suite", c_void_p),
+        ("read", Read),
+        ("apply", Apply),
+        ("fact", Fact),
+        ("fill", c_void_p),
+    ]
+
+
+class ClientOptions(Structure):
+    _fields_ = [
+        ("size", c_size_t),
+        ("project_token", Text),
+        ("api_url", Text),
+        ("initial_user", c_void_p),
+        ("cache_ttl", c_uint64),
+        ("retry_count", c_int64),
+        ("tag", Text),
+    ]
+
+
+class Answer(Structure):
+    _fields_ = [
+        ("error", POINTER(Error)),
+        ("value", Value),
+        ("project", c_void_p),
+        ("experiments", POINTER(c_void_p)),
+        ("experiment_count", c_size_t),
+    ]
+
+
+Answered = CFUNCTYPE(None, c_void_p, POINTER(Answer))
+
+
+class Callback(Structure):
+    _fields_ = [("context", c_void_p), ("call", Answered), ("destroy", Notify)]
+
+
+class Copy(Structure):
+    _fields_ = [("exists", c_bool), ("stored_at", c_double), ("fresh_until", c_double)]
+
+
+class ClientCopies(Structure):
+    _fields_ = [("size", c_size_t), ("configuration", Copy), ("location", Copy)]
+
+
+Edit = CFUNCTYPE(c_bool, c_void_p, c_void_p)
+
 # A handle is a number, which ctypes passes fastest as a pointer.
 _handle = c_void_p
 _handle_out = POINTER(c_void_p)
@@ -94,6 +195,40 @@ _FUNCTIONS: Dict[str, Sequence[object]] = {
     "experiment_group": [_handle, _result_out, _result_out, POINTER(c_int64)],
     "experiment_param": [_handle, Text, c_int, _value_out],
     "experiment_flag": [_handle, Text, c_int, _value_out],
+    "lint": [Text, _handle_out],
+    "findings_json": [_handle, _result_out],
+    "findings_free": [_handle],
+    "bytes_set": [c_void_p, Text],
+    "exchange_complete": [_handle, POINTER(Response)],
+    "registry_create": [POINTER(HostOptions), POINTER(Platform), _handle_out],
+    "registry_free": [_handle],
+    "registry_tick": [_handle],
+    "registry_busy": [_handle, POINTER(c_bool)],
+    "registry_on_work": [_handle, c_void_p, Notify, Notify],
+    "registry_initialize_client": [_handle, POINTER(ClientOptions), _handle_out],
+    "registry_remove_client": [_handle, Text],
+    "user_create": [_handle, _handle_out],
+    "user_free": [_handle],
+    "user_set": [_handle, c_int, Text],
+    "user_set_custom": [_handle, Text, _value_out],
+    "client_free": [_handle],
+    "client_set_user_properties": [_handle, Edit, c_void_p],
+    "client_edit_user_properties": [_handle, Edit, c_void_p],
+    "client_check_flag": [_handle, Text, c_int, Callback],
+    "client_flags": [_handle, Callback],
+    "client_all_experiments": [_handle, Callback],
+    "client_all_experiments_text": [_handle, c_bool, Callback],
+    "client_experiment": [_handle, Text, Callback],
+    "client_holdout": [_handle, Text, Callback],
+    "client_all_holdouts": [_handle, Callback],
+    "client_details": [_handle, c_bool, Callback],
+    "client_explain_flag": [_handle, Text, c_int, Callback],
+    "client_explain_experiment": [_handle, Text, c_int, Callback],
+    "client_project": [_handle, Callback],
+    "client_include_force": [_handle, Text, POINTER(c_int64), Callback],
+    "client_exclude_force": [_handle, Text, Callback],
+    "client_exclude_force_all": [_handle, Callback],
+    "client_status": [_handle, POINTER(ClientCopies)],
 }
 
 
@@ -123,8 +258,8 @@ def _candidates() -> Iterator[str]:
         yield str(packaged)
     else:
         version = package_version()
-        if version:  # only libraries of one minor version fit
-            yield _file_name("." + ".".join(version.split(".")[:2]))
+        if version:
+            yield _file_name("." + _compatible_part(version))
         found = ctypes.util.find_library("corvo_c")
         if found:
             yield found
@@ -137,6 +272,21 @@ def _declare(library: ctypes.CDLL) -> None:
         function.restype = c_int
     library.corvo_status_name.argtypes = [c_int]
     library.corvo_status_name.restype = c_char_p
+    library.corvo_version.argtypes = []
+    library.corvo_version.restype = c_char_p
+
+
+def _check_version(library: ctypes.CDLL) -> None:
+    version: str = library.corvo_version().decode()
+    package = package_version()
+    if package is not None and _compatible_part(package) != _compatible_part(version):
+        raise OSError(f"it has version {version}, and the package {package}")
+
+
+def _compatible_part(version: str) -> str:
+    """Versions fit if they agree in this: before 1.0, a minor version may change anything."""
+    major, minor = version.split(".")[:2]
+    return f"0.{minor}" if major == "0" else major
 
 
 def _load() -> ctypes.CDLL:
@@ -145,6 +295,7 @@ def _load() -> ctypes.CDLL:
         try:
             library = ctypes.CDLL(candidate)
             _declare(library)
+            _check_version(library)
         except (OSError, AttributeError) as error:
             failures.append(f"{candidate}: {error}")
         else:
@@ -176,9 +327,12 @@ def text_from(text: Optional[str], what: str = "a name") -> Text:
 
 def str_from(text: Result) -> str:
     """A copy of a text that a function returned."""
-    if not text.size:
-        return ""
-    return ctypes.string_at(text.data, text.size).decode("utf-8", "replace")
+    return bytes_from(text).decode("utf-8", "replace")
+
+
+def bytes_from(text: Result) -> bytes:
+    """A copy of bytes that a function returned."""
+    return ctypes.string_at(text.data, text.size) if text.size else b""
 
 
 def sizes_from(numbers: Sequence[int]) -> "ctypes.Array[c_size_t]":

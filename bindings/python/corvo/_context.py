@@ -16,8 +16,8 @@ from . import _c
 
 _EPOCH = datetime.datetime(1970, 1, 1, tzinfo=datetime.timezone.utc)
 # A day away from what `datetime` can express, so that every local time can be expressed, too.
-_EARLIEST = int((datetime.datetime(1, 1, 2, tzinfo=datetime.timezone.utc) - _EPOCH).total_seconds())
-_LATEST = int((datetime.datetime(9999, 12, 30, tzinfo=datetime.timezone.utc) - _EPOCH).total_seconds())
+_EARLIEST = -62_135_510_400  # 0001-01-02
+_LATEST = 253_402_128_000  # 9999-12-30
 
 
 @dataclasses.dataclass(frozen=True)

@@ -17,7 +17,7 @@ from ._experiment import Experiment
 from ._handle import Handle
 from ._records import Assignment, DetailResult, ExperimentDetail, Membership
 from ._values import ANY, D, T, Value, number_of, parse, value_from
-from .errors import BUSY, FIRST_MISUSE, CorvoError, check, fail
+from .errors import BUSY, FIRST_MISUSE, CorvoError, check, error_of
 
 if TYPE_CHECKING:
     from ._project import Project
@@ -51,17 +51,24 @@ def details_from(text: str) -> List[ExperimentDetail]:
     ]
 
 
-def value_or(default: Any, ask: Callable[[], Any]) -> Any:
-    """The value, or the default, if there is one, instead of None and of the library's errors."""
-    if default is NOTHING:
-        return ask()
-    try:
-        value = ask()
-    except CorvoError as error:
-        if error.code >= FIRST_MISUSE:
-            raise
-        return default
-    return default if value is None else value
+class Fallback:
+    """Takes a value in a `with` statement, in which the library may raise its errors. If there is a
+    default, it replaces these errors and None."""
+
+    def __init__(self, default: Any):
+        self._default = default
+        self.value: Any = None
+
+    def __enter__(self) -> "Fallback":
+        return self
+
+    def __exit__(self, kind: Any, error: Any, traceback: Any) -> bool:
+        if self._default is NOTHING:
+            return False
+        if self.value is None:
+            self.value = self._default
+        is_misuse = isinstance(error, CorvoError) and error.code >= FIRST_MISUSE
+        return isinstance(error, (CorvoError, TimeoutError)) and not is_misuse
 
 
 class Selection:
@@ -122,8 +129,9 @@ class Evaluation:
         """
         number = number_of(kind)
         text = _c.text_from(name)
-        check = functools.partial(self._check_flag, text, number)
-        return value_or(default, functools.partial(self._exclusively, check))
+        with Fallback(default) as answer:
+            answer.value = self._exclusively(functools.partial(self._check_flag, text, number))
+        return answer.value
 
     def flags(self) -> Dict[str, Value]:
         """The values of all flags of the configuration that have one for the user."""
@@ -220,7 +228,7 @@ class Evaluation:
     def _exclusively(self, body: Callable[[], R]) -> R:
         with self._lock:
             if self._asking:  # by a time zone's function, or a signal handler
-                fail(BUSY, "the evaluation is in use")
+                raise error_of(BUSY, "the evaluation is in use")
             self._asking = True
             try:
                 return body()

@@ -39,6 +39,16 @@ def _record(cls: Type[R], members: Dict[str, Any]) -> R:
     return cls(**{field.name: member(field.name) for field in dataclasses.fields(cls)})
 
 
+def document_text(document: Union[str, bytes]) -> _c.Text:
+    """A document as an argument."""
+    if isinstance(document, str):
+        document = _c.encoded(document)
+    elif not isinstance(document, (bytes, bytearray, memoryview)):
+        raise TypeError(f"a document must be str or bytes, not {type(document).__name__}")
+    document = bytes(document)
+    return _c.Text(document, len(document))
+
+
 class Project:
     """A project's configuration, decoded and prepared for questions. Any number of threads may use
     it. `Project.decode` and clients make it."""
@@ -93,13 +103,8 @@ class Project:
         Raises `CorvoError` with the case "requestConfigFailed" if it cannot be read; the error's
         `offset` says where.
         """
-        if isinstance(document, str):
-            document = _c.encoded(document)
-        elif not isinstance(document, (bytes, bytearray, memoryview)):
-            raise TypeError(f"a document must be str or bytes, not {type(document).__name__}")
-        document = bytes(document)
+        text = document_text(document)
         handle = ctypes.c_void_p()
-        text = _c.Text(document, len(document))
         check(_c.lib.corvo_project_decode(text, int(Filter(filter)), handle))
         assert handle.value is not None
         return cls(handle.value)

@@ -4,7 +4,7 @@
 from __future__ import annotations
 
 import ctypes
-from typing import Dict, NoReturn, Optional, Type
+from typing import Dict, Optional, Type
 
 from . import _c
 
@@ -44,6 +44,14 @@ class BusyError(CorvoError, RuntimeError):
     """The object is in use: by the caller of this function, or on another thread."""
 
 
+class DroppedError(CorvoError):
+    """No answer will come: the client was closed, or nothing that could bring one is under way."""
+
+
+class PlatformError(CorvoError):
+    """A service of the platform failed."""
+
+
 class OutOfMemoryError(CorvoError, MemoryError):
     """Memory ran out."""
 
@@ -53,9 +61,12 @@ _CLASSES: Dict[int, Type[CorvoError]] = {
     101: InvalidArgumentError,
     102: BusyError,
     103: OutOfMemoryError,
+    104: DroppedError,
+    106: PlatformError,
 }
 FIRST_MISUSE = 100
 BUSY = 102
+DROPPED = 104
 
 
 def _name_of(status: int) -> str:
@@ -63,9 +74,9 @@ def _name_of(status: int) -> str:
     return name.decode() if name else f"status {status}"
 
 
-def fail(status: int, text: str, offset: Optional[int] = None) -> NoReturn:
-    """Raises the error of a status."""
-    raise _CLASSES.get(status, CorvoError)(text, _name_of(status), status, offset)
+def error_of(status: int, text: str, offset: Optional[int] = None) -> CorvoError:
+    """The exception for a status."""
+    return _CLASSES.get(status, CorvoError)(text, _name_of(status), status, offset)
 
 
 def check(status: int) -> None:
@@ -75,5 +86,11 @@ def check(status: int) -> None:
     error = _c.Error(size=ctypes.sizeof(_c.Error))
     _c.lib.corvo_last_error(error)
     if error.status != status:  # a signal handler failed meanwhile
-        fail(status, _name_of(status))
-    fail(status, _c.str_from(error.text), error.offset if error.offset >= 0 else None)
+        raise error_of(status, _name_of(status))
+    raise error_from(error)
+
+
+def error_from(error: _c.Error) -> CorvoError:
+    """The exception for an error of the library."""
+    offset = error.offset if error.offset >= 0 else None
+    return error_of(error.status, _c.str_from(error.text), offset)
