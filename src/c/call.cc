@@ -71,6 +71,11 @@ std::string_view viewOf(corvo_text text) {
   return {text.data == nullptr ? "" : text.data, text.size};
 }
 
+std::optional<std::string_view> optionalViewOf(corvo_text text) {
+  const std::string_view view = viewOf(text);
+  return text.data == nullptr ? std::nullopt : std::optional(view);
+}
+
 }  // namespace corvo::corvo_internal::c
 
 using namespace corvo;

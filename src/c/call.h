@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <exception>
 #include <new>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string_view>
@@ -60,6 +61,9 @@ corvo_status call(Body body) noexcept {
 /// The text of an argument. Throws `Misuse` for one without data.
 std::string_view viewOf(corvo_text text);
 inline corvo_text asText(std::string_view text) { return {text.data(), text.size()}; }
+
+/// The same; absent for no text at all.
+std::optional<std::string_view> optionalViewOf(corvo_text text);
 
 /// The elements of an argument. Throws `Misuse` for a list without an address.
 template <class Element>

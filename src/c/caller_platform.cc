@@ -297,7 +297,7 @@ corvo_status corvo_exchange_complete(corvo_exchange* exchange, const corvo_respo
     UrlResponse passed;
     if (given.status != 0) passed.status = given.status;
     passed.body = viewOf(given.body);
-    if (given.failure.data != nullptr) passed.failure = viewOf(given.failure);
+    passed.failure = optionalViewOf(given.failure);
     takeFrom(exchanges(), exchange)->completion(std::move(passed));
   });
 }

@@ -70,7 +70,7 @@ struct FlagValue {
   }
 };
 
-Outcome optionalText(std::optional<std::string> text) {
+Outcome optionalOutcome(std::optional<std::string> text) {
   return text ? textOutcome(CORVO_STRING, *std::move(text)) : Outcome();
 }
 
@@ -199,7 +199,7 @@ corvo_status corvo_client_all_experiments(corvo_client* client, corvo_callback c
 corvo_status corvo_client_all_experiments_text(corvo_client* client, bool estimate_holdouts,
                                                corvo_callback callback) {
   return ask<std::optional<std::string>>(
-      client, callback, optionalText,
+      client, callback, optionalOutcome,
       [&](CorvoClient& asked, auto& sink) { asked.askExperimentsText(estimate_holdouts, sink); });
 }
 
@@ -217,7 +217,7 @@ corvo_status corvo_client_holdout(corvo_client* client, corvo_text name, corvo_c
 
 corvo_status corvo_client_all_holdouts(corvo_client* client, corvo_callback callback) {
   return ask<std::optional<std::string>>(
-      client, callback, optionalText,
+      client, callback, optionalOutcome,
       [](CorvoClient& asked, auto& sink) { asked.askHoldoutsText(sink); });
 }
 

@@ -40,12 +40,6 @@ bool isSame(const corvo_time_zone& a, const corvo_time_zone& b) {
   return a.context == b.context && a.offset_at == b.offset_at && a.identifier == b.identifier;
 }
 
-std::optional<std::string> factOf(corvo_text text) {
-  const std::string_view view = viewOf(text);
-  if (text.data == nullptr) return std::nullopt;
-  return std::string(view);
-}
-
 }  // namespace
 
 void ContextCopy::take(const corvo_context* given) {
@@ -56,8 +50,11 @@ void ContextCopy::take(const corvo_context* given) {
   for (const auto& [name, value] : listOf(from.location, from.location_count)) {
     location.emplace(viewOf(name), viewOf(value));
   }
-  DeviceFacts device{factOf(from.application_version), factOf(from.device_id),
-                     factOf(from.system_name), factOf(from.system_version)};
+  DeviceFacts device;
+  device.applicationVersion = optionalViewOf(from.application_version);
+  device.vendorIdentifier = optionalViewOf(from.device_id);
+  device.systemName = optionalViewOf(from.system_name);
+  device.systemVersion = optionalViewOf(from.system_version);
   takeProperties(from.properties, from.property_count);
   // An evaluation goes on with what it knows about a zone as long as the object is the same.
   if (!isSame(zone, zone_)) {

@@ -92,7 +92,7 @@ ClientOptions optionsOf(const corvo_client_options& given) {
   }
   options.cacheTTL = orDefault(given.cache_ttl, options.cacheTTL);
   options.retryCount = retryCountOf(given.retry_count, options.retryCount);
-  if (given.tag.data != nullptr) options.tag = viewOf(given.tag);
+  if (const auto tag = optionalViewOf(given.tag)) options.tag = *tag;
   return options;
 }
 

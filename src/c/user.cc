@@ -24,11 +24,6 @@ constexpr Builder& (Builder::*kSetters[])(OptionalText) = {
     &Builder::setOsName,   &Builder::setOsVersion, &Builder::setGeoCode,  &Builder::setGeoCountry,
     &Builder::setGeoState, &Builder::setGeoCity,   &Builder::setEmail};
 
-OptionalText optionalText(corvo_text text) {
-  const std::string_view view = viewOf(text);
-  return text.data == nullptr ? OptionalText(std::nullopt) : OptionalText(view);
-}
-
 void setCustom(Builder& builder, std::string_view key, const corvo_value& value) {
   switch (value.type) {
     case CORVO_ABSENT:
@@ -93,7 +88,7 @@ corvo_status corvo_user_set(corvo_user* user, corvo_user_property property, corv
     if (property < 0 || property >= static_cast<int>(std::size(kSetters))) {
       throw Misuse(CORVO_INVALID_ARGUMENT, "there is no such property");
     }
-    (object.builder->*kSetters[property])(optionalText(value));
+    (object.builder->*kSetters[property])(optionalViewOf(value));
   });
 }
 

@@ -14,12 +14,10 @@
 #include <thread>
 #include <vector>
 
-#include "tests/base/case_table.h"
+#include "tests/c/caller_platform.h"
 
 namespace corvo::corvo_internal::c {
 namespace {
-
-std::string_view viewOf(corvo_text text) { return {text.data, text.size}; }
 
 corvo_error lastError() {
   corvo_error error{.size = sizeof(corvo_error), .status = CORVO_OK, .text = {}, .offset = 0};
