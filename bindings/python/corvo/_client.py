@@ -199,10 +199,10 @@ class _BaseClient:
         """Removes the client from its registry. Questions under way end with `DroppedError`; later
         ones raise `InvalidHandleError`. A second call does nothing."""
         if self._finalizer.alive:
-            self._registry.call(
-                _c.lib.corvo_registry_remove_client, self._registry, self._tag
-            )
+            remove = _c.lib.corvo_registry_remove_client
+            self._registry.call(remove, self._registry, self._tag)
             self._finalizer()
+            self._registry.drop(self._handle)
 
     def set_user(self, properties: Properties) -> None:
         """Replaces the stored user. Each property expires 24 hours later."""
@@ -270,7 +270,8 @@ class Client(_BaseClient):
         return self._ask(_Questions.flags())
 
     def experiment(self, name: str) -> Optional[Experiment]:
-        """The first experiment of that name that the user takes part in, or None."""
+        """The first experiment of that name that the user takes part in, or None. Raises
+        `CorvoError` if the project has none of that name."""
         return self._ask(_Questions.experiment(name))
 
     def all_experiments(self) -> List[Experiment]:
@@ -377,7 +378,8 @@ class AsyncClient(_BaseClient):
         return await self._ask(_Questions.flags())
 
     async def experiment(self, name: str) -> Optional[Experiment]:
-        """The first experiment of that name that the user takes part in, or None."""
+        """The first experiment of that name that the user takes part in, or None. Raises
+        `CorvoError` if the project has none of that name."""
         return await self._ask(_Questions.experiment(name))
 
     async def all_experiments(self) -> List[Experiment]:

@@ -138,7 +138,8 @@ class Evaluation:
         return self._exclusively(lambda: self._flag_values(self._project._everything))
 
     def experiment(self, name: str) -> Optional[Experiment]:
-        """The first experiment of that name that the user takes part in, or None."""
+        """The first experiment of that name that the user takes part in, or None. Raises
+        `CorvoError` if the project has none of that name."""
         text = _c.text_from(name)
         handle = ctypes.c_void_p()
 

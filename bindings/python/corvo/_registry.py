@@ -14,7 +14,7 @@ from typing import Any, Callable, Dict, Generic, List, Optional, TypeVar, Union
 
 from . import _c
 from ._platform import Platform, platform_struct
-from .errors import DROPPED, check, error_from, error_of
+from .errors import BUSY, DROPPED, check, error_from, error_of
 
 R = TypeVar("R")
 
@@ -47,7 +47,10 @@ class Question(Generic[R]):
 class Pending(Generic[R]):
     """A question under way. The library calls plain functions, which find it by its number."""
 
-    def __init__(self, read: Callable[[_c.Answer], R], listener: Optional[Callable[[], None]]):
+    def __init__(
+        self, client: int, read: Callable[[_c.Answer], R], listener: Optional[Callable[[], None]]
+    ):
+        self.client = client
         self._read = read
         self._listener = listener
         self._value: Optional[R] = None
@@ -56,6 +59,8 @@ class Pending(Generic[R]):
 
     def answer(self, answer: _c.Answer) -> None:
         """Copies the answer, which is valid only now."""
+        if self.is_done:
+            return
         try:
             if answer.error:
                 raise error_from(answer.error.contents)
@@ -145,7 +150,7 @@ class Registry:
         check(_c.lib.corvo_registry_create(options, struct, handle))
         assert handle.value is not None
         self._lock = threading.RLock()
-        self._depth = 0
+        self._is_used = False
         self._released: List[int] = []  # clients to free when none is in use
         self._drivers: Dict[asyncio.AbstractEventLoop, _Driver] = {}
         self._as_parameter_ = handle.value
@@ -154,12 +159,21 @@ class Registry:
     def call(self, function: Any, *arguments: Any) -> None:
         """Calls a function that uses a client or the loop, and raises its error."""
         with self._lock:
-            self._depth += 1
+            if self._is_used:  # by the caller of a service of the platform, or of a signal handler
+                raise error_of(BUSY, "the clients of this registry are in use")
+            self._is_used = True
             try:
                 check(function(*arguments))
             finally:
-                self._depth -= 1
+                self._is_used = False
                 self._free_released()
+
+    def drop(self, client: int) -> None:
+        """Ends the questions of a client, which would otherwise wait for their transfers."""
+        with self._lock:
+            for pending in list(_pending.values()):
+                if pending.client == client:
+                    pending.end()
 
     def release(self, client: int) -> None:
         """Frees a client: now, or when the one who uses it is done. Never waits, since the garbage
@@ -172,14 +186,14 @@ class Registry:
                 self._lock.release()
 
     def _free_released(self) -> None:
-        while self._released and not self._depth:
+        while self._released and not self._is_used:
             _c.lib.corvo_client_free(self._released.pop())
 
     def ask(
-        self, client: Any, question: Question[R], listener: Optional[Callable[[], None]] = None
+        self, client: int, question: Question[R], listener: Optional[Callable[[], None]] = None
     ) -> Pending[R]:
         """Asks. The listener is called when the question is done, on any thread."""
-        pending = Pending(question.read, listener)
+        pending = Pending(client, question.read, listener)
         number = next(_numbers)
         _pending[number] = pending
         callback = _c.Callback(number, _ANSWERED, _ENDED)
