@@ -5,9 +5,9 @@
 cmake_minimum_required(VERSION 3.25)
 
 set(patterns "")
-foreach(folder IN ITEMS bench cmake examples fuzz include packaging scripts src tests tool)
+foreach(folder IN ITEMS bench bindings cmake examples fuzz include packaging scripts src tests tool)
   list(APPEND patterns ${ROOT}/${folder}/*.cc ${ROOT}/${folder}/*.h ${ROOT}/${folder}/*.sh
-    ${ROOT}/${folder}/*.py ${ROOT}/${folder}/*.cmake ${ROOT}/${folder}/CMakeLists.txt)
+    ${ROOT}/${folder}/*.py ${ROOT}/${folder}/*.toml ${ROOT}/${folder}/*.cmake ${ROOT}/${folder}/CMakeLists.txt)
 endforeach()
 file(GLOB_RECURSE sources ${patterns})
 file(GLOB scripts ${ROOT}/CMakeLists.txt ${ROOT}/scripts/* ${ROOT}/.ci/run)

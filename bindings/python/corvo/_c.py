@@ -6,6 +6,7 @@ from __future__ import annotations
 import ctypes
 import ctypes.util
 import importlib.metadata
+import operator
 import os
 import pathlib
 import sys
@@ -336,5 +337,14 @@ def bytes_from(text: Result) -> bytes:
 
 
 def sizes_from(numbers: Sequence[int]) -> "ctypes.Array[c_size_t]":
-    """An array of `size_t`."""
-    return (c_size_t * len(numbers))(*numbers)
+    """An array of positions. Those that nothing can have become one of them."""
+    return (c_size_t * len(numbers))(
+        *(number if 0 <= number < sys.maxsize else sys.maxsize for number in numbers)
+    )
+
+
+def within_64_bits(number: int, what: str) -> int:
+    """The number, since ctypes would keep only its last bits. Raises ValueError."""
+    if not -(2**63) <= operator.index(number) < 2**63:
+        raise ValueError(f"{what} does not fit into 64 bits")
+    return number

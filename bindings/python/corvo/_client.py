@@ -130,7 +130,9 @@ class _Questions:
 
     @staticmethod
     def include_force(experiment: str, group_index: Optional[int]) -> Question[None]:
-        index = None if group_index is None else ctypes.c_int64(group_index)
+        index = None
+        if group_index is not None:
+            index = ctypes.c_int64(_c.within_64_bits(group_index, "an index"))
         function = _c.lib.corvo_client_include_force
         return Question(function, _c.text_from(experiment), index, read=_nothing)
 
@@ -183,8 +185,8 @@ class _BaseClient:
             project_token=_required(project_token, "a project token"),
             api_url=_required(api_url, "an address"),
             initial_user=None if user is None else user._as_parameter_,
-            cache_ttl=max(cache_ttl, 1),  # all below 10 become 10
-            retry_count=retry_count or -1,
+            cache_ttl=_c.within_64_bits(cache_ttl, "a time to live") or 1,  # which becomes 10
+            retry_count=_c.within_64_bits(retry_count, "a number of retries") or -1,
             tag=self._tag,
         )
         handle = ctypes.c_void_p()

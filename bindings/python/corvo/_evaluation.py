@@ -13,6 +13,7 @@ from typing import Optional, Sequence, Tuple, Type, TypeVar, Union, overload
 
 from . import _c
 from ._context import Context, ContextBuffer, User, Zone
+from ._exit import CallingBack
 from ._experiment import Experiment
 from ._handle import Handle
 from ._records import Assignment, DetailResult, ExperimentDetail, Membership
@@ -94,10 +95,12 @@ class Evaluation:
         self._buffer = ContextBuffer()
         self._buffer.write(user)
         handle = ctypes.c_void_p()
-        check(_c.lib.corvo_evaluation_create(project._handle, self._buffer.struct, handle))
+        create = _c.lib.corvo_evaluation_create
+        check(self._call(create, project._handle, self._buffer.struct, handle))
         assert handle.value is not None
         self._handle = Handle(handle.value, _c.lib.corvo_evaluation_free)
         self._zone = self._buffer.zone
+        self._check(0)
         self._items = ctypes.c_void_p()
         self._count = ctypes.c_size_t()
 
@@ -236,6 +239,12 @@ class Evaluation:
             finally:
                 self._asking = False
 
+    def _call(self, function: Any, *arguments: Any) -> int:
+        if self._buffer.zone is None and self._zone is None:
+            return int(function(*arguments))
+        with CallingBack():
+            return int(function(*arguments))
+
     def _check(self, status: int) -> None:
         if self._zone is not None:
             self._zone.check()
@@ -244,7 +253,7 @@ class Evaluation:
 
     def _ask(self, function: Any, *arguments: Any, read: Callable[[], R]) -> R:
         def body() -> R:
-            self._check(function(self._handle, *arguments))
+            self._check(self._call(function, self._handle, *arguments))
             return read()
 
         return self._exclusively(body)
@@ -263,21 +272,26 @@ class Evaluation:
 
     def _reset(self, write: Callable[[], None]) -> None:
         write()
-        status = _c.lib.corvo_evaluation_reset(self._handle, self._buffer.struct)
-        check(status)
+        reset = _c.lib.corvo_evaluation_reset
+        check(self._call(reset, self._handle, self._buffer.struct))
         self._zone = self._buffer.zone
         self._check(0)
 
     def _check_flag(self, name: _c.Text, number: int) -> Any:
         value = _c.Value()
-        self._check(_c.lib.corvo_evaluation_check_flag(self._handle, name, number, value))
+        ask = _c.lib.corvo_evaluation_check_flag
+        self._check(self._call(ask, self._handle, name, number, value))
         return value_from(value)
 
     def _list(
         self, function: Any, positions: "ctypes.Array[ctypes.c_size_t]", layout: struct.Struct
     ) -> Any:
         """The structs that a function lists, copied, as tuples."""
-        self._check(function(self._handle, positions, len(positions), self._items, self._count))
+        self._check(
+            self._call(
+                function, self._handle, positions, len(positions), self._items, self._count
+            )
+        )
         count = self._count.value
         if not count:
             return ()

@@ -13,6 +13,7 @@ import weakref
 from typing import Any, Callable, Dict, Generic, List, Optional, TypeVar, Union
 
 from . import _c
+from ._exit import CallingBack
 from ._platform import Platform, platform_struct
 from .errors import BUSY, DROPPED, check, error_from, error_of
 
@@ -135,6 +136,8 @@ class Registry:
         long a transfer may make no progress, in seconds (0: 60), `transfer_timeout` how long it may
         take (0: 300); a negative one means no time at all. `max_body_bytes` limits a body (0: 16
         MiB)."""
+        if max_body_bytes < 0:
+            raise ValueError("a size must not be negative")
         options = _c.HostOptions(
             size=ctypes.sizeof(_c.HostOptions),
             data_folder=_c.text_from(None if data_folder is None else os.fspath(data_folder)),
@@ -143,7 +146,7 @@ class Registry:
             application_version=_c.text_from(application_version, "a version"),
             timeout_seconds=timeout,
             transfer_seconds=transfer_timeout,
-            max_body_bytes=max_body_bytes,
+            max_body_bytes=_c.within_64_bits(max_body_bytes, "a size"),
         )
         handle = ctypes.c_void_p()
         struct = platform_struct(platform) if platform is not None else None
@@ -163,7 +166,9 @@ class Registry:
                 raise error_of(BUSY, "the clients of this registry are in use")
             self._is_used = True
             try:
-                check(function(*arguments))
+                with CallingBack():
+                    status = function(*arguments)
+                check(status)
             finally:
                 self._is_used = False
                 self._free_released()

@@ -58,9 +58,7 @@ def _value_of(name: str, value: Union[str, bool, int, float, None]) -> Tuple[_c.
     if isinstance(value, bool):
         return _c.Value(type=1, boolean=value), b""
     if isinstance(value, int):
-        if not -(2**63) <= value < 2**63:
-            raise ValueError(f"{name} does not fit into 64 bits")
-        return _c.Value(type=2, integer=value), b""
+        return _c.Value(type=2, integer=_c.within_64_bits(value, name)), b""
     if isinstance(value, float):
         return _c.Value(type=3, number=value), b""
     if not isinstance(value, str):

@@ -10,6 +10,7 @@ rm -rf "$environment"
 copy=$environment/source
 mkdir -p "$copy/include/corvo" "$copy/bindings"
 cp "$root/include/corvo/version.h" "$copy/include/corvo"
+cp "$root/LICENSE" "$copy"
 cp -R "$root/bindings/python" "$copy/bindings"
 
 quietly="--quiet --disable-pip-version-check --no-index --no-deps"

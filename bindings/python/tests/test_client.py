@@ -2,20 +2,22 @@
 """Clients, blocking and with asyncio, on a platform in Python and against a backend."""
 
 import asyncio
+import datetime
 import gc
 import pathlib
 import pickle
+import signal
+import socket
 import tempfile
 import threading
-import time
 import unittest
 import unittest.mock
-import warnings
 
 import corvo
 import support
 
 CONFIG = (support.SHOP / "config.json").read_bytes()
+DEVICE = corvo.Device("2.14.0", "6F9619FF-8B86-D011-B42D-00CF4FC964FF", "Plan 9", "4.1")
 GEO = (support.SHOP / "geo.json").read_bytes()
 
 
@@ -26,7 +28,14 @@ class Backend:
         self.now = float(support.MOMENT)
         self.requests = []
         self.fails = False
-        self.services = {"clock": lambda: self.now, "http": self.serve, "store": {}, **services}
+        self.services = {
+            "clock": lambda: self.now,
+            "time_zone": datetime.timezone.utc,
+            "http": self.serve,
+            "store": {},
+            "device": DEVICE,
+            **services,
+        }
 
     def serve(self, request: corvo.Request) -> corvo.Response:
         self.requests.append(request)
@@ -54,7 +63,9 @@ class Clients(unittest.TestCase):
         project = corvo.Project.decode(CONFIG, corvo.Filter.CLIENT)
         location = {"code": "PT", "country": "Portugal", "state": "Lisboa", "city": "Lisbon"}
         ann = project.evaluate(
-            corvo.Context({"userId": "ann"}, location, now=support.MOMENT)
+            corvo.Context(
+                {"userId": "ann"}, location, DEVICE, support.MOMENT, datetime.timezone.utc
+            )
         )
         self.assertEqual(client.flags(), ann.flags())
         for name in ann.flags():
@@ -184,11 +195,11 @@ class Clients(unittest.TestCase):
             def __setitem__(self, place, value):
                 raise OSError("the disk is full")
 
-        self.backend = Backend(store=Full(), device=corvo.Device("9.9", "D"))
+        self.backend = Backend(store=Full(), device=corvo.Device("9.9"))
         self.registry = self.backend.registry()
         reported = []
-        with unittest.mock.patch("sys.unraisablehook", reported.append):
-            flags = self.client().flags()
+        self.enterContext(unittest.mock.patch("sys.unraisablehook", reported.append))
+        flags = self.client().flags()
         self.assertEqual(flags["checkout-steps"], 1)
         self.assertTrue(flags["new-checkout"])  # by the application's version
         self.assertTrue(any("disk is full" in str(each.exc_value) for each in reported))
@@ -315,8 +326,6 @@ class Waiting(unittest.TestCase):
     """A backend that accepts connections, and says nothing."""
 
     def setUp(self) -> None:
-        import socket
-
         self.silent = self.enterContext(socket.create_server(("127.0.0.1", 0)))
         self.address = f"http://127.0.0.1:{self.silent.getsockname()[1]}"
         self.registry = corvo.Registry(in_memory=True)
@@ -343,10 +352,8 @@ class Waiting(unittest.TestCase):
             client.flags()
         timer.join()
 
-        def interrupt(signal, frame):
+        def interrupt(number, frame):
             raise KeyboardInterrupt
-
-        import signal
 
         before = signal.signal(signal.SIGALRM, interrupt)
         self.addCleanup(signal.signal, signal.SIGALRM, before)
