@@ -2,6 +2,8 @@
 
 #include "c/call.h"
 
+#include <corvo/version.h>
+
 #include <corvo/c/base.h>
 
 #include <algorithm>
@@ -110,6 +112,8 @@ const char* corvo_status_name(corvo_status status) {
     }
   }
 }
+
+const char* corvo_version() { return CORVO_VERSION; }
 
 corvo_status corvo_last_error(corvo_error* error) {
   const LastError& last = lastError();
