@@ -18,29 +18,20 @@ PresentedAnswer::PresentedAnswer(Outcome outcome) : outcome_(std::move(outcome))
   answer_.value = outcome_.value;
   const corvo_type type = outcome_.value.type;
   if (type == CORVO_STRING || type == CORVO_JSON) answer_.value.text = asText(outcome_.text);
-  addHandles();
-}
-
-/// All of them, or none.
-void PresentedAnswer::addHandles() {
-  experiments_.reserve(outcome_.experiments.size());
-  try {
-    for (const CorvoExperimentPointer& each : outcome_.experiments) {
-      experiments_.push_back(handleOf(each));
-    }
-    if (outcome_.project) answer_.project = handleOf(*outcome_.project);
-  } catch (const std::exception&) {
-    for (corvo_experiment* const each : experiments_) freeHandle(experiments(), each);
-    throw;
-  }
+  experiments_ = handlesOf(outcome_.experiments);
   answer_.experiments = experiments_.data();
   answer_.experiment_count = experiments_.size();
+  if (!outcome_.project) return;
+  try {
+    answer_.project = handleOf(*std::move(outcome_.project));
+  } catch (const std::exception&) {
+    freeAll(experiments_);
+    throw;
+  }
 }
 
 OwnedCallback::OwnedCallback(const corvo_callback& given) : given_(given) {
-  if (given.call != &refuseAnswer) return;
-  if (given.context == nullptr) throwInvalidHandle();
-  throwBusy();
+  if (given.call == &takeAnswer) beginReply(given.context);
 }
 
 OwnedCallback::~OwnedCallback() {
@@ -54,13 +45,11 @@ void OwnedCallback::operator()(Outcome&& outcome) {
   std::optional<PresentedAnswer> presented;
   const corvo_status status = c::call([&] { presented.emplace(std::move(outcome)); });
   if (status == CORVO_OK) return to.call(to.context, &presented->answer());
-  corvo_error error{sizeof(corvo_error), CORVO_OK, {}, -1};
+  corvo_error error = errorOf(CORVO_OK, {});
   corvo_last_error(&error);
   corvo_answer answer{};
   answer.error = &error;
   to.call(to.context, &answer);
 }
-
-void refuseAnswer(void* /*context*/, const corvo_answer* /*answer*/) {}
 
 }  // namespace corvo::corvo_internal::c

@@ -36,8 +36,6 @@ class PresentedAnswer {
   [[nodiscard]] const corvo_answer& answer() const { return answer_; }
 
  private:
-  void addHandles();
-
   Outcome outcome_;
   corvo_error error_{};
   std::vector<corvo_experiment*> experiments_;
@@ -47,7 +45,7 @@ class PresentedAnswer {
 /// A callback whose context is the caller's until it has been called or dropped.
 class OwnedCallback {
  public:
-  /// Throws `Misuse` for the callback of a reply that cannot take an answer.
+  /// Throws `Misuse` for the callback of a reply that is invalid or in use.
   explicit OwnedCallback(const corvo_callback& given);
   OwnedCallback(OwnedCallback&& other) noexcept : given_(std::exchange(other.given_, {})) {}
   OwnedCallback& operator=(OwnedCallback&&) = delete;
@@ -95,8 +93,9 @@ class CallbackSink final : public AnswerSink<T> {
   bool isAnswered_ = false;
 };
 
-/// The function of a callback that no question accepts: of a reply that is in use, or with a null
-/// context of a handle that is invalid.
-void refuseAnswer(void* context, const corvo_answer* answer);
+/// The function of a reply's callback, whose context is the reply's handle.
+void takeAnswer(void* reply, const corvo_answer* answer);
+/// Makes a reply belong to a question. Throws `Misuse` if it is invalid or has one already.
+void beginReply(const void* reply);
 
 }  // namespace corvo::corvo_internal::c

@@ -2,9 +2,8 @@
 
 #include "c/call.h"
 
-#include <corvo/version.h>
-
 #include <corvo/c/base.h>
+#include <corvo/version.h>
 
 #include <algorithm>
 #include <array>
@@ -17,10 +16,8 @@ namespace {
 
 /// Needs no destructor, since programs may still call while a thread ends.
 struct LastError {
-  corvo_status status = CORVO_OK;
+  corvo_error error{sizeof(corvo_error), CORVO_OK, CORVO_NETWORK_NONE, {}, -1, 0};
   std::array<char, 1024> text{};
-  std::size_t size = 0;
-  std::int64_t offset = -1;
 };
 
 LastError& lastError() {
@@ -30,38 +27,51 @@ LastError& lastError() {
 
 /// Keeps the beginning of a longer text, up to the end of a character.
 void keepText(LastError& last, std::string_view text) noexcept {
-  last.size = std::min(text.size(), last.text.size());
-  const auto continues = [&] { return (text[last.size] & 0xC0) == 0x80; };
-  while (last.size > 0 && last.size < text.size() && continues()) --last.size;
-  std::copy_n(text.data(), last.size, last.text.data());
+  std::size_t size = std::min(text.size(), last.text.size());
+  const auto continues = [&] { return (text[size] & 0xC0) == 0x80; };
+  while (size > 0 && size < text.size() && continues()) --size;
+  std::copy_n(text.data(), size, last.text.data());
+  last.error.text = {last.text.data(), size};
 }
 
-/// Where in a document an error lies, or -1.
-std::int64_t offsetOf(const CorvoError& error) {
-  const auto* failure = error.as<CorvoError::RequestConfigFailed>();
-  if (failure == nullptr) return -1;
-  const auto* decoding = failure->error.as<CorvoNetworkError::DecodingError>();
-  if (decoding == nullptr || !decoding->offset) return -1;
-  return static_cast<std::int64_t>(*decoding->offset);
+/// The failed fetch that an error is about, or null.
+const CorvoNetworkError* networkErrorOf(const CorvoError& error) {
+  if (const auto* config = error.as<CorvoError::RequestConfigFailed>()) return &config->error;
+  if (const auto* location = error.as<CorvoError::RequestLocationFailed>()) return &location->error;
+  return nullptr;
 }
 
 }  // namespace
 
 corvo_error described(const CorvoError& error) {
   const auto status = static_cast<corvo_status>(static_cast<int>(error.which()) + 1);
-  return {sizeof(corvo_error), status, asText(error.what()), offsetOf(error)};
+  corvo_error result = errorOf(status, error.what());
+  const CorvoNetworkError* const network = networkErrorOf(error);
+  if (network == nullptr) return result;
+  result.network = static_cast<corvo_network_error>(static_cast<int>(network->which()) + 1);
+  if (const auto* wrong = network->as<CorvoNetworkError::WrongStatusCode>()) {
+    result.http_status = wrong->statusCode;
+  }
+  const auto* const decoding = network->as<CorvoNetworkError::DecodingError>();
+  if (decoding != nullptr && decoding->offset) {
+    result.offset = static_cast<std::int64_t>(*decoding->offset);
+  }
+  return result;
+}
+
+corvo_error errorOf(corvo_status status, std::string_view text) {
+  return {sizeof(corvo_error), status, CORVO_NETWORK_NONE, asText(text), -1, 0};
 }
 
 corvo_status failed(const corvo_error& error) noexcept {
   LastError& last = lastError();
-  last.status = error.status;
-  last.offset = error.offset;
+  last.error = error;
   keepText(last, {error.text.data, error.text.size});
   return error.status;
 }
 
 corvo_status failed(corvo_status status, std::string_view text) noexcept {
-  return failed({sizeof(corvo_error), status, asText(text), -1});
+  return failed(errorOf(status, text));
 }
 
 std::string_view viewOf(corvo_text text) {
@@ -105,6 +115,8 @@ const char* corvo_status_name(corvo_status status) {
       return "platformFailed";
     case CORVO_UNAVAILABLE:
       return "unavailable";
+    case CORVO_PENDING:
+      return "pending";
     default: {
       if (status < 1 || status > 15) return nullptr;
       const std::string_view name = to_string(static_cast<CorvoError::Case>(status - 1));
@@ -118,6 +130,6 @@ const char* corvo_version() { return CORVO_VERSION; }
 corvo_status corvo_last_error(corvo_error* error) {
   const LastError& last = lastError();
   if (error == nullptr || error->size != sizeof(corvo_error)) return CORVO_INVALID_ARGUMENT;
-  *error = {sizeof(corvo_error), last.status, {last.text.data(), last.size}, last.offset};
+  *error = last.error;
   return CORVO_OK;
 }

@@ -5,6 +5,7 @@
 #include <corvo/error.h>
 
 #include <cstddef>
+#include <cstring>
 #include <exception>
 #include <new>
 #include <optional>
@@ -14,8 +15,9 @@
 
 namespace corvo::corvo_internal::c {
 
-/// An error in C. Its text is the error's own.
+/// An error in C. Its text is the error's own, or the given one.
 corvo_error described(const CorvoError& error);
+corvo_error errorOf(corvo_status status, std::string_view text);
 
 /// Records the last error of this thread and returns its status.
 corvo_status failed(const corvo_error& error) noexcept;
@@ -81,13 +83,21 @@ Result& resultAt(Result* result) {
   return *result;
 }
 
-/// A struct that begins with its size. Throws `Misuse` for null or another size.
+/// A struct that begins with its size. Throws `Misuse` for null or another size. Once a version has
+/// added members, it accepts the sizes without them, too.
 template <class Struct>
 Struct& sizedAt(Struct* given) {
   if (given == nullptr || given->size != sizeof(Struct)) {
     throw Misuse(CORVO_INVALID_ARGUMENT, "a struct is null, or its size is not its sizeof");
   }
   return *given;
+}
+
+/// A boolean of a struct, whatever byte the caller has put there.
+inline bool isTrue(const bool& flag) {
+  unsigned char byte = 0;
+  std::memcpy(&byte, &flag, 1);
+  return byte != 0;
 }
 
 }  // namespace corvo::corvo_internal::c

@@ -16,12 +16,14 @@
 #include <span>
 #include <stdexcept>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "c/call.h"
 #include "c/handle_table.h"
 #include "c/objects.h"
+#include "c/service_call.h"
 
 namespace corvo::corvo_internal::c {
 namespace {
@@ -36,26 +38,53 @@ auto& tasks() {
   return table;
 }
 
-/// The caller's functions, and their context, which is theirs until nothing uses it.
+/// The caller's functions, and their context, which is destroyed when nothing uses it any more.
 struct Functions : corvo_platform {
-  explicit Functions(const corvo_platform& given) : corvo_platform(given) {}
-  Functions(const Functions&) = delete;
-  Functions& operator=(const Functions&) = delete;
-  ~Functions() {
-    if (destroy != nullptr) destroy(context);
+  explicit Functions(const corvo_platform& given)
+      : corvo_platform(given), owned(given.context, [end = given.destroy](void* last) {
+          if (end != nullptr) end(last);
+        }) {}
+
+  template <class Function, class... Args>
+  auto call(Function function, Args... args) const {
+    const ServiceCall inside;
+    return function(context, args...);
   }
+
+  std::shared_ptr<void> owned;
 };
 using Shared = std::shared_ptr<const Functions>;
 
-std::optional<std::string> taken(corvo_bytes bytes) {
-  return bytes.isSet ? std::optional(std::move(bytes.value)) : std::nullopt;
+using Bytes = std::optional<std::string>;
+auto& places() {
+  static auto& table = *new HandleTable<Bytes, 11, false>();
+  return table;
 }
+
+/// A place for bytes, with a handle that is valid as long as this object.
+class Place {
+ public:
+  Place() : handle_(static_cast<corvo_bytes*>(places().add(bytes_))) {}
+  Place(const Place&) = delete;
+  Place& operator=(const Place&) = delete;
+  ~Place() {
+    // Another thread, against the rules, may be using it at this moment.
+    while (c::call([&] { freeHandle(places(), handle_); }) == CORVO_BUSY) std::this_thread::yield();
+  }
+
+  [[nodiscard]] corvo_bytes* handle() const { return handle_; }
+  [[nodiscard]] Bytes take() { return std::move(*bytes_); }
+
+ private:
+  std::shared_ptr<Bytes> bytes_ = std::make_shared<Bytes>();
+  corvo_bytes* handle_;
+};
 
 class CallerClock final : public Clock {
  public:
   explicit CallerClock(Shared functions) : functions_(std::move(functions)) {}
 
-  [[nodiscard]] double now() const override { return functions_->now(functions_->context); }
+  [[nodiscard]] double now() const override { return functions_->call(functions_->now); }
 
  private:
   const Shared functions_;
@@ -66,10 +95,10 @@ class CallerTimeZone final : public TimeZone {
   explicit CallerTimeZone(Shared functions) : functions_(std::move(functions)) {}
 
   [[nodiscard]] std::int32_t offsetAt(std::int64_t moment) const override {
-    return functions_->offset_at(functions_->context, moment);
+    return functions_->call(functions_->offset_at, moment);
   }
   [[nodiscard]] std::uint64_t identifier() const override {
-    return functions_->zone_identifier(functions_->context);
+    return functions_->call(functions_->zone_identifier);
   }
 
  private:
@@ -83,7 +112,7 @@ class CallerQueue final : public MainQueue {
   void post(Callback<void()> task) override {
     auto object = std::make_shared<TaskObject>(TaskObject{std::move(task)});
     auto* const handle = static_cast<corvo_task*>(tasks().add(std::move(object)));
-    functions_->post(functions_->context, handle);
+    functions_->call(functions_->post, handle);
   }
 
   bool runUntil(const std::function<bool()>& condition) override {
@@ -111,7 +140,7 @@ class CallerSession final : public UrlSession {
                               headers.size(), request.timeoutSeconds};
     auto object = std::make_shared<ExchangeObject>(ExchangeObject{std::move(completion)});
     auto* const handle = static_cast<corvo_exchange*>(exchanges().add(std::move(object)));
-    functions_->start(functions_->context, &given, handle);
+    functions_->call(functions_->start, &given, handle);
   }
 
  private:
@@ -133,12 +162,12 @@ class CallerSuite final : public PreferencesSuite {
         revisions_(std::move(revisions)) {}
 
   [[nodiscard]] std::optional<std::string> read(std::string_view key) const override {
-    corvo_bytes value;
+    Place place;
     const std::lock_guard lock(revisions_->mutex);
-    if (!functions_->read(functions_->context, asText(name_), asText(key), &value)) {
+    if (!functions_->call(functions_->read, asText(name_), asText(key), place.handle())) {
       throw std::runtime_error("the store cannot be read at the moment");
     }
-    return taken(std::move(value));
+    return place.take();
   }
 
   bool apply(std::span<const PreferencesChange> changes) override {
@@ -167,7 +196,7 @@ class CallerSuite final : public PreferencesSuite {
     // Before the change, since nothing may fail after it.
     std::vector<std::uint64_t*> changed;
     for (const auto& [key, value] : changes) changed.push_back(&revisions_->ofKeys[key]);
-    if (!functions_->apply(functions_->context, asText(name_), list.data(), list.size())) {
+    if (!functions_->call(functions_->apply, asText(name_), list.data(), list.size())) {
       return false;
     }
     const std::uint64_t revision = ++revisions_->latest;
@@ -187,7 +216,7 @@ class CallerStore final : public PreferencesStore {
   [[nodiscard]] std::shared_ptr<PreferencesSuite> open(std::string_view suiteName) override {
     try {
       const auto opens = functions_->open_suite;
-      if (opens != nullptr && !opens(functions_->context, asText(suiteName))) return nullptr;
+      if (opens != nullptr && !functions_->call(opens, asText(suiteName))) return nullptr;
       std::string name(suiteName);
       const std::lock_guard lock(mutex_);
       std::shared_ptr<Revisions>& revisions = suites_[name];
@@ -223,9 +252,9 @@ class CallerDevice final : public Device {
 
  private:
   [[nodiscard]] std::optional<std::string> fact(corvo_fact which) const {
-    corvo_bytes text;
-    functions_->fact(functions_->context, which, &text);
-    return taken(std::move(text));
+    Place place;
+    functions_->call(functions_->fact, which, place.handle());
+    return place.take();
   }
 
   const Shared functions_;
@@ -236,7 +265,7 @@ class CallerRandom final : public SecureRandom {
   explicit CallerRandom(Shared functions) : functions_(std::move(functions)) {}
 
   void fill(std::span<std::byte> bytes) override {
-    if (!functions_->fill(functions_->context, bytes.data(), bytes.size())) {
+    if (!functions_->call(functions_->fill, bytes.data(), bytes.size())) {
       throw std::runtime_error("the random source gave no bytes");
     }
   }
@@ -259,7 +288,8 @@ bool isGiven(std::initializer_list<bool> needed, bool optional = false) {
 
 Platform callerPlatform(const corvo_platform* given) {
   if (given == nullptr) return {};
-  const auto own = std::make_shared<const Functions>(sizedAt(given));
+  Functions functions(sizedAt(given));
+  const auto own = std::make_shared<const Functions>(std::move(functions));
   const corvo_platform& has = *own;
   Platform platform;
   if (has.now != nullptr) platform.clock = std::make_shared<CallerClock>(own);
@@ -284,21 +314,20 @@ using namespace corvo;
 using namespace corvo::corvo_internal::c;
 
 corvo_status corvo_bytes_set(corvo_bytes* bytes, corvo_text value) {
-  return call([&] {
-    corvo_bytes& result = resultAt(bytes);
-    result.value = viewOf(value);
-    result.isSet = true;
-  });
+  return call([&] { useAlone(places(), bytes, [&](Bytes& place) { place = viewOf(value); }); });
 }
 
 corvo_status corvo_exchange_complete(corvo_exchange* exchange, const corvo_response* response) {
   return call([&] {
     const corvo_response& given = sizedAt(response);
-    UrlResponse passed;
+    const std::string_view body = viewOf(given.body);
+    const auto failure = optionalViewOf(given.failure);
+    // From here on, the request ends, even if memory runs out.
+    const auto last = takeFrom(exchanges(), exchange);
+    UrlResponse passed{.status = std::nullopt, .body = std::string(body), .failure = std::nullopt};
     if (given.status != 0) passed.status = given.status;
-    passed.body = viewOf(given.body);
-    passed.failure = optionalViewOf(given.failure);
-    takeFrom(exchanges(), exchange)->completion(std::move(passed));
+    passed.failure = failure;
+    last->completion(std::move(passed));
   });
 }
 
@@ -307,7 +336,10 @@ corvo_status corvo_exchange_drop(corvo_exchange* exchange) {
 }
 
 corvo_status corvo_task_run(corvo_task* task) {
-  return call([&] { takeFrom(tasks(), task)->task(); });
+  return call([&] {
+    ServiceCall::refuse();
+    takeFrom(tasks(), task)->task();
+  });
 }
 
 corvo_status corvo_task_drop(corvo_task* task) {

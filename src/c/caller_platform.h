@@ -6,8 +6,6 @@
 #include <corvo/platform/platform.h>
 #include <corvo/platform/url_session.h>
 
-#include <string>
-
 namespace corvo::corvo_internal::c {
 
 /// The services that an application in C brings; null for the others. Owns the context of `given`,
@@ -23,8 +21,3 @@ struct TaskObject {
 };
 
 }  // namespace corvo::corvo_internal::c
-
-struct corvo_bytes {
-  bool isSet = false;
-  std::string value;
-};

@@ -17,6 +17,7 @@
 #include "c/client_objects.h"
 #include "c/objects.h"
 #include "c/report_json.h"
+#include "c/user_object.h"
 #include "c/value.h"
 
 namespace corvo::corvo_internal::c {
@@ -116,7 +117,7 @@ corvo_status askWhyOf(corvo_client* client, corvo_text name, corvo_form form,
                       const corvo_callback& callback) {
   return ask<Explanation>(client, callback, ExplanationText{form},
                           [&](CorvoClient& asked, auto& sink) {
-                            static_cast<void>(explained({}, form));
+                            checkForm(form);
                             (asked.*askWhy)(viewOf(name), sink);
                           });
 }
@@ -178,7 +179,7 @@ corvo_status corvo_client_check_flag(corvo_client* client, corvo_text name, corv
                                      corvo_callback callback) {
   return ask<std::string_view>(client, callback, FlagValue{type},
                                [&](CorvoClient& asked, auto& sink) {
-                                 static_cast<void>(valueOf(std::nullopt, type));  // is there one?
+                                 checkType(type);
                                  asked.askFlag(viewOf(name), sink);
                                });
 }

@@ -7,17 +7,18 @@
 #include <corvo/host.h>
 #include <corvo/platform/main_queue.h>
 #include <corvo/platform/platform.h>
-#include <corvo/user_builder.h>
 
 #include <memory>
-#include <optional>
-#include <string>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 #include "c/handle_table.h"
 #include "c/one_thread.h"
 
 namespace corvo::corvo_internal::c {
+
+struct ClientObject;
 
 /// What the handles of `corvo/c/client.h` stand for.
 struct RegistryObject {
@@ -28,8 +29,11 @@ struct RegistryObject {
   const std::shared_ptr<HostLoop> loop;  // null if nothing of the platform uses it
   OneThread running;                     // the loop
   ClientRegistry registry;
+  std::mutex mutex;
+  std::vector<std::weak_ptr<ClientObject>> clients;  // guarded by the mutex
 };
 
+/// All handles of a client share it, so that concurrent use is noticed through any of them.
 struct ClientObject {
   ClientObject(std::shared_ptr<RegistryObject> itsRegistry, std::shared_ptr<CorvoClient> itsClient)
       : registry(std::move(itsRegistry)), client(std::move(itsClient)) {}
@@ -39,19 +43,8 @@ struct ClientObject {
   OneThread turn;
 };
 
-/// A user of the caller's, or the one that a client lets the caller edit.
-struct UserObject {
-  std::optional<CorvoUser::Builder> own;
-  CorvoUser::Builder* builder = nullptr;
-  std::string description;
-};
-
 inline auto& registries() {
   static auto& table = *new HandleTable<RegistryObject, 5, true>();
-  return table;
-}
-inline auto& users() {
-  static auto& table = *new HandleTable<UserObject, 6, false>();
   return table;
 }
 inline auto& clients() {

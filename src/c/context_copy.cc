@@ -8,6 +8,8 @@
 #include <string_view>
 
 #include "c/call.h"
+#include "c/objects.h"
+#include "c/user_object.h"
 
 namespace corvo::corvo_internal::c {
 namespace {
@@ -55,15 +57,21 @@ void ContextCopy::take(const corvo_context* given) {
   device.vendorIdentifier = optionalViewOf(from.device_id);
   device.systemName = optionalViewOf(from.system_name);
   device.systemVersion = optionalViewOf(from.system_version);
+  CorvoUser user;
+  if (from.user != nullptr) {
+    useAlone(users(), from.user, [&](const UserObject& object) { user = object.builder->build(); });
+  }
   takeProperties(from.properties, from.property_count);
   // An evaluation goes on with what it knows about a zone as long as the object is the same.
   if (!isSame(zone, zone_)) {
     context_.timeZone = zone.offset_at == nullptr ? nullptr : std::make_shared<CallerZone>(zone);
     zone_ = zone;
   }
+  user_ = std::move(user);
+  context_.user = from.user == nullptr ? nullptr : &user_;
   context_.location = std::move(location);
   context_.device = std::move(device);
-  context_.now = from.has_now ? std::optional(from.now) : std::nullopt;
+  context_.now = isTrue(from.has_now) ? std::optional(from.now) : std::nullopt;
 }
 
 // The texts do not move while the list is made, because their memory is reserved first.

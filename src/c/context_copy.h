@@ -3,6 +3,7 @@
 
 #include <corvo/c/engine.h>
 #include <corvo/evaluation_context.h>
+#include <corvo/user.h>
 
 #include <memory>
 #include <string>
@@ -27,6 +28,7 @@ class ContextCopy {
   void takeProperties(const corvo_property* properties, std::size_t count);
 
   EvaluationContext context_;
+  CorvoUser user_;
   std::string texts_;  // of the properties
   std::vector<EvaluationContext::Property> properties_;
   corvo_time_zone zone_{};  // what `context_.timeZone` calls

@@ -73,6 +73,7 @@ corvo_status corvo_evaluation_check_flag(corvo_evaluation* evaluation, corvo_tex
                                          corvo_type type, corvo_value* value) {
   return withEvaluation(evaluation, [&](EvaluationObject& object) {
     corvo_value& result = resultAt(value);
+    checkType(type);
     const auto text = object.evaluation.checkFlag<PlainText>(viewOf(name));
     result = valueOf(text.value()->text, type);
   });
@@ -91,6 +92,18 @@ corvo_status corvo_evaluation_experiments(corvo_evaluation* evaluation, bool est
     corvo_value& result = resultAt(text);
     auto list = object.evaluation.getAllUserExperimentsText(estimate_holdouts);
     result = keptValue(object, std::move(list).value());
+  });
+}
+
+corvo_status corvo_evaluation_all_experiments(corvo_evaluation* evaluation,
+                                              corvo_experiment* const** experiments,
+                                              size_t* experiment_count) {
+  return withEvaluation(evaluation, [&](EvaluationObject& object) {
+    corvo_experiment* const*& result = resultAt(experiments);
+    std::size_t& count = resultAt(experiment_count);
+    object.experiments = handlesOf(object.evaluation.getAllUserExperiments().value());
+    result = object.experiments.data();
+    count = object.experiments.size();
   });
 }
 
@@ -153,6 +166,7 @@ corvo_status corvo_evaluation_explain_flag(corvo_evaluation* evaluation, corvo_t
                                            corvo_form form, corvo_text* explanation) {
   return withEvaluation(evaluation, [&](EvaluationObject& object) {
     corvo_text& result = resultAt(explanation);
+    checkForm(form);
     result = kept(object, explained(object.evaluation.explainFlag(viewOf(name)), form));
   });
 }
@@ -161,6 +175,7 @@ corvo_status corvo_evaluation_explain_experiment(corvo_evaluation* evaluation, c
                                                  corvo_form form, corvo_text* explanation) {
   return withEvaluation(evaluation, [&](EvaluationObject& object) {
     corvo_text& result = resultAt(explanation);
+    checkForm(form);
     result = kept(object, explained(object.evaluation.explainExperiment(viewOf(name)), form));
   });
 }

@@ -2,9 +2,32 @@
 
 #include <corvo/c/engine.h>
 
+#include <exception>
+#include <vector>
+
 #include "c/call.h"
 #include "c/objects.h"
 #include "c/value.h"
+
+namespace corvo::corvo_internal::c {
+
+void freeAll(const std::vector<corvo_experiment*>& handles) {
+  for (corvo_experiment* const each : handles) freeHandle(experiments(), each);
+}
+
+std::vector<corvo_experiment*> handlesOf(const std::vector<CorvoExperimentPointer>& found) {
+  std::vector<corvo_experiment*> handles;
+  handles.reserve(found.size());
+  try {
+    for (const CorvoExperimentPointer& each : found) handles.push_back(handleOf(each));
+  } catch (const std::exception&) {
+    freeAll(handles);
+    throw;
+  }
+  return handles;
+}
+
+}  // namespace corvo::corvo_internal::c
 
 using namespace corvo;
 using namespace corvo::corvo_internal::c;
@@ -28,6 +51,7 @@ corvo_status corvo_experiment_param(corvo_experiment* experiment, corvo_text nam
                                     corvo_value* value) {
   return call([&] {
     corvo_value& result = resultAt(value);
+    checkType(type);
     const auto object = shared(experiments(), experiment);
     result = valueOf(object->experiment->paramText(viewOf(name)), type);
   });
@@ -37,6 +61,7 @@ corvo_status corvo_experiment_flag(corvo_experiment* experiment, corvo_text name
                                    corvo_value* value) {
   return call([&] {
     corvo_value& result = resultAt(value);
+    checkType(type);
     const auto object = shared(experiments(), experiment);
     result = valueOf(object->experiment->featureText(viewOf(name)).value(), type);
   });

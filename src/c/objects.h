@@ -39,6 +39,7 @@ struct EvaluationObject {
   std::string text;
   std::vector<corvo_flag_text> flagTexts;
   std::vector<corvo_membership> memberships;
+  std::vector<corvo_experiment*> experiments;  // the caller's
 };
 
 struct ExperimentObject {
@@ -85,6 +86,10 @@ inline corvo_experiment* handleOf(CorvoExperimentPointer experiment) {
   auto object = std::make_shared<ExperimentObject>(std::move(experiment));
   return static_cast<corvo_experiment*>(experiments().add(std::move(object)));
 }
+
+void freeAll(const std::vector<corvo_experiment*>& handles);
+/// All of them, or none if it throws.
+std::vector<corvo_experiment*> handlesOf(const std::vector<CorvoExperimentPointer>& experiments);
 
 /// A shared object. Throws `Misuse` if the handle is invalid.
 template <class Table>

@@ -4,13 +4,15 @@
 #include <atomic>
 
 #include "c/call.h"
+#include "c/service_call.h"
 
 namespace corvo::corvo_internal::c {
 
 /// Admits one thread at a time, which may enter again. Others are turned away.
 class OneThread {
  public:
-  /// The current thread's stay. Throws `Misuse` if another thread is inside.
+  /// The current thread's stay. Throws `Misuse` if another thread is inside, or from within a
+  /// function of the platform.
   class Stay {
    public:
     explicit Stay(OneThread& place) : place_(place), isOuter_(place.enter()) {}
@@ -28,6 +30,7 @@ class OneThread {
  private:
   /// False if the thread was inside already.
   bool enter() {
+    ServiceCall::refuse();
     static thread_local const char mark = 0;
     const void* owner = nullptr;
     if (owner_.compare_exchange_strong(owner, &mark, std::memory_order_acquire)) return true;

@@ -23,7 +23,7 @@ Host readyMade(const corvo_host_options* given) {
     const corvo_host_options& from = sizedAt(given);
     if (const auto folder = optionalViewOf(from.data_folder)) options.dataFolder = *folder;
     options.dataFile = optionalViewOf(from.data_file);
-    options.inMemory = from.in_memory;
+    options.inMemory = isTrue(from.in_memory);
     options.applicationVersion = optionalViewOf(from.application_version);
     setUnlessZero(options.timeoutSeconds, from.timeout_seconds);
     setUnlessZero(options.transferSeconds, from.transfer_seconds);

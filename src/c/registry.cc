@@ -2,16 +2,22 @@
 
 #include <corvo/c/client.h>
 
+#include <exception>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "c/call.h"
 #include "c/caller_platform.h"
 #include "c/client_objects.h"
 #include "c/objects.h"
 #include "c/ready_made.h"
+#include "c/service_call.h"
+#include "c/user_object.h"
 
 namespace corvo::corvo_internal::c {
 namespace {
@@ -37,37 +43,46 @@ std::shared_ptr<RegistryObject> makeRegistry(const corvo_host_options* options, 
   return std::make_shared<RegistryObject>(std::move(own), std::move(loop));
 }
 
+/// The loop of the ready-made platform. Throws `Misuse` if the registry does not use it.
+HostLoop& loopOf(const RegistryObject& registry) {
+  if (!registry.loop) throw Misuse(CORVO_UNAVAILABLE, "the registry uses no ready-made loop");
+  return *registry.loop;
+}
+
 template <class Body>
 corvo_status withLoop(const corvo_registry* registry, Body body) {
   return call([&] {
     const auto object = shared(registries(), registry);
-    if (!object->loop) throw Misuse(CORVO_UNAVAILABLE, "the registry uses no ready-made loop");
-    body(*object);
+    body(loopOf(*object));
   });
 }
 template <class Body>
 corvo_status runLoop(const corvo_registry* registry, Body body) {
-  return withLoop(registry, [&](RegistryObject& object) {
-    const OneThread::Stay running(object.running);
-    body(*object.loop);
+  return call([&] {
+    const auto object = shared(registries(), registry);
+    HostLoop& loop = loopOf(*object);
+    const OneThread::Stay running(object->running);
+    body(loop);
   });
 }
 
-/// A listener with its context, which is the caller's until the last copy is gone.
-class Listener {
+/// A function with its context, which is destroyed with the last copy.
+class OwnedFunction {
  public:
-  Listener(void* context, void (*listener)(void*), void (*destroy)(void*))
+  OwnedFunction(void* context, void (*function)(void*), void (*destroy)(void*))
       : context_(context,
                  [destroy](void* last) {
                    if (destroy != nullptr) destroy(last);
                  }),
-        listener_(listener) {}
+        function_(function) {}
 
-  void operator()() const { listener_(context_.get()); }
+  void operator()() const {
+    if (function_ != nullptr) function_(context_.get());
+  }
 
  private:
   std::shared_ptr<void> context_;
-  void (*listener_)(void*);
+  void (*function_)(void*);
 };
 
 NonNegative orDefault(std::uint64_t given, NonNegative otherwise) {
@@ -79,6 +94,8 @@ NonNegative retryCountOf(std::int64_t given, NonNegative otherwise) {
   if (const auto count = NonNegative::checked(given)) return orDefault(count->value, otherwise);
   throw Misuse(CORVO_INVALID_ARGUMENT, "the number of retries is negative");
 }
+
+std::string_view tagOf(corvo_text given) { return optionalViewOf(given).value_or("default"); }
 
 ClientOptions optionsOf(const corvo_client_options& given) {
   if (given.project_token.data == nullptr || given.api_url.data == nullptr) {
@@ -92,13 +109,23 @@ ClientOptions optionsOf(const corvo_client_options& given) {
   }
   options.cacheTTL = orDefault(given.cache_ttl, options.cacheTTL);
   options.retryCount = retryCountOf(given.retry_count, options.retryCount);
-  if (const auto tag = optionalViewOf(given.tag)) options.tag = *tag;
+  options.tag = tagOf(given.tag);
   return options;
 }
 
-corvo_client* clientHandle(std::shared_ptr<RegistryObject> registry,
+corvo_client* clientHandle(const std::shared_ptr<RegistryObject>& registry,
                            std::shared_ptr<CorvoClient> client) {
-  auto object = std::make_shared<ClientObject>(std::move(registry), std::move(client));
+  const std::lock_guard lock(registry->mutex);
+  auto& known = registry->clients;
+  std::erase_if(known, [](const auto& each) { return each.expired(); });
+  for (const auto& each : known) {
+    auto object = each.lock();
+    if (object && object->client == client) {
+      return static_cast<corvo_client*>(clients().add(std::move(object)));
+    }
+  }
+  auto object = std::make_shared<ClientObject>(registry, std::move(client));
+  known.push_back(object);
   return static_cast<corvo_client*>(clients().add(std::move(object)));
 }
 
@@ -113,12 +140,16 @@ corvo_status corvo_registry_create(const corvo_host_options* host, const corvo_p
   return call([&] {
     Platform own = callerPlatform(platform);
     corvo_registry*& result = resultAt(registry);
+    if (host != nullptr) sizedAt(host);
     result = static_cast<corvo_registry*>(registries().add(makeRegistry(host, std::move(own))));
   });
 }
 
 corvo_status corvo_registry_free(corvo_registry* registry) {
-  return call([&] { freeHandle(registries(), registry); });
+  return call([&] {
+    const auto last = takeFrom(registries(), registry);
+    if (last->loop) last->loop->stop();
+  });
 }
 
 corvo_status corvo_registry_run(corvo_registry* registry) {
@@ -126,7 +157,7 @@ corvo_status corvo_registry_run(corvo_registry* registry) {
 }
 
 corvo_status corvo_registry_stop(corvo_registry* registry) {
-  return withLoop(registry, [](RegistryObject& object) { object.loop->stop(); });
+  return withLoop(registry, [](HostLoop& loop) { loop.stop(); });
 }
 
 corvo_status corvo_registry_tick(corvo_registry* registry) {
@@ -134,9 +165,9 @@ corvo_status corvo_registry_tick(corvo_registry* registry) {
 }
 
 corvo_status corvo_registry_busy(corvo_registry* registry, bool* busy) {
-  return withLoop(registry, [&](RegistryObject& object) {
+  return withLoop(registry, [&](const HostLoop& loop) {
     bool& result = resultAt(busy);
-    result = object.loop->busy();
+    result = loop.busy();
   });
 }
 
@@ -144,11 +175,20 @@ corvo_status corvo_registry_on_work(corvo_registry* registry, void* context,
                                     void (*listener)(void* context),
                                     void (*destroy)(void* context)) {
   return call([&] {
-    Listener owner(context, listener, destroy);
+    OwnedFunction owned(context, listener, destroy);
     const auto object = shared(registries(), registry);
-    if (!object->loop) throw Misuse(CORVO_UNAVAILABLE, "the registry uses no ready-made loop");
-    if (listener == nullptr) return object->loop->onWork(nullptr);
-    object->loop->onWork(std::move(owner));
+    HostLoop& loop = loopOf(*object);
+    if (listener == nullptr) return loop.onWork(nullptr);
+    loop.onWork(std::move(owned));
+  });
+}
+
+corvo_status corvo_registry_post(corvo_registry* registry, void* context,
+                                 void (*task)(void* context), void (*destroy)(void* context)) {
+  return call([&] {
+    OwnedFunction owned(context, task, destroy);
+    const auto object = shared(registries(), registry);
+    loopOf(*object).post(std::move(owned));
   });
 }
 
@@ -158,7 +198,16 @@ corvo_status corvo_registry_initialize_client(corvo_registry* registry,
   return call([&] {
     corvo_client*& result = resultAt(client);
     const auto object = shared(registries(), registry);
-    result = clientHandle(object, object->registry.initializeClient(optionsOf(sizedAt(options))));
+    ServiceCall::refuse();
+    ClientOptions given = optionsOf(sizedAt(options));
+    const std::string tag = given.tag.value;
+    auto made = object->registry.initializeClient(std::move(given));
+    try {
+      result = clientHandle(object, std::move(made));
+    } catch (const std::exception&) {  // no memory for the handle
+      object->registry.removeClient(tag);
+      throw;
+    }
   });
 }
 
@@ -167,11 +216,11 @@ corvo_status corvo_registry_get_client(corvo_registry* registry, corvo_text tag,
   return call([&] {
     corvo_client*& result = resultAt(client);
     const auto object = shared(registries(), registry);
-    auto found = object->registry.getClient(viewOf(tag));
+    auto found = object->registry.getClient(tagOf(tag));
     result = found ? clientHandle(object, std::move(found)) : nullptr;
   });
 }
 
 corvo_status corvo_registry_remove_client(corvo_registry* registry, corvo_text tag) {
-  return call([&] { shared(registries(), registry)->registry.removeClient(viewOf(tag)); });
+  return call([&] { shared(registries(), registry)->registry.removeClient(tagOf(tag)); });
 }

@@ -27,7 +27,7 @@ class KeptAnswer {
     const corvo_status status = call([&] { keep(); });
     if (status == CORVO_OK) return;
     dropHandles();
-    error_ = {sizeof(corvo_error), status, CORVO_TEXT("memory ran out"), -1};
+    error_ = errorOf(status, "memory ran out");
     answer_ = {};
     answer_.error = &error_;
   }
@@ -101,6 +101,7 @@ class ReplyObject {
 
   /// Runs the client's queue until the answer is there, or none can come.
   void wait() {
+    const OneThread::Stay waiting(waiting_);
     if (isReady()) return;
     std::optional<OneThread::Stay> running;
     if (queue_ == registry_->loop) running.emplace(registry_->running);
@@ -110,7 +111,8 @@ class ReplyObject {
   /// The status of the answer; the answer itself if that is `CORVO_OK`.
   corvo_status take(const corvo_answer*& result) {
     const std::lock_guard lock(mutex_);
-    if (!answer_) throw Misuse(CORVO_DROPPED, "the question was dropped: no answer can come");
+    if (!answer_ && isPending_) throw Misuse(CORVO_PENDING, "the answer has not come yet");
+    if (!answer_) throw Misuse(CORVO_DROPPED, "the question was dropped: no answer will come");
     if (const corvo_error* error = answer_->error()) return failed(*error);
     result = &answer_->handOver();
     return CORVO_OK;
@@ -119,6 +121,7 @@ class ReplyObject {
  private:
   const std::shared_ptr<RegistryObject> registry_;
   const std::shared_ptr<MainQueue> queue_;
+  OneThread waiting_;
   std::mutex mutex_;
   bool isPending_ = false;
   std::optional<KeptAnswer> answer_;
@@ -129,20 +132,25 @@ auto& replies() {
   return table;
 }
 
-// The functions of a reply's callback, whose context is its handle: it may have been freed.
-
-void takeAnswer(void* reply, const corvo_answer* answer) {
-  if (const auto object = replies().share(reply)) {
-    object->set(*answer);
-  } else {
-    const KeptAnswer freed(*answer);
-  }
-}
 void endQuestion(void* reply) {
   if (const auto object = replies().share(reply)) object->end();
 }
 
 }  // namespace
+
+void takeAnswer(void* reply, const corvo_answer* answer) {
+  if (answer == nullptr) return;
+  if (const auto object = replies().share(reply)) {
+    object->set(*answer);
+  } else {  // it has been freed, and frees the handles
+    const KeptAnswer freed(*answer);
+  }
+}
+
+void beginReply(const void* reply) {
+  if (!shared(replies(), reply)->begin()) throwBusy();
+}
+
 }  // namespace corvo::corvo_internal::c
 
 using namespace corvo::corvo_internal::c;
@@ -160,9 +168,6 @@ corvo_status corvo_reply_free(corvo_reply* reply) {
 }
 
 corvo_callback corvo_reply_callback(corvo_reply* reply) {
-  const auto object = replies().share(reply);
-  if (!object) return {nullptr, &refuseAnswer, nullptr};
-  if (!object->begin()) return {reply, &refuseAnswer, nullptr};
   return {reply, &takeAnswer, &endQuestion};
 }
 
@@ -179,6 +184,7 @@ corvo_status corvo_reply_wait(corvo_reply* reply, const corvo_answer** answer) {
     const corvo_answer*& result = resultAt(answer);
     const auto object = shared(replies(), reply);
     object->wait();
+    if (replies().share(reply) != object) throwInvalidHandle();  // it was freed meanwhile
     status = object->take(result);
   });
   return misuse == CORVO_OK ? status : misuse;

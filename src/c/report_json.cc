@@ -20,10 +20,14 @@ std::string detailsJson(const std::vector<CorvoExperimentDetail>& details) {
   return toJson(evaluation::jsonOf(details));
 }
 
+void checkForm(corvo_form form) {
+  if (form != CORVO_FORM_TEXT && form != CORVO_FORM_JSON) {
+    throw Misuse(CORVO_INVALID_ARGUMENT, "there is no such form of an explanation");
+  }
+}
+
 std::string explained(const Explanation& explanation, corvo_form form) {
-  if (form == CORVO_FORM_TEXT) return explanation.toText();
-  if (form == CORVO_FORM_JSON) return explanation.toJson();
-  throw Misuse(CORVO_INVALID_ARGUMENT, "there is no such form of an explanation");
+  return form == CORVO_FORM_JSON ? explanation.toJson() : explanation.toText();
 }
 
 }  // namespace corvo::corvo_internal::c

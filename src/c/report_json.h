@@ -17,7 +17,9 @@ std::string flagsJson(const FlagReport& report);
 /// A JSON array of the details.
 std::string detailsJson(const std::vector<CorvoExperimentDetail>& details);
 
-/// The explanation in a form. Throws `Misuse` for an unknown one.
+/// Throws `Misuse` for an unknown form.
+void checkForm(corvo_form form);
+/// The explanation in a form that has been checked.
 std::string explained(const Explanation& explanation, corvo_form form);
 
 }  // namespace corvo::corvo_internal::c

@@ -9,9 +9,11 @@
 #include <string_view>
 #include <utility>
 
+#include "base/text.h"
 #include "c/call.h"
 #include "c/client_objects.h"
 #include "c/objects.h"
+#include "c/user_object.h"
 
 namespace corvo::corvo_internal::c {
 namespace {
@@ -30,7 +32,7 @@ void setCustom(Builder& builder, std::string_view key, const corvo_value& value)
       builder.setCustomProperty(std::nullopt, key);
       return;
     case CORVO_BOOLEAN:
-      builder.setCustomProperty(value.boolean, key);
+      builder.setCustomProperty(isTrue(value.boolean), key);
       return;
     case CORVO_INTEGER:
       builder.setCustomProperty(value.integer, key);
@@ -62,6 +64,7 @@ corvo_status withUser(const corvo_user* user, Body body) {
 }  // namespace corvo::corvo_internal::c
 
 using namespace corvo;
+using namespace corvo::corvo_internal;
 using namespace corvo::corvo_internal::c;
 
 corvo_status corvo_user_create(corvo_registry* registry, corvo_user** user) {
@@ -96,6 +99,21 @@ corvo_status corvo_user_set_custom(corvo_user* user, corvo_text key, const corvo
   return withUser(user, [&](UserObject& object) {
     if (value == nullptr) throw Misuse(CORVO_INVALID_ARGUMENT, "the value is null");
     setCustom(*object.builder, viewOf(key), *value);
+  });
+}
+
+corvo_status corvo_user_restore(corvo_user* user, corvo_text name, corvo_text value,
+                                corvo_text expiry) {
+  return withUser(user, [&](UserObject& object) {
+    const std::string key(base::wellFormed(viewOf(name)));
+    const auto text = optionalViewOf(expiry);
+    const std::string restored = base::wellFormed(viewOf(value));
+    object.builder->properties.insert_or_assign(key, restored);
+    if (text) {
+      object.builder->corvoExpiration.insert_or_assign(key, base::wellFormed(*text));
+    } else {
+      object.builder->corvoExpiration.erase(key);
+    }
   });
 }
 

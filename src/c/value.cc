@@ -42,10 +42,13 @@ corvo_value readAny(std::string_view text) {
 
 }  // namespace
 
-corvo_value valueOf(std::optional<std::string_view> text, corvo_type type) {
+void checkType(corvo_type type) {
   if (type <= CORVO_ABSENT || type > CORVO_ANY) {
     throw Misuse(CORVO_INVALID_ARGUMENT, "there is no such type");
   }
+}
+
+corvo_value valueOf(std::optional<std::string_view> text, corvo_type type) {
   if (!text) return kAbsent;
   switch (type) {
     case CORVO_BOOLEAN:
@@ -68,3 +71,13 @@ corvo_value stringValue(std::optional<std::string_view> text) {
 }
 
 }  // namespace corvo::corvo_internal::c
+
+using namespace corvo::corvo_internal::c;
+
+corvo_status corvo_read_value(corvo_text text, corvo_type type, corvo_value* value) {
+  return call([&] {
+    corvo_value& result = resultAt(value);
+    checkType(type);
+    result = valueOf(optionalViewOf(text), type);
+  });
+}

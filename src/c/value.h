@@ -14,8 +14,9 @@ struct PlainText {
   std::string_view text;
 };
 
-/// The text read as a type; absent if it is not valid for the type. Throws `Misuse` for a type that
-/// cannot be asked for.
+/// Throws `Misuse` for a type that cannot be asked for.
+void checkType(corvo_type type);
+/// The text read as a type that can be asked for; absent if it is not valid for the type.
 corvo_value valueOf(std::optional<std::string_view> text, corvo_type type);
 
 /// A string that is absent where there is none.

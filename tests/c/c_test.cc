@@ -20,7 +20,8 @@ namespace corvo::corvo_internal::c {
 namespace {
 
 corvo_error lastError() {
-  corvo_error error{.size = sizeof(corvo_error), .status = CORVO_OK, .text = {}, .offset = 0};
+  corvo_error error{};
+  error.size = sizeof(corvo_error);
   EXPECT_EQ(corvo_last_error(&error), CORVO_OK);
   return error;
 }
@@ -134,6 +135,11 @@ TEST_F(CTest, ReportsFlagsExperimentsAndHoldouts) {
   corvo_value text{};
   ASSERT_EQ(corvo_evaluation_experiments(evaluation_, false, &text), CORVO_OK);
   EXPECT_EQ(viewOf(text.text), "page.1");
+  corvo_experiment* const* handles = nullptr;
+  std::size_t count = 0;
+  ASSERT_EQ(corvo_evaluation_all_experiments(evaluation_, &handles, &count), CORVO_OK);
+  ASSERT_EQ(count, 2U);  // quiet and page
+  for (std::size_t i = 0; i < count; ++i) EXPECT_EQ(corvo_experiment_free(handles[i]), CORVO_OK);
   ASSERT_EQ(corvo_evaluation_holdouts(evaluation_, &text), CORVO_OK);
   EXPECT_THAT(viewOf(text.text), testing::StartsWith("quiet."));
   bool isIn = false;
@@ -250,11 +256,15 @@ TEST_F(CTest, RefusesWhatAHostileCallerPasses) {
   EXPECT_EQ(corvo_evaluation_flags(evaluation_, nullptr), CORVO_INVALID_ARGUMENT);
   EXPECT_EQ(corvo_evaluation_check_flag(evaluation_, {nullptr, 3}, CORVO_ANY, &value),
             CORVO_INVALID_ARGUMENT);
-  for (const int type : {-1, 0, 7}) {
-    EXPECT_EQ(corvo_evaluation_check_flag(evaluation_, CORVO_TEXT("on"),
-                                          static_cast<corvo_type>(type), &value),
+  for (const int number : {-1, 0, 7}) {
+    const auto type = static_cast<corvo_type>(number);
+    EXPECT_EQ(corvo_evaluation_check_flag(evaluation_, CORVO_TEXT("none"), type, &value),
               CORVO_INVALID_ARGUMENT);
+    EXPECT_EQ(corvo_read_value(CORVO_TEXT("1"), type, &value), CORVO_INVALID_ARGUMENT);
   }
+  EXPECT_EQ(corvo_evaluation_explain_flag(evaluation_, CORVO_TEXT("on"), static_cast<corvo_form>(2),
+                                          &text),
+            CORVO_INVALID_ARGUMENT);
   corvo_context context = contextOf({});
   context.size = 3;
   EXPECT_EQ(corvo_evaluation_reset(evaluation_, &context), CORVO_INVALID_ARGUMENT);
@@ -283,6 +293,39 @@ TEST_F(CTest, CopiesItsArguments) {
       corvo_evaluation_explain_experiment(evaluation_, CORVO_TEXT("page"), CORVO_FORM_TEXT, &why),
       CORVO_OK);
   EXPECT_THAT(std::string(viewOf(why)), testing::HasSubstr("bob\uFFFD"));
+}
+
+TEST_F(CTest, AUsersPropertiesExpire) {
+  corvo_user* user = nullptr;
+  ASSERT_EQ(corvo_user_create(nullptr, &user), CORVO_OK);
+  const corvo_text id = CORVO_TEXT("userId");
+  corvo_context context = contextOf({});
+  context.user = user;
+  context.has_now = true;
+  context.now = 1'714'561'200;  // 2024-05-01 11:00 UTC, 13:00 in the zone
+  context.time_zone = &zone_;
+  const auto takesPart = [&](corvo_text expiry) {
+    EXPECT_EQ(corvo_user_restore(user, id, CORVO_TEXT("ann"), expiry), CORVO_OK);
+    EXPECT_EQ(corvo_evaluation_reset(evaluation_, &context), CORVO_OK);
+    corvo_value text{};
+    EXPECT_EQ(corvo_evaluation_experiments(evaluation_, true, &text), CORVO_OK);
+    return text.type != CORVO_ABSENT;
+  };
+  EXPECT_TRUE(takesPart(CORVO_TEXT("2024-05-01 13:00:01")));
+  EXPECT_FALSE(takesPart(CORVO_TEXT("2024-05-01 12:59:59")));
+  EXPECT_FALSE(takesPart({}));
+  EXPECT_EQ(corvo_user_free(user), CORVO_OK);
+  EXPECT_EQ(corvo_evaluation_reset(evaluation_, &context), CORVO_INVALID_HANDLE);
+}
+
+TEST_F(CTest, ReadsTextsAsValues) {
+  corvo_value value{};
+  ASSERT_EQ(corvo_read_value(CORVO_TEXT("0x10"), CORVO_DOUBLE, &value), CORVO_OK);
+  EXPECT_EQ(value.number, 16);
+  ASSERT_EQ(corvo_read_value(CORVO_TEXT("maybe"), CORVO_BOOLEAN, &value), CORVO_OK);
+  EXPECT_EQ(value.type, CORVO_ABSENT);
+  ASSERT_EQ(corvo_read_value({}, CORVO_ANY, &value), CORVO_OK);
+  EXPECT_EQ(value.type, CORVO_ABSENT);
 }
 
 TEST_F(CTest, ABusyEvaluationIsNotUsedTwice) {

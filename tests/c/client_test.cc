@@ -239,7 +239,7 @@ TEST_F(CClientTest, DropsTheQuestionsOfAReleasedClient) {
   EXPECT_EQ(corvo_reply_is_ready(reply_, &isReady), CORVO_OK);
   EXPECT_FALSE(isReady);
   const corvo_answer* answer = nullptr;
-  EXPECT_EQ(corvo_reply_wait(reply_, &answer), CORVO_DROPPED) << "nothing is under way";
+  EXPECT_EQ(corvo_reply_wait(reply_, &answer), CORVO_PENDING) << "the queue is empty";
   // The reply belongs to its question until that ends.
   EXPECT_EQ(corvo_client_flags(client_, corvo_reply_callback(reply_)), CORVO_BUSY);
   corvo_registry_remove_client(registry_, CORVO_TEXT("default"));
@@ -270,6 +270,69 @@ TEST_F(CClientTest, ARequestIsCompletedOnce) {
   EXPECT_EQ(corvo_exchange_complete(caller_.heldBack[0], &response), CORVO_INVALID_HANDLE);
   caller_.fake.time->run();
   EXPECT_THAT(notes.answers, testing::ElementsAre("error:requestConfigFailed"));
+}
+
+TEST_F(CClientTest, AReplyIsForOneQuestion) {
+  const corvo_callback callback = corvo_reply_callback(reply_);
+  ASSERT_EQ(corvo_client_flags(client_, callback), CORVO_OK);
+  EXPECT_EQ(corvo_client_flags(client_, callback), CORVO_BUSY);
+  struct Freed {
+    corvo_reply* reply;
+  } freed{reply_};
+  const corvo_callback freeing{
+      &freed,
+      [](void* given, const corvo_answer*) { corvo_reply_free(static_cast<Freed*>(given)->reply); },
+      nullptr};
+  ASSERT_EQ(corvo_client_project(client_, freeing), CORVO_OK);
+  caller_.fake.time->post([] {});
+  const corvo_answer* answer = nullptr;
+  while (corvo_reply_wait(reply_, &answer) == CORVO_OK) caller_.fake.time->run();
+  EXPECT_EQ(corvo_reply_wait(reply_, &answer), CORVO_INVALID_HANDLE);
+}
+
+TEST_F(CClientTest, TellsWhyAFetchFailed) {
+  caller_.fake.session->always("config.json", fakes::status(404));
+  EXPECT_EQ(askFlag("on"), "error:requestConfigFailed");
+  corvo_error error{};
+  error.size = sizeof error;
+  ASSERT_EQ(corvo_last_error(&error), CORVO_OK);
+  EXPECT_EQ(error.network, CORVO_NETWORK_WRONG_STATUS_CODE);
+  EXPECT_EQ(error.http_status, 404);
+}
+
+// The library may hold a lock while it calls one.
+TEST_F(CClientTest, FunctionsOfAPlatformMustNotUseAClient) {
+  corvo_platform platform = caller_.functions();
+  platform.destroy = nullptr;
+  struct Inside {
+    corvo_client* client;
+    corvo_bytes* kept = nullptr;
+    corvo_status status = CORVO_OK;
+    corvo_status task = CORVO_OK;
+  };
+  static Inside inside;
+  inside = {client_};
+  platform.read = [](void*, corvo_text, corvo_text, corvo_bytes* value) {
+    inside.kept = value;
+    inside.status = corvo_client_clear_user_properties(inside.client);
+    return true;
+  };
+  platform.post = [](void* context, corvo_task* task) {
+    inside.task = corvo_task_run(task);
+    CallerPlatform::of(context).fake.time->post([task] { corvo_task_run(task); });
+  };
+  corvo_registry* registry = nullptr;
+  ASSERT_EQ(corvo_registry_create(nullptr, &platform, &registry), CORVO_OK);
+  corvo_client_options given = options();
+  corvo_client* client = nullptr;
+  ASSERT_EQ(corvo_registry_initialize_client(registry, &given, &client), CORVO_OK);
+  corvo_client_flags(client, {});
+  EXPECT_EQ(inside.status, CORVO_BUSY);
+  EXPECT_EQ(inside.task, CORVO_BUSY);
+  EXPECT_EQ(corvo_bytes_set(inside.kept, CORVO_TEXT("late")), CORVO_INVALID_HANDLE);
+  caller_.fake.time->run();
+  corvo_client_free(client);
+  corvo_registry_free(registry);
 }
 
 TEST_F(CClientTest, AReplyOwnsHandlesUntilItIsAsked) {
@@ -320,19 +383,22 @@ TEST_F(CClientTest, SetsAndEditsUsers) {
   EXPECT_EQ(askFlag("mine"), "1");
   EXPECT_EQ(corvo_client_set_user(client_, ann_), CORVO_OK);
   EXPECT_EQ(askFlag("mine"), "error:featureFlagRulesNotSatisfied");
+  corvo_client* other = nullptr;  // another handle of the same client
+  ASSERT_EQ(corvo_registry_get_client(registry_, {}, &other), CORVO_OK);
   struct Edited {
-    corvo_client* client;
+    corvo_client* other;
     corvo_user* user = nullptr;
     corvo_status elsewhere = CORVO_OK;
-  } edited{client_};
+  } edited{other};
   const auto becomeAnn = [](void* context, corvo_user* user) {
     auto& noted = *static_cast<Edited*>(context);
     noted.user = user;
-    std::thread([&] { noted.elsewhere = corvo_client_clear_user_properties(noted.client); }).join();
+    std::thread([&] { noted.elsewhere = corvo_client_clear_user_properties(noted.other); }).join();
     return corvo_user_set(user, CORVO_USER_ID, CORVO_TEXT("ann")) == CORVO_OK;
   };
   EXPECT_EQ(corvo_client_edit_user_properties(client_, becomeAnn, &edited), CORVO_OK);
   EXPECT_EQ(edited.elsewhere, CORVO_BUSY);
+  EXPECT_EQ(corvo_client_free(other), CORVO_OK);
   EXPECT_EQ(corvo_user_free(edited.user), CORVO_INVALID_HANDLE) << "valid during the call";
   EXPECT_EQ(askFlag("mine"), "1");
   const auto cancel = [](void*, corvo_user* user) {
@@ -453,6 +519,12 @@ TEST(CPlatformTest, RefusesServicesThatLackAFunction) {
     destroyed += caller.destroyed;
   }
   EXPECT_EQ(destroyed, 4) << "the context of a refused platform";
+  corvo_host_options host{};
+  host.size = 1;
+  CallerPlatform caller;
+  const corvo_platform platform = caller.functions();
+  corvo_registry* registry = nullptr;
+  EXPECT_EQ(corvo_registry_create(&host, &platform, &registry), CORVO_INVALID_ARGUMENT);
 }
 
 // The ready-made platform, with only the session of the caller.
@@ -510,9 +582,16 @@ TEST(CPlatformTest, MixesWithTheReadyMadeOne) {
   EXPECT_EQ(corvo_reply_wait(reply, &answer), CORVO_EXPERIMENTS_EMPTY);
   EXPECT_EQ(corvo_registry_on_work(registry, nullptr, nullptr, nullptr), CORVO_OK);
   EXPECT_EQ(loop.destroyed, 1);
+  // A task frees the registry, which ends the run.
+  ASSERT_EQ(corvo_registry_post(
+                registry, &loop,
+                [](void* given) { corvo_registry_free(static_cast<Loop*>(given)->registry); },
+                [](void* given) { ++static_cast<Loop*>(given)->destroyed; }),
+            CORVO_OK);
+  EXPECT_EQ(corvo_registry_run(registry), CORVO_OK);
+  EXPECT_EQ(loop.destroyed, 2);
   corvo_reply_free(reply);
   corvo_client_free(client);
-  corvo_registry_free(registry);
 }
 
 TEST_F(CClientTest, ARegistryWithoutTheReadyMadeLoopSaysSo) {
@@ -555,7 +634,7 @@ TEST_F(CClientTest, RefusesHandlesOfAnotherType) {
   EXPECT_EQ(corvo_client_clear_user_properties(reinterpret_cast<corvo_client*>(ann_)),
             CORVO_INVALID_HANDLE);
   EXPECT_EQ(corvo_user_free(reinterpret_cast<corvo_user*>(client_)), CORVO_INVALID_HANDLE);
-  EXPECT_EQ(corvo_bytes_set(nullptr, text), CORVO_INVALID_ARGUMENT);
+  EXPECT_EQ(corvo_bytes_set(nullptr, text), CORVO_INVALID_HANDLE);
 }
 
 TEST(CLintTest, ListsFindings) {

@@ -28,8 +28,8 @@ extern "C" {
 #define CORVO_C_ENUM
 #endif
 
-/// A text. No text at all has null `data` and the size 0; where a text is required, that is the
-/// empty text.
+/// A text. No text at all has null `data` and the size 0. As a name that is the empty text; as an
+/// option it is the default.
 typedef struct corvo_text {
   const char* data;  ///< The bytes; null only if `size` is 0.
   size_t size;       ///< Their number.
@@ -42,10 +42,14 @@ typedef struct corvo_text {
 #define CORVO_TEXT(literal) ((corvo_text){"" literal, sizeof(literal) - 1})
 #endif
 
+/// The same for an initialiser of static data.
+#define CORVO_TEXT_INIT(literal) \
+  { "" literal, sizeof(literal) - 1 }
+
 /// The text of a zero-terminated string; no text for null.
 CORVO_C_EXPORT corvo_text corvo_text_of(const char* terminated);
 
-/// What a function came to. Numbers never change.
+/// The outcome of a call. Numbers never change.
 typedef enum corvo_status CORVO_C_ENUM {
   CORVO_OK = 0,
   /// The errors of the library, in the order of `CorvoError::Case`.
@@ -68,32 +72,49 @@ typedef enum corvo_status CORVO_C_ENUM {
   CORVO_INVALID_HANDLE = 100,
   /// A null result, an unknown enumerator, a struct of an unknown size, or a text without data.
   CORVO_INVALID_ARGUMENT = 101,
-  /// What the handle stands for is in use, on another thread or by the caller of this callback.
+  /// The object behind the handle is in use on another thread, or by the caller of this callback.
   CORVO_BUSY = 102,
   /// Memory ran out.
   CORVO_OUT_OF_MEMORY = 103,
-  /// No answer will come: nothing that could bring it is under way any more.
+  /// No answer will come: the question was dropped.
   CORVO_DROPPED = 104,
-  /// The caller's function asked to change nothing.
+  /// The edit function returned false; nothing was changed.
   CORVO_CANCELLED = 105,
   /// A service of the platform failed.
   CORVO_PLATFORM_FAILED = 106,
-  /// This build has no ready-made platform.
-  CORVO_UNAVAILABLE = 107
+  /// This build has no ready-made platform, or the registry does not use its loop.
+  CORVO_UNAVAILABLE = 107,
+  /// The answer has not come yet, and the main queue cannot wait for it.
+  CORVO_PENDING = 108
 } corvo_status;
 
 /// The name of a status: "featureFlagNotFound", "invalidHandle". Static; null if there is none.
 CORVO_C_EXPORT const char* corvo_status_name(corvo_status status);
 
-/// The version of the library, for callers that were not compiled with its headers: "0.1.0". Static.
+/// The version of the library, for callers that were not compiled with its headers: "0.1.0".
+/// Static.
 CORVO_C_EXPORT const char* corvo_version(void);
 
-/// The last error of this thread.
+/// Why a fetch failed. In the order of `CorvoNetworkError::Case`.
+typedef enum corvo_network_error CORVO_C_ENUM {
+  CORVO_NETWORK_NONE = 0,               ///< The error is not about a fetch.
+  CORVO_NETWORK_INCORRECT_URL = 1,      ///< The address is not valid.
+  CORVO_NETWORK_URL_ERROR = 2,          ///< The transfer did not complete.
+  CORVO_NETWORK_WRONG_STATUS_CODE = 3,  ///< The answer's status was not a success.
+  CORVO_NETWORK_DECODING_ERROR = 4,     ///< The answer cannot be decoded.
+  CORVO_NETWORK_CUSTOM_ERROR = 5,       ///< Something else.
+  CORVO_NETWORK_NO_DATA = 6             ///< The answer was empty.
+} corvo_network_error;
+
+/// An error, for example the last one of this thread.
 typedef struct corvo_error {
-  size_t size;          ///< Set it to `sizeof(corvo_error)`.
-  corvo_status status;  ///< `CORVO_OK` if no function has failed yet.
-  corvo_text text;      ///< For people. Valid until the next error on this thread.
+  size_t size;                  ///< Set it to `sizeof(corvo_error)`.
+  corvo_status status;          ///< `CORVO_OK` if no function has failed yet.
+  corvo_network_error network;  ///< Of a failed fetch.
+  /// For people, at most 1024 bytes. Valid until the next error on this thread, or its end.
+  corvo_text text;
   int64_t offset;       ///< For a document that cannot be decoded: the byte; otherwise -1.
+  int32_t http_status;  ///< Of a wrong status code; otherwise 0.
 } corvo_error;
 
 /// Fills in the last error of this thread. Success does not clear it. A wrong argument of this very
@@ -120,8 +141,14 @@ typedef struct corvo_value {
   corvo_text text;  ///< Of a `CORVO_STRING` or `CORVO_JSON`.
 } corvo_value;
 
+/// Reads a text as a type, as the library reads the text of a flag. Texts of the value are the
+/// given one.
+CORVO_C_EXPORT corvo_status corvo_read_value(corvo_text text, corvo_type type, corvo_value* value);
+
 #ifdef __cplusplus
 }
+#else
+_Static_assert(sizeof(corvo_type) == 4, "corvo/c.h needs enumerations of four bytes");
 #endif
 
 // NOLINTEND(modernize-*)

@@ -23,7 +23,8 @@ typedef struct corvo_registry corvo_registry;
 CORVO_C_EXPORT corvo_status corvo_registry_create(const corvo_host_options* host,
                                                   const corvo_platform* platform,
                                                   corvo_registry** registry);
-/// Clients go on without their registry.
+/// Also makes `corvo_registry_run` return. Clients keep working, but a ready-made loop then runs
+/// only while `corvo_reply_wait` waits.
 CORVO_C_EXPORT corvo_status corvo_registry_free(corvo_registry* registry);
 
 // The loop of the ready-made platform, on which its transfers advance and answers come. Run it on
@@ -43,13 +44,18 @@ CORVO_C_EXPORT corvo_status corvo_registry_tick(corvo_registry* registry);
 CORVO_C_EXPORT corvo_status corvo_registry_busy(corvo_registry* registry, bool* busy);
 /// Registers a function that is called when a task joins an empty queue or a transfer starts, on
 /// the thread that queued the work: the moment to schedule a tick. It must not run the loop.
-/// Replaces the previous one, whose `destroy` is then called; a null function removes it.
+/// Replaces the previous one; a null function removes it. `destroy` is called when the listener is
+/// replaced, when the loop ends, or before the return if the function fails.
 CORVO_C_EXPORT corvo_status corvo_registry_on_work(corvo_registry* registry, void* context,
                                                    void (*listener)(void* context),
                                                    void (*destroy)(void* context));
 
-/// A user: properties, and when each of them expires. See `corvo::CorvoUser::Builder`.
-typedef struct corvo_user corvo_user;
+/// Runs a function later on the loop: how another thread moves work to the thread that uses the
+/// clients. `destroy` is called after it, or when the loop ends, or before the return if the
+/// function fails. Safe on any thread.
+CORVO_C_EXPORT corvo_status corvo_registry_post(corvo_registry* registry, void* context,
+                                                void (*task)(void* context),
+                                                void (*destroy)(void* context));
 
 /// The properties of a user that have a name of their own.
 typedef enum corvo_user_property CORVO_C_ENUM {
@@ -77,6 +83,10 @@ CORVO_C_EXPORT corvo_status corvo_user_set(corvo_user* user, corvo_user_property
 /// removes it.
 CORVO_C_EXPORT corvo_status corvo_user_set_custom(corvo_user* user, corvo_text key,
                                                   const corvo_value* value);
+/// Sets a property of any name and its expiry, "yyyy-MM-dd HH:mm:ss" in local time, to restore a
+/// user that was stored. Without an expiry it counts as expired.
+CORVO_C_EXPORT corvo_status corvo_user_restore(corvo_user* user, corvo_text name, corvo_text value,
+                                               corvo_text expiry);
 /// The user as a JSON object with "properties" and "corvoExpiration", both objects of texts. Valid
 /// until the next call with the user.
 CORVO_C_EXPORT corvo_status corvo_user_describe(corvo_user* user, corvo_text* json);
@@ -106,16 +116,17 @@ CORVO_C_EXPORT corvo_status corvo_registry_initialize_client(corvo_registry* reg
 /// A handle to the client registered under the tag; null if there is none.
 CORVO_C_EXPORT corvo_status corvo_registry_get_client(corvo_registry* registry, corvo_text tag,
                                                       corvo_client** client);
-/// Removes the client with that tag, if there is one. Its handles go on.
+/// Removes the client with that tag, if there is one. Its handles stay valid.
 CORVO_C_EXPORT corvo_status corvo_registry_remove_client(corvo_registry* registry, corvo_text tag);
-/// Frees a handle. The client goes on while it is registered or has other handles; after that, its
+/// Frees a handle. The client lives while it is registered or has other handles; after that, its
 /// questions are dropped.
 CORVO_C_EXPORT corvo_status corvo_client_free(corvo_client* client);
 
 /// Replaces the stored user with a copy of this one.
 CORVO_C_EXPORT corvo_status corvo_client_set_user(corvo_client* client, corvo_user* user);
 /// Edits a user. Called once, before the function that takes it returns. The handle is
-/// freed when it returns. False: nothing is stored, and that function returns `CORVO_CANCELLED`.
+/// freed when the function returns. It may use the client. False: nothing is stored, and that
+/// function returns `CORVO_CANCELLED`.
 typedef bool (*corvo_edit)(void* context, corvo_user* user);
 /// Replaces the stored user with one that has what the function sets.
 CORVO_C_EXPORT corvo_status corvo_client_set_user_properties(corvo_client* client, corvo_edit edit,
@@ -192,7 +203,7 @@ CORVO_C_EXPORT corvo_status corvo_client_project(corvo_client* client, corvo_cal
 CORVO_C_EXPORT corvo_status corvo_client_include_force(corvo_client* client, corvo_text experiment,
                                                        const int64_t* group_index,
                                                        corvo_callback callback);
-/// Undoes it for one experiment, or for all.
+/// Undoes a forced inclusion, or all of them.
 CORVO_C_EXPORT corvo_status corvo_client_exclude_force(corvo_client* client, corvo_text experiment,
                                                        corvo_callback callback);
 CORVO_C_EXPORT corvo_status corvo_client_exclude_force_all(corvo_client* client,
@@ -214,21 +225,22 @@ typedef struct corvo_client_copies {
 CORVO_C_EXPORT corvo_status corvo_client_status(corvo_client* client, corvo_client_copies* copies);
 
 /// A place for the answer to one question of a client at a time, for callers that wait for it or
-/// look for it once per frame. It does not keep the client.
+/// poll once per frame. It does not keep the client.
 typedef struct corvo_reply corvo_reply;
 
 CORVO_C_EXPORT corvo_status corvo_reply_create(corvo_client* client, corvo_reply** reply);
-/// A question that is under way goes on without it.
+/// A question that is under way continues without it.
 CORVO_C_EXPORT corvo_status corvo_reply_free(corvo_reply* reply);
-/// The callback that puts the answer there. Use it for one question. While the previous question is
-/// under way, or with an invalid handle, the function that takes the callback fails.
+/// The callback that puts the answer there. The function that takes it fails with `CORVO_BUSY`
+/// while the previous question is under way, and with `CORVO_INVALID_HANDLE` for an invalid reply.
 CORVO_C_EXPORT corvo_callback corvo_reply_callback(corvo_reply* reply);
 /// Whether `corvo_reply_wait` would return without waiting.
 CORVO_C_EXPORT corvo_status corvo_reply_is_ready(corvo_reply* reply, bool* is_ready);
 /// Waits for the answer by running the client's main queue on this thread. Returns `CORVO_OK` and
-/// the answer, the question's error, or `CORVO_DROPPED` if no answer can come any more. The answer
-/// is valid until the reply is used again or freed; its `error` is null. Handles are the
-/// receiver's, once.
+/// the answer, the question's error, `CORVO_DROPPED` if the question was dropped, or
+/// `CORVO_PENDING` if the queue cannot wait or nothing that could bring the answer is under way.
+/// The answer is valid until the reply is used again or freed; its `error` is null. The first call
+/// hands over the answer's handles.
 CORVO_C_EXPORT corvo_status corvo_reply_wait(corvo_reply* reply, const corvo_answer** answer);
 
 #ifdef __cplusplus

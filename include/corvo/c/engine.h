@@ -20,16 +20,18 @@ typedef enum corvo_filter CORVO_C_ENUM {
 } corvo_filter;
 
 /// Decodes a configuration document. Fails with `CORVO_REQUEST_CONFIG_FAILED`; the error's offset
-/// says where.
+/// says where. A project with "stops" ends the process at the first question about the experiment:
+/// describe a project of unknown origin before you ask it.
 CORVO_C_EXPORT corvo_status corvo_project_decode(corvo_text document, corvo_filter filter,
                                                  corvo_project** project);
-/// Evaluations go on with their project.
+/// Evaluations keep working without the handle of their project.
 CORVO_C_EXPORT corvo_status corvo_project_free(corvo_project* project);
 
-/// All that there is in a project, as a JSON object: "flags", "experiments", "holdouts",
-/// "properties", "stops" and "drops", with the members that `corvo::Project` documents. Lists are
-/// in its order: the positions that `corvo_evaluation_flag_texts` and
-/// `corvo_evaluation_memberships` use. Valid until the project is freed.
+/// Everything in a project, as a JSON object: "flags", "experiments", "holdouts", "properties",
+/// "stops" and "drops", with the members that `corvo::Project` documents.
+/// `corvo_evaluation_flag_texts` uses the positions in the list of flags, and
+/// `corvo_evaluation_memberships` the member "position" of experiments and holdouts. Valid until
+/// the project is freed.
 CORVO_C_EXPORT corvo_status corvo_project_describe(corvo_project* project, corvo_text* json);
 
 /// A name and its text.
@@ -48,6 +50,9 @@ typedef struct corvo_time_zone {
   /// and functions must have different numbers.
   uint64_t (*identifier)(void* context);
 } corvo_time_zone;
+
+/// A user: properties, and when each of them expires. See `corvo_user_create`.
+typedef struct corvo_user corvo_user;
 
 /// All that an answer depends on besides the project. Set `size` to `sizeof(corvo_context)` and the
 /// rest to zero, then fill in what is known.
@@ -69,6 +74,7 @@ typedef struct corvo_context {
   bool has_now;  ///< Whether `now` counts.
   /// Null: the system's. Its context must outlive the evaluation, or its next reset.
   const corvo_time_zone* time_zone;
+  corvo_user* user;  ///< A user whose properties expire, in place of `properties`; null: none.
 } corvo_context;
 
 /// Answers questions about one project and one context. See `corvo::Evaluation`.
@@ -84,6 +90,10 @@ CORVO_C_EXPORT corvo_status corvo_evaluation_reset(corvo_evaluation* evaluation,
                                                    const corvo_context* context);
 CORVO_C_EXPORT corvo_status corvo_evaluation_free(corvo_evaluation* evaluation);
 
+/// An experiment that the user takes part in: a snapshot, safe on any thread. See
+/// `corvo::CorvoExperiment`.
+typedef struct corvo_experiment corvo_experiment;
+
 // Results of an evaluation are valid until the next call with it.
 
 /// The flag's value for the user, read as a type; absent if its text is not valid for the type.
@@ -96,6 +106,10 @@ CORVO_C_EXPORT corvo_status corvo_evaluation_flags(corvo_evaluation* evaluation,
 /// The experiments that the user takes part in, as "checkout.1|colors.0"; absent if there are none.
 CORVO_C_EXPORT corvo_status corvo_evaluation_experiments(corvo_evaluation* evaluation,
                                                          bool estimate_holdouts, corvo_value* text);
+/// The same as handles, holdouts included. The caller owns the handles, but not the list.
+CORVO_C_EXPORT corvo_status corvo_evaluation_all_experiments(corvo_evaluation* evaluation,
+                                                             corvo_experiment* const** experiments,
+                                                             size_t* experiment_count);
 /// The same with their values: a JSON array of objects with "type", "id", "group" (an index) and
 /// "results" (objects with "name" and "value").
 CORVO_C_EXPORT corvo_status corvo_evaluation_details(corvo_evaluation* evaluation,
@@ -140,10 +154,6 @@ CORVO_C_EXPORT corvo_status corvo_evaluation_explain_flag(corvo_evaluation* eval
 CORVO_C_EXPORT corvo_status corvo_evaluation_explain_experiment(corvo_evaluation* evaluation,
                                                                 corvo_text name, corvo_form form,
                                                                 corvo_text* explanation);
-
-/// An experiment that the user takes part in: a snapshot, for any thread. See
-/// `corvo::CorvoExperiment`.
-typedef struct corvo_experiment corvo_experiment;
 
 /// The first experiment of that name that the user takes part in; a null handle if there is none.
 /// Free it.

@@ -11,10 +11,9 @@
 extern "C" {
 #endif
 
-/// Where a function of a platform puts the bytes that it was asked for. Valid during that call, and
-/// not a handle.
+/// Where a function of a platform puts the bytes that it was asked for. Valid during that call.
 typedef struct corvo_bytes corvo_bytes;
-/// Copies the bytes. What was put there before is replaced.
+/// Copies the bytes. What was put there before is replaced. No text at all is an empty one.
 CORVO_C_EXPORT corvo_status corvo_bytes_set(corvo_bytes* bytes, corvo_text value);
 
 /// A fact about device and application.
@@ -44,7 +43,7 @@ typedef struct corvo_response {
                        ///< body are ignored.
 } corvo_response;
 
-/// A request under way. Complete or drop it exactly once.
+/// A request under way. Complete or drop it exactly once, even after the platform's `destroy`.
 typedef struct corvo_exchange corvo_exchange;
 /// Passes on the result, on any thread, possibly inside the call that started the request. Frees
 /// the handle, except for `CORVO_INVALID_ARGUMENT`.
@@ -53,7 +52,8 @@ CORVO_C_EXPORT corvo_status corvo_exchange_complete(corvo_exchange* exchange,
 /// Drops the request, and with it the questions that wait for it. Frees the handle.
 CORVO_C_EXPORT corvo_status corvo_exchange_drop(corvo_exchange* exchange);
 
-/// A task for the main queue. Run or drop it exactly once.
+/// A task for the main queue. Run or drop it exactly once, even after the platform's `destroy`. Run
+/// tasks one at a time, on the thread that uses the clients.
 typedef struct corvo_task corvo_task;
 /// Runs the task, which may call callbacks. Frees the handle. Fails with `CORVO_PLATFORM_FAILED` or
 /// `CORVO_OUT_OF_MEMORY` if the task could not do its work.
@@ -69,11 +69,15 @@ typedef struct corvo_change {
 
 /// Services that the application brings: its own HTTP, its own store. Functions come in groups. A
 /// group whose functions are all null is served by the ready-made platform; a group with some of
-/// its functions is an error. Functions must not throw, and must not use a client.
+/// its functions is an error. Functions must not throw. A client, a registry's loop or a task that
+/// they use is `CORVO_BUSY`. Unless a group says otherwise, its functions are called on the threads
+/// that use clients and users, also at once.
 typedef struct corvo_platform {
-  size_t size;                     ///< `sizeof(corvo_platform)`
-  void* context;                   ///< Passed to the functions.
-  void (*destroy)(void* context);  ///< Called once, when nothing uses the context; may be null.
+  size_t size;    ///< `sizeof(corvo_platform)`
+  void* context;  ///< Passed to the functions.
+  /// Called once, when nothing uses the context any more, on the thread that frees the last handle:
+  /// registries, clients, users and replies use it. May be null.
+  void (*destroy)(void* context);
 
   /// **The clock:** the current moment, in seconds since 1970-01-01 00:00:00 UTC.
   double (*now)(void* context);
@@ -105,8 +109,9 @@ typedef struct corvo_platform {
   /// Makes all changes and returns true, or makes none and returns false.
   bool (*apply)(void* context, corvo_text suite, const corvo_change* changes, size_t count);
 
-  /// **The device:** puts a fact into `text`, or nothing if it is unknown. Called once for each
-  /// fact; for the identifier again, at most once a second, while it is unknown.
+  /// **The device:** puts a fact into `text`, or nothing if it is unknown. Called by one thread at
+  /// a time, once for each fact; for the identifier again, at most once a second, while it is
+  /// unknown.
   void (*fact)(void* context, corvo_fact fact, corvo_bytes* text);
 
   /// **The random source:** fills all bytes with cryptographically secure random bytes, or returns
@@ -123,9 +128,11 @@ typedef struct corvo_host_options {
   corvo_text data_file;            ///< The file for them. No text: "corvo.db" in the data folder.
   bool in_memory;                  ///< Keeps everything in memory instead.
   corvo_text application_version;  ///< As shown to the application's users.
-  double timeout_seconds;   ///< How long a transfer may make no progress. 0: 60. Negative: none.
-  double transfer_seconds;  ///< How long a whole transfer may take. 0: 300. Negative: none.
-  size_t max_body_bytes;    ///< The largest accepted body. 0: 16 MiB.
+  /// How long a transfer may make no progress. 0: 60. With a negative number all transfers fail.
+  double timeout_seconds;
+  /// How long a whole transfer may take. 0: 300. With a negative number all transfers fail.
+  double transfer_seconds;
+  size_t max_body_bytes;  ///< The largest accepted body. 0: 16 MiB.
 } corvo_host_options;
 
 #ifdef __cplusplus

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <corvo/user_builder.h>
+
+#include <optional>
+#include <string>
+
+#include "c/handle_table.h"
+
+namespace corvo::corvo_internal::c {
+
+/// A user of the caller's, or the one that a client lets the caller edit.
+struct UserObject {
+  std::optional<CorvoUser::Builder> own;
+  CorvoUser::Builder* builder = nullptr;
+  std::string description;
+};
+
+inline auto& users() {
+  static auto& table = *new HandleTable<UserObject, 6, false>();
+  return table;
+}
+
+}  // namespace corvo::corvo_internal::c
