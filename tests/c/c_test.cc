@@ -86,7 +86,7 @@ class CTest : public testing::Test {
     corvo_project_free(project_);
   }
 
-  corvo_value check(std::string_view flag, corvo_type type) const {
+  [[nodiscard]] corvo_value check(std::string_view flag, corvo_type type) const {
     corvo_value value{};
     EXPECT_EQ(corvo_evaluation_check_flag(evaluation_, {flag.data(), flag.size()}, type, &value),
               CORVO_OK)
@@ -153,7 +153,7 @@ TEST_F(CTest, ReportsFlagsExperimentsAndHoldouts) {
 }
 
 TEST_F(CTest, HandsOutExperimentsThatOutliveTheEvaluation) {
-  corvo_experiment* held = reinterpret_cast<corvo_experiment*>(&zone_);
+  auto* held = reinterpret_cast<corvo_experiment*>(&zone_);
   ASSERT_EQ(corvo_evaluation_experiment(evaluation_, CORVO_TEXT("held"), &held), CORVO_OK);
   EXPECT_EQ(held, nullptr);
   corvo_experiment* page = nullptr;
@@ -233,10 +233,11 @@ TEST_F(CTest, RefusesWhatAHostileCallerPasses) {
   }();
   corvo_evaluation* again = nullptr;
   corvo_evaluation_create(project_, nullptr, &again);  // in the place of the freed one
-  for (void* const handle :
-       {static_cast<void*>(nullptr), static_cast<void*>(project_), static_cast<void*>(this),
-        static_cast<void*>(freed), reinterpret_cast<void*>(~std::uintptr_t{0}),
-        reinterpret_cast<void*>(std::uintptr_t{0x7FFFFFF2})}) {
+  for (const std::uintptr_t number :
+       {std::uintptr_t{0}, reinterpret_cast<std::uintptr_t>(project_),
+        reinterpret_cast<std::uintptr_t>(this), reinterpret_cast<std::uintptr_t>(freed),
+        ~std::uintptr_t{0}, std::uintptr_t{0x7FFFFFF2}}) {
+    void* const handle = reinterpret_cast<void*>(number);  // NOLINT(performance-no-int-to-ptr)
     auto* const evaluation = static_cast<corvo_evaluation*>(handle);
     EXPECT_EQ(corvo_evaluation_flags(evaluation, &text), CORVO_INVALID_HANDLE) << handle;
     EXPECT_EQ(corvo_evaluation_free(evaluation), CORVO_INVALID_HANDLE) << handle;
@@ -311,9 +312,9 @@ TEST_F(CTest, AnyThreadMayUseItsOwnHandles) {
   context.time_zone = &zone_;
   context.has_now = true;
   std::atomic<int> wrong = 0;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
+  std::array<std::thread, 4> threads;
+  for (std::thread& thread : threads) {
+    thread = std::thread([&] {
       for (int round = 0; round < 200; ++round) {
         corvo_evaluation* evaluation = nullptr;
         corvo_value value{};

@@ -169,7 +169,7 @@ TEST_F(CClientTest, AnswersEveryQuestion) {
       {[](auto* c, auto to) {
          return corvo_client_explain_flag(c, CORVO_TEXT("on"), CORVO_FORM_TEXT, to);
        },
-       "flag \"on\": \"true\""},
+       R"(flag "on": "true")"},
       {[](auto* c, auto to) {
          return corvo_client_explain_experiment(c, CORVO_TEXT("held"), CORVO_FORM_JSON, to);
        },
@@ -184,10 +184,10 @@ TEST_F(CClientTest, AnswersEveryQuestion) {
       {[](auto* c, auto to) { return corvo_client_exclude_force_all(c, to); },
        "error:noForceIncludedExperiments"},
   };
-  for (const auto& [question, answer] : rows) {
-    const std::size_t row = static_cast<std::size_t>(&question - &rows[0].first);
-    EXPECT_THAT(ask([&](corvo_callback to) { return question(client_, to); }), HasSubstr(answer))
-        << row;
+  int number = 0;
+  for (const auto& row : rows) {
+    const auto question = [&](corvo_callback to) { return row.first(client_, to); };
+    EXPECT_THAT(ask(question), HasSubstr(row.second)) << "question " << number++;
   }
 }
 

@@ -17,8 +17,9 @@ typedef struct corvo_registry corvo_registry;
 
 /// Creates a registry on the ready-made platform; services that `platform` has replace it. Both
 /// structs are copied, and both may be null. Takes ownership of the platform's context: `destroy`
-/// is called when nothing uses it any more, or before the return if the function fails. Fails with
-/// `CORVO_UNAVAILABLE` if a service is missing and this build has no ready-made platform.
+/// is called when nothing uses it any more, or before the return if the function fails, unless the
+/// struct's size is wrong. Fails with `CORVO_UNAVAILABLE` if a service is missing and this build
+/// has no ready-made platform.
 CORVO_C_EXPORT corvo_status corvo_registry_create(const corvo_host_options* host,
                                                   const corvo_platform* platform,
                                                   corvo_registry** registry);
@@ -113,7 +114,7 @@ CORVO_C_EXPORT corvo_status corvo_client_free(corvo_client* client);
 
 /// Replaces the stored user with a copy of this one.
 CORVO_C_EXPORT corvo_status corvo_client_set_user(corvo_client* client, corvo_user* user);
-/// Sets properties of a user. Called once, before the function that takes it returns. The handle is
+/// Edits a user. Called once, before the function that takes it returns. The handle is
 /// freed when it returns. False: nothing is stored, and that function returns `CORVO_CANCELLED`.
 typedef bool (*corvo_edit)(void* context, corvo_user* user);
 /// Replaces the stored user with one that has what the function sets.
@@ -205,9 +206,9 @@ typedef struct corvo_copy {
 } corvo_copy;
 /// The cached copies of a client.
 typedef struct corvo_client_copies {
-  size_t size;  ///< Set it to `sizeof(corvo_client_copies)`.
-  corvo_copy configuration;
-  corvo_copy location;
+  size_t size;               ///< Set it to `sizeof(corvo_client_copies)`.
+  corvo_copy configuration;  ///< The configuration's.
+  corvo_copy location;       ///< The location's.
 } corvo_client_copies;
 /// When the cached copies were stored, and until when they are fresh. Fetches nothing.
 CORVO_C_EXPORT corvo_status corvo_client_status(corvo_client* client, corvo_client_copies* copies);

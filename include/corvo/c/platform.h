@@ -94,7 +94,8 @@ typedef struct corvo_platform {
   void (*start)(void* context, const corvo_request* request, corvo_exchange* exchange);
 
   /// **The preferences store:** named suites of bytes under keys. Called on any thread, for one
-  /// suite by one thread at a time.
+  /// suite by one thread at a time. The library counts the changes, so nobody else may change a
+  /// store while a registry uses it.
   ///
   /// Whether the suite can be opened now; if not, what it stores must stay untouched. Null: always.
   bool (*open_suite)(void* context, corvo_text suite);
