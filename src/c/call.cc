@@ -2,9 +2,8 @@
 
 #include "c/call.h"
 
-#include <corvo/version.h>
-
 #include <corvo/c/base.h>
+#include <corvo/version.h>
 
 #include <algorithm>
 #include <array>

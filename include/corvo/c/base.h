@@ -85,7 +85,8 @@ typedef enum corvo_status CORVO_C_ENUM {
 /// The name of a status: "featureFlagNotFound", "invalidHandle". Static; null if there is none.
 CORVO_C_EXPORT const char* corvo_status_name(corvo_status status);
 
-/// The version of the library, for callers that were not compiled with its headers: "0.1.0". Static.
+/// The version of the library, for callers that were not compiled with its headers: "0.1.0".
+/// Static.
 CORVO_C_EXPORT const char* corvo_version(void);
 
 /// The last error of this thread.
