@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Adds to pyproject.toml the version, from the library's header, the licence, and the shared library
-that CORVO_LIBRARY names. Without it, the package uses a library that is installed in the system."""
+"""Adds to pyproject.toml the version, from the library's header, the licence, and the shared
+library that CORVO_LIBRARY names. Without it, the package uses a library that is installed in the system."""
 
 import os
 import pathlib

@@ -28,7 +28,14 @@ class Result(Structure):
 
 
 class Error(Structure):
-    _fields_ = [("size", c_size_t), ("status", c_int), ("text", Result), ("offset", c_int64)]
+    _fields_ = [
+        ("size", c_size_t),
+        ("status", c_int),
+        ("network", c_int),
+        ("text", Result),
+        ("offset", c_int64),
+        ("http_status", c_int32),
+    ]
 
 
 class Value(Structure):
@@ -63,6 +70,7 @@ class Context(Structure):
         ("now", c_double),
         ("has_now", c_bool),
         ("time_zone", POINTER(TimeZone)),
+        ("user", c_void_p),
     ]
 
 

@@ -287,6 +287,8 @@ class Evaluation:
         self, function: Any, positions: "ctypes.Array[ctypes.c_size_t]", layout: struct.Struct
     ) -> Any:
         """The structs that a function lists, copied, as tuples."""
+        if not len(positions):
+            return ()
         self._check(
             self._call(
                 function, self._handle, positions, len(positions), self._items, self._count

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """The end of the process.
 
-Python ends a thread that wants to run Python code after the interpreter has begun to end, even in
-the middle of a function of the library that has called back. Such functions are C++, which aborts the
-process then. So the end waits until no thread is in one, and lets no other thread begin.
+Python ends a thread that wants to run Python code after the interpreter has begun to end, even
+in the middle of a function of the library that has called back. Such functions are C++, which
+aborts the process then. So the end waits until no thread is in one, and lets no other begin.
 """
 
 from __future__ import annotations

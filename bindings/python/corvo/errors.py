@@ -21,15 +21,25 @@ class CorvoError(Exception):
     code: int
     #: For a document that cannot be decoded: the offset of the mistake, in bytes from 0.
     offset: Optional[int]
+    #: For a backend that answered with a wrong HTTP status: that status, such as 404.
+    http_status: Optional[int]
 
-    def __init__(self, text: str, case: str, code: int, offset: Optional[int] = None):
+    def __init__(
+        self,
+        text: str,
+        case: str,
+        code: int,
+        offset: Optional[int] = None,
+        http_status: Optional[int] = None,
+    ):
         super().__init__(text)
         self.case = case
         self.code = code
         self.offset = offset
+        self.http_status = http_status
 
     def __reduce__(self) -> "tuple[object, ...]":
-        return type(self), (str(self), self.case, self.code, self.offset)
+        return type(self), (str(self), self.case, self.code, self.offset, self.http_status)
 
 
 class InvalidHandleError(CorvoError, ValueError):
@@ -74,9 +84,12 @@ def _name_of(status: int) -> str:
     return name.decode() if name else f"status {status}"
 
 
-def error_of(status: int, text: str, offset: Optional[int] = None) -> CorvoError:
+def error_of(
+    status: int, text: str, offset: Optional[int] = None, http_status: Optional[int] = None
+) -> CorvoError:
     """The exception for a status."""
-    return _CLASSES.get(status, CorvoError)(text, _name_of(status), status, offset)
+    kind = _CLASSES.get(status, CorvoError)
+    return kind(text, _name_of(status), status, offset, http_status)
 
 
 def check(status: int) -> None:
@@ -93,4 +106,4 @@ def check(status: int) -> None:
 def error_from(error: _c.Error) -> CorvoError:
     """The exception for an error of the library."""
     offset = error.offset if error.offset >= 0 else None
-    return error_of(error.status, _c.str_from(error.text), offset)
+    return error_of(error.status, _c.str_from(error.text), offset, error.http_status or None)

@@ -11,11 +11,12 @@ copy=$environment/source
 mkdir -p "$copy/include/corvo" "$copy/bindings"
 cp "$root/include/corvo/version.h" "$copy/include/corvo"
 cp "$root/LICENSE" "$copy"
+strip -o "$copy/libcorvo_c.so" "$library"  # what is large takes long to compress
 cp -R "$root/bindings/python" "$copy/bindings"
 
 quietly="--quiet --disable-pip-version-check --no-index --no-deps"
 # shellcheck disable=SC2086
-CORVO_LIBRARY=$library "$environment/bin/python" -m pip wheel $quietly --no-build-isolation \
+CORVO_LIBRARY=$copy/libcorvo_c.so "$environment/bin/python" -m pip wheel $quietly --no-build-isolation \
   --wheel-dir "$environment/wheels" "$copy/bindings/python"
 ls "$environment"/wheels/corvo-*-py3-none-linux_*.whl
 # shellcheck disable=SC2086
