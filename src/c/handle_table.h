@@ -94,6 +94,13 @@ class HandleTable {
     Found found_ = Found::invalid;
   };
 
+  HandleTable() = default;
+  HandleTable(const HandleTable&) = delete;
+  HandleTable& operator=(const HandleTable&) = delete;
+  ~HandleTable() {
+    for (const auto& block : blocks_) delete[] block.load(std::memory_order_relaxed);
+  }
+
   /// A shared object; null if the handle is invalid.
   std::shared_ptr<Object> share(const void* handle) requires kIsShared {
     const Use use(*this, handle);
@@ -166,8 +173,8 @@ class HandleTable {
 
   std::array<std::atomic<Slot*>, kBits.index + 1> blocks_{};
   std::mutex mutex_;
-  std::vector<std::uintptr_t>
-      free_;  // from the slot that retired last to the one to be reused next
+  // From the slot that retired last to the one to be reused next.
+  std::vector<std::uintptr_t> free_;
   std::uintptr_t count_ = 0;
 };
 
