@@ -2,10 +2,12 @@
 
 #include "platform/system_posix.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <limits>
 #include <memory>
 #include <string_view>
 
@@ -17,9 +19,12 @@ namespace {
 
 class PosixZone {
  public:
-  // A billion years before and after 1970: the C library counts years in an int.
-  static constexpr std::int64_t kLatest = std::int64_t{1} << 55;
-  static constexpr std::int64_t kEarliest = -kLatest;
+  // A billion years before and after 1970, since the C library counts years in an int; with 32 bits
+  // for a moment, from 1901 to 2038.
+  using Moments = std::numeric_limits<std::time_t>;
+  static constexpr std::int64_t kLatest =
+      std::min<std::int64_t>(std::int64_t{1} << 55, Moments::max());
+  static constexpr std::int64_t kEarliest = std::max<std::int64_t>(-kLatest, Moments::min());
 
   /// The entry "TZ=..." of the environment, found with a few loads. `getenv` searches the whole
   /// environment, which takes longer than the rest of a question.

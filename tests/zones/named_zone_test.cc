@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 #include <time.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -16,8 +18,11 @@
 namespace corvo::corvo_internal::zones {
 namespace {
 
-constexpr std::int64_t k1850 = -3'786'912'000;
-constexpr std::int64_t k2500 = 16'725'225'600;
+constexpr std::int64_t kStep = 11 * 86'400 + 1'234;
+// From 1850 to 2500; from 1901 to 2037 where the C library has only 32 bits for a moment.
+using Moments = std::numeric_limits<time_t>;
+constexpr std::int64_t kFirst = std::max<std::int64_t>(-3'786'912'000, Moments::min());
+constexpr std::int64_t kLast = std::min<std::int64_t>(16'725'225'600, Moments::max() - kStep);
 
 /// The C library in a zone.
 class Judge {
@@ -38,8 +43,7 @@ class Judge {
 };
 
 /// Compares both every few days, and around every change in between.
-void expectSame(const TimeZone& zone, const Judge& judge, std::int64_t from = k1850) {
-  constexpr std::int64_t kStep = 11 * 86'400 + 1'234;
+void expectSame(const TimeZone& zone, const Judge& judge, std::int64_t from = kFirst) {
   int wrong = 0;
   const auto compare = [&](std::int64_t moment) {
     const std::int64_t expected = judge.offsetAt(moment);
@@ -49,7 +53,7 @@ void expectSame(const TimeZone& zone, const Judge& judge, std::int64_t from = k1
     return expected;
   };
   std::int64_t last = compare(from);
-  for (std::int64_t moment = from; moment < k2500; moment += kStep) {
+  for (std::int64_t moment = from; moment < kLast; moment += kStep) {
     const std::int64_t next = compare(moment + kStep);
     if (next == last) continue;
     std::int64_t before = moment;
@@ -101,7 +105,7 @@ TEST(NamedZone, KnowsDaylightSavingTimeWithoutEnd) {
   for (const std::string rule : {"EST5EDT,0/0,J365/25", "AAA3EDT4,0/0,J365/23"}) {  // RFC 8536
     const auto zone = ruled(rule);
     ASSERT_TRUE(zone) << rule;
-    for (std::int64_t hour = k1850; hour < k1850 + 500 * 86'400; hour += 3'600) {
+    for (std::int64_t hour = kFirst; hour < kFirst + 500 * 86'400; hour += 3'600) {
       ASSERT_EQ(zone->offsetAt(hour), -4 * 3'600) << rule << " at " << hour;
     }
   }
@@ -144,7 +148,7 @@ TEST(NamedZone, RefusesDamagedFiles) {
       std::string damaged = content;
       damaged[size] = static_cast<char>(~damaged[size]);
       const auto zone = zoneOfFile(damaged);
-      for (const std::int64_t moment : {INT64_MIN, k1850, std::int64_t{0}, k2500, INT64_MAX}) {
+      for (const std::int64_t moment : {INT64_MIN, kFirst, std::int64_t{0}, kLast, INT64_MAX}) {
         ASSERT_TRUE(!zone || std::abs(zone->offsetAt(moment)) < 86'400)
             << name << " bent at " << size;
       }
