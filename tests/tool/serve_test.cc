@@ -2,14 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <httplib.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -17,6 +15,7 @@
 
 #include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
+#include "tests/tool/served_folder.h"
 
 namespace corvo::tool {
 namespace {
@@ -25,25 +24,7 @@ using testing::HasSubstr;
 
 const httplib::Headers kHeaders{{"token", "t"}, {"user-id", "u"}};
 
-class Serve : public testing::Test {
- protected:
-  void write(const std::string& name, const std::string& content) const {
-    std::ofstream(folder_ + name) << content;
-  }
-  std::string arguments() const {
-    return "--config " + folder_ + "config.json --geo " + folder_ + "geo.json";
-  }
-  void SetUp() override {
-    write("config.json", "{}");
-    write("geo.json", R"({"city": "Porto"})");
-  }
-  void TearDown() override {
-    for (const char* name : {"config.json", "geo.json", "errors"})
-      std::remove((folder_ + name).c_str());
-  }
-
-  std::string folder_ = testing::TempDir() + "corvo_serve_" + std::to_string(getpid()) + "_";
-};
+using Serve = ServedFolder;
 
 TEST_F(Serve, AnswersBothRoutesIfTokenAndUserAreGiven) {
   Backend backend(arguments());
