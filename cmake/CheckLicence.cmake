@@ -7,7 +7,8 @@ cmake_minimum_required(VERSION 3.25)
 set(patterns "")
 foreach(folder IN ITEMS bench cmake examples fuzz include packaging scripts src tests tool)
   list(APPEND patterns ${ROOT}/${folder}/*.cc ${ROOT}/${folder}/*.h ${ROOT}/${folder}/*.sh
-    ${ROOT}/${folder}/*.py ${ROOT}/${folder}/*.cmake ${ROOT}/${folder}/CMakeLists.txt)
+    ${ROOT}/${folder}/*.py ${ROOT}/${folder}/*.cmake ${ROOT}/${folder}/*.html
+    ${ROOT}/${folder}/*.h.in ${ROOT}/${folder}/*.mjs ${ROOT}/${folder}/CMakeLists.txt)
 endforeach()
 file(GLOB_RECURSE sources ${patterns})
 file(GLOB scripts ${ROOT}/CMakeLists.txt ${ROOT}/scripts/* ${ROOT}/.ci/run)

@@ -28,9 +28,10 @@ namespace {
 constexpr std::size_t kMostFindings = 200;
 constexpr std::size_t kMostItems = 1'000;
 constexpr std::size_t kMostDeep = 8;
-// Bytes of a step, and of all explanations before they are shortened: what a browser still shows at
-// once.
+// Bytes of a step, of a value, and of all explanations before they are shortened: what a browser
+// still shows at once.
 constexpr std::size_t kLongestStep = 1'500;
+constexpr std::size_t kLongestValue = 2'000;
 constexpr std::size_t kMostExplained = std::size_t{16} << 20;
 
 std::string counted(std::size_t count, const std::string& what) {
@@ -63,16 +64,13 @@ std::string wordsOf(const std::string& name) {
   return words;
 }
 
-std::string stepsOf(const Explanation& explanation) {
-  std::string all;
-  for (const auto& [text, decides] : linesOf(explanation).lines) {
-    const std::size_t indent = std::min(text.find_first_not_of(' '), text.size());
-    const std::size_t depth = std::min(indent / 2 - (indent > 1 ? 1 : 0), kMostDeep);
-    const std::string mark = decides ? "<b>&gt; </b><span class=\"unseen\">decides: </span>" : "";
-    all += element("li", "d" + std::to_string(depth) + (decides ? " decides" : ""),
-                   mark + html::shown(std::string_view(text).substr(indent), kLongestStep));
-  }
-  return element("ol", "steps", all);
+std::string stepOf(const ExplainedLines::Line& line) {
+  const auto& [text, decides] = line;
+  const std::size_t indent = std::min(text.find_first_not_of(' '), text.size());
+  const std::size_t depth = std::min(std::max<std::size_t>(indent / 2, 1) - 1, kMostDeep);
+  const std::string mark = decides ? "<b>&gt; </b><span class=\"unseen\">decides: </span>" : "";
+  return element("li", "d" + std::to_string(depth) + (decides ? " decides" : ""),
+                 mark + html::shown(std::string_view(text).substr(indent), kLongestStep));
 }
 
 /// The answer to one question, for the line that is always visible.
@@ -167,12 +165,11 @@ class Lists {
       return item("flag", flag.name, markOf({error->description(), "error"}), details);
     }
     const CorvoProperty value = typedProperty(text.value().value_or(""));
-    details = element("p", "value", html::shown(shown(value), 2'000)) +
+    const Answer answer{shown(value), "value"};
+    details = element("p", "value", html::shown(answer.text, kLongestValue)) +
               explained([&] { return about_->explainFlag(flag.name); }) + details;
-    return item(
-        "flag", flag.name,
-        markOf({shown(value), "value"}) + " " + element("span", "type", std::string(typeOf(value))),
-        details);
+    const std::string type = element("span", "type", typeOf(value));
+    return item("flag", flag.name, markOf(answer) + " " + type, details);
   }
 
   std::string experiment(const Project::Experiment& experiment) {
@@ -216,12 +213,16 @@ class Lists {
                      "Not explained: the page would be too long. Type a part of a name.");
     }
     const Explanation explanation = explain();
-    explainedBytes_ += explanation.toText().size();
     if (!explanation.steps.empty()) {
       const JsonValue* const reason = explanation.steps.front().find("reason");
       if (reason != nullptr) reason_ = ": " + wordsOf(*reason->as<std::string>());
     }
-    return stepsOf(explanation);
+    std::string steps;
+    for (const ExplainedLines::Line& line : linesOf(explanation).lines) {
+      explainedBytes_ += line.text.size();
+      steps += stepOf(line);
+    }
+    return element("ol", "steps", steps);
   }
 
   const Project& project_;
@@ -250,9 +251,11 @@ std::string lineOf(const std::string& file, const Finding& finding) {
   const std::string place =
       file + ":" + std::to_string(finding.line) + ":" + std::to_string(finding.column);
   const std::string word(wordOf(finding.severity));
+  const std::string pointer = finding.pointer.empty() ? "" : code(finding.pointer) + " ";
   return element("li", word,
                  element("strong", "", word) + " " + html::shown(finding.message, kLongestStep) +
-                     " " + element("span", "place", html::shown(place)) + " " + code(finding.code));
+                     " " + element("span", "place", html::shown(place)) + " " + pointer +
+                     code(finding.code));
 }
 
 std::string refusalOf(const Snapshot& snapshot) {
