@@ -33,8 +33,11 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 14> kMarks{{
 std::string withVisibleMarks(std::string_view text) {
   std::string all;
   while (!text.empty()) {
-    const auto* const mark = std::ranges::find_if(
-        kMarks, [&](const auto& each) { return text.starts_with(each.first); });
+    const bool isAscii = (text.front() & 0x80) == 0;
+    const auto* const mark =
+        isAscii ? kMarks.end() : std::ranges::find_if(kMarks, [&](const auto& each) {
+          return text.starts_with(each.first);
+        });
     const bool isMark = mark != kMarks.end();
     all += isMark ? mark->second : text.substr(0, 1);
     text.remove_prefix(isMark ? mark->first.size() : 1);
