@@ -68,7 +68,7 @@ std::vector<bool> decidingSteps(const Explanation& explanation) {
   return all;
 }
 
-ExplainedLines linesOf(const Explanation& explanation) {
+ExplainedLines explainedLines(const Explanation& explanation) {
   ExplainedLines all;
   std::istringstream text(explanation.toText());
   std::getline(text, all.answer);

@@ -22,6 +22,6 @@ struct ExplainedLines {
   std::string answer;
   std::vector<Line> lines;
 };
-[[nodiscard]] ExplainedLines linesOf(const Explanation& explanation);
+[[nodiscard]] ExplainedLines explainedLines(const Explanation& explanation);
 
 }  // namespace corvo::tool

@@ -102,7 +102,7 @@ std::string inJson(const Explanation& explanation, Evaluation& about) {
 
 /// The engine's lines, with a mark before those that decide the answer.
 std::string forPeople(const Explanation& explanation, const Style& style) {
-  auto [answer, lines] = linesOf(explanation);
+  auto [answer, lines] = explainedLines(explanation);
   std::string text = style.bold(answer) + "\n";
   for (auto& [line, decides] : lines) {
     line.replace(0, 2, decides ? "> " : "  ");

@@ -16,10 +16,10 @@ namespace {
 
 /// A text that nobody can guess, for the page's own style and script: a document's would not run.
 std::string makeNonce() {
-  constexpr std::string_view kDigits = "0123456789abcdef";
+  constexpr std::string_view kHexDigits = "0123456789abcdef";
   std::random_device random;
   std::string nonce;
-  for (int i = 0; i < 32; ++i) nonce += kDigits[random() % kDigits.size()];
+  for (int i = 0; i < 32; ++i) nonce += kHexDigits[random() % kHexDigits.size()];
   return nonce;
 }
 

@@ -9,7 +9,7 @@ namespace corvo::tool {
 namespace {
 
 /// The lines of a text field, without those that are blank. Browsers end them with CR and LF.
-std::vector<std::string> linesOf(const std::string& text) {
+std::vector<std::string> filledLines(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream in(text);
   for (std::string line; std::getline(in, line);) {
@@ -25,7 +25,7 @@ PageQuery::PageQuery(const HttpRequest& request)
     : only(request.parameter("only")), isAsked(request.query.contains("userId")) {
   const std::string userId = request.parameter("userId");
   if (!userId.empty()) subject.userId = userId;
-  subject.properties = linesOf(request.parameter("properties"));
+  subject.properties = filledLines(request.parameter("properties"));
   for (const std::string& each : subject.properties) {
     if (complaint.empty()) complaint = complainAboutProperty(each);
   }

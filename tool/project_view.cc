@@ -218,7 +218,7 @@ class Lists {
       if (reason != nullptr) reason_ = ": " + wordsOf(*reason->as<std::string>());
     }
     std::string steps;
-    for (const ExplainedLines::Line& line : linesOf(explanation).lines) {
+    for (const ExplainedLines::Line& line : explainedLines(explanation).lines) {
       explainedBytes_ += line.text.size();
       steps += stepOf(line);
     }
