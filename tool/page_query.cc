@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <sstream>
+#include <string_view>
 
 namespace corvo::tool {
 namespace {
@@ -36,7 +37,8 @@ PageQuery::PageQuery(const HttpRequest& request)
   try {
     static_cast<void>(Surroundings(surroundings));
   } catch (const CLI::ParseError& error) {
-    complaint = error.what();
+    const std::string_view message = error.what();  // begins with the name of an option
+    complaint = message.substr(message.find(": ") + 2);
   }
 }
 
