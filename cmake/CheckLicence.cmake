@@ -7,7 +7,7 @@ cmake_minimum_required(VERSION 3.25)
 set(patterns "")
 foreach(folder IN ITEMS bench cmake examples fuzz include packaging scripts src tests tool bindings/python
     bindings/wasm/bench bindings/wasm/cmake bindings/wasm/engine bindings/wasm/src bindings/wasm/tests)
-  foreach(name IN ITEMS *.cc *.h *.sh *.py *.toml *.ts *.js *.html *.cmake CMakeLists.txt)
+  foreach(name IN ITEMS *.cc *.h *.sh *.py *.toml *.ts *.js *.mjs *.html *.h.in *.cmake CMakeLists.txt)
     list(APPEND patterns ${ROOT}/${folder}/${name})
   endforeach()
 endforeach()

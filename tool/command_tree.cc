@@ -20,7 +20,9 @@ constexpr Row kNotes[] = {
     {"corvo serve",
      {"It listens on this machine only. It reads its files for every request, so an edit takes "
       "effect at once. A document that clients cannot decode is still served; standard error says "
-      "where the fault is.",
+      "where the fault is. In a browser, the address shows the project, its findings and the "
+      "answers for a user. --latency, --fail and --drip apply to both routes of a backend, but not "
+      "to this page.",
       "corvo serve --config config.json --geo geo.json --port 8080"}},
     {"corvo ask",
      {"Nothing is written to disk unless --store names a file. A user described on the command "

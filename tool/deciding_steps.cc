@@ -3,6 +3,7 @@
 #include "tool/deciding_steps.h"
 
 #include <algorithm>
+#include <sstream>
 
 namespace corvo::tool {
 namespace {
@@ -64,6 +65,16 @@ void add(const Step& step, bool decides, std::vector<bool>& all) {
 std::vector<bool> decidingSteps(const Explanation& explanation) {
   std::vector<bool> all;
   for (const Step& step : explanation.steps) add(step, settles(step, explanation), all);
+  return all;
+}
+
+ExplainedLines explainedLines(const Explanation& explanation) {
+  ExplainedLines all;
+  std::istringstream text(explanation.toText());
+  std::getline(text, all.answer);
+  for (const bool decides : decidingSteps(explanation)) {
+    std::getline(text, all.lines.emplace_back(ExplainedLines::Line{{}, decides}).text);
+  }
   return all;
 }
 

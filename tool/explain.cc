@@ -9,7 +9,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -104,12 +103,9 @@ std::string inJson(const Explanation& explanation, Evaluation& about) {
 
 /// The engine's lines, with a mark before those that decide the answer.
 std::string forPeople(const Explanation& explanation, const Style& style) {
-  std::istringstream lines(explanation.toText());
-  std::string line;
-  std::getline(lines, line);
-  std::string text = style.bold(line) + "\n";
-  for (const bool decides : decidingSteps(explanation)) {
-    std::getline(lines, line);
+  auto [answer, lines] = explainedLines(explanation);
+  std::string text = style.bold(answer) + "\n";
+  for (auto& [line, decides] : lines) {
     line.replace(0, 2, decides ? "> " : "  ");
     text += (decides ? style.green(line) : line) + "\n";
   }

@@ -55,11 +55,13 @@ std::string shown(const CorvoProperty& value) {
   return number && !std::isfinite(*number) ? *json.as<std::string>() : json.toJson();
 }
 
+std::string_view typeOf(const CorvoProperty& value) { return kTypeNames[value.index()]; }
+
 Report valueReport(const std::string& kind, const std::map<std::string, CorvoProperty>& values) {
   Report report{{}, {kind, "TYPE", "VALUE"}, {}, {}};
   JsonObject json;
   for (const auto& [name, value] : values) {
-    report.rows.push_back({name, kTypeNames[value.index()], shown(value)});
+    report.rows.push_back({name, std::string(typeOf(value)), shown(value)});
     json.emplace(name, jsonOf(value));
   }
   report.json = JsonValue(std::move(json));

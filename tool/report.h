@@ -7,6 +7,7 @@
 #include <map>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tool/style.h"
@@ -25,6 +26,9 @@ struct Report {
 /// name column.
 [[nodiscard]] Report valueReport(const std::string& kind,
                                  const std::map<std::string, CorvoProperty>& values);
+
+/// "object", "boolean", "integer", "double" or "string".
+[[nodiscard]] std::string_view typeOf(const CorvoProperty& value);
 
 /// A value as JSON text, so that texts are delimited and control characters are visible.
 [[nodiscard]] std::string shown(const CorvoProperty& value);

@@ -1,18 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include <httplib.h>
-
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdlib>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "tool/commands.h"
+#include "tool/fault_injection.h"
+#include "tool/http_server.h"
 #include "tool/output.h"
+#include "tool/page.h"
 #include "tool/served_file.h"
+#include "tool/served_project.h"
 
 namespace corvo::tool {
 namespace {
@@ -24,89 +27,60 @@ struct ServeOptions {
   std::string geoFile;
   int port = 0;
   bool log = false;
+  FaultOptions faults;
 };
 
 /// A header that the library always sends and that this request lacks, or null.
-const char* missingHeader(const httplib::Request& request) {
+const char* missingHeader(const HttpRequest& request) {
   for (const char* name : {"token", "user-id"}) {
-    if (request.get_header_value(name).empty()) return name;
+    if (request.header(name).empty()) return name;
   }
   return nullptr;
 }
 
-void refuse(httplib::Response& response, int status, const std::string& reason) {
-  response.status = status;
-  response.set_content(reason + "\n", "text/plain; charset=utf-8");
-}
-
-/// Sent uncompressed: compressing would take longer than anything else, and local traffic is free.
-void send(httplib::Response& response, const std::shared_ptr<const std::string>& content) {
-  const char* const type = "application/json";
-  if (content->empty()) return response.set_content("", type);
-  response.set_content_provider(
-      content->size(), type,
-      [content](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-        return sink.write(content->data() + offset, length);
-      });
+HttpResponse refusal(int status, const std::string& reason) {
+  return {.status = status, .body = reason + "\n"};
 }
 
 /// Reads the file for every request, so that an edit shows at the next one.
-httplib::Server::Handler answerWith(const std::shared_ptr<ServedFile>& file) {
-  return [file](const httplib::Request& request, httplib::Response& response) {
+HttpRoute answerWith(ServedFile& file) {
+  return [&file](const HttpRequest& request) {
     if (const char* header = missingHeader(request)) {
-      return refuse(response, 400, std::string("missing header: ") + header);
+      return refusal(400, std::string("missing header: ") + header);
     }
-    std::optional<std::string> content = file->read();
-    if (!content) return refuse(response, 404, "cannot read " + file->path());
-    send(response, std::make_shared<const std::string>(*std::move(content)));
+    std::optional<std::string> content = file.read();
+    if (!content) return refusal(404, "cannot read " + file.path());
+    return HttpResponse{.type = "application/json", .body = *std::move(content)};
   };
 }
 
-/// Ends the server if its log cannot be written.
-void logRequest(const httplib::Request& request, const httplib::Response& response) try {
-  print(request.method + " " + request.path + " " + std::to_string(response.status) + "\n");
+/// Ends the server if its log cannot be written. An open page asks every second whether something
+/// is new; that nothing is would only fill the log.
+void logRequest(std::string_view method, std::string_view path, int status) try {
+  if (path == "/" && status == 304) return;
+  print(std::string(method) + " " + visible(path) + " " + std::to_string(status) + "\n");
 } catch (...) {
   std::_Exit(statusOfFailure());
 }
 
-/// Overrides the default of cpp-httplib, which shares the port with a server that already listens
-/// on it.
-void reuseOnlyFreedAddress([[maybe_unused]] socket_t socket) {
-#ifndef _WIN32
-  const int yes = 1;
-  setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-#endif
-}
-
-/// The port that the server listens on.
-int listenOn(httplib::Server& server, int port) {
-  server.set_socket_options(reuseOnlyFreedAddress);
-  if (port == 0) return server.bind_to_any_port(kHost);
-  if (!server.bind_to_port(kHost, port)) {
-    throw std::runtime_error("cannot listen on " + std::string(kHost) + ":" + std::to_string(port));
-  }
-  return port;
-}
-
-/// Adds a route. Reports a fault of the file immediately.
-void addRoute(httplib::Server& server, const char* route, const std::string& path,
-              Document::Kind kind) {
-  const auto file = std::make_shared<ServedFile>(path, kind);
-  static_cast<void>(file->read());
-  server.Get(route, answerWith(file));
-}
-
 void serve(const ServeOptions& options) {
-  httplib::Server server;
-  addRoute(server, "/config.json", options.configFile, Document::Kind::configuration);
-  addRoute(server, "/geo", options.geoFile, Document::Kind::location);
+  ServedFile configuration(options.configFile, Document::Kind::configuration);
+  ServedFile location(options.geoFile, Document::Kind::location);
+  for (ServedFile* file : {&configuration, &location})
+    static_cast<void>(file->read());  // reports faults
+  ServedProject project(configuration, location);
+  FaultInjector faults(options.faults);
+  HttpServer server;
+  server.get("/config.json", faults.around(answerWith(configuration)));
+  server.get("/geo", faults.around(answerWith(location)));
+  server.get("/", pageOf(project));
   // Before the answer is sent, so that a client that has the answer finds the line.
-  if (options.log) server.set_post_routing_handler(logRequest);
-  const int port = listenOn(server, options.port);
+  if (options.log) server.observe(logRequest);
+  const int port = server.listen(kHost, options.port);
   // No cleanup is needed, and idle connections must not delay the exit.
   for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { std::_Exit(0); });
   print("Serving http://" + std::string(kHost) + ":" + std::to_string(port) + "\n");
-  server.listen_after_bind();
+  server.run();
 }
 
 }  // namespace
@@ -128,6 +102,7 @@ void addServe(CLI::App& app) {
       ->check(CLI::Range(0, 65535))
       ->capture_default_str();
   command.add_flag("--log", options->log, "Print a line for each request");
+  addFaultOptions(command, options->faults);
   command.callback([options] { serve(*options); });
 }
 

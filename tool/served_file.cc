@@ -2,18 +2,22 @@
 
 #include "tool/served_file.h"
 
-#include <fstream>
 #include <iostream>
-#include <iterator>
+
+#include "tool/failure.h"
+#include "tool/input.h"
 
 namespace corvo::tool {
 
 std::optional<std::string> ServedFile::read() {
   if (path_.empty()) return "{}";
   const std::lock_guard lock(mutex_);
-  std::ifstream file(path_, std::ios::binary);
-  if (!file) return std::nullopt;
-  std::string content(std::istreambuf_iterator<char>(file), {});
+  std::string content;
+  try {
+    content = readInput(path_);
+  } catch (const Failure&) {
+    return std::nullopt;
+  }
   if (checked_ != content) {
     if (const auto fault = faultOf({kind_, path_, content})) std::cerr << *fault + "\n";
     checked_ = content;

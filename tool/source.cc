@@ -154,11 +154,15 @@ Platform platformOf(const SourceOptions& options, HostOptions host) {
   return platform;
 }
 
+Source sourceOf(Document configuration, const Document& location) {
+  Project project = decodeProject(configuration);
+  return {std::move(configuration), std::move(project), decodeLocation(location)};
+}
+
 Source loadSource(const SourceOptions& options) {
   auto [configuration, location] =
       options.config.empty() ? askForDocuments(options) : readDocuments(options);
-  Project project = decodeProject(configuration);
-  return {std::move(configuration), std::move(project), decodeLocation(location)};
+  return sourceOf(std::move(configuration), location);
 }
 
 }  // namespace corvo::tool

@@ -42,6 +42,9 @@ struct Source {
   PropertyMap location;
 };
 
+/// Decodes both. Throws a `Failure`, also for a project that would abort a client's process.
+[[nodiscard]] Source sourceOf(Document configuration, const Document& location);
+
 /// Reads or fetches both. Throws a `Failure`, also for a project that would abort a client's
 /// process.
 [[nodiscard]] Source loadSource(const SourceOptions& options);

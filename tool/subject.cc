@@ -16,12 +16,6 @@ using namespace corvo_internal;
 
 namespace {
 
-/// Why a property from the command line is invalid; empty if it is valid.
-std::string complainAboutProperty(const std::string& text) {
-  const std::size_t equals = text.find('=');
-  return equals == 0 || equals == std::string::npos ? "expected NAME=TEXT, not " + text : "";
-}
-
 [[noreturn]] void refuse(const std::string& file, const std::string& text, std::size_t place,
                          const std::string& reason) {
   throw Failure("bad-user",
@@ -29,6 +23,11 @@ std::string complainAboutProperty(const std::string& text) {
 }
 
 }  // namespace
+
+std::string complainAboutProperty(const std::string& text) {
+  const std::size_t equals = text.find('=');
+  return equals == 0 || equals == std::string::npos ? "expected NAME=TEXT, not " + text : "";
+}
 
 void addSubjectOptions(CLI::App& command, SubjectOptions& options) {
   command
@@ -65,15 +64,22 @@ void Subject::describe(EvaluationContext& context) { described_.describe(documen
 
 CorvoUser Subject::record(std::string_view expiry) const { return recordOf(documents(), expiry); }
 
-void Subject::warnOfUnread(const Project& project) const {
+std::vector<std::string_view> Subject::unread(const Project& project) const {
   const std::vector<std::string> names = project.properties();
   std::set<std::string_view> known(names.begin(), names.end());
   known.insert("corvoExpiration");  // the expiry of "userId"
+  std::vector<std::string_view> unread;
   for (const UserDocument* document : documents()) {
     for (const auto& [name, text] : document->properties) {
-      if (!known.insert(name).second) continue;
-      std::cerr << "warning: the project does not use the property \"" + visible(name) + "\"\n";
+      if (known.insert(name).second) unread.push_back(name);
     }
+  }
+  return unread;
+}
+
+void Subject::warnOfUnread(const Project& project) const {
+  for (const std::string_view name : unread(project)) {
+    std::cerr << "warning: the project does not use the property \"" + visible(name) + "\"\n";
   }
 }
 

@@ -31,6 +31,9 @@ struct SubjectOptions {
   [[nodiscard]] bool isGiven() const { return !file.empty() || userId || !properties.empty(); }
 };
 
+/// Why "NAME=TEXT" is invalid; empty if it is valid.
+[[nodiscard]] std::string complainAboutProperty(const std::string& text);
+
 void addSubjectOptions(CLI::App& command, SubjectOptions& options);
 
 /// The user described by the options.
@@ -48,6 +51,8 @@ class Subject {
   /// The user as a client stores them. Properties without a stated expiry get `expiry`.
   [[nodiscard]] CorvoUser record(std::string_view expiry) const;
 
+  /// The names of the properties that nothing in the project reads, each once.
+  [[nodiscard]] std::vector<std::string_view> unread(const Project& project) const;
   /// Warns on standard error of each property that nothing in the project reads.
   void warnOfUnread(const Project& project) const;
 

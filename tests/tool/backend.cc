@@ -55,6 +55,8 @@ Backend::~Backend() {
   if (output_) stop(SIGKILL);
 }
 
+std::string Backend::nextLine() { return readLine(output_); }
+
 int Backend::stop(int signal) {
   kill(process_, signal);
   const int status = pclose(output_);

@@ -31,6 +31,9 @@ class Backend {
 
   [[nodiscard]] const std::string& url() const { return url_; }
 
+  /// The next line that it prints, after the one with its address.
+  std::string nextLine();
+
   /// Ends it with the signal and returns its exit status.
   int stop(int signal);
 

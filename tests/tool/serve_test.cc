@@ -2,14 +2,20 @@
 
 #include <gmock/gmock.h>
 #include <httplib.h>
-#include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
+#include "tests/tool/served_folder.h"
 
 namespace corvo::tool {
 namespace {
@@ -18,25 +24,7 @@ using testing::HasSubstr;
 
 const httplib::Headers kHeaders{{"token", "t"}, {"user-id", "u"}};
 
-class Serve : public testing::Test {
- protected:
-  void write(const std::string& name, const std::string& content) const {
-    std::ofstream(folder_ + name) << content;
-  }
-  std::string arguments() const {
-    return "--config " + folder_ + "config.json --geo " + folder_ + "geo.json";
-  }
-  void SetUp() override {
-    write("config.json", "{}");
-    write("geo.json", R"({"city": "Porto"})");
-  }
-  void TearDown() override {
-    for (const char* name : {"config.json", "geo.json", "errors"})
-      std::remove((folder_ + name).c_str());
-  }
-
-  std::string folder_ = testing::TempDir() + "corvo_serve_" + std::to_string(getpid()) + "_";
-};
+using Serve = ServedFolder;
 
 TEST_F(Serve, AnswersBothRoutesIfTokenAndUserAreGiven) {
   Backend backend(arguments());
@@ -107,6 +95,105 @@ TEST_F(Serve, SaysWhereADocumentIsBroken) {
     if (!says.empty()) said += folder_ + file + ":" + says + "\n";
     EXPECT_EQ(tests::contentsOf(errors), said) << content;
   }
+}
+
+TEST_F(Serve, IgnoresRanges) {
+  Backend backend(arguments());
+  httplib::Client http(backend.url());
+  for (const char* range : {"bytes=0-999", "bytes=0-0,2-3", "bytes=-7"}) {
+    httplib::Headers headers = kHeaders;
+    headers.emplace("Range", range);
+    const httplib::Result result = http.Get("/config.json", headers);
+    ASSERT_TRUE(result) << range;
+    EXPECT_EQ(result->status, 200) << range;
+    EXPECT_EQ(result->body, "{}") << range;
+  }
+}
+
+TEST_F(Serve, FailsAsToldOnItsTwoRoutesOnly) {
+  const struct {
+    const char* options;
+    int status;
+    const char* body;
+  } cases[] = {
+      {"--fail 1", 503, "injected failure\n"},
+      {"--status 429", 429, "injected failure\n"},
+      {"--fail 1 --status 500", 500, "injected failure\n"},
+      {"--status 304", 304, ""},
+      {"--fail 0 --status 500", 200, "{}"},
+      {"--seed 7", 200, "{}"},
+  };
+  for (const auto& [options, status, body] : cases) {
+    Backend backend(arguments() + " " + options);
+    httplib::Client http(backend.url());
+    const httplib::Result config = http.Get("/config.json", kHeaders);
+    ASSERT_TRUE(config) << options;
+    EXPECT_EQ(config->status, status) << options;
+    EXPECT_EQ(config->body, body) << options;
+    EXPECT_EQ(http.Get("/geo", kHeaders)->status, status) << options;
+    EXPECT_EQ(http.Get("/elsewhere", kHeaders)->status, 404) << options;
+    EXPECT_EQ(http.Get("/", kHeaders)->status, 200) << options;
+  }
+}
+
+std::string outcomes(const std::string& arguments) {
+  Backend backend(arguments);
+  httplib::Client http(backend.url());
+  http.set_keep_alive(true);
+  std::string all;
+  for (int i = 0; i < 400; ++i) all += http.Get("/geo", kHeaders)->status == 200 ? '.' : 'F';
+  return all;
+}
+
+TEST_F(Serve, PicksFailuresBySeed) {
+  const std::string some = outcomes(arguments() + " --fail 0.25 --seed 1");
+  EXPECT_EQ(outcomes(arguments() + " --fail 0.25 --seed 1"), some);
+  EXPECT_NE(outcomes(arguments() + " --fail 0.25 --seed 2"), some);
+  EXPECT_NEAR(static_cast<double>(std::ranges::count(some, 'F')), 100, 40);
+}
+
+TEST_F(Serve, WaitsAndDrips) {
+  using Clock = std::chrono::steady_clock;
+  write("geo.json", "\"" + std::string(298, 'x') + "\"");
+  Backend backend(arguments() + " --latency 200 --drip 1000 2>/dev/null");
+  httplib::Client http(backend.url());
+  const Clock::time_point start = Clock::now();
+  std::vector<Clock::duration> arrivals;
+  std::size_t size = 0;
+  http.Get("/geo", kHeaders, [&](const char*, std::size_t length) {
+    arrivals.push_back(Clock::now() - start);
+    size += length;
+    return true;
+  });
+  EXPECT_EQ(size, 300U);
+  ASSERT_GT(arrivals.size(), 1U);
+  EXPECT_GE(arrivals.front(), std::chrono::milliseconds(200));
+  EXPECT_GE(arrivals.back(), std::chrono::milliseconds(500));
+}
+
+TEST_F(Serve, AnswersAndEndsWhileOtherAnswersDrip) {
+  write("config.json", "\"" + std::string(10'000, 'x') + "\"");
+  Backend backend(arguments() + " --drip 50 2>/dev/null");
+  std::vector<std::jthread> slow;  // each would take minutes
+  std::atomic<int> begun = 0;
+  for (int i = 0; i < 40; ++i) {
+    slow.emplace_back([&] {
+      httplib::Client(backend.url())
+          .Get("/config.json", kHeaders, [&, isFirst = true](const char*, std::size_t) mutable {
+            if (std::exchange(isFirst, false)) ++begun;
+            return true;
+          });
+    });
+  }
+  while (begun < 40) std::this_thread::yield();
+  EXPECT_EQ(httplib::Client(backend.url()).Get("/geo", kHeaders)->status, 200);
+  EXPECT_EQ(backend.stop(SIGINT), 0);
+}
+
+TEST_F(Serve, EscapesControlCharactersInItsLog) {
+  Backend backend(arguments() + " --log");
+  httplib::Client(backend.url()).Get("/%1B%5B31m", kHeaders);
+  EXPECT_EQ(backend.nextLine(), "GET /\\u001b[31m 404");
 }
 
 TEST_F(Serve, ExitsWithoutErrorOnASignal) {

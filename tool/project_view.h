@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+#include "tool/page_query.h"
+#include "tool/served_project.h"
+
+/// The parts of the page that change with the files, as HTML.
+namespace corvo::tool {
+
+/// The project in numbers, and the properties that it reads.
+[[nodiscard]] std::string glanceOf(const Snapshot& snapshot);
+
+/// The findings of lint, and what clients drop. `file` is the name of the configuration.
+[[nodiscard]] std::string findingsOf(const Snapshot& snapshot, const std::string& file);
+
+/// All flags, experiments and holdouts. If the form was sent, with the user's answers, explained.
+[[nodiscard]] std::string answersOf(const Snapshot& snapshot, const PageQuery& query);
+
+}  // namespace corvo::tool
