@@ -5,7 +5,6 @@
 #include <corvo/evaluation.h>
 
 #include <algorithm>
-#include <compare>
 #include <functional>
 #include <map>
 #include <memory>
@@ -27,7 +26,10 @@ struct Seen {
   std::string_view text;
   std::size_t index = 0;  // of the group
 
-  auto operator<=>(const Seen&) const = default;
+  bool operator==(const Seen&) const = default;
+  bool operator<(const Seen& other) const {
+    return std::tie(isThere, text, index) < std::tie(other.isThere, other.text, other.index);
+  }
 };
 
 /// The items of both projects: flags, then experiments, which may be holdouts.

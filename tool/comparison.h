@@ -4,9 +4,9 @@
 #include <corvo/evaluation_context.h>
 #include <corvo/project.h>
 
-#include <compare>
 #include <cstddef>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tool/first_difference.h"
@@ -21,7 +21,9 @@ struct ItemAnswer {
   /// The text of the flag's value, or the case of its error; the name of the group, or nothing.
   std::string text;
 
-  auto operator<=>(const ItemAnswer&) const = default;
+  bool operator<(const ItemAnswer& other) const {
+    return std::tie(isThere, text) < std::tie(other.isThere, other.text);
+  }
 };
 
 /// Users with the same old answer, and the same new one.

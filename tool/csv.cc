@@ -8,7 +8,7 @@ namespace corvo::tool {
 namespace {
 
 std::string csvCell(const std::string& given) {
-  const std::string text = visible(given);
+  std::string text = visible(given);
   if (text.find_first_of(",\"") == std::string::npos) return text;
   std::string cell = "\"";
   for (const char c : text) cell.append(c == '"' ? 2 : 1, c);
