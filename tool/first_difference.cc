@@ -64,6 +64,11 @@ bool areVersionsOfOne(const Step& a, const Step& b) {
   return a.code == b.code && agree(a, b, formOf(a.code).identity);
 }
 
+bool hasVersionOf(const Step& step, const Steps& others) {
+  return std::ranges::any_of(others,
+                             [&](const Step& other) { return areVersionsOfOne(step, other); });
+}
+
 bool haveSameResult(const Step& a, const Step& b) {
   if (a.outcome != b.outcome || !agree(a, b, formOf(a.code).results)) return false;
   // The value counts only if the rule gives it to the user; the inner rules are the result of a
@@ -156,8 +161,11 @@ std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore,
       ++j;
     } else {
       Difference difference;
-      if (a != nullptr) difference.before = shownPart(*a);
-      if (b != nullptr) difference.after = shownPart(*b);
+      const bool areOfOneKind = a != nullptr && b != nullptr && a->code == b->code;
+      const bool isOnlyBefore = !areOfOneKind && a != nullptr && !hasVersionOf(*a, after);
+      const bool isOnlyAfter = !areOfOneKind && b != nullptr && !hasVersionOf(*b, before);
+      if (a != nullptr && (isOnlyBefore || !isOnlyAfter)) difference.before = shownPart(*a);
+      if (b != nullptr && !isOnlyBefore) difference.after = shownPart(*b);
       return difference;
     }
   }
