@@ -61,6 +61,11 @@ constexpr Row kNotes[] = {
       "\"now\" and \"zone\", which override the options. Each line gets one answer line, in the "
       "same order.",
       "corvo assign --config config.json < users.jsonl > answers.jsonl"}},
+    {"corvo diff",
+     {"OLD and NEW are files, or base URLs of backends. Both are asked about the same users. The "
+      "output shows the flags, experiments and holdouts whose users get another answer, and the "
+      "first step in which the explanations of the two answers differ.",
+      "corvo diff http://127.0.0.1:8080 config.json --token t"}},
     {"corvo help", {"", "corvo help ask flag"}},
     {"corvo man", {"", "corvo man ask > corvo-ask.1"}},
     {"corvo completion",

@@ -3,7 +3,10 @@
 #include "tool/subject.h"
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <iostream>
+#include <set>
+#include <utility>
 
 #include "json/json_places.h"
 #include "tool/failure.h"
@@ -65,21 +68,37 @@ void Subject::describe(EvaluationContext& context) { described_.describe(documen
 CorvoUser Subject::record(std::string_view expiry) const { return recordOf(documents(), expiry); }
 
 std::vector<std::string_view> Subject::unread(const Project& project) const {
-  const std::vector<std::string> names = project.properties();
-  std::set<std::string_view> known(names.begin(), names.end());
-  known.insert("corvoExpiration");  // the expiry of "userId"
-  std::vector<std::string_view> unread;
+  std::vector<std::string_view> given;
   for (const UserDocument* document : documents()) {
-    for (const auto& [name, text] : document->properties) {
-      if (known.insert(name).second) unread.push_back(name);
-    }
+    for (const auto& [name, text] : document->properties) given.push_back(name);
   }
-  return unread;
+  return unusedOf(given, {&project});
 }
 
 void Subject::warnOfUnread(const Project& project) const {
-  for (const std::string_view name : unread(project)) {
-    std::cerr << "warning: the project does not use the property \"" + visible(name) + "\"\n";
+  warnOfUnused(unread(project), {&project});
+}
+
+std::vector<std::string_view> unusedOf(std::span<const std::string_view> properties,
+                                       std::initializer_list<const Project*> projects) {
+  std::set<std::string, std::less<>> known{"corvoExpiration"};  // the expiry of "userId"
+  for (const Project* project : projects) {
+    for (std::string& name : project->properties()) known.insert(std::move(name));
+  }
+  std::vector<std::string_view> unused;
+  for (const std::string_view name : properties) {
+    if (known.emplace(name).second) unused.push_back(name);
+  }
+  return unused;
+}
+
+void warnOfUnused(std::span<const std::string_view> properties,
+                  std::initializer_list<const Project*> projects) {
+  const char* const message = projects.size() == 1
+                                  ? "warning: the project does not use the property \""
+                                  : "warning: neither project uses the property \"";
+  for (const std::string_view name : unusedOf(properties, projects)) {
+    std::cerr << message + visible(name) + "\"\n";
   }
 }
 

@@ -6,9 +6,10 @@
 #include <corvo/user.h>
 
 #include <array>
+#include <initializer_list>
 #include <memory>
 #include <optional>
-#include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +36,13 @@ struct SubjectOptions {
 [[nodiscard]] std::string complainAboutProperty(const std::string& text);
 
 void addSubjectOptions(CLI::App& command, SubjectOptions& options);
+
+/// Those of the properties that none of the projects uses, each once; and a warning on standard
+/// error of each.
+[[nodiscard]] std::vector<std::string_view> unusedOf(
+    std::span<const std::string_view> properties, std::initializer_list<const Project*> projects);
+void warnOfUnused(std::span<const std::string_view> properties,
+                  std::initializer_list<const Project*> projects);
 
 /// The user described by the options.
 class Subject {
