@@ -2,9 +2,10 @@
 
 #include <corvo/evaluation.h>
 #include <corvo/fakes.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -164,6 +165,51 @@ TEST(Evaluation, AnswersByPositionAsByName) {
         expected += *each->userGroupName() + '\n';
       }
       ASSERT_EQ(byPosition(project, about), expected) << file << " " << i;
+    }
+  }
+}
+
+// What explanations say about the experiments of a name: position, reason, group and holdout.
+std::set<std::string> explainedPlacements(const Project& project, Evaluation& about) {
+  std::set<std::string> all;
+  for (const auto& list : {project.experiments(), project.holdouts()}) {
+    for (const Project::Experiment& each : list) {
+      for (const Explanation::Step& step : about.explainExperiment(each.name).steps) {
+        std::string facts;
+        for (const char* name : {"position", "reason", "index", "heldOutBy"}) {
+          const JsonValue* const value = step.find(name);
+          facts += (value == nullptr ? "-" : value->toJson()) + " ";
+        }
+        if (step.outcome != Explanation::Outcome::notReached) all.insert(facts);
+      }
+    }
+  }
+  return all;
+}
+
+TEST(Evaluation, GivesTheReasonOfEachPlacement) {
+  for (const std::string file : {CORVO_SHOP "config.json", CORVO_CLIENT_CASES "experiments.json"}) {
+    const Project project = read(file);
+    auto experiments = project.experiments();
+    for (const auto& each : project.holdouts()) experiments.push_back(each);
+    const auto nameAt = [&](std::size_t position) {
+      return std::ranges::find(experiments, position, &Project::Experiment::position)->name;
+    };
+    std::vector<std::size_t> positions{experiments.size()};  // which does not exist
+    for (std::size_t i = 0; i < experiments.size(); ++i) positions.push_back(i);
+    Evaluation about = project.evaluate({});
+    for (int i = 0; i < 60; ++i) {
+      const CorvoUser user = userOf(i);
+      about.reset({.user = &user, .location = location(), .now = 1'714'564'800 + 3'600.0 * i});
+      std::vector<std::string> placements;
+      for (const auto& [position, reason, group, holdout] : about.placements(positions)) {
+        placements.push_back(std::to_string(position) + " \"" + std::string(textOf(reason)) +
+                             "\" " + (group ? std::to_string(*group) : "-") + " " +
+                             (holdout ? "\"" + nameAt(*holdout) + "\"" : "-") + " ");
+      }
+      EXPECT_EQ(placements.size(), experiments.size());
+      EXPECT_THAT(placements, testing::IsSupersetOf(explainedPlacements(project, about)))
+          << file << i;
     }
   }
 }
