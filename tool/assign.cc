@@ -1,22 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <cstddef>
 #include <memory>
-#include <thread>
 
 #include "tool/assignment.h"
 #include "tool/commands.h"
 #include "tool/input.h"
+#include "tool/jobs.h"
 #include "tool/source.h"
 #include "tool/subject.h"
 #include "tool/surroundings.h"
 
 namespace corvo::tool {
 namespace {
-
-constexpr std::size_t kMostJobs = 1'024;
 
 struct CommandOptions {
   SourceOptions source;
@@ -49,10 +45,7 @@ void addOwnOptions(CLI::App& command, AssignOptions& options) {
       .add_option("--experiment", options.experiments, "The same for an experiment or a holdout")
       ->type_name("NAME")
       ->allow_extra_args(false);
-  options.jobs = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMostJobs);
-  command.add_option("--jobs", options.jobs, "The number of threads; by default one per core")
-      ->check(CLI::Range(std::size_t{1}, kMostJobs))
-      ->type_name("COUNT");
+  addJobsOption(command, options.jobs);
 }
 
 }  // namespace

@@ -4,8 +4,6 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
-#include <memory>
 #include <system_error>
 
 #include "tool/failure.h"
@@ -17,10 +15,6 @@ namespace {
   throw Failure("cannot-read",
                 "cannot read " + name + ": " + std::generic_category().message(errno));
 }
-
-struct Close {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
 
 std::string readAll(std::FILE* file, const std::string& name) {
   std::string text;
@@ -41,11 +35,15 @@ std::string complainAboutName(const std::string& name) {
   return name.empty() ? "needs a file name" : "";
 }
 
+File openInput(const std::string& name) {
+  File file(std::fopen(name.c_str(), "rb"));
+  if (!file) fail(name);
+  return file;
+}
+
 std::string readInput(const std::string& name) {
   if (name == kStandardInput) return readAll(stdin, shownName(name));
-  const std::unique_ptr<std::FILE, Close> file(std::fopen(name.c_str(), "rb"));
-  if (!file) fail(name);
-  return readAll(file.get(), name);
+  return readAll(openInput(name).get(), name);
 }
 
 }  // namespace corvo::tool

@@ -25,35 +25,46 @@ constexpr std::size_t kKept = 4 * kRead;  // a larger buffer is freed after a lo
 #ifdef _WIN32
 
 // Some inputs cannot tell, so this assumes that they would wait.
-bool wouldWait() { return true; }
+bool wouldWait(int /*descriptor*/) { return true; }
 
-std::ptrdiff_t readSome(char* place, std::size_t size) {
-  return ::_read(0, place, static_cast<unsigned>(size));
+std::ptrdiff_t readSome(int descriptor, char* place, std::size_t size) {
+  return ::_read(descriptor, place, static_cast<unsigned>(size));
 }
+
+int descriptorOf(std::FILE* file) { return ::_fileno(file); }
 
 #else
 
-bool wouldWait(int timeout = 0) {
-  pollfd input{STDIN_FILENO, POLLIN, 0};
+bool wouldWait(int descriptor, int timeout = 0) {
+  pollfd input{descriptor, POLLIN, 0};
   return ::poll(&input, 1, timeout) != 1 || (input.revents & (POLLIN | POLLHUP | POLLERR)) == 0;
 }
 
 // Waits even if the input is non-blocking.
-std::ptrdiff_t readSome(char* place, std::size_t size) {
+std::ptrdiff_t readSome(int descriptor, char* place, std::size_t size) {
   for (;;) {
-    const std::ptrdiff_t count = ::read(STDIN_FILENO, place, size);
+    const std::ptrdiff_t count = ::read(descriptor, place, size);
     if (count >= 0 || (errno != EINTR && errno != EAGAIN)) return count;
-    if (errno == EAGAIN) wouldWait(-1);
+    if (errno == EAGAIN) wouldWait(descriptor, -1);
   }
 }
+
+int descriptorOf(std::FILE* file) { return ::fileno(file); }
 
 #endif
 
 }  // namespace
 
+LineInput::LineInput(const std::string& name) : name_("standard input") {
+  if (name == kStandardInput) return;
+  name_ = name;
+  file_ = openInput(name);
+  descriptor_ = descriptorOf(file_.get());
+}
+
 bool LineInput::isReady() {
   while (!findEnd() && !isAtEnd_) {
-    if (wouldWait()) return false;
+    if (wouldWait(descriptor_)) return false;
     readMore();
   }
   return true;
@@ -69,7 +80,7 @@ std::optional<LineInput::Line> LineInput::next() {
 void LineInput::check() const {
   if (error_ == 0) return;
   throw Failure("cannot-read",
-                "cannot read standard input: " + std::generic_category().message(error_));
+                "cannot read " + name_ + ": " + std::generic_category().message(error_));
 }
 
 // A line that is too long is not kept, however it ends.
@@ -100,7 +111,8 @@ void LineInput::readMore() {
     buffer_.shrink_to_fit();
   }
   if (buffer_.size() - last_ < kRead) buffer_.resize(std::max(last_ + kRead, 2 * last_));
-  const std::ptrdiff_t count = readSome(buffer_.data() + last_, buffer_.size() - last_);
+  const std::ptrdiff_t count =
+      readSome(descriptor_, buffer_.data() + last_, buffer_.size() - last_);
   if (count > 0) {
     last_ += static_cast<std::size_t>(count);
     return;

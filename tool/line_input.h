@@ -7,13 +7,18 @@
 #include <string_view>
 #include <vector>
 
+#include "tool/input.h"
+
 namespace corvo::tool {
 
-/// The lines of standard input. They end with a newline, or with a carriage return and a newline;
-/// the last one may end with neither. Reads no more than requested.
+/// The lines of standard input or of a file. They end with a newline, or with a carriage return and
+/// a newline; the last one may end with neither. Reads no more than requested.
 class LineInput {
  public:
   static constexpr std::size_t kLongest = std::size_t{16} << 20;  ///< In bytes.
+
+  /// Throws a `Failure` if a file cannot be opened.
+  explicit LineInput(const std::string& name = kStandardInput);
 
   struct Line {
     std::string_view text;
@@ -34,6 +39,9 @@ class LineInput {
   void readMore();
   Line takeLine(std::size_t end);
 
+  std::string name_;
+  File file_;  // null for standard input
+  int descriptor_ = 0;
   std::vector<char> buffer_;  // first_ to last_ is read, but not yet returned
   std::size_t first_ = 0;
   std::size_t last_ = 0;
