@@ -59,6 +59,11 @@ constexpr Row kNotes[] = {
       "\"now\" and \"zone\", which override the options. Each line gets one answer line, in the "
       "same order.",
       "corvo assign --config config.json < users.jsonl > answers.jsonl"}},
+    {"corvo simulate",
+     {"It says who is out of each experiment and why, compares the users of the groups with their "
+      "shares, and lists overlaps. A group's share is exact: it comes from the arithmetic of the "
+      "hash, which divides users a little differently than the weights say.",
+      "corvo simulate --config config.json --users 10000"}},
     {"corvo help", {"", "corvo help ask flag"}},
     {"corvo man", {"", "corvo man ask > corvo-ask.1"}},
     {"corvo completion",

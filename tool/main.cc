@@ -27,6 +27,7 @@ int run(int argc, char** argv) {
   addAsk(app);
   addExplain(app);
   addAssign(app);
+  addSimulate(app);
   addLint(app, status);
   addManual(app);
   try {
