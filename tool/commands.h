@@ -14,7 +14,8 @@ void addAsk(CLI::App& app);
 void addExplain(CLI::App& app);
 void addAssign(CLI::App& app);
 void addSimulate(CLI::App& app);
-/// May set `status` to `kFound`.
+// These may set `status` to `kFound`.
 void addLint(CLI::App& app, int& status);
+void addDiff(CLI::App& app, int& status);
 
 }  // namespace corvo::tool

@@ -15,7 +15,6 @@
 #include <utility>
 #include <vector>
 
-#include "json/json_places.h"
 #include "tool/commands.h"
 #include "tool/deciding_steps.h"
 #include "tool/experiment_report.h"
@@ -27,9 +26,6 @@
 #include "tool/surroundings.h"
 
 namespace corvo::tool {
-
-using namespace corvo_internal;
-
 namespace {
 
 struct ExplainOptions {
@@ -48,25 +44,6 @@ Explanation explainFlag(Evaluation& about, const std::string& name) {
 }
 Explanation explainExperiment(Evaluation& about, const std::string& name) {
   return about.explainExperiment(name);
-}
-
-constexpr std::size_t kMostDropsNamed = 20;
-
-/// Lists on standard error whatever a client drops from the document, because the answer may depend
-/// on it.
-void printDrops(const Source& source) {
-  const std::vector<Project::Drop> drops = source.project.drops();
-  std::string lines;
-  for (const Project::Drop& drop :
-       std::span(drops).first(std::min(drops.size(), kMostDropsNamed))) {
-    lines += "warning: " + source.configuration.name + ":" +
-             json::lineAndColumn(source.configuration.text, drop.offset) + ": dropped " +
-             drop.pointer + ": " + drop.reason + "\n";
-  }
-  if (drops.size() > kMostDropsNamed) {
-    lines += "warning: " + std::to_string(drops.size() - kMostDropsNamed) + " more are dropped\n";
-  }
-  std::cerr << lines;
 }
 
 JsonValue answerOfFlag(const Explanation& explanation) {

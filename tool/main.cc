@@ -18,7 +18,8 @@ using namespace corvo::tool;
 
 /// Returns the exit status. Any other exception is the failure of a subcommand.
 int run(int argc, char** argv) {
-  CLI::App app("Query, explain and check a project's feature flags and experiments", "corvo");
+  CLI::App app("Query, explain, check and compare a project's feature flags and experiments",
+               "corvo");
   app.set_help_flag("-h,--help", "Show this help");
   app.set_version_flag("--version", CORVO_VERSION, "Show the version");
   app.require_subcommand(1);
@@ -29,6 +30,7 @@ int run(int argc, char** argv) {
   addAssign(app);
   addSimulate(app);
   addLint(app, status);
+  addDiff(app, status);
   addManual(app);
   try {
     app.parse(argc, argv);

@@ -69,7 +69,7 @@ void test(SimulationReport::Experiment& experiment) {
   if (experiment.shares.dependOnHoldouts) {
     experiment.untested = "a holdout has the same salt, so the shares of the others are unknown";
   } else if (experiment.bucketed == 0) {
-    experiment.untested = "the hash put nobody into a group";
+    experiment.untested = "no users";
   } else if (cells.size() == 1) {
     experiment.untested = "only one group can have users";
   } else {

@@ -51,7 +51,7 @@ void addExperiment(const SimulationReport::Experiment& experiment, const Style& 
                .rows = {},
                .json = {}};
   if (areForced) table.columns.emplace_back("FORCED");
-  table.columns.emplace_back("");
+  table.columns.push_back("0%" + std::string(kBarWidth - 6, ' ') + "100%");
   for (const auto& each : experiment.groups) {
     auto& row = table.rows.emplace_back();
     row = {each.name, shown(each.weight), rounded(each.share, 5), rounded(each.expected, 1),

@@ -8,11 +8,15 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
+#include <iostream>
+#include <span>
 #include <tuple>
 #include <utility>
 #include <variant>
 
+#include "json/json_places.h"
 #include "tool/asked_client.h"
 #include "tool/failure.h"
 #include "tool/finding_text.h"
@@ -96,6 +100,8 @@ PropertyMap decodeLocation(const Document& document) {
   return location;
 }
 
+constexpr std::size_t kMostDropsNamed = 20;
+
 }  // namespace
 
 void addSourceOptions(CLI::App& command, SourceOptions& options) {
@@ -104,14 +110,21 @@ void addSourceOptions(CLI::App& command, SourceOptions& options) {
                   "Read the configuration from a file; - is standard input")
       ->check(complainAboutName)
       ->type_name("FILE");
-  command
-      .add_option("--geo", options.geo,
-                  "Read the location from a file; the default is an empty location")
-      ->check(complainAboutName)
-      ->type_name("FILE");
+  addGeoOption(command, options.geo);
   command.add_option("--url", options.url, "Query the backend at this base URL instead")
       ->envname(kUrlVariable)
       ->type_name("URL");
+  addBackendOptions(command, options);
+}
+
+void addGeoOption(CLI::App& command, std::string& geo) {
+  command
+      .add_option("--geo", geo, "Read the location from a file; the default is an empty location")
+      ->check(complainAboutName)
+      ->type_name("FILE");
+}
+
+void addBackendOptions(CLI::App& command, SourceOptions& options) {
   command.add_option("--token", options.token, "The project's token")->envname(kTokenVariable);
   command.add_option("--timeout", options.timeout, "The time limit for each request, in seconds")
       ->check([](const std::string& text) -> std::string {
@@ -159,6 +172,26 @@ Source loadSource(const SourceOptions& options) {
       options.config.empty() ? askForDocuments(options) : readDocuments(options);
   Project project = decodeProject(configuration);
   return {std::move(configuration), std::move(project), decodeLocation(location)};
+}
+
+PropertyMap loadLocation(const std::string& geo) {
+  return decodeLocation(
+      {Document::Kind::location, shownName(geo), geo.empty() ? "{}" : readInput(geo)});
+}
+
+void printDrops(const Source& source) {
+  const std::vector<Project::Drop> drops = source.project.drops();
+  std::string lines;
+  for (const Project::Drop& drop :
+       std::span(drops).first(std::min(drops.size(), kMostDropsNamed))) {
+    lines += "warning: " + source.configuration.name + ":" +
+             corvo_internal::json::lineAndColumn(source.configuration.text, drop.offset) +
+             ": dropped " + drop.pointer + ": " + drop.reason + "\n";
+  }
+  if (drops.size() > kMostDropsNamed) {
+    lines += "warning: " + std::to_string(drops.size() - kMostDropsNamed) + " more are dropped\n";
+  }
+  std::cerr << lines;
 }
 
 }  // namespace corvo::tool

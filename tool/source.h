@@ -26,6 +26,9 @@ struct SourceOptions {
 };
 
 void addSourceOptions(CLI::App& command, SourceOptions& options);
+/// Parts of them: the file of the location; how to query a backend whose address is known.
+void addGeoOption(CLI::App& command, std::string& geo);
+void addBackendOptions(CLI::App& command, SourceOptions& options);
 
 /// Ensures that the options name exactly one source; a file overrides the environment. `otherInput`
 /// is another file that the command reads, or empty, because only one can be standard input. Throws
@@ -45,5 +48,12 @@ struct Source {
 /// Reads or fetches both. Throws a `Failure`, also for a project that would abort a client's
 /// process.
 [[nodiscard]] Source loadSource(const SourceOptions& options);
+
+/// The location in a file, or an empty one without a name. Throws a `Failure`.
+[[nodiscard]] PropertyMap loadLocation(const std::string& geo);
+
+/// Lists on standard error whatever a client drops from the document, because answers may depend on
+/// it.
+void printDrops(const Source& source);
 
 }  // namespace corvo::tool

@@ -3,7 +3,10 @@
 #include "tool/subject.h"
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <iostream>
+#include <set>
+#include <utility>
 
 #include "json/json_places.h"
 #include "tool/failure.h"
@@ -66,14 +69,24 @@ void Subject::describe(EvaluationContext& context) { described_.describe(documen
 CorvoUser Subject::record(std::string_view expiry) const { return recordOf(documents(), expiry); }
 
 void Subject::warnOfUnread(const Project& project) const {
-  const std::vector<std::string> names = project.properties();
-  std::set<std::string_view> known(names.begin(), names.end());
-  known.insert("corvoExpiration");  // the expiry of "userId"
+  std::vector<std::string_view> given;
   for (const UserDocument* document : documents()) {
-    for (const auto& [name, text] : document->properties) {
-      if (!known.insert(name).second) continue;
-      std::cerr << "warning: the project does not use the property \"" + visible(name) + "\"\n";
-    }
+    for (const auto& [name, text] : document->properties) given.push_back(name);
+  }
+  warnOfUnused(given, {&project});
+}
+
+void warnOfUnused(std::span<const std::string_view> properties,
+                  std::initializer_list<const Project*> projects) {
+  std::set<std::string, std::less<>> known{"corvoExpiration"};  // the expiry of "userId"
+  for (const Project* project : projects) {
+    for (std::string& name : project->properties()) known.insert(std::move(name));
+  }
+  const char* const message = projects.size() == 1
+                                  ? "warning: the project does not use the property \""
+                                  : "warning: neither project uses the property \"";
+  for (const std::string_view name : properties) {
+    if (known.emplace(name).second) std::cerr << message + visible(name) + "\"\n";
   }
 }
 

@@ -6,9 +6,10 @@
 #include <corvo/user.h>
 
 #include <array>
+#include <initializer_list>
 #include <memory>
 #include <optional>
-#include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +33,10 @@ struct SubjectOptions {
 };
 
 void addSubjectOptions(CLI::App& command, SubjectOptions& options);
+
+/// Warns on standard error of each of these properties that none of the projects uses.
+void warnOfUnused(std::span<const std::string_view> properties,
+                  std::initializer_list<const Project*> projects);
 
 /// The user described by the options.
 class Subject {

@@ -52,7 +52,7 @@ double drawOf(std::uint64_t seed, std::size_t user) {
   return static_cast<double>(mixed >> 11) * 0x1p-53;
 }
 
-std::string quoted(std::string_view text) { return JsonValue(std::string(text)).toJson(); }
+std::string jsonOf(std::string_view text) { return JsonValue(std::string(text)).toJson(); }
 
 }  // namespace
 
@@ -111,7 +111,7 @@ void SyntheticUser::become(std::size_t number) {
 std::string SyntheticUser::line() const {
   std::string members;
   for (const auto& [name, value] : document_.properties) {
-    members += (members.empty() ? "" : ",") + quoted(name) + ":" + quoted(value);
+    members += (members.empty() ? "" : ",") + jsonOf(name) + ":" + jsonOf(value);
   }
   return "{\"id\":" + std::to_string(number_) + ",\"properties\":{" + members + "}}\n";
 }

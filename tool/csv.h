@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <span>
+#include <string>
+
+namespace corvo::tool {
+
+/// At least one cell as a line of comma-separated values (RFC 4180) that ends with a newline alone.
+[[nodiscard]] std::string csvLine(std::span<const std::string> cells);
+
+}  // namespace corvo::tool

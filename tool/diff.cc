@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include <corvo/evaluation_context.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <iostream>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tool/commands.h"
+#include "tool/comparison.h"
+#include "tool/diff_report.h"
+#include "tool/input.h"
+#include "tool/jobs.h"
+#include "tool/output.h"
+#include "tool/population.h"
+#include "tool/source.h"
+#include "tool/style.h"
+#include "tool/subject.h"
+#include "tool/surroundings.h"
+
+namespace corvo::tool {
+namespace {
+
+struct DiffOptions {
+  std::string before;
+  std::string after;
+  SourceOptions backend;  // the token and the time limit
+  std::string geo;
+  PopulationOptions population;
+  SurroundingsOptions surroundings;
+  std::size_t jobs = 1;
+  std::size_t explained = std::numeric_limits<std::size_t>::max();
+  Colour colour = Colour::automatic;
+  bool failsOnRegroup = false;
+  bool json = false;
+  bool csv = false;
+};
+
+/// Where one of the two configurations comes from: a file, or a backend at an address.
+SourceOptions sourceNamed(const std::string& name, const SourceOptions& backend) {
+  SourceOptions source = backend;
+  const bool isAddress = name.starts_with("http://") || name.starts_with("https://");
+  (isAddress ? source.url : source.config) = name;
+  if (isAddress && source.token.empty()) throw CLI::RequiredError("--token");
+  return source;
+}
+
+std::string inFormat(const Comparison& comparison, const DiffOptions& options) {
+  if (options.json) return inJson(comparison);
+  return options.csv ? inCsv(comparison) : forPeople(comparison, Style(options.colour));
+}
+
+/// Whether there is something to warn of.
+bool warnOfRegrouped(const Comparison& comparison) {
+  std::string lines;
+  for (const ItemChange& item : comparison.items) {
+    if (item.regrouped() == 0) continue;
+    const char* const kind = item.kind == ItemChange::Kind::holdout ? "holdout" : "experiment";
+    lines += "warning: " + std::to_string(item.regrouped()) +
+             (item.regrouped() == 1 ? " user" : " users") + " of the " + kind + " \"" +
+             visible(item.name) + "\" would change groups\n";
+  }
+  std::cerr << lines;
+  return !lines.empty();
+}
+
+int diff(const DiffOptions& options) {
+  const auto inputs = {options.before, options.after, options.geo, options.population.from};
+  if (std::ranges::count(inputs, kStandardInput) > 1) {
+    throw CLI::ValidationError("-", "only one input can be standard input");
+  }
+  const SourceOptions oldSource = sourceNamed(options.before, options.backend);
+  const SourceOptions newSource = sourceNamed(options.after, options.backend);
+  Surroundings surroundings(options.surroundings);
+  if (!surroundings.now) {  // both configurations are asked at the same moment
+    const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
+    surroundings.now = now.count();
+  }
+  const Population population(options.population);
+  const Source before = loadSource(oldSource);
+  const Source after = loadSource(newSource);
+  EvaluationContext defaults{.location = loadLocation(options.geo)};
+  surroundings.describe(defaults);
+  const Comparison comparison =
+      compare(before.project, after.project, population, defaults, options.jobs, options.explained);
+  print(inFormat(comparison, options));
+  // Last, so that a failure under --json prints nothing but the failure.
+  printDrops(before);
+  printDrops(after);
+  const auto varied = population.variations().names();
+  warnOfUnused(varied, {&before.project, &after.project});
+  return warnOfRegrouped(comparison) && options.failsOnRegroup ? kFound : kDone;
+}
+
+void addOwnOptions(CLI::App& command, DiffOptions& options) {
+  command
+      .add_option("--explain", options.explained,
+                  "Explain changed answers of the first users only; by default of all")
+      ->type_name("COUNT");
+  addJobsOption(command, options.jobs);
+  command.add_flag("--fail-on-regroup", options.failsOnRegroup,
+                   "Exit with status 3 if users of an experiment change groups");
+  addColourOption(command, options.colour);
+  CLI::Option* const json = command.add_flag("--json", options.json, "Print JSON");
+  command.add_flag("--csv", options.csv, "Print comma-separated values")->excludes(json);
+}
+
+}  // namespace
+
+void addDiff(CLI::App& app, int& status) {
+  auto options = std::make_shared<DiffOptions>();
+  CLI::App& command = *app.add_subcommand(
+      "diff", "Show how a change of the configuration affects users before it is published");
+  for (const auto& [name, place, help] :
+       {std::tuple("OLD", &options->before,
+                   "The configuration before the change; - is standard input"),
+        std::tuple("NEW", &options->after, "The configuration after it")}) {
+    command.add_option(name, *place, help)->check(complainAboutName)->required();
+  }
+  addGeoOption(command, options->geo);
+  addBackendOptions(command, options->backend);
+  addPopulationOptions(command, options->population);
+  addSurroundingsOptions(command, options->surroundings);
+  addOwnOptions(command, *options);
+  command.callback([options, &status] { status = diff(*options); });
+}
+
+}  // namespace corvo::tool

@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "tool/first_difference.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <span>
+#include <string_view>
+#include <utility>
+
+namespace corvo::tool {
+namespace {
+
+using Step = Explanation::Step;
+using Code = Explanation::Code;
+using Outcome = Explanation::Outcome;
+using Steps = std::vector<Step>;
+
+/// How steps of a kind are compared and shown. The lists are of names of facts.
+struct Form {
+  Code code;
+  /// Two steps with the same are versions of one.
+  std::vector<std::string_view> identity;
+  /// Their results, together with the outcome.
+  std::vector<std::string_view> results;
+  /// The facts of the configuration, and of the answer.
+  std::vector<std::string_view> shown;
+};
+
+const Form& formOf(Code code) {
+  static const std::array<Form, 18> forms{{
+      {Code::flag, {}, {}, {}},
+      {Code::experiment, {"name"}, {"group"}, {"name", "reason", "heldOutBy", "group"}},
+      {Code::splitIdentifier, {}, {"value"}, {"property"}},
+      {Code::holdout, {"name"}, {}, {"name"}},
+      {Code::forcedGroup, {}, {"group"}, {"group"}},
+      {Code::forcedExperiment, {}, {}, {}},
+      {Code::layer, {}, {}, {"layer", "salt"}},
+      {Code::interval, {}, {}, {"lower", "upper"}},
+      {Code::bucket, {}, {"hash"}, {"salt"}},
+      {Code::allocation, {}, {}, {"allocation"}},
+      {Code::group, {}, {"group"}, {"group"}},
+      {Code::share, {"group"}, {}, {"group", "weight", "end"}},
+      {Code::targets, {}, {}, {"statement"}},
+      {Code::carriedFlag, {}, {"group"}, {"group"}},
+      {Code::rules, {}, {}, {}},
+      {Code::rule, {"default", "statement"}, {}, {"position", "default", "statement", "value"}},
+      {Code::condition, {"property", "sign"}, {}, {"property", "sign", "values"}},
+      {Code::value, {}, {"text"}, {"text", "type"}},
+  }};
+  return forms.at(static_cast<std::size_t>(code));
+}
+
+bool agree(const Step& a, const Step& b, const std::vector<std::string_view>& facts) {
+  return std::ranges::all_of(facts, [&](std::string_view fact) {
+    const JsonValue* const inA = a.find(fact);
+    const JsonValue* const inB = b.find(fact);
+    return inA == nullptr || inB == nullptr ? inA == inB : *inA == *inB;
+  });
+}
+
+bool areVersionsOfOne(const Step& a, const Step& b) {
+  return a.code == b.code && agree(a, b, formOf(a.code).identity);
+}
+
+bool haveSameResult(const Step& a, const Step& b) {
+  if (a.outcome != b.outcome || !agree(a, b, formOf(a.code).results)) return false;
+  // The value counts only if the rule gives it to the user; the inner rules are the result of a
+  // list.
+  if (a.code == Code::rule) return a.outcome != Outcome::holds || agree(a, b, {"value"});
+  return a.code != Code::rules;
+}
+
+/// Whether something may depend on a step that only one explanation has. Conditions and intervals
+/// count if they have the outcome of the step around them.
+bool matters(const Step& step, const Step* around) {
+  switch (step.code) {
+    case Code::condition:
+    case Code::interval:
+      return around == nullptr || step.outcome == around->outcome;
+    default:
+      return step.outcome == Outcome::in || step.outcome == Outcome::holds ||
+             step.outcome == Outcome::found || step.outcome == Outcome::rest ||
+             step.outcome == Outcome::done;
+  }
+}
+
+/// The step itself, without the facts of the user.
+Step shownPart(const Step& step) {
+  Step shown{.code = step.code, .outcome = step.outcome};
+  for (const Explanation::Fact& fact : step.facts) {
+    if (std::ranges::count(formOf(step.code).shown, fact.name) > 0) shown.facts.push_back(fact);
+  }
+  return shown;
+}
+
+std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore, const Steps& after,
+                                  const Step* aroundAfter);
+
+/// The difference inside two versions of one step, or of the steps themselves.
+std::optional<Difference> differenceOf(const Step& before, const Step& after) {
+  if (haveSameResult(before, after)) return std::nullopt;
+  // If an earlier version was not reached, it says nothing about its inner steps.
+  if (auto inner = firstIn(before.steps, &before, after.steps, &after)) {
+    inner->within.insert(inner->within.begin(), shownPart(after));
+    return inner;
+  }
+  const bool isDecidedInside = before.code == Code::rules && before.outcome == after.outcome;
+  if (isDecidedInside) return std::nullopt;
+  return Difference{{}, shownPart(before), shownPart(after)};
+}
+
+std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore, const Steps& after,
+                                  const Step* aroundAfter) {
+  std::size_t i = 0;
+  std::size_t j = 0;
+  while (i < before.size() || j < after.size()) {
+    const Step* const a = i < before.size() ? &before[i] : nullptr;
+    const Step* const b = j < after.size() ? &after[j] : nullptr;
+    if (a != nullptr && b != nullptr && areVersionsOfOne(*a, *b)) {
+      if (auto difference = differenceOf(*a, *b)) return difference;
+      ++i;
+      ++j;
+    } else if (a != nullptr && !matters(*a, aroundBefore)) {
+      ++i;
+    } else if (b != nullptr && !matters(*b, aroundAfter)) {
+      ++j;
+    } else {
+      Difference difference;
+      if (a != nullptr) difference.before = shownPart(*a);
+      if (b != nullptr) difference.after = shownPart(*b);
+      return difference;
+    }
+  }
+  return std::nullopt;
+}
+
+/// The engine's line about a step.
+std::string lineOf(const std::optional<Step>& step) {
+  if (!step) return "(no such step)";
+  Explanation one;
+  one.steps.push_back(*step);
+  const std::string text = one.toText();
+  const std::size_t begin = text.find('\n') + 1;
+  return text.substr(begin + 2, text.size() - begin - 3);
+}
+
+/// What precedes the line of an inner step; empty for steps that the inner ones make obvious.
+std::string placeOf(const Step& step) {
+  const JsonValue* name = nullptr;
+  if (step.code == Code::experiment || step.code == Code::holdout) name = step.find("name");
+  if (step.code == Code::rule) name = step.find("position");
+  if (name != nullptr) return std::string(textOf(step.code)) + " " + name->toJson() + ": ";
+  return step.code == Code::targets ? "targets: " : "";
+}
+
+}  // namespace
+
+std::string Difference::text() const {
+  std::string text;
+  for (const Step& each : within) text += placeOf(each);
+  return text + lineOf(before) + " -> " + lineOf(after);
+}
+
+Difference firstDifference(const Explanation& before, const Explanation& after) {
+  auto difference = firstIn(before.steps, nullptr, after.steps, nullptr);
+  if (!difference) return {};
+  // The experiment in question is around every step.
+  const bool isObvious = before.question == Explanation::Question::experiment;
+  if (isObvious && !difference->within.empty())
+    difference->within.erase(difference->within.begin());
+  return *std::move(difference);
+}
+
+}  // namespace corvo::tool
