@@ -26,11 +26,11 @@ double lowerSeries(double a, double x) {
   return sum * factorOf(a, x);
 }
 
-// Evaluated from the front, by the recurrence of the ratios of successive numerators and
-// denominators, none of which can be 0 for x > a + 1.
+// Evaluated from the front, by the ratios of successive numerators and of successive denominators,
+// none of which can be 0 for x > a + 1. The first numerator follows a 0.
 double upperFraction(double a, double x) {
   double b = x + 1 - a;
-  double numerators = b;
+  double numerators = std::numeric_limits<double>::infinity();
   double denominators = 1 / b;
   double fraction = denominators;
   for (int n = 1; n < kMostTerms; ++n) {

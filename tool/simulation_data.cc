@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "tool/csv.h"
+#include "tool/report.h"
 #include "tool/simulation_views.h"
 
 namespace corvo::tool {
@@ -19,7 +20,7 @@ JsonValue textIfAny(const std::string& text) { return text.empty() ? JsonValue()
 
 JsonValue jsonOf(const SimulationReport::Group& group) {
   return JsonObject{{"name", group.name},
-                    {"weight", group.weight},
+                    {"weight", toJson(CorvoProperty(group.weight))},
                     {"share", group.share},
                     {"expected", group.expected},
                     {"users", number(group.bucketed)},
@@ -59,7 +60,7 @@ JsonValue jsonOf(const SimulationReport::Experiment& experiment) {
 }
 
 /// A line of the table. What does not apply is empty.
-struct Row {
+struct CsvRow {
   std::string kind, experiment, position, name, users, weight, share, expected, chiSquare, degrees,
       p;
 
@@ -71,9 +72,9 @@ struct Row {
 
 std::string inFull(double value) { return JsonValue(value).toJson(); }
 
-Row rowOf(std::string_view kind, const SimulationReport::Experiment& experiment,
-          const std::string& name, std::uint64_t users) {
-  Row row;
+CsvRow rowOf(std::string_view kind, const SimulationReport::Experiment& experiment,
+             const std::string& name, std::uint64_t users) {
+  CsvRow row;
   row.kind = kind;
   row.experiment = experiment.name;
   row.position = std::to_string(experiment.position);
@@ -83,7 +84,8 @@ Row rowOf(std::string_view kind, const SimulationReport::Experiment& experiment,
 }
 
 std::string rowsOf(const SimulationReport::Experiment& experiment) {
-  Row in = rowOf(experiment.isHoldout ? "holdout" : "experiment", experiment, {}, experiment.users);
+  CsvRow in =
+      rowOf(experiment.isHoldout ? "holdout" : "experiment", experiment, {}, experiment.users);
   if (experiment.fit) {
     in.chiSquare = inFull(experiment.fit->chiSquare);
     in.degrees = std::to_string(experiment.fit->degreesOfFreedom);
@@ -94,8 +96,8 @@ std::string rowsOf(const SimulationReport::Experiment& experiment) {
     lines += rowOf(textOf(each.reason), experiment, each.holdout, each.users).line();
   }
   for (const auto& each : experiment.groups) {
-    Row row = rowOf("group", experiment, each.name, each.bucketed);
-    row.weight = inFull(each.weight);
+    CsvRow row = rowOf("group", experiment, each.name, each.bucketed);
+    row.weight = shown(each.weight);
     row.share = inFull(each.share);
     row.expected = inFull(each.expected);
     lines += row.line();
@@ -125,13 +127,13 @@ std::string inJson(const SimulationReport& report) {
 
 std::string inCsv(const SimulationReport& report) {
   std::string lines =
-      Row{"kind",     "experiment", "position",           "name", "users", "weight", "share",
-          "expected", "chi_square", "degrees_of_freedom", "p"}
+      CsvRow{"kind",     "experiment", "position",           "name", "users", "weight", "share",
+             "expected", "chi_square", "degrees_of_freedom", "p"}
           .line();
   for (const auto& each : report.experiments) lines += rowsOf(each);
   for (const auto& each : report.overlaps) {
-    Row row = rowOf("overlap", report.experiments[each.first], report.experiments[each.second].name,
-                    each.users);
+    CsvRow row = rowOf("overlap", report.experiments[each.first],
+                       report.experiments[each.second].name, each.users);
     row.expected = inFull(each.expected);
     lines += row.line();
   }

@@ -34,19 +34,20 @@ constexpr const char* kHead = R"(<!DOCTYPE html>
 }
 body {
   margin: 0 auto; max-width: 60rem; padding: 1rem; background: var(--back); color: var(--text);
-  font: 1rem/1.5 system-ui, sans-serif; overflow-wrap: anywhere;
+  font: 1rem/1.5 system-ui, sans-serif;
 }
-h1, h2 { line-height: 1.2; margin: 1.5rem 0 .5rem; }
+h1, h2 { line-height: 1.2; margin: 1.5rem 0 .5rem; overflow-wrap: anywhere; }
 h2 { border-top: 1px solid var(--line); padding-top: 1.5rem; }
 a { color: var(--link); }
-.scroll { overflow-x: auto; }
+.scroll { overflow-x: auto; margin: 1rem 0; }
 table { border-collapse: collapse; width: 100%; }
-caption { text-align: left; color: var(--faint); padding: .25rem 0; }
-th, td { padding: .25rem .75rem .25rem 0; text-align: left; vertical-align: top; }
+th, td {
+  padding: .25rem .75rem .25rem 0; text-align: left; vertical-align: top; white-space: nowrap;
+}
 thead th { color: var(--faint); font-weight: normal; border-bottom: 1px solid var(--line); }
-tbody th { font-weight: 600; min-width: 6rem; }
-.number { text-align: right; font-variant-numeric: tabular-nums; overflow-wrap: normal; }
-td.chart { width: 40%; min-width: 9rem; padding-right: 0; }
+tbody th, td.name { min-width: 8rem; white-space: normal; overflow-wrap: anywhere; }
+.number { text-align: right; font-variant-numeric: tabular-nums; }
+.chart { width: 40%; min-width: 9rem; padding-right: 0; }
 svg { display: block; width: 100%; height: 1.1rem; margin-top: .2rem; }
 .track { fill: var(--track); }
 .users { fill: var(--bar); }
@@ -59,21 +60,33 @@ svg { display: block; width: 100%; height: 1.1rem; margin-top: .2rem; }
 <body>
 )";
 
+constexpr const char* kScale = "0 to 100&#160;%";
+
 constexpr const char* kFoot = "</main>\n</body>\n</html>\n";
 
 /// A name from the document. It does not change the direction of the text around it.
 std::string named(const std::string& name) { return "<bdi>" + escaped(name) + "</bdi>"; }
 
 std::string percent(double fraction, int digits = 1) {
-  return rounded(100 * fraction, digits) + " %";
+  return rounded(100 * fraction, digits) + "&#160;%";
 }
 
 std::string cell(const std::string& text) { return "<td class=\"number\">" + text + "</td>"; }
 std::string cell(std::uint64_t count) { return cell(std::to_string(count)); }
 
-std::string headOf(std::span<const char* const> columns) {
+enum class Kind : std::uint8_t { text, number, chart };
+struct Heading {
+  const char* name;
+  Kind kind;
+};
+
+std::string headOf(std::span<const Heading> headings) {
+  constexpr const char* kClasses[] = {"", " class=\"number\"", " class=\"chart\""};
   std::string html = "<thead><tr>";
-  for (const char* each : columns) html += std::string("<th scope=\"col\">") + each + "</th>";
+  for (const auto& [name, kind] : headings) {
+    html += std::string("<th scope=\"col\"") + kClasses[static_cast<std::size_t>(kind)] + ">" +
+            name + "</th>";
+  }
   return html + "</tr></thead>\n";
 }
 
@@ -111,21 +124,28 @@ std::string resultOf(const SimulationReport::Experiment& experiment) {
 }
 
 std::string overviewOf(const SimulationReport& report) {
-  constexpr const char* kColumns[] = {"Experiment", "Users", "Share", "", "Groups"};
-  std::string html = headOf(kColumns) + "<tbody>\n";
+  constexpr Heading kHeadings[] = {{"Experiment", Kind::text},
+                                   {"Users", Kind::number},
+                                   {"Share", Kind::number},
+                                   {"Groups fit", Kind::text},
+                                   {kScale, Kind::chart}};
+  std::string html = headOf(kHeadings) + "<tbody>\n";
   for (const auto& each : report.experiments) {
     const double fraction = fractionOf(each.users, report.users);
     html += "<tr><th scope=\"row\"><a href=\"#" + anchorOf(each) + "\">" + named(each.name) +
             "</a>" + (each.isHoldout ? " <span class=\"faint\">holdout</span>" : "") + "</th>" +
-            cell(each.users) + cell(percent(fraction)) + chart(fraction, std::nullopt) + "<td>" +
-            resultOf(each) + "</td></tr>\n";
+            cell(each.users) + cell(percent(fraction)) + "<td>" + resultOf(each) + "</td>" +
+            chart(fraction, std::nullopt) + "</tr>\n";
   }
   return table("All experiments", html + "</tbody>\n");
 }
 
 std::string whereUsersAre(const SimulationReport::Experiment& experiment, std::uint64_t all) {
-  constexpr const char* kColumns[] = {"Where the users are", "Users", "Share", ""};
-  std::string html = headOf(kColumns) + "<tbody>\n";
+  constexpr Heading kHeadings[] = {{"Where the users are", Kind::text},
+                                   {"Users", Kind::number},
+                                   {"Share", Kind::number},
+                                   {kScale, Kind::chart}};
+  std::string html = headOf(kHeadings) + "<tbody>\n";
   const auto add = [&](const std::string& what, std::uint64_t users) {
     const double fraction = fractionOf(users, all);
     html += "<tr><th scope=\"row\">" + what + "</th>" + cell(users) + cell(percent(fraction)) +
@@ -141,9 +161,11 @@ std::string whereUsersAre(const SimulationReport::Experiment& experiment, std::u
 }
 
 std::string groupsOf(const SimulationReport::Experiment& experiment) {
-  constexpr const char* kColumns[] = {"Group",  "Weight", "Exact share", "Expected", "Users",
-                                      "Forced", ""};
-  std::string html = headOf(kColumns) + "<tbody>\n";
+  constexpr Heading kHeadings[] = {{"Group", Kind::text},         {"Weight", Kind::number},
+                                   {"Exact share", Kind::number}, {"Expected", Kind::number},
+                                   {"Users", Kind::number},       {"Forced", Kind::number},
+                                   {kScale, Kind::chart}};
+  std::string html = headOf(kHeadings) + "<tbody>\n";
   for (const auto& each : experiment.groups) {
     html += "<tr><th scope=\"row\">" + named(each.name) + "</th>" + cell(shown(each.weight)) +
             cell(percent(each.share, 3)) + cell(rounded(each.expected, 1)) + cell(each.bucketed) +
@@ -160,7 +182,7 @@ std::string sectionOf(const SimulationReport::Experiment& experiment, std::uint6
          named(experiment.name) +
          (experiment.isHoldout ? " <span class=\"faint\">holdout</span>" : "") + "</h2>\n" +
          whereUsersAre(experiment, all) + groupsOf(experiment) + "<p" +
-         (isFlagged ? " class=\"alarm\"" : "") + ">" + escaped(sentenceOf(experiment)) +
+         (isFlagged ? " class=\"alarm\"" : "") + ">Groups: " + escaped(sentenceOf(experiment)) +
          ".</p>\n</section>\n";
 }
 
@@ -171,12 +193,16 @@ std::string overlapsOf(const SimulationReport& report) {
       "<section aria-labelledby=\"overlaps\">\n<h2 id=\"overlaps\">Overlaps</h2>\n"
       "<p>Pairs with more or fewer common users than if the experiments were independent.</p>\n";
   if (striking.empty()) return html + "<p>None.</p>\n</section>\n";
-  constexpr const char* kColumns[] = {"Experiment", "And", "In both", "If independent", ""};
-  std::string rows = headOf(kColumns) + "<tbody>\n";
+  constexpr Heading kHeadings[] = {{"Experiment", Kind::text},
+                                   {"And", Kind::text},
+                                   {"In both", Kind::number},
+                                   {"If independent", Kind::number},
+                                   {kScale, Kind::chart}};
+  std::string rows = headOf(kHeadings) + "<tbody>\n";
   for (const auto& each :
        std::span(striking).first(std::min(striking.size(), kMostOverlapsShown))) {
     const SimulationReport::Experiment& first = report.experiments[each.first];
-    rows += "<tr><th scope=\"row\">" + named(first.name) + "</th><td>" +
+    rows += "<tr><th scope=\"row\">" + named(first.name) + "</th><td class=\"name\">" +
             named(report.experiments[each.second].name) + "</td>" + cell(each.users) +
             cell(rounded(each.expected, 1)) +
             chart(fractionOf(each.users, first.users), fractionOf(each.expected, first.users)) +

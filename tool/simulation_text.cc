@@ -94,7 +94,7 @@ std::string rounded(double number, int digits) {
 }
 
 std::string sentenceOf(const SimulationReport::Experiment& experiment) {
-  if (!experiment.fit) return "not tested: " + experiment.untested;
+  if (!experiment.fit) return "not tested (" + experiment.untested + ")";
   const auto& [chiSquare, degrees, p] = *experiment.fit;
   std::string text = "chi-square " + rounded(chiSquare, 2) + " with " + std::to_string(degrees) +
                      (degrees == 1 ? " degree" : " degrees") + " of freedom, p ";
