@@ -82,13 +82,18 @@ std::vector<SimulationReport::Overlap> overlapsOf(const Simulation& simulation,
                                                   const SimulationReport& report) {
   std::vector<SimulationReport::Overlap> overlaps;
   if (simulation.overlaps.empty()) return overlaps;
+  const auto isHeldOut = [&](std::size_t experiment, std::size_t holdout) {
+    return simulation.experiments[experiment].heldOut.contains(
+        report.experiments[holdout].position);
+  };
   for (std::size_t first = 0; first < report.experiments.size(); ++first) {
     const auto inFirst = static_cast<double>(report.experiments[first].users);
     for (std::size_t second = first + 1; second < report.experiments.size(); ++second) {
       const auto inSecond = static_cast<double>(report.experiments[second].users);
       const double all = std::max(static_cast<double>(report.users), 1.0);
-      overlaps.push_back(
-          {first, second, simulation.overlap(first, second), inFirst * inSecond / all});
+      overlaps.push_back({first, second, simulation.overlap(first, second),
+                          inFirst * inSecond / all,
+                          isHeldOut(first, second) || isHeldOut(second, first)});
     }
   }
   return overlaps;
@@ -117,8 +122,9 @@ std::size_t SimulationReport::flaggedCount() const {
 
 std::vector<SimulationReport::Overlap> SimulationReport::strikingOverlaps() const {
   std::vector<Overlap> striking;
-  std::ranges::copy_if(overlaps, std::back_inserter(striking),
-                       [this](const Overlap& each) { return isStriking(each, *this); });
+  std::ranges::copy_if(overlaps, std::back_inserter(striking), [this](const Overlap& each) {
+    return !each.isHeldOut && isStriking(each, *this);
+  });
   std::ranges::stable_sort(striking, std::ranges::greater(), [](const Overlap& each) {
     return std::fabs(std::log(static_cast<double>(each.users) / each.expected));
   });

@@ -49,6 +49,7 @@ struct SimulationReport {
     std::size_t second = 0;
     std::uint64_t users = 0;  ///< In both.
     double expected = 0;      ///< If being in one did not depend on being in the other.
+    bool isHeldOut = false;   ///< One of them is a holdout that keeps its users out of the other.
   };
 
   std::uint64_t users = 0;
@@ -56,8 +57,8 @@ struct SimulationReport {
   std::vector<Overlap> overlaps;        ///< All pairs; none if there are too many experiments.
 
   [[nodiscard]] std::size_t flaggedCount() const;
-  /// The overlaps that chance hardly explains, in the order of their distance from what
-  /// independence would give, as a ratio.
+  /// The overlaps that neither chance nor a holdout explains, in the order of their distance from
+  /// what independence would give, as a ratio.
   [[nodiscard]] std::vector<Overlap> strikingOverlaps() const;
 };
 
