@@ -63,7 +63,7 @@ constexpr Row kNotes[] = {
      {"OLD and NEW are files, or base URLs of backends. Both are asked about the same users. The "
       "output shows the flags, experiments and holdouts whose users get another answer, and the "
       "first step in which the explanations of the two answers differ.",
-      "corvo diff config.json config.json --vary custom.plan=0.2:gold"}},
+      "corvo diff http://127.0.0.1:8080 config.json --token t"}},
     {"corvo simulate",
      {"It says who is out of each experiment and why, compares the users of the groups with their "
       "shares, and lists overlaps. A group's share is exact: it comes from the arithmetic of the "

@@ -76,22 +76,16 @@ class ItemList {
 /// One of the projects, prepared for questions about all items. Concurrent reads are safe.
 struct Side {
   Side(const Project& asked, const ItemList& items)
-      : project(asked), hasFlag(items.flagCount()), initial(items.all().size()) {
+      : project(asked), isCarried(items.flagCount()), itemCount(items.all().size()) {
     for (const Project::Flag& each : project.flags()) {
       flags.push_back(flags.size());
       itemOfFlag.push_back(items.flag(each.name));
-      hasFlag[itemOfFlag.back()] = true;
+      isCarried[itemOfFlag.back()] = each.carriedBy.has_value();
     }
     for (const auto& some : {project.experiments(), project.holdouts()}) {
       for (const Project::Experiment& each : some) addExperiment(each, items.experiment(each.name));
     }
     std::ranges::sort(experiments);
-    Evaluation nobody = project.evaluate({.now = 0});
-    for (std::size_t i = 0; i < hasFlag.size(); ++i) {
-      if (hasFlag[i]) continue;
-      const auto answer = nobody.checkFlag<std::string>(items.all()[i].name);
-      initial[i].text = answer.error()->name();
-    }
   }
 
   void addExperiment(const Project::Experiment& experiment, std::size_t item) {
@@ -110,24 +104,27 @@ struct Side {
   std::vector<std::size_t> experiments;          // all positions, and
   std::vector<std::size_t> itemOfExperiment;     // the item at each
   std::vector<std::vector<std::string>> groups;  // names, by position
-  std::vector<bool> hasFlag;                     // by item
-  std::vector<Seen> initial;                     // by item: what everyone gets if it is absent
+  std::vector<bool> isCarried;                   // by item: whether an experiment decides the flag
+  std::size_t itemCount;
 };
 
 /// Asks one project about one user at a time. For use by one thread.
 class Asker {
  public:
   Asker(const Side& side, const std::vector<ItemChange>& items)
-      : side_(side), items_(items), about_(side.project.evaluate({.now = 0})) {}
+      : side_(side),
+        items_(items),
+        about_(side.project.evaluate({.now = 0})),
+        standard_(side.itemCount) {}
 
   void ask(const EvaluationContext& context) {
     about_.reset(context);
-    answers_ = side_.initial;
+    answers_ = standard_;
     for (const auto& [flag, text] : about_.flagTexts(side_.flags)) {
       answers_[side_.itemOfFlag[flag]] = {true, text};
     }
-    for (std::size_t item = 0; item < side_.hasFlag.size(); ++item) {
-      if (side_.hasFlag[item] && !answers_[item].isThere) answers_[item] = askByName(item);
+    for (std::size_t item = 0; item < side_.isCarried.size(); ++item) {
+      if (!answers_[item].isThere && answers_[item].text.empty()) answers_[item] = askByName(item);
     }
     for (const auto& [experiment, group] : about_.memberships(side_.experiments)) {
       Seen& answer = answers_[side_.itemOfExperiment[experiment]];
@@ -145,16 +142,21 @@ class Asker {
   }
 
  private:
-  // The report of texts has neither flags that only experiments carry, nor errors.
+  // The list of texts has neither flags that only experiments carry, nor errors. The error of a
+  // flag that no experiment carries is the same for all users.
   Seen askByName(std::size_t item) {
     const auto answer = about_.checkFlag<std::string>(items_[item].name);
-    if (const CorvoError* error = answer.error()) return {false, error->name()};
-    return {true, *texts_.insert(answer.value().value_or("")).first};
+    const CorvoError* const error = answer.error();
+    if (error == nullptr) return {true, *texts_.insert(answer.value().value_or("")).first};
+    const Seen seen{false, error->name()};
+    if (!side_.isCarried[item]) standard_[item] = seen;
+    return seen;
   }
 
   const Side& side_;
   const std::vector<ItemChange>& items_;
   Evaluation about_;
+  std::vector<Seen> standard_;  // the answers that do not depend on the user, as far as known
   std::vector<Seen> answers_;
   std::unordered_set<std::string> texts_;
 };

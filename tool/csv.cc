@@ -2,11 +2,14 @@
 
 #include "tool/csv.h"
 
+#include "tool/output.h"
+
 namespace corvo::tool {
 namespace {
 
-std::string csvCell(const std::string& text) {
-  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+std::string csvCell(const std::string& given) {
+  const std::string text = visible(given);
+  if (text.find_first_of(",\"") == std::string::npos) return text;
   std::string cell = "\"";
   for (const char c : text) cell.append(c == '"' ? 2 : 1, c);
   return cell + "\"";

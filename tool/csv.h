@@ -7,6 +7,7 @@
 namespace corvo::tool {
 
 /// At least one cell as a line of comma-separated values (RFC 4180) that ends with a newline alone.
+/// Control characters are escaped as in JSON, so that a record is one line.
 [[nodiscard]] std::string csvLine(std::span<const std::string> cells);
 
 }  // namespace corvo::tool

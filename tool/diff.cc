@@ -56,18 +56,23 @@ std::string inFormat(const Comparison& comparison, const DiffOptions& options) {
   return options.csv ? inCsv(comparison) : forPeople(comparison, Style(options.colour));
 }
 
-/// Whether there is something to warn of.
+constexpr std::size_t kMostRegroupedNamed = 20;
+
+/// Returns whether there is something to warn of.
 bool warnOfRegrouped(const Comparison& comparison) {
   std::string lines;
+  std::size_t count = 0;
   for (const ItemChange& item : comparison.items) {
-    if (item.regrouped() == 0) continue;
-    const char* const kind = item.kind == ItemChange::Kind::holdout ? "holdout" : "experiment";
-    lines += "warning: " + std::to_string(item.regrouped()) +
-             (item.regrouped() == 1 ? " user" : " users") + " of the " + kind + " \"" +
-             visible(item.name) + "\" would change groups\n";
+    if (item.regrouped() == 0 || ++count > kMostRegroupedNamed) continue;
+    lines += "warning: " + wordOf(item.kind) + " \"" + visible(item.name) +
+             "\": users who change groups: " + std::to_string(item.regrouped()) + "\n";
+  }
+  if (count > kMostRegroupedNamed) {
+    lines += "warning: users of " + std::to_string(count - kMostRegroupedNamed) +
+             " more experiments change groups\n";
   }
   std::cerr << lines;
-  return !lines.empty();
+  return count > 0;
 }
 
 int diff(const DiffOptions& options) {
@@ -121,7 +126,7 @@ void addDiff(CLI::App& app, int& status) {
        {std::tuple("OLD", &options->before,
                    "The configuration before the change; - is standard input"),
         std::tuple("NEW", &options->after, "The configuration after it")}) {
-    command.add_option(name, *place, help)->check(complainAboutName)->required();
+    command.add_option(name, *place, help)->check(complainAboutName)->type_name("FILE")->required();
   }
   addGeoOption(command, options->geo);
   addBackendOptions(command, options->backend);

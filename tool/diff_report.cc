@@ -26,18 +26,13 @@ using Kind = ItemChange::Kind;
 constexpr std::size_t kMostRows = 20;
 constexpr std::size_t kMostShown = 240;  // of a text in a row
 
-std::string wordOf(Kind kind) {
-  constexpr std::array<const char*, 3> words{"flag", "experiment", "holdout"};
-  return words.at(static_cast<std::size_t>(kind));
-}
-
 std::string statusOf(const ItemChange& item) {
   if (item.isInBoth()) return "both";
   return item.isInNew ? "added" : "removed";
 }
 
 std::string wordOf(const Move& move) {
-  if (move.from.isThere == move.to.isThere) return "changed";
+  if (move.from.isThere == move.to.isThere) return move.to.isThere ? "changed" : "error";
   return move.to.isThere ? "entered" : "left";
 }
 
@@ -79,48 +74,50 @@ std::string headingOf(const ItemChange& item) {
   return wordOf(item.kind) + " " + inQuotes(item.name) + ": " + counts;
 }
 
+std::string indented(const std::string& text) {
+  std::istringstream lines(text);
+  std::string all;
+  for (std::string line; std::getline(lines, line);) all += "  " + line + "\n";
+  return all;
+}
+
+/// The first records as an indented table; nothing if there are none.
 template <class Record, class RowOf>
-void addTable(const std::vector<Record>& records, std::vector<std::string> columns, RowOf rowOf,
-              std::ostringstream& out) {
-  if (records.empty()) return;
+std::string tableOf(const std::vector<Record>& records, std::vector<std::string> columns,
+                    RowOf rowOf) {
+  if (records.empty()) return "";
   Report report{{}, std::move(columns), {}, {}};
   const std::size_t count = std::min(records.size(), kMostRows);
   for (std::size_t i = 0; i < count; ++i) report.rows.push_back(rowOf(records[i]));
+  std::ostringstream out;
   printReport(report, Style(), out);
   if (records.size() > count) out << "... and " << records.size() - count << " more\n";
+  return indented(out.str());
 }
 
 bool isWorthShowing(const ItemChange& item) {
   return !item.isInBoth() || !item.moves.empty() || !item.renumberings.empty();
 }
 
-void addItem(const ItemChange& item, const Style& style, std::ostringstream& out) {
-  out << style.bold(headingOf(item)) << '\n';
-  addTable(
-      item.moves, {"FROM", "TO", "USERS"},
-      [&](const Move& move) {
-        return std::vector{shownAnswer(move.from, item.kind), shownAnswer(move.to, item.kind),
-                           std::to_string(move.users)};
-      },
-      out);
-  addTable(
-      item.renumberings, {"GROUP", "OLD INDEX", "NEW INDEX", "USERS"},
-      [](const Renumbering& each) {
-        return std::vector{shortened(inQuotes(each.group)), std::to_string(each.from),
-                           std::to_string(each.to), std::to_string(each.users)};
-      },
-      out);
-  if (!item.reasons.empty() && item.explained < item.changed + item.entered + item.left) {
-    out << "Why, for the first " << usersText(item.explained) << ":\n";
+std::string textOf(const ItemChange& item, const Style& style) {
+  std::string text = style.bold(headingOf(item)) + "\n";
+  text += tableOf(item.moves, {"FROM", "TO", "USERS"}, [&](const Move& move) {
+    return std::vector{shownAnswer(move.from, item.kind), shownAnswer(move.to, item.kind),
+                       std::to_string(move.users)};
+  });
+  text += tableOf(item.renumberings, {"GROUP", "OLD INDEX", "NEW INDEX", "USERS"},
+                  [](const Renumbering& each) {
+                    return std::vector{shortened(inQuotes(each.group)), std::to_string(each.from),
+                                       std::to_string(each.to), std::to_string(each.users)};
+                  });
+  const bool areAllExplained = item.explained == item.changed + item.entered + item.left;
+  if (!item.reasons.empty() && !areAllExplained) {
+    text += "  Why, for " + std::to_string(item.explained) + " of them:\n";
   }
-  addTable(
-      item.reasons, {"USERS", "FIRST USER", "WHY"},
-      [](const Reason& reason) {
-        return std::vector{std::to_string(reason.users), std::to_string(reason.firstUser),
-                           shortened(reason.difference.text())};
-      },
-      out);
-  out << '\n';
+  return text + tableOf(item.reasons, {"USERS", "FIRST USER", "WHY"}, [](const Reason& reason) {
+           return std::vector{std::to_string(reason.users), std::to_string(reason.firstUser),
+                              shortened(reason.difference.text())};
+         });
 }
 
 std::string summaryOf(const Comparison& comparison, bool areFlags) {
@@ -147,7 +144,7 @@ JsonValue inJson(const ItemAnswer& answer, Kind kind) {
   return JsonObject{{"error", answer.text}};
 }
 
-JsonValue inJson(const Explanation::Step& step) {
+JsonObject objectOf(const Explanation::Step& step) {
   Explanation one;
   one.steps.push_back(step);
   JsonObject json = fromCorvoString<JsonObject>(one.toJson()).value();
@@ -157,12 +154,16 @@ JsonValue inJson(const Explanation::Step& step) {
 }
 
 JsonValue inJson(const std::optional<Explanation::Step>& step) {
-  return step ? inJson(*step) : JsonValue();
+  return step ? JsonValue(objectOf(*step)) : JsonValue();
 }
 
 JsonValue inJson(const Reason& reason) {
   JsonArray within;
-  for (const Explanation::Step& each : reason.difference.within) within.push_back(inJson(each));
+  for (const Explanation::Step& each : reason.difference.within) {
+    JsonObject step = objectOf(each);
+    step.erase("outcome");
+    within.emplace_back(std::move(step));
+  }
   return JsonObject{{"within", std::move(within)},
                     {"old", inJson(reason.difference.before)},
                     {"new", inJson(reason.difference.after)},
@@ -203,14 +204,18 @@ JsonValue inJson(const ItemChange& item) {
 
 }  // namespace
 
+std::string wordOf(Kind kind) {
+  constexpr std::array<const char*, 3> words{"flag", "experiment", "holdout"};
+  return words.at(static_cast<std::size_t>(kind));
+}
+
 std::string forPeople(const Comparison& comparison, const Style& style) {
-  std::ostringstream out;
+  std::string text;
   for (const ItemChange& item : comparison.items) {
-    if (isWorthShowing(item)) addItem(item, style, out);
+    if (isWorthShowing(item)) text += textOf(item, style);
   }
-  out << usersText(comparison.users) << "; flags: " << summaryOf(comparison, true)
-      << "; experiments and holdouts: " << summaryOf(comparison, false) << '\n';
-  return out.str();
+  return text + usersText(comparison.users) + "; flags: " + summaryOf(comparison, true) +
+         "; experiments and holdouts: " + summaryOf(comparison, false) + "\n";
 }
 
 std::string inJson(const Comparison& comparison) {

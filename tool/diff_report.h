@@ -8,6 +8,9 @@
 
 namespace corvo::tool {
 
+/// "flag", "experiment" or "holdout".
+[[nodiscard]] std::string wordOf(ItemChange::Kind kind);
+
 /// The items with a difference, each with its moves and their reasons, and a summary.
 [[nodiscard]] std::string forPeople(const Comparison& comparison, const Style& style);
 

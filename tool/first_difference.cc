@@ -73,17 +73,46 @@ bool haveSameResult(const Step& a, const Step& b) {
 }
 
 /// Whether something may depend on a step that only one explanation has. Conditions and intervals
-/// count if they have the outcome of the step around them.
+/// count if they have the outcome of the step around them, targets if they exclude the user, and
+/// failed rules if none holds.
 bool matters(const Step& step, const Step* around) {
   switch (step.code) {
     case Code::condition:
     case Code::interval:
       return around == nullptr || step.outcome == around->outcome;
+    case Code::targets:
+      return step.outcome == Outcome::fails;
+    case Code::rule:
+      return step.outcome == (around->outcome == Outcome::found ? Outcome::holds : Outcome::fails);
     default:
       return step.outcome == Outcome::in || step.outcome == Outcome::holds ||
              step.outcome == Outcome::found || step.outcome == Outcome::rest ||
              step.outcome == Outcome::done;
   }
+}
+
+/// The fact that tells a step around the difference from others of its kind; empty if nothing does,
+/// or if the inner steps make it obvious.
+std::string_view placingFact(Code code) {
+  switch (code) {
+    case Code::experiment:
+    case Code::holdout:
+      return "name";
+    case Code::layer:
+      return "layer";
+    case Code::rule:
+      return "position";
+    default:
+      return "";
+  }
+}
+
+/// What users who differ inside the step have in common.
+Step placeOf(const Step& step) {
+  Step place{.code = step.code};
+  const std::string_view name = placingFact(step.code);
+  if (const JsonValue* const fact = step.find(name)) place.facts.push_back({name, *fact});
+  return place;
 }
 
 /// The step itself, without the facts of the user.
@@ -101,9 +130,8 @@ std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore,
 /// The difference inside two versions of one step, or of the steps themselves.
 std::optional<Difference> differenceOf(const Step& before, const Step& after) {
   if (haveSameResult(before, after)) return std::nullopt;
-  // If an earlier version was not reached, it says nothing about its inner steps.
   if (auto inner = firstIn(before.steps, &before, after.steps, &after)) {
-    inner->within.insert(inner->within.begin(), shownPart(after));
+    inner->within.insert(inner->within.begin(), placeOf(after));
     return inner;
   }
   const bool isDecidedInside = before.code == Code::rules && before.outcome == after.outcome;
@@ -146,20 +174,16 @@ std::string lineOf(const std::optional<Step>& step) {
   return text.substr(begin + 2, text.size() - begin - 3);
 }
 
-/// What precedes the line of an inner step; empty for steps that the inner ones make obvious.
-std::string placeOf(const Step& step) {
-  const JsonValue* name = nullptr;
-  if (step.code == Code::experiment || step.code == Code::holdout) name = step.find("name");
-  if (step.code == Code::rule) name = step.find("position");
-  if (name != nullptr) return std::string(textOf(step.code)) + " " + name->toJson() + ": ";
-  return step.code == Code::targets ? "targets: " : "";
-}
-
 }  // namespace
 
 std::string Difference::text() const {
   std::string text;
-  for (const Step& each : within) text += placeOf(each);
+  for (const Step& each : within) {
+    if (each.facts.empty() && each.code != Code::targets) continue;
+    text += textOf(each.code);
+    if (!each.facts.empty()) text += " " + each.facts.front().value.toJson();
+    text += ": ";
+  }
   return text + lineOf(before) + " -> " + lineOf(after);
 }
 

@@ -14,7 +14,8 @@ namespace corvo::tool {
 struct Difference {
   using Step = Explanation::Step;
 
-  std::vector<Step> within;         ///< The steps around it, from the outermost.
+  /// The steps around it, from the outermost: each its code and the fact that identifies it.
+  std::vector<Step> within;
   std::optional<Step> before = {};  ///< Without inner steps; absent if only `after` has one.
   std::optional<Step> after = {};
 

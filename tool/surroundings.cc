@@ -44,7 +44,7 @@ class StatedClock final : public Clock {
 
 void addSurroundingsOptions(CLI::App& command, SurroundingsOptions& options) {
   command.add_option("--device-id", options.device.vendorIdentifier,
-                     "The device's vendor identifier; the user's own is --property deviceId=TEXT");
+                     "The device's vendor identifier; the user's own is the property deviceId");
   command.add_option("--system-name", options.device.systemName,
                      "The system's name, such as \"iOS\"");
   command.add_option("--system-version", options.device.systemVersion, "The system's version");

@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include <corvo/evaluation.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/base/case_table.h"
+#include "tests/tool/backend.h"
+#include "tests/tool/transcript.h"
+
+namespace corvo::tool {
+namespace {
+
+constexpr const char* kFolder = CORVO_TOOL_CASES "diff";
+constexpr std::int64_t kUsers = 3'000;
+const std::string kVaried =
+    " --vary custom.plan=0.3:gold --vary custom.plan=0.2:free --vary custom.basket=0.4:150";
+
+std::string fileNamed(const std::string& name) {
+  return testing::TempDir() + "corvo_diff_" + name + std::to_string(getpid());
+}
+
+JsonObject objectIn(const std::string& text) {
+  return fromCorvoString<JsonObject>(text).value_or(JsonObject());
+}
+
+const JsonObject& object(const JsonValue& value) { return *value.as<JsonObject>(); }
+const std::string& text(const JsonValue& value) { return *value.as<std::string>(); }
+std::int64_t number(const JsonValue& value) { return *value.as<std::int64_t>(); }
+
+/// The users that the command wrote to a file.
+std::vector<PropertyMap> usersIn(const std::string& file) {
+  std::vector<PropertyMap> users;
+  std::istringstream lines(tests::contentsOf(file));
+  for (std::string line; std::getline(lines, line);) {
+    const JsonObject user = objectIn(line);
+    EXPECT_EQ(number(user.at("id")), static_cast<std::int64_t>(users.size()));
+    users.emplace_back();
+    for (const auto& [name, value] : object(user.at("properties"))) {
+      users.back().emplace(name, text(value));
+    }
+  }
+  return users;
+}
+
+// --- Against the engine, user by user ------------------------------------------------------------
+
+/// The old and the new answer as JSON texts, and how many users have both.
+using Moves = std::map<std::pair<std::string, std::string>, std::int64_t>;
+
+/// Asks the engine's questions about one item, by name.
+std::string answerAbout(const std::string& item, bool isFlag, Evaluation& about) {
+  if (isFlag) {
+    const auto value = about.checkFlag<std::string>(item);
+    return value.error() == nullptr ? JsonValue(*value.value()).toJson()
+                                    : "{\"error\":\"" + std::string(value.error()->name()) + "\"}";
+  }
+  const auto experiment = about.getExperiment(item);
+  const bool isIn = experiment.error() == nullptr && experiment.value() != nullptr;
+  return isIn ? JsonValue(*experiment.value()->userGroupName()).toJson() : "null";
+}
+
+Moves movesAbout(const std::string& item, bool isFlag, const Project& before, const Project& after,
+                 const std::vector<PropertyMap>& users) {
+  Moves moves;
+  for (const PropertyMap& user : users) {
+    const std::vector<EvaluationContext::Property> properties(user.begin(), user.end());
+    const EvaluationContext context{.properties = properties, .now = 0};
+    Evaluation old = before.evaluate(context);
+    Evaluation current = after.evaluate(context);
+    ++moves[{answerAbout(item, isFlag, old), answerAbout(item, isFlag, current)}];
+  }
+  return moves;
+}
+
+/// Checks that the report about an item has exactly these moves.
+void expectMoves(const Moves& moves, bool isFlag, const JsonObject& item) {
+  std::map<std::string, std::int64_t> counts{
+      {"kept", 0}, {"changed", 0}, {"entered", 0}, {"left", 0}};
+  Moves expected = moves;
+  for (const auto& [answers, users] : moves) {
+    const auto& [from, to] = answers;
+    const bool wasThere = isFlag ? !from.starts_with('{') : from != "null";
+    const bool isThere = isFlag ? !to.starts_with('{') : to != "null";
+    if (from == to) expected.erase(answers);
+    const char* const change = wasThere == isThere ? "changed" : isThere ? "entered" : "left";
+    counts[from == to ? "kept" : change] += users;
+  }
+  for (const auto& [name, users] : counts) EXPECT_EQ(number(item.at(name)), users) << name;
+  Moves reported;
+  for (const JsonValue& move : *item.at("moves").as<JsonArray>()) {
+    const JsonObject& fields = object(move);
+    reported[{fields.at("from").toJson(), fields.at("to").toJson()}] = number(fields.at("users"));
+  }
+  EXPECT_EQ(reported, expected);
+}
+
+/// An edit of the document old.json: a text in it, and the text that replaces it.
+struct Edit {
+  std::string name, from, to;
+  std::string item;    ///< Affected in the way stated by the next two.
+  std::string change;  ///< The only count of it that is neither 0 nor "kept".
+  std::set<std::string> reasons;
+};
+
+const std::vector<Edit> kEdits{
+    {"a group is renamed",
+     R"("name": "wide")",
+     R"("name": "broad")",
+     "page",
+     "changed",
+     {R"(share: holds (group "wide", weight 0.5, end 100) -> )"
+      R"(share: holds (group "broad", weight 0.5, end 100))"}},
+    {"a carried flag lacks the renamed group",
+     R"("name": "wide")",
+     R"("name": "broad")",
+     "steps",
+     "left",
+     {R"(experiment "page": share: holds (group "wide", weight 0.5, end 100) -> )"
+      R"(share: holds (group "broad", weight 0.5, end 100))"}},
+    {"groups swap their places, with their weights",
+     R"({"name": "a", "weight": 0.2}, {"name": "b", "weight": 0.8})",
+     R"({"name": "b", "weight": 0.8}, {"name": "a", "weight": 0.2})",
+     "side",
+     "changed",
+     {R"(share: holds (group "a", weight 0.2, end 20) -> )"
+      R"(share: holds (group "b", weight 0.8, end 80))",
+      R"(share: holds (group "b", weight 0.8, end 100) -> )"
+      R"(share: does not hold (group "b", weight 0.8, end 80))"}},
+    {"weights change",
+     R"({"name": "a", "weight": 0.2}, {"name": "b", "weight": 0.8})",
+     R"({"name": "a", "weight": 0.3}, {"name": "b", "weight": 0.7})",
+     "side",
+     "changed",
+     {R"(share: does not hold (group "a", weight 0.2, end 20) -> )"
+      R"(share: holds (group "a", weight 0.3, end 30))"}},
+    {"the salt changes",
+     "page-1",
+     "page-2",
+     "page",
+     "changed",
+     {R"(bucket (salt "page-1") -> bucket (salt "page-2"))"}},
+    {"the allocation is halved",
+     R"("allocation": 0.5)",
+     R"("allocation": 0.25)",
+     "side",
+     "left",
+     {"allocation: holds (allocation 0.5) -> allocation: does not hold (allocation 0.25)"}},
+    {"a holdout shrinks",
+     R"("allocation": 0.1,)",
+     R"("allocation": 0.05,)",
+     "side",
+     "entered",
+     {R"(holdout "quiet": allocation: holds (allocation 0.1) -> )"
+      "allocation: does not hold (allocation 0.05)"}},
+    {"the holdout's own users",
+     R"("allocation": 0.1,)",
+     R"("allocation": 0.05,)",
+     "quiet",
+     "left",
+     {"allocation: holds (allocation 0.1) -> allocation: does not hold (allocation 0.05)"}},
+    {"a user is forced out of one group into the other",
+     R"("forced_user_list": [])",
+     R"("forced_user_list": ["user-0", "user-1", "user-2", "user-3"])",
+     "page",
+     "changed",
+     {"forced into a group: not found -> forced into a group: found (group \"wide\")"}},
+    {"an experiment gets targets",
+     R"("targets": null)",
+     R"("targets": {"conditional_statement": "AND", "conditions": [
+       {"name": "custom.plan", "condition_sign": "equal", "value": "gold"}]})",
+     "page",
+     "left",
+     {"(no such step) -> targets: does not hold (statement \"AND\")"}},
+    {"a rule for a varied property comes first",
+     R"("rules": [{"is_default": true, "value": "0")",
+     R"("rules": [{"is_default": false, "value": "10", "conditional_statement": "AND",
+       "conditions": [{"name": "custom.plan", "condition_sign": "equal", "value": "gold"}]},
+      {"is_default": true, "value": "0")",
+     "offer",
+     "changed",
+     {R"(rule: holds (position 0, default true, statement "-", value "0") -> )"
+      R"(rule: holds (position 0, default false, statement "AND", value "10"))"}},
+    {"a condition changes",
+     R"("value": "200")",
+     R"("value": "100")",
+     "discount",
+     "changed",
+     {R"(rule 0: condition: does not hold (property "custom.basket", sign "greater", values ["200"]))"
+      R"( -> condition: holds (property "custom.basket", sign "greater", values ["100"]))"}},
+    {"a value gets another type",
+     R"("value": "yes")",
+     R"("value": "1")",
+     "texted",
+     "changed",
+     {R"(rule: holds (position 0, default true, statement "-", value "yes") -> )"
+      R"(rule: holds (position 0, default true, statement "-", value "1"))"}},
+    {"a flag loses its rules",
+     R"("rules": [{"is_default": true, "value": "yes", "conditional_statement": "-", "conditions": []}])",
+     R"("rules": [])",
+     "texted",
+     "left",
+     {R"(rule: holds (position 0, default true, statement "-", value "yes") -> (no such step))"}},
+    {"a flag is dropped", R"("name": "texted")", R"("name": "gone")", "texted", "left", {}},
+    {"a flag is added", R"("name": "texted")", R"("name": "gone")", "gone", "entered", {}},
+    {"an experiment is added",
+     R"("name": "side")",
+     R"("name": "other side")",
+     "other side",
+     "entered",
+     {}},
+};
+
+class Diff : public testing::Test {
+ protected:
+  ~Diff() override {
+    for (const std::string& file : {new_, users_}) std::remove(file.c_str());
+  }
+
+  const std::string old_ = std::string(kFolder) + "/old.json";
+  const std::string new_ = fileNamed("new.json");
+  const std::string users_ = fileNamed("users.jsonl");
+};
+
+TEST_F(Diff, AgreesWithTheEngineUserByUser) {
+  const std::string oldText = tests::contentsOf(old_);
+  const Project before = Project::decode(oldText, Project::Filter::client).value();
+  const std::string questions = "diff " + old_ + " " + new_ + " --now 0 --json ";
+  for (const Edit& edit : kEdits) {
+    SCOPED_TRACE(edit.name);
+    std::string newText = oldText;
+    tests::replaceAll(newText, edit.from, edit.to);
+    ASSERT_NE(newText, oldText);
+    std::ofstream(new_) << newText;
+    const Project after = Project::decode(newText, Project::Filter::client).value();
+    const Ran ran = runCorvo(questions + kVaried + " --users 3000 --jobs 3 --users-out " + users_);
+    ASSERT_EQ(ran.status, 0) << ran.err;
+    const std::vector<PropertyMap> users = usersIn(users_);
+    EXPECT_EQ(users.size(), kUsers);
+    EXPECT_EQ(runCorvo(questions + "--jobs 1 --from " + users_).out, ran.out);
+
+    const JsonObject all = objectIn(ran.out);
+    bool isFound = false;
+    for (const char* kind : {"flags", "experiments"}) {
+      const bool isFlag = std::string(kind) == "flags";
+      for (const JsonValue& each : *all.at(kind).as<JsonArray>()) {
+        const JsonObject& item = object(each);
+        const std::string& name = text(item.at("name"));
+        SCOPED_TRACE(name);
+        expectMoves(movesAbout(name, isFlag, before, after, users), isFlag, item);
+        std::set<std::string> reasons;
+        std::int64_t explained = 0;
+        for (const JsonValue& reason : *item.at("why").as<JsonArray>()) {
+          reasons.insert(text(object(reason).at("text")));
+          explained += number(object(reason).at("users"));
+        }
+        const bool isInBoth = text(item.at("status")) == "both";
+        EXPECT_EQ(explained, isInBoth ? kUsers - number(item.at("kept")) : 0);
+        if (name != edit.item) continue;
+        isFound = true;
+        EXPECT_EQ(reasons, edit.reasons);
+        EXPECT_GT(number(item.at(edit.change)), 0);
+        EXPECT_EQ(number(item.at("kept")) + number(item.at(edit.change)), kUsers);
+      }
+    }
+    EXPECT_TRUE(isFound);
+  }
+}
+
+TEST_F(Diff, AnswersAsTheTranscriptSays) {
+  std::string transcript = tests::contentsOf(CORVO_TOOL_CASES "diff.txt");
+  tests::replaceAll(transcript, "ESC", "\x1b");
+  EXPECT_GT(replay(transcript, kFolder), 10U);
+}
+
+TEST_F(Diff, AsksABackendAsItReadsAFile) {
+  Backend backend("--config " + old_ + " --geo " CORVO_SHOP "/geo.json");
+  const std::string options = " --users 100 --json --token t --timeout 5 --now 0";
+  const std::string other = std::string(kFolder) + "/new.json";
+  EXPECT_EQ(runCorvo("diff " + backend.url() + " " + other + options).out,
+            runCorvo("diff " + old_ + " " + other + options).out);
+}
+
+// --- Synthetic users -----------------------------------------------------------------------------
+
+TEST_F(Diff, VariesPropertiesByIndependentDrawsOfTheStatedShares) {
+  const std::int64_t count = 20'000;
+  const Ran ran =
+      runCorvo("diff " + old_ + " " + old_ + kVaried + " --users 20000 --users-out " + users_);
+  ASSERT_EQ(ran.status, 0) << ran.err;
+  std::map<std::string, double> seen;
+  for (const PropertyMap& user : usersIn(users_)) {
+    const auto valueOf = [&](const char* name) {
+      const auto found = user.find(name);
+      return found == user.end() ? std::string("-") : found->second;
+    };
+    ++seen[valueOf("custom.plan") + " " + valueOf("custom.basket")];
+  }
+  // Six standard deviations of a binomial distribution.
+  for (const auto& [values, share] : std::map<std::string, double>{{"gold 150", 0.3 * 0.4},
+                                                                   {"gold -", 0.3 * 0.6},
+                                                                   {"free 150", 0.2 * 0.4},
+                                                                   {"free -", 0.2 * 0.6},
+                                                                   {"- 150", 0.5 * 0.4},
+                                                                   {"- -", 0.5 * 0.6}}) {
+    EXPECT_NEAR(seen[values], share * count, 6 * std::sqrt(share * (1 - share) * count)) << values;
+  }
+  EXPECT_EQ(seen.size(), 6U);
+}
+
+}  // namespace
+}  // namespace corvo::tool
