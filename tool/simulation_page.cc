@@ -71,7 +71,7 @@ std::string percent(double fraction, int digits = 1) {
   return rounded(100 * fraction, digits) + "&#160;%";
 }
 
-std::string cell(const std::string& text) { return "<td class=\"number\">" + text + "</td>"; }
+std::string cell(const std::string& text) { return "<td class='number'>" + text + "</td>"; }
 std::string cell(std::uint64_t count) { return cell(std::to_string(count)); }
 
 enum class Kind : std::uint8_t { text, number, chart };
@@ -81,32 +81,32 @@ struct Heading {
 };
 
 std::string headOf(std::span<const Heading> headings) {
-  constexpr const char* kClasses[] = {"", " class=\"number\"", " class=\"chart\""};
+  constexpr const char* kClasses[] = {"", " class='number'", " class='chart'"};
   std::string html = "<thead><tr>";
   for (const auto& [name, kind] : headings) {
-    html += std::string("<th scope=\"col\"") + kClasses[static_cast<std::size_t>(kind)] + ">" +
-            name + "</th>";
+    html += std::string("<th scope='col'") + kClasses[static_cast<std::size_t>(kind)] + ">" + name +
+            "</th>";
   }
   return html + "</tr></thead>\n";
 }
 
 /// Wide tables scroll by themselves, also with the keyboard.
 std::string table(const std::string& label, const std::string& content) {
-  return "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"" + label +
-         "\">\n<table>\n" + content + "</table>\n</div>\n";
+  return "<div class='scroll' role='region' tabindex='0' aria-label='" + label + "'>\n<table>\n" +
+         content + "</table>\n</div>\n";
 }
 
 /// A bar as long as the fraction, and a mark at the expected one if there is one. Only for the eye:
 /// the numbers are beside it.
 std::string chart(double fraction, std::optional<double> expected) {
   const auto rect = [](const char* kind, double x, double width) {
-    return std::string("<rect class=\"") + kind + "\" x=\"" + rounded(x, 3) +
-           "\" y=\"0\" width=\"" + rounded(width, 3) + "\" height=\"10\"/>";
+    return std::string("<rect class='") + kind + "' x='" + rounded(x, 3) + "' y='0' width='" +
+           rounded(width, 3) + "' height='10'/>";
   };
   constexpr double kMarkWidth = 0.6;
   std::string svg =
-      "<td class=\"chart\"><svg viewBox=\"0 0 100 10\" preserveAspectRatio=\"none\" "
-      "aria-hidden=\"true\" focusable=\"false\">";
+      "<td class='chart'><svg viewBox='0 0 100 10' preserveAspectRatio='none' "
+      "aria-hidden='true' focusable='false'>";
   svg += rect("track", 0, 100) + rect("users", 0, 100 * std::clamp(fraction, 0.0, 1.0));
   if (expected) svg += rect("mark", std::clamp(100 * *expected, 0.0, 100 - kMarkWidth), kMarkWidth);
   return svg + "</svg></td>";
@@ -117,10 +117,10 @@ std::string anchorOf(const SimulationReport::Experiment& experiment) {
 }
 
 std::string resultOf(const SimulationReport::Experiment& experiment) {
-  if (!experiment.fit) return "<span class=\"faint\">not tested</span>";
+  if (!experiment.fit) return "<span class='faint'>not tested</span>";
   const double p = experiment.fit->p;
   const std::string text = p < 0.0001 ? "p &lt; 0.0001" : "p = " + rounded(p, 4);
-  return experiment.fit->isFlagged() ? "<span class=\"alarm\">\u26A0 " + text + "</span>" : text;
+  return experiment.fit->isFlagged() ? "<span class='alarm'>\u26A0 " + text + "</span>" : text;
 }
 
 std::string overviewOf(const SimulationReport& report) {
@@ -132,8 +132,8 @@ std::string overviewOf(const SimulationReport& report) {
   std::string html = headOf(kHeadings) + "<tbody>\n";
   for (const auto& each : report.experiments) {
     const double fraction = fractionOf(each.users, report.users);
-    html += "<tr><th scope=\"row\"><a href=\"#" + anchorOf(each) + "\">" + named(each.name) +
-            "</a>" + (each.isHoldout ? " <span class=\"faint\">holdout</span>" : "") + "</th>" +
+    html += "<tr><th scope='row'><a href='#" + anchorOf(each) + "'>" + named(each.name) + "</a>" +
+            (each.isHoldout ? " <span class='faint'>holdout</span>" : "") + "</th>" +
             cell(each.users) + cell(percent(fraction)) + "<td>" + resultOf(each) + "</td>" +
             chart(fraction, std::nullopt) + "</tr>\n";
   }
@@ -148,7 +148,7 @@ std::string whereUsersAre(const SimulationReport::Experiment& experiment, std::u
   std::string html = headOf(kHeadings) + "<tbody>\n";
   const auto add = [&](const std::string& what, std::uint64_t users) {
     const double fraction = fractionOf(users, all);
-    html += "<tr><th scope=\"row\">" + what + "</th>" + cell(users) + cell(percent(fraction)) +
+    html += "<tr><th scope='row'>" + what + "</th>" + cell(users) + cell(percent(fraction)) +
             chart(fraction, std::nullopt) + "</tr>\n";
   };
   add(experiment.isHoldout ? "in the holdout" : "in the experiment", experiment.users);
@@ -167,7 +167,7 @@ std::string groupsOf(const SimulationReport::Experiment& experiment) {
                                    {kScale, Kind::chart}};
   std::string html = headOf(kHeadings) + "<tbody>\n";
   for (const auto& each : experiment.groups) {
-    html += "<tr><th scope=\"row\">" + named(each.name) + "</th>" + cell(shown(each.weight)) +
+    html += "<tr><th scope='row'>" + named(each.name) + "</th>" + cell(shown(each.weight)) +
             cell(percent(each.share, 3)) + cell(rounded(each.expected, 1)) + cell(each.bucketed) +
             cell(each.forced) + chart(fractionOf(each.bucketed, experiment.bucketed), each.share) +
             "</tr>\n";
@@ -178,11 +178,10 @@ std::string groupsOf(const SimulationReport::Experiment& experiment) {
 std::string sectionOf(const SimulationReport::Experiment& experiment, std::uint64_t all) {
   const std::string id = anchorOf(experiment);
   const bool isFlagged = experiment.fit && experiment.fit->isFlagged();
-  return "<section aria-labelledby=\"" + id + "\">\n<h2 id=\"" + id + "\">" +
-         named(experiment.name) +
-         (experiment.isHoldout ? " <span class=\"faint\">holdout</span>" : "") + "</h2>\n" +
+  return "<section aria-labelledby='" + id + "'>\n<h2 id='" + id + "'>" + named(experiment.name) +
+         (experiment.isHoldout ? " <span class='faint'>holdout</span>" : "") + "</h2>\n" +
          whereUsersAre(experiment, all) + groupsOf(experiment) + "<p" +
-         (isFlagged ? " class=\"alarm\"" : "") + ">Groups: " + escaped(sentenceOf(experiment)) +
+         (isFlagged ? " class='alarm'" : "") + ">Groups: " + escaped(sentenceOf(experiment)) +
          ".</p>\n</section>\n";
 }
 
@@ -190,7 +189,7 @@ std::string overlapsOf(const SimulationReport& report) {
   if (report.overlaps.empty()) return {};
   const auto striking = report.strikingOverlaps();
   std::string html =
-      "<section aria-labelledby=\"overlaps\">\n<h2 id=\"overlaps\">Overlaps</h2>\n"
+      "<section aria-labelledby='overlaps'>\n<h2 id='overlaps'>Overlaps</h2>\n"
       "<p>Pairs with more or fewer common users than if the experiments were independent.</p>\n";
   if (striking.empty()) return html + "<p>None.</p>\n</section>\n";
   constexpr Heading kHeadings[] = {{"Experiment", Kind::text},
@@ -202,14 +201,14 @@ std::string overlapsOf(const SimulationReport& report) {
   for (const auto& each :
        std::span(striking).first(std::min(striking.size(), kMostOverlapsShown))) {
     const SimulationReport::Experiment& first = report.experiments[each.first];
-    rows += "<tr><th scope=\"row\">" + named(first.name) + "</th><td class=\"name\">" +
+    rows += "<tr><th scope='row'>" + named(first.name) + "</th><td class='name'>" +
             named(report.experiments[each.second].name) + "</td>" + cell(each.users) +
             cell(rounded(each.expected, 1)) +
             chart(fractionOf(each.users, first.users), fractionOf(each.expected, first.users)) +
             "</tr>\n";
   }
   html += table("Overlaps", rows + "</tbody>\n") +
-          "<p class=\"faint\">The bar is the share of the first experiment's users.</p>\n";
+          "<p class='faint'>The bar is the share of the first experiment's users.</p>\n";
   if (striking.size() > kMostOverlapsShown) {
     html += "<p>" + std::to_string(striking.size() - kMostOverlapsShown) +
             " more pairs are not shown.</p>\n";
@@ -230,9 +229,9 @@ std::string asPage(const SimulationReport& report) {
       "<header>\n<h1>Simulation</h1>\n<p>" + counted(report.users, "user") + ", " +
       counted(report.experiments.size(), "experiment") + ". " +
       (flagged == 0 ? "All tested groups fit their shares."
-                    : "<strong class=\"alarm\">" + counted(flagged, "experiment") +
+                    : "<strong class='alarm'>" + counted(flagged, "experiment") +
                           " with groups that do not fit their shares (p &lt; 0.001).</strong>") +
-      "</p>\n<p class=\"faint\">A bar is a share of users; the mark on it is the expected "
+      "</p>\n<p class='faint'>A bar is a share of users; the mark on it is the expected "
       "share.</p>\n</header>\n<main>\n";
   html += overviewOf(report);
   for (const auto& each : report.experiments) html += sectionOf(each, report.users);
