@@ -214,6 +214,41 @@ TEST(Evaluation, GivesTheReasonOfEachPlacement) {
   }
 }
 
+// The buckets reach 9942.703. Half a layer is 4970 of them. An allocation of 0.0142 admits 142, and
+// the weights leave 40 of the first 100 and 2 of the other 42 without a group.
+TEST(Project, GivesSharesAsFractionsOfTheUsersWhoAreLeft) {
+  const auto shares = [](const std::string& holdout, const std::string& layer) {
+    const std::string groups =
+        R"("groups": [{"name": "x", "weight": 0.4}, {"name": "y", "weight": 0.2}])";
+    return Project::decode(R"({"experiments": [{"name": "e", "salt": "s", "allocation": 0.0142,
+               "layer_id": "l", "holdouts": ["h"], "layer_bounds": [)" +
+                           layer + "], " + groups +
+                           R"(}, {"name": "h", "type": 5, "allocation": 0.5, )" + holdout + groups +
+                           "}]}")
+        .value();
+  };
+  const std::string half = R"({"lower_bound": 0, "upper_bound": 496})";
+  const Project project = shares(R"("salt": "h",)", half);
+  const Project::Shares exact = project.shares(0).value();
+  EXPECT_NEAR(exact.layer, 4970 / 9942.703247, 1e-6);
+  EXPECT_NEAR(exact.allocation, 142 / 9942.703247, 1e-6);
+  EXPECT_NEAR(exact.covered, 102.0 / 142, 1e-6);
+  EXPECT_NEAR(exact.groups.at(0), 80.0 / 102, 1e-6);
+  EXPECT_DOUBLE_EQ(exact.groups.at(0) + exact.groups.at(1), 1);
+  EXPECT_EQ(project.shares(1)->layer, 1);
+  EXPECT_FALSE(project.shares(2));
+  EXPECT_FALSE(shares(R"("salt": "h",)", R"({"lower_bound": 2, "upper_bound": 1})").shares(0));
+
+  const auto depend = [&](const std::string& holdout) {
+    return shares(holdout, half).shares(0)->dependOnHoldouts;
+  };
+  EXPECT_FALSE(exact.dependOnHoldouts);
+  EXPECT_TRUE(depend(R"("salt": "s",)"));
+  EXPECT_FALSE(depend(R"("salt": "s", "split_by": "deviceId",)"));
+  EXPECT_FALSE(depend(R"("salt": "l",)")) << "the layer's hash does not select the group";
+  EXPECT_TRUE(depend(R"("salt": "h", "layer_id": "s", "layer_bounds": [)" + half + "],"));
+}
+
 TEST(Evaluation, TakesPropertiesThatDoNotExpire) {
   const Project project = read(CORVO_CLIENT_CASES "experiments.json");
   const CorvoUser user = userOf(4);
