@@ -72,18 +72,18 @@ bool haveSameResult(const Step& a, const Step& b) {
   return a.code != Code::rules;
 }
 
-/// Whether something may depend on a step that only one explanation has. Conditions and intervals
-/// count if they have the outcome of the step around them, targets if they exclude the user, and
-/// failed rules if none holds.
+/// Whether something may depend on a step that only one explanation has. `around` is the step
+/// around it, if there is one.
 bool matters(const Step& step, const Step* around) {
+  const Outcome outer = around == nullptr ? Outcome::done : around->outcome;
   switch (step.code) {
     case Code::condition:
     case Code::interval:
-      return around == nullptr || step.outcome == around->outcome;
+      return step.outcome == outer;
+    case Code::rule:
+      return step.outcome == (outer == Outcome::found ? Outcome::holds : Outcome::fails);
     case Code::targets:
       return step.outcome == Outcome::fails;
-    case Code::rule:
-      return step.outcome == (around->outcome == Outcome::found ? Outcome::holds : Outcome::fails);
     default:
       return step.outcome == Outcome::in || step.outcome == Outcome::holds ||
              step.outcome == Outcome::found || step.outcome == Outcome::rest ||

@@ -93,8 +93,8 @@ class Supply {
 /// Makes synthetic users of positions.
 class Synthesis {
  public:
-  Synthesis(const Variations& variations, const EvaluationContext& defaults)
-      : user_(variations), context_(defaults) {}
+  Synthesis(const Variations& variations, EvaluationContext defaults)
+      : user_(variations), context_(std::move(defaults)) {}
 
   const EvaluationContext& at(std::size_t position) {
     user_.become(position);
