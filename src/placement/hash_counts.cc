@@ -3,7 +3,9 @@
 #include "placement/hash_counts.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <limits>
 #include <tuple>
 
 #include "placement/arithmetic.h"
@@ -44,18 +46,57 @@ void forEachRun(KeyAt keyAt, Visit visit) {
   }
 }
 
-bool insideBounds(const model::Experiment& experiment, double bucket) {
-  const double point = layerPoint(bucket);
-  return std::ranges::any_of(experiment.layerBounds, [&](const model::LayerBounds& bounds) {
-    return admits(bounds, point);
-  });
-}
+// The layer of an experiment that has bounds: whether each of its points is inside.
+class Layer {
+ public:
+  explicit Layer(const model::Experiment& experiment) {
+    for (double point = 0; point <= layerPoint(kLargestBucket); ++point) {
+      isInside_.push_back(std::ranges::any_of(
+          experiment.layerBounds,
+          [&](const model::LayerBounds& bounds) { return admits(bounds, point); }));
+    }
+  }
 
-std::uint64_t countInsideLayer(const model::Experiment& experiment) {
+  [[nodiscard]] bool isInside(double bucket) const {
+    return isInside_[static_cast<std::size_t>(layerPoint(bucket))];
+  }
+
+ private:
+  std::vector<bool> isInside_;
+};
+
+// The ends of the groups' ranges, each at least as large as the one before, so that a range can be
+// found by bisection.
+class Ranges {
+ public:
+  explicit Ranges(model::List<model::Group> groups) {
+    struct Collector {
+      std::vector<double>& ends;
+      void on(const WeightTested& test) {
+        const double before = ends.empty() ? -kEndless : ends.back();
+        ends.push_back(std::fmax(before, test.end));
+      }
+    };
+    Collector collector{ends_};
+    rangeAt<Collector&>(kEndless, groups, collector);
+  }
+
+  // The same as `rangeAt`.
+  [[nodiscard]] std::size_t at(double point) const {
+    return static_cast<std::size_t>(std::ranges::lower_bound(ends_, point) - ends_.begin());
+  }
+
+ private:
+  static constexpr double kEndless = std::numeric_limits<double>::infinity();
+
+  std::vector<double> ends_;
+};
+
+std::uint64_t countInsideLayer(const model::Experiment& experiment, const Layer& layer) {
   if (experiment.layerBounds.empty()) return experiment.layerId ? 0 : HashCounts::kAll;
   std::uint64_t count = 0;
   forEachRun(layerPoint, [&](double bucket, std::uint64_t hashes) {
-    if (insideBounds(experiment, bucket)) count += hashes;
+    if (layer.isInside(bucket)) count += hashes;
   });
   return count;
 }
@@ -65,25 +106,26 @@ std::uint64_t countInsideLayer(const model::Experiment& experiment) {
 HashCounts countHashes(const model::Experiment& experiment) {
   const bool isOneHash =
       !experiment.layerBounds.empty() && layerSalt(experiment) == experiment.salt.view();
-  HashCounts counts{.insideLayer = countInsideLayer(experiment),
+  const Layer layer(experiment);
+  const Ranges ranges(experiment.groups);
+  HashCounts counts{.insideLayer = countInsideLayer(experiment, layer),
                     .groups = std::vector<std::uint64_t>(experiment.groups.size())};
   counts.eligible = isOneHash ? counts.insideLayer : HashCounts::kAll;
   const auto isInside = [&](double bucket) {
     return insideAllocation<targeting::NoObserver>(experiment, bucket, {});
   };
-  const auto rangeOf = [&](double bucket) {
-    return rangeAt<targeting::NoObserver>(groupPoint(bucket), experiment.groups, {});
-  };
+  const auto rangeOf = [&](double bucket) { return ranges.at(groupPoint(bucket)); };
+  const std::size_t rest = restOf(experiment.groups);
   // Within a cycle, the range never decreases; beyond the allocation, nothing else matters.
   const auto keyAt = [&](double bucket) {
     if (!isInside(bucket)) return std::tuple(-1, std::size_t{0}, 0.0);
     return std::tuple(cycleOf(bucket), rangeOf(bucket), isOneHash ? layerPoint(bucket) : 0.0);
   };
   forEachRun(keyAt, [&](double bucket, std::uint64_t hashes) {
-    if (!isInside(bucket) || (isOneHash && !insideBounds(experiment, bucket))) return;
+    if (!isInside(bucket) || (isOneHash && !layer.isInside(bucket))) return;
     counts.insideAllocation += hashes;
     std::size_t group = rangeOf(bucket);
-    if (group == experiment.groups.size()) group = restOf(experiment.groups);
+    if (group == experiment.groups.size()) group = rest;
     if (group < experiment.groups.size()) counts.groups[group] += hashes;
   });
   return counts;
