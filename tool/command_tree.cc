@@ -66,6 +66,11 @@ constexpr Row kNotes[] = {
       "output shows the flags, experiments and holdouts whose users get another answer, and the "
       "first step in which the explanations of the two answers differ.",
       "corvo diff http://127.0.0.1:8080 config.json --token t"}},
+    {"corvo simulate",
+     {"It says who is out of each experiment and why, compares the users of the groups with their "
+      "shares, and lists overlaps. A group's share is exact: it comes from the arithmetic of the "
+      "hash, which divides users a little differently than the weights say.",
+      "corvo simulate --config config.json --users 10000"}},
     {"corvo help", {"", "corvo help ask flag"}},
     {"corvo man", {"", "corvo man ask > corvo-ask.1"}},
     {"corvo completion",

@@ -13,6 +13,7 @@ void addServe(CLI::App& app);
 void addAsk(CLI::App& app);
 void addExplain(CLI::App& app);
 void addAssign(CLI::App& app);
+void addSimulate(CLI::App& app);
 // These may set `status` to `kFound`.
 void addLint(CLI::App& app, int& status);
 void addDiff(CLI::App& app, int& status);

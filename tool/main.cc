@@ -28,6 +28,7 @@ int run(int argc, char** argv) {
   addAsk(app);
   addExplain(app);
   addAssign(app);
+  addSimulate(app);
   addLint(app, status);
   addDiff(app, status);
   addManual(app);

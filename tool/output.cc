@@ -14,6 +14,7 @@
 #include <system_error>
 
 #include "tool/failure.h"
+#include "tool/input.h"
 
 #ifndef _WIN32
 #include <fcntl.h>
@@ -70,6 +71,17 @@ void print(std::string_view text) {
     }
     text.remove_prefix(static_cast<std::size_t>(count));
   }
+}
+
+void writeFile(const std::string& name, std::string_view text) {
+  errno = 0;
+  File file(std::fopen(name.c_str(), "wb"));
+  if (file && std::fwrite(text.data(), 1, text.size(), file.get()) == text.size() &&
+      std::fclose(file.release()) == 0) {
+    return;
+  }
+  throw Failure("cannot-write",
+                "cannot write " + name + ": " + std::generic_category().message(errno));
 }
 
 std::string visible(std::string_view text) {

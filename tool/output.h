@@ -28,6 +28,9 @@ void prepareStandardStreams();
 /// text cannot be written.
 void print(std::string_view text);
 
+/// Writes a text to a file. Throws a `Failure` if it cannot be written completely.
+void writeFile(const std::string& name, std::string_view text);
+
 /// From now on, failures are printed as JSON: {"error": {"code": ..., "message": ...}}.
 void printFailuresAsJson();
 

@@ -8,6 +8,7 @@
 #include <corvo/explanation.h>
 #include <corvo/export.h>
 #include <corvo/flag_report.h>
+#include <corvo/placement_reason.h>
 #include <corvo/project.h>
 #include <corvo/property.h>
 #include <corvo/result.h>
@@ -90,6 +91,17 @@ class CORVO_EXPORT Evaluation {
   /// those that `getAllUserExperiments` does not list and positions that do not exist. Valid until
   /// the next call; allocates nothing after the first user.
   std::span<const Membership> memberships(std::span<const std::size_t> experiments);
+
+  /// Whether the user is in an experiment, and why.
+  struct Placement {
+    std::size_t experiment = 0;               ///< `Project::Experiment::position`.
+    PlacementReason reason{};                 ///< Why they have a group, or none.
+    std::optional<std::size_t> group = {};    ///< Its position, if they have one.
+    std::optional<std::size_t> holdout = {};  ///< The position of the holdout that excludes them.
+  };
+  /// The same as `memberships` with the reasons, also for experiments and holdouts that the user is
+  /// not in: one placement for each position that exists.
+  std::span<const Placement> placements(std::span<const std::size_t> experiments);
 
   /// Why a flag has its value for the user, and why the user is in an experiment of that name or
   /// not: the answer of `checkFlag` or `getExperiment`, with the steps that led to it. Costs far

@@ -63,6 +63,7 @@ struct Evaluation::State {
   CorvoUser user;  // replaces an ill-formed user
   std::vector<FlagText> texts;
   std::vector<Membership> memberships;
+  std::vector<Placement> placements;
   targeting::ContextSource source;
 };
 
@@ -154,6 +155,12 @@ std::span<const Evaluation::Membership> Evaluation::memberships(
     std::span<const std::size_t> experiments) {
   state_->evaluator.memberships(experiments, state_->context(), state_->memberships);
   return state_->memberships;
+}
+
+std::span<const Evaluation::Placement> Evaluation::placements(
+    std::span<const std::size_t> experiments) {
+  state_->evaluator.placements(experiments, state_->context(), state_->placements);
+  return state_->placements;
 }
 
 Explanation Evaluation::explainFlag(std::string_view flagName) {

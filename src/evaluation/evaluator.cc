@@ -122,16 +122,35 @@ Result<std::vector<CorvoExperimentDetail>> Evaluator::details(Scope scope, const
   return *std::move(details);
 }
 
-void Evaluator::memberships(std::span<const std::size_t> experiments, const Context& context,
-                            std::vector<Evaluation::Membership>& memberships) {
-  memberships.clear();
+template <class Visit>
+void Evaluator::placeInEach(std::span<const std::size_t> experiments, const Context& context,
+                            Visit visit) {
   const std::vector<PreparedExperiment>& all = project_->experiments();
   placement::Resolver::Report resolved(resolver_, context);
   for (const std::size_t each : experiments) {
-    if (each >= all.size()) continue;
-    const Placement& placement = resolved.resolve(all[each]);
-    if (placement.group != nullptr) memberships.push_back({each, placement.index});
+    if (each < all.size()) visit(each, resolved.resolve(all[each]));
   }
+}
+
+void Evaluator::memberships(std::span<const std::size_t> experiments, const Context& context,
+                            std::vector<Evaluation::Membership>& memberships) {
+  memberships.clear();
+  placeInEach(experiments, context, [&](std::size_t position, const Placement& placement) {
+    if (placement.group != nullptr) memberships.push_back({position, placement.index});
+  });
+}
+
+void Evaluator::placements(std::span<const std::size_t> experiments, const Context& context,
+                           std::vector<Evaluation::Placement>& placements) {
+  placements.clear();
+  const model::Experiment* const records = project_->config().experiments.data();
+  placeInEach(experiments, context, [&](std::size_t position, const Placement& placement) {
+    auto& each = placements.emplace_back(Evaluation::Placement{position, placement.reason});
+    if (placement.group != nullptr) each.group = placement.index;
+    if (placement.holdout != nullptr) {
+      each.holdout = static_cast<std::size_t>(placement.holdout - records);
+    }
+  });
 }
 
 Explanation Evaluator::explainFlag(std::string_view name, const Context& context) {

@@ -69,6 +69,10 @@ class Evaluator {
   void memberships(std::span<const std::size_t> experiments, const targeting::Context& context,
                    std::vector<Evaluation::Membership>& memberships);
 
+  /// Fills a list with the user's placements in the experiments at these positions.
+  void placements(std::span<const std::size_t> experiments, const targeting::Context& context,
+                  std::vector<Evaluation::Placement>& placements);
+
   /// Why a flag has its value, and why the user is or is not in an experiment of that name: the
   /// answers of `flag` and `experiment` with the steps that lead to them. Nothing remembered is
   /// used.
@@ -77,6 +81,9 @@ class Evaluator {
                                               const targeting::Context& context);
 
  private:
+  template <class Visit>
+  void placeInEach(std::span<const std::size_t> experiments, const targeting::Context& context,
+                   Visit visit);
   [[nodiscard]] std::vector<experiments::Membership> memberships(experiments::Scope scope,
                                                                  const targeting::Context& context);
 

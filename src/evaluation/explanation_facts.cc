@@ -17,26 +17,6 @@
 namespace corvo::corvo_internal::evaluation {
 namespace {
 
-using placement::PlacementReason;
-
-struct ReasonWord {
-  PlacementReason reason;
-  const char* word;
-};
-using Of = PlacementReason;
-constexpr std::array<ReasonWord, 9> kReasons{{
-    {Of::forcedIntoGroup, "forcedIntoGroup"},
-    {Of::forcedIntoExperiment, "forcedIntoExperiment"},
-    {Of::bucketed, "bucketed"},
-    {Of::noSplitIdentifier, "noSplitIdentifier"},
-    {Of::heldOut, "heldOut"},
-    {Of::outsideLayer, "outsideLayer"},
-    {Of::outsideAllocation, "outsideAllocation"},
-    {Of::noGroup, "noGroup"},
-    {Of::targetsNotMet, "targetsNotMet"},
-}};
-static_assert(model::isByEnumerator(kReasons, [](const auto& row) { return row.reason; }));
-
 // The kinds of a typed property, by index.
 constexpr std::array<const char*, std::variant_size_v<CorvoProperty>> kTypes{
     "object", "boolean", "integer", "double", "string"};
@@ -97,7 +77,7 @@ Facts factsOf(const project::PreparedExperiment& experiment,
 }
 
 void addPlacement(const placement::Placement& placement, Facts& facts) {
-  facts.push_back({"reason", word(kReasons.at(static_cast<std::size_t>(placement.reason)).word)});
+  facts.push_back({"reason", std::string(textOf(placement.reason))});
   if (placement.holdout != nullptr)
     facts.push_back({"heldOutBy", std::string(placement.holdout->name)});
   if (placement.group == nullptr) return;

@@ -4,6 +4,8 @@
 #include <corvo/project.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <numeric>
 #include <utility>
 #include <variant>
 
@@ -15,6 +17,7 @@
 #include "model/config.h"
 #include "model/fields.h"
 #include "placement/bucketing.h"
+#include "placement/hash_counts.h"
 #include "project/platform_filter.h"
 
 namespace corvo {
@@ -81,6 +84,24 @@ std::vector<Project::Experiment> described(const project::PreparedProject& proje
   return list;
 }
 
+bool isStop(const project::PreparedExperiment& experiment) {
+  return std::ranges::any_of(experiment.record->layerBounds, placement::isInverted);
+}
+
+double fraction(std::uint64_t part, std::uint64_t whole) {
+  return whole == 0 ? 0 : static_cast<double>(part) / static_cast<double>(whole);
+}
+
+// Whether a holdout, or its layer, uses the hash that decides the experiment's group.
+bool usesHashOf(const model::Experiment& experiment, const model::Experiment& holdout) {
+  const auto modeOf = [](const model::Experiment& each) {
+    return each.splitMode.value_or(model::SplitMode::userId);
+  };
+  if (modeOf(holdout) != modeOf(experiment)) return false;
+  if (holdout.salt == experiment.salt) return true;
+  return !holdout.layerBounds.empty() && placement::layerSalt(holdout) == experiment.salt.view();
+}
+
 }  // namespace
 
 Project::Project(std::shared_ptr<const State> state) : state_(std::move(state)) {}
@@ -136,10 +157,28 @@ std::vector<Project::Experiment> Project::holdouts() const {
   return described(*state_->prepared, true);
 }
 
+std::optional<Project::Shares> Project::shares(std::size_t experiment) const {
+  const std::vector<project::PreparedExperiment>& all = state_->prepared->experiments();
+  if (experiment >= all.size() || isStop(all[experiment])) return std::nullopt;
+  const auto counts = placement::countHashes(*all[experiment].record);
+  const std::uint64_t covered =
+      std::accumulate(counts.groups.begin(), counts.groups.end(), std::uint64_t{0});
+  Shares shares{.layer = fraction(counts.insideLayer, placement::HashCounts::kAll),
+                .allocation = fraction(counts.insideAllocation, counts.eligible),
+                .covered = fraction(covered, counts.insideAllocation),
+                .groups = {}};
+  for (const std::uint64_t count : counts.groups) shares.groups.push_back(fraction(count, covered));
+  shares.dependOnHoldouts = std::ranges::any_of(
+      all[experiment].holdouts, [&](const project::PreparedExperiment* holdout) {
+        return usesHashOf(*all[experiment].record, *holdout->record);
+      });
+  return shares;
+}
+
 std::vector<Project::Stop> Project::stops() const {
   std::vector<Stop> stops;
   for (const project::PreparedExperiment& each : state_->prepared->experiments()) {
-    if (std::ranges::any_of(each.record->layerBounds, placement::isInverted)) {
+    if (isStop(each)) {
       stops.push_back({std::string(each.record->name), placement::kInvertedBounds});
     }
   }

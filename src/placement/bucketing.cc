@@ -11,7 +11,7 @@
 #include <limits>
 #include <optional>
 
-#include "base/stop_process.h"
+#include "placement/arithmetic.h"
 #include "placement/observer.h"
 
 static_assert(std::numeric_limits<double>::is_iec559 && FLT_EVAL_METHOD == 0,
@@ -41,9 +41,7 @@ constexpr auto kDigitsHash = [] {
   return hashes;
 }();
 
-double bucketOf(const base::Md5Digest& digest) {
-  return static_cast<double>(stringHash32(digest)) * kBucketMultiplier * kBucketScale;
-}
+double bucketOf(const base::Md5Digest& digest) { return bucketOfHash(stringHash32(digest)); }
 
 template <class AnyObserver>
 double observedBucket(std::string_view splitId, std::string_view salt, AnyObserver observer) {
@@ -72,36 +70,13 @@ std::optional<std::size_t> forcedGroupIndex(model::List<model::Group> groups,
   return std::nullopt;
 }
 
-// The remainder of a bucket's magnitude modulo 100, identical to that of `std::fmod` to the bit, in
-// a third of the time. Only the quotient is rounded, and never up to the next whole number: below
-// 100 n it is at least 0.64 of n's last place below n.
-double remainderBy100(double magnitude) {
-  return magnitude - static_cast<int>(magnitude / kPercent) * kPercent;
-}
-
-// The first group whose range ends at or after the point, or else the fallback group.
+// The group whose range contains the point, or else the fallback group.
 template <class AnyObserver>
 std::optional<std::size_t> groupAt(double point, model::List<model::Group> groups,
                                    AnyObserver observer) {
-  double cumulative = 0;
-  for (std::size_t i = 0; i < groups.size(); ++i) {
-    cumulative += groups[i].weight * kPercent;
-    const bool holds = point <= cumulative;
-    observer.on(WeightTested{cumulative, holds});
-    if (holds) return i;
-  }
-  const auto rest = std::ranges::find(groups, kFallbackGroup, &model::Group::name);
-  if (rest == groups.end()) return std::nullopt;
-  return static_cast<std::size_t>(rest - groups.begin());
-}
-
-template <class AnyObserver>
-bool insideAllocation(const model::Experiment& experiment, double magnitude, AnyObserver observer) {
-  const double used = magnitude / kPercent;
-  const double limit = experiment.allocation * kPercent;
-  const bool isInside = !(used > limit);
-  observer.on(AllocationTested{experiment.allocation, used, limit, isInside});
-  return isInside;
+  std::size_t index = rangeAt<AnyObserver>(point, groups, observer);
+  if (index == groups.size()) index = restOf(groups);
+  return index == groups.size() ? std::nullopt : std::optional(index);
 }
 
 // The group into whose range of the weights the bucket falls. A point on a boundary belongs to the
@@ -113,18 +88,12 @@ Placement pickGroupByWeight(const model::Experiment& experiment, bool isForced, 
   if (!isForced && !insideAllocation<AnyObserver>(experiment, magnitude, observer)) {
     return {.reason = PlacementReason::outsideAllocation, .bucket = bucket};
   }
-  const double point = remainderBy100(magnitude);
+  const double point = groupPoint(magnitude);
   observer.on(WeightsBegun{experiment, point});
   const std::optional<std::size_t> index = groupAt<AnyObserver>(point, experiment.groups, observer);
   observer.on(WeightsDecided{index});
   if (!index) return {.reason = PlacementReason::noGroup, .bucket = bucket};
   return placed(PlacementReason::bucketed, experiment.groups, *index, bucket);
-}
-
-// Unordered bounds, such as NaN, admit nobody.
-bool admits(const model::LayerBounds& bounds, double point) {
-  if (isInverted(bounds)) base::stopProcess(kInvertedBounds);
-  return bounds.lowerBound <= point && point <= bounds.upperBound;
 }
 
 // Without a layer, everybody is inside. A layer without bounds admits nobody.
@@ -133,7 +102,7 @@ bool insideBounds(std::string_view splitId, const model::Experiment& experiment,
                   AnyObserver observer) {
   if (experiment.layerBounds.empty()) return !experiment.layerId;
   const double bucket = observedBucket<AnyObserver>(splitId, layerSalt(experiment), observer);
-  const double point = std::floor(std::fabs(bucket / kLayerDivisor));
+  const double point = layerPoint(bucket);
   return std::ranges::any_of(experiment.layerBounds, [&](const model::LayerBounds& bounds) {
     const bool isInside = admits(bounds, point);
     observer.on(IntervalTested{bounds, point, isInside});

@@ -2,9 +2,10 @@
 
 #include <corvo/evaluation.h>
 #include <corvo/fakes.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -166,6 +167,86 @@ TEST(Evaluation, AnswersByPositionAsByName) {
       ASSERT_EQ(byPosition(project, about), expected) << file << " " << i;
     }
   }
+}
+
+// What explanations say about the experiments of a name: position, reason, group and holdout.
+std::set<std::string> explainedPlacements(const Project& project, Evaluation& about) {
+  std::set<std::string> all;
+  for (const auto& list : {project.experiments(), project.holdouts()}) {
+    for (const Project::Experiment& each : list) {
+      for (const Explanation::Step& step : about.explainExperiment(each.name).steps) {
+        std::string facts;
+        for (const char* name : {"position", "reason", "index", "heldOutBy"}) {
+          const JsonValue* const value = step.find(name);
+          facts += (value == nullptr ? "-" : value->toJson()) + " ";
+        }
+        if (step.outcome != Explanation::Outcome::notReached) all.insert(facts);
+      }
+    }
+  }
+  return all;
+}
+
+TEST(Evaluation, GivesTheReasonOfEachPlacement) {
+  for (const std::string file : {CORVO_SHOP "config.json", CORVO_CLIENT_CASES "experiments.json"}) {
+    const Project project = read(file);
+    auto experiments = project.experiments();
+    for (const auto& each : project.holdouts()) experiments.push_back(each);
+    const auto nameAt = [&](std::size_t position) {
+      return std::ranges::find(experiments, position, &Project::Experiment::position)->name;
+    };
+    std::vector<std::size_t> positions{experiments.size()};  // which does not exist
+    for (std::size_t i = 0; i < experiments.size(); ++i) positions.push_back(i);
+    Evaluation about = project.evaluate({});
+    for (int i = 0; i < 60; ++i) {
+      const CorvoUser user = userOf(i);
+      about.reset({.user = &user, .location = location(), .now = 1'714'564'800 + 3'600.0 * i});
+      std::vector<std::string> placements;
+      for (const auto& [position, reason, group, holdout] : about.placements(positions)) {
+        placements.push_back(std::to_string(position) + " \"" + std::string(textOf(reason)) +
+                             "\" " + (group ? std::to_string(*group) : "-") + " " +
+                             (holdout ? "\"" + nameAt(*holdout) + "\"" : "-") + " ");
+      }
+      EXPECT_EQ(placements.size(), experiments.size());
+      EXPECT_THAT(placements, testing::IsSupersetOf(explainedPlacements(project, about)))
+          << file << i;
+    }
+  }
+}
+
+// The buckets reach 9942.703. Half a layer is 4970 of them. An allocation of 0.0142 admits 142, and
+// the weights leave 40 of the first 100 and 2 of the other 42 without a group.
+TEST(Project, GivesSharesAsFractionsOfTheUsersWhoAreLeft) {
+  const auto shares = [](const std::string& holdout, const std::string& layer) {
+    const std::string groups =
+        R"("groups": [{"name": "x", "weight": 0.4}, {"name": "y", "weight": 0.2}])";
+    return Project::decode(R"({"experiments": [{"name": "e", "salt": "s", "allocation": 0.0142,
+               "layer_id": "l", "holdouts": ["h"], "layer_bounds": [)" +
+                           layer + "], " + groups +
+                           R"(}, {"name": "h", "type": 5, "allocation": 0.5, )" + holdout + groups +
+                           "}]}")
+        .value();
+  };
+  const std::string half = R"({"lower_bound": 0, "upper_bound": 496})";
+  const Project project = shares(R"("salt": "h",)", half);
+  const Project::Shares exact = project.shares(0).value();
+  EXPECT_NEAR(exact.layer, 4970 / 9942.703247, 1e-6);
+  EXPECT_NEAR(exact.allocation, 142 / 9942.703247, 1e-6);
+  EXPECT_NEAR(exact.covered, 102.0 / 142, 1e-6);
+  EXPECT_NEAR(exact.groups.at(0), 80.0 / 102, 1e-6);
+  EXPECT_DOUBLE_EQ(exact.groups.at(0) + exact.groups.at(1), 1);
+  EXPECT_EQ(project.shares(1)->layer, 1);
+  EXPECT_FALSE(project.shares(2));
+  EXPECT_FALSE(shares(R"("salt": "h",)", R"({"lower_bound": 2, "upper_bound": 1})").shares(0));
+
+  const auto depend = [&](const std::string& holdout) {
+    return shares(holdout, half).shares(0)->dependOnHoldouts;
+  };
+  EXPECT_FALSE(exact.dependOnHoldouts);
+  EXPECT_TRUE(depend(R"("salt": "s",)"));
+  EXPECT_FALSE(depend(R"("salt": "s", "split_by": "deviceId",)"));
+  EXPECT_FALSE(depend(R"("salt": "l",)")) << "the layer's hash does not select the group";
+  EXPECT_TRUE(depend(R"("salt": "h", "layer_id": "s", "layer_bounds": [)" + half + "],"));
 }
 
 TEST(Evaluation, TakesPropertiesThatDoNotExpire) {

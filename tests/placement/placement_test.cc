@@ -3,7 +3,6 @@
 #include <corvo/fakes.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -14,33 +13,19 @@
 #include "placement/resolution.h"
 #include "targeting/context_source.h"
 #include "tests/base/case_table.h"
+#include "tests/placement/experiment_text.h"
 
 namespace corvo::corvo_internal::placement {
 namespace {
 
-/// The name of a reason in the tables of cases.
-std::string nameOf(PlacementReason reason) {
-  constexpr std::array kNames{
-      "forcedIntoGroup", "forcedIntoExperiment", "bucketed", "noSplitIdentifier", "heldOut",
-      "outsideLayer",    "outsideAllocation",    "noGroup",  "targetsNotMet"};
-  return kNames.at(static_cast<std::size_t>(reason));
-}
-
-/// The experiment of a JSON text, which has no name.
-model::Experiment experiment(const std::string& json) {
-  const auto config = model::decodeJson<model::ConfigResponse>(R"({"experiments": [{"name": "e",)" +
-                                                               json.substr(1) + "]}");
-  model::Experiment read = std::get<model::ConfigResponse>(config).experiments.at(0);
-  read.own = std::get<model::ConfigResponse>(config).owner;
-  return read;
-}
+using tests::experimentOf;
 
 TEST(Bucketing, AgreesWithTheGoldenVectors) {
   for (const auto& [what, splitId, json, reason, index, bucket] :
        tests::caseTable<6>(CORVO_PLACEMENT_CASES "bucketing.txt")) {
-    const model::Experiment record = experiment(json);
+    const model::Experiment record = experimentOf(json);
     const Placement placement = assignGroup(splitId, record);
-    EXPECT_EQ(nameOf(placement.reason), reason) << what;
+    EXPECT_EQ(textOf(placement.reason), reason) << what;
     EXPECT_EQ(placement.bucket, bucket.empty() ? 0 : std::stod(bucket)) << what;
     const model::Group* group = index.empty() ? nullptr : &record.groups[std::stoul(index)];
     EXPECT_EQ(placement.group, group) << what;
@@ -63,9 +48,9 @@ TEST(BucketingDeathTest, StopsAtInvertedBoundsWhenTheyAreReached) {
   const std::string inverted = R"({"lower_bound": 2, "upper_bound": 1})";
   const std::string wide = R"({"lower_bound": 0, "upper_bound": 1000})";
   EXPECT_DEATH(
-      static_cast<void>(assignGroup("u", experiment(start + inverted + "," + wide + "]}"))),
+      static_cast<void>(assignGroup("u", experimentOf(start + inverted + "," + wide + "]}"))),
       "layer bound");
-  EXPECT_EQ(assignGroup("u", experiment(start + wide + "," + inverted + "]}")).reason,
+  EXPECT_EQ(assignGroup("u", experimentOf(start + wide + "," + inverted + "]}")).reason,
             PlacementReason::bucketed);
 }
 
@@ -101,7 +86,7 @@ TEST(Resolution, ChecksInItsOrderAndNamesTheReason) {
     source.setDevice({.vendorIdentifier = vendor ? std::optional(vendor.mapped()) : std::nullopt});
     const Placement placement =
         resolver.resolve(*project->findExperiment(experiment), source.at(0));
-    EXPECT_EQ(nameOf(placement.reason), reason) << what;
+    EXPECT_EQ(textOf(placement.reason), reason) << what;
     EXPECT_EQ(placement.group ? std::to_string(placement.index) : "", index) << what;
     EXPECT_EQ(placement.holdout ? placement.holdout->name : model::Text(), holdout) << what;
   }
