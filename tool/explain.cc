@@ -49,7 +49,7 @@ Explanation explainExperiment(Evaluation& about, const std::string& name) {
 JsonValue answerOfFlag(const Explanation& explanation) {
   const Explanation::Step& value = explanation.steps.back();
   return JsonObject{{"type", *value.find("type")},
-                    {"value", model::jsonOf(typedProperty(*explanation.value))}};
+                    {"value", corvo_internal::model::jsonOf(typedProperty(*explanation.value))}};
 }
 
 JsonValue answerOfExperiment(const Explanation& explanation, Evaluation& about) {
