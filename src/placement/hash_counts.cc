@@ -50,7 +50,8 @@ void forEachRun(KeyAt keyAt, Visit visit) {
 class Layer {
  public:
   explicit Layer(const model::Experiment& experiment) {
-    for (double point = 0; point <= layerPoint(kLargestBucket); ++point) {
+    const auto last = static_cast<int>(layerPoint(kLargestBucket));
+    for (int point = 0; point <= last; ++point) {
       isInside_.push_back(std::ranges::any_of(
           experiment.layerBounds,
           [&](const model::LayerBounds& bounds) { return admits(bounds, point); }));
