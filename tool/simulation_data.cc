@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "model/property_json.h"
 #include "tool/csv.h"
 #include "tool/report.h"
 #include "tool/simulation_views.h"
@@ -20,7 +21,7 @@ JsonValue textIfAny(const std::string& text) { return text.empty() ? JsonValue()
 
 JsonValue jsonOf(const SimulationReport::Group& group) {
   return JsonObject{{"name", group.name},
-                    {"weight", toJson(CorvoProperty(group.weight))},
+                    {"weight", corvo_internal::model::jsonOf(CorvoProperty(group.weight))},
                     {"share", group.share},
                     {"expected", group.expected},
                     {"users", number(group.bucketed)},
