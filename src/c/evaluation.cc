@@ -162,6 +162,24 @@ corvo_status corvo_evaluation_memberships(corvo_evaluation* evaluation, const si
   });
 }
 
+corvo_status corvo_evaluation_placements(corvo_evaluation* evaluation, const size_t* experiments,
+                                         size_t experiment_count,
+                                         const corvo_placement** placements,
+                                         size_t* placement_count) {
+  return withEvaluation(evaluation, [&](EvaluationObject& object) {
+    const corvo_placement*& result = resultAt(placements);
+    std::size_t& count = resultAt(placement_count);
+    object.placements.clear();
+    for (const auto& each : object.evaluation.placements(listOf(experiments, experiment_count))) {
+      object.placements.push_back({each.experiment, asText(textOf(each.reason)),
+                                   each.group.value_or(CORVO_NO_POSITION),
+                                   each.holdout.value_or(CORVO_NO_POSITION)});
+    }
+    result = object.placements.data();
+    count = object.placements.size();
+  });
+}
+
 corvo_status corvo_evaluation_explain_flag(corvo_evaluation* evaluation, corvo_text name,
                                            corvo_form form, corvo_text* explanation) {
   return withEvaluation(evaluation, [&](EvaluationObject& object) {

@@ -6,7 +6,9 @@
 #include <corvo/experiment.h>
 #include <corvo/project.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -27,6 +29,8 @@ struct ProjectObject {
   const Project project;
   std::once_flag described;
   std::string description;
+  std::mutex mutex;
+  std::map<std::size_t, std::string> shares;  // as JSON, by position; guarded by the mutex
 };
 
 struct EvaluationObject {
@@ -39,6 +43,7 @@ struct EvaluationObject {
   std::string text;
   std::vector<corvo_flag_text> flagTexts;
   std::vector<corvo_membership> memberships;
+  std::vector<corvo_placement> placements;
   std::vector<corvo_experiment*> experiments;  // the caller's
 };
 

@@ -4,7 +4,9 @@
 #include <corvo/json_value.h>
 #include <corvo/project.h>
 
-#include <memory>
+#include <cstddef>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -19,6 +21,14 @@ Project::Filter filterOf(corvo_filter filter) {
   if (filter == CORVO_FILTER_NONE) return Project::Filter::none;
   if (filter == CORVO_FILTER_CLIENT) return Project::Filter::client;
   throw Misuse(CORVO_INVALID_ARGUMENT, "there is no such filter");
+}
+
+std::string sharesJson(const Project::Shares& shares) {
+  return toJson(JsonObject{{"layer", shares.layer},
+                           {"allocation", shares.allocation},
+                           {"covered", shares.covered},
+                           {"groups", JsonArray(shares.groups.begin(), shares.groups.end())},
+                           {"dependOnHoldouts", shares.dependOnHoldouts}});
 }
 
 }  // namespace
@@ -48,5 +58,21 @@ corvo_status corvo_project_describe(corvo_project* project, corvo_text* json) {
       object->description = toJson(corvo_internal::evaluation::jsonOf(object->project));
     });
     result = asText(object->description);
+  });
+}
+
+corvo_status corvo_project_shares(corvo_project* project, size_t experiment, corvo_text* json) {
+  return call([&] {
+    corvo_text& result = resultAt(json);
+    const auto object = shared(projects(), project);
+    const std::lock_guard lock(object->mutex);
+    const auto known = object->shares.find(experiment);
+    if (known != object->shares.end()) {
+      result = asText(known->second);
+      return;
+    }
+    const std::optional<Project::Shares> shares = object->project.shares(experiment);
+    result = shares ? asText(object->shares.emplace(experiment, sharesJson(*shares)).first->second)
+                    : corvo_text{};
   });
 }

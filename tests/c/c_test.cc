@@ -198,7 +198,22 @@ TEST_F(CTest, AnswersByPosition) {
   ASSERT_EQ(count, 2U);
   EXPECT_EQ(memberships[1].experiment, 1U);
   EXPECT_EQ(memberships[1].group, 1U);
+  const corvo_placement* placements = nullptr;
+  ASSERT_EQ(corvo_evaluation_placements(evaluation_, experiments.data(), 3, &placements, &count),
+            CORVO_OK);
+  ASSERT_EQ(count, 3U);
+  EXPECT_EQ(placements[1].group, 1U);
+  EXPECT_EQ(placements[1].holdout, CORVO_NO_POSITION);
+  EXPECT_EQ(viewOf(placements[2].reason), "heldOut");
+  EXPECT_EQ(placements[2].group, CORVO_NO_POSITION);
+  EXPECT_EQ(placements[2].holdout, 0U);
   corvo_text json{};
+  for (int i = 0; i < 2; ++i) {  // computed, then remembered
+    ASSERT_EQ(corvo_project_shares(project_, 2, &json), CORVO_OK);
+    EXPECT_THAT(std::string(viewOf(json)), testing::HasSubstr(R"("groups":[1])"));
+  }
+  ASSERT_EQ(corvo_project_shares(project_, 3, &json), CORVO_OK);
+  EXPECT_EQ(json.data, nullptr);
   ASSERT_EQ(corvo_project_describe(project_, &json), CORVO_OK);
   const JsonObject project = fromCorvoString<JsonObject>(viewOf(json)).value();
   EXPECT_EQ(*project.at("flags").as<JsonArray>()->at(4).find("name"), JsonValue("text"));

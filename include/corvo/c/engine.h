@@ -34,6 +34,12 @@ CORVO_C_EXPORT corvo_status corvo_project_free(corvo_project* project);
 /// the project is freed.
 CORVO_C_EXPORT corvo_status corvo_project_describe(corvo_project* project, corvo_text* json);
 
+/// How the hash divides users in an experiment or a holdout at a position, as a JSON object with
+/// the members of `corvo::Project::Shares`; no text if it has none. Valid until the project is
+/// freed.
+CORVO_C_EXPORT corvo_status corvo_project_shares(corvo_project* project, size_t experiment,
+                                                 corvo_text* json);
+
 /// A name and its text.
 typedef struct corvo_property {
   corvo_text name;   ///< As in conditions: "userId".
@@ -143,6 +149,22 @@ CORVO_C_EXPORT corvo_status corvo_evaluation_memberships(corvo_evaluation* evalu
                                                          size_t experiment_count,
                                                          const corvo_membership** memberships,
                                                          size_t* membership_count);
+
+/// In place of a position that there is not.
+#define CORVO_NO_POSITION SIZE_MAX
+/// Whether the user is in an experiment, and why.
+typedef struct corvo_placement {
+  size_t experiment;  ///< The position among experiments and holdouts together.
+  corvo_text reason;  ///< A `corvo::PlacementReason`: "bucketed", "heldOut". Static.
+  size_t group;       ///< The position of their group, or `CORVO_NO_POSITION`.
+  size_t holdout;     ///< The position of the holdout that excludes them, or `CORVO_NO_POSITION`.
+} corvo_placement;
+/// The same as `corvo_evaluation_memberships` with the reasons, also where the user has no group.
+CORVO_C_EXPORT corvo_status corvo_evaluation_placements(corvo_evaluation* evaluation,
+                                                        const size_t* experiments,
+                                                        size_t experiment_count,
+                                                        const corvo_placement** placements,
+                                                        size_t* placement_count);
 
 /// The form of an explanation.
 typedef enum corvo_form CORVO_C_ENUM { CORVO_FORM_TEXT = 0, CORVO_FORM_JSON = 1 } corvo_form;
