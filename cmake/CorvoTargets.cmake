@@ -52,6 +52,9 @@ function(corvo_library name)
   if(BUILD_SHARED_LIBS)
     set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${CORVO_ABI})
     target_compile_definitions(${target} PUBLIC CORVO_SHARED)
+    if(NOT CORVO_SANITIZE)  # a name that another library hides is an error at once
+      target_link_options(${target} PRIVATE $<$<PLATFORM_ID:Linux>:LINKER:-z,defs>)
+    endif()
     # About standard library types in exported classes.
     target_compile_options(${target} PUBLIC $<$<CXX_COMPILER_ID:MSVC>:/wd4251;/wd4275>)
   endif()

@@ -9,7 +9,6 @@
 #include <string_view>
 #include <utility>
 
-#include "base/text.h"
 #include "c/call.h"
 #include "c/client_objects.h"
 #include "c/objects.h"
@@ -64,7 +63,6 @@ corvo_status withUser(const corvo_user* user, Body body) {
 }  // namespace corvo::corvo_internal::c
 
 using namespace corvo;
-using namespace corvo::corvo_internal;
 using namespace corvo::corvo_internal::c;
 
 corvo_status corvo_user_create(corvo_registry* registry, corvo_user** user) {
@@ -105,12 +103,11 @@ corvo_status corvo_user_set_custom(corvo_user* user, corvo_text key, const corvo
 corvo_status corvo_user_restore(corvo_user* user, corvo_text name, corvo_text value,
                                 corvo_text expiry) {
   return withUser(user, [&](UserObject& object) {
-    const std::string key(base::wellFormed(viewOf(name)));
-    const auto text = optionalViewOf(expiry);
-    const std::string restored = base::wellFormed(viewOf(value));
-    object.builder->properties.insert_or_assign(key, restored);
-    if (text) {
-      object.builder->corvoExpiration.insert_or_assign(key, base::wellFormed(*text));
+    const std::string key(viewOf(name));
+    const auto until = optionalViewOf(expiry);
+    object.builder->properties.insert_or_assign(key, viewOf(value));
+    if (until) {
+      object.builder->corvoExpiration.insert_or_assign(key, *until);
     } else {
       object.builder->corvoExpiration.erase(key);
     }
