@@ -26,7 +26,7 @@ import distributed
 
 PIECE = 1 << 20  # bytes that are read at once
 
-# An answer, up to the number of the line if it is an error. Quotes in an `id` are escaped, so neither key is found in one.
+# An answer, up to the number of the line if it is an error. Quotes in an `id` are escaped: neither key is found in one.
 KIND = re.compile(rb',"(?:flags"|error":\{"code":"[a-z-]+","message":"line (\d+))')
 
 

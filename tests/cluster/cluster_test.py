@@ -14,7 +14,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
-from typing import IO, List, NamedTuple
+from typing import List, NamedTuple
 
 import distributed
 
@@ -102,6 +102,10 @@ class Cluster(unittest.TestCase):
     def setUp(self) -> None:
         print(f"CORVO_SEED={SEED}", self.id(), file=sys.stderr)
         self.random = random.Random(SEED)
+        self.begin()
+
+    def begin(self) -> None:
+        """A new folder, and all workers."""
         self.folder = pathlib.Path(tempfile.mkdtemp(dir=self.scratch.name))
         self.answers = self.folder / "answers"
         (self.folder / "config.json").write_text(json.dumps(CONFIG))
@@ -118,9 +122,9 @@ class Cluster(unittest.TestCase):
             lines[place] = self.random.choice([b"", b"{", b'{"id":7,"misspelt":1}', b"\xff"])
         self.users(b"\n".join(lines))
 
-    def start(self, *options: object, config: str = "config.json") -> subprocess.Popen:
+    def start(self, *options: object, config: str = "config.json", more: List[str] = []) -> subprocess.Popen:
         command = [sys.executable, EXAMPLE, "--scheduler", self.cluster.scheduler_address, "--config", config,
-                   "--partition", 4000, "--command", COMMAND, *OPTIONS, *options, "users.jsonl", "answers"]  # fmt: skip
+                   "--partition", 4000, "--command", COMMAND, *OPTIONS, *options, "users.jsonl", "answers", "--", *more]  # fmt: skip
         return subprocess.Popen(
             [str(each) for each in command],
             cwd=self.folder,
@@ -190,12 +194,25 @@ read go < {held.waits}
             ("invalid lines", b"\n".join([*lines, b"", trap, trap + b",", b"[]", b"\xff"] * 3) + b"\n\n", 1),
         ):
             with self.subTest(what):
-                self.setUp()
+                self.begin()
                 self.users(data)
                 said = self.finish(self.start(), status)
                 self.expect_all()
                 self.assertEqual("-invalid.jsonl" in said, status == 1)
                 self.assertEqual(len(self.parts()) > 2, len(data) > 4000 * 2)
+
+    def test_a_location_and_options_of_the_command(self) -> None:
+        rule = {"is_default": False, "value": "there", "conditional_statement": "AND"}
+        rule["conditions"] = [{"name": "geo.code", "condition_sign": "equal", "value": "PT"}]
+        text = flag("text", "string", "elsewhere")
+        text["rules"].insert(0, rule)
+        config = json.dumps({"feature_flags": [text, flag("other", "string", "")]})
+        (self.folder / "config.json").write_text(config)
+        (self.folder / "geo.json").write_text('{"code": "PT"}')
+        self.users(user(1))
+        self.finish(self.start("--geo", "geo.json", more=["--flag", "text"]), 0)
+        answer = '{"id":1,"flags":{"text":"there"},"experiments":[],"holdouts":[]}\n'
+        self.assertEqual([part.read_text() for part in self.parts()], [answer])
 
     def test_the_documented_commands(self) -> None:
         document = (ROOT / "docs/at-scale.md").read_text(encoding="utf-8")
@@ -215,7 +232,7 @@ read go < {held.waits}
     def test_a_worker_killed_in_the_middle_of_a_partition(self) -> None:
         for shown in (0, self.random.randrange(1, 9000), 10**9):  # 10**9: all, so that only the renaming is missing
             with self.subTest(shown=shown):
-                self.setUp()
+                self.begin()
                 self.many_users()
                 held = self.hold(self.random.randrange(2, 30), shown)
                 job = self.start("--command", held.command)
@@ -227,7 +244,7 @@ read go < {held.waits}
     def test_workers_killed_at_any_moment(self) -> None:
         for victims in (1, 2):
             with self.subTest(victims=victims):
-                self.setUp()
+                self.begin()
                 self.many_users()
                 job = self.start()
                 self.told(job, self.random.randrange(1, 25))
