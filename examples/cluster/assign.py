@@ -266,6 +266,8 @@ def main() -> int:
             if file := getattr(asked, name):
                 options += [f"--{name}", keep(asked.folder, file)]
         state = asked.users.stat()
+        if not asked.users.is_file():
+            raise Failure(f"{asked.users} is not a regular file, so it cannot be cut")
         job = Job(
             [os.path.abspath(command), *options],
             str(asked.users.absolute()),

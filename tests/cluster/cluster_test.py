@@ -331,6 +331,10 @@ read -r first || exit 0  # the job's own check
             with self.subTest(options):
                 self.assertIn(text, self.finish(self.start(*options), status))
                 self.assertEqual(self.parts(), [])
+        (self.folder / "users.jsonl").unlink()
+        self.assertIn("No such file", self.finish(self.start(), 1))
+        os.mkfifo(self.folder / "users.jsonl")
+        self.assertIn("not a regular file", self.finish(self.start(), 1))
 
 
 if __name__ == "__main__":
