@@ -93,3 +93,23 @@ function(corvo_test folder)
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-O0>)
   add_test(NAME ${folder} COMMAND ${target} --gtest_shuffle --gtest_brief=1)
 endfunction()
+
+# In place of a test whose packages are missing: a test that is skipped, and says in its name how to get them.
+function(corvo_skip_test label name)
+  message(NOTICE "${name}")
+  add_test(NAME ${name} COMMAND ${CMAKE_COMMAND} -E echo skipped)
+  set_tests_properties(${name} PROPERTIES LABELS ${label} SKIP_REGULAR_EXPRESSION skipped)
+endfunction()
+
+# The system's Python, for which Debian has packages, if it has these modules; otherwise empty.
+function(corvo_find_python result modules)
+  set(${result} "" PARENT_SCOPE)
+  find_program(CORVO_PYTHON python3 PATHS /usr/bin NO_DEFAULT_PATH)
+  if(CORVO_PYTHON)
+    execute_process(COMMAND ${CORVO_PYTHON} -c "import ${modules}" RESULT_VARIABLE missing
+      OUTPUT_QUIET ERROR_QUIET)
+    if(NOT missing)
+      set(${result} ${CORVO_PYTHON} PARENT_SCOPE)
+    endif()
+  endif()
+endfunction()
