@@ -66,6 +66,8 @@ std::optional<Fit> fitOf(std::vector<ExpectedCount> cells) {
     cells[joined++] = std::exchange(small, {});
   }
   if (joined < 2) return std::nullopt;
+  cells[joined - 1].expected += small.expected;  // what is left over
+  cells[joined - 1].count += small.count;
   Fit fit{.degreesOfFreedom = joined - 1};
   for (const auto& [expected, count] : std::span(cells).first(joined)) {
     const double difference = static_cast<double>(count) - expected;

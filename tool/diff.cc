@@ -107,6 +107,7 @@ void addOwnOptions(CLI::App& command, DiffOptions& options) {
   command
       .add_option("--explain", options.explained,
                   "Explain changed answers of the first users only; by default of all")
+      ->check(CLI::Range(0.0, 1e18))
       ->type_name("COUNT");
   addJobsOption(command, options.jobs);
   command.add_flag("--fail-on-regroup", options.failsOnRegroup,

@@ -30,7 +30,8 @@ std::string complainAboutRate(const std::string& text) {
 void addFaultOptions(CLI::App& command, FaultOptions& options) {
   constexpr std::int64_t kHour = 3'600'000;
   constexpr std::size_t kGigabyte = 1'000'000'000;
-  command.add_option("--latency", options.latency, "Wait so many milliseconds before each answer")
+  command
+      .add_option("--latency", options.latency, "Wait this many milliseconds before each answer")
       ->check(CLI::Range(std::int64_t{0}, kHour))
       ->type_name("MS");
   command

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -61,7 +62,10 @@ bool agree(const Step& a, const Step& b, const std::vector<std::string_view>& fa
 }
 
 bool areVersionsOfOne(const Step& a, const Step& b) {
-  return a.code == b.code && agree(a, b, formOf(a.code).identity);
+  if (a.code != b.code || !agree(a, b, formOf(a.code).identity)) return false;
+  // Rules have no names. Those that begin with another condition are others.
+  const bool haveConditions = a.code == Code::rule && !a.steps.empty() && !b.steps.empty();
+  return !haveConditions || areVersionsOfOne(a.steps.front(), b.steps.front());
 }
 
 bool hasVersionOf(const Step& step, const Steps& others) {
@@ -77,9 +81,13 @@ bool haveSameResult(const Step& a, const Step& b) {
   return a.code != Code::rules;
 }
 
+/// Which steps that only one explanation has are a difference.
+enum class Missing : std::uint8_t { ifNeeded, always };
+
 /// Whether something may depend on a step that only one explanation has. `around` is the step
 /// around it, if there is one.
-bool matters(const Step& step, const Step* around) {
+bool matters(const Step& step, const Step* around, Missing missing) {
+  if (missing == Missing::always) return true;
   const Outcome outer = around == nullptr ? Outcome::done : around->outcome;
   switch (step.code) {
     case Code::condition:
@@ -130,12 +138,12 @@ Step shownPart(const Step& step) {
 }
 
 std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore, const Steps& after,
-                                  const Step* aroundAfter);
+                                  const Step* aroundAfter, Missing missing);
 
 /// The difference inside two versions of one step, or of the steps themselves.
-std::optional<Difference> differenceOf(const Step& before, const Step& after) {
+std::optional<Difference> differenceOf(const Step& before, const Step& after, Missing missing) {
   if (haveSameResult(before, after)) return std::nullopt;
-  if (auto inner = firstIn(before.steps, &before, after.steps, &after)) {
+  if (auto inner = firstIn(before.steps, &before, after.steps, &after, missing)) {
     inner->within.insert(inner->within.begin(), placeOf(after));
     return inner;
   }
@@ -145,19 +153,19 @@ std::optional<Difference> differenceOf(const Step& before, const Step& after) {
 }
 
 std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore, const Steps& after,
-                                  const Step* aroundAfter) {
+                                  const Step* aroundAfter, Missing missing) {
   std::size_t i = 0;
   std::size_t j = 0;
   while (i < before.size() || j < after.size()) {
     const Step* const a = i < before.size() ? &before[i] : nullptr;
     const Step* const b = j < after.size() ? &after[j] : nullptr;
     if (a != nullptr && b != nullptr && areVersionsOfOne(*a, *b)) {
-      if (auto difference = differenceOf(*a, *b)) return difference;
+      if (auto difference = differenceOf(*a, *b, missing)) return difference;
       ++i;
       ++j;
-    } else if (a != nullptr && !matters(*a, aroundBefore)) {
+    } else if (a != nullptr && !matters(*a, aroundBefore, missing)) {
       ++i;
-    } else if (b != nullptr && !matters(*b, aroundAfter)) {
+    } else if (b != nullptr && !matters(*b, aroundAfter, missing)) {
       ++j;
     } else {
       Difference difference;
@@ -196,7 +204,11 @@ std::string Difference::text() const {
 }
 
 Difference firstDifference(const Explanation& before, const Explanation& after) {
-  auto difference = firstIn(before.steps, nullptr, after.steps, nullptr);
+  std::optional<Difference> difference;
+  for (const Missing missing : {Missing::ifNeeded, Missing::always}) {
+    difference = firstIn(before.steps, nullptr, after.steps, nullptr, missing);
+    if (difference) break;
+  }
   if (!difference) return {};
   // The experiment in question is around every step.
   const bool isObvious = before.question == Explanation::Question::experiment;

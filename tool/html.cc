@@ -2,48 +2,11 @@
 
 #include "tool/html.h"
 
-#include <algorithm>
-#include <array>
-#include <utility>
-
 #include "base/text.h"
 #include "tool/output.h"
 
 namespace corvo::tool::html {
 namespace {
-
-/// Characters that reorder the text around them, or end a line.
-constexpr std::array<std::pair<std::string_view, std::string_view>, 14> kMarks{{
-    {"\u061C", "\\u061c"},
-    {"\u200E", "\\u200e"},
-    {"\u200F", "\\u200f"},
-    {"\u2028", "\\u2028"},
-    {"\u2029", "\\u2029"},
-    {"\u202A", "\\u202a"},
-    {"\u202B", "\\u202b"},
-    {"\u202C", "\\u202c"},
-    {"\u202D", "\\u202d"},
-    {"\u202E", "\\u202e"},
-    {"\u2066", "\\u2066"},
-    {"\u2067", "\\u2067"},
-    {"\u2068", "\\u2068"},
-    {"\u2069", "\\u2069"},
-}};
-
-std::string withVisibleMarks(std::string_view text) {
-  std::string all;
-  while (!text.empty()) {
-    const bool isAscii = (text.front() & 0x80) == 0;
-    const auto* const mark =
-        isAscii ? kMarks.end() : std::ranges::find_if(kMarks, [&](const auto& each) {
-          return text.starts_with(each.first);
-        });
-    const bool isMark = mark != kMarks.end();
-    all += isMark ? mark->second : text.substr(0, 1);
-    text.remove_prefix(isMark ? mark->first.size() : 1);
-  }
-  return all;
-}
 
 /// The beginning of the text, at most so many bytes, without a part of a character.
 std::string_view beginning(std::string_view text, std::size_t most) {
@@ -82,7 +45,7 @@ std::string exact(std::string_view text) {
 
 std::string shown(std::string_view text, std::size_t most) {
   const std::string_view begin = beginning(text, most);
-  std::string all = exact(withVisibleMarks(visible(begin)));
+  std::string all = exact(visible(begin));
   if (begin.size() < text.size()) all += "… (" + std::to_string(text.size()) + " bytes)";
   return all;
 }

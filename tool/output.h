@@ -37,7 +37,8 @@ void printFailuresAsJson();
 /// Prints the failure on standard error.
 void printFailure(const std::string& code, const std::string& message);
 
-/// The text with its control characters escaped as in JSON, so that none reaches a terminal.
+/// The text with its control characters escaped as in JSON, so that none reaches a terminal; and
+/// with those that end a line or reorder the text around them: U+2028, U+202E and the like.
 [[nodiscard]] std::string visible(std::string_view text);
 
 /// To be called in a catch block. Prints the exception on standard error and returns the exit

@@ -30,7 +30,7 @@ JsonValue jsonOf(const SimulationReport::Group& group) {
 
 JsonValue jsonOf(const SimulationReport::Outside& outside) {
   return JsonObject{{"reason", std::string(textOf(outside.reason))},
-                    {"holdout", textIfAny(outside.holdout)},
+                    {"holdout", outside.holdout ? JsonValue(*outside.holdout) : JsonValue()},
                     {"users", number(outside.users)}};
 }
 
@@ -94,7 +94,7 @@ std::string rowsOf(const SimulationReport::Experiment& experiment) {
   }
   std::string lines = in.line();
   for (const auto& each : experiment.outside) {
-    lines += rowOf(textOf(each.reason), experiment, each.holdout, each.users).line();
+    lines += rowOf(textOf(each.reason), experiment, each.holdout.value_or(""), each.users).line();
   }
   for (const auto& each : experiment.groups) {
     CsvRow row = rowOf("group", experiment, each.name, each.bucketed);

@@ -154,7 +154,7 @@ std::string whereUsersAre(const SimulationReport::Experiment& experiment, std::u
   add(experiment.isHoldout ? "in the holdout" : "in the experiment", experiment.users);
   for (const auto& each : experiment.outside) {
     std::string what(textOf(each));
-    if (!each.holdout.empty()) what += " " + named(each.holdout);
+    if (each.holdout) what += " " + named(*each.holdout);
     add(what, each.users);
   }
   return table("Where the users are", html + "</tbody>\n");

@@ -29,7 +29,7 @@ struct SimulationReport {
   /// Users who are not in the experiment, for one reason.
   struct Outside {
     PlacementReason reason{};
-    std::string holdout;  ///< The name of the holdout that excludes them, or empty.
+    std::optional<std::string> holdout;  ///< The name of the holdout that excludes them.
     std::uint64_t users = 0;
   };
   struct Experiment {

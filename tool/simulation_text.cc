@@ -36,7 +36,7 @@ std::string linesOfOutside(const SimulationReport::Experiment& experiment) {
   std::string lines;
   for (const auto& each : experiment.outside) {
     lines += "  " + std::to_string(each.users) + " " + std::string(textOf(each));
-    if (!each.holdout.empty()) lines += " " + visible(each.holdout);
+    if (each.holdout) lines += " " + visible(*each.holdout);
     lines += "\n";
   }
   return lines;
@@ -68,7 +68,7 @@ void addExperiment(const SimulationReport::Experiment& experiment, const Style& 
 void addOverlaps(const SimulationReport& report, const Style& style, std::ostream& out) {
   const auto overlaps = report.strikingOverlaps();
   if (overlaps.empty()) return;
-  Report table{.sentence = "Overlaps that are not as if the experiments were independent:",
+  Report table{.sentence = "Overlaps that independent experiments would not have:",
                .columns = {"EXPERIMENT", "AND", "IN BOTH", "IF INDEPENDENT"},
                .rows = {},
                .json = {}};

@@ -60,6 +60,9 @@ TEST(ChiSquare, JoinsCellsWithFewExpectations) {
   const auto joined = fitOf({{90, 80}, {0, 0}, {4, 9}, {1, 1}, {5, 10}});  // 4 and 1 are joined
   EXPECT_DOUBLE_EQ(joined->chiSquare, 100.0 / 90 + 25.0 / 5 + 25.0 / 5);
   EXPECT_EQ(joined->degreesOfFreedom, 2U);
+  // 4 and 4, then 4, 4 and 4.5: what is left over joins the last cell.
+  const auto all = fitOf({{4, 1}, {4, 1}, {4, 1}, {4, 1}, {4.5, 16}});
+  EXPECT_DOUBLE_EQ(all->chiSquare, 36 / 8.0 + 5.5 * 5.5 / 12.5);
   EXPECT_FALSE(fitOf({{3, 4}, {4, 3}}));
   EXPECT_FALSE(fitOf({{100, 100}}));
   EXPECT_FALSE(fitOf({}));

@@ -243,6 +243,35 @@ class Diff : public testing::Test {
   const std::string users_ = fileNamed("users.jsonl");
 };
 
+// Rules of which none holds, where there were none: no step decides that alone.
+TEST_F(Diff, AlwaysNamesAStep) {
+  std::ofstream(users_) << R"({"feature_flags": [{"name": "f", "type": "x"}]})";
+  std::ofstream(new_)
+      << R"({"feature_flags": [{"name": "f", "type": "x", "rules": [{"is_default": false,
+      "value": "1", "conditional_statement": "-", "conditions": []}]}], "experiments": [
+      {"name": "e", "salt": "s", "allocation": 0, "feature_flags": [{"name": "f", "type": "x"}]}]})";
+  const Ran ran = runCorvo("diff " + users_ + " " + new_ + " --users 3");
+  EXPECT_THAT(ran.out, testing::HasSubstr("(no such step) -> experiment: out (name \"e\""));
+}
+
+TEST_F(Diff, PairsRulesByTheirFirstCondition) {
+  const auto flagWith = [](const std::string& rules) {
+    return R"({"feature_flags": [{"name": "f", "type": "x", "rules": [)" + rules + "]}]}";
+  };
+  const auto rule = [](const std::string& property, const std::string& value) {
+    return R"({"is_default": false, "conditional_statement": "AND", "value": ")" + value +
+           R"(", "conditions": [{"name": ")" + property +
+           R"(", "condition_sign": "equal", "value": "gold"}]})";
+  };
+  std::ofstream(users_) << flagWith(rule("custom.plan", "1"));
+  std::ofstream(new_) << flagWith(rule("custom.none", "7") + "," + rule("custom.plan", "2"));
+  const Ran ran = runCorvo("diff " + users_ + " " + new_ + " --users 9 --vary custom.plan=1:gold");
+  EXPECT_THAT(ran.out,
+              testing::HasSubstr(
+                  R"(rule: holds (position 0, default false, statement "AND", value "1") -> )"
+                  R"(rule: holds (position 1, default false, statement "AND", value "2"))"));
+}
+
 TEST_F(Diff, AgreesWithTheEngineUserByUser) {
   const std::string oldText = tests::contentsOf(old_);
   const Project before = Project::decode(oldText, Project::Filter::client).value();
