@@ -88,7 +88,7 @@ std::string escaped(char32_t code) {
     const std::string json = JsonValue(std::string(1, static_cast<char>(code))).toJson();
     return json.substr(1, json.size() - 2);
   }
-  std::array<char, 8> text{};
+  std::array<char, 12> text{};
   std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(code));
   return text.data();
 }
