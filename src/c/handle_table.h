@@ -37,7 +37,7 @@ struct HandleBits {
 ///
 /// Shared objects may be used by any number of threads at once. Other objects have one user at a
 /// time; a second one finds them busy.
-template <class Object, std::uintptr_t kMark, bool kIsShared, HandleBits kBits = {}>
+template <class Object, std::uintptr_t kMark, bool kIsShared, HandleBits kBits = HandleBits{}>
 class HandleTable {
   static constexpr std::uintptr_t kMaxIndex = (std::uintptr_t{1} << kBits.index) - 1;
   static constexpr std::uintptr_t kMaxCount = (std::uintptr_t{1} << kBits.count) - 1;

@@ -79,7 +79,12 @@ std::string Stream::receive() {
 }
 
 bool Stream::send(const std::string& bytes) {
-  const auto size = ::send(socket_, bytes.data(), static_cast<int>(bytes.size()), MSG_NOSIGNAL);
+#ifdef _WIN32
+  const auto count = static_cast<int>(bytes.size());
+#else
+  const std::size_t count = bytes.size();
+#endif
+  const auto size = ::send(socket_, bytes.data(), count, MSG_NOSIGNAL);
   return std::cmp_equal(size, bytes.size());
 }
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -13,10 +14,10 @@ namespace {
 // From the table of upper critical values in the NIST/SEMATECH e-Handbook of Statistical Methods,
 // section 1.3.6.7.4. The table has three decimals.
 TEST(ChiSquare, AgreesWithPublishedCriticalValues) {
-  constexpr double kLevels[] = {0.10, 0.05, 0.025, 0.01, 0.001};
+  constexpr std::array<double, 5> kLevels{0.10, 0.05, 0.025, 0.01, 0.001};
   struct Row {
     std::size_t degrees;
-    double values[std::size(kLevels)];
+    std::array<double, 5> values;
   };
   constexpr Row kTable[] = {{1, {2.706, 3.841, 5.024, 6.635, 10.828}},
                             {2, {4.605, 5.991, 7.378, 9.210, 13.816}},
@@ -24,7 +25,7 @@ TEST(ChiSquare, AgreesWithPublishedCriticalValues) {
                             {10, {15.987, 18.307, 20.483, 23.209, 29.588}},
                             {100, {118.498, 124.342, 129.561, 135.807, 149.449}}};
   for (const Row& row : kTable) {
-    for (std::size_t i = 0; i < std::size(kLevels); ++i) {
+    for (std::size_t i = 0; i < kLevels.size(); ++i) {
       EXPECT_GT(chiSquareTail(row.values[i] - 0.0005, row.degrees), kLevels[i]) << row.degrees;
       EXPECT_LT(chiSquareTail(row.values[i] + 0.0005, row.degrees), kLevels[i]) << row.degrees;
     }
