@@ -50,7 +50,7 @@ std::string pageFor(ServedProject& project, const Snapshot& snapshot, const Http
               {"glance", glanceOf(snapshot)},
               {"findings", findingsOf(snapshot, file)},
               {"complaint", query.complaint.empty() ? ""
-                                                    : "<p class=\"complaint\" role=\"alert\">" +
+                                                    : R"(<p class="complaint" role="alert">)" +
                                                           html::shown(query.complaint) + "</p>"},
               {"userId", field("userId")},
               {"properties", field("properties")},

@@ -87,7 +87,7 @@ std::string markOf(const Answer& answer) {
 std::string item(const char* kind, const std::string& name, const std::string& marks,
                  const std::string& details) {
   const std::string key = std::to_string(std::hash<std::string>()(kind + name));
-  return "<details class=\"item\" data-key=\"" + key + "\"><summary>" +
+  return R"(<details class="item" data-key=")" + key + R"("><summary>)" +
          element("span", "name", html::shown(name, 200)) + " " + marks + "</summary>" +
          element("div", "details", details) + "</details>\n";
 }
@@ -97,10 +97,10 @@ std::string groupsOf(const Project::Experiment& experiment) {
   for (const auto& [name, label, weight] : experiment.groups) {
     const std::string value = std::to_string(std::clamp(weight >= 0 ? weight : 0, 0.0, 1.0));
     rows += element("tr", "",
-                    "<th scope=\"row\">" + html::shown(name) + "</th>" +
+                    R"(<th scope="row">)" + html::shown(name) + "</th>" +
                         element("td", "", html::shown(label.value_or(""))) +
                         element("td", "number", shown(CorvoProperty(weight))) +
-                        "<td><meter aria-hidden=\"true\" value=\"" + value + "\"></meter></td>");
+                        R"(<td><meter aria-hidden="true" value=")" + value + R"("></meter></td>)");
   }
   return "<table><caption>Groups and weights</caption>" + rows + "</table>";
 }
@@ -109,7 +109,7 @@ std::string valuesOf(const Report& report) {
   std::string rows;
   for (const auto& each : report.rows) {
     rows += element("tr", "",
-                    "<th scope=\"row\">" + html::shown(each[0]) + "</th>" +
+                    R"(<th scope="row">)" + html::shown(each[0]) + "</th>" +
                         element("td", "", html::shown(each[1])) + element("td", "", code(each[2])));
   }
   return rows.empty() ? "" : "<table><caption>Values for this user</caption>" + rows + "</table>";
