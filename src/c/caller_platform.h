@@ -2,22 +2,12 @@
 #pragma once
 
 #include <corvo/c/platform.h>
-#include <corvo/callback.h>
 #include <corvo/platform/platform.h>
-#include <corvo/platform/url_session.h>
 
 namespace corvo::corvo_internal::c {
 
 /// The services that an application in C brings; null for the others. Owns the context of `given`,
 /// even if it throws: `Misuse` for a group of functions that is not complete.
 Platform callerPlatform(const corvo_platform* given);
-
-/// What `corvo_exchange` and `corvo_task` stand for.
-struct ExchangeObject {
-  Callback<void(UrlResponse)> completion;
-};
-struct TaskObject {
-  Callback<void()> task;
-};
 
 }  // namespace corvo::corvo_internal::c
