@@ -57,6 +57,8 @@ std::string element(std::string_view name, std::string_view kind, std::string_vi
   return all.append(">").append(content).append("</").append(name).append(">");
 }
 
+std::string code(std::string_view text) { return element("code", "", shown(text)); }
+
 std::string filled(std::string_view form,
                    const std::map<std::string, std::string, std::less<>>& parts) {
   std::string all;

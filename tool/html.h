@@ -20,6 +20,9 @@ namespace corvo::tool::html {
 [[nodiscard]] std::string element(std::string_view name, std::string_view kind,
                                   std::string_view content);
 
+/// The text for people, as code.
+[[nodiscard]] std::string code(std::string_view text);
+
 /// A template with each "{{name}}" replaced by that part; a name without a part by nothing.
 [[nodiscard]] std::string filled(std::string_view form,
                                  const std::map<std::string, std::string, std::less<>>& parts);

@@ -128,6 +128,10 @@ void writeFile(const std::string& name, std::string_view text) {
                 "cannot write " + name + ": " + std::generic_category().message(errno));
 }
 
+std::string counted(std::size_t count, const std::string& thing) {
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
 std::string visible(std::string_view text) {
   std::string shown;
   while (!text.empty()) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "tool/findings_view.h"
 #include "tool/html.h"
 #include "tool/page_query.h"
 #include "tool/page_template.h"

@@ -12,20 +12,20 @@
 #include <span>
 #include <utility>
 
-#include "json/json_places.h"
 #include "tool/deciding_steps.h"
 #include "tool/experiment_report.h"
-#include "tool/finding_text.h"
 #include "tool/html.h"
+#include "tool/output.h"
 #include "tool/report.h"
 
 namespace corvo::tool {
 
+using html::code;
 using html::element;
 
 namespace {
 
-constexpr std::size_t kMostFindings = 200;
+constexpr std::size_t kMostNames = 200;
 constexpr std::size_t kMostItems = 1'000;
 constexpr std::size_t kMostDeep = 8;
 // Bytes of a step, of a value, and of all explanations before they are shortened: what a browser
@@ -34,19 +34,13 @@ constexpr std::size_t kLongestStep = 1'500;
 constexpr std::size_t kLongestValue = 2'000;
 constexpr std::size_t kMostExplained = std::size_t{16} << 20;
 
-std::string counted(std::size_t count, const std::string& what) {
-  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
-std::string code(std::string_view text) { return element("code", "", html::shown(text)); }
-
 template <class List>
 std::string codes(const List& texts) {
   std::string all;
-  for (const auto& each : std::span(texts).first(std::min(texts.size(), kMostFindings))) {
+  for (const auto& each : std::span(texts).first(std::min(texts.size(), kMostNames))) {
     all += (all.empty() ? "" : " ") + code(each);
   }
-  if (texts.size() > kMostFindings) all += " and " + std::to_string(texts.size() - kMostFindings);
+  if (texts.size() > kMostNames) all += " and " + std::to_string(texts.size() - kMostNames);
   return all.empty() ? "none" : all;
 }
 
@@ -233,31 +227,6 @@ class Lists {
   std::string reason_;  // of the last explanation, if it has one
 };
 
-std::string dropsOf(const Snapshot& snapshot) {
-  if (!snapshot.project) return "";
-  const std::vector<Project::Drop> drops = snapshot.project->drops();
-  if (drops.empty()) return "";
-  std::string lines;
-  for (const auto& [pointer, reason, offset] :
-       std::span(drops).first(std::min(drops.size(), kMostFindings))) {
-    const std::string place = corvo_internal::json::lineAndColumn(*snapshot.configuration, offset);
-    lines += element("li", "", code(place) + " " + code(pointer) + " " + html::shown(reason));
-  }
-  return "<details data-key=\"drops\"><summary>Clients drop " + counted(drops.size(), "element") +
-         "</summary>" + element("ul", "findings", lines) + "</details>";
-}
-
-std::string lineOf(const std::string& file, const Finding& finding) {
-  const std::string place =
-      file + ":" + std::to_string(finding.line) + ":" + std::to_string(finding.column);
-  const std::string word(wordOf(finding.severity));
-  const std::string pointer = finding.pointer.empty() ? "" : code(finding.pointer) + " ";
-  return element("li", word,
-                 element("strong", "", word) + " " + html::shown(finding.message, kLongestStep) +
-                     " " + element("span", "place", html::shown(place)) + " " + pointer +
-                     code(finding.code));
-}
-
 std::string refusalOf(const Snapshot& snapshot) {
   return element(
       "div", "refusal",
@@ -281,22 +250,6 @@ std::string glanceOf(const Snapshot& snapshot) {
                      row("experiments", std::to_string(project.experiments().size())) +
                      row("holdouts", std::to_string(project.holdouts().size())) +
                      row("properties that answers depend on", codes(project.properties())));
-}
-
-std::string findingsOf(const Snapshot& snapshot, const std::string& file) {
-  std::string lines;
-  const auto& findings = snapshot.findings;
-  for (const Finding& each : std::span(findings).first(std::min(findings.size(), kMostFindings))) {
-    lines += lineOf(file, each);
-  }
-  if (findings.size() > kMostFindings) {
-    lines += element("li", "", std::to_string(findings.size() - kMostFindings) + " more");
-  }
-  const std::string number = element("span", "count", std::to_string(findings.size()));
-  return element("h2", "", "Findings " + number) +
-         (lines.empty() ? element("p", "quiet", "Lint finds no mistakes.")
-                        : element("ul", "findings", lines)) +
-         dropsOf(snapshot);
 }
 
 std::string answersOf(const Snapshot& snapshot, const PageQuery& query) {

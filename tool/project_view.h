@@ -12,9 +12,6 @@ namespace corvo::tool {
 /// The project in numbers, and the properties that it reads.
 [[nodiscard]] std::string glanceOf(const Snapshot& snapshot);
 
-/// The findings of lint, and what clients drop. `file` is the name of the configuration.
-[[nodiscard]] std::string findingsOf(const Snapshot& snapshot, const std::string& file);
-
 /// All flags, experiments and holdouts. If the form was sent, with the user's answers, explained.
 [[nodiscard]] std::string answersOf(const Snapshot& snapshot, const PageQuery& query);
 

@@ -4,6 +4,7 @@
 #include <span>
 
 #include "tool/html.h"
+#include "tool/output.h"
 #include "tool/report.h"
 #include "tool/simulation_views.h"
 
@@ -214,10 +215,6 @@ std::string overlapsOf(const SimulationReport& report) {
             " more pairs are not shown.</p>\n";
   }
   return html + "</section>\n";
-}
-
-std::string counted(std::uint64_t count, const char* thing) {
-  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
 }  // namespace

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "tool/findings_view.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "json/json_places.h"
+#include "tool/finding_text.h"
+#include "tool/html.h"
+#include "tool/output.h"
+
+namespace corvo::tool {
+
+using html::code;
+using html::element;
+
+namespace {
+
+constexpr std::size_t kMostFindings = 200;
+constexpr std::size_t kLongestMessage = 1'500;  // in bytes
+
+std::string dropsOf(const Snapshot& snapshot) {
+  if (!snapshot.project) return "";
+  const std::vector<Project::Drop> drops = snapshot.project->drops();
+  if (drops.empty()) return "";
+  std::string lines;
+  for (const auto& [pointer, reason, offset] :
+       std::span(drops).first(std::min(drops.size(), kMostFindings))) {
+    const std::string place = corvo_internal::json::lineAndColumn(*snapshot.configuration, offset);
+    lines += element("li", "", code(place) + " " + code(pointer) + " " + html::shown(reason));
+  }
+  return "<details data-key=\"drops\"><summary>Clients drop " + counted(drops.size(), "element") +
+         "</summary>" + element("ul", "findings", lines) + "</details>";
+}
+
+std::string lineOf(const std::string& file, const Finding& finding) {
+  const std::string place =
+      file + ":" + std::to_string(finding.line) + ":" + std::to_string(finding.column);
+  const std::string word(wordOf(finding.severity));
+  const std::string pointer = finding.pointer.empty() ? "" : code(finding.pointer) + " ";
+  return element("li", word,
+                 element("strong", "", word) + " " + html::shown(finding.message, kLongestMessage) +
+                     " " + element("span", "place", html::shown(place)) + " " + pointer +
+                     code(finding.code));
+}
+
+}  // namespace
+
+std::string findingsOf(const Snapshot& snapshot, const std::string& file) {
+  std::string lines;
+  const auto& findings = snapshot.findings;
+  for (const Finding& each : std::span(findings).first(std::min(findings.size(), kMostFindings))) {
+    lines += lineOf(file, each);
+  }
+  if (findings.size() > kMostFindings) {
+    lines += element("li", "", std::to_string(findings.size() - kMostFindings) + " more");
+  }
+  const std::string number = element("span", "count", std::to_string(findings.size()));
+  return element("h2", "", "Findings " + number) +
+         (lines.empty() ? element("p", "quiet", "Lint finds no mistakes.")
+                        : element("ul", "findings", lines)) +
+         dropsOf(snapshot);
+}
+
+}  // namespace corvo::tool
