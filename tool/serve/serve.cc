@@ -10,12 +10,12 @@
 #include <utility>
 
 #include "tool/commands.h"
-#include "tool/fault_injection.h"
-#include "tool/http_server.h"
 #include "tool/output.h"
-#include "tool/page.h"
-#include "tool/served_file.h"
-#include "tool/served_project.h"
+#include "tool/serve/fault_injection.h"
+#include "tool/serve/http_server.h"
+#include "tool/serve/page.h"
+#include "tool/serve/served_file.h"
+#include "tool/serve/served_project.h"
 
 namespace corvo::tool {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/http_server.h"
+#include "tool/serve/http_server.h"
 
 #include <httplib.h>
 
@@ -13,8 +13,6 @@
 
 namespace corvo::tool {
 namespace {
-
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 /// Gives every connection a thread of its own, because an answer may be slow on purpose. More
 /// connections than that wait.
@@ -63,8 +61,11 @@ void reuseOnlyFreedAddress([[maybe_unused]] socket_t socket) {
 HttpRequest requestOf(const httplib::Request& request) {
   return {request.method,
           request.path,
+          request.path,
           {request.params.begin(), request.params.end()},
-          {request.headers.begin(), request.headers.end()}};
+          {request.headers.begin(), request.headers.end()},
+          {},
+          {}};
 }
 
 /// Sends a body. With a pace, each call waits until the next bytes are due.
@@ -108,20 +109,6 @@ void send(HttpResponse from, httplib::Response& to) {
 }
 
 }  // namespace
-
-bool FieldOrder::operator()(std::string_view a, std::string_view b) const noexcept {
-  return std::ranges::lexicographical_compare(a, b, {}, lower, lower);
-}
-
-std::string_view HttpRequest::header(std::string_view name) const {
-  const auto found = headers.find(name);
-  return found == headers.end() ? std::string_view() : found->second;
-}
-
-std::string HttpRequest::parameter(const std::string& name) const {
-  const auto found = query.find(name);
-  return found == query.end() ? "" : found->second;
-}
 
 struct HttpServer::State {
   httplib::Server server;

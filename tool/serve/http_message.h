@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <functional>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,16 +19,34 @@ struct FieldOrder {
   [[nodiscard]] bool operator()(std::string_view a, std::string_view b) const noexcept;
 };
 
-/// A request without a body.
 struct HttpRequest {
   std::string method;
-  std::string path;                               ///< Decoded, without the query.
+  std::string rawPath;                            ///< As it was sent, without the query.
+  std::string path;                               ///< Decoded.
   std::multimap<std::string, std::string> query;  ///< Decoded.
   std::multimap<std::string, std::string, FieldOrder> headers;
+  std::string body;
+  std::string rest;  ///< What "*" in the path of its route stands for, decoded.
 
   /// The first header of that name, or the first query parameter; empty if there is none.
   [[nodiscard]] std::string_view header(std::string_view name) const;
   [[nodiscard]] std::string parameter(const std::string& name) const;
+};
+
+/// A connection whose response has no end. Copies share it. Thread-safe.
+class HttpStream {
+ public:
+  /// Takes texts; false if the connection is closed.
+  using Sink = std::function<bool(std::string text)>;
+
+  explicit HttpStream(Sink sink) : sink_(std::move(sink)) {}
+
+  /// Sends more, without waiting. False if the connection is closed: for example because its client
+  /// stopped reading and too much is unsent.
+  [[nodiscard]] bool send(std::string text) const { return sink_(std::move(text)); }
+
+ private:
+  Sink sink_;
 };
 
 /// What to answer, and how slowly. A value, so that the server decides how it waits.
@@ -40,35 +57,13 @@ struct HttpResponse {
   std::vector<std::pair<std::string, std::string>> headers = {};
   std::chrono::milliseconds delay{0};              ///< Before anything is sent.
   std::optional<std::size_t> bytesPerSecond = {};  ///< Of the body; absent: at full speed.
+  /// If set, the response has no end: the body is only its beginning. Called once, before anything
+  /// is sent, with the connection. What is sent there follows the body.
+  std::function<void(HttpStream)> stream = {};
+  std::string_view route = "other";  ///< The path of its route, for statistics. Static storage.
 };
 
 /// Answers a request. Called by several threads at once.
 using HttpRoute = std::function<HttpResponse(const HttpRequest&)>;
-
-/// A server for one address. Only this class knows the HTTP library.
-class HttpServer {
- public:
-  HttpServer();
-  ~HttpServer();
-
-  /// Answers GET and HEAD requests for exactly this path, which has only letters, digits, "/" and
-  /// "-". All other paths get a 404.
-  void get(const std::string& path, HttpRoute route);
-
-  /// Called for every request immediately before the answer is sent, by several threads at once.
-  using Observer = std::function<void(std::string_view method, std::string_view path, int status)>;
-  void observe(Observer observer);
-
-  /// Starts to listen, and returns the port; 0 picks a free one. Throws `std::runtime_error`.
-  int listen(const std::string& host, int port);
-
-  /// Answers requests until the process ends. A request that takes long delays no other.
-  void run();
-
- private:
-  struct State;
-
-  std::unique_ptr<State> state_;
-};
 
 }  // namespace corvo::tool

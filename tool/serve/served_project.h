@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "tool/served_file.h"
+#include "tool/serve/served_file.h"
 
 namespace corvo::tool {
 

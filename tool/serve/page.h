@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "tool/http_server.h"
-#include "tool/served_project.h"
+#include "tool/serve/http_server.h"
+#include "tool/serve/served_project.h"
 
 namespace corvo::tool {
 

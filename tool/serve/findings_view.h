@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tool/served_project.h"
+#include "tool/serve/served_project.h"
 
 namespace corvo::tool {
 

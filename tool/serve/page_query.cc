@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/page_query.h"
+#include "tool/serve/page_query.h"
 
 #include <CLI/CLI.hpp>
 #include <sstream>

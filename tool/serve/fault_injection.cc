@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/fault_injection.h"
+#include "tool/serve/fault_injection.h"
 
 #include <corvo/property.h>
 

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "tool/page_query.h"
-#include "tool/served_project.h"
+#include "tool/serve/page_query.h"
+#include "tool/serve/served_project.h"
 
 /// The parts of the page that change with the files, as HTML.
 namespace corvo::tool {

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/page.h"
+#include "tool/serve/page.h"
 
 #include <random>
 #include <string>
 #include <string_view>
 
-#include "tool/findings_view.h"
 #include "tool/html.h"
-#include "tool/page_query.h"
-#include "tool/page_template.h"
-#include "tool/project_view.h"
+#include "tool/serve/findings_view.h"
+#include "tool/serve/page_query.h"
+#include "tool/serve/page_template.h"
+#include "tool/serve/project_view.h"
 
 namespace corvo::tool {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tool/http_server.h"
+#include "tool/serve/http_server.h"
 #include "tool/subject.h"
 #include "tool/surroundings.h"
 

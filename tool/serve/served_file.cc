@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/served_file.h"
+#include "tool/serve/served_file.h"
 
 #include <iostream>
 

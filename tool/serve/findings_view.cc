@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/findings_view.h"
+#include "tool/serve/findings_view.h"
 
 #include <algorithm>
 #include <cstddef>

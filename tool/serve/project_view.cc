@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/project_view.h"
+#include "tool/serve/project_view.h"
 
 #include <corvo/evaluation.h>
 #include <corvo/explanation.h>

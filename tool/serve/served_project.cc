@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/served_project.h"
+#include "tool/serve/served_project.h"
 
 #include <functional>
 #include <utility>

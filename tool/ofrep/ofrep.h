@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "tool/serve/http_message.h"
+#include "tool/serve/publication.h"
+#include "tool/surroundings.h"
+
+namespace corvo::tool {
+
+/// The two questions of the OpenFeature Remote Evaluation Protocol, version 0.3.0. Thread-safe.
+/// Refers to its arguments.
+class Ofrep {
+ public:
+  /// `streamPath` is the path of the event stream that bulk answers name.
+  Ofrep(const Publication& publication, const Surroundings& surroundings, std::string streamPath);
+  ~Ofrep();
+
+  /// The answer for the flag `request.rest`.
+  [[nodiscard]] HttpResponse evaluate(const HttpRequest& request);
+  /// The answer for all flags.
+  [[nodiscard]] HttpResponse evaluateAll(const HttpRequest& request);
+
+ private:
+  struct State;
+
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace corvo::tool
