@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <CLI/CLI.hpp>
-#include <csignal>
 #include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
+#include <thread>
 #include <utility>
 
 #include "tool/commands.h"
@@ -14,6 +13,7 @@
 #include "tool/serve/fault_injection.h"
 #include "tool/serve/http_server.h"
 #include "tool/serve/page.h"
+#include "tool/serve/router.h"
 #include "tool/serve/served_file.h"
 #include "tool/serve/served_project.h"
 
@@ -38,10 +38,6 @@ const char* missingHeader(const HttpRequest& request) {
   return nullptr;
 }
 
-HttpResponse refusal(int status, const std::string& reason) {
-  return {.status = status, .body = reason + "\n"};
-}
-
 /// Reads the file for every request, so that an edit shows at the next one.
 HttpRoute answerWith(ServedFile& file) {
   return [&file](const HttpRequest& request) {
@@ -54,13 +50,21 @@ HttpRoute answerWith(ServedFile& file) {
   };
 }
 
-/// Ends the server if its log cannot be written. An open page asks every second whether something
-/// is new; that nothing is would only fill the log.
-void logRequest(std::string_view method, std::string_view path, int status) try {
-  if (path == "/" && status == 304) return;
-  print(std::string(method) + " " + visible(path) + " " + std::to_string(status) + "\n");
-} catch (...) {
-  std::_Exit(statusOfFailure());
+/// Prints a line for each request before its answer is sent, so that a client that has the answer
+/// finds the line. An open page asks every second whether something is new; that nothing is would
+/// only fill the log. Ends the server if its log cannot be written.
+HttpRoute logged(HttpRoute route) {
+  return [route = std::move(route)](const HttpRequest& request) {
+    HttpResponse response = route(request);
+    if (request.path == "/" && response.status == 304) return response;
+    try {
+      print(request.method + " " + visible(request.path) + " " + std::to_string(response.status) +
+            "\n");
+    } catch (...) {
+      std::_Exit(statusOfFailure());
+    }
+    return response;
+  };
 }
 
 void serve(const ServeOptions& options) {
@@ -70,17 +74,15 @@ void serve(const ServeOptions& options) {
     static_cast<void>(file->read());  // reports faults
   ServedProject project(configuration, location);
   FaultInjector faults(options.faults);
-  HttpServer server;
-  server.get("/config.json", faults.around(answerWith(configuration)));
-  server.get("/geo", faults.around(answerWith(location)));
-  server.get("/", pageOf(project));
-  // Before the answer is sent, so that a client that has the answer finds the line.
-  if (options.log) server.observe(logRequest);
+  Router router;
+  router.add("GET", "/config.json", faults.around(answerWith(configuration)));
+  router.add("GET", "/geo", faults.around(answerWith(location)));
+  router.add("GET", "/", pageOf(project));
+  HttpRoute route = [&router](const HttpRequest& request) { return router.answer(request); };
+  HttpServer server(options.log ? logged(std::move(route)) : std::move(route));
   const int port = server.listen(kHost, options.port);
-  // No cleanup is needed, and idle connections must not delay the exit.
-  for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { std::_Exit(0); });
   print("Serving http://" + std::string(kHost) + ":" + std::to_string(port) + "\n");
-  server.run();
+  server.run(std::thread::hardware_concurrency());
 }
 
 }  // namespace
