@@ -105,16 +105,16 @@ HttpRoute ApiKeys::around(HttpRoute route) const {
     const bool hasTicket =
         request.path == kEventsPath && isAmong(request.parameter("ticket"), keys.tickets_);
     if (request.path == kHealthPath || hasTicket || keys.admit(request)) return route(request);
-    return HttpResponse{.status = 401,
-                        .body = "an API key is required\n",
-                        .headers = {{"WWW-Authenticate", "Bearer"}}};
+    HttpResponse response = refusal(401, "an API key is required");
+    response.headers.emplace_back("WWW-Authenticate", "Bearer");
+    return response;
   };
 }
 
 HttpRoute onlyForLocalNames(HttpRoute route) {
   return [route = std::move(route)](const HttpRequest& request) {
     if (isLocal(request.header("Host"))) return route(request);
-    return HttpResponse{.status = 403, .body = "this server is only for http://localhost\n"};
+    return refusal(403, "this server is only for http://localhost");
   };
 }
 

@@ -17,10 +17,6 @@ const char* missingHeader(const HttpRequest& request) {
   return nullptr;
 }
 
-HttpResponse refusal(int status, const std::string& reason) {
-  return {.status = status, .body = reason + "\n"};
-}
-
 }  // namespace
 
 HttpRoute documentRoute(ServedFile& file) {

@@ -63,6 +63,12 @@ struct HttpResponse {
   std::string_view route = "other";  ///< The path of its route, for statistics. Static storage.
 };
 
+/// Whether a response with this status has a body (RFC 9110, section 6.4.1).
+[[nodiscard]] bool hasBody(int status);
+
+/// An answer of one line, which says why there is no other.
+[[nodiscard]] HttpResponse refusal(int status, const std::string& reason);
+
 /// Answers a request. Called by several threads at once.
 using HttpRoute = std::function<HttpResponse(const HttpRequest&)>;
 

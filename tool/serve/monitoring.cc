@@ -9,8 +9,7 @@ namespace corvo::tool {
 
 HttpResponse healthOf(const Publication& publication) {
   const Publication::Current current = publication.now();
-  if (current.edition) return {.body = "ok\n"};
-  return {.status = 503, .body = current.refusal + "\n"};
+  return current.edition ? HttpResponse{.body = "ok\n"} : refusal(503, current.refusal);
 }
 
 HttpResponse metricsOf(const Metrics& metrics, const HttpServer& server, const EventStream& events,
