@@ -74,7 +74,7 @@ Ofrep::State::Answers Ofrep::State::borrow(std::string& refusal) {
         current = std::make_shared<const PreparedEdition>(std::move(published.edition));
       }
     }
-    refusal = current ? current->refusal : std::move(published.refusal);
+    refusal = current ? current->refusal : published.refusal;
     if (!current || !refusal.empty()) return nullptr;
     if (!idle.empty()) {
       Answers answers = std::move(idle.back());

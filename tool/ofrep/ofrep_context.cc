@@ -15,7 +15,6 @@ namespace corvo::tool {
 using corvo_internal::json::JsonKind;
 using corvo_internal::json::JsonMembers;
 using corvo_internal::json::JsonNode;
-using corvo_internal::json::JsonTree;
 
 namespace {
 
