@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include "tool/serve/access.h"
+
 #include <gmock/gmock.h>
 
 #include <stdexcept>
@@ -7,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "tool/serve/access.h"
 #include "tool/serve/cors.h"
 #include "tool/serve/listen_address.h"
 
@@ -101,9 +102,15 @@ TEST(ApiKeys, GiveBrowsersATicketForTheEventStreamOnly) {
 TEST(LocalNames, KeepOtherSitesOut) {
   const HttpRoute route = onlyForLocalNames(ok);
   const std::pair<const char*, int> cases[] = {
-      {"localhost", 200},     {"localhost:8080", 200},        {"127.0.0.1:1", 200},
-      {"[::1]:8080", 200},    {"", 200},                      {"evil.example", 403},
-      {"evil.example:80", 403}, {"localhost.evil.example", 403}, {"[::1", 403},
+      {"localhost", 200},
+      {"localhost:8080", 200},
+      {"127.0.0.1:1", 200},
+      {"[::1]:8080", 200},
+      {"", 200},
+      {"evil.example", 403},
+      {"evil.example:80", 403},
+      {"localhost.evil.example", 403},
+      {"[::1", 403},
       {"127.0.0.1.evil.example", 403},
   };
   for (const auto& [host, status] : cases) {

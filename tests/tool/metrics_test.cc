@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include "tool/serve/metrics.h"
+
 #include <gmock/gmock.h>
 
 #include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "tool/serve/metrics.h"
 
 namespace corvo::tool {
 namespace {

@@ -67,8 +67,7 @@ EditionAnswers::All EditionAnswers::all(std::string_view streamPath) {
   json += "],\"metadata\":{";
   if (!context_.ignored().empty()) json += ignoredMember();
   const char mark = streamPath.find('?') == std::string_view::npos ? '?' : '&';
-  const std::string uri =
-      std::string(streamPath) + mark + "since=" + edition_->edition->version;
+  const std::string uri = std::string(streamPath) + mark + "since=" + edition_->edition->version;
   json += R"(},"eventStreams":[{"type":"sse","endpoint":{"requestUri":)" + JsonValue(uri).toJson() +
           R"(},"inactivityDelaySec":120}]})";
   const auto digest = base::hexDigits(base::md5(digests_, std::string_view(json).substr(flagsEnd)));

@@ -53,7 +53,8 @@ std::string ticketOf(std::string_view key) {
   for (char& each : inner) each = static_cast<char>(each ^ 0x36);
   for (char& each : outer) each = static_cast<char>(each ^ 0x5C);
   const Md5Digest first = md5({inner.data(), inner.size()}, kMeaning);
-  return std::string(corvo_internal::base::view(hexDigits(md5({outer.data(), outer.size()}, bytes(first)))));
+  return std::string(
+      corvo_internal::base::view(hexDigits(md5({outer.data(), outer.size()}, bytes(first)))));
 }
 
 /// The token of "Bearer TOKEN", whose scheme may have any letter case; otherwise empty.

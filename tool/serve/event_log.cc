@@ -24,8 +24,7 @@ std::string EventLog::add(std::string version, std::int64_t lastModified) {
   const std::string id = std::to_string(++count_) + "-" + version;
   version_ = std::move(version);
   if (events_.size() == kKept) events_.pop_front();
-  events_.push_back(
-      {id, "event: message\n" + lineOfId(id) + "data: " + toJson(data) + "\n\n"});
+  events_.push_back({id, "event: message\n" + lineOfId(id) + "data: " + toJson(data) + "\n\n"});
   return events_.back().text;
 }
 

@@ -12,7 +12,8 @@ constexpr const char* kPulse = ":\n\n";
 
 }  // namespace
 
-EventStream::EventStream(std::chrono::milliseconds pulse) : heart_([this, pulse] { beat(pulse); }) {}
+EventStream::EventStream(std::chrono::milliseconds pulse)
+    : heart_([this, pulse] { beat(pulse); }) {}
 
 EventStream::~EventStream() {
   {

@@ -74,8 +74,8 @@ std::string Metrics::text(const std::vector<Gauge>& gauges) const {
   const Counts all = sum();
   std::string text = head("corvo_requests_total", "counter", "Requests, by route and status.");
   for (const auto& [key, count] : all.requests) {
-    text += "corvo_requests_total{" + label(key.first) + ",status=\"" +
-            std::to_string(key.second) + "\"} " + std::to_string(count) + "\n";
+    text += "corvo_requests_total{" + label(key.first) + ",status=\"" + std::to_string(key.second) +
+            "\"} " + std::to_string(count) + "\n";
   }
   constexpr std::string_view kDuration = "corvo_request_duration_seconds";
   text += head(kDuration, "histogram", "The time from a complete request to its answer.");

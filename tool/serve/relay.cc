@@ -61,8 +61,8 @@ Relay::Fetch fetchWithClient(SourceOptions options, std::chrono::seconds life) {
   const auto clock = std::make_shared<JumpingClock>();
   Platform platform = platformOf(options, {.inMemory = true});
   platform.clock = clock;
-  const auto asked = std::make_shared<AskedClient>(std::move(platform), options.url, options.token,
-                                                   std::nullopt);
+  const auto asked =
+      std::make_shared<AskedClient>(std::move(platform), options.url, options.token, std::nullopt);
   return [clock, asked] {
     clock->jump();
     asked->ask([](CorvoClient& client) { client.getProject().get(); });

@@ -70,8 +70,9 @@ class Service {
       : options_(options),
         keys_(options.keys),
         surroundings_(options.surroundings),
-        ofrep_(publication_, surroundings_,
-               options.keys.empty() ? std::string(kEventsPath) : keys_.addressOfEvents(kEventsPath)),
+        ofrep_(
+            publication_, surroundings_,
+            options.keys.empty() ? std::string(kEventsPath) : keys_.addressOfEvents(kEventsPath)),
         server_(handler(), {.connections = options.connections}) {
     if (options.isRelay()) {
       const std::chrono::seconds life(options.life);
@@ -168,7 +169,8 @@ void Service::keepUp() noexcept {
 void addServe(CLI::App& app) {
   auto options = std::make_shared<ServeOptions>();
   CLI::App& command = *app.add_subcommand(
-      "serve", "Serve a project to clients and to OpenFeature; prints its address, runs until stopped");
+      "serve",
+      "Serve a project to clients and to OpenFeature; prints its address, runs until stopped");
   addServeOptions(command, *options);
   command.callback([options, &command] {
     settleServe(command, *options);

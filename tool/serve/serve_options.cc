@@ -112,8 +112,9 @@ void settleKeys(ServeOptions& options) {
     throw CLI::ValidationError("--api-key", refused.what());
   }
   if (options.keys.empty() && !options.insecure && !options.listenAddress().isLoopback()) {
-    throw CLI::ValidationError("--listen", "other machines could connect: requires --api-key, or "
-                                           "--insecure");
+    throw CLI::ValidationError("--listen",
+                               "other machines could connect: requires --api-key, or "
+                               "--insecure");
   }
   if (!options.keys.empty() && options.insecure) {
     throw CLI::ExcludesError("--insecure", "--api-key");
