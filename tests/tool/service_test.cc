@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <corvo/json_value.h>
+#include <corvo/property.h>
 #include <gmock/gmock.h>
 #include <httplib.h>
 

@@ -97,11 +97,13 @@ bool ApiKeys::admit(const HttpRequest& request) const {
   return isAdmitted;
 }
 
-std::string ApiKeys::addressOfEvents(std::string_view path) const {
-  return std::string(path) + "?ticket=" + tickets_.front();
+std::string ApiKeys::addressOfEvents() const {
+  const std::string path(kEventsPath);
+  return tickets_.empty() ? path : path + "?ticket=" + tickets_.front();
 }
 
 HttpRoute ApiKeys::around(HttpRoute route) const {
+  if (keys_.empty()) return route;
   return [keys = *this, route = std::move(route)](const HttpRequest& request) {
     const bool hasTicket =
         request.path == kEventsPath && isAmong(request.parameter("ticket"), keys.tickets_);

@@ -12,7 +12,7 @@ namespace corvo::tool {
 /// The path that needs no key: load balancers and orchestrators cannot send one.
 inline constexpr std::string_view kHealthPath = "/healthz";
 
-/// The keys of which a request needs one.
+/// The keys of which a request needs one, if there are any.
 class ApiKeys {
  public:
   /// Throws `std::invalid_argument` if a key is empty or has characters other than visible ASCII.
@@ -26,11 +26,11 @@ class ApiKeys {
   /// The address of the event stream for those who have a key. A browser cannot send a header with
   /// a request for events, and a key must not be in an address, which ends in logs. So the address
   /// has a ticket, which follows from the first key, opens the event stream only, and is the same
-  /// for all servers with the same first key.
-  [[nodiscard]] std::string addressOfEvents(std::string_view path) const;
+  /// for all servers with the same first key. Without keys, it is the path.
+  [[nodiscard]] std::string addressOfEvents() const;
 
   /// The route for requests that have a key, for the health route, and for the event stream with
-  /// the ticket of any key. Others get 401.
+  /// the ticket of any key. Others get 401. Without keys, it is the route itself.
   [[nodiscard]] HttpRoute around(HttpRoute route) const;
 
  private:

@@ -19,12 +19,12 @@ std::string lineOfId(const std::string& id) { return "id: " + id + "\n"; }
 }  // namespace
 
 std::string EventLog::add(std::string version, std::int64_t lastModified) {
-  const JsonObject data{
-      {"type", "refetchEvaluation"}, {"etag", version}, {"lastModified", lastModified}};
+  const std::string data = R"({"type":"refetchEvaluation","etag":)" + JsonValue(version).toJson() +
+                           ",\"lastModified\":" + std::to_string(lastModified) + "}";
   const std::string id = std::to_string(++count_) + "-" + version;
   version_ = std::move(version);
   if (events_.size() == kKept) events_.pop_front();
-  events_.push_back({id, "event: message\n" + lineOfId(id) + "data: " + toJson(data) + "\n\n"});
+  events_.push_back({id, "event: message\n" + lineOfId(id) + "data: " + data + "\n\n"});
   return events_.back().text;
 }
 

@@ -44,8 +44,7 @@ void addProject(CLI::App& command, ServeOptions& options) {
   addUrlOption(command, options.source);
   addBackendOptions(command, options.source);
   command
-      .add_option("--ttl", options.life,
-                  "How long a fetched configuration may answer, in seconds; the default is 60")
+      .add_option("--ttl", options.life, "How long a fetched copy may answer; the default is 60")
       ->check(CLI::Range(std::int64_t{1}, std::int64_t{86'400}))
       ->type_name("SECONDS");
   group(command, "Project");
@@ -58,29 +57,27 @@ void addAddress(CLI::App& command, ServeOptions& options) {
           ->capture_default_str();
   command
       .add_option("--listen", options.address,
-                  "Listen here instead of on 127.0.0.1; other machines need a key")
+                  "An address and a port to listen on, instead of --port")
       ->check(complainAboutAddress)
       ->excludes(port)
       ->type_name("ADDRESS:PORT");
   command
       .add_option("--max-connections", options.connections,
-                  "More get 429; the default is " + std::to_string(options.connections))
+                  "More get a 429; the default is " + std::to_string(options.connections))
       ->check(CLI::Range(1, 1'000'000));
   command.add_flag("--log", options.log, "Print a line for each request");
   group(command, "Server");
 }
 
 void addAccess(CLI::App& command, ServeOptions& options) {
-  command
-      .add_option("--api-key", options.keys,
-                  "A key that requests need; repeatable, or with commas between")
+  command.add_option("--api-key", options.keys, "A key that requests need; repeatable")
       ->envname(kKeysVariable)
       ->allow_extra_args(false)
       ->type_name("KEY");
   command.add_flag("--insecure", options.insecure, "Answer without a key whoever can connect");
   command
       .add_option("--allow-origin", options.origins,
-                  "Answer pages of this origin, or of all with *; repeatable")
+                  "Answer pages of this origin, or *; repeatable")
       ->check(complainAboutOrigin)
       ->allow_extra_args(false)
       ->type_name("ORIGIN");
