@@ -15,6 +15,7 @@ import { test } from 'node:test';
 import { Configuration, Served, until } from './served.mjs';
 
 const [corvo, nginx] = process.argv.slice(2);
+const kKey = 'secret';
 const kWorkers = 32;
 const kRound = 3000;  // answers
 const kExample = new URL('../../examples/balancer/corvo.conf', import.meta.url);
@@ -48,7 +49,8 @@ async function balance(folder, ports) {
 }
 
 /** Sends a request through the balancer. */
-function send({ port, agent }, path, body, headers = {}) {
+function send({ port, agent }, path, body) {
+  const headers = { 'X-API-Key': kKey, ...(body && { 'Content-Type': 'application/json' }) };
   return new Promise((resolve, reject) => {
     request({ host: 'localhost', port, agent, path, method: body ? 'POST' : 'GET', headers }, resolve)
       .on('error', reject).end(body && JSON.stringify(body));
@@ -80,7 +82,7 @@ class Load {
       const context = { targetingKey: `user-${number}-${i}`, plan };
       ++this.inFlight;
       try {
-        const response = await send(balancer, '/ofrep/v1/evaluate/flags/price', { context }, { 'Content-Type': 'application/json' });
+        const response = await send(balancer, '/ofrep/v1/evaluate/flags/price', { context });
         const text = await bodyOf(response);
         const answer = response.statusCode === 200 ? JSON.parse(text) : null;
         if (!answer) this.lost.push(response.statusCode);
@@ -107,7 +109,7 @@ class Load {
 
 /** How many single questions a process has answered, by its own count. */
 async function answeredBy({ url }) {
-  const lines = (await (await fetch(`${url}/metrics`)).text()).split('\n');
+  const lines = (await (await fetch(`${url}/metrics`, { headers: { 'X-API-Key': kKey } })).text()).split('\n');
   const counts = lines.filter((line) => /^\w+_total\{.*evaluate\/flags\/.*200/.test(line));
   return counts.reduce((sum, line) => sum + Number(line.split(' ').at(-1)), 0);
 }
@@ -115,7 +117,8 @@ async function answeredBy({ url }) {
 test('two processes behind nginx', async (t) => {
   const config = await Configuration.create();
   t.after(() => config.remove());
-  const servers = [await Served.start(corvo, config), await Served.start(corvo, config)];
+  const start = (port) => Served.start(corvo, config, { port, keys: kKey });
+  const servers = [await start(), await start()];
   t.after(() => Promise.all(servers.map((server) => server.end())));
   const balancer = await balance(config.folder, servers.map(({ port }) => port));
   t.after(async () => {
@@ -142,7 +145,7 @@ test('two processes behind nginx', async (t) => {
   });
 
   await t.test('it comes back', async () => {
-    servers[0] = await Served.start(corvo, config, { port: servers[0].port });
+    servers[0] = await start(servers[0].port);
     await until('its first answer', async () => await answeredBy(servers[0]) > 0);
   });
 

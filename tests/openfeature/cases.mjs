@@ -33,12 +33,11 @@ export const kCases = [
     gets: found(1, 'SPLIT', 'short', { flagMetadata: { experiment: 'short-checkout', index: 1 } }) },
 
   // Defaults.
-  { what: 'no rule applies', context: ann, ask: ['String', 'unset', 'mine'], gets: { value: 'mine', errorCode: undefined },
-    onServer: unset },
+  { what: 'no rule applies', context: ann, ask: ['String', 'unset', 'mine'], gets: found('mine', 'DEFAULT'), onServer: unset },
   { what: 'no rules', context: ann, ask: ['Object', 'no-rules', { mine: 1 }],
-    gets: { value: { mine: 1 }, errorCode: undefined }, onServer: unset },
+    gets: found({ mine: 1 }, 'DEFAULT'), onServer: unset },
   { what: 'no rules for the group', context: ann, ask: ['String', 'checkout-colour', 'mine'],
-    gets: { value: 'mine', errorCode: undefined }, onServer: unset },
+    gets: found('mine', 'DEFAULT'), onServer: unset },
   { what: 'a missing flag', context: ann, ask: ['Boolean', 'nowhere', true], gets: fails(true, 'FLAG_NOT_FOUND') },
   { what: 'a boolean for a text', context: ann, ask: ['Boolean', 'greeting', true], gets: fails(true, 'TYPE_MISMATCH') },
   { what: 'a text for a number', context: ann, ask: ['String', 'limit', 'mine'], gets: fails('mine', 'TYPE_MISMATCH') },
@@ -51,7 +50,8 @@ export const kCases = [
   { ...text({ member: true }), gets: { value: 'boolean' } },
   { ...text({ member: false }), gets: { value: 'something' } },
   { ...text({ member: null, visits: null, email: null }), gets: { value: 'nothing' } },
-  { ...text({ visits: [3], member: { true: true } }), gets: { value: 'nothing' } },
+  { ...text({ visits: [3], member: { true: true } }), gets: { value: 'nothing' },
+    onServer: { flagMetadata: { ignoredContext: 'visits, member' } } },
   { ...text({ email: 'ann@shop.example' }), gets: { value: 'named property' } },
   { what: 'the key of the user', context: zoe, ask: ['String', 'read', '-'], gets: { value: 'user' } },
 ];

@@ -37,14 +37,14 @@ test('the examples', async (t) => {
   const config = await Configuration.create();
   t.after(() => config.remove());
   await config.replace(project);
-  const server = await Served.start(corvo, config, { keys: 'a key for servers,a key for pages' });
+  const server = await Served.start(corvo, config, { keys: 'server-key,page-key' });
   t.after(() => server.end());
   assert.equal(blocks.length, 2);
   for (const block of blocks) {
     const code = block.replace('https://flags.example.com', server.url);
     const program = spawn(process.execPath, ['--input-type=module', '--eval', code], {
       cwd: fileURLToPath(new URL('.', import.meta.url)), stdio: ['ignore', 'pipe', 'inherit'],
-      env: { ...process.env, FLAGS_KEY: 'a key for servers' } });
+      env: { ...process.env, FLAGS_KEY: 'server-key' } });
     const [line] = await once(createInterface(program.stdout), 'line');
     assert.equal(line, 'true');
     program.kill();

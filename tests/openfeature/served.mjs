@@ -55,11 +55,12 @@ export class Configuration {
 
 /** One process. */
 export class Served {
-  static async start(corvo, config, { port = 0, options = [], keys = '' } = {}) {
+  /** `keys` are separated by commas. */
+  static async start(corvo, config, { port = 0, options = [], keys } = {}) {
     const served = new Served();
     const listen = ['serve', '--config', config.path, '--listen', `127.0.0.1:${port}`];
-    served.process = spawn(corvo, [...listen, ...options],
-      { stdio: ['ignore', 'pipe', 'inherit'], env: { ...process.env, CORVO_API_KEYS: keys } });
+    const env = { ...process.env, ...(keys && { CORVO_API_KEYS: keys }) };
+    served.process = spawn(corvo, [...listen, ...options], { stdio: ['ignore', 'pipe', 'inherit'], env });
     served.ended = once(served.process, 'exit');
     const [line] = await once(createInterface(served.process.stdout), 'line');
     served.url = line.replace('Serving ', '');
