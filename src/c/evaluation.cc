@@ -15,6 +15,7 @@
 #include "c/objects.h"
 #include "c/report_json.h"
 #include "c/value.h"
+#include "model/typed_text.h"
 
 namespace corvo::corvo_internal::c {
 namespace {
@@ -93,7 +94,7 @@ corvo_status corvo_evaluation_check_flag(corvo_evaluation* evaluation, corvo_tex
   return withEvaluation(evaluation, [&](EvaluationObject& object) {
     corvo_value& result = resultAt(value);
     checkType(type);
-    const auto text = object.evaluation.checkFlag<PlainText>(viewOf(name));
+    const auto text = object.evaluation.checkFlag<corvo_internal::model::PlainText>(viewOf(name));
     result = valueOf(text.value()->text, type);
   });
 }
