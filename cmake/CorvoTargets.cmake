@@ -101,15 +101,18 @@ function(corvo_skip_test label name)
   set_tests_properties(${name} PROPERTIES LABELS ${label} SKIP_REGULAR_EXPRESSION skipped)
 endfunction()
 
-# The system's Python, for which Debian has packages, if it has these modules; otherwise empty.
-function(corvo_find_python result modules)
-  set(${result} "" PARENT_SCOPE)
+# The system's Python, for which Debian has packages, if it has these modules. Otherwise empty, with a skipped
+# test in place of those of a label.
+function(corvo_find_python result modules label skipped)
   find_program(CORVO_PYTHON python3 PATHS /usr/bin NO_DEFAULT_PATH)
   if(CORVO_PYTHON)
     execute_process(COMMAND ${CORVO_PYTHON} -c "import ${modules}" RESULT_VARIABLE missing
       OUTPUT_QUIET ERROR_QUIET)
     if(NOT missing)
       set(${result} ${CORVO_PYTHON} PARENT_SCOPE)
+      return()
     endif()
   endif()
+  set(${result} "" PARENT_SCOPE)
+  corvo_skip_test(${label} "${skipped}")
 endfunction()

@@ -87,8 +87,8 @@ struct CORVO_EXPORT Explanation {
   /// The whole explanation as a JSON object; see docs/explain.md.
   [[nodiscard]] std::string toJson() const;
 
-  /// The whole explanation for people, one step per line. Texts in steps are quoted as in JSON;
-  /// control characters in an error's description are escaped. The wording may change.
+  /// The whole explanation as a human-readable text, one step per line. Texts in steps are quoted
+  /// as in JSON; control characters in an error's description are escaped. The wording may change.
   [[nodiscard]] std::string toText() const;
 };
 

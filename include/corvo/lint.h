@@ -22,7 +22,7 @@ struct Finding {
   std::size_t offset = 0;  ///< Where the value (or the offending key) begins, in bytes from 0.
   std::size_t line = 1;    ///< From 1.
   std::size_t column = 1;  ///< From 1, in code points.
-  std::string message;     ///< One line for people, in UTF-8. Its wording may change.
+  std::string message;     ///< One human-readable line, in UTF-8. Its wording may change.
 
   bool operator==(const Finding&) const = default;
 };

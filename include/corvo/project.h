@@ -42,7 +42,7 @@ class CORVO_EXPORT Project {
   /// An element that the reader or the filter dropped, and why.
   struct Drop {
     std::string pointer;     ///< A JSON pointer (RFC 6901) to the element.
-    std::string reason;      ///< In a few words, for people.
+    std::string reason;      ///< A short, human-readable reason.
     std::size_t offset = 0;  ///< Where it begins in the document, in bytes from 0.
 
     bool operator==(const Drop&) const = default;
@@ -71,7 +71,7 @@ class CORVO_EXPORT Project {
   /// A group of an experiment.
   struct Group {
     std::string name;                       ///< As in `CorvoExperiment::userGroupName`.
-    std::optional<std::string> label = {};  ///< For people.
+    std::optional<std::string> label = {};  ///< A human-readable name.
     double weight = 0;                      ///< A fraction of the experiment's users.
   };
   /// An experiment or a holdout of the configuration.
@@ -115,7 +115,7 @@ class CORVO_EXPORT Project {
   /// a lower end above its upper end.
   struct Stop {
     std::string experiment;  ///< Its name.
-    std::string reason;      ///< In a few words, for people.
+    std::string reason;      ///< A short, human-readable reason.
   };
   /// All such experiments.
   [[nodiscard]] std::vector<Stop> stops() const;

@@ -11,7 +11,8 @@ namespace corvo::corvo_internal::c {
 
 PresentedAnswer::PresentedAnswer(Outcome outcome) : outcome_(std::move(outcome)) {
   if (outcome_.error) {
-    error_ = described(*outcome_.error);
+    outcome_.text = outcome_.error->description();
+    error_ = described(*outcome_.error, outcome_.text);
     answer_.error = &error_;
     return;
   }

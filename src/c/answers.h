@@ -21,7 +21,7 @@ namespace corvo::corvo_internal::c {
 struct Outcome {
   std::optional<CorvoError> error = std::nullopt;
   corvo_value value{};  // its text, if it has one, is `text`
-  std::string text;
+  std::string text;     // of the value or of the error
   std::optional<Project> project = std::nullopt;
   std::vector<CorvoExperimentPointer> experiments;
 };

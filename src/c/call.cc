@@ -10,6 +10,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <variant>
 
 namespace corvo::corvo_internal::c {
 namespace {
@@ -43,9 +48,9 @@ const CorvoNetworkError* networkErrorOf(const CorvoError& error) {
 
 }  // namespace
 
-corvo_error described(const CorvoError& error) {
+corvo_error described(const CorvoError& error, std::string_view description) {
   const auto status = static_cast<corvo_status>(static_cast<int>(error.which()) + 1);
-  corvo_error result = errorOf(status, error.what());
+  corvo_error result = errorOf(status, description);
   const CorvoNetworkError* const network = networkErrorOf(error);
   if (network == nullptr) return result;
   result.network = static_cast<corvo_network_error>(static_cast<int>(network->which()) + 1);
@@ -74,6 +79,24 @@ corvo_status failed(corvo_status status, std::string_view text) noexcept {
   return failed(errorOf(status, text));
 }
 
+corvo_status failedByException() noexcept {
+  try {
+    try {
+      throw;
+    } catch (const CorvoError& error) {  // not its `what()`, which ends at a NUL
+      return failed(described(error, error.description()));
+    }
+  } catch (const Misuse& misuse) {
+    return failed(misuse.status, misuse.text);
+  } catch (const std::bad_alloc&) {
+    return failed(CORVO_OUT_OF_MEMORY, kNoMemory);
+  } catch (const std::length_error&) {  // an absurd size
+    return failed(CORVO_OUT_OF_MEMORY, kNoMemory);
+  } catch (const std::exception& error) {
+    return failed(CORVO_PLATFORM_FAILED, error.what());
+  }
+}
+
 std::string_view viewOf(corvo_text text) {
   if (text.data == nullptr && text.size > 0) {
     throw Misuse(CORVO_INVALID_ARGUMENT, "a text has a size but no data");
@@ -96,33 +119,24 @@ corvo_text corvo_text_of(const char* terminated) {
 }
 
 const char* corvo_status_name(corvo_status status) {
-  switch (status) {
-    case CORVO_OK:
-      return "ok";
-    case CORVO_INVALID_HANDLE:
-      return "invalidHandle";
-    case CORVO_INVALID_ARGUMENT:
-      return "invalidArgument";
-    case CORVO_BUSY:
-      return "busy";
-    case CORVO_OUT_OF_MEMORY:
-      return "outOfMemory";
-    case CORVO_DROPPED:
-      return "dropped";
-    case CORVO_CANCELLED:
-      return "cancelled";
-    case CORVO_PLATFORM_FAILED:
-      return "platformFailed";
-    case CORVO_UNAVAILABLE:
-      return "unavailable";
-    case CORVO_PENDING:
-      return "pending";
-    default: {
-      if (status < 1 || status > 15) return nullptr;
-      const std::string_view name = to_string(static_cast<CorvoError::Case>(status - 1));
-      return name.data();  // zero-terminated, as it is a literal
-    }
+  static constexpr std::pair<corvo_status, const char*> kNames[] = {
+      {CORVO_OK, "ok"},
+      {CORVO_INVALID_HANDLE, "invalidHandle"},
+      {CORVO_INVALID_ARGUMENT, "invalidArgument"},
+      {CORVO_BUSY, "busy"},
+      {CORVO_OUT_OF_MEMORY, "outOfMemory"},
+      {CORVO_DROPPED, "dropped"},
+      {CORVO_CANCELLED, "cancelled"},
+      {CORVO_PLATFORM_FAILED, "platformFailed"},
+      {CORVO_UNAVAILABLE, "unavailable"},
+      {CORVO_PENDING, "pending"},
+  };
+  for (const auto& [named, name] : kNames) {
+    if (named == status) return name;
   }
+  static constexpr int kCases = std::variant_size_v<CorvoError::Payload>;
+  if (status < 1 || status > kCases) return nullptr;
+  return to_string(static_cast<CorvoError::Case>(status - 1)).data();  // zero-terminated
 }
 
 const char* corvo_version() { return CORVO_VERSION; }

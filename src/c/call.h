@@ -7,16 +7,14 @@
 #include <cstddef>
 #include <cstring>
 #include <exception>
-#include <new>
 #include <optional>
 #include <span>
-#include <stdexcept>
 #include <string_view>
 
 namespace corvo::corvo_internal::c {
 
-/// An error in C. Its text is the error's own, or the given one.
-corvo_error described(const CorvoError& error);
+/// An error in C with that text. An error of the library has its own description as text.
+corvo_error described(const CorvoError& error, std::string_view description);
 corvo_error errorOf(corvo_status status, std::string_view text);
 
 /// Records the last error of this thread and returns its status.
@@ -40,29 +38,28 @@ class Misuse : public std::exception {
                "the handle is in use, on another thread or by the caller of a callback");
 }
 
+inline constexpr std::string_view kNoMemory = "memory ran out";
+
+/// Records the exception that is being handled, and returns its status.
+corvo_status failedByException() noexcept;
+
 /// Runs what a function of the C interface does, which nothing may leave by an exception.
 template <class Body>
 corvo_status call(Body body) noexcept {
-  static constexpr const char* kNoMemory = "memory ran out";
   try {
     body();
     return CORVO_OK;
-  } catch (const CorvoError& error) {
-    return failed(described(error));
-  } catch (const Misuse& misuse) {
-    return failed(misuse.status, misuse.text);
-  } catch (const std::bad_alloc&) {
-    return failed(CORVO_OUT_OF_MEMORY, kNoMemory);
-  } catch (const std::length_error&) {  // an absurd size
-    return failed(CORVO_OUT_OF_MEMORY, kNoMemory);
-  } catch (const std::exception& error) {
-    return failed(CORVO_PLATFORM_FAILED, error.what());
+  } catch (const std::exception&) {
+    return failedByException();
   }
 }
 
 /// The text of an argument. Throws `Misuse` for one without data.
 std::string_view viewOf(corvo_text text);
-inline corvo_text asText(std::string_view text) { return {text.data(), text.size()}; }
+/// A text for the caller, perhaps empty, but never "no text".
+inline corvo_text asText(std::string_view text) {
+  return {text.data() == nullptr ? "" : text.data(), text.size()};
+}
 
 /// The same; absent for no text at all.
 std::optional<std::string_view> optionalViewOf(corvo_text text);

@@ -2,8 +2,6 @@
 
 #include "c/caller_bytes.h"
 
-#include <thread>
-
 #include "c/call.h"
 #include "c/handle_table.h"
 #include "c/objects.h"
@@ -11,19 +9,13 @@
 namespace corvo::corvo_internal::c {
 namespace {
 
-auto& places() {
-  static auto& table = *new HandleTable<CallerBytes::Bytes, 11, false>();
-  return table;
-}
+auto& places() { return tableOf<CallerBytes::Bytes, Mark::bytes, false>(); }
 
 }  // namespace
 
-CallerBytes::CallerBytes() : handle_(static_cast<corvo_bytes*>(places().add(bytes_))) {}
+CallerBytes::CallerBytes() : handle_(handleIn<corvo_bytes>(places(), bytes_)) {}
 
-CallerBytes::~CallerBytes() {
-  // Another thread, against the rules, may be using it at this moment.
-  while (call([&] { freeHandle(places(), handle_); }) == CORVO_BUSY) std::this_thread::yield();
-}
+CallerBytes::~CallerBytes() { freeWhenIdle(places(), handle_); }
 
 }  // namespace corvo::corvo_internal::c
 

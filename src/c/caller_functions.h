@@ -10,13 +10,18 @@
 
 namespace corvo::corvo_internal::c {
 
+/// A context that is destroyed with the last copy.
+inline std::shared_ptr<void> ownedContext(void* context, void (*destroy)(void*)) {
+  return {context, [destroy](void* last) {
+            if (destroy != nullptr) destroy(last);
+          }};
+}
+
 /// The functions that an application in C brings, and their context, which is destroyed when
 /// nothing uses it any more.
 struct CallerFunctions : corvo_platform {
   explicit CallerFunctions(const corvo_platform& given)
-      : corvo_platform(given), owned(given.context, [end = given.destroy](void* last) {
-          if (end != nullptr) end(last);
-        }) {}
+      : corvo_platform(given), owned(ownedContext(given.context, given.destroy)) {}
 
   template <class Function, class... Args>
   auto call(Function function, Args... args) const {

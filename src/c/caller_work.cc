@@ -25,14 +25,8 @@ struct Task {
 };
 
 // Exchanges and tasks are used once: whoever frees the handle has the object.
-auto& exchanges() {
-  static auto& table = *new HandleTable<Exchange, 9, true>();
-  return table;
-}
-auto& tasks() {
-  static auto& table = *new HandleTable<Task, 10, true>();
-  return table;
-}
+auto& exchanges() { return tableOf<Exchange, Mark::exchange, true>(); }
+auto& tasks() { return tableOf<Task, Mark::task, true>(); }
 
 class CallerQueue final : public CallerService<MainQueue> {
  public:
@@ -40,7 +34,7 @@ class CallerQueue final : public CallerService<MainQueue> {
 
   void post(Callback<void()> task) override {
     auto object = std::make_shared<Task>(Task{std::move(task)});
-    auto* const handle = static_cast<corvo_task*>(tasks().add(std::move(object)));
+    auto* const handle = handleIn<corvo_task>(tasks(), std::move(object));
     functions_->call(functions_->post, handle);
   }
 
@@ -65,7 +59,7 @@ class CallerSession final : public CallerService<UrlSession> {
     const corvo_request given{asText(request.method), asText(request.url), headers.data(),
                               headers.size(), request.timeoutSeconds};
     auto object = std::make_shared<Exchange>(Exchange{std::move(completion)});
-    auto* const handle = static_cast<corvo_exchange*>(exchanges().add(std::move(object)));
+    auto* const handle = handleIn<corvo_exchange>(exchanges(), std::move(object));
     functions_->call(functions_->start, &given, handle);
   }
 };

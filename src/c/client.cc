@@ -8,7 +8,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -128,10 +127,9 @@ EditUser editBy(corvo_edit edit, void* context) {
   return [edit, context](CorvoUser::Builder& builder) {
     auto object = std::make_shared<UserObject>();
     object->builder = &builder;
-    auto* const user = static_cast<corvo_user*>(users().add(std::move(object)));
+    auto* const user = handleIn<corvo_user>(users(), std::move(object));
     const bool isDone = edit(context, user);
-    // The caller may have freed it, or another thread may be using it at this moment.
-    while (corvo_user_free(user) == CORVO_BUSY) std::this_thread::yield();
+    freeWhenIdle(users(), user);
     if (!isDone) throw Misuse(CORVO_CANCELLED, "the function asked to change nothing");
   };
 }

@@ -43,13 +43,7 @@ struct ClientObject {
   OneThread turn;
 };
 
-inline auto& registries() {
-  static auto& table = *new HandleTable<RegistryObject, 5, true>();
-  return table;
-}
-inline auto& clients() {
-  static auto& table = *new HandleTable<ClientObject, 7, true>();
-  return table;
-}
+inline auto& registries() { return tableOf<RegistryObject, Mark::registry, true>(); }
+inline auto& clients() { return tableOf<ClientObject, Mark::client, true>(); }
 
 }  // namespace corvo::corvo_internal::c

@@ -9,11 +9,13 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "c/call.h"
 #include "c/objects.h"
 #include "c/report_json.h"
 #include "c/value.h"
+#include "model/typed_text.h"
 
 namespace corvo::corvo_internal::c {
 namespace {
@@ -35,6 +37,24 @@ corvo_value keptValue(EvaluationObject& object, std::optional<std::string> text)
   return stringValue(object.text);
 }
 
+/// Lists in `kept` what a question answers about the positions.
+template <auto question, class Element, class Convert>
+corvo_status listAt(const corvo_evaluation* evaluation, const std::size_t* positions,
+                    std::size_t count, std::vector<Element> EvaluationObject::*kept,
+                    const Element** elements, std::size_t* element_count, Convert convert) {
+  return withEvaluation(evaluation, [&](EvaluationObject& object) {
+    const Element*& result = resultAt(elements);
+    std::size_t& size = resultAt(element_count);
+    std::vector<Element>& list = object.*kept;
+    list.clear();
+    for (const auto& each : (object.evaluation.*question)(listOf(positions, count))) {
+      list.push_back(convert(each));
+    }
+    result = list.data();
+    size = list.size();
+  });
+}
+
 }  // namespace
 }  // namespace corvo::corvo_internal::c
 
@@ -47,7 +67,7 @@ corvo_status corvo_evaluation_create(corvo_project* project, const corvo_context
     corvo_evaluation*& result = resultAt(evaluation);
     const auto prepared = shared(projects(), project);
     auto object = std::make_shared<EvaluationObject>(prepared->project, context);
-    result = static_cast<corvo_evaluation*>(evaluations().add(std::move(object)));
+    result = handleIn<corvo_evaluation>(evaluations(), std::move(object));
   });
 }
 
@@ -74,7 +94,7 @@ corvo_status corvo_evaluation_check_flag(corvo_evaluation* evaluation, corvo_tex
   return withEvaluation(evaluation, [&](EvaluationObject& object) {
     corvo_value& result = resultAt(value);
     checkType(type);
-    const auto text = object.evaluation.checkFlag<PlainText>(viewOf(name));
+    const auto text = object.evaluation.checkFlag<corvo_internal::model::PlainText>(viewOf(name));
     result = valueOf(text.value()->text, type);
   });
 }
@@ -133,51 +153,34 @@ corvo_status corvo_evaluation_holdouts(corvo_evaluation* evaluation, corvo_value
 corvo_status corvo_evaluation_flag_texts(corvo_evaluation* evaluation, const size_t* flags,
                                          size_t flag_count, const corvo_flag_text** texts,
                                          size_t* text_count) {
-  return withEvaluation(evaluation, [&](EvaluationObject& object) {
-    const corvo_flag_text*& result = resultAt(texts);
-    std::size_t& count = resultAt(text_count);
-    object.flagTexts.clear();
-    for (const auto& [flag, text] : object.evaluation.flagTexts(listOf(flags, flag_count))) {
-      object.flagTexts.push_back({flag, asText(text)});
-    }
-    result = object.flagTexts.data();
-    count = object.flagTexts.size();
-  });
+  return listAt<&Evaluation::flagTexts>(evaluation, flags, flag_count, &EvaluationObject::flagTexts,
+                                        texts, text_count, [](const Evaluation::FlagText& each) {
+                                          return corvo_flag_text{each.flag, asText(each.text)};
+                                        });
 }
 
 corvo_status corvo_evaluation_memberships(corvo_evaluation* evaluation, const size_t* experiments,
                                           size_t experiment_count,
                                           const corvo_membership** memberships,
                                           size_t* membership_count) {
-  return withEvaluation(evaluation, [&](EvaluationObject& object) {
-    const corvo_membership*& result = resultAt(memberships);
-    std::size_t& count = resultAt(membership_count);
-    object.memberships.clear();
-    const auto positions = listOf(experiments, experiment_count);
-    for (const auto& [experiment, group] : object.evaluation.memberships(positions)) {
-      object.memberships.push_back({experiment, group});
-    }
-    result = object.memberships.data();
-    count = object.memberships.size();
-  });
+  return listAt<&Evaluation::memberships>(evaluation, experiments, experiment_count,
+                                          &EvaluationObject::memberships, memberships,
+                                          membership_count, [](const Evaluation::Membership& each) {
+                                            return corvo_membership{each.experiment, each.group};
+                                          });
 }
 
 corvo_status corvo_evaluation_placements(corvo_evaluation* evaluation, const size_t* experiments,
                                          size_t experiment_count,
                                          const corvo_placement** placements,
                                          size_t* placement_count) {
-  return withEvaluation(evaluation, [&](EvaluationObject& object) {
-    const corvo_placement*& result = resultAt(placements);
-    std::size_t& count = resultAt(placement_count);
-    object.placements.clear();
-    for (const auto& each : object.evaluation.placements(listOf(experiments, experiment_count))) {
-      object.placements.push_back({each.experiment, asText(textOf(each.reason)),
-                                   each.group.value_or(CORVO_NO_POSITION),
-                                   each.holdout.value_or(CORVO_NO_POSITION)});
-    }
-    result = object.placements.data();
-    count = object.placements.size();
-  });
+  return listAt<&Evaluation::placements>(
+      evaluation, experiments, experiment_count, &EvaluationObject::placements, placements,
+      placement_count, [](const Evaluation::Placement& each) {
+        return corvo_placement{each.experiment, asText(textOf(each.reason)),
+                               each.group.value_or(CORVO_NO_POSITION),
+                               each.holdout.value_or(CORVO_NO_POSITION)};
+      });
 }
 
 corvo_status corvo_evaluation_explain_flag(corvo_evaluation* evaluation, corvo_text name,

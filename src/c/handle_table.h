@@ -16,6 +16,21 @@
 
 namespace corvo::corvo_internal::c {
 
+/// The type of a handle's object, which each handle names.
+enum class Mark : std::uintptr_t {
+  project = 1,
+  evaluation,
+  experiment,
+  findings,
+  registry,
+  user,
+  client,
+  reply,
+  exchange,
+  task,
+  bytes
+};
+
 /// How many bits of a handle each of its parts has.
 struct HandleBits {
   unsigned mark = 4;
@@ -37,8 +52,9 @@ struct HandleBits {
 ///
 /// Shared objects may be used by any number of threads at once. Other objects have one user at a
 /// time; a second one finds them busy.
-template <class Object, std::uintptr_t kMark, bool kIsShared, HandleBits kBits = HandleBits{}>
+template <class Object, Mark mark, bool kIsShared, HandleBits kBits = HandleBits{}>
 class HandleTable {
+  static constexpr auto kMark = static_cast<std::uintptr_t>(mark);
   static constexpr std::uintptr_t kMaxIndex = (std::uintptr_t{1} << kBits.index) - 1;
   static constexpr std::uintptr_t kMaxCount = (std::uintptr_t{1} << kBits.count) - 1;
   static_assert(kMark > 0 && kMark < (std::uintptr_t{1} << kBits.mark));
@@ -143,8 +159,8 @@ class HandleTable {
 
   /// The slot that a handle names, whether or not it is still valid.
   Slot* slotOf(std::uintptr_t handle) {
-    const std::uintptr_t mark = handle & ((std::uintptr_t{1} << kBits.mark) - 1);
-    return mark == kMark ? at(indexOf(handle)) : nullptr;
+    const std::uintptr_t named = handle & ((std::uintptr_t{1} << kBits.mark) - 1);
+    return named == kMark ? at(indexOf(handle)) : nullptr;
   }
 
   /// Whether a free slot has used up its handles. Under the mutex.
@@ -177,5 +193,19 @@ class HandleTable {
   std::vector<std::uintptr_t> free_;
   std::uintptr_t count_ = 0;
 };
+
+/// The table of all objects of a type. Never destroyed, so that programs may still free handles
+/// while they end.
+template <class Object, Mark mark, bool kIsShared>
+auto& tableOf() {
+  static auto& table = *new HandleTable<Object, mark, kIsShared>();
+  return table;
+}
+
+/// A new handle of the interface's type for an object.
+template <class Handle, class Table>
+Handle* handleIn(Table& table, typename Table::Pointer object) {
+  return static_cast<Handle*>(table.add(std::move(object)));
+}
 
 }  // namespace corvo::corvo_internal::c

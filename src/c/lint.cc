@@ -18,7 +18,7 @@ corvo_status corvo_lint(corvo_text document, corvo_findings** findings) {
     corvo_findings*& result = resultAt(findings);
     std::string json = corvo_internal::lint::findingsJson(viewOf(document));
     auto object = std::make_shared<FindingsObject>(FindingsObject{std::move(json)});
-    result = static_cast<corvo_findings*>(corvo_internal::c::findings().add(std::move(object)));
+    result = handleIn<corvo_findings>(corvo_internal::c::findings(), std::move(object));
   });
 }
 

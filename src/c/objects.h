@@ -13,6 +13,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -64,32 +65,18 @@ struct FindingsObject {
   std::string json;
 };
 
-// Never destroyed, so that programs may still free handles while they end.
-inline auto& projects() {
-  static auto& table = *new HandleTable<ProjectObject, 1, true>();
-  return table;
-}
-inline auto& evaluations() {
-  static auto& table = *new HandleTable<EvaluationObject, 2, false>();
-  return table;
-}
-inline auto& experiments() {
-  static auto& table = *new HandleTable<ExperimentObject, 3, true>();
-  return table;
-}
-inline auto& findings() {
-  static auto& table = *new HandleTable<FindingsObject, 4, true>();
-  return table;
-}
+inline auto& projects() { return tableOf<ProjectObject, Mark::project, true>(); }
+inline auto& evaluations() { return tableOf<EvaluationObject, Mark::evaluation, false>(); }
+inline auto& experiments() { return tableOf<ExperimentObject, Mark::experiment, true>(); }
+inline auto& findings() { return tableOf<FindingsObject, Mark::findings, true>(); }
 
 inline corvo_project* handleOf(Project project) {
-  auto object = std::make_shared<ProjectObject>(std::move(project));
-  return static_cast<corvo_project*>(projects().add(std::move(object)));
+  return handleIn<corvo_project>(projects(), std::make_shared<ProjectObject>(std::move(project)));
 }
 /// Of an experiment that is not null.
 inline corvo_experiment* handleOf(CorvoExperimentPointer experiment) {
-  auto object = std::make_shared<ExperimentObject>(std::move(experiment));
-  return static_cast<corvo_experiment*>(experiments().add(std::move(object)));
+  return handleIn<corvo_experiment>(experiments(),
+                                    std::make_shared<ExperimentObject>(std::move(experiment)));
 }
 
 void freeAll(const std::vector<corvo_experiment*>& handles);
@@ -126,6 +113,12 @@ auto takeFrom(Table& table, const void* handle) {
 template <class Table>
 void freeHandle(Table& table, const void* handle) {
   takeFrom(table, handle);
+}
+/// Frees a handle, unless the caller has. Waits while another thread uses it against the rules.
+template <class Table>
+void freeWhenIdle(Table& table, const void* handle) {
+  typename Table::Pointer last;
+  while (table.take(handle, last) == Table::Found::busy) std::this_thread::yield();
 }
 
 }  // namespace corvo::corvo_internal::c

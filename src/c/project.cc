@@ -23,14 +23,6 @@ Project::Filter filterOf(corvo_filter filter) {
   throw Misuse(CORVO_INVALID_ARGUMENT, "there is no such filter");
 }
 
-std::string sharesJson(const Project::Shares& shares) {
-  return toJson(JsonObject{{"layer", shares.layer},
-                           {"allocation", shares.allocation},
-                           {"covered", shares.covered},
-                           {"groups", JsonArray(shares.groups.begin(), shares.groups.end())},
-                           {"dependOnHoldouts", shares.dependOnHoldouts}});
-}
-
 }  // namespace
 }  // namespace corvo::corvo_internal::c
 
@@ -72,7 +64,11 @@ corvo_status corvo_project_shares(corvo_project* project, size_t experiment, cor
       return;
     }
     const std::optional<Project::Shares> shares = object->project.shares(experiment);
-    result = shares ? asText(object->shares.emplace(experiment, sharesJson(*shares)).first->second)
-                    : corvo_text{};
+    if (!shares) {
+      result = {};
+      return;
+    }
+    std::string text = toJson(corvo_internal::evaluation::jsonOf(*shares));
+    result = asText(object->shares.emplace(experiment, std::move(text)).first->second);
   });
 }

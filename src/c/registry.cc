@@ -8,10 +8,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 #include "c/call.h"
+#include "c/caller_functions.h"
 #include "c/caller_platform.h"
 #include "c/client_objects.h"
 #include "c/objects.h"
@@ -22,24 +24,24 @@
 namespace corvo::corvo_internal::c {
 namespace {
 
+constexpr std::tuple kServices(&Platform::clock, &Platform::timeZone, &Platform::mainQueue,
+                               &Platform::urlSession, &Platform::preferencesStore,
+                               &Platform::device, &Platform::secureRandom);
+
 /// What the caller brings, and the ready-made platform for the rest. The loop counts if something
 /// of it is used.
 std::shared_ptr<RegistryObject> makeRegistry(const corvo_host_options* options, Platform own) {
-  const bool isComplete = own.clock && own.timeZone && own.mainQueue && own.urlSession &&
-                          own.preferencesStore && own.device && own.secureRandom;
-  if (isComplete) return std::make_shared<RegistryObject>(std::move(own), nullptr);
+  const auto isComplete = [&](auto... service) { return (... && (own.*service)); };
+  if (std::apply(isComplete, kServices)) {
+    return std::make_shared<RegistryObject>(std::move(own), nullptr);
+  }
   auto [loop, rest] = readyMade(options);
   if (own.mainQueue && own.urlSession) loop = nullptr;
   const auto fill = [](auto& service, auto& other) {
     if (!service) service = std::move(other);
   };
-  fill(own.clock, rest.clock);
-  fill(own.timeZone, rest.timeZone);
-  fill(own.mainQueue, rest.mainQueue);
-  fill(own.urlSession, rest.urlSession);
-  fill(own.preferencesStore, rest.preferencesStore);
-  fill(own.device, rest.device);
-  fill(own.secureRandom, rest.secureRandom);
+  const auto fillAll = [&](auto... service) { (fill(own.*service, rest.*service), ...); };
+  std::apply(fillAll, kServices);
   return std::make_shared<RegistryObject>(std::move(own), std::move(loop));
 }
 
@@ -70,11 +72,7 @@ corvo_status runLoop(const corvo_registry* registry, Body body) {
 class OwnedFunction {
  public:
   OwnedFunction(void* context, void (*function)(void*), void (*destroy)(void*))
-      : context_(context,
-                 [destroy](void* last) {
-                   if (destroy != nullptr) destroy(last);
-                 }),
-        function_(function) {}
+      : context_(ownedContext(context, destroy)), function_(function) {}
 
   void operator()() const {
     if (function_ != nullptr) function_(context_.get());
@@ -121,12 +119,12 @@ corvo_client* clientHandle(const std::shared_ptr<RegistryObject>& registry,
   for (const auto& each : known) {
     auto object = each.lock();
     if (object && object->client == client) {
-      return static_cast<corvo_client*>(clients().add(std::move(object)));
+      return handleIn<corvo_client>(clients(), std::move(object));
     }
   }
   auto object = std::make_shared<ClientObject>(registry, std::move(client));
   known.push_back(object);
-  return static_cast<corvo_client*>(clients().add(std::move(object)));
+  return handleIn<corvo_client>(clients(), std::move(object));
 }
 
 }  // namespace
@@ -141,7 +139,7 @@ corvo_status corvo_registry_create(const corvo_host_options* host, const corvo_p
     Platform own = callerPlatform(platform);
     corvo_registry*& result = resultAt(registry);
     if (host != nullptr) sizedAt(host);
-    result = static_cast<corvo_registry*>(registries().add(makeRegistry(host, std::move(own))));
+    result = handleIn<corvo_registry>(registries(), makeRegistry(host, std::move(own)));
   });
 }
 
@@ -153,7 +151,11 @@ corvo_status corvo_registry_free(corvo_registry* registry) {
 }
 
 corvo_status corvo_registry_run(corvo_registry* registry) {
-  return runLoop(registry, [](HostLoop& loop) { loop.run(); });
+  return runLoop(registry, [&](HostLoop& loop) {
+    loop.run();
+    // A freed registry also ends the run that this one is in.
+    if (!registries().share(registry)) loop.stop();
+  });
 }
 
 corvo_status corvo_registry_stop(corvo_registry* registry) {

@@ -27,7 +27,7 @@ class KeptAnswer {
     const corvo_status status = call([&] { keep(); });
     if (status == CORVO_OK) return;
     dropHandles();
-    error_ = errorOf(status, "memory ran out");
+    error_ = errorOf(status, kNoMemory);
     answer_ = {};
     answer_.error = &error_;
   }
@@ -127,10 +127,7 @@ class ReplyObject {
   std::optional<KeptAnswer> answer_;
 };
 
-auto& replies() {
-  static auto& table = *new HandleTable<ReplyObject, 8, true>();
-  return table;
-}
+auto& replies() { return tableOf<ReplyObject, Mark::reply, true>(); }
 
 void endQuestion(void* reply) {
   if (const auto object = replies().share(reply)) object->end();
@@ -159,7 +156,7 @@ corvo_status corvo_reply_create(corvo_client* client, corvo_reply** reply) {
   return call([&] {
     corvo_reply*& result = resultAt(reply);
     auto object = std::make_shared<ReplyObject>(*shared(clients(), client));
-    result = static_cast<corvo_reply*>(replies().add(std::move(object)));
+    result = handleIn<corvo_reply>(replies(), std::move(object));
   });
 }
 

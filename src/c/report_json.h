@@ -11,7 +11,7 @@
 
 namespace corvo::corvo_internal::c {
 
-/// A JSON object of the values by name.
+/// A JSON object of texts that read as the values, by name. JSON has no types for all values.
 std::string flagsJson(const FlagReport& report);
 
 /// A JSON array of the details.

@@ -6,9 +6,11 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
+#include "base/text.h"
 #include "c/call.h"
 #include "c/client_objects.h"
 #include "c/objects.h"
@@ -76,7 +78,7 @@ corvo_status corvo_user_create(corvo_registry* registry, corvo_user** user) {
       object->own.emplace(stamps->platform.clock, stamps->platform.timeZone);
     }
     object->builder = &*object->own;
-    result = static_cast<corvo_user*>(users().add(std::move(object)));
+    result = handleIn<corvo_user>(users(), std::move(object));
   });
 }
 
@@ -103,11 +105,13 @@ corvo_status corvo_user_set_custom(corvo_user* user, corvo_text key, const corvo
 corvo_status corvo_user_restore(corvo_user* user, corvo_text name, corvo_text value,
                                 corvo_text expiry) {
   return withUser(user, [&](UserObject& object) {
-    const std::string key(viewOf(name));
+    const std::string key = corvo_internal::base::wellFormed(viewOf(name));
     const auto until = optionalViewOf(expiry);
-    object.builder->properties.insert_or_assign(key, viewOf(value));
+    object.builder->properties.insert_or_assign(key,
+                                                corvo_internal::base::wellFormed(viewOf(value)));
     if (until) {
-      object.builder->corvoExpiration.insert_or_assign(key, *until);
+      object.builder->corvoExpiration.insert_or_assign(key,
+                                                       corvo_internal::base::wellFormed(*until));
     } else {
       object.builder->corvoExpiration.erase(key);
     }

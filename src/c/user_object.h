@@ -17,9 +17,6 @@ struct UserObject {
   std::string description;
 };
 
-inline auto& users() {
-  static auto& table = *new HandleTable<UserObject, 6, false>();
-  return table;
-}
+inline auto& users() { return tableOf<UserObject, Mark::user, false>(); }
 
 }  // namespace corvo::corvo_internal::c

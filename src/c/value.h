@@ -2,17 +2,11 @@
 #pragma once
 
 #include <corvo/c/base.h>
-#include <corvo/property.h>
 
 #include <optional>
 #include <string_view>
 
 namespace corvo::corvo_internal::c {
-
-/// A text of the configuration as it is, in the place where the project has it.
-struct PlainText {
-  std::string_view text;
-};
 
 /// Throws `Misuse` for a type that cannot be asked for.
 void checkType(corvo_type type);
@@ -23,14 +17,3 @@ corvo_value valueOf(std::optional<std::string_view> text, corvo_type type);
 corvo_value stringValue(std::optional<std::string_view> text);
 
 }  // namespace corvo::corvo_internal::c
-
-namespace corvo {
-
-template <>
-struct CorvoPropertyTraits<corvo_internal::c::PlainText> {
-  static std::optional<corvo_internal::c::PlainText> fromCorvoString(std::string_view text) {
-    return corvo_internal::c::PlainText{text};
-  }
-};
-
-}  // namespace corvo

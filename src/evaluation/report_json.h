@@ -70,6 +70,14 @@ template <class List, class Describe>
   return {{"pointer", drop.pointer}, {"reason", drop.reason}, {"offset", jsonOf(drop.offset)}};
 }
 
+[[nodiscard]] inline JsonObject jsonOf(const Project::Shares& shares) {
+  return {{"layer", shares.layer},
+          {"allocation", shares.allocation},
+          {"covered", shares.covered},
+          {"groups", JsonArray(shares.groups.begin(), shares.groups.end())},
+          {"dependOnHoldouts", shares.dependOnHoldouts}};
+}
+
 /// All that there is in a project.
 [[nodiscard]] inline JsonObject jsonOf(const Project& project) {
   const auto json = [](const auto& element) { return jsonOf(element); };

@@ -36,12 +36,15 @@ export class Page {
   #rest = '';
   /** What the page's console and its security policy complained about. */
   complaints = [];
+  /** Settles when the browser has ended. */
+  ended;
 
-  static async open(program) {
+  static async open(program, ...more) {
     const page = new Page();
     page.#profile = await mkdtemp(join(tmpdir(), 'corvo-browser-'));
-    const flags = [...kFlags, `--user-data-dir=${page.#profile}`, 'about:blank'];
+    const flags = [...kFlags, ...more, `--user-data-dir=${page.#profile}`, 'about:blank'];
     page.#browser = spawn(program, flags, { stdio: ['ignore', 'ignore', 'ignore', 'pipe', 'pipe'] });
+    page.ended = once(page.#browser, 'exit');
     page.#browser.stdio[4].setEncoding('utf8').on('data', (text) => page.#receive(text));
     const { targetInfos } = await page.send('Target.getTargets');
     const { targetId } = targetInfos.find(({ type }) => type === 'page');
@@ -51,9 +54,8 @@ export class Page {
   }
 
   async close() {
-    const ended = once(this.#browser, 'exit');
     this.#browser.kill();
-    await ended;
+    await this.ended;
     await rm(this.#profile, { recursive: true, force: true, maxRetries: 5 });
   }
 

@@ -12,12 +12,16 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "tests/c/caller_platform.h"
 
 namespace corvo::corvo_internal::c {
 namespace {
+
+using namespace std::string_view_literals;
 
 corvo_error lastError() {
   corvo_error error{};
@@ -55,6 +59,8 @@ class CTest : public testing::Test {
             .flag("object", R"({"a": [1, "é"]})")
             .flag("text", "Olá")
             .flag("huge", "1e999")
+            .flag("whole", "-0.0")
+            .flag("empty", "")
             .flag("here", fakes::when(fakes::where("geo.city", Sign::equal, "Porto"), "yes"))
             .flag("phone", fakes::when(fakes::where("os.name", Sign::equal, "iOS"), "yes"))
             .flag("later",
@@ -111,9 +117,11 @@ TEST_F(CTest, ReadsValuesAsTheRequestedType) {
   EXPECT_EQ(check("text", CORVO_INTEGER).type, CORVO_ABSENT);
   EXPECT_EQ(check("count", CORVO_JSON).type, CORVO_ABSENT);
   const std::pair<const char*, corvo_type> types[] = {
-      {"on", CORVO_BOOLEAN},  {"count", CORVO_INTEGER}, {"ratio", CORVO_DOUBLE},
-      {"object", CORVO_JSON}, {"text", CORVO_STRING},   {"huge", CORVO_DOUBLE}};
+      {"on", CORVO_BOOLEAN},   {"count", CORVO_INTEGER}, {"ratio", CORVO_DOUBLE},
+      {"object", CORVO_JSON},  {"text", CORVO_STRING},   {"huge", CORVO_DOUBLE},
+      {"whole", CORVO_DOUBLE}, {"empty", CORVO_STRING}};
   for (const auto& [flag, type] : types) EXPECT_EQ(check(flag, CORVO_ANY).type, type) << flag;
+  EXPECT_NE(check("empty", CORVO_STRING).text.data, nullptr) << "an empty text, not no text";
 }
 
 TEST_F(CTest, UsesLocationDeviceMomentAndZone) {
@@ -129,9 +137,9 @@ TEST_F(CTest, UsesLocationDeviceMomentAndZone) {
 TEST_F(CTest, ReportsFlagsExperimentsAndHoldouts) {
   corvo_text json{};
   ASSERT_EQ(corvo_evaluation_flags(evaluation_, &json), CORVO_OK);
-  EXPECT_EQ(viewOf(json),
-            R"({"count":42,"here":"yes","huge":"inf","later":"yes","object":{"a":[1,"é"]},)"
-            R"("on":true,"phone":"yes","ratio":0.5,"shared":"fresh","text":"Olá"})");
+  EXPECT_EQ(viewOf(json), R"({"count":"42","empty":"","here":"yes","huge":"inf","later":"yes",)"
+                          R"("object":"{\"a\":[1,\"é\"]}","on":"true","phone":"yes","ratio":"0.5",)"
+                          R"("shared":"fresh","text":"Olá","whole":"-0.0"})");
   corvo_value text{};
   ASSERT_EQ(corvo_evaluation_experiments(evaluation_, false, &text), CORVO_OK);
   EXPECT_EQ(viewOf(text.text), "page.1");
@@ -227,6 +235,9 @@ TEST_F(CTest, TellsErrorsWithTextAndPlace) {
   EXPECT_EQ(lastError().status, CORVO_FEATURE_FLAG_NOT_FOUND);
   EXPECT_THAT(std::string(viewOf(lastError().text)), testing::HasSubstr("\"none\""));
   EXPECT_EQ(lastError().offset, -1);
+  EXPECT_EQ(corvo_evaluation_check_flag(evaluation_, CORVO_TEXT("a\0b"), CORVO_ANY, &value),
+            CORVO_FEATURE_FLAG_NOT_FOUND);
+  EXPECT_EQ(viewOf(lastError().text), "Corvo warn: Feature flag \"a\0b\" not found"sv);
   corvo_project* project = nullptr;
   EXPECT_EQ(corvo_project_decode(CORVO_TEXT("{\"a\": ]"), CORVO_FILTER_NONE, &project),
             CORVO_REQUEST_CONFIG_FAILED);
@@ -234,7 +245,7 @@ TEST_F(CTest, TellsErrorsWithTextAndPlace) {
   EXPECT_EQ(project, nullptr);
   std::thread([] { EXPECT_EQ(lastError().status, CORVO_OK); }).join();
   // Every case of the library's errors has the number of its name.
-  for (int i = 1; i <= 15; ++i) {
+  for (int i = 1; i <= static_cast<int>(std::variant_size_v<CorvoError::Payload>); ++i) {
     EXPECT_EQ(corvo_status_name(static_cast<corvo_status>(i)),
               to_string(static_cast<CorvoError::Case>(i - 1)));
   }

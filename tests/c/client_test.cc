@@ -158,7 +158,7 @@ TEST_F(CClientTest, AnswersEveryQuestion) {
       {[](auto* c, auto to) { return corvo_client_check_flag(c, CORVO_TEXT("no"), CORVO_ANY, to); },
        "error:featureFlagNotFound"},
       {[](auto* c, auto to) { return corvo_client_flags(c, to); },
-       R"({"count":42,"mine":1,"on":true,"text":"Olá"})"},
+       R"({"count":"42","mine":"1","on":"true","text":"Olá"})"},
       {[](auto* c, auto to) { return corvo_client_all_experiments(c, to); }, "<quiet><page>-"},
       {[](auto* c, auto to) { return corvo_client_all_experiments_text(c, false, to); }, "page.1"},
       {[&](auto* c, auto to) { return corvo_client_experiment(c, page, to); }, "<page>-"},
@@ -300,6 +300,19 @@ TEST_F(CClientTest, TellsWhyAFetchFailed) {
   EXPECT_EQ(error.http_status, 404);
 }
 
+TEST_F(CClientTest, AnErrorsTextIsComplete) {
+  std::string text;
+  const corvo_callback note{&text,
+                            [](void* to, const corvo_answer* answer) {
+                              *static_cast<std::string*>(to) = viewOf(answer->error->text);
+                            },
+                            nullptr};
+  const std::string name = "a" + std::string(1, '\0') + std::string(2000, 'b');
+  EXPECT_EQ(corvo_client_check_flag(client_, textOf(name), CORVO_ANY, note), CORVO_OK);
+  caller_.fake.time->run();
+  EXPECT_EQ(text, "Corvo warn: Feature flag \"" + name + "\" not found");
+}
+
 // The library may hold a lock while it calls one.
 TEST_F(CClientTest, FunctionsOfAPlatformMustNotUseAClient) {
   corvo_platform platform = caller_.functions();
@@ -353,7 +366,7 @@ TEST_F(CClientTest, AReplyOwnsHandlesUntilItIsAsked) {
   EXPECT_EQ(corvo_client_flags(client_, corvo_reply_callback(last)), CORVO_INVALID_HANDLE);
 }
 
-TEST_F(CClientTest, SetsAndEditsUsers) {
+TEST_F(CClientTest, SetsProperties) {
   corvo_value gold{};
   gold.type = CORVO_STRING;
   gold.text = CORVO_TEXT("gold");
@@ -379,8 +392,17 @@ TEST_F(CClientTest, SetsAndEditsUsers) {
   number.type = CORVO_ANY;
   EXPECT_EQ(corvo_user_set_custom(ann_, CORVO_TEXT("age"), &number), CORVO_INVALID_ARGUMENT);
   EXPECT_EQ(corvo_user_set(ann_, static_cast<corvo_user_property>(11), {}), CORVO_INVALID_ARGUMENT);
+  EXPECT_EQ(corvo_user_restore(ann_, CORVO_TEXT("custom.\xFF"), CORVO_TEXT("\xE9t\xE9"),
+                               CORVO_TEXT("\xC3")),
+            CORVO_OK);
+  ASSERT_EQ(corvo_user_describe(ann_, &json), CORVO_OK);
+  EXPECT_THAT(std::string(viewOf(json)), HasSubstr("\"custom.\uFFFD\":\"\uFFFDt\uFFFD\""));
+  EXPECT_THAT(std::string(viewOf(json)), HasSubstr("\"custom.\uFFFD\":\"\uFFFD\""));
+}
 
+TEST_F(CClientTest, SetsAndEditsTheStoredUser) {
   EXPECT_EQ(askFlag("mine"), "1");
+  EXPECT_EQ(corvo_user_set(ann_, CORVO_USER_ID, CORVO_TEXT("bob")), CORVO_OK);
   EXPECT_EQ(corvo_client_set_user(client_, ann_), CORVO_OK);
   EXPECT_EQ(askFlag("mine"), "error:featureFlagRulesNotSatisfied");
   corvo_client* other = nullptr;  // another handle of the same client
@@ -527,71 +549,92 @@ TEST(CPlatformTest, RefusesServicesThatLackAFunction) {
   EXPECT_EQ(corvo_registry_create(&host, &platform, &registry), CORVO_INVALID_ARGUMENT);
 }
 
-// The ready-made platform, with only the session of the caller.
-TEST(CPlatformTest, MixesWithTheReadyMadeOne) {
-  CallerPlatform caller;
-  caller.fake.serve(fakes::project().flag("on", true));
-  const corvo_platform all = caller.functions();
-  corvo_platform platform{};
-  platform.size = sizeof platform;
-  platform.context = all.context;
-  platform.start = all.start;
-  corvo_host_options host{};
-  host.size = sizeof host;
-  host.in_memory = true;
-  corvo_registry* registry = nullptr;
-  ASSERT_EQ(corvo_registry_create(&host, &platform, &registry), CORVO_OK);
+/// The ready-made platform, with only the session of the caller.
+class CMixedPlatformTest : public testing::Test {
+ protected:
+  CMixedPlatformTest() {
+    caller_.fake.serve(fakes::project().flag("on", true));
+    const corvo_platform all = caller_.functions();
+    corvo_platform platform{};
+    platform.size = sizeof platform;
+    platform.context = all.context;
+    platform.start = all.start;
+    corvo_host_options host{};
+    host.size = sizeof host;
+    host.in_memory = true;
+    EXPECT_EQ(corvo_registry_create(&host, &platform, &registry_), CORVO_OK);
+    corvo_client_options options{};
+    options.size = sizeof options;
+    options.project_token = CORVO_TEXT("token");
+    options.api_url = CORVO_TEXT("https://flags.example.com");
+    EXPECT_EQ(corvo_registry_initialize_client(registry_, &options, &client_), CORVO_OK);
+  }
+  ~CMixedPlatformTest() override {
+    corvo_client_free(client_);
+    corvo_registry_free(registry_);
+  }
+
+  CallerPlatform caller_;
+  corvo_registry* registry_ = nullptr;
+  corvo_client* client_ = nullptr;
+};
+
+TEST_F(CMixedPlatformTest, RunsTheReadyMadeLoop) {
   struct Loop {
-    corvo_registry* registry;
     int woken = 0;
     int destroyed = 0;
-    corvo_status elsewhere = CORVO_OK;
-  } loop{registry};
+  } loop;
   ASSERT_EQ(corvo_registry_on_work(
-                registry, &loop, [](void* given) { ++static_cast<Loop*>(given)->woken; },
+                registry_, &loop, [](void* given) { ++static_cast<Loop*>(given)->woken; },
                 [](void* given) { ++static_cast<Loop*>(given)->destroyed; }),
             CORVO_OK);
-  corvo_client_options options{};
-  options.size = sizeof options;
-  options.project_token = CORVO_TEXT("token");
-  options.api_url = CORVO_TEXT("https://flags.example.com");
-  corvo_client* client = nullptr;
-  ASSERT_EQ(corvo_registry_initialize_client(registry, &options, &client), CORVO_OK);
-
+  corvo_status elsewhere = CORVO_OK;
   Notes notes;
   notes.then = [&] {
-    std::thread([&] { loop.elsewhere = corvo_registry_tick(registry); }).join();
-    corvo_registry_stop(registry);
+    std::thread([&] { elsewhere = corvo_registry_tick(registry_); }).join();
+    corvo_registry_stop(registry_);
   };
-  corvo_client_check_flag(client, CORVO_TEXT("on"), CORVO_BOOLEAN, notes.callback());
+  corvo_client_check_flag(client_, CORVO_TEXT("on"), CORVO_BOOLEAN, notes.callback());
   EXPECT_EQ(loop.woken, 1);
   bool busy = false;
-  ASSERT_EQ(corvo_registry_busy(registry, &busy), CORVO_OK);
+  ASSERT_EQ(corvo_registry_busy(registry_, &busy), CORVO_OK);
   EXPECT_TRUE(busy);
-  ASSERT_EQ(corvo_registry_run(registry), CORVO_OK);
+  ASSERT_EQ(corvo_registry_run(registry_), CORVO_OK);
   EXPECT_THAT(notes.answers, testing::ElementsAre("true"));
-  EXPECT_EQ(loop.elsewhere, CORVO_BUSY) << "the loop runs on one thread";
+  EXPECT_EQ(elsewhere, CORVO_BUSY) << "the loop runs on one thread";
+  EXPECT_EQ(corvo_registry_on_work(registry_, nullptr, nullptr, nullptr), CORVO_OK);
+  EXPECT_EQ(loop.destroyed, 1);
+}
 
+TEST_F(CMixedPlatformTest, WaitsForAnswersOnTheReadyMadeLoop) {
   corvo_reply* reply = nullptr;
-  ASSERT_EQ(corvo_reply_create(client, &reply), CORVO_OK);
-  caller.fake.goOffline();
+  ASSERT_EQ(corvo_reply_create(client_, &reply), CORVO_OK);
   EXPECT_EQ(
-      corvo_client_include_force(client, CORVO_TEXT("none"), nullptr, corvo_reply_callback(reply)),
+      corvo_client_include_force(client_, CORVO_TEXT("none"), nullptr, corvo_reply_callback(reply)),
       CORVO_OK);
   const corvo_answer* answer = nullptr;
   EXPECT_EQ(corvo_reply_wait(reply, &answer), CORVO_EXPERIMENTS_EMPTY);
-  EXPECT_EQ(corvo_registry_on_work(registry, nullptr, nullptr, nullptr), CORVO_OK);
-  EXPECT_EQ(loop.destroyed, 1);
-  // A task frees the registry, which ends the run.
-  ASSERT_EQ(corvo_registry_post(
-                registry, &loop,
-                [](void* given) { corvo_registry_free(static_cast<Loop*>(given)->registry); },
-                [](void* given) { ++static_cast<Loop*>(given)->destroyed; }),
-            CORVO_OK);
-  EXPECT_EQ(corvo_registry_run(registry), CORVO_OK);
-  EXPECT_EQ(loop.destroyed, 2);
   corvo_reply_free(reply);
-  corvo_client_free(client);
+}
+
+TEST(CPlatformTest, AFreedRegistryEndsAllItsRuns) {
+  corvo_host_options host{};
+  host.size = sizeof host;
+  host.in_memory = true;
+  struct Runs {
+    corvo_registry* registry = nullptr;
+    int destroyed = 0;
+  } runs;
+  ASSERT_EQ(corvo_registry_create(&host, nullptr, &runs.registry), CORVO_OK);
+  const auto post = [&](void (*task)(void*)) {
+    ASSERT_EQ(corvo_registry_post(runs.registry, &runs, task,
+                                  [](void* given) { ++static_cast<Runs*>(given)->destroyed; }),
+              CORVO_OK);
+  };
+  post([](void* given) { corvo_registry_run(static_cast<Runs*>(given)->registry); });
+  post([](void* given) { corvo_registry_free(static_cast<Runs*>(given)->registry); });
+  EXPECT_EQ(corvo_registry_run(runs.registry), CORVO_OK);
+  EXPECT_EQ(runs.destroyed, 2);
 }
 
 TEST_F(CClientTest, ARegistryWithoutTheReadyMadeLoopSaysSo) {

@@ -14,7 +14,7 @@ namespace corvo::corvo_internal::c {
 namespace {
 
 /// Three slots with eight handles each.
-using Table = HandleTable<int, 1, false, HandleBits{.mark = 4, .index = 2, .count = 3}>;
+using Table = HandleTable<int, Mark::project, false, HandleBits{.mark = 4, .index = 2, .count = 3}>;
 
 Table::Found release(Table& table, const void* handle) {
   Table::Pointer last;

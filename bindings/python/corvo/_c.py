@@ -12,7 +12,7 @@ import pathlib
 import sys
 from ctypes import CFUNCTYPE, POINTER, Structure, c_bool, c_char_p, c_double, c_int, c_int32
 from ctypes import c_int64, c_size_t, c_uint64, c_void_p
-from typing import Dict, Iterator, List, Optional, Sequence
+from typing import Dict, Iterator, List, Optional, Sequence, Union
 
 
 class Text(Structure):
@@ -39,6 +39,7 @@ class Error(Structure):
 
 
 class Value(Structure):
+    kept: bytes  # the text's, if it is an argument
     _fields_ = [
         ("type", c_int),
         ("boolean", c_bool),
@@ -184,6 +185,7 @@ _positions = [_handle, c_void_p, c_size_t, POINTER(c_void_p), POINTER(c_size_t)]
 
 _FUNCTIONS: Dict[str, Sequence[object]] = {
     "last_error": [POINTER(Error)],
+    "read_value": [Text, c_int, _value_out],
     "project_decode": [Text, c_int, _handle_out],
     "project_free": [_handle],
     "project_describe": [_handle, _result_out],
@@ -192,6 +194,7 @@ _FUNCTIONS: Dict[str, Sequence[object]] = {
     "evaluation_free": [_handle],
     "evaluation_check_flag": [_handle, Text, c_int, _value_out],
     "evaluation_experiments": [_handle, c_bool, _value_out],
+    "evaluation_all_experiments": [_handle, POINTER(POINTER(c_void_p)), POINTER(c_size_t)],
     "evaluation_details": [_handle, c_bool, _result_out],
     "evaluation_holdout": [_handle, Text, POINTER(c_bool)],
     "evaluation_holdouts": [_handle, _value_out],
@@ -215,6 +218,7 @@ _FUNCTIONS: Dict[str, Sequence[object]] = {
     "registry_busy": [_handle, POINTER(c_bool)],
     "registry_on_work": [_handle, c_void_p, Notify, Notify],
     "registry_initialize_client": [_handle, POINTER(ClientOptions), _handle_out],
+    "registry_get_client": [_handle, Text, _handle_out],
     "registry_remove_client": [_handle, Text],
     "user_create": [_handle, _handle_out],
     "user_free": [_handle],
@@ -331,6 +335,24 @@ def text_from(text: Optional[str], what: str = "a name") -> Text:
     if not isinstance(text, str):
         raise TypeError(f"{what} must be a str, not {type(text).__name__}")
     data = encoded(text)
+    return Text(data, len(data))
+
+
+def document_from(document: Union[str, bytes]) -> Text:
+    """A document as an argument."""
+    if isinstance(document, str):
+        document = encoded(document)
+    elif not isinstance(document, (bytes, bytearray, memoryview)):
+        raise TypeError(f"a document must be str or bytes, not {type(document).__name__}")
+    document = bytes(document)
+    return Text(document, len(document))
+
+
+def path_from(path: Union[str, "os.PathLike[str]", None]) -> Text:
+    """A path as an argument, in the bytes that the system has for it."""
+    if path is None:
+        return Text(None, 0)
+    data = os.fsencode(path)
     return Text(data, len(data))
 
 

@@ -10,12 +10,13 @@ from typing import Any, Dict, List, NamedTuple, Optional, Type, TypeVar, Union, 
 
 from . import _c
 from ._evaluation import NOTHING, Fallback, Form, details_from, form_number
-from ._experiment import Experiment
+from ._experiment import Experiment, experiments_from
+from ._handle import created
 from ._project import Project
 from ._records import ExperimentDetail
 from ._registry import Question, Registry, call_soon, default_registry, late
 from ._user import Properties, edit, user_of
-from ._values import D, T, Value, number_of, parse, value_from
+from ._values import D, T, Value, number_of, parse, typed, value_from
 
 R = TypeVar("R")
 C = TypeVar("C", bound="_BaseClient")
@@ -44,17 +45,11 @@ def _optional_text(answer: _c.Answer) -> Optional[str]:
 
 
 def _experiments(answer: _c.Answer) -> List[Experiment]:
-    return [Experiment(number) for number in answer.experiments[: answer.experiment_count]]
+    return experiments_from(answer.experiments, answer.experiment_count)
 
 
 def _values(answer: _c.Answer) -> Dict[str, Value]:
-    return {name: _within_64_bits(value) for name, value in parse(_text(answer)).items()}
-
-
-def _within_64_bits(value: Any) -> Any:
-    """A number that is no integer of the library is a double."""
-    is_large = isinstance(value, int) and not -(2**63) <= value < 2**63
-    return float(value) if is_large else value
+    return {name: typed(text) for name, text in parse(_text(answer)).items()}
 
 
 def _nothing(answer: _c.Answer) -> None:
@@ -176,9 +171,7 @@ class _BaseClient:
         Raises `CorvoError` ("initializationOfExistingClient") if the tag is taken."""
         if cache_ttl < 0 or retry_count < 0:
             raise ValueError("a time to live and a number of retries must not be negative")
-        self._timeout = timeout
-        self._registry = default_registry() if registry is None else registry
-        self._tag = _c.text_from(tag, "a tag")
+        self._be(tag, timeout, registry)
         user = None if initial_user is None else user_of(self._registry, initial_user)
         options = _c.ClientOptions(
             size=ctypes.sizeof(_c.ClientOptions),
@@ -189,20 +182,51 @@ class _BaseClient:
             retry_count=_c.within_64_bits(retry_count, "a number of retries") or -1,
             tag=self._tag,
         )
+        call = self._registry.call
+        number = created(call, _c.lib.corvo_registry_initialize_client, self._registry, options)
+        self._registry.registrations[tag] = number
+        self._own(number, number)
+
+    @classmethod
+    def get(
+        cls: Type[C],
+        tag: str = "default",
+        *,
+        timeout: Optional[float] = None,
+        registry: Optional[Registry] = None,
+    ) -> Optional[C]:
+        """The client that is registered under the tag, as another object; None if there is none. A
+        client remains registered until one of its objects is closed, even without any."""
+        client = cls.__new__(cls)
+        client._be(tag, timeout, registry)
         handle = ctypes.c_void_p()
-        self._registry.call(
-            _c.lib.corvo_registry_initialize_client, self._registry, options, handle
-        )
-        assert handle.value is not None
-        self._handle = handle.value
-        self._finalizer = weakref.finalize(self, self._registry.release, handle.value)
+        get = _c.lib.corvo_registry_get_client
+        client._registry.call(get, client._registry, client._tag, handle)
+        if handle.value is None:
+            return None
+        client._own(handle.value, client._registry.registrations.get(tag))
+        return client
+
+    def _be(self, tag: str, timeout: Optional[float], registry: Optional[Registry]) -> None:
+        self._timeout = timeout
+        self._registry = default_registry() if registry is None else registry
+        self._name = tag
+        self._tag = _required(tag, "a tag")
+
+    def _own(self, number: int, first: Optional[int]) -> None:
+        self._handle = number
+        self._first = first  # the handle that the client was registered with
+        self._finalizer = weakref.finalize(self, self._registry.release, number)
 
     def close(self) -> None:
         """Removes the client from its registry. Questions under way end with `DroppedError`; later
         ones raise `InvalidHandleError`. A second call does nothing."""
         if self._finalizer.alive:
-            remove = _c.lib.corvo_registry_remove_client
-            self._registry.call(remove, self._registry, self._tag)
+            registrations = self._registry.registrations
+            if registrations.get(self._name) == self._first:  # not a later client's
+                remove = _c.lib.corvo_registry_remove_client
+                self._registry.call(remove, self._registry, self._tag)
+                registrations.pop(self._name, None)
             self._finalizer()
             self._registry.drop(self._handle)
 
@@ -260,15 +284,14 @@ class Client(_BaseClient):
         self, name: str, kind: Optional[type] = None, *, default: Any = NOTHING
     ) -> Any:
         """The flag's value for the user; see `Evaluation.check_flag`. With a default, that is also
-        the answer if the configuration cannot be fetched."""
+        the answer if the configuration cannot be fetched, or not within `timeout`."""
         question = _Questions.flag(name, kind)
         with Fallback(default) as answer:
             answer.value = self._ask(question)
         return answer.value
 
     def flags(self) -> Dict[str, Value]:
-        """The values of all flags that have one for the user. A number that JSON cannot express is
-        the text "inf", "-inf" or "nan"."""
+        """The values of all flags that have one for the user."""
         return self._ask(_Questions.flags())
 
     def experiment(self, name: str) -> Optional[Experiment]:
@@ -297,7 +320,7 @@ class Client(_BaseClient):
         return self._ask(_Questions.details(estimate_holdouts))
 
     def explain_flag(self, name: str, form: Form = "text") -> str:
-        """Why the flag has its value for the user, as a text for people or as JSON."""
+        """Why the flag has its value for the user, as a human-readable text or as JSON."""
         return self._ask(_Questions.explain_flag(name, form))
 
     def explain_experiment(self, name: str, form: Form = "text") -> str:
@@ -367,64 +390,51 @@ class AsyncClient(_BaseClient):
     async def check_flag(
         self, name: str, kind: Optional[type] = None, *, default: Any = NOTHING
     ) -> Any:
-        """The flag's value for the user; see `Evaluation.check_flag`. With a default, that is also
-        the answer if the configuration cannot be fetched."""
         question = _Questions.flag(name, kind)
         with Fallback(default) as answer:
             answer.value = await self._ask(question)
         return answer.value
 
     async def flags(self) -> Dict[str, Value]:
-        """The values of all flags that have one for the user. A number that JSON cannot express is
-        the text "inf", "-inf" or "nan"."""
         return await self._ask(_Questions.flags())
 
     async def experiment(self, name: str) -> Optional[Experiment]:
-        """The first experiment of that name that the user takes part in, or None. Raises
-        `CorvoError` if the project has none of that name."""
         return await self._ask(_Questions.experiment(name))
 
     async def all_experiments(self) -> List[Experiment]:
-        """The experiments that the user takes part in, holdouts included."""
         return await self._ask(_Questions.all_experiments())
 
     async def experiments_text(self, estimate_holdouts: bool = True) -> Optional[str]:
-        """The same as "checkout.1|colors.0"; None if there are none."""
         return await self._ask(_Questions.experiments_text(estimate_holdouts))
 
     async def holdout(self, name: str) -> bool:
-        """Whether the user is in the first holdout of that name."""
         return await self._ask(_Questions.holdout(name))
 
     async def holdouts_text(self) -> Optional[str]:
-        """The holdouts that the user is in, as a text."""
         return await self._ask(_Questions.holdouts_text())
 
     async def details(self, estimate_holdouts: bool = True) -> List[ExperimentDetail]:
-        """The experiments that the user takes part in, with the values that they give."""
         return await self._ask(_Questions.details(estimate_holdouts))
 
     async def explain_flag(self, name: str, form: Form = "text") -> str:
-        """Why the flag has its value for the user, as a text for people or as JSON."""
         return await self._ask(_Questions.explain_flag(name, form))
 
     async def explain_experiment(self, name: str, form: Form = "text") -> str:
-        """Why the user is in the experiment or not, in the same forms."""
         return await self._ask(_Questions.explain_experiment(name, form))
 
     async def project(self) -> Project:
-        """The current project."""
         return await self._ask(_Questions.project())
 
     async def include_force(self, experiment: str, group_index: Optional[int] = None) -> None:
-        """Forces the user into an experiment, and into the group with that index; with None, into
-        the group that the weights select. It lasts until `exclude_force`, across restarts."""
         await self._ask(_Questions.include_force(experiment, group_index))
 
     async def exclude_force(self, experiment: str) -> None:
-        """Undoes it for one experiment."""
         await self._ask(_Questions.exclude_force(experiment))
 
     async def exclude_force_all(self) -> None:
-        """Undoes it for all experiments."""
         await self._ask(_Questions.exclude_force_all())
+
+
+for _name, _question in vars(AsyncClient).items():
+    if not _name.startswith("_"):
+        _question.__doc__ = getattr(Client, _name).__doc__

@@ -13,6 +13,7 @@ import weakref
 from typing import Iterable, List, Mapping, Optional, Union
 
 from . import _c
+from ._handle import Numbered
 
 _EPOCH = datetime.datetime(1970, 1, 1, tzinfo=datetime.timezone.utc)
 # A day away from what `datetime` can express, so that every local time can be expressed, too.
@@ -58,11 +59,7 @@ def seconds_of(moment: Union[float, datetime.datetime]) -> float:
 
 
 class Zone:
-    """A time zone for the library.
-
-    The library calls plain functions, which find the zone by its number: so they exist as long as
-    the process, and no later zone is mistaken for an earlier one.
-    """
+    """A time zone for the library, which finds it by its number."""
 
     def __init__(self, tzinfo: datetime.tzinfo):
         if not isinstance(tzinfo, datetime.tzinfo):
@@ -70,9 +67,7 @@ class Zone:
         self.tzinfo = tzinfo
         self.identifier = 1
         self.error: Optional[BaseException] = None
-        number = next(_numbers)
-        self.struct = _c.TimeZone(number, _offset_at, _identifier)
-        _zones[number] = self
+        self.struct = _c.TimeZone(_zones.add(self), _offset_at, _identifier)
 
     def offset_at(self, moment: int) -> int:
         moment = min(max(moment, _EARLIEST), _LATEST)
@@ -90,8 +85,7 @@ class Zone:
             raise error
 
 
-_numbers = itertools.count(1)
-_zones: "weakref.WeakValueDictionary[int, Zone]" = weakref.WeakValueDictionary()
+_zones: Numbered[Zone] = Numbered(weakref.WeakValueDictionary())
 
 
 def _zone_offset(number: int, moment: int) -> int:

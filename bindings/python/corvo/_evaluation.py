@@ -14,11 +14,11 @@ from typing import Optional, Sequence, Tuple, Type, TypeVar, Union, overload
 from . import _c
 from ._context import Context, ContextBuffer, User, Zone
 from ._exit import CallingBack
-from ._experiment import Experiment
-from ._handle import Handle
+from ._experiment import Experiment, experiments_from
+from ._handle import Handle, created
 from ._records import Assignment, DetailResult, ExperimentDetail, Membership
 from ._values import ANY, D, T, Value, number_of, parse, value_from
-from .errors import BUSY, FIRST_MISUSE, CorvoError, check, error_of
+from .errors import BUSY, DROPPED, FIRST_MISUSE, CorvoError, check, error_of
 
 if TYPE_CHECKING:
     from ._project import Project
@@ -68,8 +68,9 @@ class Fallback:
             return False
         if self.value is None:
             self.value = self._default
-        is_misuse = isinstance(error, CorvoError) and error.code >= FIRST_MISUSE
-        return isinstance(error, (CorvoError, TimeoutError)) and not is_misuse
+        if isinstance(error, CorvoError):
+            return error.code < FIRST_MISUSE or error.code == DROPPED
+        return isinstance(error, TimeoutError)
 
 
 class Selection:
@@ -94,11 +95,9 @@ class Evaluation:
         self._zone: Optional[Zone] = None
         self._buffer = ContextBuffer()
         self._buffer.write(user)
-        handle = ctypes.c_void_p()
-        create = _c.lib.corvo_evaluation_create
-        check(self._call(create, project._handle, self._buffer.struct, handle))
-        assert handle.value is not None
-        self._handle = Handle(handle.value, _c.lib.corvo_evaluation_free)
+        create = functools.partial(self._call, _c.lib.corvo_evaluation_create)
+        number = created(create, project._handle, self._buffer.struct)
+        self._handle = Handle(number, _c.lib.corvo_evaluation_free)
         self._zone = self._buffer.zone
         self._check(0)
         self._items = ctypes.c_void_p()
@@ -151,6 +150,17 @@ class Evaluation:
 
         return self._ask(_c.lib.corvo_evaluation_experiment, text, handle, read=read)
 
+    def all_experiments(self) -> List[Experiment]:
+        """The experiments that the user takes part in, holdouts included."""
+        handles = ctypes.POINTER(ctypes.c_void_p)()
+        count = ctypes.c_size_t()
+
+        def read() -> List[Experiment]:
+            return experiments_from(handles, count.value)
+
+        function = _c.lib.corvo_evaluation_all_experiments
+        return self._ask(function, handles, count, read=read)
+
     def experiments(self) -> List[Membership]:
         """The user's groups in experiments, in the configuration's order."""
         return self._exclusively(lambda: self._groups(self._project._everything)[0])
@@ -181,8 +191,8 @@ class Evaluation:
         return self._ask(function, text, is_in, read=lambda: bool(is_in.value))
 
     def explain_flag(self, name: str, form: Form = "text") -> str:
-        """Why the flag has its value for the user, as a text for people or as JSON. Never fails for
-        want of the flag: the explanation says so."""
+        """Why the flag has its value for the user, as a human-readable text or as JSON. If there is
+        no such flag, the explanation says so; this is not an error."""
         return self._result(
             _c.lib.corvo_evaluation_explain_flag, _c.text_from(name), form_number(form)
         )

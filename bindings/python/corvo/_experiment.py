@@ -4,13 +4,18 @@
 from __future__ import annotations
 
 import ctypes
-from typing import Any, Optional, Type, overload
+from typing import Any, List, Optional, Type, overload
 
 from . import _c
 from ._handle import Handle
 from ._records import Membership
 from ._values import T, Value, number_of, value_from
 from .errors import check
+
+
+def experiments_from(handles: Any, count: int) -> "List[Experiment]":
+    """The experiments of handles that a function has listed."""
+    return [Experiment(number) for number in handles[:count]]
 
 
 class Experiment:
@@ -53,8 +58,11 @@ class Experiment:
     @overload
     def flag(self, name: str, kind: None = None) -> Optional[Value]: ...
     def flag(self, name: str, kind: Optional[type] = None) -> Any:
-        """The value of a flag that the experiment carries. Raises `CorvoError` if the experiment
-        does not carry it."""
+        """The value of a flag that the experiment carries, in the user's group. None if the
+        experiment carries no flag of that name, or if its text is not valid for the type.
+
+        Raises `CorvoError` ("experimentGroupNotMatchingFeatureFlagGroup", "featureFlagNoRules",
+        "featureFlagRulesNotSatisfied")."""
         return self._read(_c.lib.corvo_experiment_flag, name, kind)
 
     def _read(self, function: Any, name: str, kind: Optional[type]) -> Any:

@@ -3,12 +3,10 @@
 
 from __future__ import annotations
 
-import ctypes
 from typing import List, NamedTuple, Union
 
 from . import _c
-from ._handle import Handle
-from ._project import document_text
+from ._handle import Handle, created
 from ._values import parse
 from .errors import check
 
@@ -22,15 +20,13 @@ class Finding(NamedTuple):
     offset: int  #: Where it begins, in bytes from 0.
     line: int  #: Its line, from 1.
     column: int  #: Its column, from 1, in code points.
-    message: str  #: For people.
+    message: str  #: One human-readable line.
 
 
 def lint(document: Union[str, bytes]) -> List[Finding]:
     """Checks a configuration document. Accepts any text."""
-    handle = ctypes.c_void_p()
-    check(_c.lib.corvo_lint(document_text(document), handle))
-    assert handle.value is not None
-    findings = Handle(handle.value, _c.lib.corvo_findings_free)
+    number = created(_c.lib.corvo_lint, _c.document_from(document))
+    findings = Handle(number, _c.lib.corvo_findings_free)
     json = _c.Result()
     check(_c.lib.corvo_findings_json(findings, json))
     return [

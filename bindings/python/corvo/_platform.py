@@ -6,11 +6,14 @@ from __future__ import annotations
 import ctypes
 import dataclasses
 import datetime
-import itertools
-from typing import Any, Callable, Dict, List, MutableMapping, NamedTuple, Optional, Tuple
+import time
+from typing import Any, Callable, Dict, List, MutableMapping, NamedTuple, Optional, Tuple, TypeVar
 
 from . import _c
 from ._context import Device, Zone
+from ._handle import Numbered
+
+R = TypeVar("R")
 
 
 class Request(NamedTuple):
@@ -35,16 +38,19 @@ class Platform:
     the application. None: the ready-made service.
 
     They are called on any thread that asks a question, and must not use a client. An exception
-    cannot reach the question: `sys.unraisablehook` reports it, and the service counts as failed.
+    cannot reach the question: `sys.unraisablehook` reports it, and the service has the result that
+    is documented below.
     """
 
-    #: The current moment, in seconds since 1970.
+    #: The current moment, in seconds since 1970. After an exception, that of the system's clock.
     clock: Optional[Callable[[], float]] = None
-    #: The time zone.
+    #: The time zone. After an exception, the offset is that of UTC.
     time_zone: Optional[datetime.tzinfo] = None
-    #: Performs a request, and returns when it is done. An exception means that the transfer failed.
+    #: Performs a request, and returns when it is done. An exception means that the transfer failed;
+    #: an OSError, such as a ConnectionError, is not reported.
     http: Optional[Callable[[Request], Response]] = None
     #: Where clients store their records, by suite and key: {} to forget them with the process.
+    #: After an exception, earlier changes of the same call are undone.
     store: Optional[MutableMapping[Tuple[str, str], bytes]] = None
     #: Facts about device and application. The device's ID should be a UUID in upper case.
     device: Optional[Device] = None
@@ -58,20 +64,45 @@ class _Services:
         self.zone = Zone(platform.time_zone) if platform.time_zone else None
 
 
-_numbers = itertools.count(1)
-_platforms: Dict[int, _Services] = {}
+_platforms: Numbered[_Services] = Numbered()
+
+
+def _or(fallback: Callable[[], R]) -> Callable[[Callable[..., R]], Callable[..., R]]:
+    """Gives a function of a platform a result after an exception, which `sys.unraisablehook`
+    reports. After the exceptions that ctypes itself reports, the result is arbitrary."""
+
+    def guarded(function: Callable[..., R]) -> Callable[..., R]:
+        def safe(*arguments: Any) -> R:
+            try:
+                return function(*arguments)
+            except BaseException as error:
+                _report(error)
+                return fallback()
+
+        return safe
+
+    return guarded
+
+
+def _report(error: BaseException) -> None:
+    def fail(_: int) -> None:
+        raise error
+
+    _c.Notify(fail)(None)
 
 
 def _destroy(number: int) -> None:
     _platforms.pop(number, None)
 
 
+@_or(time.time)
 def _now(number: int) -> float:
     clock = _platforms[number].platform.clock
     assert clock is not None
     return float(clock())
 
 
+@_or(lambda: 0)
 def _offset_at(number: int, moment: int) -> int:
     zone = _platforms[number].zone
     assert zone is not None
@@ -87,9 +118,13 @@ def _start(number: int, given: Any, exchange: int) -> None:
     try:
         status, body = _perform(_platforms[number].platform, given.contents)
         response.status, response.body = status, _c.Text(body, len(body))
-    except BaseException as error:  # must not pass through the library
-        response.failure = _c.text_from(f"{type(error).__name__}: {error}")
-    _c.lib.corvo_exchange_complete(exchange, response)
+    except OSError as error:
+        response.failure = _c.text_from(str(error))
+    except BaseException as error:
+        response.failure = _c.text_from(repr(error))
+        raise  # to `sys.unraisablehook`
+    finally:
+        _c.lib.corvo_exchange_complete(exchange, response)
 
 
 def _perform(platform: Platform, given: _c.Request) -> Tuple[int, bytes]:
@@ -104,6 +139,7 @@ def _perform(platform: Platform, given: _c.Request) -> Tuple[int, bytes]:
     return int(response.status), bytes(response.body)
 
 
+@_or(lambda: False)
 def _read(number: int, suite: _c.Result, key: _c.Result, value: int) -> bool:
     store = _platforms[number].platform.store
     assert store is not None
@@ -111,16 +147,30 @@ def _read(number: int, suite: _c.Result, key: _c.Result, value: int) -> bool:
     return found is None or _put(value, bytes(found))
 
 
+@_or(lambda: False)
 def _apply(number: int, suite: _c.Result, changes: Any, count: int) -> bool:
     store = _platforms[number].platform.store
     assert store is not None
-    for change in changes[:count]:
-        place = _c.str_from(suite), _c.str_from(change.key)
-        if change.value.data:
-            store[place] = _c.bytes_from(change.value)
-        else:
-            store.pop(place, None)
+    before: List[Tuple[Tuple[str, str], Optional[bytes]]] = []
+    try:
+        for change in changes[:count]:
+            place = _c.str_from(suite), _c.str_from(change.key)
+            before.append((place, store.get(place)))
+            _change(store, place, _c.bytes_from(change.value) if change.value.data else None)
+    except BaseException:
+        for place, value in reversed(before):
+            _change(store, place, value)
+        raise
     return True
+
+
+def _change(
+    store: MutableMapping[Tuple[str, str], bytes], place: Tuple[str, str], value: Optional[bytes]
+) -> None:
+    if value is None:
+        store.pop(place, None)
+    else:
+        store[place] = value
 
 
 def _fact(number: int, fact: int, text: int) -> None:
@@ -161,7 +211,5 @@ def platform_struct(platform: Platform) -> _c.Platform:
         if getattr(platform, service) is not None:
             for name, function in functions.items():
                 setattr(struct, name, function)
-    services = _Services(platform)
-    struct.context = next(_numbers)
-    _platforms[struct.context] = services
+    struct.context = _platforms.add(_Services(platform))
     return struct

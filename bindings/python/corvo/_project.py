@@ -3,7 +3,6 @@
 
 from __future__ import annotations
 
-import ctypes
 import dataclasses
 import enum
 import re
@@ -13,7 +12,7 @@ from typing import Union
 from . import _c
 from ._context import Context, User
 from ._evaluation import Evaluation, Selection
-from ._handle import Handle
+from ._handle import Handle, created
 from ._records import Assignment, Drop, Membership, ProjectExperiment, ProjectFlag, ProjectGroup
 from ._records import Stop
 from ._values import Value, parse
@@ -37,16 +36,6 @@ def _record(cls: Type[R], members: Dict[str, Any]) -> R:
         return members[re.sub("_([a-z])", lambda match: match.group(1).upper(), field)]
 
     return cls(**{field.name: member(field.name) for field in dataclasses.fields(cls)})
-
-
-def document_text(document: Union[str, bytes]) -> _c.Text:
-    """A document as an argument."""
-    if isinstance(document, str):
-        document = _c.encoded(document)
-    elif not isinstance(document, (bytes, bytearray, memoryview)):
-        raise TypeError(f"a document must be str or bytes, not {type(document).__name__}")
-    document = bytes(document)
-    return _c.Text(document, len(document))
 
 
 class Project:
@@ -103,11 +92,8 @@ class Project:
         Raises `CorvoError` with the case "requestConfigFailed" if it cannot be read; the error's
         `offset` says where.
         """
-        text = document_text(document)
-        handle = ctypes.c_void_p()
-        check(_c.lib.corvo_project_decode(text, int(Filter(filter)), handle))
-        assert handle.value is not None
-        return cls(handle.value)
+        text = _c.document_from(document)
+        return cls(created(_c.lib.corvo_project_decode, text, int(Filter(filter))))
 
     def evaluate(self, user: User = Context()) -> Evaluation:
         """An evaluation of this project for a user."""

@@ -26,7 +26,7 @@ class ProjectGroup:
     """A group of an experiment."""
 
     name: str  #: As in `Experiment.group`.
-    label: Optional[str]  #: For people.
+    label: Optional[str]  #: A human-readable name.
     weight: float  #: A fraction of the experiment's users.
 
 
@@ -52,7 +52,7 @@ class Stop:
     """An experiment that aborts the process when a question reaches it."""
 
     experiment: str  #: Its name.
-    reason: str  #: In a few words, for people.
+    reason: str  #: A short, human-readable reason.
 
 
 @dataclasses.dataclass(frozen=True)
@@ -60,7 +60,7 @@ class Drop:
     """An element of the document that the reader or the filter dropped."""
 
     pointer: str  #: A JSON pointer (RFC 6901) to the element.
-    reason: str  #: In a few words, for people.
+    reason: str  #: A short, human-readable reason.
     offset: int  #: Where it begins in the document, in bytes from 0.
 
 

@@ -5,7 +5,6 @@ from __future__ import annotations
 
 import asyncio
 import ctypes
-import itertools
 import os
 import threading
 import time
@@ -14,6 +13,7 @@ from typing import Any, Callable, Dict, Generic, List, Optional, TypeVar, Union
 
 from . import _c
 from ._exit import CallingBack
+from ._handle import Numbered, created
 from ._platform import Platform, platform_struct
 from .errors import BUSY, DROPPED, check, error_from, error_of
 
@@ -87,9 +87,8 @@ class Pending(Generic[R]):
         return self._value  # type: ignore[return-value]
 
 
-_numbers = itertools.count(1)
-_pending: Dict[int, Pending[Any]] = {}
-_registries: "weakref.WeakValueDictionary[int, Registry]" = weakref.WeakValueDictionary()
+_pending: "Numbered[Pending[Any]]" = Numbered()
+_registries: "Numbered[Registry]" = Numbered(weakref.WeakValueDictionary())
 
 
 def _answered(number: int, answer: Any) -> None:
@@ -114,7 +113,7 @@ _NONE = ctypes.cast(0, _c.Notify)
 
 class Registry:
     """Clients with different tags, on one platform. An application needs one only for options other
-    than the defaults; `Client` has one of its own for all clients of the process otherwise.
+    than the defaults; otherwise all clients of the process share a default registry.
 
     Everything that happens to its clients happens on one thread at a time; other threads wait.
     """
@@ -134,30 +133,29 @@ class Registry:
         """`data_folder` is the folder for records: None is the program's own folder in the user's
         data folder. `data_file` is the file: None is "corvo.db" in the folder. `timeout` is how
         long a transfer may make no progress, in seconds (0: 60), `transfer_timeout` how long it may
-        take (0: 300); a negative one means no time at all. `max_body_bytes` limits a body (0: 16
-        MiB)."""
+        take (0: 300); with a negative number, all transfers fail. `max_body_bytes` limits a body
+        (0: 16 MiB)."""
         if max_body_bytes < 0:
             raise ValueError("a size must not be negative")
         options = _c.HostOptions(
             size=ctypes.sizeof(_c.HostOptions),
-            data_folder=_c.text_from(None if data_folder is None else os.fspath(data_folder)),
-            data_file=_c.text_from(None if data_file is None else os.fspath(data_file)),
+            data_folder=_c.path_from(data_folder),
+            data_file=_c.path_from(data_file),
             in_memory=bool(in_memory),
             application_version=_c.text_from(application_version, "a version"),
             timeout_seconds=timeout,
             transfer_seconds=transfer_timeout,
             max_body_bytes=_c.within_64_bits(max_body_bytes, "a size"),
         )
-        handle = ctypes.c_void_p()
         struct = platform_struct(platform) if platform is not None else None
-        check(_c.lib.corvo_registry_create(options, struct, handle))
-        assert handle.value is not None
+        number = created(_c.lib.corvo_registry_create, options, struct)
         self._lock = threading.RLock()
         self._is_used = False
         self._released: List[int] = []  # clients to free when none is in use
+        self.registrations: Dict[str, int] = {}  # the first handles of registered clients, by tag
         self._drivers: Dict[asyncio.AbstractEventLoop, _Driver] = {}
-        self._as_parameter_ = handle.value
-        weakref.finalize(self, _free, handle.value, self._lock, self._released)
+        self._as_parameter_ = number
+        weakref.finalize(self, _free, number, self._lock, self._released)
 
     def call(self, function: Any, *arguments: Any) -> None:
         """Calls a function that uses a client or the loop, and raises its error."""
@@ -199,8 +197,7 @@ class Registry:
     ) -> Pending[R]:
         """Asks. The listener is called when the question is done, on any thread."""
         pending = Pending(client, question.read, listener)
-        number = next(_numbers)
-        _pending[number] = pending
+        number = _pending.add(pending)
         callback = _c.Callback(number, _ANSWERED, _ENDED)
         try:
             self.call(question.function, client, *question.arguments, callback)
@@ -241,8 +238,7 @@ class Registry:
             if loop in self._drivers:
                 return
             if not self._drivers:
-                number = next(_numbers)
-                _registries[number] = self
+                number = _registries.add(self)
                 check(_c.lib.corvo_registry_on_work(self, number, _WORK, _NONE))
             for closed in [each for each in self._drivers if each.is_closed()]:
                 del self._drivers[closed]

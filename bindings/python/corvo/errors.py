@@ -4,18 +4,19 @@
 from __future__ import annotations
 
 import ctypes
-from typing import Dict, Optional, Type
+from typing import Any, Dict, Optional, Type
 
 from . import _c
 
 
 class CorvoError(Exception):
-    """An operation of the library failed. `str(error)` describes it for people.
+    """An operation of the library failed. `str(error)` is a human-readable description.
 
     Misuse of the library has subclasses, which are also the built-in exceptions that fit.
     """
 
-    #: The name of the error: "featureFlagNotFound". docs/errors.md lists all.
+    #: The name of the error: "featureFlagNotFound". docs/errors.md lists those of the library;
+    #: `corvo_status` in corvo/c/base.h has the others.
     case: str
     #: Its number, which never changes: `corvo_status` in corvo/c.h.
     code: int
@@ -23,6 +24,8 @@ class CorvoError(Exception):
     offset: Optional[int]
     #: For a backend that answered with a wrong HTTP status: that status, such as 404.
     http_status: Optional[int]
+    #: Why a fetch failed: "noData", "wrongStatusCode". docs/errors.md lists all.
+    network: Optional[str]
 
     def __init__(
         self,
@@ -31,15 +34,18 @@ class CorvoError(Exception):
         code: int,
         offset: Optional[int] = None,
         http_status: Optional[int] = None,
+        network: Optional[str] = None,
     ):
         super().__init__(text)
         self.case = case
         self.code = code
         self.offset = offset
         self.http_status = http_status
+        self.network = network
 
     def __reduce__(self) -> "tuple[object, ...]":
-        return type(self), (str(self), self.case, self.code, self.offset, self.http_status)
+        details = self.offset, self.http_status, self.network
+        return type(self), (str(self), self.case, self.code, *details)
 
 
 class InvalidHandleError(CorvoError, ValueError):
@@ -74,6 +80,16 @@ _CLASSES: Dict[int, Type[CorvoError]] = {
     104: DroppedError,
     106: PlatformError,
 }
+#: By `corvo_network_error`.
+_NETWORK = (
+    None,
+    "incorrectURL",
+    "urlError",
+    "wrongStatusCode",
+    "decodingError",
+    "customError",
+    "noData",
+)
 FIRST_MISUSE = 100
 BUSY = 102
 DROPPED = 104
@@ -84,12 +100,10 @@ def _name_of(status: int) -> str:
     return name.decode() if name else f"status {status}"
 
 
-def error_of(
-    status: int, text: str, offset: Optional[int] = None, http_status: Optional[int] = None
-) -> CorvoError:
-    """The exception for a status."""
+def error_of(status: int, text: str, *details: Any) -> CorvoError:
+    """The exception for a status. The details are the last arguments of `CorvoError`."""
     kind = _CLASSES.get(status, CorvoError)
-    return kind(text, _name_of(status), status, offset, http_status)
+    return kind(text, _name_of(status), status, *details)
 
 
 def check(status: int) -> None:
@@ -106,4 +120,5 @@ def check(status: int) -> None:
 def error_from(error: _c.Error) -> CorvoError:
     """The exception for an error of the library."""
     offset = error.offset if error.offset >= 0 else None
-    return error_of(error.status, _c.str_from(error.text), offset, error.http_status or None)
+    details = offset, error.http_status or None, _NETWORK[error.network]
+    return error_of(error.status, _c.str_from(error.text), *details)

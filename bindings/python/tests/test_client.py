@@ -2,19 +2,24 @@
 """Clients, blocking and with asyncio, on a platform in Python and against a backend."""
 
 import asyncio
+import ctypes
 import datetime
 import gc
+import os
 import pathlib
 import pickle
 import signal
 import socket
 import tempfile
 import threading
+import time
 import unittest
 import unittest.mock
 
 import corvo
 import support
+import test_engine
+from corvo import _c, _platform
 
 CONFIG = (support.SHOP / "config.json").read_bytes()
 DEVICE = corvo.Device("2.14.0", "6F9619FF-8B86-D011-B42D-00CF4FC964FF", "Plan 9", "4.1")
@@ -28,6 +33,7 @@ class Backend:
         self.now = float(support.MOMENT)
         self.requests = []
         self.fails = False
+        self.config = CONFIG
         self.services = {
             "clock": lambda: self.now,
             "time_zone": datetime.timezone.utc,
@@ -41,7 +47,7 @@ class Backend:
         self.requests.append(request)
         if self.fails:
             raise OSError("the cable is out")
-        return corvo.Response(200, GEO if "geo" in request.url else CONFIG)
+        return corvo.Response(200, GEO if "geo" in request.url else self.config)
 
     def registry(self) -> corvo.Registry:
         return corvo.Registry(platform=corvo.Platform(**self.services))
@@ -88,6 +94,15 @@ class Clients(unittest.TestCase):
         self.assertIsNone(client.experiment("landing-page"))
         self.assertEqual(client.project().flags, project.flags)
 
+    def test_the_report_has_values_of_the_same_types(self) -> None:
+        texts = test_engine.Values.TEXTS
+        flags = {name: [support.rule(text)] for name, text in texts.items()}
+        self.backend.config = support.document(flags).encode()
+        found = self.client().flags()
+        for name, expected in test_engine.Values.EXPECTED.items():
+            self.assertEqual(repr(found[name]), repr(expected), name)
+        self.assertEqual(len(found), len(texts))
+
     def test_copies_are_cached_and_expire(self) -> None:
         client = self.client(cache_ttl=60)
         self.assertEqual(client.status(), (None, None))
@@ -109,7 +124,8 @@ class Clients(unittest.TestCase):
         self.backend.fails = True
         with self.assertRaises(corvo.CorvoError) as caught:
             client.flags()
-        self.assertEqual(caught.exception.case, "requestConfigFailed")
+        for error in caught.exception, pickle.loads(pickle.dumps(caught.exception)):
+            self.assertEqual((error.case, error.network), ("requestConfigFailed", "noData"))
         self.assertEqual(len(self.backend.requests), 2)  # one retry
         self.assertEqual(client.check_flag("checkout-steps", int, default=7), 7)
         self.client(retry_count=0, tag="other").check_flag("x", default=1)
@@ -138,6 +154,10 @@ class Clients(unittest.TestCase):
             for change in client.set_user, client.update_user:
                 with self.subTest(wrong=wrong), self.assertRaises(error):
                     change({"userId": "eve", **wrong} if isinstance(wrong, dict) else wrong)
+        self.assertEqual(client.check_flag("basket-discount"), 0.1)  # nothing was changed
+        with unittest.mock.patch.object(_c.lib, "corvo_user_set_custom", lambda *given: 103):
+            with self.assertRaises(corvo.OutOfMemoryError):
+                client.update_user({"userId": "eve", "custom.basket": 1})
         self.assertEqual(client.check_flag("basket-discount"), 0.1)  # nothing was changed
         self.backend.now += 24 * 3600 + 1
         self.assertEqual(client.check_flag("basket-discount"), 0)
@@ -169,6 +189,8 @@ class Clients(unittest.TestCase):
             first.flags()
         with self.assertRaises(ValueError):  # is the same
             first.set_user({})
+        with self.assertRaises(corvo.InvalidHandleError):
+            first.check_flag("checkout-steps", default=1)
         for wrong in {"cache_ttl": -1}, {"retry_count": -1}:
             with self.assertRaises(ValueError):
                 self.client(tag="x", **wrong)
@@ -177,8 +199,23 @@ class Clients(unittest.TestCase):
         with self.assertRaises(TypeError):
             pickle.dumps(second)
 
+    def test_one_client_with_several_objects(self) -> None:
+        self.assertIsNone(corvo.Client.get("x", registry=self.registry))
+        client = self.client(tag="x", initial_user={"custom.basket": 150})
+        again = corvo.Client.get("x", registry=self.registry)
+        self.assertEqual(again.check_flag("basket-discount"), 0.1)
+        client.close()
+        self.assertIsNone(corvo.Client.get("x", registry=self.registry))
+        again.set_user({})  # is still valid
+        later = self.client(tag="x")
+        again.close()  # does not remove the later client
+        self.assertIsNotNone(corvo.Client.get("x", registry=self.registry))
+        del later
+        corvo.Client.get("x", registry=self.registry).close()  # which nobody had closed
+        self.assertIsNone(corvo.AsyncClient.get("x", registry=self.registry))
+
     def test_records_are_stored(self) -> None:
-        with tempfile.TemporaryDirectory() as folder:
+        with tempfile.TemporaryDirectory(prefix=os.fsdecode(b"\xff\xc3\xa9")) as folder:
             for expected in 2, 0:
                 backend = Backend(store=None)
                 registry = corvo.Registry(
@@ -203,6 +240,55 @@ class Clients(unittest.TestCase):
         self.assertEqual(flags["checkout-steps"], 1)
         self.assertTrue(flags["new-checkout"])  # by the application's version
         self.assertTrue(any("disk is full" in str(each.exc_value) for each in reported))
+
+        for error in LookupError("no such backend"), ConnectionError("no network"):
+            reported.clear()
+            self.backend.services["store"] = {}
+            self.backend.services["http"] = unittest.mock.Mock(side_effect=error)
+            self.registry = self.backend.registry()
+            with self.assertRaises(corvo.CorvoError):
+                self.client(retry_count=0).flags()
+            expected = [error] if isinstance(error, LookupError) else []
+            self.assertEqual([each.exc_value for each in reported], expected)
+
+    def test_a_clock_and_a_zone_that_fail(self) -> None:
+        reported = []
+        self.enterContext(unittest.mock.patch("sys.unraisablehook", reported.append))
+        fail = unittest.mock.Mock(side_effect=LookupError("no time"))
+        self.backend = Backend(clock=fail, time_zone=test_engine.Broken())
+        self.backend.config = support.noon().encode()
+        self.registry = self.backend.registry()
+        before = time.time()
+        client = self.client()
+        self.assertEqual(client.check_flag("afternoon"), "yes")
+        self.assertTrue(before <= client.status().configuration.stored_at <= time.time())
+        messages = {str(each.exc_value) for each in reported}
+        self.assertEqual(messages, {"no time", "no such zone"})
+
+    def test_a_store_that_fails_in_between(self) -> None:
+        class Full(dict):
+            def __setitem__(self, place, value):
+                if len(self) > 2:
+                    raise OSError("the disk is full")
+                super().__setitem__(place, value)
+
+        def text(data: bytes) -> _c.Result:
+            kept.append(ctypes.create_string_buffer(data))
+            return _c.Result(ctypes.addressof(kept[-1]), len(data))
+
+        kept = []
+        before = {("s", "a"): b"1", ("s", "b"): b"2"}
+        store = Full(before)
+        platform = _platform.platform_struct(corvo.Platform(store=store))
+        changes = [(b"b", text(b"3")), (b"a", _c.Result()), (b"c", text(b"4")), (b"d", text(b"5"))]
+        changes.append((b"e", text(b"6")))
+        array = (_c.Change * len(changes))(*[_c.Change(text(key), value) for key, value in changes])
+        self.enterContext(unittest.mock.patch("sys.unraisablehook"))
+        self.assertFalse(platform.apply(platform.context, text(b"s"), array, len(changes)))
+        self.assertEqual(store, before)
+        self.assertTrue(platform.apply(platform.context, text(b"s"), array, 3))
+        self.assertEqual(store, {("s", "b"): b"3", ("s", "c"): b"4"})
+        platform.destroy(platform.context)
 
     def test_a_question_in_a_service(self) -> None:
         clients, errors = [], []
@@ -350,6 +436,11 @@ class Waiting(unittest.TestCase):
         timer.start()
         with self.assertRaises(corvo.DroppedError):
             client.flags()
+        timer.join()
+        client = corvo.Client("token", self.address, registry=self.registry)
+        timer = threading.Timer(0.05, client.close)
+        timer.start()
+        self.assertEqual(client.check_flag("x", default="closed"), "closed")
         timer.join()
 
         def interrupt(number, frame):

@@ -23,6 +23,11 @@ class Values(unittest.TestCase):
         "object": '{"a": [1, "é\\u0000"], "n": 18446744073709551615}',
         "text": "Olá \U0001f426",
         "empty": "",
+        "whole": "42.0",
+        "zero": "-0.0",
+        "repeated": '{"a": %s, "a": 1}' % ("1" * 5000),
+        "numbers": '{"a": [1.0, 1e2, -0.0, -9223372036854775808.0, 9007199254740993.0, 0.5, 1e-400,'
+        " 0.99999999999999999999, 18446744073709551616, -9223372036854775809]}",
     }
     EXPECTED = {
         "on": True,
@@ -33,6 +38,10 @@ class Values(unittest.TestCase):
         "object": {"a": [1, "é\0"], "n": 18446744073709551615},
         "text": "Olá \U0001f426",
         "empty": "",
+        "whole": 42.0,
+        "zero": -0.0,
+        "repeated": {"a": 1},
+        "numbers": {"a": [1, 100, 0, -(2**63), 2**53 + 1, 0.5, 0, 1, 2.0**64, -(2**63)]},
     }
 
     def setUp(self) -> None:
@@ -43,9 +52,8 @@ class Values(unittest.TestCase):
         for name, expected in self.EXPECTED.items():
             with self.subTest(name):
                 value = self.evaluation.check_flag(name)
-                self.assertEqual(value, expected)
-                self.assertIs(type(value), type(expected))
-                self.assertEqual((report[name], type(report[name])), (expected, type(expected)))
+                self.assertEqual(repr(value), repr(expected))
+                self.assertEqual(repr(report[name]), repr(expected))
 
     def test_a_type_is_exact_or_nothing(self) -> None:
         check = self.evaluation.check_flag
@@ -120,6 +128,8 @@ class Evaluations(unittest.TestCase):
         self.assertEqual((page.param("columns", int), page.param("columns", str)), (2, "2"))
         self.assertIsNone(page.param("none"))
         self.assertIsNone(ann.experiment("landing-page"))
+        groups = [(each.name, each.group) for each in ann.all_experiments()]
+        self.assertEqual(groups, [("short-checkout", "short"), ("product-page", "b")])
         self.assertFalse(ann.holdout("quiet-customers"))
         self.assertIsNone(ann.holdouts_text())
         self.assertEqual(ann.experiments_text(), "short-checkout.1|product-page.1")
@@ -137,6 +147,8 @@ class Evaluations(unittest.TestCase):
             ann.check_flag("none")
         self.assertEqual(caught.exception.case, "featureFlagNotFound")
         self.assertIn('"none"', str(caught.exception))
+        with self.assertRaisesRegex(corvo.CorvoError, '"a\0b" not found'):
+            ann.check_flag("a\0b")
         # Handles outlive all that they came from.
         del ann, self.project
         self.assertEqual(copy.copy(short).flag("checkout-steps", int), 1)

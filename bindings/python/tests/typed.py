@@ -27,6 +27,7 @@ def client(asked: corvo.Client) -> None:
     assert experiment is not None
     assert_type(experiment.param("p", str), Optional[str])
     asked.set_user({"custom.basket": 150, "userId": None})
+    assert_type(corvo.AsyncClient.get("tag"), Optional[corvo.AsyncClient])
 
 
 async def coroutines(asked: corvo.AsyncClient) -> None:

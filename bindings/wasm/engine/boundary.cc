@@ -2,14 +2,11 @@
 
 #include "boundary.h"
 
-#include <corvo/property.h>
-
 #include <new>
-#include <type_traits>
 #include <utility>
-#include <variant>
 
 #include "base/stop_process.h"
+#include "model/typed_text.h"
 
 namespace corvo::corvo_internal::wasm {
 namespace {
@@ -18,40 +15,27 @@ Record result;
 std::string keptText;
 std::vector<char> writtenInput;
 
-Record recordOf(bool value) {
-  Record record(Kind::boolean);
-  record.integer = value ? 1 : 0;
-  return record;
-}
-Record recordOf(std::int64_t value) {
-  Record record(Kind::integer);
-  record.integer = value;
-  return record;
-}
-Record recordOf(double value) {
-  Record record(Kind::number);
-  record.number = value;
-  return record;
-}
-
-template <class T>
-Record read(std::string_view text) {
-  const auto value = fromCorvoString<T>(text);
-  return value ? recordOf(*value) : Record{};
-}
-
-Record readAny(std::string_view text) {
-  const auto record = [&](const auto& value) {
-    using Value = std::remove_cvref_t<decltype(value)>;
-    if constexpr (std::is_same_v<Value, JsonObject>)
-      return Record(Kind::json, text);
-    else if constexpr (std::is_same_v<Value, std::string>)
-      return Record(Kind::string, text);
-    else
-      return recordOf(value);
-  };
-  return std::visit(record, typedProperty(text));
-}
+struct MakeRecord {
+  Record operator()() const { return {}; }
+  Record operator()(bool value) const {
+    Record record(Kind::boolean);
+    record.integer = value ? 1 : 0;
+    return record;
+  }
+  Record operator()(std::int64_t value) const {
+    Record record(Kind::integer);
+    record.integer = value;
+    return record;
+  }
+  Record operator()(double value) const {
+    Record record(Kind::number);
+    record.number = value;
+    return record;
+  }
+  Record operator()(model::TextType type, std::string_view text) const {
+    return Record(static_cast<Kind>(type), text);
+  }
+};
 
 /// Where in a document an error lies, or -1.
 std::int64_t offsetOf(const CorvoError& error) {
@@ -65,24 +49,11 @@ std::int64_t offsetOf(const CorvoError& error) {
 }  // namespace
 
 Record valueOf(std::string_view text, Kind kind) {
-  switch (kind) {
-    case Kind::boolean:
-      return read<bool>(text);
-    case Kind::integer:
-      return read<std::int64_t>(text);
-    case Kind::number:
-      return read<double>(text);
-    case Kind::string:
-      return Record(Kind::string, text);
-    case Kind::json:
-      return fromCorvoString<JsonObject>(text) ? Record(Kind::json, text) : Record{};
-    default:
-      return readAny(text);
-  }
+  return model::readAs(static_cast<model::TextType>(kind), text, MakeRecord());
 }
 
 void answer(const Record& record) noexcept { result = record; }
-void answer(bool value) noexcept { answer(recordOf(value)); }
+void answer(bool value) noexcept { answer(MakeRecord()(value)); }
 void answerNothing() noexcept { answer(Record{}); }
 
 void answer(std::string&& text) {

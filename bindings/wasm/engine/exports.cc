@@ -18,21 +18,10 @@
 #include "context.h"
 #include "evaluation/report_json.h"
 #include "lint/finding_json.h"
+#include "model/typed_text.h"
 
 // The functions that JavaScript calls. Their answer is the result; names, documents, positions and
 // contexts are in the input. Some functions have no answer, and leave the last one.
-
-namespace corvo {
-
-/// A text of the configuration as it is, in the place where the project has it.
-template <>
-struct CorvoPropertyTraits<corvo_internal::wasm::Record> {
-  static std::optional<corvo_internal::wasm::Record> fromCorvoString(std::string_view text) {
-    return corvo_internal::wasm::valueOf(text, corvo_internal::wasm::Kind::string);
-  }
-};
-
-}  // namespace corvo
 
 namespace corvo::corvo_internal::wasm {
 namespace {
@@ -63,10 +52,6 @@ struct Questions {
   std::vector<Record> records;
   std::vector<CorvoExperimentPointer*> experiments;
 };
-
-std::string_view textOf(const Record& record) {
-  return {static_cast<const char*>(record.text), record.size};
-}
 
 /// Answers with the value, or with the error in its place.
 template <class T>
@@ -130,9 +115,10 @@ CORVO_WASM_EXPORT(corvo_free_evaluation) void freeEvaluation(const Questions* qu
 
 CORVO_WASM_EXPORT(corvo_check_flag)
 void checkFlag(Questions* questions, std::size_t nameSize, Kind kind) {
-  const auto text = questions->evaluation.checkFlag<Record>(inputText(nameSize));
+  using corvo_internal::model::PlainText;
+  const auto text = questions->evaluation.checkFlag<PlainText>(inputText(nameSize));
   if (const CorvoError* error = text.error()) return answer(*error);
-  answer(valueOf(textOf(*text.value()), kind));
+  answer(valueOf(text.value()->text, kind));
 }
 
 /// The values of all flags that have one, with their names.

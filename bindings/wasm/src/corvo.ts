@@ -38,7 +38,7 @@ export interface Finding {
   readonly line: number;
   /** From 1, in code points. */
   readonly column: number;
-  /** One line for people. */
+  /** One human-readable line. */
   readonly message: string;
 }
 

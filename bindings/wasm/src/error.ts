@@ -2,14 +2,13 @@
 
 /** Why an operation failed. The first group has the names that the errors have in C++. */
 export type CorvoErrorCase =
-  | 'requestConfigFailed' // a document cannot be decoded; `offset` says where
+  // A document cannot be decoded: `offset` says where. Or `details()` would repeat values of more than 64 MiB: no `offset`.
+  | 'requestConfigFailed'
   | 'featureFlagNotFound'
   | 'featureFlagNoRules'
   | 'featureFlagRulesNotSatisfied'
   | 'experimentNotFound'
   | 'experimentGroupNotMatchingFeatureFlagGroup'
-  | 'experimentSplitIdNotFound'
-  | 'experimentGroupIndexNotFound'
   | 'holdoutNotFound'
   // Only in JavaScript:
   | 'disposed' // the object has been disposed of

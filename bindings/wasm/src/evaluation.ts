@@ -90,7 +90,7 @@ export class Evaluation {
   }
 
   /** The experiments that the user takes part in, holdouts included. */
-  experiments(): Experiment[] {
+  allExperiments(): Experiment[] {
     this.#ask((address) => this.#engine.calls.corvo_experiments(address));
     // Creating a handle asks for names, which overwrites the list.
     const addresses = this.#engine.addresses((address) => address);
@@ -146,7 +146,7 @@ export class Evaluation {
 
   /**
    * The user's groups in the experiments and holdouts at these positions, in this order. Skips those
-   * that `experiments` does not list, and positions that do not exist.
+   * that `allExperiments` does not list, and positions that do not exist.
    */
   memberships(positions: ArrayLike<number>): Membership[] {
     const engine = this.#engine;
@@ -156,7 +156,7 @@ export class Evaluation {
 
   /**
    * Why a flag has its value for the user: the answer of `checkFlag`, with the steps that led to it, as an
-   * object or as a text for people. Says so if there is no such flag.
+   * object or as a human-readable text. Says so if there is no such flag.
    */
   explainFlag(name: string): Explanation;
   explainFlag(name: string, form: 'text'): string;

@@ -24,7 +24,7 @@ export interface Flag {
 export interface Group {
   /** As in `Experiment.groupName`. */
   readonly name: string;
-  /** For people. */
+  /** A human-readable name. */
   readonly label: string | null;
   /** A fraction of the experiment's users. */
   readonly weight: number;
@@ -60,7 +60,7 @@ export interface ExperimentDescription {
 export interface Stop {
   /** Its name. */
   readonly experiment: string;
-  /** In a few words, for people. */
+  /** A short, human-readable reason. */
   readonly reason: string;
 }
 
@@ -68,7 +68,7 @@ export interface Stop {
 export interface Drop {
   /** A JSON pointer (RFC 6901) to the element. */
   readonly pointer: string;
-  /** In a few words, for people. */
+  /** A short, human-readable reason. */
   readonly reason: string;
   /** Where it begins in the document, in bytes of UTF-8 from 0. */
   readonly offset: number;
@@ -129,7 +129,7 @@ export class Project {
     return new Evaluation(this.#engine, this.#handle, this.#texts, context);
   }
 
-  /** Frees the memory. Evaluations go on. */
+  /** Frees the memory. Evaluations remain usable. */
   dispose(): void {
     this.#handle.free();
   }

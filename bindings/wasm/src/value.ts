@@ -7,7 +7,7 @@ import { CorvoError } from './error.js';
 export type Json = null | boolean | number | string | Json[] | JsonObject;
 export type JsonObject = { [key: string]: Json };
 
-/** A configuration value whose text determines its type. Only integers beyond 2^53 are bigints. */
+/** A configuration value whose text determines its type. Only integers beyond 2^53 - 1 either way are bigints. */
 export type Value = boolean | number | bigint | string | JsonObject;
 
 /** What a configuration value can be read as, and what that is in JavaScript. */

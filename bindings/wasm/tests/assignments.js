@@ -15,7 +15,8 @@ export const tests = {
     const answers = (await read('made/answers.jsonl')).trimEnd().split('\n').map((line) => JSON.parse(line));
     const project = corvo.decode(JSON.stringify(makeProject()), { filter: 'client' });
     const texts = project.flags.map(({ name }) => name);
-    const listed = [...project.experiments, ...project.holdouts];
+    const listed = [...project.experiments, ...project.holdouts].sort((a, b) => a.position - b.position);
+    const names = listed.map(({ name }) => name);
     const positions = listed.map(({ position }) => position);
     const evaluation = project.evaluate();
     const users = makeUsers(10_000);
@@ -26,11 +27,12 @@ export const tests = {
       equal(flags, answers[i].flags, `user ${i}`);
       equal(Object.keys(flags), Object.keys(answers[i].flags), `user ${i}`);
       equal(evaluation.flagTexts([...texts.keys()]).map(({ flag }) => texts[flag]), Object.keys(flags));
-      const handles = evaluation.experiments();
+      const handles = evaluation.allExperiments();
       const experiments = handles.map(({ name, groupIndex, groupName }) => ({ name, groupIndex, groupName }));
       handles.forEach((handle) => handle.dispose());
-      equal(experiments.filter(({ name }) => answers[i].experiments.some((each) => each.name === name)),
-        answers[i].experiments, `user ${i}`);
+      const native = [...answers[i].experiments, ...answers[i].holdouts];
+      native.sort((a, b) => names.indexOf(a.name) - names.indexOf(b.name));
+      equal(experiments, native, `user ${i}`);
       const memberships = evaluation.memberships(positions).map(({ experiment, group }) =>
         `${listed.find(({ position }) => position === experiment).name}.${group}`);
       equal(memberships.sort(), experiments.map(({ name, groupIndex }) => `${name}.${groupIndex}`).sort(), `user ${i}`);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
+import { always, rule } from './documents.js';
 import { equal, fails } from './expect.js';
 
-const always = (value) => [{ is_default: true, value, conditional_statement: '-', conditions: [] }];
 const flag = (name, value, more = {}) => ({ name, type: 'string', rules: always(value), ...more });
 const decode = (corvo, project, options) => corvo.decode(JSON.stringify(project), options);
 
@@ -87,7 +87,7 @@ export const tests = {
     equal(evaluation.details({ estimateHoldouts: false }), [
       { type: 'featureFlag', id: 'e|1', group: 1, results: [{ name: 'carried', value: 'true' }] },
     ]);
-    const [first, second] = evaluation.experiments();
+    const [first, second] = evaluation.allExperiments();
     equal([first.name, first.groupName, first.groupIndex, second.name], ['e|1', 'b', 1, 'h']);
     equal([first.param('p', 'integer'), first.param('p', 'json'), first.param('x', 'any')], [12, undefined, undefined]);
     equal([first.flag('carried', 'boolean'), first.flag('f', 'any')], [true, undefined]);
@@ -100,7 +100,7 @@ export const tests = {
 
     evaluation.reset();
     equal([evaluation.experimentsText(), evaluation.holdoutsText(), evaluation.holdout('h')], [undefined, undefined, false]);
-    equal([evaluation.experiments(), evaluation.experiment('e|1'), evaluation.memberships([0, 1])], [[], undefined, []]);
+    equal([evaluation.allExperiments(), evaluation.experiment('e|1'), evaluation.memberships([0, 1])], [[], undefined, []]);
     equal(first.flag('carried', 'any'), true, 'a handle is a snapshot');
     for (const [which, ask] of [
       ['featureFlagNotFound', () => evaluation.checkFlag('no', 'any')],
@@ -115,7 +115,7 @@ export const tests = {
 
   async 'every part of a context counts'({ corvo }) {
     const is = (name, value) => [
-      { is_default: false, value: 'yes', conditional_statement: 'AND', conditions: [{ name, condition_sign: 'equal', value }] },
+      rule(false, 'yes', 'AND', [{ name, condition_sign: 'equal', value }]),
       ...always('no'),
     ];
     const names = ['custom.ü', 'geo.city', 'appVersion', 'deviceId', 'os.name', 'os.version', 'date'];

@@ -2,6 +2,8 @@
 
 // A project and many users that reach all of its parts, the same in every run.
 
+import { always, rule } from './documents.js';
+
 /** Marsaglia's xorshift, 32 bits. */
 function generator(seed) {
   let state = seed;
@@ -19,10 +21,6 @@ const kZones = ['Europe/Berlin', 'Australia/Lord_Howe', 'Asia/Kolkata', 'America
 const kDates = ['2024-03-31 02:30', '2024-10-27 02:30', '2023-04-02', '1893-04-01', '1935-03-30 00:01',
   '1972-01-07', '2011-12-30', '2011-12-31 00:00', '1883-11-18 12:00', '2026-11-22 10:00'];
 const kTexts = ['gold', 'silver', 'Zürich', '東京', '🐦', '', '12', '3.5', '1.10.2', 'a;b', 'café'];
-
-function rule(isDefault, value, statement, conditions) {
-  return { is_default: isDefault, value, conditional_statement: statement, conditions };
-}
 
 export function makeProject() {
   const random = generator(20);
@@ -42,7 +40,7 @@ export function makeProject() {
   const rules = () => [
     rule(false, oneOf(values), 'AND', conditions()),
     rule(false, oneOf(values), 'OR', conditions()),
-    ...(random(4) === 0 ? [] : [rule(true, oneOf(values), '-', [])]),
+    ...(random(4) === 0 ? [] : always(oneOf(values))),
   ];
   const flags = Array.from({ length: 40 }, (_, i) => ({
     name: `flag ${i} ü`,
@@ -65,7 +63,7 @@ export function makeProject() {
       feature_flags: [{
         name: `flag ${i} ü`,
         type: 'string',
-        groups: groups.map((group) => ({ group, rules: [rule(true, oneOf(values), '-', [])] })),
+        groups: groups.map((group) => ({ group, rules: always(oneOf(values)) })),
       }],
     }),
   }));

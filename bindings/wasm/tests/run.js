@@ -3,7 +3,7 @@
 // Runs the tests: `node run.js node|chromium CORVO GOLDEN`, with the command and the golden program of this
 // machine, whose answers are compared.
 
-import { execFileSync, spawn } from 'node:child_process';
+import { execFileSync } from 'node:child_process';
 import { once } from 'node:events';
 import { mkdtemp, readFile, rm, writeFile } from 'node:fs/promises';
 import { createServer } from 'node:http';
@@ -13,6 +13,7 @@ import { fileURLToPath } from 'node:url';
 import { setFlagsFromString } from 'node:v8';
 import { runInNewContext } from 'node:vm';
 
+import { Page } from '../../../tests/browser/browser.mjs';
 import { makeProject, makeUsers } from './population.js';
 import * as readme from './readme.js';
 import { runAll } from './suite.js';
@@ -20,7 +21,7 @@ import { runAll } from './suite.js';
 const root = fileURLToPath(new URL('../../../', import.meta.url));
 const [host, corvo, golden] = process.argv.slice(2);
 
-/** The answers of this machine. */
+/** The answers of the native engine. */
 async function makeFiles(folder) {
   const config = join(folder, 'config.json');
   await writeFile(config, JSON.stringify(makeProject()));
@@ -68,17 +69,14 @@ async function runInChromium(made) {
     }
   });
   await once(server.listen(0, '127.0.0.1'), 'listening');
-  const page = `http://127.0.0.1:${server.address().port}/bindings/wasm/tests/page.html`;
-  const flags = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
-    '--disable-background-networking', '--disable-component-update', '--disable-sync',
-    '--disable-dev-shm-usage', '--js-flags=--expose-gc', `--user-data-dir=${join(made, 'profile')}`];
-  const browser = spawn('chromium', [...flags, page], { stdio: 'ignore' });
-  const ended = once(browser, 'exit');
+  const page = await Page.open('chromium', '--js-flags=--expose-gc');
   try {
-    return await Promise.race([results, ended.then(([code]) => [{ name: 'chromium', error: `exit status ${code}` }])]);
+    const url = `http://127.0.0.1:${server.address().port}/bindings/wasm/tests/page.html`;
+    await page.send('Page.navigate', { url });
+    const ended = page.ended.then(([code]) => [{ name: 'chromium', error: `exit status ${code}` }]);
+    return await Promise.race([results, ended]);
   } finally {
-    browser.kill();
-    await ended;
+    await page.close();
     server.close();
     server.closeAllConnections();
   }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
+import { always, rule } from './documents.js';
 import { equal, tableOf } from './expect.js';
 import { linesOf } from './golden.js';
 
@@ -67,17 +68,11 @@ export const tests = {
 
   async 'conditions hold as the table says'({ corvo, read }) {
     const conditions = conditionsOf(await read('tests/targeting/conditions.txt'));
-    const rule = (isDefault, value, list) => ({
-      is_default: isDefault,
-      value,
-      conditional_statement: 'AND',
-      conditions: list,
-    });
     const flags = conditions.map(({ hashed, property, sign, texts }, i) => ({
       name: String(i),
       type: 'string',
       is_private: hashed,
-      rules: [rule(false, 'yes', [{ name: property, condition_sign: sign, value: texts }]), rule(true, 'no', [])],
+      rules: [rule(false, 'yes', 'AND', [{ name: property, condition_sign: sign, value: texts }]), ...always('no')],
     }));
     const project = corvo.decode(JSON.stringify({ feature_flags: flags }));
     const evaluation = project.evaluate();
@@ -100,7 +95,7 @@ export const tests = {
     }
   },
 
-  async 'the engine computes the numbers, digests and assignments of this machine'({ bytes, read }) {
+  async 'the engine computes the numbers, digests and assignments of the native engine'({ bytes, read }) {
     const expected = (await read('made/golden.txt')).split('\n');
     const found = await linesOf(await WebAssembly.compile(await bytes('made/golden.wasm')));
     expected.forEach((line, i) => equal(found[i], line, `line ${i + 1}`));

@@ -28,8 +28,8 @@ extern "C" {
 #define CORVO_C_ENUM
 #endif
 
-/// A text. No text at all has null `data` and the size 0. As a name that is the empty text; as an
-/// option it is the default.
+/// A text. A null `data` with size 0 means "no text": as a name it is the empty text, as an option
+/// the default.
 typedef struct corvo_text {
   const char* data;  ///< The bytes; null only if `size` is 0.
   size_t size;       ///< Their number.
@@ -78,7 +78,7 @@ typedef enum corvo_status CORVO_C_ENUM {
   CORVO_OUT_OF_MEMORY = 103,
   /// No answer will come: the question was dropped.
   CORVO_DROPPED = 104,
-  /// The edit function returned false; nothing was changed.
+  /// The edit function returned false; the user is not changed.
   CORVO_CANCELLED = 105,
   /// A service of the platform failed.
   CORVO_PLATFORM_FAILED = 106,
@@ -99,11 +99,11 @@ CORVO_C_EXPORT const char* corvo_version(void);
 typedef enum corvo_network_error CORVO_C_ENUM {
   CORVO_NETWORK_NONE = 0,               ///< The error is not about a fetch.
   CORVO_NETWORK_INCORRECT_URL = 1,      ///< The address is not valid.
-  CORVO_NETWORK_URL_ERROR = 2,          ///< The transfer did not complete.
+  CORVO_NETWORK_URL_ERROR = 2,          ///< Never produced by this library.
   CORVO_NETWORK_WRONG_STATUS_CODE = 3,  ///< The answer's status was not a success.
   CORVO_NETWORK_DECODING_ERROR = 4,     ///< The answer cannot be decoded.
-  CORVO_NETWORK_CUSTOM_ERROR = 5,       ///< Something else.
-  CORVO_NETWORK_NO_DATA = 6             ///< The answer was empty.
+  CORVO_NETWORK_CUSTOM_ERROR = 5,       ///< Never produced by this library.
+  CORVO_NETWORK_NO_DATA = 6             ///< No data came, or the transfer failed.
 } corvo_network_error;
 
 /// An error, for example the last one of this thread.
@@ -111,7 +111,9 @@ typedef struct corvo_error {
   size_t size;                  ///< Set it to `sizeof(corvo_error)`.
   corvo_status status;          ///< `CORVO_OK` if no function has failed yet.
   corvo_network_error network;  ///< Of a failed fetch.
-  /// For people, at most 1024 bytes. Valid until the next error on this thread, or its end.
+  /// A human-readable description, with the names that the error is about. From `corvo_last_error`
+  /// at most 1,024 bytes, valid until the next error on this thread or until the thread ends. Of an
+  /// answer any length, valid as long as the answer.
   corvo_text text;
   int64_t offset;       ///< For a document that cannot be decoded: the byte; otherwise -1.
   int32_t http_status;  ///< Of a wrong status code; otherwise 0.
@@ -129,7 +131,8 @@ typedef enum corvo_type CORVO_C_ENUM {
   CORVO_DOUBLE = 3,   ///< `number`
   CORVO_STRING = 4,   ///< `text`
   CORVO_JSON = 5,     ///< `text`: that of a JSON object, as the configuration has it
-  CORVO_ANY = 6       ///< To ask for a value: the first of JSON, boolean, integer, double, string.
+  /// Only to ask for a value: the first of JSON, boolean, integer, double and string that fits.
+  CORVO_ANY = 6
 } corvo_type;
 
 /// A value: its type says which of the other members counts.
@@ -141,8 +144,8 @@ typedef struct corvo_value {
   corvo_text text;  ///< Of a `CORVO_STRING` or `CORVO_JSON`.
 } corvo_value;
 
-/// Reads a text as a type, as the library reads the text of a flag. Texts of the value are the
-/// given one.
+/// Reads a text as a type, as the library reads the text of a flag. A text in the value points into
+/// `text`.
 CORVO_C_EXPORT corvo_status corvo_read_value(corvo_text text, corvo_type type, corvo_value* value);
 
 #ifdef __cplusplus

@@ -15,16 +15,16 @@ extern "C" {
 /// The clients of an application by tag, all on one platform. See `corvo::ClientRegistry`.
 typedef struct corvo_registry corvo_registry;
 
-/// Creates a registry on the ready-made platform; services that `platform` has replace it. Both
-/// structs are copied, and both may be null. Takes ownership of the platform's context: `destroy`
-/// is called when nothing uses it any more, or before the return if the function fails, unless the
-/// struct's size is wrong. Fails with `CORVO_UNAVAILABLE` if a service is missing and this build
-/// has no ready-made platform.
+/// Creates a registry on the ready-made platform; services that `platform` provides take
+/// precedence. Both structs are copied, and both may be null. Takes ownership of the platform's
+/// context: `destroy` is called when nothing uses it any more, or before the return if the function
+/// fails, unless the struct's size is wrong. Fails with `CORVO_UNAVAILABLE` if a service is missing
+/// and this build has no ready-made platform.
 CORVO_C_EXPORT corvo_status corvo_registry_create(const corvo_host_options* host,
                                                   const corvo_platform* platform,
                                                   corvo_registry** registry);
-/// Also makes `corvo_registry_run` return. Clients keep working, but a ready-made loop then runs
-/// only while `corvo_reply_wait` waits.
+/// Frees the handle, and makes all of its `corvo_registry_run` return. Clients keep working, but a
+/// ready-made loop then runs only while `corvo_reply_wait` waits.
 CORVO_C_EXPORT corvo_status corvo_registry_free(corvo_registry* registry);
 
 // The loop of the ready-made platform, on which its transfers advance and answers come. Run it on
@@ -40,7 +40,8 @@ CORVO_C_EXPORT corvo_status corvo_registry_stop(corvo_registry* registry);
 /// Advances the transfers without waiting, then runs the tasks that are queued at that time: once
 /// per frame, or from a timer while the loop is busy.
 CORVO_C_EXPORT corvo_status corvo_registry_tick(corvo_registry* registry);
-/// Whether a task is queued or a transfer is under way. For any thread.
+/// Whether a task is queued or a transfer is under way. The loop does not know of the requests of a
+/// URL session that the platform brings. For any thread.
 CORVO_C_EXPORT corvo_status corvo_registry_busy(corvo_registry* registry, bool* busy);
 /// Registers a function that is called when a task joins an empty queue or a transfer starts, on
 /// the thread that queued the work: the moment to schedule a tick. It must not run the loop.
@@ -84,7 +85,8 @@ CORVO_C_EXPORT corvo_status corvo_user_set(corvo_user* user, corvo_user_property
 CORVO_C_EXPORT corvo_status corvo_user_set_custom(corvo_user* user, corvo_text key,
                                                   const corvo_value* value);
 /// Sets a property of any name and its expiry, "yyyy-MM-dd HH:mm:ss" in local time, to restore a
-/// user that was stored. Without an expiry it counts as expired.
+/// user that was stored. Without an expiry it counts as expired. Invalid UTF-8 is replaced with
+/// U+FFFD.
 CORVO_C_EXPORT corvo_status corvo_user_restore(corvo_user* user, corvo_text name, corvo_text value,
                                                corvo_text expiry);
 /// The user as a JSON object with "properties" and "corvoExpiration", both objects of texts. Valid
@@ -124,14 +126,15 @@ CORVO_C_EXPORT corvo_status corvo_client_free(corvo_client* client);
 
 /// Replaces the stored user with a copy of this one.
 CORVO_C_EXPORT corvo_status corvo_client_set_user(corvo_client* client, corvo_user* user);
-/// Edits a user. Called once, before the function that takes it returns. The handle is
-/// freed when the function returns. It may use the client. False: nothing is stored, and that
-/// function returns `CORVO_CANCELLED`.
+/// Edits a user. It is called once, before the call that it was passed to returns. `user` is freed
+/// when it returns. It may use the client. If it returns false, what it did is not stored, and that
+/// call returns `CORVO_CANCELLED`.
 typedef bool (*corvo_edit)(void* context, corvo_user* user);
 /// Replaces the stored user with one that has what the function sets.
 CORVO_C_EXPORT corvo_status corvo_client_set_user_properties(corvo_client* client, corvo_edit edit,
                                                              void* context);
-/// The same, but the function begins with the stored user's properties and expiries.
+/// The same, but the function begins with the stored user's properties and expiries. If no user is
+/// stored, an empty one is stored first.
 CORVO_C_EXPORT corvo_status corvo_client_edit_user_properties(corvo_client* client, corvo_edit edit,
                                                               void* context);
 /// Replaces the stored user with one that has no properties.
@@ -239,8 +242,10 @@ CORVO_C_EXPORT corvo_status corvo_reply_is_ready(corvo_reply* reply, bool* is_re
 /// Waits for the answer by running the client's main queue on this thread. Returns `CORVO_OK` and
 /// the answer, the question's error, `CORVO_DROPPED` if the question was dropped, or
 /// `CORVO_PENDING` if the queue cannot wait or nothing that could bring the answer is under way.
-/// The answer is valid until the reply is used again or freed; its `error` is null. The first call
-/// hands over the answer's handles.
+/// The queue must know of the session's requests: if only the session is the application's, this
+/// returns `CORVO_PENDING` at once, although a request is under way. The answer is valid until the
+/// reply is used again or freed; its `error` is null. The first call hands over the answer's
+/// handles.
 CORVO_C_EXPORT corvo_status corvo_reply_wait(corvo_reply* reply, const corvo_answer** answer);
 
 #ifdef __cplusplus

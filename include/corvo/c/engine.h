@@ -20,8 +20,9 @@ typedef enum corvo_filter CORVO_C_ENUM {
 } corvo_filter;
 
 /// Decodes a configuration document. Fails with `CORVO_REQUEST_CONFIG_FAILED`; the error's offset
-/// says where. A project with "stops" ends the process at the first question about the experiment:
-/// describe a project of unknown origin before you ask it.
+/// says where. If the project lists "stops", the first question that reaches one of these
+/// experiments aborts the process: before you evaluate a project of unknown origin, look at its
+/// description.
 CORVO_C_EXPORT corvo_status corvo_project_decode(corvo_text document, corvo_filter filter,
                                                  corvo_project** project);
 /// Evaluations keep working without the handle of their project.
@@ -106,8 +107,8 @@ typedef struct corvo_experiment corvo_experiment;
 CORVO_C_EXPORT corvo_status corvo_evaluation_check_flag(corvo_evaluation* evaluation,
                                                         corvo_text name, corvo_type type,
                                                         corvo_value* value);
-/// All flags that have a value for the user, as a JSON object. A number that JSON cannot express is
-/// the string "inf", "-inf" or "nan".
+/// All flags that have a value for the user: a JSON object of their texts by name. Read a text with
+/// `corvo_read_value` as `CORVO_ANY`, since JSON cannot express all values and their types.
 CORVO_C_EXPORT corvo_status corvo_evaluation_flags(corvo_evaluation* evaluation, corvo_text* json);
 /// The experiments that the user takes part in, as "checkout.1|colors.0"; absent if there are none.
 CORVO_C_EXPORT corvo_status corvo_evaluation_experiments(corvo_evaluation* evaluation,
@@ -150,7 +151,7 @@ CORVO_C_EXPORT corvo_status corvo_evaluation_memberships(corvo_evaluation* evalu
                                                          const corvo_membership** memberships,
                                                          size_t* membership_count);
 
-/// In place of a position that there is not.
+/// Means that there is no position.
 #define CORVO_NO_POSITION SIZE_MAX
 /// Whether the user is in an experiment, and why.
 typedef struct corvo_placement {
@@ -168,8 +169,9 @@ CORVO_C_EXPORT corvo_status corvo_evaluation_placements(corvo_evaluation* evalua
 
 /// The form of an explanation.
 typedef enum corvo_form CORVO_C_ENUM { CORVO_FORM_TEXT = 0, CORVO_FORM_JSON = 1 } corvo_form;
-/// Why a flag has its value for the user, and why the user is in an experiment or not. Never fails
-/// for want of the flag or experiment: the explanation says so. See docs/explain.md.
+/// Why a flag has its value for the user, and why the user is in an experiment or not. If the flag
+/// or experiment does not exist, the explanation says so; this is not an error. See
+/// docs/explain.md.
 CORVO_C_EXPORT corvo_status corvo_evaluation_explain_flag(corvo_evaluation* evaluation,
                                                           corvo_text name, corvo_form form,
                                                           corvo_text* explanation);

@@ -11,9 +11,9 @@
 extern "C" {
 #endif
 
-/// Where a function of a platform puts the bytes that it was asked for. Valid during that call.
+/// Receives the bytes that a function of the platform returns. Valid during that call.
 typedef struct corvo_bytes corvo_bytes;
-/// Copies the bytes. What was put there before is replaced. No text at all is an empty one.
+/// Copies the bytes. What was put there before is replaced. A text without data counts as empty.
 CORVO_C_EXPORT corvo_status corvo_bytes_set(corvo_bytes* bytes, corvo_text value);
 
 /// A fact about device and application.
