@@ -113,7 +113,7 @@ TEST(HttpServer, AnswersOrRefusesWhateverArrives) {
       {"GET / HTTP/1.0\r\n\r\n" + get(), "200"},
       {"GET / HTTP/1.0\r\nConnection: keep-alive\r\n\r\n" + get(), "200 200"},
       // Not requests.
-      {"nonsense\r\n", "400"},
+      {"nonsense\r\n\r\n", "400"},
       {std::string("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11), "400"},
       {"GET /\r\n\r\n", "400"},
       {"GET / HTTP/2.0\r\nHost: a\r\n\r\n", "400"},

@@ -107,6 +107,7 @@ void HttpSession::readOn() {
 void HttpSession::refuse(HttpResponse response) {
   response_ = std::move(response);
   keepsAlive_ = false;
+  isHead_ = false;
   send();
 }
 
