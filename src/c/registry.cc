@@ -35,14 +35,14 @@ std::shared_ptr<RegistryObject> makeRegistry(const corvo_host_options* options, 
   if (std::apply(isComplete, kServices)) {
     return std::make_shared<RegistryObject>(std::move(own), nullptr);
   }
-  auto [loop, rest] = readyMade(options);
-  if (own.mainQueue && own.urlSession) loop = nullptr;
+  Host host = readyMade(options);
+  if (own.mainQueue && own.urlSession) host.loop = nullptr;
   const auto fill = [](auto& service, auto& other) {
     if (!service) service = std::move(other);
   };
-  const auto fillAll = [&](auto... service) { (fill(own.*service, rest.*service), ...); };
+  const auto fillAll = [&](auto... service) { (fill(own.*service, host.platform.*service), ...); };
   std::apply(fillAll, kServices);
-  return std::make_shared<RegistryObject>(std::move(own), std::move(loop));
+  return std::make_shared<RegistryObject>(std::move(own), std::move(host.loop));
 }
 
 /// The loop of the ready-made platform. Throws `Misuse` if the registry does not use it.

@@ -44,12 +44,13 @@ auto readAs(TextType type, std::string_view text, const Make& make) {
   }
   const auto makeTyped = [&](const auto& value) {
     using Value = std::remove_cvref_t<decltype(value)>;
-    if constexpr (std::is_same_v<Value, JsonObject>)
+    if constexpr (std::is_same_v<Value, JsonObject>) {
       return make(TextType::json, text);
-    else if constexpr (std::is_same_v<Value, std::string>)
+    } else if constexpr (std::is_same_v<Value, std::string>) {
       return make(TextType::string, text);
-    else
+    } else {
       return make(value);
+    }
   };
   return std::visit(makeTyped, typedProperty(text));
 }

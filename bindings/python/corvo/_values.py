@@ -41,7 +41,7 @@ def parse(text: str) -> Any:
     """The value of a JSON text, with the numbers that the library reads. The library has checked
     the text: no value is nested more than 512 deep, which Python can read, too, and no number is
     beyond a double, except under a key that is repeated later."""
-    return json.loads(text, parse_int=_number, parse_float=_number)
+    return _DECODER.decode(text)
 
 
 def _number(text: str) -> Union[int, float]:
@@ -57,6 +57,11 @@ def _number(text: str) -> Union[int, float]:
             if whole == candidate and -(2**63) <= whole < 2**64:
                 return whole
     return number
+
+
+_DECODER = json.JSONDecoder(
+    parse_int=lambda text: int(text) if len(text) < 19 else _number(text), parse_float=_number
+)
 
 
 def value_from(value: _c.Value) -> Any:
