@@ -43,9 +43,9 @@ const Form& formOf(Code code) {
       {Code::allocation, {}, {}, {"allocation"}},
       {Code::group, {}, {"group"}, {"group"}},
       {Code::share, {"group"}, {}, {"group", "weight", "end"}},
-      {Code::targets, {}, {}, {"statement"}},
+      {Code::targets, {}, {}, {"statement", "private"}},
       {Code::carriedFlag, {}, {"group"}, {"group"}},
-      {Code::rules, {}, {}, {}},
+      {Code::rules, {}, {}, {"private"}},
       {Code::rule, {"default", "statement"}, {}, {"position", "default", "statement", "value"}},
       {Code::condition, {"property", "sign"}, {}, {"property", "sign", "values"}},
       {Code::value, {}, {"text"}, {"text", "type"}},
@@ -66,11 +66,6 @@ bool areVersionsOfOne(const Step& a, const Step& b) {
   // Rules have no names. Those that begin with another condition are others.
   const bool haveConditions = a.code == Code::rule && !a.steps.empty() && !b.steps.empty();
   return !haveConditions || areVersionsOfOne(a.steps.front(), b.steps.front());
-}
-
-bool hasVersionOf(const Step& step, const Steps& others) {
-  return std::ranges::any_of(others,
-                             [&](const Step& other) { return areVersionsOfOne(step, other); });
 }
 
 bool haveSameResult(const Step& a, const Step& b) {
@@ -140,16 +135,29 @@ Step shownPart(const Step& step) {
 std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore, const Steps& after,
                                   const Step* aroundAfter, Missing missing);
 
+/// Whether conditions, intervals or rules that are the same in both configurations have different
+/// results. The cause is a fact of a step around them: a layer's name, a statement, privacy.
+bool isCausedAround(const Difference& difference) {
+  const auto& [within, before, after] = difference;
+  if (!before || !after || before->code != after->code) return false;
+  const Code code = before->code;
+  return (code == Code::condition || code == Code::interval || code == Code::rule) &&
+         agree(*before, *after, formOf(code).shown);
+}
+
 /// The difference inside two versions of one step, or of the steps themselves.
 std::optional<Difference> differenceOf(const Step& before, const Step& after, Missing missing) {
   if (haveSameResult(before, after)) return std::nullopt;
+  const Difference ofThese{{}, shownPart(before), shownPart(after)};
+  if (before.outcome == Outcome::notReached || after.outcome == Outcome::notReached) return ofThese;
   if (auto inner = firstIn(before.steps, &before, after.steps, &after, missing)) {
-    inner->within.insert(inner->within.begin(), placeOf(after));
+    if (isCausedAround(*inner)) return ofThese;
+    inner->within.insert(inner->within.begin(), placeOf(inner->after ? after : before));
     return inner;
   }
   const bool isDecidedInside = before.code == Code::rules && before.outcome == after.outcome;
   if (isDecidedInside) return std::nullopt;
-  return Difference{{}, shownPart(before), shownPart(after)};
+  return ofThese;
 }
 
 std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore, const Steps& after,
@@ -168,12 +176,9 @@ std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore,
     } else if (b != nullptr && !matters(*b, aroundAfter, missing)) {
       ++j;
     } else {
-      Difference difference;
-      const bool areOfOneKind = a != nullptr && b != nullptr && a->code == b->code;
-      const bool isOnlyBefore = !areOfOneKind && a != nullptr && !hasVersionOf(*a, after);
-      const bool isOnlyAfter = !areOfOneKind && b != nullptr && !hasVersionOf(*b, before);
-      if (a != nullptr && (isOnlyBefore || !isOnlyAfter)) difference.before = shownPart(*a);
-      if (b != nullptr && !isOnlyBefore) difference.after = shownPart(*b);
+      Difference difference;  // codes are in the order of decision
+      if (a != nullptr && (b == nullptr || a->code <= b->code)) difference.before = shownPart(*a);
+      if (b != nullptr && (a == nullptr || b->code <= a->code)) difference.after = shownPart(*b);
       return difference;
     }
   }

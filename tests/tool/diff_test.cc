@@ -167,6 +167,20 @@ const std::vector<Edit> kEdits{
      "side",
      "entered",
      {"holdout: in (name \"quiet\") -> (no such step)"}},
+    {"a holdout is named",
+     R"("targets": null)",
+     R"("holdouts": ["quiet"])",
+     "page",
+     "left",
+     {"(no such step) -> holdout: in (name \"quiet\")"}},
+    {"an experiment carries the flag, without the group",
+     R"("split_by": "profileId")",
+     R"("split_by": "profileId", "feature_flags": [
+       {"name": "texted", "type": "string", "groups": []}])",
+     "texted",
+     "left",
+     {R"((no such step) -> experiment: in (name "side", reason "bucketed", group "a"))",
+      R"((no such step) -> experiment: in (name "side", reason "bucketed", group "b"))"}},
     {"users are split by another identifier",
      R"("type": 1, "split_by": "userId")",
      R"("type": 1, "split_by": "deviceId")",
@@ -192,7 +206,7 @@ const std::vector<Edit> kEdits{
        {"name": "custom.plan", "condition_sign": "equal", "value": "gold"}]})",
      "page",
      "left",
-     {"(no such step) -> targets: does not hold (statement \"AND\")"}},
+     {R"((no such step) -> targets: does not hold (statement "AND", private false))"}},
     {"a rule for a varied property comes first",
      R"("rules": [{"is_default": true, "value": "0")",
      R"("rules": [{"is_default": false, "value": "10", "conditional_statement": "AND",
@@ -243,15 +257,61 @@ class Diff : public testing::Test {
   const std::string users_ = fileNamed("users.jsonl");
 };
 
-// Rules of which none holds, where there were none: no step decides that alone.
-TEST_F(Diff, AlwaysNamesAStep) {
-  std::ofstream(users_) << R"({"feature_flags": [{"name": "f", "type": "x"}]})";
-  std::ofstream(new_)
-      << R"({"feature_flags": [{"name": "f", "type": "x", "rules": [{"is_default": false,
-      "value": "1", "conditional_statement": "-", "conditions": []}]}], "experiments": [
-      {"name": "e", "salt": "s", "allocation": 0, "feature_flags": [{"name": "f", "type": "x"}]}]})";
-  const Ran ran = runCorvo("diff " + users_ + " " + new_ + " --users 3");
-  EXPECT_THAT(ran.out, testing::HasSubstr("(no such step) -> experiment: out (name \"e\""));
+/// The experiments of two configurations, without the salt and the groups of the last one, and a
+/// reason.
+struct Cause {
+  std::string before, after, why;
+};
+
+const std::string kTwo =
+    R"("conditions": [{"name": "custom.plan", "condition_sign": "equal", "value": "gold"},
+    {"name": "custom.plan", "condition_sign": "equal", "value": "free"}])";
+const std::string kCarried = R"("feature_flags": [{"name": "f", "type": "x"}])";
+
+const std::vector<Cause> kCauses{
+    {"", R"({"name": "e", "allocation": 0, )" + kCarried,  // no step decides that alone
+     R"((no such step) -> experiment: out (name "e")"},
+    {R"({"name": "e", "allocation": 1, "targets": {"conditional_statement": "AND", )" + kTwo + "}",
+     R"({"name": "e", "allocation": 1, "targets": {"conditional_statement": "OR", )" + kTwo + "}",
+     R"(targets: does not hold (statement "AND", private false) -> )"
+     R"(targets: holds (statement "OR", private false))"},
+    {R"({"name": "e", "allocation": 1, "targets": {"conditional_statement": "OR", )" + kTwo + "}",
+     R"({"name": "e", "is_private": true, "allocation": 1, "targets": {"conditional_statement": "OR", )" +
+         kTwo + "}",
+     R"(targets: holds (statement "OR", private false) -> )"
+     R"(targets: does not hold (statement "OR", private true))"},
+    {R"({"name": "e", "allocation": 1, "layer_id": "L", "layer_bounds": [
+        {"lower_bound": 0, "upper_bound": 500}])",
+     R"({"name": "e", "allocation": 1, "layer_id": "M", "layer_bounds": [
+        {"lower_bound": 0, "upper_bound": 500}])",
+     R"(layer: holds (layer "L", salt "L") -> layer: does not hold (layer "M", salt "M"))"},
+    {R"({"name": "e", "allocation": 1, "layer_id": "L", "layer_bounds": [
+        {"lower_bound": 2000, "upper_bound": 3000}])",
+     R"({"name": "e", "allocation": 1)",
+     R"(layer "L": interval: does not hold (lower 2000, upper 3000) -> (no such step))"},
+    {R"({"name": "d", "allocation": 0, )" + kCarried +
+         R"(, "salt": "d"}, {"name": "e", "allocation": 1, )" + kCarried,
+     R"({"name": "e", "allocation": 1, )" + kCarried + R"(, "salt": "d", "groups": [
+        {"name": "a", "weight": 1}]}, {"name": "d", "allocation": 0, )" +
+         kCarried,
+     R"(experiment: not reached (name "e") -> )"
+     R"(experiment: in (name "e", reason "bucketed", group "a"))"},
+};
+
+TEST_F(Diff, NamesTheCause) {
+  const auto config = [](const std::string& experiments) -> std::string {
+    if (experiments.empty()) return R"({"feature_flags": [{"name": "f", "type": "x"}]})";
+    return R"({"feature_flags": [{"name": "f", "type": "x", "rules": [{"is_default": false,
+        "value": "1", "conditional_statement": "-", "conditions": []}]}], "experiments": [)" +
+           experiments + R"(, "salt": "s", "groups": [{"name": "a", "weight": 1}]}]})";
+  };
+  for (const auto& [before, after, why] : kCauses) {
+    std::ofstream(users_) << config(before);
+    std::ofstream(new_) << config(after);
+    const Ran ran =
+        runCorvo("diff " + users_ + " " + new_ + " --users 9 --vary custom.plan=1:gold");
+    EXPECT_THAT(ran.out, testing::HasSubstr(why));
+  }
 }
 
 TEST_F(Diff, PairsRulesByTheirFirstCondition) {
