@@ -4,7 +4,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
 #include <iostream>
 #include <limits>
@@ -83,10 +82,7 @@ int diff(const DiffOptions& options) {
   const SourceOptions oldSource = sourceNamed(options.before, options.backend);
   const SourceOptions newSource = sourceNamed(options.after, options.backend);
   Surroundings surroundings(options.surroundings);
-  if (!surroundings.now) {  // both configurations are asked at the same moment
-    const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
-    surroundings.now = now.count();
-  }
+  surroundings.freeze();
   const Population population(options.population);
   const Source before = loadSource(oldSource);
   const Source after = loadSource(newSource);

@@ -42,7 +42,8 @@ std::string viewOf(const SimulationReport& report, const SimulateOptions& option
 
 void run(SimulateOptions& options) {
   settleSource(options.source, options.population.from);
-  const Surroundings surroundings(options.surroundings);
+  Surroundings surroundings(options.surroundings);
+  surroundings.freeze();
   const Population population(options.population);
   const Source source = loadSource(options.source);
   const Project& project = source.project;

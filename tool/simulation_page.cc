@@ -187,10 +187,14 @@ std::string sectionOf(const SimulationReport::Experiment& experiment, std::uint6
 }
 
 std::string overlapsOf(const SimulationReport& report) {
-  if (report.overlaps.empty()) return {};
+  if (report.experiments.size() < 2) return {};
   const auto striking = report.strikingOverlaps();
-  std::string html =
-      "<section aria-labelledby='overlaps'>\n<h2 id='overlaps'>Overlaps</h2>\n"
+  std::string html = "<section aria-labelledby='overlaps'>\n<h2 id='overlaps'>Overlaps</h2>\n";
+  if (report.overlaps.empty()) {
+    return html + "<p>Not counted: there are more than " +
+           std::to_string(Simulation::kMostOverlapping) + " experiments.</p>\n</section>\n";
+  }
+  html +=
       "<p>Pairs with more or fewer common users than if the experiments were independent.</p>\n";
   if (striking.empty()) return html + "<p>None.</p>\n</section>\n";
   constexpr Heading kHeadings[] = {{"Experiment", Kind::text},
@@ -217,19 +221,25 @@ std::string overlapsOf(const SimulationReport& report) {
   return html + "</section>\n";
 }
 
+std::string verdictOn(const SimulationReport& report) {
+  const std::size_t flagged = report.flaggedCount();
+  if (flagged > 0) {
+    return "<strong class='alarm'>" + counted(flagged, "experiment") +
+           " with groups that do not fit their shares (p &lt; 0.001).</strong>";
+  }
+  const bool isTested = std::ranges::any_of(report.experiments,
+                                            [](const auto& each) { return each.fit.has_value(); });
+  return isTested ? "All tested groups fit their shares." : "No groups were tested.";
+}
+
 }  // namespace
 
 std::string asPage(const SimulationReport& report) {
-  const std::size_t flagged = report.flaggedCount();
   std::string html = kHead;
-  html +=
-      "<header>\n<h1>Simulation</h1>\n<p>" + counted(report.users, "user") + ", " +
-      counted(report.experiments.size(), "experiment") + ". " +
-      (flagged == 0 ? "All tested groups fit their shares."
-                    : "<strong class='alarm'>" + counted(flagged, "experiment") +
-                          " with groups that do not fit their shares (p &lt; 0.001).</strong>") +
-      "</p>\n<p class='faint'>A bar is a share of users; the mark on it is the expected "
-      "share.</p>\n</header>\n<main>\n";
+  html += "<header>\n<h1>Simulation</h1>\n<p>" + counted(report.users, "user") + ", " +
+          counted(report.experiments.size(), "experiment") + ". " + verdictOn(report) +
+          "</p>\n<p class='faint'>A bar is a share of users; the mark on it is the expected "
+          "share.</p>\n</header>\n<main>\n";
   html += overviewOf(report);
   for (const auto& each : report.experiments) html += sectionOf(each, report.users);
   return html + overlapsOf(report) + kFoot;
