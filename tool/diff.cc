@@ -84,7 +84,7 @@ int diff(const DiffOptions& options) {
 void addOwnOptions(CLI::App& command, DiffOptions& options) {
   command
       .add_option("--explain", options.explained,
-                  "Explain changed answers of the first users only; by default of all")
+                  "Explain changed answers only for the first COUNT users; the default is all")
       ->check(CLI::Range(0.0, 1e18))
       ->type_name("COUNT");
   addJobsOption(command, options.jobs);
