@@ -23,6 +23,7 @@
 #include "tool/style.h"
 #include "tool/subject.h"
 #include "tool/surroundings.h"
+#include "tool/text.h"
 
 namespace corvo::tool {
 namespace {

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <utility>
 
+#include "model/config.h"
+
 namespace corvo::tool {
 namespace {
 
@@ -18,42 +20,43 @@ using Code = Explanation::Code;
 using Outcome = Explanation::Outcome;
 using Steps = std::vector<Step>;
 
-/// How steps of a kind are compared and shown. The lists are of names of facts.
+/// Names of facts; no fact has an empty one.
+using Names = std::array<std::string_view, 4>;
+
+/// How steps of a kind are compared and shown.
 struct Form {
   Code code;
-  /// Two steps with the same are versions of one.
-  std::vector<std::string_view> identity;
-  /// Their results, together with the outcome.
-  std::vector<std::string_view> results;
-  /// The facts of the configuration, and of the answer.
-  std::vector<std::string_view> shown;
+  Names identity;  ///< Two steps with the same are versions of one.
+  Names results;   ///< Together with the outcome.
+  Names shown;     ///< The facts of the configuration, and of the answer.
 };
 
-const Form& formOf(Code code) {
-  static const std::array<Form, 18> forms{{
-      {Code::flag, {}, {}, {}},
-      {Code::experiment, {"name"}, {"group"}, {"name", "reason", "heldOutBy", "group"}},
-      {Code::splitIdentifier, {}, {"value"}, {"property"}},
-      {Code::holdout, {"name"}, {}, {"name"}},
-      {Code::forcedGroup, {}, {"group"}, {"group"}},
-      {Code::forcedExperiment, {}, {}, {}},
-      {Code::layer, {}, {}, {"layer", "salt"}},
-      {Code::interval, {}, {}, {"lower", "upper"}},
-      {Code::bucket, {}, {"hash"}, {"salt"}},
-      {Code::allocation, {}, {}, {"allocation"}},
-      {Code::group, {}, {"group"}, {"group"}},
-      {Code::share, {"group"}, {}, {"group", "weight", "end"}},
-      {Code::targets, {}, {}, {"statement", "private"}},
-      {Code::carriedFlag, {}, {"group"}, {"group"}},
-      {Code::rules, {}, {}, {"private"}},
-      {Code::rule, {"default", "statement"}, {}, {"position", "default", "statement", "value"}},
-      {Code::condition, {"property", "sign"}, {}, {"property", "sign", "values"}},
-      {Code::value, {}, {"text"}, {"text", "type"}},
-  }};
-  return forms.at(static_cast<std::size_t>(code));
-}
+constexpr std::array<Form, 18> kForms{{
+    {Code::flag, {}, {}, {}},
+    {Code::experiment, {"name"}, {"group"}, {"name", "reason", "heldOutBy", "group"}},
+    {Code::splitIdentifier, {}, {"value"}, {"property"}},
+    {Code::holdout, {"name"}, {}, {"name"}},
+    {Code::forcedGroup, {}, {"group"}, {"group"}},
+    {Code::forcedExperiment, {}, {}, {}},
+    {Code::layer, {}, {}, {"layer", "salt"}},
+    {Code::interval, {}, {}, {"lower", "upper"}},
+    {Code::bucket, {}, {"hash"}, {"salt"}},
+    {Code::allocation, {}, {}, {"allocation"}},
+    {Code::group, {}, {"group"}, {"group"}},
+    {Code::share, {"group"}, {}, {"group", "weight", "end"}},
+    {Code::targets, {}, {}, {"statement", "private"}},
+    {Code::carriedFlag, {}, {"group"}, {"group"}},
+    {Code::rules, {}, {}, {"private"}},
+    {Code::rule, {"default", "statement"}, {}, {"position", "default", "statement", "value"}},
+    {Code::condition, {"property", "sign"}, {}, {"property", "sign", "values"}},
+    {Code::value, {}, {"text"}, {"text", "type"}},
+}};
+static_assert(corvo_internal::model::isByEnumerator(kForms,
+                                                    [](const Form& row) { return row.code; }));
 
-bool agree(const Step& a, const Step& b, const std::vector<std::string_view>& facts) {
+const Form& formOf(Code code) { return kForms.at(static_cast<std::size_t>(code)); }
+
+bool agree(const Step& a, const Step& b, const Names& facts) {
   return std::ranges::all_of(facts, [&](std::string_view fact) {
     const JsonValue* const inA = a.find(fact);
     const JsonValue* const inB = b.find(fact);
@@ -188,11 +191,9 @@ std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore,
 /// The engine's line about a step.
 std::string lineOf(const std::optional<Step>& step) {
   if (!step) return "(no such step)";
-  Explanation one;
-  one.steps.push_back(*step);
-  const std::string text = one.toText();
-  const std::size_t begin = text.find('\n') + 1;
-  return text.substr(begin + 2, text.size() - begin - 3);
+  std::string line = step->toText();
+  line.pop_back();
+  return line;
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "tool/input.h"
 #include "tool/line_batch.h"
 #include "tool/line_input.h"
+#include "tool/output.h"
 #include "tool/progress.h"
 #include "tool/user_line.h"
 
@@ -245,9 +246,7 @@ void Population::write() const {
     user.become(i);
     isWritten = std::fputs(user.line().c_str(), file.get()) >= 0;
   }
-  if (isWritten && std::fclose(file.release()) == 0) return;
-  throw Failure("cannot-write",
-                "cannot write " + options_.out + ": " + std::generic_category().message(errno));
+  if (!isWritten || std::fclose(file.release()) != 0) failToWrite(options_.out);
 }
 
 }  // namespace corvo::tool

@@ -136,6 +136,7 @@ std::string_view textOf(const SimulationReport::Outside& outside) {
   constexpr std::array kWords{"no identifier",          "held out by", "outside the layer",
                               "outside the allocation", "no group",    "targets not met"};
   constexpr auto kFirst = static_cast<std::size_t>(PlacementReason::noSplitIdentifier);
+  static_assert(kFirst + kWords.size() == ExperimentTally::kReasons);
   return kWords.at(static_cast<std::size_t>(outside.reason) - kFirst);
 }
 

@@ -11,7 +11,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <iostream>
-#include <span>
 #include <utility>
 #include <variant>
 
@@ -19,6 +18,7 @@
 #include "tool/asked_client.h"
 #include "tool/failure.h"
 #include "tool/finding_text.h"
+#include "tool/first_few.h"
 #include "tool/input.h"
 
 namespace corvo::tool {
@@ -213,8 +213,7 @@ PropertyMap loadLocation(const std::string& geo) {
 void printDrops(const Source& source) {
   const std::vector<Project::Drop> drops = source.project.drops();
   std::string lines;
-  for (const Project::Drop& drop :
-       std::span(drops).first(std::min(drops.size(), kMostDropsNamed))) {
+  for (const Project::Drop& drop : firstFew(drops, kMostDropsNamed)) {
     lines += "warning: " + source.configuration.name + ":" +
              corvo_internal::json::lineAndColumn(source.configuration.text, drop.offset) +
              ": dropped " + drop.pointer + ": " + drop.reason + "\n";

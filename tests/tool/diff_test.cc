@@ -14,6 +14,7 @@
 
 #include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
+#include "tests/tool/json.h"
 #include "tests/tool/transcript.h"
 
 namespace corvo::tool {
@@ -28,24 +29,16 @@ std::string fileNamed(const std::string& name) {
   return testing::TempDir() + "corvo_diff_" + name + std::to_string(getpid());
 }
 
-JsonObject objectIn(const std::string& text) {
-  return fromCorvoString<JsonObject>(text).value_or(JsonObject());
-}
-
-const JsonObject& object(const JsonValue& value) { return *value.as<JsonObject>(); }
-const std::string& text(const JsonValue& value) { return *value.as<std::string>(); }
-std::int64_t number(const JsonValue& value) { return *value.as<std::int64_t>(); }
-
 /// The users that the command wrote to a file.
 std::vector<PropertyMap> usersIn(const std::string& file) {
   std::vector<PropertyMap> users;
   std::istringstream lines(tests::contentsOf(file));
   for (std::string line; std::getline(lines, line);) {
-    const JsonObject user = objectIn(line);
-    EXPECT_EQ(number(user.at("id")), static_cast<std::int64_t>(users.size()));
+    const JsonValue user = json(line);
+    EXPECT_EQ(count(user, "id"), static_cast<std::int64_t>(users.size()));
     users.emplace_back();
-    for (const auto& [name, value] : object(user.at("properties"))) {
-      users.back().emplace(name, text(value));
+    for (const auto& [name, value] : object(*user.find("properties"))) {
+      users.back().emplace(name, *value.as<std::string>());
     }
   }
   return users;
@@ -82,7 +75,7 @@ Moves movesAbout(const std::string& item, bool isFlag, const Project& before, co
 }
 
 /// Checks that the report about an item has exactly these moves.
-void expectMoves(const Moves& moves, bool isFlag, const JsonObject& item) {
+void expectMoves(const Moves& moves, bool isFlag, const JsonValue& item) {
   std::map<std::string, std::int64_t> counts{
       {"kept", 0}, {"changed", 0}, {"entered", 0}, {"left", 0}};
   Moves expected = moves;
@@ -94,11 +87,10 @@ void expectMoves(const Moves& moves, bool isFlag, const JsonObject& item) {
     const char* const change = wasThere == isThere ? "changed" : isThere ? "entered" : "left";
     counts[from == to ? "kept" : change] += users;
   }
-  for (const auto& [name, users] : counts) EXPECT_EQ(number(item.at(name)), users) << name;
+  for (const auto& [name, users] : counts) EXPECT_EQ(count(item, name), users) << name;
   Moves reported;
-  for (const JsonValue& move : *item.at("moves").as<JsonArray>()) {
-    const JsonObject& fields = object(move);
-    reported[{fields.at("from").toJson(), fields.at("to").toJson()}] = number(fields.at("users"));
+  for (const JsonValue& move : list(item, "moves")) {
+    reported[{move.find("from")->toJson(), move.find("to")->toJson()}] = count(move, "users");
   }
   EXPECT_EQ(reported, expected);
 }
@@ -332,6 +324,40 @@ TEST_F(Diff, PairsRulesByTheirFirstCondition) {
                   R"(rule: holds (position 1, default false, statement "AND", value "2"))"));
 }
 
+/// Checks that the report about an item explains all answers that change. Returns the reasons.
+std::set<std::string> reasonsOf(const JsonValue& item) {
+  std::set<std::string> reasons;
+  std::int64_t explained = 0;
+  for (const JsonValue& reason : list(item, "why")) {
+    reasons.insert(text(reason, "text"));
+    explained += count(reason, "users");
+  }
+  const bool isInBoth = text(item, "status") == "both";
+  EXPECT_EQ(explained, isInBoth ? kUsers - count(item, "kept") : 0);
+  return reasons;
+}
+
+/// Checks a report item by item. Returns whether it has the item of the edit.
+bool hasItemOf(const JsonValue& report, const Edit& edit, const Project& before,
+               const Project& after, const std::vector<PropertyMap>& users) {
+  bool isFound = false;
+  for (const char* kind : {"flags", "experiments"}) {
+    const bool isFlag = std::string(kind) == "flags";
+    for (const JsonValue& item : list(report, kind)) {
+      const std::string name = text(item, "name");
+      SCOPED_TRACE(name);
+      expectMoves(movesAbout(name, isFlag, before, after, users), isFlag, item);
+      const std::set<std::string> reasons = reasonsOf(item);
+      if (name != edit.item) continue;
+      isFound = true;
+      EXPECT_EQ(reasons, edit.reasons);
+      EXPECT_GT(count(item, edit.change), 0);
+      EXPECT_EQ(count(item, "kept") + count(item, edit.change), kUsers);
+    }
+  }
+  return isFound;
+}
+
 TEST_F(Diff, AgreesWithTheEngineUserByUser) {
   const std::string oldText = tests::contentsOf(old_);
   const Project before = Project::decode(oldText, Project::Filter::client).value();
@@ -348,32 +374,7 @@ TEST_F(Diff, AgreesWithTheEngineUserByUser) {
     const std::vector<PropertyMap> users = usersIn(users_);
     EXPECT_EQ(users.size(), kUsers);
     EXPECT_EQ(runCorvo(questions + "--jobs 1 --from " + users_).out, ran.out);
-
-    const JsonObject all = objectIn(ran.out);
-    bool isFound = false;
-    for (const char* kind : {"flags", "experiments"}) {
-      const bool isFlag = std::string(kind) == "flags";
-      for (const JsonValue& each : *all.at(kind).as<JsonArray>()) {
-        const JsonObject& item = object(each);
-        const std::string& name = text(item.at("name"));
-        SCOPED_TRACE(name);
-        expectMoves(movesAbout(name, isFlag, before, after, users), isFlag, item);
-        std::set<std::string> reasons;
-        std::int64_t explained = 0;
-        for (const JsonValue& reason : *item.at("why").as<JsonArray>()) {
-          reasons.insert(text(object(reason).at("text")));
-          explained += number(object(reason).at("users"));
-        }
-        const bool isInBoth = text(item.at("status")) == "both";
-        EXPECT_EQ(explained, isInBoth ? kUsers - number(item.at("kept")) : 0);
-        if (name != edit.item) continue;
-        isFound = true;
-        EXPECT_EQ(reasons, edit.reasons);
-        EXPECT_GT(number(item.at(edit.change)), 0);
-        EXPECT_EQ(number(item.at("kept")) + number(item.at(edit.change)), kUsers);
-      }
-    }
-    EXPECT_TRUE(isFound);
+    EXPECT_TRUE(hasItemOf(json(ran.out), edit, before, after, users));
   }
 }
 

@@ -10,15 +10,15 @@
 #include <cctype>
 #include <functional>
 #include <map>
-#include <span>
 #include <utility>
 
 #include "tool/deciding_steps.h"
 #include "tool/experiment_list.h"
 #include "tool/experiment_report.h"
+#include "tool/first_few.h"
 #include "tool/html.h"
-#include "tool/output.h"
 #include "tool/report.h"
+#include "tool/text.h"
 
 namespace corvo::tool {
 
@@ -39,7 +39,7 @@ constexpr std::size_t kMostExplained = std::size_t{16} << 20;
 template <class List>
 std::string codes(const List& texts) {
   std::string all;
-  for (const auto& each : std::span(texts).first(std::min(texts.size(), kMostNames))) {
+  for (const auto& each : firstFew(texts, kMostNames)) {
     all += (all.empty() ? "" : " ") + code(each);
   }
   if (texts.size() > kMostNames) all += " and " + std::to_string(texts.size() - kMostNames);
