@@ -9,6 +9,7 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "tool/experiment_list.h"
 #include "tool/failure.h"
 
 namespace corvo::tool {
@@ -57,8 +58,14 @@ AnswerForm::AnswerForm(const Project& project, const std::vector<std::string>& f
   std::vector<Project::Flag> flags = project.flags();
   std::erase_if(flags, [](const Project::Flag& each) { return each.isOnlyCarried; });
   for (const Project::Flag& each : flags) flagKeys_.push_back(quoted(each.name) + ":");
-  addExperiments(project.experiments(), false);
-  addExperiments(project.holdouts(), true);
+  const std::vector<ListedExperiment> experiments = allExperiments(project);
+  for (const ListedExperiment& each : experiments) {
+    Experiment& form = forms_.emplace_back();
+    form.isHoldout = each.isHoldout;
+    for (const Project::Group& group : each.groups) {
+      form.groups.push_back(membership(each.name, form.groups.size(), group.name));
+    }
+  }
   if (flagNames.empty() && experimentNames.empty()) {
     flags_ = allPositions(flags.size());
     experiments_ = allPositions(forms_.size());
@@ -67,22 +74,7 @@ AnswerForm::AnswerForm(const Project& project, const std::vector<std::string>& f
   flags_ =
       positionsOf(flagNames, "flag", flags.size(), [&](std::size_t i) { return flags[i].name; });
   experiments_ = positionsOf(experimentNames, "experiment", forms_.size(),
-                             [&](std::size_t i) { return experimentNames_[i]; });
-}
-
-void AnswerForm::addExperiments(const std::vector<Project::Experiment>& experiments,
-                                bool areHoldouts) {
-  for (const Project::Experiment& each : experiments) {
-    const std::size_t count = std::max(forms_.size(), each.position + 1);
-    forms_.resize(count);
-    experimentNames_.resize(count);
-    experimentNames_[each.position] = each.name;
-    Experiment& form = forms_[each.position];
-    form.isHoldout = areHoldouts;
-    for (const Project::Group& group : each.groups) {
-      form.groups.push_back(membership(each.name, form.groups.size(), group.name));
-    }
-  }
+                             [&](std::size_t i) { return experiments[i].name; });
 }
 
 }  // namespace corvo::tool

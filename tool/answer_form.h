@@ -37,13 +37,10 @@ class AnswerForm {
   }
 
  private:
-  void addExperiments(const std::vector<Project::Experiment>& experiments, bool areHoldouts);
-
   std::vector<std::size_t> flags_;
   std::vector<std::size_t> experiments_;
   std::vector<std::string> flagKeys_;
-  std::vector<std::string> experimentNames_;  // by position, like the members below
-  std::vector<Experiment> forms_;
+  std::vector<Experiment> forms_;  // by position
 };
 
 }  // namespace corvo::tool

@@ -60,13 +60,14 @@ constexpr Row kNotes[] = {
       "same order.",
       "corvo assign --config config.json < users.jsonl > answers.jsonl"}},
     {"corvo diff",
-     {"OLD and NEW are files, or base URLs of backends. Both are asked about the same users. The "
-      "output shows the flags, experiments and holdouts whose users get another answer, and the "
-      "first step in which the explanations of the two answers differ.",
+     {"OLD and NEW are files, or base URLs of backends. Both are evaluated for the same users. The "
+      "output shows the flags, experiments and holdouts whose answers change for some users, and "
+      "the first step in which the explanations differ.",
       "corvo diff http://127.0.0.1:8080 config.json --token t"}},
     {"corvo simulate",
-     {"It says who is out of each experiment and why, compares the users of the groups with their "
-      "shares, and lists overlaps. A group's share is exact: it comes from the arithmetic of the "
+     {"It reports how many users are outside each experiment and why, compares the users of the "
+      "groups with their shares, and lists overlaps. A group's share is exact: it comes from the "
+      "arithmetic of the "
       "hash, which divides users a little differently than the weights say.",
       "corvo simulate --config config.json --users 10000"}},
     {"corvo help", {"", "corvo help ask flag"}},

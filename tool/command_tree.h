@@ -68,7 +68,7 @@ inline constexpr std::pair<const char*, const char*> kExitStatuses[] = {
     {"0", "done"},
     {"1", "failed, or the input was invalid"},
     {"2", "wrong usage"},
-    {"3", "lint found errors, or diff users who change groups"},
+    {"3", "lint found problems, or diff --fail-on-regroup found users who change groups"},
 };
 
 }  // namespace corvo::tool

@@ -15,6 +15,8 @@
 #include <unordered_set>
 #include <utility>
 
+#include "tool/experiment_list.h"
+
 namespace corvo::tool {
 namespace {
 
@@ -43,11 +45,9 @@ class ItemList {
     }
     flagCount_ = items_.size();
     for (const Project* project : {&after, &before}) {
-      for (const Project::Experiment& each : project->experiments()) {
-        add(experiments_, Kind::experiment, each.name, project == &after);
-      }
-      for (const Project::Experiment& each : project->holdouts()) {
-        add(experiments_, Kind::holdout, each.name, project == &after);
+      for (const ListedExperiment& each : allExperiments(*project)) {
+        const Kind kind = each.isHoldout ? Kind::holdout : Kind::experiment;
+        add(experiments_, kind, each.name, project == &after);
       }
     }
   }
@@ -84,20 +84,12 @@ struct Side {
       itemOfFlag.push_back(items.flag(each.name));
       isCarried[itemOfFlag.back()] = each.carriedBy.has_value();
     }
-    for (const auto& some : {project.experiments(), project.holdouts()}) {
-      for (const Project::Experiment& each : some) addExperiment(each, items.experiment(each.name));
+    for (const ListedExperiment& each : allExperiments(project)) {
+      experiments.push_back(each.position);
+      itemOfExperiment.push_back(items.experiment(each.name));
+      auto& names = groups.emplace_back();
+      for (const Project::Group& group : each.groups) names.push_back(group.name);
     }
-    std::ranges::sort(experiments);
-  }
-
-  void addExperiment(const Project::Experiment& experiment, std::size_t item) {
-    const std::size_t position = experiment.position;
-    experiments.push_back(position);
-    const std::size_t count = std::max(groups.size(), position + 1);
-    groups.resize(count);
-    itemOfExperiment.resize(count);
-    itemOfExperiment[position] = item;
-    for (const Project::Group& group : experiment.groups) groups[position].push_back(group.name);
   }
 
   const Project& project;

@@ -2,7 +2,7 @@
 
 #include "tool/csv.h"
 
-#include "tool/output.h"
+#include "tool/text.h"
 
 namespace corvo::tool {
 namespace {

@@ -4,7 +4,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
 #include <iostream>
 #include <limits>
@@ -15,6 +14,7 @@
 #include "tool/commands.h"
 #include "tool/comparison.h"
 #include "tool/diff_report.h"
+#include "tool/format.h"
 #include "tool/input.h"
 #include "tool/jobs.h"
 #include "tool/output.h"
@@ -23,6 +23,7 @@
 #include "tool/style.h"
 #include "tool/subject.h"
 #include "tool/surroundings.h"
+#include "tool/text.h"
 
 namespace corvo::tool {
 namespace {
@@ -38,23 +39,8 @@ struct DiffOptions {
   std::size_t explained = std::numeric_limits<std::size_t>::max();
   Colour colour = Colour::automatic;
   bool failsOnRegroup = false;
-  bool json = false;
-  bool csv = false;
+  Format format = Format::text;
 };
-
-/// Where one of the two configurations comes from: a file, or a backend at an address.
-SourceOptions sourceNamed(const std::string& name, const SourceOptions& backend) {
-  SourceOptions source = backend;
-  const bool isAddress = name.starts_with("http://") || name.starts_with("https://");
-  (isAddress ? source.url : source.config) = name;
-  if (isAddress && source.token.empty()) throw CLI::RequiredError("--token");
-  return source;
-}
-
-std::string inFormat(const Comparison& comparison, const DiffOptions& options) {
-  if (options.json) return inJson(comparison);
-  return options.csv ? inCsv(comparison) : forPeople(comparison, Style(options.colour));
-}
 
 constexpr std::size_t kMostRegroupedNamed = 20;
 
@@ -76,17 +62,10 @@ bool warnOfRegrouped(const Comparison& comparison) {
 }
 
 int diff(const DiffOptions& options) {
-  const auto inputs = {options.before, options.after, options.geo, options.population.from};
-  if (std::ranges::count(inputs, kStandardInput) > 1) {
-    throw CLI::ValidationError("-", "only one input can be standard input");
-  }
-  const SourceOptions oldSource = sourceNamed(options.before, options.backend);
-  const SourceOptions newSource = sourceNamed(options.after, options.backend);
+  refuseSharedInput({options.before, options.after, options.geo, options.population.from});
+  const auto [oldSource, newSource] = sourcesNamed(options.before, options.after, options.backend);
   Surroundings surroundings(options.surroundings);
-  if (!surroundings.now) {  // both configurations are asked at the same moment
-    const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
-    surroundings.now = now.count();
-  }
+  surroundings.freeze();
   const Population population(options.population);
   const Source before = loadSource(oldSource);
   const Source after = loadSource(newSource);
@@ -94,7 +73,7 @@ int diff(const DiffOptions& options) {
   surroundings.describe(defaults);
   const Comparison comparison =
       compare(before.project, after.project, population, defaults, options.jobs, options.explained);
-  print(inFormat(comparison, options));
+  print(inFormat(options.format, comparison, Style(options.colour)));
   // Last, so that a failure under --json prints nothing but the failure.
   printDrops(before);
   printDrops(after);
@@ -106,15 +85,14 @@ int diff(const DiffOptions& options) {
 void addOwnOptions(CLI::App& command, DiffOptions& options) {
   command
       .add_option("--explain", options.explained,
-                  "Explain changed answers of the first users only; by default of all")
+                  "Explain changed answers only for the first COUNT users; the default is all")
       ->check(CLI::Range(0.0, 1e18))
       ->type_name("COUNT");
   addJobsOption(command, options.jobs);
   command.add_flag("--fail-on-regroup", options.failsOnRegroup,
                    "Exit with status 3 if users of an experiment change groups");
   addColourOption(command, options.colour);
-  CLI::Option* const json = command.add_flag("--json", options.json, "Print JSON");
-  command.add_flag("--csv", options.csv, "Print comma-separated values")->excludes(json);
+  addFormatOptions(command, options.format);
 }
 
 }  // namespace

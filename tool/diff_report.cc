@@ -15,8 +15,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
 #include "tool/csv.h"
 #include "tool/report.h"
+#include "tool/text.h"
 
 namespace corvo::tool {
 namespace {
@@ -40,22 +42,13 @@ std::string wordOf(const Move& move) {
 
 std::string inQuotes(const std::string& text) { return JsonValue(text).toJson(); }
 
-/// The beginning of a text that is too long for a row.
-std::string shortened(std::string text) {
-  if (text.size() <= kMostShown) return text;
-  std::size_t end = kMostShown;
-  while ((text[end] & 0xC0) == 0x80) --end;  // not within a character
-  return text.erase(end) + "…";
+std::string shortened(std::string_view text) {
+  return corvo_internal::base::shortened(text, kMostShown);
 }
 
 std::string shownAnswer(const ItemAnswer& answer, Kind kind) {
   if (answer.isThere) return shortened(inQuotes(answer.text));
   return kind == Kind::flag ? answer.text : "(out)";
-}
-
-/// "12 users".
-std::string usersText(std::size_t count) {
-  return std::to_string(count) + (count == 1 ? " user" : " users");
 }
 
 void addCount(std::size_t count, const char* what, std::string& text) {
@@ -136,8 +129,6 @@ std::string summaryOf(const Comparison& comparison, bool areFlags) {
 
 // --- JSON ----------------------------------------------------------------------------------------
 
-JsonValue numberOf(std::size_t number) { return static_cast<std::int64_t>(number); }
-
 JsonValue inJson(const ItemAnswer& answer, Kind kind) {
   if (answer.isThere) return answer.text;
   if (kind != Kind::flag) return {};
@@ -145,10 +136,7 @@ JsonValue inJson(const ItemAnswer& answer, Kind kind) {
 }
 
 JsonObject objectOf(const Explanation::Step& step) {
-  Explanation one;
-  one.steps.push_back(step);
-  JsonObject json = fromCorvoString<JsonObject>(one.toJson()).value();
-  JsonObject shown = *json.at("steps").as<JsonArray>()->front().as<JsonObject>();
+  JsonObject shown = fromCorvoString<JsonObject>(step.toJson()).value();
   shown.erase("steps");
   return shown;
 }
@@ -214,7 +202,7 @@ std::string forPeople(const Comparison& comparison, const Style& style) {
   for (const ItemChange& item : comparison.items) {
     if (isWorthShowing(item)) text += textOf(item, style);
   }
-  return text + usersText(comparison.users) + "; flags: " + summaryOf(comparison, true) +
+  return text + counted(comparison.users, "user") + "; flags: " + summaryOf(comparison, true) +
          "; experiments and holdouts: " + summaryOf(comparison, false) + "\n";
 }
 

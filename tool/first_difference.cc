@@ -10,6 +10,8 @@
 #include <string_view>
 #include <utility>
 
+#include "model/config.h"
+
 namespace corvo::tool {
 namespace {
 
@@ -18,42 +20,43 @@ using Code = Explanation::Code;
 using Outcome = Explanation::Outcome;
 using Steps = std::vector<Step>;
 
-/// How steps of a kind are compared and shown. The lists are of names of facts.
+/// Names of facts; no fact has an empty one.
+using Names = std::array<std::string_view, 4>;
+
+/// How steps of a kind are compared and shown.
 struct Form {
   Code code;
-  /// Two steps with the same are versions of one.
-  std::vector<std::string_view> identity;
-  /// Their results, together with the outcome.
-  std::vector<std::string_view> results;
-  /// The facts of the configuration, and of the answer.
-  std::vector<std::string_view> shown;
+  Names identity;  ///< Two steps with the same are versions of one.
+  Names results;   ///< Together with the outcome.
+  Names shown;     ///< The facts of the configuration, and of the answer.
 };
 
-const Form& formOf(Code code) {
-  static const std::array<Form, 18> forms{{
-      {Code::flag, {}, {}, {}},
-      {Code::experiment, {"name"}, {"group"}, {"name", "reason", "heldOutBy", "group"}},
-      {Code::splitIdentifier, {}, {"value"}, {"property"}},
-      {Code::holdout, {"name"}, {}, {"name"}},
-      {Code::forcedGroup, {}, {"group"}, {"group"}},
-      {Code::forcedExperiment, {}, {}, {}},
-      {Code::layer, {}, {}, {"layer", "salt"}},
-      {Code::interval, {}, {}, {"lower", "upper"}},
-      {Code::bucket, {}, {"hash"}, {"salt"}},
-      {Code::allocation, {}, {}, {"allocation"}},
-      {Code::group, {}, {"group"}, {"group"}},
-      {Code::share, {"group"}, {}, {"group", "weight", "end"}},
-      {Code::targets, {}, {}, {"statement"}},
-      {Code::carriedFlag, {}, {"group"}, {"group"}},
-      {Code::rules, {}, {}, {}},
-      {Code::rule, {"default", "statement"}, {}, {"position", "default", "statement", "value"}},
-      {Code::condition, {"property", "sign"}, {}, {"property", "sign", "values"}},
-      {Code::value, {}, {"text"}, {"text", "type"}},
-  }};
-  return forms.at(static_cast<std::size_t>(code));
-}
+constexpr std::array<Form, 18> kForms{{
+    {Code::flag, {}, {}, {}},
+    {Code::experiment, {"name"}, {"group"}, {"name", "reason", "heldOutBy", "group"}},
+    {Code::splitIdentifier, {}, {"value"}, {"property"}},
+    {Code::holdout, {"name"}, {}, {"name"}},
+    {Code::forcedGroup, {}, {"group"}, {"group"}},
+    {Code::forcedExperiment, {}, {}, {}},
+    {Code::layer, {}, {}, {"layer", "salt"}},
+    {Code::interval, {}, {}, {"lower", "upper"}},
+    {Code::bucket, {}, {"hash"}, {"salt"}},
+    {Code::allocation, {}, {}, {"allocation"}},
+    {Code::group, {}, {"group"}, {"group"}},
+    {Code::share, {"group"}, {}, {"group", "weight", "end"}},
+    {Code::targets, {}, {}, {"statement", "private"}},
+    {Code::carriedFlag, {}, {"group"}, {"group"}},
+    {Code::rules, {}, {}, {"private"}},
+    {Code::rule, {"default", "statement"}, {}, {"position", "default", "statement", "value"}},
+    {Code::condition, {"property", "sign"}, {}, {"property", "sign", "values"}},
+    {Code::value, {}, {"text"}, {"text", "type"}},
+}};
+static_assert(corvo_internal::model::isByEnumerator(kForms,
+                                                    [](const Form& row) { return row.code; }));
 
-bool agree(const Step& a, const Step& b, const std::vector<std::string_view>& facts) {
+const Form& formOf(Code code) { return kForms.at(static_cast<std::size_t>(code)); }
+
+bool agree(const Step& a, const Step& b, const Names& facts) {
   return std::ranges::all_of(facts, [&](std::string_view fact) {
     const JsonValue* const inA = a.find(fact);
     const JsonValue* const inB = b.find(fact);
@@ -66,11 +69,6 @@ bool areVersionsOfOne(const Step& a, const Step& b) {
   // Rules have no names. Those that begin with another condition are others.
   const bool haveConditions = a.code == Code::rule && !a.steps.empty() && !b.steps.empty();
   return !haveConditions || areVersionsOfOne(a.steps.front(), b.steps.front());
-}
-
-bool hasVersionOf(const Step& step, const Steps& others) {
-  return std::ranges::any_of(others,
-                             [&](const Step& other) { return areVersionsOfOne(step, other); });
 }
 
 bool haveSameResult(const Step& a, const Step& b) {
@@ -140,16 +138,29 @@ Step shownPart(const Step& step) {
 std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore, const Steps& after,
                                   const Step* aroundAfter, Missing missing);
 
+/// Whether conditions, intervals or rules that are the same in both configurations have different
+/// results. The cause is a fact of a step around them: a layer's name, a statement, privacy.
+bool isCausedAround(const Difference& difference) {
+  const auto& [within, before, after] = difference;
+  if (!before || !after || before->code != after->code) return false;
+  const Code code = before->code;
+  return (code == Code::condition || code == Code::interval || code == Code::rule) &&
+         agree(*before, *after, formOf(code).shown);
+}
+
 /// The difference inside two versions of one step, or of the steps themselves.
 std::optional<Difference> differenceOf(const Step& before, const Step& after, Missing missing) {
   if (haveSameResult(before, after)) return std::nullopt;
+  const Difference ofThese{{}, shownPart(before), shownPart(after)};
+  if (before.outcome == Outcome::notReached || after.outcome == Outcome::notReached) return ofThese;
   if (auto inner = firstIn(before.steps, &before, after.steps, &after, missing)) {
-    inner->within.insert(inner->within.begin(), placeOf(after));
+    if (isCausedAround(*inner)) return ofThese;
+    inner->within.insert(inner->within.begin(), placeOf(inner->after ? after : before));
     return inner;
   }
   const bool isDecidedInside = before.code == Code::rules && before.outcome == after.outcome;
   if (isDecidedInside) return std::nullopt;
-  return Difference{{}, shownPart(before), shownPart(after)};
+  return ofThese;
 }
 
 std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore, const Steps& after,
@@ -168,12 +179,9 @@ std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore,
     } else if (b != nullptr && !matters(*b, aroundAfter, missing)) {
       ++j;
     } else {
-      Difference difference;
-      const bool areOfOneKind = a != nullptr && b != nullptr && a->code == b->code;
-      const bool isOnlyBefore = !areOfOneKind && a != nullptr && !hasVersionOf(*a, after);
-      const bool isOnlyAfter = !areOfOneKind && b != nullptr && !hasVersionOf(*b, before);
-      if (a != nullptr && (isOnlyBefore || !isOnlyAfter)) difference.before = shownPart(*a);
-      if (b != nullptr && !isOnlyBefore) difference.after = shownPart(*b);
+      Difference difference;  // codes are in the order of decision
+      if (a != nullptr && (b == nullptr || a->code <= b->code)) difference.before = shownPart(*a);
+      if (b != nullptr && (a == nullptr || b->code <= a->code)) difference.after = shownPart(*b);
       return difference;
     }
   }
@@ -183,11 +191,9 @@ std::optional<Difference> firstIn(const Steps& before, const Step* aroundBefore,
 /// The engine's line about a step.
 std::string lineOf(const std::optional<Step>& step) {
   if (!step) return "(no such step)";
-  Explanation one;
-  one.steps.push_back(*step);
-  const std::string text = one.toText();
-  const std::size_t begin = text.find('\n') + 1;
-  return text.substr(begin + 2, text.size() - begin - 3);
+  std::string line = step->toText();
+  line.pop_back();
+  return line;
 }
 
 }  // namespace

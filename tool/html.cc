@@ -3,20 +3,9 @@
 #include "tool/html.h"
 
 #include "base/text.h"
-#include "tool/output.h"
+#include "tool/text.h"
 
 namespace corvo::tool::html {
-namespace {
-
-/// The beginning of the text, at most so many bytes, without a part of a character.
-std::string_view beginning(std::string_view text, std::size_t most) {
-  if (text.size() <= most) return text;
-  while (most > 0 && (text[most] & 0xC0) == 0x80) --most;
-  return text.substr(0, most);
-}
-
-}  // namespace
-
 std::string exact(std::string_view text) {
   std::string all;
   for (const char c : corvo_internal::base::wellFormed(text)) {
@@ -44,7 +33,7 @@ std::string exact(std::string_view text) {
 }
 
 std::string shown(std::string_view text, std::size_t most) {
-  const std::string_view begin = beginning(text, most);
+  const std::string_view begin = corvo_internal::base::beginning(text, most);
   std::string all = exact(visible(begin));
   if (begin.size() < text.size()) all += "… (" + std::to_string(text.size()) + " bytes)";
   return all;

@@ -5,7 +5,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
@@ -16,6 +15,7 @@
 #include "tool/finding_text.h"
 #include "tool/input.h"
 #include "tool/output.h"
+#include "tool/report.h"
 #include "tool/style.h"
 
 namespace corvo::tool {
@@ -38,8 +38,8 @@ JsonValue inJson(const std::string& file, const Finding& finding) {
                     {"severity", std::string(wordOf(finding.severity))},
                     {"file", file},
                     {"pointer", finding.pointer},
-                    {"line", static_cast<std::int64_t>(finding.line)},
-                    {"column", static_cast<std::int64_t>(finding.column)},
+                    {"line", numberOf(finding.line)},
+                    {"column", numberOf(finding.column)},
                     {"message", finding.message}};
 }
 

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstddef>
 #include <exception>
 #include <string>
 #include <string_view>
+
+#include "tool/text.h"
 
 namespace corvo::tool {
 
@@ -32,18 +33,14 @@ void print(std::string_view text);
 /// Writes a text to a file. Throws a `Failure` if it cannot be written completely.
 void writeFile(const std::string& name, std::string_view text);
 
+/// Throws the `Failure` to write to the output of that name, for the reason in `errno`.
+[[noreturn]] void failToWrite(const std::string& name);
+
 /// From now on, failures are printed as JSON: {"error": {"code": ..., "message": ...}}.
 void printFailuresAsJson();
 
 /// Prints the failure on standard error.
 void printFailure(const std::string& code, const std::string& message);
-
-/// A number of things in words: "1 user", "2 users".
-[[nodiscard]] std::string counted(std::size_t count, const std::string& thing);
-
-/// The text with its control characters escaped as in JSON, so that none reaches a terminal; and
-/// with those that end a line or reorder the text around them: U+2028, U+202E and the like.
-[[nodiscard]] std::string visible(std::string_view text);
 
 /// To be called in a catch block. Prints the exception on standard error and returns the exit
 /// status. If the reader of standard output has gone, prints nothing and ends the process as the

@@ -17,6 +17,7 @@
 #include "tool/input.h"
 #include "tool/line_batch.h"
 #include "tool/line_input.h"
+#include "tool/output.h"
 #include "tool/progress.h"
 #include "tool/user_line.h"
 
@@ -192,17 +193,18 @@ void addPopulationOptions(CLI::App& command, PopulationOptions& options) {
   CLI::Option* const vary =
       command
           .add_option("--vary", options.variations,
-                      "Give a property to a share of them, from 0 to 1; may be repeated")
+                      "Give a property to a share of the synthetic users; may be repeated")
           ->check(CLI::Validator(complainAboutVariation, "NAME=SHARE:VALUE"))
           ->allow_extra_args(false);
-  CLI::Option* const out = command
-                               .add_option("--users-out", options.out,
-                                           "Write them to a file, as lines of \"corvo assign\"")
-                               ->check(complainAboutName)
-                               ->type_name("FILE");
+  CLI::Option* const out =
+      command
+          .add_option("--users-out", options.out,
+                      "Write the synthetic users to a file, as input for corvo assign")
+          ->check(complainAboutName)
+          ->type_name("FILE");
   command
       .add_option("--from", options.from,
-                  "Read users from a file of such lines instead; - is standard input")
+                  "Read users from such a file instead; - is standard input")
       ->check(complainAboutName)
       ->type_name("FILE")
       ->excludes(users)
@@ -244,9 +246,7 @@ void Population::write() const {
     user.become(i);
     isWritten = std::fputs(user.line().c_str(), file.get()) >= 0;
   }
-  if (isWritten && std::fclose(file.release()) == 0) return;
-  throw Failure("cannot-write",
-                "cannot write " + options_.out + ": " + std::generic_category().message(errno));
+  if (!isWritten || std::fclose(file.release()) != 0) failToWrite(options_.out);
 }
 
 }  // namespace corvo::tool

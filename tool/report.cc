@@ -10,7 +10,7 @@
 #include <variant>
 
 #include "model/property_json.h"
-#include "tool/output.h"
+#include "tool/text.h"
 
 namespace corvo::tool {
 

@@ -4,6 +4,7 @@
 #include <corvo/json_value.h>
 #include <corvo/property.h>
 
+#include <cstdint>
 #include <map>
 #include <ostream>
 #include <string>
@@ -32,6 +33,11 @@ struct Report {
 
 /// A value as JSON text, so that texts are delimited and control characters are visible.
 [[nodiscard]] std::string shown(const CorvoProperty& value);
+
+/// A count or a position in JSON.
+[[nodiscard]] inline JsonValue numberOf(std::uint64_t number) {
+  return static_cast<std::int64_t>(number);
+}
 
 /// Writes the sentence, then the rows under the column headings, aligned. Assumes one terminal cell
 /// per character.

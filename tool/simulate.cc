@@ -8,6 +8,7 @@
 
 #include "tool/answer_form.h"
 #include "tool/commands.h"
+#include "tool/format.h"
 #include "tool/input.h"
 #include "tool/jobs.h"
 #include "tool/output.h"
@@ -31,18 +32,13 @@ struct SimulateOptions {
   std::string page;
   Colour colour = Colour::automatic;
   std::size_t jobs = 1;
-  bool json = false;
-  bool csv = false;
+  Format format = Format::text;
 };
-
-std::string viewOf(const SimulationReport& report, const SimulateOptions& options) {
-  if (options.json) return inJson(report);
-  return options.csv ? inCsv(report) : forPeople(report, Style(options.colour));
-}
 
 void run(SimulateOptions& options) {
   settleSource(options.source, options.population.from);
-  const Surroundings surroundings(options.surroundings);
+  Surroundings surroundings(options.surroundings);
+  surroundings.freeze();
   const Population population(options.population);
   const Source source = loadSource(options.source);
   const Project& project = source.project;
@@ -53,7 +49,7 @@ void run(SimulateOptions& options) {
       simulate(project, defaults, population, chosen.experiments(), options.jobs);
   const SimulationReport report = reportOf(project, simulation, chosen.experiments());
   if (!options.page.empty()) writeFile(options.page, asPage(report));
-  print(viewOf(report, options));
+  print(inFormat(options.format, report, Style(options.colour)));
   // Last, so that a failure under --json prints nothing but the failure.
   printDrops(source);
   const auto varied = population.variations().names();
@@ -84,8 +80,7 @@ void addSimulate(CLI::App& app) {
       ->check(complainAboutName)
       ->type_name("FILE");
   addColourOption(command, options->colour);
-  CLI::Option* const json = command.add_flag("--json", options->json, "Print JSON");
-  command.add_flag("--csv", options->csv, "Print comma-separated values")->excludes(json);
+  addFormatOptions(command, options->format);
   command.callback([options] { run(*options); });
 }
 

@@ -100,7 +100,7 @@ class Counter {
 
  private:
   static void countPlacement(const Evaluation::Placement& placement, ExperimentTally& tally) {
-    ++tally.reasons[static_cast<std::size_t>(placement.reason)];
+    ++tally.reasons.at(static_cast<std::size_t>(placement.reason));
     if (placement.holdout) ++tally.heldOut[*placement.holdout];
     if (!placement.group) return;
     auto& groups = placement.reason == PlacementReason::bucketed ? tally.bucketed : tally.forced;

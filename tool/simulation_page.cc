@@ -3,67 +3,19 @@
 #include <algorithm>
 #include <span>
 
+#include "tool/first_few.h"
 #include "tool/html.h"
-#include "tool/output.h"
 #include "tool/report.h"
+#include "tool/simulation_template.h"
 #include "tool/simulation_views.h"
+#include "tool/text.h"
 
 namespace corvo::tool {
 namespace {
 
 constexpr std::size_t kMostOverlapsShown = 200;
 
-// The policy forbids scripts and everything that is not in the page.
-constexpr const char* kHead = R"(<!DOCTYPE html>
-<html lang="en">
-<head>
-<meta charset="utf-8"/>
-<meta http-equiv="Content-Security-Policy" content="default-src 'none'; style-src 'unsafe-inline'"/>
-<meta name="viewport" content="width=device-width, initial-scale=1"/>
-<meta name="color-scheme" content="light dark"/>
-<title>Simulation</title>
-<style>
-:root {
-  --text: #1c2128; --faint: #57606a; --line: #d0d7de; --back: #ffffff; --track: #eaeef2;
-  --bar: #0969da; --mark: #1c2128; --alarm: #b3261e; --link: #0550ae;
-}
-@media (prefers-color-scheme: dark) {
-  :root {
-    --text: #e6edf3; --faint: #a0aab4; --line: #3d444d; --back: #0d1117; --track: #262c36;
-    --bar: #4493f8; --mark: #e6edf3; --alarm: #ff7b72; --link: #79b8ff;
-  }
-}
-body {
-  margin: 0 auto; max-width: 60rem; padding: 1rem; background: var(--back); color: var(--text);
-  font: 1rem/1.5 system-ui, sans-serif;
-}
-h1, h2 { line-height: 1.2; margin: 1.5rem 0 .5rem; overflow-wrap: anywhere; }
-h2 { border-top: 1px solid var(--line); padding-top: 1.5rem; }
-a { color: var(--link); }
-.scroll { overflow-x: auto; margin: 1rem 0; }
-table { border-collapse: collapse; width: 100%; }
-th, td {
-  padding: .25rem .75rem .25rem 0; text-align: left; vertical-align: top; white-space: nowrap;
-}
-thead th { color: var(--faint); font-weight: normal; border-bottom: 1px solid var(--line); }
-tbody th, td.name { min-width: 8rem; white-space: normal; overflow-wrap: anywhere; }
-.number { text-align: right; font-variant-numeric: tabular-nums; }
-.chart { width: 40%; min-width: 9rem; padding-right: 0; }
-svg { display: block; width: 100%; height: 1.1rem; margin-top: .2rem; }
-.track { fill: var(--track); }
-.users { fill: var(--bar); }
-.mark { fill: var(--mark); }
-.alarm { color: var(--alarm); font-weight: 600; }
-.faint { color: var(--faint); }
-@media print { h2 { break-after: avoid; } }
-</style>
-</head>
-<body>
-)";
-
 constexpr const char* kScale = "0 to 100&#160;%";
-
-constexpr const char* kFoot = "</main>\n</body>\n</html>\n";
 
 /// A name from the document. It does not change the direction of the text around it.
 std::string named(const std::string& name) { return "<bdi>" + html::shown(name) + "</bdi>"; }
@@ -119,8 +71,7 @@ std::string anchorOf(const SimulationReport::Experiment& experiment) {
 
 std::string resultOf(const SimulationReport::Experiment& experiment) {
   if (!experiment.fit) return "<span class='faint'>not tested</span>";
-  const double p = experiment.fit->p;
-  const std::string text = p < 0.0001 ? "p &lt; 0.0001" : "p = " + rounded(p, 4);
+  const std::string text = html::exact(probability(experiment.fit->p));
   return experiment.fit->isFlagged() ? "<span class='alarm'>\u26A0 " + text + "</span>" : text;
 }
 
@@ -187,10 +138,14 @@ std::string sectionOf(const SimulationReport::Experiment& experiment, std::uint6
 }
 
 std::string overlapsOf(const SimulationReport& report) {
-  if (report.overlaps.empty()) return {};
+  if (report.experiments.size() < 2) return {};
   const auto striking = report.strikingOverlaps();
-  std::string html =
-      "<section aria-labelledby='overlaps'>\n<h2 id='overlaps'>Overlaps</h2>\n"
+  std::string html = "<section aria-labelledby='overlaps'>\n<h2 id='overlaps'>Overlaps</h2>\n";
+  if (report.overlaps.empty()) {
+    return html + "<p>Not counted: there are more than " +
+           std::to_string(Simulation::kMostOverlapping) + " experiments.</p>\n</section>\n";
+  }
+  html +=
       "<p>Pairs with more or fewer common users than if the experiments were independent.</p>\n";
   if (striking.empty()) return html + "<p>None.</p>\n</section>\n";
   constexpr Heading kHeadings[] = {{"Experiment", Kind::text},
@@ -199,8 +154,7 @@ std::string overlapsOf(const SimulationReport& report) {
                                    {"If independent", Kind::number},
                                    {kScale, Kind::chart}};
   std::string rows = headOf(kHeadings) + "<tbody>\n";
-  for (const auto& each :
-       std::span(striking).first(std::min(striking.size(), kMostOverlapsShown))) {
+  for (const auto& each : firstFew(striking, kMostOverlapsShown)) {
     const SimulationReport::Experiment& first = report.experiments[each.first];
     rows += "<tr><th scope='row'>" + named(first.name) + "</th><td class='name'>" +
             named(report.experiments[each.second].name) + "</td>" + cell(each.users) +
@@ -217,22 +171,28 @@ std::string overlapsOf(const SimulationReport& report) {
   return html + "</section>\n";
 }
 
+std::string verdictOn(const SimulationReport& report) {
+  const std::size_t flagged = report.flaggedCount();
+  if (flagged > 0) {
+    return "<strong class='alarm'>" + counted(flagged, "experiment") +
+           " with groups that do not fit their shares (p &lt; " + shown(kFlaggedBelow) +
+           ").</strong>";
+  }
+  const bool isTested = std::ranges::any_of(report.experiments,
+                                            [](const auto& each) { return each.fit.has_value(); });
+  return isTested ? "All tested groups fit their shares." : "No groups were tested.";
+}
+
 }  // namespace
 
 std::string asPage(const SimulationReport& report) {
-  const std::size_t flagged = report.flaggedCount();
-  std::string html = kHead;
-  html +=
-      "<header>\n<h1>Simulation</h1>\n<p>" + counted(report.users, "user") + ", " +
-      counted(report.experiments.size(), "experiment") + ". " +
-      (flagged == 0 ? "All tested groups fit their shares."
-                    : "<strong class='alarm'>" + counted(flagged, "experiment") +
-                          " with groups that do not fit their shares (p &lt; 0.001).</strong>") +
-      "</p>\n<p class='faint'>A bar is a share of users; the mark on it is the expected "
-      "share.</p>\n</header>\n<main>\n";
-  html += overviewOf(report);
-  for (const auto& each : report.experiments) html += sectionOf(each, report.users);
-  return html + overlapsOf(report) + kFoot;
+  const std::string summary = counted(report.users, "user") + ", " +
+                              counted(report.experiments.size(), "experiment") + ". " +
+                              verdictOn(report);
+  std::string content = overviewOf(report);
+  for (const auto& each : report.experiments) content += sectionOf(each, report.users);
+  return html::filled(kSimulation,
+                      {{"summary", summary}, {"content", content + overlapsOf(report)}});
 }
 
 }  // namespace corvo::tool

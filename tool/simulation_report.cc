@@ -6,20 +6,15 @@
 #include <array>
 #include <cmath>
 #include <iterator>
-#include <map>
 #include <numeric>
 #include <utility>
+
+#include "tool/experiment_list.h"
 
 namespace corvo::tool {
 namespace {
 
-std::map<std::size_t, Project::Experiment> byPosition(const Project& project) {
-  std::map<std::size_t, Project::Experiment> all;
-  for (auto& list : {project.experiments(), project.holdouts()}) {
-    for (const Project::Experiment& each : list) all.emplace(each.position, each);
-  }
-  return all;
-}
+using Experiments = std::vector<ListedExperiment>;
 
 std::uint64_t countOf(const std::vector<std::uint64_t>& counts, std::size_t group) {
   return group < counts.size() ? counts[group] : 0;
@@ -45,14 +40,14 @@ std::vector<SimulationReport::Group> groupsOf(const Project::Experiment& experim
   return groups;
 }
 
-template <class NameAt>
-std::vector<SimulationReport::Outside> outsideOf(const ExperimentTally& tally, NameAt nameAt) {
+std::vector<SimulationReport::Outside> outsideOf(const ExperimentTally& tally,
+                                                 const Experiments& experiments) {
   std::vector<SimulationReport::Outside> outside;
   for (std::size_t i = 0; i < tally.reasons.size(); ++i) {
     const auto reason = static_cast<PlacementReason>(i);
     if (reason == PlacementReason::heldOut) {
       for (const auto& [holdout, users] : tally.heldOut) {
-        outside.push_back({reason, nameAt(holdout), users});
+        outside.push_back({reason, experiments[holdout].name, users});
       }
     } else if (reason > PlacementReason::bucketed && tally.reasons[i] > 0) {
       outside.push_back({reason, {}, tally.reasons[i]});
@@ -78,13 +73,19 @@ void test(SimulationReport::Experiment& experiment) {
   }
 }
 
+/// Whether the second one is a holdout that the first one names.
+bool isHeldOutBy(const ListedExperiment& experiment, const ListedExperiment& holdout) {
+  return holdout.isHoldout && std::ranges::count(experiment.holdouts, holdout.name) > 0;
+}
+
 std::vector<SimulationReport::Overlap> overlapsOf(const Simulation& simulation,
-                                                  const SimulationReport& report) {
+                                                  const SimulationReport& report,
+                                                  const Experiments& experiments) {
   std::vector<SimulationReport::Overlap> overlaps;
   if (simulation.overlaps.empty()) return overlaps;
   const auto isHeldOut = [&](std::size_t experiment, std::size_t holdout) {
-    return simulation.experiments[experiment].heldOut.contains(
-        report.experiments[holdout].position);
+    return isHeldOutBy(experiments[report.experiments[experiment].position],
+                       experiments[report.experiments[holdout].position]);
   };
   for (std::size_t first = 0; first < report.experiments.size(); ++first) {
     const auto inFirst = static_cast<double>(report.experiments[first].users);
@@ -135,31 +136,29 @@ std::string_view textOf(const SimulationReport::Outside& outside) {
   constexpr std::array kWords{"no identifier",          "held out by", "outside the layer",
                               "outside the allocation", "no group",    "targets not met"};
   constexpr auto kFirst = static_cast<std::size_t>(PlacementReason::noSplitIdentifier);
+  static_assert(kFirst + kWords.size() == ExperimentTally::kReasons);
   return kWords.at(static_cast<std::size_t>(outside.reason) - kFirst);
 }
 
 SimulationReport reportOf(const Project& project, const Simulation& simulation,
                           std::span<const std::size_t> positions) {
-  const auto experiments = byPosition(project);
-  const auto nameAt = [&](std::size_t position) { return experiments.at(position).name; };
-  const std::vector<Project::Experiment> holdouts = project.holdouts();
+  const Experiments experiments = allExperiments(project);
   SimulationReport report{.users = simulation.users, .experiments = {}, .overlaps = {}};
   for (std::size_t i = 0; i < positions.size(); ++i) {
     const ExperimentTally& tally = simulation.experiments[i];
-    const Project::Experiment& each = experiments.at(positions[i]);
+    const ListedExperiment& each = experiments[positions[i]];
     SimulationReport::Experiment& described = report.experiments.emplace_back();
     described.name = each.name;
     described.position = each.position;
-    described.isHoldout = std::ranges::any_of(
-        holdouts, [&](const auto& holdout) { return holdout.position == each.position; });
+    described.isHoldout = each.isHoldout;
     described.bucketed = sumOf(tally.bucketed);
     described.users = described.bucketed + sumOf(tally.forced);
     described.shares = project.shares(each.position).value();
     described.groups = groupsOf(each, tally, described.shares);
-    described.outside = outsideOf(tally, nameAt);
+    described.outside = outsideOf(tally, experiments);
     test(described);
   }
-  report.overlaps = overlapsOf(simulation, report);
+  report.overlaps = overlapsOf(simulation, report, experiments);
   return report;
 }
 

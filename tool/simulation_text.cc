@@ -5,9 +5,10 @@
 #include <cstdio>
 #include <sstream>
 
-#include "tool/output.h"
+#include "tool/first_few.h"
 #include "tool/report.h"
 #include "tool/simulation_views.h"
+#include "tool/text.h"
 
 namespace corvo::tool {
 namespace {
@@ -72,8 +73,7 @@ void addOverlaps(const SimulationReport& report, const Style& style, std::ostrea
                .columns = {"EXPERIMENT", "AND", "IN BOTH", "IF INDEPENDENT"},
                .rows = {},
                .json = {}};
-  for (const auto& each :
-       std::span(overlaps).first(std::min(overlaps.size(), kMostOverlapsPrinted))) {
+  for (const auto& each : firstFew(overlaps, kMostOverlapsPrinted)) {
     table.rows.push_back({report.experiments[each.first].name, report.experiments[each.second].name,
                           std::to_string(each.users), rounded(each.expected, 1)});
   }
@@ -93,13 +93,14 @@ std::string rounded(double number, int digits) {
   return text;
 }
 
+std::string probability(double p) { return p < 0.0001 ? "p < 0.0001" : "p = " + rounded(p, 4); }
+
 std::string sentenceOf(const SimulationReport::Experiment& experiment) {
   if (!experiment.fit) return "not tested (" + experiment.untested + ")";
   const auto& [chiSquare, degrees, p] = *experiment.fit;
-  std::string text = "chi-square " + rounded(chiSquare, 2) + " with " + std::to_string(degrees) +
-                     (degrees == 1 ? " degree" : " degrees") + " of freedom, p ";
-  text += p < 0.0001 ? "< 0.0001" : "= " + rounded(p, 4);
-  return text + (experiment.fit->isFlagged() ? ": the groups do not fit their shares" : "");
+  return "chi-square " + rounded(chiSquare, 2) + " with " + counted(degrees, "degree") +
+         " of freedom, " + probability(p) +
+         (experiment.fit->isFlagged() ? ": the groups do not fit their shares" : "");
 }
 
 std::string forPeople(const SimulationReport& report, const Style& style) {

@@ -21,6 +21,8 @@ namespace corvo::tool {
 
 /// A number with so many digits after the point.
 [[nodiscard]] std::string rounded(double number, int digits);
+/// "p = 0.0123", or "p < 0.0001".
+[[nodiscard]] std::string probability(double p);
 /// The result of the test of the groups, or why there is none, as a sentence without its full stop.
 [[nodiscard]] std::string sentenceOf(const SimulationReport::Experiment& experiment);
 

@@ -11,8 +11,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <iostream>
-#include <span>
-#include <tuple>
 #include <utility>
 #include <variant>
 
@@ -20,6 +18,7 @@
 #include "tool/asked_client.h"
 #include "tool/failure.h"
 #include "tool/finding_text.h"
+#include "tool/first_few.h"
 #include "tool/input.h"
 
 namespace corvo::tool {
@@ -31,6 +30,25 @@ constexpr const char* kTokenVariable = "CORVO_TOKEN";
 bool isOfEnvironment(const std::string& value, const char* variable) {
   const char* const set = std::getenv(variable);
   return set != nullptr && value == set;
+}
+
+/// The first option on the command line that only a backend uses; null if there is none.
+const char* backendOptionIn(const SourceOptions& options) {
+  if (!options.url.empty() && !isOfEnvironment(options.url, kUrlVariable)) return "--url";
+  if (!options.token.empty() && !isOfEnvironment(options.token, kTokenVariable)) return "--token";
+  return options.timeout ? "--timeout" : nullptr;
+}
+
+void requireToken(const SourceOptions& options) {
+  if (options.token.empty()) throw CLI::RequiredError("--token");
+}
+
+SourceOptions sourceNamed(const std::string& name, const SourceOptions& backend) {
+  SourceOptions source = backend;
+  const bool isAddress = name.starts_with("http://") || name.starts_with("https://");
+  (isAddress ? source.url : source.config) = name;
+  if (isAddress) requireToken(source);
+  return source;
 }
 
 /// The code of the finding that would abort a client.
@@ -139,23 +157,32 @@ void addBackendOptions(CLI::App& command, SourceOptions& options) {
 }
 
 void settleSource(SourceOptions& options, const std::string& otherInput) {
-  const auto inputs = {options.config, options.geo, otherInput};
-  if (std::ranges::count(inputs, kStandardInput) > 1) {
-    throw CLI::ValidationError("-", "only one input can be standard input");
-  }
+  refuseSharedInput({options.config, options.geo, otherInput});
   if (options.config.empty()) {
     if (!options.geo.empty()) throw CLI::ValidationError("--geo", "requires --config");
     if (options.url.empty()) throw CLI::RequiredError("--config, or --url with --token,");
-    if (options.token.empty()) throw CLI::RequiredError("--token");
-    return;
+    return requireToken(options);
   }
-  for (const auto& [value, variable, name] :
-       {std::tuple(&options.url, kUrlVariable, "--url"),
-        std::tuple(&options.token, kTokenVariable, "--token")}) {
-    if (!value->empty() && !isOfEnvironment(*value, variable)) {
-      throw CLI::ExcludesError("--config", name);
-    }
-    value->clear();
+  if (const char* const name = backendOptionIn(options)) {
+    throw CLI::ExcludesError("--config", name);
+  }
+  options.url.clear();
+  options.token.clear();
+}
+
+std::array<SourceOptions, 2> sourcesNamed(const std::string& first, const std::string& second,
+                                          const SourceOptions& backend) {
+  std::array sources{sourceNamed(first, backend), sourceNamed(second, backend)};
+  const bool areFiles = sources[0].url.empty() && sources[1].url.empty();
+  if (const char* const name = backendOptionIn(backend); areFiles && name != nullptr) {
+    throw CLI::ValidationError(name, "requires the base URL of a backend instead of a file");
+  }
+  return sources;
+}
+
+void refuseSharedInput(std::initializer_list<std::string> files) {
+  if (std::ranges::count(files, kStandardInput) > 1) {
+    throw CLI::ValidationError("-", "only one input can be standard input");
   }
 }
 
@@ -190,8 +217,7 @@ PropertyMap loadLocation(const std::string& geo) {
 void printDrops(const Source& source) {
   const std::vector<Project::Drop> drops = source.project.drops();
   std::string lines;
-  for (const Project::Drop& drop :
-       std::span(drops).first(std::min(drops.size(), kMostDropsNamed))) {
+  for (const Project::Drop& drop : firstFew(drops, kMostDropsNamed)) {
     lines += "warning: " + source.configuration.name + ":" +
              corvo_internal::json::lineAndColumn(source.configuration.text, drop.offset) +
              ": dropped " + drop.pointer + ": " + drop.reason + "\n";

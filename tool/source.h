@@ -5,6 +5,8 @@
 #include <corvo/project.h>
 #include <corvo/user.h>
 
+#include <array>
+#include <initializer_list>
 #include <optional>
 #include <string>
 
@@ -35,6 +37,15 @@ void addBackendOptions(CLI::App& command, SourceOptions& options);
 /// is another file that the command reads, or empty, because only one can be standard input. Throws
 /// a `CLI::ParseError`.
 void settleSource(SourceOptions& options, const std::string& otherInput = {});
+
+/// The sources of two configurations, each by its name: a file, or the address of a backend, which
+/// is queried with the token and the time limit of the options. Throws a `CLI::ParseError`.
+[[nodiscard]] std::array<SourceOptions, 2> sourcesNamed(const std::string& first,
+                                                        const std::string& second,
+                                                        const SourceOptions& backend);
+
+/// Only one of the files that a command reads can be standard input. Throws a `CLI::ParseError`.
+void refuseSharedInput(std::initializer_list<std::string> files);
 
 /// A platform that fetches from this source and keeps its data where the host options say.
 [[nodiscard]] Platform platformOf(const SourceOptions& options, HostOptions host);

@@ -11,7 +11,7 @@
 #include "json/json_places.h"
 #include "tool/failure.h"
 #include "tool/input.h"
-#include "tool/output.h"
+#include "tool/text.h"
 
 namespace corvo::tool {
 

@@ -3,6 +3,7 @@
 #include "tool/surroundings.h"
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <utility>
 
 #include "tool/moment.h"
@@ -70,6 +71,12 @@ Surroundings::Surroundings(const SurroundingsOptions& options)
                                             " is neither a date and time in ISO 8601 nor a "
                                             "number of seconds");
   }
+}
+
+void Surroundings::freeze() {
+  if (now) return;
+  const std::chrono::duration<double> time = std::chrono::system_clock::now().time_since_epoch();
+  now = time.count();
 }
 
 void Surroundings::describe(EvaluationContext& context) const {

@@ -35,6 +35,9 @@ struct Surroundings {
   /// Throws a `CLI::ParseError`.
   explicit Surroundings(const SurroundingsOptions& options);
 
+  /// If no time is given, sets it to the clock's, so that all questions are about one moment.
+  void freeze();
+
   void describe(EvaluationContext& context) const;
   /// Replaces a platform's device, clock and time zone.
   void describe(Platform& platform) const;

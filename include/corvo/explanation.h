@@ -74,6 +74,10 @@ struct CORVO_EXPORT Explanation {
 
     /// The value of that fact, or null.
     [[nodiscard]] const JsonValue* find(std::string_view fact) const noexcept;
+
+    /// The step with those inside it, as in `toJson` and `toText` of a whole explanation.
+    [[nodiscard]] std::string toJson() const;
+    [[nodiscard]] std::string toText() const;
   };
 
   Question question{};    ///< The kind of the question.

@@ -107,8 +107,7 @@ class CORVO_EXPORT Project {
     bool dependOnHoldouts = false;
   };
   /// The shares of the experiment or holdout at that position. Absent if there is none, or if it is
-  /// one of the `stops`. Takes about a millisecond;
-  /// longer with hundreds of groups.
+  /// one of the `stops`. Takes about half a millisecond, longer with hundreds of groups.
   [[nodiscard]] std::optional<Shares> shares(std::size_t experiment) const;
 
   /// An experiment that aborts the process when a question reaches it: one of its layer bounds has

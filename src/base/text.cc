@@ -28,17 +28,6 @@ std::size_t asciiPrefix(std::string_view text) noexcept {
   return at;
 }
 
-// Removes the first character from the text and returns it. Empty at the end of the text and at an
-// ill-formed sequence.
-std::optional<CodePoint> takeCharacter(std::string_view& text) noexcept {
-  CodePoint character = 0;
-  const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                                       static_cast<utf8proc_ssize_t>(text.size()), &character);
-  if (length <= 0) return std::nullopt;
-  text.remove_prefix(static_cast<std::size_t>(length));
-  return character;
-}
-
 // The rest of the text from its first ill-formed sequence on.
 std::string_view illFormedRest(std::string_view text) noexcept {
   do {
@@ -163,6 +152,26 @@ std::optional<std::string> decomposed(std::string_view text) {
   std::string result = encoded(characters);
   if (result == text) return std::nullopt;
   return result;
+}
+
+std::optional<std::int32_t> takeCharacter(std::string_view& text) noexcept {
+  CodePoint character = 0;
+  const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                       static_cast<utf8proc_ssize_t>(text.size()), &character);
+  if (length <= 0) return std::nullopt;
+  text.remove_prefix(static_cast<std::size_t>(length));
+  return character;
+}
+
+std::string_view beginning(std::string_view text, std::size_t most) noexcept {
+  if (text.size() <= most) return text;
+  while (most > 0 && (static_cast<unsigned char>(text[most]) & 0xC0U) == 0x80U) --most;
+  return text.substr(0, most);
+}
+
+std::string shortened(std::string_view text, std::size_t most) {
+  const std::string_view begin = beginning(text, most);
+  return std::string(begin) + (begin.size() < text.size() ? "\u2026" : "");
 }
 
 bool contains(std::string_view whole, std::string_view part) {

@@ -84,6 +84,15 @@ class WellFormed {
 [[nodiscard]] std::string wellFormed(std::string_view text);
 [[nodiscard]] std::optional<std::string> wellFormedIfAny(const std::optional<std::string>& text);
 
+/// Removes the first character from a text and returns its code point. Empty at the end of the text
+/// and at an ill-formed sequence.
+[[nodiscard]] std::optional<std::int32_t> takeCharacter(std::string_view& text) noexcept;
+
+/// The beginning of a text, at most so many bytes, without a part of a character.
+[[nodiscard]] std::string_view beginning(std::string_view text, std::size_t most) noexcept;
+/// The same, with "…" behind it if something is left out.
+[[nodiscard]] std::string shortened(std::string_view text, std::size_t most);
+
 /// Whether `whole` contains the bytes of `part`. The time grows with the sum of the sizes, not with
 /// their product.
 [[nodiscard]] bool contains(std::string_view whole, std::string_view part);

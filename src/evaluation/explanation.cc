@@ -67,26 +67,30 @@ std::string_view wordOf(Explanation::Question question) {
   return question == Explanation::Question::flag ? "flag" : "experiment";
 }
 
+void write(const Explanation::Step& step, json::JsonWriter& out);
+
 void write(const std::vector<Explanation::Step>& steps, json::JsonWriter& out) {
   out.beginArray();
-  for (const Explanation::Step& step : steps) {
-    out.beginObject();
-    out.key("code");
-    out.string(wordsOf(step.code).inJson);
-    out.key("outcome");
-    out.string(wordsOf(step.outcome).inJson);
-    out.key("facts");
-    out.beginObject();
-    for (const Explanation::Fact& fact : step.facts) {
-      out.key(fact.name);
-      out.value(fact.value);
-    }
-    out.endObject();
-    out.key("steps");
-    write(step.steps, out);
-    out.endObject();
-  }
+  for (const Explanation::Step& step : steps) write(step, out);
   out.endArray();
+}
+
+void write(const Explanation::Step& step, json::JsonWriter& out) {
+  out.beginObject();
+  out.key("code");
+  out.string(wordsOf(step.code).inJson);
+  out.key("outcome");
+  out.string(wordsOf(step.outcome).inJson);
+  out.key("facts");
+  out.beginObject();
+  for (const Explanation::Fact& fact : step.facts) {
+    out.key(fact.name);
+    out.value(fact.value);
+  }
+  out.endObject();
+  out.key("steps");
+  write(step.steps, out);
+  out.endObject();
 }
 
 // Names in a document may contain any characters, including line breaks.
@@ -100,20 +104,17 @@ std::string onOneLine(std::string_view text) {
   return line;
 }
 
-void addLines(const std::vector<Explanation::Step>& steps, const std::string& indent,
-              std::string& text) {
-  for (const Explanation::Step& step : steps) {
-    text.append(indent).append(wordsOf(step.code).forPeople);
-    const std::string_view outcome = wordsOf(step.outcome).forPeople;
-    if (!outcome.empty()) text.append(": ").append(outcome);
-    std::string_view separator = " (";
-    for (const Explanation::Fact& fact : step.facts) {
-      text.append(separator).append(fact.name).append(" ").append(fact.value.toJson());
-      separator = ", ";
-    }
-    text += step.facts.empty() ? "\n" : ")\n";
-    addLines(step.steps, indent + "  ", text);
+void addLines(const Explanation::Step& step, const std::string& indent, std::string& text) {
+  text.append(indent).append(wordsOf(step.code).forPeople);
+  const std::string_view outcome = wordsOf(step.outcome).forPeople;
+  if (!outcome.empty()) text.append(": ").append(outcome);
+  std::string_view separator = " (";
+  for (const Explanation::Fact& fact : step.facts) {
+    text.append(separator).append(fact.name).append(" ").append(fact.value.toJson());
+    separator = ", ";
   }
+  text += step.facts.empty() ? "\n" : ")\n";
+  for (const Explanation::Step& each : step.steps) addLines(each, indent + "  ", text);
 }
 
 }  // namespace
@@ -124,6 +125,18 @@ std::string_view textOf(Explanation::Outcome outcome) noexcept { return wordsOf(
 const JsonValue* Explanation::Step::find(std::string_view fact) const noexcept {
   const auto found = std::ranges::find(facts, fact, &Fact::name);
   return found == facts.end() ? nullptr : &found->value;
+}
+
+std::string Explanation::Step::toJson() const {
+  json::JsonWriter out;
+  write(*this, out);
+  return out.take();
+}
+
+std::string Explanation::Step::toText() const {
+  std::string text;
+  addLines(*this, "", text);
+  return text;
 }
 
 std::string Explanation::toJson() const {
@@ -163,7 +176,7 @@ std::string Explanation::toText() const {
     text += "the user is not in it";
   }
   text += '\n';
-  addLines(steps, "  ", text);
+  for (const Step& each : steps) addLines(each, "  ", text);
   return text;
 }
 

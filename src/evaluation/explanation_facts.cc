@@ -9,6 +9,7 @@
 #include <variant>
 
 #include "base/md5.h"
+#include "base/text.h"
 #include "experiments/details.h"
 #include "model/fields.h"
 #include "placement/bucketing.h"
@@ -30,13 +31,7 @@ JsonValue wordOf(E enumerator) {
 
 // A user's text. Many steps may show it, so a long one is truncated. Otherwise an explanation could
 // take any amount of memory.
-JsonValue shown(std::string_view text) {
-  constexpr std::size_t kLongest = 1'024;
-  if (text.size() <= kLongest) return std::string(text);
-  std::size_t end = kLongest;
-  while ((static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;  // inside a character
-  return std::string(text.substr(0, end)) + "\u2026";
-}
+JsonValue shown(std::string_view text) { return base::shortened(text, 1'024); }
 
 JsonValue secondsOrNull(double expiry) {
   return expiry == targeting::kForGood ? JsonValue() : JsonValue(expiry);

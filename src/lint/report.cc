@@ -8,21 +8,13 @@
 #include <utility>
 
 #include "base/number.h"
+#include "base/text.h"
 #include "json/json_places.h"
 #include "json/json_pointer.h"
 #include "json/json_writer.h"
 
 namespace corvo::corvo_internal::lint {
 namespace {
-
-// Many messages may show the same text, so long ones are truncated. Otherwise a report could take
-// any amount of memory.
-std::string cut(std::string_view text, std::size_t longest) {
-  if (text.size() <= longest) return std::string(text);
-  std::size_t end = longest;
-  while ((static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;  // inside a character
-  return std::string(text.substr(0, end)) + "\u2026";
-}
 
 Finding finding(Code code, std::string message) {
   Finding made;
@@ -69,7 +61,7 @@ Finding findingAt(Code code, std::string_view text, std::size_t place, std::stri
 std::string quoted(std::string_view text) {
   constexpr std::size_t kLongest = 80;
   json::JsonWriter writer;
-  writer.string(cut(text, kLongest));
+  writer.string(base::shortened(text, kLongest));
   return writer.take();
 }
 
@@ -79,7 +71,7 @@ std::string didYouMean(std::string_view word) {
 
 std::string withinLine(std::string_view text) {
   constexpr std::size_t kLongest = 200;
-  std::string line = cut(text, kLongest);
+  std::string line = base::shortened(text, kLongest);
   std::ranges::replace_if(
       line, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, ' ');
   return line;

@@ -65,6 +65,24 @@ TEST(Decomposed, IsGivenWhereItDiffersFromTheText) {
   EXPECT_EQ(plainlyEqual("Graz", "Z\u00FCrich"), false);
 }
 
+TEST(Shortened, EndsBetweenCharacters) {
+  const struct {
+    const char* text;
+    std::size_t most;
+    const char* expected;
+  } cases[] = {
+      {"abc", 3, "abc"},
+      {"abcd", 3, "abc\u2026"},
+      {"", 0, ""},
+      {"a\u20acb", 4, "a\u20ac\u2026"},
+      {"a\u20acb", 3, "a\u2026"},
+      {"a\u20ac", 4, "a\u20ac"},
+      {"\u20acb", 2, "\u2026"},
+      {"\x80\x80\x80", 2, "\u2026"},
+  };
+  for (const auto& [text, most, expected] : cases) EXPECT_EQ(shortened(text, most), expected);
+}
+
 TEST(Contains, FindsAPartWhereverItStands) {
   const std::string half = std::string(40, 'a') + 'b';
   const std::string whole = 'a' + half + half + half + 'c';

@@ -66,6 +66,12 @@ TEST(Explanation, IsJsonForPrograms) {
             R"({"code":"rule","outcome":"holds","facts":{"position":0,"default":true,)"
             R"("statement":"-","value":"1e1"},"steps":[]}]},{"code":"value","outcome":"done",)"
             R"("facts":{"text":"1e1","type":"double"},"steps":[]}]})");
+  const std::vector<Step> steps = asked.explainFlag("\"").steps;
+  EXPECT_EQ(steps.at(0).toJson(),
+            R"({"code":"flag","outcome":"found","facts":{"private":false},"steps":[]})");
+  EXPECT_EQ(steps.at(1).toText(),
+            "rules: found (private false)\n"
+            "  rule: holds (position 0, default true, statement \"-\", value \"1e1\")\n");
   EXPECT_EQ(asked.explainExperiment("\xFF").toJson(),
             "{\"question\":\"experiment\",\"name\":\"\uFFFD\",\"value\":null,\"error\":"
             "{\"code\":\"experimentNotFound\",\"message\":"

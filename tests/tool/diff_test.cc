@@ -14,6 +14,7 @@
 
 #include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
+#include "tests/tool/json.h"
 #include "tests/tool/transcript.h"
 
 namespace corvo::tool {
@@ -28,24 +29,16 @@ std::string fileNamed(const std::string& name) {
   return testing::TempDir() + "corvo_diff_" + name + std::to_string(getpid());
 }
 
-JsonObject objectIn(const std::string& text) {
-  return fromCorvoString<JsonObject>(text).value_or(JsonObject());
-}
-
-const JsonObject& object(const JsonValue& value) { return *value.as<JsonObject>(); }
-const std::string& text(const JsonValue& value) { return *value.as<std::string>(); }
-std::int64_t number(const JsonValue& value) { return *value.as<std::int64_t>(); }
-
 /// The users that the command wrote to a file.
 std::vector<PropertyMap> usersIn(const std::string& file) {
   std::vector<PropertyMap> users;
   std::istringstream lines(tests::contentsOf(file));
   for (std::string line; std::getline(lines, line);) {
-    const JsonObject user = objectIn(line);
-    EXPECT_EQ(number(user.at("id")), static_cast<std::int64_t>(users.size()));
+    const JsonValue user = json(line);
+    EXPECT_EQ(count(user, "id"), static_cast<std::int64_t>(users.size()));
     users.emplace_back();
-    for (const auto& [name, value] : object(user.at("properties"))) {
-      users.back().emplace(name, text(value));
+    for (const auto& [name, value] : object(*user.find("properties"))) {
+      users.back().emplace(name, *value.as<std::string>());
     }
   }
   return users;
@@ -82,7 +75,7 @@ Moves movesAbout(const std::string& item, bool isFlag, const Project& before, co
 }
 
 /// Checks that the report about an item has exactly these moves.
-void expectMoves(const Moves& moves, bool isFlag, const JsonObject& item) {
+void expectMoves(const Moves& moves, bool isFlag, const JsonValue& item) {
   std::map<std::string, std::int64_t> counts{
       {"kept", 0}, {"changed", 0}, {"entered", 0}, {"left", 0}};
   Moves expected = moves;
@@ -94,11 +87,10 @@ void expectMoves(const Moves& moves, bool isFlag, const JsonObject& item) {
     const char* const change = wasThere == isThere ? "changed" : isThere ? "entered" : "left";
     counts[from == to ? "kept" : change] += users;
   }
-  for (const auto& [name, users] : counts) EXPECT_EQ(number(item.at(name)), users) << name;
+  for (const auto& [name, users] : counts) EXPECT_EQ(count(item, name), users) << name;
   Moves reported;
-  for (const JsonValue& move : *item.at("moves").as<JsonArray>()) {
-    const JsonObject& fields = object(move);
-    reported[{fields.at("from").toJson(), fields.at("to").toJson()}] = number(fields.at("users"));
+  for (const JsonValue& move : list(item, "moves")) {
+    reported[{move.find("from")->toJson(), move.find("to")->toJson()}] = count(move, "users");
   }
   EXPECT_EQ(reported, expected);
 }
@@ -167,6 +159,20 @@ const std::vector<Edit> kEdits{
      "side",
      "entered",
      {"holdout: in (name \"quiet\") -> (no such step)"}},
+    {"a holdout is named",
+     R"("targets": null)",
+     R"("holdouts": ["quiet"])",
+     "page",
+     "left",
+     {"(no such step) -> holdout: in (name \"quiet\")"}},
+    {"an experiment carries the flag, without the group",
+     R"("split_by": "profileId")",
+     R"("split_by": "profileId", "feature_flags": [
+       {"name": "texted", "type": "string", "groups": []}])",
+     "texted",
+     "left",
+     {R"((no such step) -> experiment: in (name "side", reason "bucketed", group "a"))",
+      R"((no such step) -> experiment: in (name "side", reason "bucketed", group "b"))"}},
     {"users are split by another identifier",
      R"("type": 1, "split_by": "userId")",
      R"("type": 1, "split_by": "deviceId")",
@@ -192,7 +198,7 @@ const std::vector<Edit> kEdits{
        {"name": "custom.plan", "condition_sign": "equal", "value": "gold"}]})",
      "page",
      "left",
-     {"(no such step) -> targets: does not hold (statement \"AND\")"}},
+     {R"((no such step) -> targets: does not hold (statement "AND", private false))"}},
     {"a rule for a varied property comes first",
      R"("rules": [{"is_default": true, "value": "0")",
      R"("rules": [{"is_default": false, "value": "10", "conditional_statement": "AND",
@@ -243,15 +249,61 @@ class Diff : public testing::Test {
   const std::string users_ = fileNamed("users.jsonl");
 };
 
-// Rules of which none holds, where there were none: no step decides that alone.
-TEST_F(Diff, AlwaysNamesAStep) {
-  std::ofstream(users_) << R"({"feature_flags": [{"name": "f", "type": "x"}]})";
-  std::ofstream(new_)
-      << R"({"feature_flags": [{"name": "f", "type": "x", "rules": [{"is_default": false,
-      "value": "1", "conditional_statement": "-", "conditions": []}]}], "experiments": [
-      {"name": "e", "salt": "s", "allocation": 0, "feature_flags": [{"name": "f", "type": "x"}]}]})";
-  const Ran ran = runCorvo("diff " + users_ + " " + new_ + " --users 3");
-  EXPECT_THAT(ran.out, testing::HasSubstr("(no such step) -> experiment: out (name \"e\""));
+/// The experiments of two configurations, without the salt and the groups of the last one, and a
+/// reason.
+struct Cause {
+  std::string before, after, why;
+};
+
+const std::string kTwo =
+    R"("conditions": [{"name": "custom.plan", "condition_sign": "equal", "value": "gold"},
+    {"name": "custom.plan", "condition_sign": "equal", "value": "free"}])";
+const std::string kCarried = R"("feature_flags": [{"name": "f", "type": "x"}])";
+
+const std::vector<Cause> kCauses{
+    {"", R"({"name": "e", "allocation": 0, )" + kCarried,  // no step decides that alone
+     R"((no such step) -> experiment: out (name "e")"},
+    {R"({"name": "e", "allocation": 1, "targets": {"conditional_statement": "AND", )" + kTwo + "}",
+     R"({"name": "e", "allocation": 1, "targets": {"conditional_statement": "OR", )" + kTwo + "}",
+     R"(targets: does not hold (statement "AND", private false) -> )"
+     R"(targets: holds (statement "OR", private false))"},
+    {R"({"name": "e", "allocation": 1, "targets": {"conditional_statement": "OR", )" + kTwo + "}",
+     R"({"name": "e", "is_private": true, "allocation": 1, "targets": {"conditional_statement": "OR", )" +
+         kTwo + "}",
+     R"(targets: holds (statement "OR", private false) -> )"
+     R"(targets: does not hold (statement "OR", private true))"},
+    {R"({"name": "e", "allocation": 1, "layer_id": "L", "layer_bounds": [
+        {"lower_bound": 0, "upper_bound": 500}])",
+     R"({"name": "e", "allocation": 1, "layer_id": "M", "layer_bounds": [
+        {"lower_bound": 0, "upper_bound": 500}])",
+     R"(layer: holds (layer "L", salt "L") -> layer: does not hold (layer "M", salt "M"))"},
+    {R"({"name": "e", "allocation": 1, "layer_id": "L", "layer_bounds": [
+        {"lower_bound": 2000, "upper_bound": 3000}])",
+     R"({"name": "e", "allocation": 1)",
+     R"(layer "L": interval: does not hold (lower 2000, upper 3000) -> (no such step))"},
+    {R"({"name": "d", "allocation": 0, )" + kCarried +
+         R"(, "salt": "d"}, {"name": "e", "allocation": 1, )" + kCarried,
+     R"({"name": "e", "allocation": 1, )" + kCarried + R"(, "salt": "d", "groups": [
+        {"name": "a", "weight": 1}]}, {"name": "d", "allocation": 0, )" +
+         kCarried,
+     R"(experiment: not reached (name "e") -> )"
+     R"(experiment: in (name "e", reason "bucketed", group "a"))"},
+};
+
+TEST_F(Diff, NamesTheCause) {
+  const auto config = [](const std::string& experiments) -> std::string {
+    if (experiments.empty()) return R"({"feature_flags": [{"name": "f", "type": "x"}]})";
+    return R"({"feature_flags": [{"name": "f", "type": "x", "rules": [{"is_default": false,
+        "value": "1", "conditional_statement": "-", "conditions": []}]}], "experiments": [)" +
+           experiments + R"(, "salt": "s", "groups": [{"name": "a", "weight": 1}]}]})";
+  };
+  for (const auto& [before, after, why] : kCauses) {
+    std::ofstream(users_) << config(before);
+    std::ofstream(new_) << config(after);
+    const Ran ran =
+        runCorvo("diff " + users_ + " " + new_ + " --users 9 --vary custom.plan=1:gold");
+    EXPECT_THAT(ran.out, testing::HasSubstr(why));
+  }
 }
 
 TEST_F(Diff, PairsRulesByTheirFirstCondition) {
@@ -272,6 +324,40 @@ TEST_F(Diff, PairsRulesByTheirFirstCondition) {
                   R"(rule: holds (position 1, default false, statement "AND", value "2"))"));
 }
 
+/// Checks that the report about an item explains all answers that change. Returns the reasons.
+std::set<std::string> reasonsOf(const JsonValue& item) {
+  std::set<std::string> reasons;
+  std::int64_t explained = 0;
+  for (const JsonValue& reason : list(item, "why")) {
+    reasons.insert(text(reason, "text"));
+    explained += count(reason, "users");
+  }
+  const bool isInBoth = text(item, "status") == "both";
+  EXPECT_EQ(explained, isInBoth ? kUsers - count(item, "kept") : 0);
+  return reasons;
+}
+
+/// Checks a report item by item. Returns whether it has the item of the edit.
+bool hasItemOf(const JsonValue& report, const Edit& edit, const Project& before,
+               const Project& after, const std::vector<PropertyMap>& users) {
+  bool isFound = false;
+  for (const char* kind : {"flags", "experiments"}) {
+    const bool isFlag = std::string(kind) == "flags";
+    for (const JsonValue& item : list(report, kind)) {
+      const std::string name = text(item, "name");
+      SCOPED_TRACE(name);
+      expectMoves(movesAbout(name, isFlag, before, after, users), isFlag, item);
+      const std::set<std::string> reasons = reasonsOf(item);
+      if (name != edit.item) continue;
+      isFound = true;
+      EXPECT_EQ(reasons, edit.reasons);
+      EXPECT_GT(count(item, edit.change), 0);
+      EXPECT_EQ(count(item, "kept") + count(item, edit.change), kUsers);
+    }
+  }
+  return isFound;
+}
+
 TEST_F(Diff, AgreesWithTheEngineUserByUser) {
   const std::string oldText = tests::contentsOf(old_);
   const Project before = Project::decode(oldText, Project::Filter::client).value();
@@ -288,32 +374,7 @@ TEST_F(Diff, AgreesWithTheEngineUserByUser) {
     const std::vector<PropertyMap> users = usersIn(users_);
     EXPECT_EQ(users.size(), kUsers);
     EXPECT_EQ(runCorvo(questions + "--jobs 1 --from " + users_).out, ran.out);
-
-    const JsonObject all = objectIn(ran.out);
-    bool isFound = false;
-    for (const char* kind : {"flags", "experiments"}) {
-      const bool isFlag = std::string(kind) == "flags";
-      for (const JsonValue& each : *all.at(kind).as<JsonArray>()) {
-        const JsonObject& item = object(each);
-        const std::string& name = text(item.at("name"));
-        SCOPED_TRACE(name);
-        expectMoves(movesAbout(name, isFlag, before, after, users), isFlag, item);
-        std::set<std::string> reasons;
-        std::int64_t explained = 0;
-        for (const JsonValue& reason : *item.at("why").as<JsonArray>()) {
-          reasons.insert(text(object(reason).at("text")));
-          explained += number(object(reason).at("users"));
-        }
-        const bool isInBoth = text(item.at("status")) == "both";
-        EXPECT_EQ(explained, isInBoth ? kUsers - number(item.at("kept")) : 0);
-        if (name != edit.item) continue;
-        isFound = true;
-        EXPECT_EQ(reasons, edit.reasons);
-        EXPECT_GT(number(item.at(edit.change)), 0);
-        EXPECT_EQ(number(item.at("kept")) + number(item.at(edit.change)), kUsers);
-      }
-    }
-    EXPECT_TRUE(isFound);
+    EXPECT_TRUE(hasItemOf(json(ran.out), edit, before, after, users));
   }
 }
 
@@ -325,9 +386,10 @@ TEST_F(Diff, AnswersAsTheTranscriptSays) {
 
 TEST_F(Diff, AsksABackendAsItReadsAFile) {
   Backend backend("--config " + old_ + " --geo " CORVO_SHOP "/geo.json");
-  const std::string options = " --users 100 --json --token t --timeout 5 --now 0";
+  const std::string options = " --users 100 --json --now 0";
   const std::string other = std::string(kFolder) + "/new.json";
-  EXPECT_EQ(runCorvo("diff " + backend.url() + " " + other + options).out,
+  const std::string limits = " --token t --timeout 5";
+  EXPECT_EQ(runCorvo("diff " + backend.url() + " " + other + options + limits).out,
             runCorvo("diff " + old_ + " " + other + options).out);
 }
 

@@ -5,6 +5,7 @@
 #include <httplib.h>
 
 #include <cstddef>
+#include <set>
 #include <sstream>
 #include <string>
 
@@ -93,6 +94,29 @@ TEST_F(Page, ExplainsAsTheCommandDoes) {
   EXPECT_THAT(body,
               HasSubstr("short-checkout</span> <span class=\"answer value\">&quot;short&quot;"));
   EXPECT_THAT(body, HasSubstr("not in it: targets not met"));
+}
+
+TEST_F(Page, TellsExperimentsOfOneNameApart) {
+  write("config.json", R"({"experiments": [
+    {"name": "e", "salt": "1", "allocation": -1, "groups": [{"name": "a", "weight": 1}]},
+    {"name": "e", "salt": "2", "type": 2, "allocation": 1, "groups": [{"name": "b", "weight": 1}],
+     "params": [{"name": "p", "type": "number", "values": [{"group": "b", "value": "2"}]}]},
+    {"name": "e", "salt": "3", "type": 2, "allocation": 1, "groups": [{"name": "c", "weight": 1}],
+     "params": [{"name": "p", "type": "number", "values": [{"group": "c", "value": "3"}]}]},
+    {"name": "e", "salt": "4", "allocation": 1, "layer_id": "l",
+     "groups": [{"name": "d", "weight": 1}]}]})");
+  const std::string body = page({{"userId", "ann"}});
+  for (const char* answer : {"none\">not in it: outside allocation", "value\">&quot;b&quot;",
+                             "value\">&quot;c&quot;", "none\">not in it: outside layer"}) {
+    EXPECT_EQ(countOf(body, std::string("e</span> <span class=\"answer ") + answer), 1U) << answer;
+  }
+  EXPECT_EQ(countOf(body, "Values for this user"), 1U) << "of the first one that she is in";
+  std::set<std::string> keys;
+  const std::string mark = "class=\"item\" data-key=\"";
+  for (auto at = body.find(mark); at < body.size(); at = body.find(mark, at + 1)) {
+    keys.insert(body.substr(at, body.find('>', at) - at));
+  }
+  EXPECT_EQ(keys.size(), 4U);
 }
 
 TEST_F(Page, KeepsHostileTextsTexts) {

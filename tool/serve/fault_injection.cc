@@ -32,18 +32,19 @@ void addFaultOptions(CLI::App& command, FaultOptions& options) {
       ->check(CLI::Range(std::int64_t{0}, kHour))
       ->type_name("MS");
   command
-      .add_option("--fail", options.failRate,
-                  "The share of requests that fail, from 0 to 1; the default is 1 with --status")
+      .add_option(
+          "--fail", options.failRate,
+          "The share of requests that fail, from 0 to 1; the default is 0, or 1 with --status")
       ->check(complainAboutRate)
       ->type_name("RATE");
   command.add_option("--status", options.status, "The status of a failure; the default is 503")
       ->check(CLI::Range(200, 599));
-  command.add_option("--drip", options.bytesPerSecond, "Send so many bytes of a body per second")
+  command.add_option("--drip", options.bytesPerSecond, "Send bodies at this many bytes per second")
       ->check(CLI::Range(std::size_t{1}, kGigabyte))
       ->type_name("BYTES");
   command
       .add_option("--seed", options.seed,
-                  "Determines which requests --fail picks: always the same for one seed")
+                  "Selects which requests fail; the same seed gives the same failures")
       ->check(CLI::Range(std::int64_t{0}, std::numeric_limits<std::int64_t>::max()))
       ->capture_default_str();
 }

@@ -2,16 +2,15 @@
 
 #include "tool/serve/findings_view.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <span>
 #include <string_view>
 #include <vector>
 
 #include "json/json_places.h"
 #include "tool/finding_text.h"
+#include "tool/first_few.h"
 #include "tool/html.h"
-#include "tool/output.h"
+#include "tool/text.h"
 
 namespace corvo::tool {
 
@@ -28,8 +27,7 @@ std::string dropsOf(const Snapshot& snapshot) {
   const std::vector<Project::Drop> drops = snapshot.project->drops();
   if (drops.empty()) return "";
   std::string lines;
-  for (const auto& [pointer, reason, offset] :
-       std::span(drops).first(std::min(drops.size(), kMostFindings))) {
+  for (const auto& [pointer, reason, offset] : firstFew(drops, kMostFindings)) {
     const std::string place = corvo_internal::json::lineAndColumn(*snapshot.configuration, offset);
     lines += element("li", "", code(place) + " " + code(pointer) + " " + html::shown(reason));
   }
@@ -53,7 +51,7 @@ std::string lineOf(const std::string& file, const Finding& finding) {
 std::string findingsOf(const Snapshot& snapshot, const std::string& file) {
   std::string lines;
   const auto& findings = snapshot.findings;
-  for (const Finding& each : std::span(findings).first(std::min(findings.size(), kMostFindings))) {
+  for (const Finding& each : firstFew(findings, kMostFindings)) {
     lines += lineOf(file, each);
   }
   if (findings.size() > kMostFindings) {

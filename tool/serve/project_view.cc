@@ -9,14 +9,16 @@
 #include <algorithm>
 #include <cctype>
 #include <functional>
-#include <span>
+#include <map>
 #include <utility>
 
 #include "tool/deciding_steps.h"
+#include "tool/experiment_list.h"
 #include "tool/experiment_report.h"
+#include "tool/first_few.h"
 #include "tool/html.h"
-#include "tool/output.h"
 #include "tool/report.h"
+#include "tool/text.h"
 
 namespace corvo::tool {
 
@@ -37,7 +39,7 @@ constexpr std::size_t kMostExplained = std::size_t{16} << 20;
 template <class List>
 std::string codes(const List& texts) {
   std::string all;
-  for (const auto& each : std::span(texts).first(std::min(texts.size(), kMostNames))) {
+  for (const auto& each : firstFew(texts, kMostNames)) {
     all += (all.empty() ? "" : " ") + code(each);
   }
   if (texts.size() > kMostNames) all += " and " + std::to_string(texts.size() - kMostNames);
@@ -49,7 +51,7 @@ std::string row(std::string_view term, const std::string& content) {
 }
 
 /// "outsideAllocation" as "outside allocation".
-std::string wordsOf(const std::string& name) {
+std::string wordsOf(std::string_view name) {
   std::string words;
   for (const char c : name) {
     const bool isUpper = c >= 'A' && c <= 'Z';
@@ -78,7 +80,7 @@ std::string markOf(const Answer& answer) {
 }
 
 /// An entry of a list, which opens to show its details. Keeps its key while others come and go.
-std::string item(const char* kind, const std::string& name, const std::string& marks,
+std::string item(const std::string& kind, const std::string& name, const std::string& marks,
                  const std::string& details) {
   const std::string key = std::to_string(std::hash<std::string>()(kind + name));
   return R"(<details class="item" data-key=")" + key + R"("><summary>)" +
@@ -116,6 +118,13 @@ class Lists {
       : project_(project), about_(about), only_(only) {
     if (about_ == nullptr) return;
     if (auto details = about_->getUserExperimentsDetails()) details_ = std::move(details).value();
+    const std::vector<ListedExperiment> experiments = allExperiments(project_);
+    std::vector<std::size_t> positions;
+    for (const ListedExperiment& each : experiments) positions.push_back(each.position);
+    for (const Evaluation::Placement& each : about_->placements(positions)) {
+      placements_.push_back(each);
+      if (each.group) firstJoined_.emplace(experiments[each.experiment].name, each.experiment);
+    }
   }
 
   std::string all() {
@@ -177,23 +186,26 @@ class Lists {
     if (!experiment.holdouts.empty()) facts += row("holdouts", codes(experiment.holdouts));
     if (experiment.isPrivate) facts += row("private", "yes");
     const std::string details = element("dl", "", facts) + groupsOf(experiment);
+    const std::string kind = "experiment " + std::to_string(ofOneName_[experiment.name]++) + " ";
     if (about_ == nullptr) {
       const std::string groups = counted(experiment.groups.size(), "group");
-      return item("experiment", experiment.name, element("span", "type", groups), details);
+      return item(kind, experiment.name, element("span", "type", groups), details);
     }
     const std::string why = explained([&] { return about_->explainExperiment(experiment.name); });
-    return item("experiment", experiment.name, markOf(placeIn(experiment)),
+    return item(kind, experiment.name, markOf(placeIn(experiment)),
                 why + valuesIn(experiment) + details);
   }
 
   Answer placeIn(const Project::Experiment& experiment) {
-    const std::size_t position = experiment.position;
-    const auto places = about_->memberships({&position, 1});
-    if (places.empty()) return {"not in it" + reason_, "none"};
-    return {shown(CorvoProperty(experiment.groups[places[0].group].name)), "value"};
+    const auto& [position, reason, group, holdout] = placements_[experiment.position];
+    if (!group) return {"not in it: " + wordsOf(textOf(reason)), "none"};
+    return {shown(CorvoProperty(experiment.groups[*group].name)), "value"};
   }
 
+  /// Of several experiments of one name, the first one that the user is in gives values.
   std::string valuesIn(const Project::Experiment& experiment) {
+    const auto first = firstJoined_.find(experiment.name);
+    if (first == firstJoined_.end() || first->second != experiment.position) return "";
     const auto handle = about_->getExperiment(experiment.name);
     return handle && handle.value() ? valuesOf(experimentReport(*handle.value(), details_)) : "";
   }
@@ -201,18 +213,12 @@ class Lists {
   /// An explanation, until there are too many for a page.
   template <class Explain>
   std::string explained(Explain explain) {
-    reason_.clear();
     if (explainedBytes_ > kMostExplained) {
       return element("p", "quiet",
                      "Not explained: the page would be too long. Type a part of a name.");
     }
-    const Explanation explanation = explain();
-    if (!explanation.steps.empty()) {
-      const JsonValue* const reason = explanation.steps.front().find("reason");
-      if (reason != nullptr) reason_ = ": " + wordsOf(*reason->as<std::string>());
-    }
     std::string steps;
-    for (const ExplainedLines::Line& line : explainedLines(explanation).lines) {
+    for (const ExplainedLines::Line& line : explainedLines(explain()).lines) {
       explainedBytes_ += line.text.size();
       steps += stepOf(line);
     }
@@ -223,8 +229,10 @@ class Lists {
   Evaluation* const about_;
   const std::string& only_;
   std::vector<CorvoExperimentDetail> details_;
+  std::vector<Evaluation::Placement> placements_;   // by position
+  std::map<std::string, std::size_t> firstJoined_;  // by name: the position
+  std::map<std::string, std::size_t> ofOneName_;    // how many have been shown
   std::size_t explainedBytes_ = 0;
-  std::string reason_;  // of the last explanation, if it has one
 };
 
 std::string refusalOf(const Snapshot& snapshot) {

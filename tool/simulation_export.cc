@@ -15,8 +15,6 @@
 namespace corvo::tool {
 namespace {
 
-JsonValue number(std::uint64_t count) { return static_cast<std::int64_t>(count); }
-
 JsonValue textIfAny(const std::string& text) { return text.empty() ? JsonValue() : text; }
 
 JsonValue jsonOf(const SimulationReport::Group& group) {
@@ -24,20 +22,20 @@ JsonValue jsonOf(const SimulationReport::Group& group) {
                     {"weight", corvo_internal::model::jsonOf(CorvoProperty(group.weight))},
                     {"share", group.share},
                     {"expected", group.expected},
-                    {"users", number(group.bucketed)},
-                    {"forced", number(group.forced)}};
+                    {"users", numberOf(group.bucketed)},
+                    {"forced", numberOf(group.forced)}};
 }
 
 JsonValue jsonOf(const SimulationReport::Outside& outside) {
   return JsonObject{{"reason", std::string(textOf(outside.reason))},
                     {"holdout", outside.holdout ? JsonValue(*outside.holdout) : JsonValue()},
-                    {"users", number(outside.users)}};
+                    {"users", numberOf(outside.users)}};
 }
 
 JsonValue jsonOf(const std::optional<Fit>& fit) {
   if (!fit) return nullptr;
   return JsonObject{{"chiSquare", fit->chiSquare},
-                    {"degreesOfFreedom", number(fit->degreesOfFreedom)},
+                    {"degreesOfFreedom", numberOf(fit->degreesOfFreedom)},
                     {"p", fit->p},
                     {"flagged", fit->isFlagged()}};
 }
@@ -48,9 +46,9 @@ JsonValue jsonOf(const SimulationReport::Experiment& experiment) {
   JsonArray groups;
   for (const auto& each : experiment.groups) groups.push_back(jsonOf(each));
   return JsonObject{{"name", experiment.name},
-                    {"position", number(experiment.position)},
+                    {"position", numberOf(experiment.position)},
                     {"holdout", experiment.isHoldout},
-                    {"users", number(experiment.users)},
+                    {"users", numberOf(experiment.users)},
                     {"outside", std::move(outside)},
                     {"shares", JsonObject{{"layer", experiment.shares.layer},
                                           {"allocation", experiment.shares.allocation},
@@ -115,12 +113,12 @@ std::string inJson(const SimulationReport& report) {
   JsonArray overlaps;
   for (const auto& each : report.overlaps) {
     overlaps.push_back(
-        JsonObject{{"experiments", JsonArray{number(report.experiments[each.first].position),
-                                             number(report.experiments[each.second].position)}},
-                   {"users", number(each.users)},
+        JsonObject{{"experiments", JsonArray{numberOf(report.experiments[each.first].position),
+                                             numberOf(report.experiments[each.second].position)}},
+                   {"users", numberOf(each.users)},
                    {"expected", each.expected}});
   }
-  const JsonObject all{{"users", number(report.users)},
+  const JsonObject all{{"users", numberOf(report.users)},
                        {"experiments", std::move(experiments)},
                        {"overlaps", std::move(overlaps)}};
   return toJson(all) + "\n";
