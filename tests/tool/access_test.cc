@@ -100,22 +100,37 @@ TEST(ApiKeys, GiveBrowsersATicketForTheEventStreamOnly) {
 }
 
 TEST(LocalNames, KeepOtherSitesOut) {
-  const HttpRoute route = onlyForLocalNames(ok);
-  const std::pair<const char*, int> cases[] = {
-      {"localhost", 200},
-      {"localhost:8080", 200},
-      {"127.0.0.1:1", 200},
-      {"[::1]:8080", 200},
-      {"", 200},
-      {"evil.example", 403},
-      {"evil.example:80", 403},
-      {"localhost.evil.example", 403},
-      {"[::1", 403},
-      {"127.0.0.1.evil.example", 403},
+  const HttpRoute route = onlyForLocalNames({"https://shop.example"}, ok);
+  const struct {
+    const char* host;
+    int documents;
+    int questions;         // without an origin, and
+    int foreignQuestions;  // with one
+  } cases[] = {
+      {"localhost", 200, 200, 200},
+      {"localhost:8080", 200, 200, 200},
+      {"127.0.0.1:1", 200, 200, 200},
+      {"10.0.2.2:1", 200, 200, 200},
+      {"[::1]:8080", 200, 200, 200},
+      {"", 200, 200, 200},
+      {"evil.example", 403, 200, 403},
+      {"evil.example:80", 403, 200, 403},
+      {"localhost.evil.example", 403, 200, 403},
+      {"[::1", 403, 200, 403},
+      {"127.0.0.1.evil.example", 403, 200, 403},
+      {"upstream", 403, 200, 403},
   };
-  for (const auto& [host, status] : cases) {
-    for (const char* path : {"/", "/config.json", "/ofrep/v1/evaluate/flags", "/metrics"}) {
-      EXPECT_EQ(route(get(path, "host", host)).status, status) << host << path;
+  for (const auto& [host, documents, questions, foreignQuestions] : cases) {
+    for (const char* path : {"/", "/config.json", "/geo", "/elsewhere"}) {
+      EXPECT_EQ(route(get(path, "Host", host)).status, documents) << host << path;
+    }
+    for (const char* path : {"/ofrep/v1/evaluate/flags", "/metrics", "/healthz"}) {
+      HttpRequest request = get(path, "Host", host);
+      EXPECT_EQ(route(request).status, questions) << host << path;
+      const auto origin = request.headers.emplace("Origin", "https://shop.example");
+      EXPECT_EQ(route(request).status, questions) << host << path;
+      origin->second = "http://evil.example:80";
+      EXPECT_EQ(route(request).status, foreignQuestions) << host << path;
     }
   }
 }

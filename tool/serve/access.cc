@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/md5.h"
+#include "tool/serve/cors.h"
 #include "tool/serve/event_stream.h"
 
 namespace corvo::tool {
@@ -68,11 +69,17 @@ std::string_view bearerIn(std::string_view authorization) {
   return authorization.substr(begin);
 }
 
-/// Whether the name is one that always means this machine. Clients of HTTP/1.0 send none.
+/// Whether nobody can make the host mean another machine: it is an address, whose last part has
+/// digits only, or `localhost`. Clients of HTTP/1.0 send none.
 bool isLocal(std::string_view host) {
-  const std::string_view name =
-      host.substr(0, host.starts_with('[') ? host.find(']') + 1 : host.find(':'));
-  return name.empty() || name == "127.0.0.1" || name == "localhost" || name == "[::1]";
+  if (host.starts_with('[')) return host.find(']') != std::string_view::npos;
+  const std::string_view name = host.substr(0, host.find(':'));
+  const std::string_view last = name.substr(name.rfind('.') + 1);
+  return name == "localhost" || last.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+bool isForProxies(std::string_view path) {
+  return path.starts_with("/ofrep/") || path == kHealthPath || path == kMetricsPath;
 }
 
 }  // namespace
@@ -114,9 +121,13 @@ HttpRoute ApiKeys::around(HttpRoute route) const {
   };
 }
 
-HttpRoute onlyForLocalNames(HttpRoute route) {
-  return [route = std::move(route)](const HttpRequest& request) {
-    if (isLocal(request.header("Host"))) return route(request);
+HttpRoute onlyForLocalNames(std::vector<std::string> origins, HttpRoute route) {
+  return [origins = std::move(origins), route = std::move(route)](const HttpRequest& request) {
+    const std::string_view origin = request.header("Origin");
+    const bool isForeign = !origin.empty() && !isAllowedOrigin(origins, origin);
+    if (isLocal(request.header("Host")) || (isForProxies(request.path) && !isForeign)) {
+      return route(request);
+    }
     return refusal(403, "this server is only for http://localhost");
   };
 }

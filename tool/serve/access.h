@@ -11,6 +11,7 @@ namespace corvo::tool {
 
 /// The path that needs no key: load balancers and orchestrators cannot send one.
 inline constexpr std::string_view kHealthPath = "/healthz";
+inline constexpr std::string_view kMetricsPath = "/metrics";
 
 /// The keys of which a request needs one, if there are any.
 class ApiKeys {
@@ -38,8 +39,11 @@ class ApiKeys {
   std::vector<std::string> tickets_;
 };
 
-/// The route for requests whose Host is this machine's. Otherwise a page of another site, whose
-/// name suddenly means this machine, could read the project. Others get 403.
-[[nodiscard]] HttpRoute onlyForLocalNames(HttpRoute route);
+/// The route for requests that cannot come from a page of another site whose name suddenly means
+/// this machine (DNS rebinding). Such a page has a name as its Host, and its questions have an
+/// Origin. So a Host that is an address or `localhost` is admitted everywhere, and any other only
+/// where proxies may forward it, to questions and monitoring: without an Origin, or with one of
+/// these, or if they have "*". Others get 403.
+[[nodiscard]] HttpRoute onlyForLocalNames(std::vector<std::string> origins, HttpRoute route);
 
 }  // namespace corvo::tool

@@ -40,12 +40,17 @@ std::string complainAboutOrigin(const std::string& text) {
                                         text;
 }
 
+bool isAllowedOrigin(const std::vector<std::string>& origins, std::string_view origin) {
+  return std::ranges::find(origins, origin) != origins.end() ||
+         std::ranges::find(origins, kAll) != origins.end();
+}
+
 HttpRoute withOrigins(std::vector<std::string> origins, HttpRoute route) {
   if (origins.empty()) return route;
-  const bool isForAll = std::ranges::find(origins, kAll) != origins.end();
+  const bool isForAll = isAllowedOrigin(origins, kAll);
   return [=, origins = std::move(origins), route = std::move(route)](const HttpRequest& request) {
     const std::string_view origin = request.header("Origin");
-    const bool isAllowed = isForAll || std::ranges::find(origins, origin) != origins.end();
+    const bool isAllowed = isAllowedOrigin(origins, origin);
     HttpResponse response = isPreflight(request) ? preflight() : route(request);
     if (!isForAll) response.headers.emplace_back("Vary", "Origin");
     if (origin.empty() || !isAllowed) return response;

@@ -77,7 +77,7 @@ void Service::addRoutes() {
   router_.add("GET", kEventsPath,
               [this](const HttpRequest& request) { return events_.open(request); });
   router_.add("GET", kHealthPath, [this](const HttpRequest&) { return healthOf(publication_); });
-  router_.add("GET", "/metrics", [this](const HttpRequest&) {
+  router_.add("GET", kMetricsPath, [this](const HttpRequest&) {
     return metricsOf(metrics_, server_, events_, publication_);
   });
 }
@@ -86,7 +86,9 @@ void Service::addRoutes() {
 HttpRoute Service::handler() {
   HttpRoute route = [this](const HttpRequest& request) { return answer(request); };
   route = withOrigins(options_.origins, keys_.around(std::move(route)));
-  if (options_.keys.empty() && !options_.insecure) route = onlyForLocalNames(std::move(route));
+  if (options_.keys.empty() && !options_.insecure) {
+    route = onlyForLocalNames(options_.origins, std::move(route));
+  }
   route = metrics_.around(std::move(route));
   return options_.log ? logged(std::move(route)) : route;
 }
