@@ -14,17 +14,17 @@
 namespace corvo {
 
 std::string_view textOf(FlagReason reason) noexcept {
-  using Of = FlagReason;
+  using Why = FlagReason;
   struct Row {
     FlagReason reason;
     std::string_view word;
   };
   static constexpr std::array<Row, 5> kWords{{
-      {Of::rule, "rule"},
-      {Of::featureFlagNotFound, "featureFlagNotFound"},
-      {Of::featureFlagNoRules, "featureFlagNoRules"},
-      {Of::featureFlagRulesNotSatisfied, "featureFlagRulesNotSatisfied"},
-      {Of::experimentGroupNotMatchingFeatureFlagGroup,
+      {Why::rule, "rule"},
+      {Why::featureFlagNotFound, "featureFlagNotFound"},
+      {Why::featureFlagNoRules, "featureFlagNoRules"},
+      {Why::featureFlagRulesNotSatisfied, "featureFlagRulesNotSatisfied"},
+      {Why::experimentGroupNotMatchingFeatureFlagGroup,
        "experimentGroupNotMatchingFeatureFlagGroup"},
   }};
   static_assert(
