@@ -75,7 +75,8 @@ bool isLocal(std::string_view host) {
   if (host.starts_with('[')) return host.find(']') != std::string_view::npos;
   const std::string_view name = host.substr(0, host.find(':'));
   const std::string_view last = name.substr(name.rfind('.') + 1);
-  return name == "localhost" || last.find_first_not_of("0123456789") == std::string_view::npos;
+  const bool isNumber = last.find_first_not_of("0123456789") == std::string_view::npos;
+  return host.empty() || name == "localhost" || (!last.empty() && isNumber);
 }
 
 bool isForProxies(std::string_view path) {

@@ -20,13 +20,13 @@ struct FieldOrder {
 };
 
 struct HttpRequest {
-  std::string method;
-  std::string rawPath;                            ///< As it was sent, without the query.
-  std::string path;                               ///< Decoded.
-  std::multimap<std::string, std::string> query;  ///< Decoded.
-  std::multimap<std::string, std::string, FieldOrder> headers;
-  std::string body;
-  std::string rest;  ///< What "*" in the path of its route stands for, decoded.
+  std::string method = {};
+  std::string rawPath = {};                            ///< As it was sent, without the query.
+  std::string path = {};                               ///< Decoded.
+  std::multimap<std::string, std::string> query = {};  ///< Decoded.
+  std::multimap<std::string, std::string, FieldOrder> headers = {};
+  std::string body = {};
+  std::string rest = {};  ///< What "*" in the path of its route stands for, decoded.
 
   /// The first header of that name, or the first query parameter; empty if there is none.
   [[nodiscard]] std::string_view header(std::string_view name) const;
