@@ -18,11 +18,9 @@ struct Row {
 constexpr Row kNotes[] = {
     {"corvo", {"", "corvo help ask"}},
     {"corvo serve",
-     {"It listens on this machine only. It reads its files for every request, so an edit takes "
-      "effect at once. A document that clients cannot decode is still served; standard error says "
-      "where the fault is. In a browser, the address shows the project, its findings and the "
-      "answers for a user. --latency, --fail and --drip apply to both routes of a backend, but not "
-      "to this page.",
+     {"With --config it is a backend, whose address shows the project in a browser. With --url it "
+      "is a relay of another backend. Either answers OpenFeature clients (OFREP). A document that "
+      "clients cannot decode is still served; standard error says where the fault is.",
       "corvo serve --config config.json --geo geo.json --port 8080"}},
     {"corvo ask",
      {"Nothing is written to disk unless --store names a file. A user described on the command "
@@ -122,6 +120,7 @@ Parameter parameterOf(const CLI::Option& option) {
     parameter.value = valueOf(option.get_type_name(), parameter.choices);
   }
   parameter.help = option.get_description();
+  parameter.group = option.get_group();
   parameter.variable = option.get_envname();
   parameter.isRequired = option.get_required();
   parameter.isRepeatable = !isSwitch && option.get_expected_max() > 1;
@@ -197,6 +196,16 @@ const CLI::App* commandAt(const CLI::App& root, std::span<const std::string> wor
 
 std::vector<Parameter> optionsOf(const CLI::App& command) { return parametersOf(command, false); }
 std::vector<Parameter> argumentsOf(const CLI::App& command) { return parametersOf(command, true); }
+
+std::vector<Group> groupsOf(const std::vector<Parameter>& options) {
+  std::vector<Group> groups;
+  for (const Parameter& each : options) {
+    auto group = std::ranges::find(groups, each.group, &Group::heading);
+    if (group == groups.end()) group = groups.insert(group, {each.group, {}});
+    group->options.push_back(each);
+  }
+  return groups;
+}
 
 std::string usageOf(const CLI::App& command) {
   const bool hasCommands = !commandsOf(command).empty();

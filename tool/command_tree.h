@@ -21,6 +21,7 @@ struct Parameter {
   std::string value;               ///< The placeholder after the name: "FILE"; empty for a switch.
   std::vector<std::string> choices;
   std::string help;
+  std::string group;     ///< The heading for it among the options of its command.
   std::string variable;  ///< The environment variable that can replace it, or empty.
   bool isRequired = false;
   bool isRepeatable = false;
@@ -43,6 +44,14 @@ struct Parameter {
 
 [[nodiscard]] std::vector<Parameter> optionsOf(const CLI::App& command);
 [[nodiscard]] std::vector<Parameter> argumentsOf(const CLI::App& command);
+
+/// Options under one heading.
+struct Group {
+  std::string heading;
+  std::vector<Parameter> options;
+};
+/// The options by group, each in its order.
+[[nodiscard]] std::vector<Group> groupsOf(const std::vector<Parameter>& options);
 
 /// The usage: "corvo ask --url URL [OPTION]... flag NAME".
 [[nodiscard]] std::string usageOf(const CLI::App& command);

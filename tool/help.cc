@@ -81,7 +81,9 @@ std::string helpOn(const CLI::App& command) {
   std::vector<Parameter> arguments = argumentsOf(command);
   std::erase_if(arguments, [](const Parameter& each) { return each.help.empty(); });
   text += section("Arguments", linesOf(arguments));
-  text += section("Options", linesOf(optionsOf(command)));
+  for (const auto& [heading, options] : groupsOf(optionsOf(command))) {
+    text += section(heading, linesOf(options));
+  }
   if (parent != nullptr && parent->get_parent() != nullptr) {
     text += "\nThe options of \"" + pathOf(*parent) + "\" apply, too: see \"corvo help " +
             parent->get_name() + "\".\n";

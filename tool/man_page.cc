@@ -53,9 +53,13 @@ std::string parameters(const CLI::App& command, bool isPart) {
   for (const Parameter& each : argumentsOf(command)) {
     if (!each.help.empty()) text += paragraph(bold(each.title()), each.text());
   }
-  for (const Parameter& each : optionsOf(command)) {
-    const bool isKnown = isPart && each.names.back() == "--help";
-    if (!isKnown) text += paragraph(bold(each.title()), each.text());
+  const std::vector<Group> groups = groupsOf(optionsOf(command));
+  for (const auto& [heading, options] : groups) {
+    if (groups.size() > 1) text += ".SS " + plain(heading) + "\n";
+    for (const Parameter& each : options) {
+      const bool isKnown = isPart && each.names.back() == "--help";
+      if (!isKnown) text += paragraph(bold(each.title()), each.text());
+    }
   }
   return text;
 }

@@ -111,10 +111,14 @@ void addSourceOptions(CLI::App& command, SourceOptions& options) {
       ->check(complainAboutName)
       ->type_name("FILE");
   addGeoOption(command, options.geo);
+  addUrlOption(command, options);
+  addBackendOptions(command, options);
+}
+
+void addUrlOption(CLI::App& command, SourceOptions& options) {
   command.add_option("--url", options.url, "Query the backend at this base URL instead")
       ->envname(kUrlVariable)
       ->type_name("URL");
-  addBackendOptions(command, options);
 }
 
 void addGeoOption(CLI::App& command, std::string& geo) {

@@ -26,8 +26,9 @@ struct SourceOptions {
 };
 
 void addSourceOptions(CLI::App& command, SourceOptions& options);
-/// Parts of them: the file of the location; how to query a backend whose address is known.
+/// Parts of them: the file of the location; the address of a backend; how to query it.
 void addGeoOption(CLI::App& command, std::string& geo);
+void addUrlOption(CLI::App& command, SourceOptions& options);
 void addBackendOptions(CLI::App& command, SourceOptions& options);
 
 /// Ensures that the options name exactly one source; a file overrides the environment. `otherInput`

@@ -7,6 +7,7 @@
 #include <corvo/experiment_detail.h>
 #include <corvo/explanation.h>
 #include <corvo/export.h>
+#include <corvo/flag_reason.h>
 #include <corvo/flag_report.h>
 #include <corvo/placement_reason.h>
 #include <corvo/project.h>
@@ -81,6 +82,25 @@ class CORVO_EXPORT Evaluation {
   /// experiments carry, and positions that do not exist. Valid until the next call. For reports on
   /// many users: allocates nothing after the first user.
   std::span<const FlagText> flagTexts(std::span<const std::size_t> flags);
+
+  /// A flag's value for the user, or why it has none, and what decided.
+  struct FlagDecision {
+    std::size_t flag = 0;                        ///< The position in `Project::flags`.
+    FlagReason reason{};                         ///< Why it has a value, or none.
+    std::optional<std::string_view> text = {};   ///< The value. Valid as long as the project.
+    std::optional<std::size_t> experiment = {};  ///< The experiment whose group decided; absent if
+                                                 ///< the flag's own rules did.
+    std::optional<std::size_t> group = {};       ///< The position of that group.
+    std::optional<std::size_t> rule = {};  ///< The position of the rule in its list, in the order
+                                           ///< of the document; absent without a value.
+    /// Whether the value depended on conditions: the rule has some, and is not a default rule,
+    /// whose conditions are ignored.
+    bool hasConditions = false;
+  };
+  /// The same as `flagTexts` with the reasons, also for flags without a value and flags that only
+  /// experiments carry: one decision for each position that exists. Agrees with `checkFlag`. Valid
+  /// until the next call; allocates nothing after the first user.
+  std::span<const FlagDecision> flagDecisions(std::span<const std::size_t> flags);
 
   /// The user's group in an experiment.
   struct Membership {

@@ -62,6 +62,7 @@ struct Evaluation::State {
   double now = 0;
   CorvoUser user;  // replaces an ill-formed user
   std::vector<FlagText> texts;
+  std::vector<FlagDecision> decisions;
   std::vector<Membership> memberships;
   std::vector<Placement> placements;
   targeting::ContextSource source;
@@ -149,6 +150,12 @@ Result<std::vector<CorvoExperimentDetail>> Evaluation::getUserExperimentsDetails
 std::span<const Evaluation::FlagText> Evaluation::flagTexts(std::span<const std::size_t> flags) {
   state_->evaluator.flagTexts(flags, state_->context(), state_->texts);
   return state_->texts;
+}
+
+std::span<const Evaluation::FlagDecision> Evaluation::flagDecisions(
+    std::span<const std::size_t> flags) {
+  state_->evaluator.flagDecisions(flags, state_->context(), state_->decisions);
+  return state_->decisions;
 }
 
 std::span<const Evaluation::Membership> Evaluation::memberships(

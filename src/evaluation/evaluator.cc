@@ -26,7 +26,7 @@ CorvoError tooManyRepeatedValues() {
 static_assert(experiments::kMostRepeatedBytes == std::size_t{64} << 20);
 
 Result<std::string_view> valueOf(const flags::FlagDecision& decision, std::string_view name) {
-  if (decision.value != nullptr) return std::string_view(*decision.value);
+  if (decision.rule != nullptr) return std::string_view(decision.rule->value);
   return flags::failureOf<std::string_view>(decision, name);
 }
 
@@ -39,6 +39,11 @@ struct Typed {
   std::string_view text;
   operator CorvoProperty() const { return typedProperty(text); }
 };
+
+template <class T>
+std::size_t positionOf(const T& element, const T* first) {
+  return static_cast<std::size_t>(&element - first);
+}
 
 // The first of several experiments of one name that the user takes part in; null if there is none.
 struct Joined {
@@ -67,7 +72,7 @@ FlagReport Evaluator::flags(const Context& context) {
   for (const project::FlagEntry& entry : project_->flags()) {
     if (entry.record == nullptr) continue;
     const flags::FlagDecision decision = flags::decideFlag(entry, resolved, context);
-    if (decision.value) report.emplace(entry.name, Typed{*decision.value});
+    if (decision.rule) report.emplace(entry.name, Typed{decision.rule->value});
   }
   return report;
 }
@@ -80,7 +85,28 @@ void Evaluator::flagTexts(std::span<const std::size_t> positions, const Context&
   for (const std::size_t each : positions) {
     if (each >= entries.size() || entries[each].record == nullptr) continue;
     const flags::FlagDecision decision = flags::decideFlag(entries[each], resolved, context);
-    if (decision.value) texts.push_back({each, *decision.value});
+    if (decision.rule) texts.push_back({each, decision.rule->value});
+  }
+}
+
+void Evaluator::flagDecisions(std::span<const std::size_t> positions, const Context& context,
+                              std::vector<Evaluation::FlagDecision>& decisions) {
+  decisions.clear();
+  const std::vector<project::FlagEntry>& entries = project_->flags();
+  placement::Resolver::Report resolved(resolver_, context);
+  for (const std::size_t each : positions) {
+    if (each >= entries.size()) continue;
+    const auto [reason, rule, group, carried] = flags::decideFlag(entries[each], resolved, context);
+    auto& decision = decisions.emplace_back(Evaluation::FlagDecision{each, reason});
+    if (rule != nullptr) {
+      decision.text = rule->value;
+      decision.rule = rule->position;
+      decision.hasConditions = !rule->conditions.empty();
+    }
+    if (carried != nullptr) {
+      decision.experiment = positionOf(*carried->carrier, project_->experiments().data());
+      decision.group = positionOf(*group, carried->carrier->record->groups.data());
+    }
   }
 }
 
@@ -148,7 +174,7 @@ void Evaluator::placements(std::span<const std::size_t> experiments, const Conte
     auto& each = placements.emplace_back(Evaluation::Placement{position, placement.reason});
     if (placement.group != nullptr) each.group = placement.index;
     if (placement.holdout != nullptr) {
-      each.holdout = static_cast<std::size_t>(placement.holdout - records);
+      each.holdout = positionOf(*placement.holdout, records);
     }
   });
 }

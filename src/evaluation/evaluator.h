@@ -49,6 +49,10 @@ class Evaluator {
   void flagTexts(std::span<const std::size_t> flags, const targeting::Context& context,
                  std::vector<Evaluation::FlagText>& texts);
 
+  /// Fills a list with what decides the flags at these positions.
+  void flagDecisions(std::span<const std::size_t> flags, const targeting::Context& context,
+                     std::vector<Evaluation::FlagDecision>& decisions);
+
   /// The handle of the first experiment of that name that the user takes part in, or null. Resolves
   /// only experiments of that name.
   [[nodiscard]] Result<CorvoExperimentPointer> experiment(std::string_view name,

@@ -113,7 +113,7 @@ void Explainer::on(const flags::RulesDecided& event) {
   for (const auto& [rule, position] : std::span(rules_).subspan(current().steps.size())) {
     add(Code::rule, Outcome::notReached, factsOf(*rule, position));
   }
-  end(foundIf(event.value != nullptr));
+  end(foundIf(event.rule != nullptr));
 }
 
 // --- Placement -----------------------------------------------------------------------------------

@@ -26,9 +26,10 @@ class Collector {
     results.reserve(decisions_.size());
     for (std::size_t index = 0; index < decisions_.size(); ++index) {
       const flags::FlagDecision& decision = decisions_[index];
-      if (!decision.value) continue;
+      if (!decision.rule) continue;
       const bool repeatsName = experiment->firstFlags[index] < index;
-      if (!add(decision.carried->record->name, *decision.value, repeatsName, results)) return false;
+      if (!add(decision.carried->record->name, decision.rule->value, repeatsName, results))
+        return false;
     }
     return true;
   }

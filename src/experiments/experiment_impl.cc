@@ -47,10 +47,10 @@ Result<std::optional<std::string_view>> CorvoExperimentImpl::featureText(
       decisions_, std::string_view(name),
       [](const auto& decision) { return std::string_view(decision.carried->record->name); });
   if (found == decisions_.end()) return std::optional<std::string_view>();
-  if (found->value == nullptr) {
+  if (found->rule == nullptr) {
     return flags::failureOf<std::optional<std::string_view>>(*found, name);
   }
-  return std::optional<std::string_view>(*found->value);
+  return std::optional<std::string_view>(found->rule->value);
 }
 
 }  // namespace corvo::corvo_internal::experiments

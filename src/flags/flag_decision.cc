@@ -3,11 +3,39 @@
 #include "flags/flag_decision.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "base/text.h"
+#include "model/fields.h"
+
+namespace corvo {
+namespace {
+
+struct ReasonWord {
+  FlagReason reason;
+  std::string_view word;
+};
+using Of = FlagReason;
+constexpr std::array<ReasonWord, 5> kReasons{{
+    {Of::rule, "rule"},
+    {Of::featureFlagNotFound, "featureFlagNotFound"},
+    {Of::featureFlagNoRules, "featureFlagNoRules"},
+    {Of::featureFlagRulesNotSatisfied, "featureFlagRulesNotSatisfied"},
+    {Of::experimentGroupNotMatchingFeatureFlagGroup, "experimentGroupNotMatchingFeatureFlagGroup"},
+}};
+static_assert(corvo_internal::model::isByEnumerator(kReasons,
+                                                    [](const auto& row) { return row.reason; }));
+
+}  // namespace
+
+std::string_view textOf(FlagReason reason) noexcept {
+  return kReasons[static_cast<std::size_t>(reason)].word;
+}
+
+}  // namespace corvo
 
 namespace corvo::corvo_internal::flags {
 
@@ -18,11 +46,11 @@ template <class AnyObserver>
 FlagDecision decideByRules(const targeting::RuleList& rules, model::List<model::Rule> records,
                            const targeting::Context& context, bool hashed, AnyObserver observer) {
   observer.on(RulesBegun{records, hashed});
-  const model::Text* value = rules.choose(context, hashed, observer);
-  observer.on(RulesDecided{value});
-  if (value != nullptr) return {FlagDecision::Reason::rule, value};
-  return {rules.isEmpty() ? FlagDecision::Reason::noRules
-                          : FlagDecision::Reason::rulesNotSatisfied};
+  const targeting::PreparedRule* rule = rules.choose(context, hashed, observer);
+  observer.on(RulesDecided{rule});
+  if (rule != nullptr) return {FlagReason::rule, rule};
+  return {rules.isEmpty() ? FlagReason::featureFlagNoRules
+                          : FlagReason::featureFlagRulesNotSatisfied};
 }
 
 // The experiment's privacy setting applies, not the flag's.
@@ -34,7 +62,7 @@ FlagDecision decideInGroup(const project::CarriedFlag& flag, const model::Group&
     return base::sameBytes(each.name, group.name);
   });
   observer.on(GroupMatched{flag, group, found != groups.end()});
-  FlagDecision decision{FlagDecision::Reason::groupNotMatching};
+  FlagDecision decision{FlagReason::experimentGroupNotMatchingFeatureFlagGroup};
   if (found != groups.end()) {
     decision = decideByRules<AnyObserver>(
         flag.groupRules[static_cast<std::size_t>(found - groups.begin())], found->rules, context,

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <corvo/error.h>
+#include <corvo/flag_reason.h>
 #include <corvo/result.h>
 
-#include <cstdint>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -15,22 +15,15 @@
 #include "placement/resolution.h"
 #include "project/prepared_project.h"
 #include "targeting/context.h"
+#include "targeting/rules.h"
 
 namespace corvo::corvo_internal::flags {
 
 /// The value of a flag for a user and the reason, or the reason why it has none.
 struct FlagDecision {
-  enum class Reason : std::uint8_t {
-    rule,               ///< A rule holds.
-    notFound,           ///< The configuration has no flag of that name.
-    noRules,            ///< The applicable rule list is empty.
-    rulesNotSatisfied,  ///< No rule of the applicable list holds.
-    groupNotMatching    ///< The carried flag has no group with the name of the user's group.
-  };
-
-  Reason reason = Reason::notFound;
-  const model::Text* value = nullptr;   ///< Of the deciding rule; null if there is no value.
-  const model::Group* group = nullptr;  ///< The user's group, if an experiment decided,
+  FlagReason reason = FlagReason::featureFlagNotFound;
+  const targeting::PreparedRule* rule = nullptr;  ///< Its value counts; null if there is none.
+  const model::Group* group = nullptr;            ///< The user's group, if an experiment decided,
   const project::CarriedFlag* carried = nullptr;  ///< and the flag that the experiment carries.
 };
 
@@ -63,14 +56,14 @@ template <class T>
 [[nodiscard]] Result<T> failureOf(const FlagDecision& decision, std::string_view flagName) {
   const base::WellFormed name(flagName);
   switch (decision.reason) {
-    case FlagDecision::Reason::noRules:
+    case FlagReason::featureFlagNoRules:
       return {std::in_place_type<CorvoError::FeatureFlagNoRules>, name};
-    case FlagDecision::Reason::rulesNotSatisfied:
+    case FlagReason::featureFlagRulesNotSatisfied:
       return {std::in_place_type<CorvoError::FeatureFlagRulesNotSatisfied>, name};
-    case FlagDecision::Reason::groupNotMatching:
+    case FlagReason::experimentGroupNotMatchingFeatureFlagGroup:
       return groupNotMatching(decision, name);
-    case FlagDecision::Reason::rule:
-    case FlagDecision::Reason::notFound:
+    case FlagReason::rule:
+    case FlagReason::featureFlagNotFound:
       break;
   }
   return {std::in_place_type<CorvoError::FeatureFlagNotFound>, name};

@@ -32,7 +32,7 @@ struct RulesBegun {
   bool hashed;
 };
 struct RulesDecided {
-  const model::Text* value;  ///< Null if no rule holds.
+  const targeting::PreparedRule* rule;  ///< Null if no rule holds.
 };
 
 /// Observes how the value of a flag is decided.

@@ -45,9 +45,9 @@ base::List<PreparedCondition> prepared(model::List<model::Condition> conditions,
 }
 
 // A default rule holds whatever its conditions, so it becomes an AND of none.
-PreparedRule prepared(const model::Rule& rule, Vocabulary& vocabulary) {
-  if (rule.isDefault) return {.value = rule.value, .conditions = {}};
-  return {rule.value, prepared(rule.conditions, vocabulary), rule.conditionalStatement};
+PreparedRule prepared(const model::Rule& rule, std::uint32_t position, Vocabulary& vocabulary) {
+  if (rule.isDefault) return {.value = rule.value, .conditions = {}, .position = position};
+  return {rule.value, prepared(rule.conditions, vocabulary), rule.conditionalStatement, position};
 }
 
 }  // namespace
@@ -55,29 +55,32 @@ PreparedRule prepared(const model::Rule& rule, Vocabulary& vocabulary) {
 RuleList::RuleList(model::List<model::Rule> rules, Vocabulary& vocabulary)
     : rules_(vocabulary.pool.list<PreparedRule>(rules.size(), [&](std::span<PreparedRule> list) {
         auto next = list.begin();
-        inOrderOfTrial(rules,
-                       [&](const model::Rule& rule) { *next++ = prepared(rule, vocabulary); });
+        inOrderOfTrial(rules, [&](const model::Rule& rule) {
+          const auto position = static_cast<std::uint32_t>(&rule - rules.data());
+          *next++ = prepared(rule, position, vocabulary);
+        });
       })) {}
 
 // The first rule that holds decides; the later ones are not tested.
 template <class AnyObserver>
-const model::Text* RuleList::chooseObserved(const Context& context, bool hashed,
-                                            AnyObserver observer) const {
+const PreparedRule* RuleList::chooseObserved(const Context& context, bool hashed,
+                                             AnyObserver observer) const {
   for (const PreparedRule& rule : rules_) {
     observer.on(RuleBegun{});
     const bool holds =
         statementHolds<AnyObserver>(rule.statement, rule.conditions, context, hashed, observer);
     observer.on(RuleDecided{holds});
-    if (holds) return &rule.value;
+    if (holds) return &rule;
   }
   return nullptr;
 }
 
-const model::Text* RuleList::choose(const Context& context, bool hashed,
-                                    NoObserver observer) const {
+const PreparedRule* RuleList::choose(const Context& context, bool hashed,
+                                     NoObserver observer) const {
   return chooseObserved<NoObserver>(context, hashed, observer);
 }
-const model::Text* RuleList::choose(const Context& context, bool hashed, Observer& observer) const {
+const PreparedRule* RuleList::choose(const Context& context, bool hashed,
+                                     Observer& observer) const {
   return chooseObserved<Observer&>(context, hashed, observer);
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
+
 #include "model/config.h"
 #include "targeting/condition.h"
 #include "targeting/context.h"
@@ -24,6 +26,7 @@ struct PreparedRule {
   model::Text value;
   base::List<PreparedCondition> conditions;
   model::ConditionalStatement statement = model::ConditionalStatement::and_;
+  std::uint32_t position = 0;  ///< In the document's list.
 };
 
 /// The rules of a flag, or of a flag's group, prepared for selection: default rules last. Refers to
@@ -35,18 +38,18 @@ class RuleList {
 
   [[nodiscard]] bool isEmpty() const noexcept { return rules_.empty(); }
 
-  /// The value of the first rule that holds, trying default rules last; null if none does. `hashed`
+  /// The first rule that holds, trying default rules last; null if none does. `hashed`
   /// is the privacy setting of the flag or experiment that decides. Allocates only as much as the
   /// conditions do.
-  [[nodiscard]] const model::Text* choose(const Context& context, bool hashed,
-                                          NoObserver observer = {}) const;
-  [[nodiscard]] const model::Text* choose(const Context& context, bool hashed,
-                                          Observer& observer) const;
+  [[nodiscard]] const PreparedRule* choose(const Context& context, bool hashed,
+                                           NoObserver observer = {}) const;
+  [[nodiscard]] const PreparedRule* choose(const Context& context, bool hashed,
+                                           Observer& observer) const;
 
  private:
   template <class AnyObserver>
-  const model::Text* chooseObserved(const Context& context, bool hashed,
-                                    AnyObserver observer) const;
+  const PreparedRule* chooseObserved(const Context& context, bool hashed,
+                                     AnyObserver observer) const;
 
   base::List<PreparedRule> rules_;
 };

@@ -189,11 +189,12 @@ TEST(BatchCostTest, AnotherUserAllocatesNothing) {
       }
       constexpr std::size_t kPositions[] = {0, 1, 9};
       answered += static_cast<int>(about.flagTexts(kPositions).size());
+      answered += static_cast<int>(about.flagDecisions(kPositions).size());
       answered += static_cast<int>(about.memberships(kPositions).size());
       answered += static_cast<int>(about.placements(kPositions).size());
     }
     EXPECT_EQ(tests::allocationCount(), allocated) << isRecord;
-    EXPECT_EQ(answered, 3 * kUsers / 2 + 3 * kUsers / 2 + 2 * kUsers) << isRecord;
+    EXPECT_EQ(answered, 3 * kUsers / 2 + 3 * kUsers / 2 + 5 * kUsers) << isRecord;
   }
 }
 

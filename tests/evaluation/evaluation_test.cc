@@ -169,6 +169,119 @@ TEST(Evaluation, AnswersByPositionAsByName) {
   }
 }
 
+// A decision in words: what decided, the text, the rule.
+std::string wordsOf(const Evaluation::FlagDecision& decision) {
+  const auto numberOf = [](const char* word, std::optional<std::size_t> number) {
+    return number ? " " + std::string(word) + " " + std::to_string(*number) : "";
+  };
+  return std::string(textOf(decision.reason)) + numberOf("experiment", decision.experiment) +
+         numberOf("group", decision.group) + numberOf("rule", decision.rule) +
+         (decision.text ? " = " + std::string(*decision.text) : "") +
+         (decision.hasConditions ? " by conditions" : "");
+}
+
+TEST(Evaluation, GivesTheReasonOfEachFlag) {
+  const std::string goldOnly = R"("conditional_statement": "AND", "conditions": [
+      {"name": "custom.plan", "condition_sign": "equal", "value": "gold"}])";
+  const std::string gold = R"({"value": "G", "is_default": false, )" + goldOnly + "}";
+  const std::string other = R"({"value": "O", "is_default": true, )" + goldOnly + "}";
+  const std::string always = R"({"value": "A", "is_default": false, "conditional_statement": "AND",
+      "conditions": []})";
+  const auto flag = [](const std::string& name, const std::string& rules) {
+    return R"({"name": ")" + name + R"(", "type": "t", )" + rules + "}";
+  };
+  const auto rules = [](const std::string& list) { return R"("rules": [)" + list + "]"; };
+  const auto groups = [&](const std::string& name, const std::string& list) {
+    return R"("groups": [{"group": ")" + name + R"(", )" + rules(list) + "}]";
+  };
+  const Project project =
+      Project::decode(R"({"feature_flags": [)" + flag("default", rules(other + "," + gold)) + "," +
+                      flag("empty", rules("")) + "," + flag("strict", rules(gold)) + "," +
+                      flag("plain", rules(gold + "," + always + "," + other)) + "," +
+                      flag("own", rules(other)) +
+                      R"(], "experiments": [{"name": "idle", "salt": "s", "allocation": 0},
+            {"name": "e", "salt": "s", "allocation": 1,
+             "groups": [{"name": "none", "weight": 0}, {"name": "all", "weight": 1}],
+             "feature_flags": [)" +
+                      flag("own", groups("all", gold + "," + other)) + "," +
+                      flag("carried", groups("all", "")) + "," +
+                      flag("missed", groups("none", always)) + "]}]}")
+          .value();
+  ASSERT_EQ(project.flags().size(), 7U);
+  const std::string noGroup = "experimentGroupNotMatchingFeatureFlagGroup experiment 1 group 1";
+  const struct {
+    std::vector<EvaluationContext::Property> user;
+    std::vector<std::string> decisions;
+  } cases[] = {
+      {{{"userId", "u"}, {"custom.plan", "gold"}},
+       {"rule rule 1 = G by conditions", "featureFlagNoRules", "rule rule 0 = G by conditions",
+        "rule rule 0 = G by conditions", "rule experiment 1 group 1 rule 0 = G by conditions",
+        "featureFlagNoRules experiment 1 group 1", noGroup}},
+      {{{"userId", "u"}},
+       {"rule rule 0 = O", "featureFlagNoRules", "featureFlagRulesNotSatisfied", "rule rule 1 = A",
+        "rule experiment 1 group 1 rule 1 = O", "featureFlagNoRules experiment 1 group 1",
+        noGroup}},
+      {{},
+       {"rule rule 0 = O", "featureFlagNoRules", "featureFlagRulesNotSatisfied", "rule rule 1 = A",
+        "rule rule 0 = O", "featureFlagNotFound", "featureFlagNotFound"}},
+  };
+  Evaluation about = project.evaluate({});
+  for (const auto& [user, expected] : cases) {
+    about.reset({.properties = user});
+    std::vector<std::string> decisions;
+    for (const auto& each : about.flagDecisions(std::vector<std::size_t>{0, 1, 7, 2, 3, 4, 5, 6})) {
+      EXPECT_EQ(each.flag, decisions.size());
+      decisions.push_back(wordsOf(each));
+    }
+    EXPECT_EQ(decisions, expected) << user.size();
+  }
+}
+
+// The same from the question and its explanation: the last experiment that the user is in, and the
+// rule that holds, are the ones that decided.
+std::string explainedDecision(Evaluation& about, const std::string& flag) {
+  const auto number = [](const Explanation::Step& step, const char* fact) {
+    return std::to_string(*step.find(fact)->as<std::int64_t>());
+  };
+  const auto answer = about.checkFlag<std::string>(flag);
+  const CorvoError* const error = answer.error();
+  std::string words(error != nullptr ? error->name() : "rule");
+  std::string conditions;
+  for (const Explanation::Step& step : about.explainFlag(flag).steps) {
+    if (step.code == Explanation::Code::experiment && step.outcome == Explanation::Outcome::in) {
+      words += " experiment " + number(step, "position") + " group " + number(step, "index");
+    }
+    if (step.code != Explanation::Code::rules) continue;
+    for (const Explanation::Step& rule : step.steps) {
+      if (rule.outcome != Explanation::Outcome::holds) continue;
+      words += " rule " + number(rule, "position");
+      if (!rule.steps.empty()) conditions = " by conditions";
+    }
+  }
+  return words + (error != nullptr ? "" : " = " + *answer.value()) + conditions;
+}
+
+TEST(Evaluation, DecidesAsItExplains) {
+  for (const std::string file : {CORVO_SHOP "config.json", CORVO_CLIENT_CASES "experiments.json"}) {
+    const Project project = read(file);
+    const std::vector<Project::Flag> flags = project.flags();
+    std::vector<std::size_t> positions;
+    for (std::size_t i = flags.size(); i-- > 0;) positions.push_back(i);
+    Evaluation about = project.evaluate({});
+    for (int i = 0; i < 60; ++i) {
+      const CorvoUser user = userOf(i);
+      about.reset({.user = &user, .location = location(), .now = 1'714'564'800 + 3'600.0 * i});
+      const auto decided = about.flagDecisions(positions);
+      ASSERT_EQ(decided.size(), flags.size());
+      const std::vector<Evaluation::FlagDecision> decisions(decided.begin(), decided.end());
+      for (const Evaluation::FlagDecision& each : decisions) {
+        const std::string& name = flags[each.flag].name;
+        EXPECT_EQ(wordsOf(each), explainedDecision(about, name)) << file << i << name;
+      }
+    }
+  }
+}
+
 // What explanations say about the experiments of a name: position, reason, group and holdout.
 std::set<std::string> explainedPlacements(const Project& project, Evaluation& about) {
   std::set<std::string> all;

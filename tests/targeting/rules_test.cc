@@ -33,8 +33,10 @@ class Rules : public testing::Test {
   std::string_view choose(const std::vector<model::Rule>& rules) {
     Vocabulary vocabulary{pool};
     const RuleList list(pool.list(rules), vocabulary);
-    const model::Text* const value = list.choose(contextOf(vocabulary), false);
-    return value != nullptr ? value->view() : std::string_view();
+    const PreparedRule* const chosen = list.choose(contextOf(vocabulary), false);
+    if (chosen == nullptr) return {};
+    EXPECT_EQ(chosen->value, rules.at(chosen->position).value);
+    return chosen->value;
   }
 
   bool matches(const model::Target& target) {

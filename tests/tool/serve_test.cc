@@ -205,7 +205,7 @@ TEST_F(Serve, RefusesATakenPort) {
   const std::string port = backend.url().substr(backend.url().rfind(':') + 1);
   const Ran taken = runCorvo("serve " + arguments() + " --port " + port);
   EXPECT_EQ(taken.status, 1);
-  EXPECT_EQ(taken.err, "cannot listen on 127.0.0.1:" + port + "\n");
+  EXPECT_EQ(taken.err, "cannot listen on 127.0.0.1:" + port + ": Address already in use\n");
 }
 
 }  // namespace

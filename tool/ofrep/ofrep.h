@@ -14,7 +14,8 @@ namespace corvo::tool {
 /// Refers to its arguments.
 class Ofrep {
  public:
-  /// `streamPath` is the path of the event stream that bulk answers name.
+  /// `streamPath` is the address of the event stream that bulk answers name: its path, and perhaps
+  /// a query.
   Ofrep(const Publication& publication, const Surroundings& surroundings, std::string streamPath);
   ~Ofrep();
 

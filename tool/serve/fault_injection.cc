@@ -13,9 +13,6 @@ namespace {
 
 constexpr int kUnavailable = 503;
 
-/// Statuses without a body (RFC 9110, section 6.4.1).
-bool hasBody(int status) { return status != 204 && status != 205 && status != 304; }
-
 HttpResponse failure(int status) {
   return {.status = status, .body = hasBody(status) ? "injected failure\n" : ""};
 }

@@ -25,4 +25,10 @@ std::string HttpRequest::parameter(const std::string& name) const {
   return found == query.end() ? "" : found->second;
 }
 
+bool hasBody(int status) { return status != 204 && status != 205 && status != 304; }
+
+HttpResponse refusal(int status, const std::string& reason) {
+  return {.status = status, .body = reason + "\n"};
+}
+
 }  // namespace corvo::tool

@@ -20,13 +20,13 @@ struct FieldOrder {
 };
 
 struct HttpRequest {
-  std::string method;
-  std::string rawPath;                            ///< As it was sent, without the query.
-  std::string path;                               ///< Decoded.
-  std::multimap<std::string, std::string> query;  ///< Decoded.
-  std::multimap<std::string, std::string, FieldOrder> headers;
-  std::string body;
-  std::string rest;  ///< What "*" in the path of its route stands for, decoded.
+  std::string method = {};
+  std::string rawPath = {};                            ///< As it was sent, without the query.
+  std::string path = {};                               ///< Decoded.
+  std::multimap<std::string, std::string> query = {};  ///< Decoded.
+  std::multimap<std::string, std::string, FieldOrder> headers = {};
+  std::string body = {};
+  std::string rest = {};  ///< What "*" in the path of its route stands for, decoded.
 
   /// The first header of that name, or the first query parameter; empty if there is none.
   [[nodiscard]] std::string_view header(std::string_view name) const;
@@ -62,6 +62,12 @@ struct HttpResponse {
   std::function<void(HttpStream)> stream = {};
   std::string_view route = "other";  ///< The path of its route, for statistics. Static storage.
 };
+
+/// Whether a response with this status has a body (RFC 9110, section 6.4.1).
+[[nodiscard]] bool hasBody(int status);
+
+/// An answer of one line, which says why there is no other.
+[[nodiscard]] HttpResponse refusal(int status, const std::string& reason);
 
 /// Answers a request. Called by several threads at once.
 using HttpRoute = std::function<HttpResponse(const HttpRequest&)>;

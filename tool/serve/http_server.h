@@ -1,34 +1,54 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <functional>
+#include <chrono>
+#include <cstddef>
 #include <memory>
 #include <string>
-#include <string_view>
 
 #include "tool/serve/http_message.h"
 
 namespace corvo::tool {
 
-/// A server for one address. Only this class knows the HTTP library.
+/// What a client may demand of a server.
+struct HttpLimits {
+  std::size_t connections = 4'000;            ///< More are answered with 429 and closed.
+  std::size_t bodyBytes = 65'536;             ///< Of a request. A larger one is answered with 413.
+  std::size_t headerBytes = 65'536;           ///< Of a request. Larger ones are answered with 431.
+  std::chrono::milliseconds request{10'000};  ///< For a whole request, from its first byte.
+  std::chrono::milliseconds idle{60'000};     ///< Without a request.
+  std::chrono::milliseconds answer{10'000};   ///< To read an answer, and more for a long one:
+  std::size_t leastBytesPerSecond = 1'024;    ///< At which a client reads, after that time.
+  std::size_t unsentBytes = std::size_t{1} << 18;  ///< In a stream, before it is closed.
+  std::chrono::milliseconds ending{10'000};        ///< For answers under way, when the server ends.
+};
+
+/// An HTTP/1.1 server. Only its own files know the HTTP library.
+///
+/// Requests that break the protocol, are too large or too slow get a 4xx or 5xx status, and their
+/// connection is closed; the handler never sees them. If the handler throws, the status is 500, and
+/// nobody reads why. Ranges are ignored, and nothing is compressed.
 class HttpServer {
  public:
-  HttpServer();
-  ~HttpServer();
+  explicit HttpServer(HttpRoute handler, HttpLimits limits = {});
+  ~HttpServer();  ///< No thread may use a stream of this server from now on.
 
-  /// Answers GET and HEAD requests for exactly this path, which has only letters, digits, "/" and
-  /// "-". All other paths get a 404.
-  void get(const std::string& path, HttpRoute route);
-
-  /// Called for every request immediately before the answer is sent, by several threads at once.
-  using Observer = std::function<void(std::string_view method, std::string_view path, int status)>;
-  void observe(Observer observer);
-
-  /// Starts to listen, and returns the port; 0 picks a free one. Throws `std::runtime_error`.
+  /// Starts to listen, and returns the port; 0 picks a free one. The host is an IPv4 or IPv6
+  /// address or "localhost", which is 127.0.0.1. Throws `std::runtime_error`. Call it once.
   int listen(const std::string& host, int port);
 
-  /// Answers requests until the process ends. A request that takes long delays no other.
-  void run();
+  /// Answers requests on so many threads, this one included, but at least on two: a handler that
+  /// takes long occupies one. An idle connection or stream costs no thread, and neither does an
+  /// answer that is slow on purpose.
+  ///
+  /// When SIGINT or SIGTERM arrives, it accepts no more, closes streams and idle connections,
+  /// answers all requests of which a byte has arrived, and returns; slow answers are sent at full
+  /// speed then. A second signal ends the process at once.
+  void run(std::size_t threads);
+
+  /// How many connections are open, and how many were refused because too many were.
+  [[nodiscard]] std::size_t connections() const noexcept;
+  [[nodiscard]] std::size_t refused() const noexcept;
 
  private:
   struct State;

@@ -16,8 +16,9 @@ namespace corvo::tool {
 /// A project that may answer questions. Immutable.
 struct Edition {
   Project project;
-  PropertyMap location = {};      ///< Of users without one of their own.
-  std::string version = {};       ///< Of project and location; differs if one of them does.
+  PropertyMap location = {};  ///< Of users without one of their own.
+  /// Of project and location; differs if one of them does. Letters, digits, "-" and "_".
+  std::string version = {};
   std::int64_t lastModified = 0;  ///< When it was first published, in seconds since 1970.
 };
 

@@ -9,17 +9,20 @@
 
 namespace corvo::tool {
 
-std::optional<std::string> ServedFile::read() {
+std::optional<std::string> ServedFile::peek() const {
   if (path_.empty()) return "{}";
-  const std::lock_guard lock(mutex_);
-  std::string content;
   try {
-    content = readInput(path_);
+    return readInput(path_);
   } catch (const Failure&) {
     return std::nullopt;
   }
-  if (checked_ != content) {
-    if (const auto fault = faultOf({kind_, path_, content})) std::cerr << *fault + "\n";
+}
+
+std::optional<std::string> ServedFile::read() {
+  const std::lock_guard lock(mutex_);
+  std::optional<std::string> content = peek();
+  if (!path_.empty() && content && checked_ != content) {
+    if (const auto fault = faultOf({kind_, path_, *content})) std::cerr << *fault + "\n";
     checked_ = content;
   }
   return content;

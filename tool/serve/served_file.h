@@ -20,6 +20,9 @@ class ServedFile {
   /// prints "file:line:column: reason" on standard error, once per change of the content.
   [[nodiscard]] std::optional<std::string> read();
 
+  /// The same, but prints nothing.
+  [[nodiscard]] std::optional<std::string> peek() const;
+
   [[nodiscard]] const std::string& path() const { return path_; }
 
  private:

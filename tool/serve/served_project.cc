@@ -2,51 +2,63 @@
 
 #include "tool/serve/served_project.h"
 
-#include <functional>
 #include <utility>
 
+#include "base/md5.h"
 #include "tool/failure.h"
 #include "tool/source.h"
 
 namespace corvo::tool {
+
+namespace base = corvo_internal::base;
+
 namespace {
 
-std::string versionOf(const std::optional<std::string>& text) {
-  return text ? std::to_string(text->size()) + "-" + std::to_string(std::hash<std::string>()(*text))
-              : "none";
+std::string digestOf(const std::optional<std::string>& text) {
+  return text ? std::string(base::view(base::md5Hex(*text))) : "none";
 }
 
-Document documentOf(Document::Kind kind, const ServedFile& file,
-                    const std::optional<std::string>& text) {
-  if (!text) throw Failure("cannot-read", "cannot read " + file.path());
-  return {kind, file.path(), *text};
+Document documentOf(Document::Kind kind, const NamedText& from) {
+  if (!from.text) throw Failure("cannot-read", "cannot read " + from.name);
+  return {kind, from.name, *from.text};
 }
 
 }  // namespace
 
-std::shared_ptr<const Snapshot> ServedProject::now() {
-  const std::lock_guard lock(mutex_);
-  std::optional<std::string> configuration = configuration_.read();
-  std::optional<std::string> location = location_.read();
-  if (last_ && last_->configuration == configuration && last_->location == location) return last_;
+std::shared_ptr<const Snapshot> snapshotOf(NamedText configuration, NamedText location) {
   const auto next = std::make_shared<Snapshot>();
-  next->version = versionOf(configuration) + "-" + versionOf(location);
-  if (configuration) {
-    next->findings = lint(*configuration);
-    auto decoded = Project::decode(*configuration, Project::Filter::client);
+  next->version = digestOf(digestOf(configuration.text) + "-" + digestOf(location.text));
+  if (configuration.text) {
+    next->findings = lint(*configuration.text);
+    auto decoded = Project::decode(*configuration.text, Project::Filter::client);
     if (decoded) next->project = std::move(decoded).value();
   }
   try {
-    const Document checked = documentOf(Document::Kind::location, location_, location);
+    const Document checked = documentOf(Document::Kind::location, location);
     next->place =
-        sourceOf(documentOf(Document::Kind::configuration, configuration_, configuration), checked)
-            .location;
+        sourceOf(documentOf(Document::Kind::configuration, configuration), checked).location;
   } catch (const Failure& failure) {
     next->refusal = failure.what();
   }
-  next->configuration = std::move(configuration);
-  next->location = std::move(location);
-  return last_ = next;
+  next->configuration = std::move(configuration.text);
+  next->location = std::move(location.text);
+  return next;
+}
+
+std::shared_ptr<const Snapshot> ServedProject::now() {
+  return decoded(configuration_.read(), location_.read());
+}
+
+std::shared_ptr<const Snapshot> ServedProject::peek() {
+  return decoded(configuration_.peek(), location_.peek());
+}
+
+std::shared_ptr<const Snapshot> ServedProject::decoded(std::optional<std::string> configuration,
+                                                       std::optional<std::string> location) {
+  const std::lock_guard lock(mutex_);
+  if (last_ && last_->configuration == configuration && last_->location == location) return last_;
+  return last_ = snapshotOf({configuration_.path(), std::move(configuration)},
+                            {location_.path(), std::move(location)});
 }
 
 }  // namespace corvo::tool

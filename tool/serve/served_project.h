@@ -15,16 +15,26 @@
 
 namespace corvo::tool {
 
-/// What the two files of a backend say at one moment.
+/// What the two documents of a project say at one moment.
 struct Snapshot {
   std::optional<std::string> configuration;  ///< Absent if the file cannot be read.
   std::optional<std::string> location;       ///< The same.
-  std::string version;                       ///< Differs if one of the texts differs.
+  std::string version;                       ///< Of both texts; the same in every process.
   std::vector<Finding> findings;             ///< In the configuration.
   std::optional<Project> project;            ///< As a client sees it, if it can decode it.
   PropertyMap place;                         ///< The decoded location.
   std::string refusal;  ///< Why nothing may be evaluated, in lines; empty if there is no reason.
 };
+
+/// A document by the name of its source, for messages.
+struct NamedText {
+  std::string name;
+  std::optional<std::string> text;  ///< Absent if it cannot be read.
+};
+
+/// Decodes and checks the two documents of a project.
+[[nodiscard]] std::shared_ptr<const Snapshot> snapshotOf(NamedText configuration,
+                                                         NamedText location);
 
 /// The project of two files, decoded and checked once per edit. Thread-safe.
 class ServedProject {
@@ -33,12 +43,19 @@ class ServedProject {
   ServedProject(ServedFile& configuration, ServedFile& location)
       : configuration_(configuration), location_(location) {}
 
+  /// What the files say now. Reports faults of new contents, as `ServedFile::read` does.
   [[nodiscard]] std::shared_ptr<const Snapshot> now();
+  /// The same, but reports nothing.
+  [[nodiscard]] std::shared_ptr<const Snapshot> peek();
 
-  /// The name of the configuration's file.
+  /// The names of the files.
   [[nodiscard]] const std::string& name() const { return configuration_.path(); }
+  [[nodiscard]] const std::string& locationName() const { return location_.path(); }
 
  private:
+  [[nodiscard]] std::shared_ptr<const Snapshot> decoded(std::optional<std::string> configuration,
+                                                        std::optional<std::string> location);
+
   ServedFile& configuration_;
   ServedFile& location_;
   std::mutex mutex_;

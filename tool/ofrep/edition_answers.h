@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool/ofrep/flag_answers.h"
+#include "tool/ofrep/ofrep_context.h"
+#include "tool/serve/publication.h"
+#include "tool/surroundings.h"
+
+namespace corvo::tool {
+
+/// An edition with what all its answers have in common. Immutable.
+struct PreparedEdition {
+  explicit PreparedEdition(std::shared_ptr<const Edition> of);
+
+  std::shared_ptr<const Edition> edition;
+  ContextKeys keys;
+  FlagCatalogue catalogue;
+  /// Why no question may be asked: a layer bound that would end the process. Otherwise empty.
+  std::string refusal;
+};
+
+/// Answers questions with one edition, which it keeps alive. It reuses its memory, so keep it for
+/// the next request. Not thread-safe.
+class EditionAnswers {
+ public:
+  EditionAnswers(std::shared_ptr<const PreparedEdition> edition, const Surroundings& surroundings);
+
+  [[nodiscard]] const std::shared_ptr<const PreparedEdition>& edition() const noexcept {
+    return edition_;
+  }
+
+  /// Reads the user in question from the body of a request, which must stay in memory until
+  /// `forgetUser`.
+  [[nodiscard]] std::optional<OfrepFailure> read(std::string_view body);
+  void forgetUser() { context_.forget(); }
+
+  /// The answer for one flag; absent if there is no such flag for the user.
+  [[nodiscard]] std::optional<std::string> one(std::string_view flag);
+
+  /// The answer for all flags, and its strong entity tag.
+  struct All {
+    std::string json;
+    std::string tag;
+  };
+  [[nodiscard]] All all(std::string_view streamPath);
+
+ private:
+  [[nodiscard]] std::string ignoredMember() const;
+
+  std::shared_ptr<const PreparedEdition> edition_;
+  OfrepContext context_;
+  Evaluation about_;
+  FlagAnswers answers_;
+  std::string digests_;
+};
+
+}  // namespace corvo::tool

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool/serve/http_message.h"
+
+namespace corvo::tool {
+
+/// The path that needs no key: load balancers and orchestrators cannot send one.
+inline constexpr std::string_view kHealthPath = "/healthz";
+
+/// The keys of which a request needs one, if there are any.
+class ApiKeys {
+ public:
+  /// Throws `std::invalid_argument` if a key is empty or has characters other than visible ASCII.
+  explicit ApiKeys(std::vector<std::string> keys);
+
+  /// Whether a request has a key: in `X-API-Key`, in `Authorization: Bearer`, or in `token`, the
+  /// header of this library's clients. The time that this takes depends on the request and the
+  /// lengths of the keys only.
+  [[nodiscard]] bool admit(const HttpRequest& request) const;
+
+  /// The address of the event stream for those who have a key. A browser cannot send a header with
+  /// a request for events, and a key must not be in an address, which ends in logs. So the address
+  /// has a ticket, which follows from the first key, opens the event stream only, and is the same
+  /// for all servers with the same first key. Without keys, it is the path.
+  [[nodiscard]] std::string addressOfEvents() const;
+
+  /// The route for requests that have a key, for the health route, and for the event stream with
+  /// the ticket of any key. Others get 401. Without keys, it is the route itself.
+  [[nodiscard]] HttpRoute around(HttpRoute route) const;
+
+ private:
+  std::vector<std::string> keys_;
+  std::vector<std::string> tickets_;
+};
+
+/// The route for requests whose Host is this machine's. Otherwise a page of another site, whose
+/// name suddenly means this machine, could read the project. Others get 403.
+[[nodiscard]] HttpRoute onlyForLocalNames(HttpRoute route);
+
+}  // namespace corvo::tool

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tool/serve/event_stream.h"
+#include "tool/serve/http_server.h"
+#include "tool/serve/metrics.h"
+#include "tool/serve/publication.h"
+
+namespace corvo::tool {
+
+/// Whether questions can be answered: 200, or 503 with the reason.
+[[nodiscard]] HttpResponse healthOf(const Publication& publication);
+
+/// What the server has counted, for Prometheus.
+[[nodiscard]] HttpResponse metricsOf(const Metrics& metrics, const HttpServer& server,
+                                     const EventStream& events, const Publication& publication);
+
+}  // namespace corvo::tool
