@@ -172,7 +172,12 @@ TEST(EventStream, LosesAndDoublesNoEventWhileListenersJoin) {
   });
   while (published < kVersions) {
     const int since = published;
-    if (since > 0) all.emplace_back(since, listen(events, "", std::to_string(since)));
+    if (since == 0 ||
+        all.size() >= 3 * static_cast<std::size_t>(since)) {  // do not overtake the publisher
+      std::this_thread::yield();
+    } else {
+      all.emplace_back(since, listen(events, "", std::to_string(since)));
+    }
   }
   publisher.join();
   for (const auto& [since, listener] : all) {

@@ -113,6 +113,7 @@ TEST_F(Watch, WithdrawsWhatMayNotBeEvaluatedWithTheReason) {
       {kInvertedBounds, "inverted-bounds"},
   };
   Time now = Publication::Clock::now();
+  testing::internal::CaptureStderr();
   for (const auto& [broken, reason] : cases) {
     edit(withFlag("a"));
     lookAt(now += 100ms);
@@ -125,6 +126,8 @@ TEST_F(Watch, WithdrawsWhatMayNotBeEvaluatedWithTheReason) {
   for (int i = 0; i < 2; ++i) lookAt(now += 100ms);
   EXPECT_THAT(answering(publication_), HasSubstr("cannot read "));
   EXPECT_EQ(events_.count, 1) << "the same project again is no change";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            folder_ + "config.json:1:1: expected object, found array\n");
 }
 
 TEST(Version, IsThatOfBothTextsInEveryProcess) {

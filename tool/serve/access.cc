@@ -72,7 +72,7 @@ std::string_view bearerIn(std::string_view authorization) {
 bool isLocal(std::string_view host) {
   const std::string_view name =
       host.substr(0, host.starts_with('[') ? host.find(']') + 1 : host.find(':'));
-  return name.empty() || name == "127.0.0.1" || name == "localhost" || name == "[::1]";
+  return host.empty() || name == "127.0.0.1" || name == "localhost" || name == "[::1]";
 }
 
 }  // namespace
