@@ -59,9 +59,12 @@ class Server:
         text = Path(f"/proc/{self.process.pid}/status").read_text()
         return int(re.search(rf"^{name}:\s+(\d+)", text, re.MULTILINE).group(1))
 
-    def end(self):
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
         self.process.send_signal(signal.SIGTERM)
-        assert self.process.wait() == 0
+        self.process.wait()
 
 
 def load(server, path, seconds, connections, pause=0):
@@ -82,7 +85,7 @@ def load(server, path, seconds, connections, pause=0):
 def open_streams(server):
     """Opens idle event streams, and returns them after the head of each answer."""
     body = json.dumps({"context": {"targetingKey": "ann"}}).encode()
-    question = f"POST /ofrep/v1/evaluate/flags HTTP/1.1\r\nHost: x\r\nConnection: close\r\nContent-Length: {len(body)}\r\n\r\n"
+    question = f"POST /ofrep/v1/evaluate/flags HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\nContent-Length: {len(body)}\r\n\r\n"
     with socket.create_connection(("127.0.0.1", server.port)) as connection:
         connection.sendall(question.encode() + body)
         answer = b"".join(iter(lambda: connection.recv(65536), b""))
@@ -90,7 +93,7 @@ def open_streams(server):
     streams = []
     for _ in range(STREAMS):
         stream = socket.create_connection(("127.0.0.1", server.port))
-        stream.sendall(b"GET " + path + b" HTTP/1.1\r\nHost: x\r\nAccept: text/event-stream\r\n\r\n")
+        stream.sendall(b"GET " + path + b" HTTP/1.1\r\nHost: localhost\r\nAccept: text/event-stream\r\n\r\n")
         streams.append(stream)
     for stream in streams:
         assert stream.recv(4096).startswith(b"HTTP/1.1 200")
@@ -101,8 +104,7 @@ def row(what, value):
     print(f"| {what} | {value} |", flush=True)
 
 
-def measure(corvo, config, seconds):
-    server = Server(corvo, config)
+def measure(server, seconds):
     one, every = "/ofrep/v1/evaluate/flags/flag-501", "/ofrep/v1/evaluate/flags"
     load(server, one, 1, 32)
     row("what", "measured")
@@ -132,7 +134,6 @@ def measure(corvo, config, seconds):
     row("single questions a second beside them", f"{rate:,.0f}")
     for stream in streams:
         stream.close()
-    server.end()
 
 
 def measure_engine(corvo, config, folder):
@@ -146,8 +147,9 @@ def measure_engine(corvo, config, folder):
             out.write(json.dumps({"properties": properties}) + "\n")
     for what, options in (("one flag", ["--flag", "flag-501"]), ("1,000 flags", [])):
         before = os.times()
-        subprocess.run(["taskset", "-c", str(SERVER_CORE), corvo, "assign", "--jobs", "1", "--config", config, *options,
-                        str(users)], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
+        command = ["taskset", "-c", str(SERVER_CORE), corvo, "assign", "--jobs", "1", "--config", config, *options]
+        with users.open() as lines:
+            subprocess.run(command, stdin=lines, stdout=subprocess.DEVNULL, check=True)
         after = os.times()
         used = after.children_user + after.children_system - before.children_user - before.children_system
         row(f"`corvo assign`, processor time per user, {what}", f"{used / count * 1e6:.1f} us")
@@ -159,7 +161,8 @@ def main():
         folder = Path(name)
         config = folder / "config.json"
         config.write_text(json.dumps(make_project()))
-        measure(corvo, str(config), seconds)
+        with Server(corvo, str(config)) as server:
+            measure(server, seconds)
         measure_engine(corvo, str(config), folder)
 
 
