@@ -29,9 +29,8 @@ namespace {
 
 void addServe(CLI::App& app) {
   auto options = std::make_shared<ServeOptions>();
-  CLI::App& command = *app.add_subcommand(
-      "serve",
-      "Serve a project to clients and to OpenFeature; prints its address and runs until stopped");
+  CLI::App& command =
+      *app.add_subcommand("serve", "Serve a project; prints its address and runs until stopped");
   addServeOptions(command, *options);
   command.callback([options, &command] {
     settleServe(command, *options);

@@ -46,7 +46,8 @@ std::shared_ptr<const Snapshot> snapshotOf(NamedText configuration, NamedText lo
 }
 
 std::shared_ptr<const Snapshot> ServedProject::now() {
-  return decoded(configuration_.read(), location_.read());
+  auto configuration = configuration_.read();  // its faults are reported first
+  return decoded(std::move(configuration), location_.read());
 }
 
 std::shared_ptr<const Snapshot> ServedProject::peek() {
