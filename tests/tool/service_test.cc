@@ -279,9 +279,9 @@ TEST_F(Service, KeepsOtherSitesOutUnlessItIsInsecure) {
     const char* options;
     std::vector<std::pair<const char*, int>> statuses;
   } cases[] = {
-      {"", {{"/", 403}, {"/config.json", 403}, {"/metrics", 403}, {"/healthz", 403}}},
+      {"", {{"/", 403}, {"/config.json", 403}, {"/geo", 403}, {"/healthz", 200}}},
       {" --insecure --listen 0.0.0.0:0",
-       {{"/", 404}, {"/config.json", 200}, {"/metrics", 200}, {"/healthz", 200}}},
+       {{"/", 404}, {"/config.json", 200}, {"/geo", 200}, {"/healthz", 200}}},
   };
   for (const auto& [options, statuses] : cases) {
     Backend backend(arguments() + options);

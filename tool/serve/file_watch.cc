@@ -15,16 +15,21 @@ namespace {
 /// no mark.
 constexpr std::chrono::seconds kTick{2};
 
+/// For whoever writes a file, before it is taken at its word that nothing may be evaluated.
+constexpr std::chrono::seconds kPatience{1};
+
 }  // namespace
 
 void FileWatch::look(Clock::time_point now) {
-  const bool isSettled = !mayHaveChanged(now) && !isSuspicious_;
+  const bool isSettled = !mayHaveChanged(now) && !refusedSince_;
   if (offered_ && isSettled) return publisher_.offer(*offered_, now);
   const auto snapshot = project_.peek();
   const bool isEdit = snapshot != offered_;
-  const bool isRefused = !snapshot->refusal.empty();
-  if (offered_ && isEdit && isRefused && !std::exchange(isSuspicious_, true)) return;
-  isSuspicious_ = false;
+  if (offered_ && isEdit && offered_->refusal.empty() && !snapshot->refusal.empty()) {
+    if (!refusedSince_) refusedSince_ = now;
+    if (now < *refusedSince_ + kPatience) return;
+  }
+  refusedSince_.reset();
   if (isEdit) static_cast<void>(project_.now());  // reports faults
   offered_ = snapshot;
   publisher_.offer(*offered_, now);

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "tool/serve/publisher.h"
@@ -24,7 +25,7 @@ class FileWatch {
       : project_(project), publisher_(publisher) {}
 
   /// Looks at the files, and publishes an edit. A project that may not be evaluated replaces one
-  /// that may only if the next look finds one as well: a file may be half written.
+  /// that may only if every look within a second finds one: a file may be half written.
   void look(Clock::time_point now);
 
  private:
@@ -45,7 +46,7 @@ class FileWatch {
   std::array<Mark, 2> marks_;
   Clock::time_point marked_ = Clock::time_point::min();  // when they last changed
   std::shared_ptr<const Snapshot> offered_;
-  bool isSuspicious_ = false;  // the last look found a project that may not be evaluated
+  std::optional<Clock::time_point> refusedSince_;  // since when no look found a usable project
 };
 
 }  // namespace corvo::tool
