@@ -57,8 +57,10 @@ Backend::~Backend() {
 
 std::string Backend::nextLine() { return readLine(output_); }
 
+void Backend::signal(int signal) const { kill(process_, signal); }
+
 int Backend::stop(int signal) {
-  kill(process_, signal);
+  this->signal(signal);
   const int status = pclose(output_);
   output_ = nullptr;
   return exitStatus(status);

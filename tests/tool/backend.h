@@ -34,7 +34,8 @@ class Backend {
   /// The next line that it prints, after the one with its address.
   std::string nextLine();
 
-  /// Ends it with the signal and returns its exit status.
+  void signal(int signal) const;
+  /// Ends it with the signal, or waits for its end if that is 0, and returns its exit status.
   int stop(int signal);
 
  private:

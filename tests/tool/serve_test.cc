@@ -16,6 +16,7 @@
 #include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
 #include "tests/tool/served_folder.h"
+#include "tests/tool/wire.h"
 
 namespace corvo::tool {
 namespace {
@@ -198,6 +199,25 @@ TEST_F(Serve, EscapesControlCharactersInItsLog) {
 
 TEST_F(Serve, ExitsWithoutErrorOnASignal) {
   for (const int signal : {SIGINT, SIGTERM}) EXPECT_EQ(Backend(arguments()).stop(signal), 0);
+}
+
+TEST_F(Serve, AnswersWhatHasBegunUnlessASecondSignalComes) {
+  for (const int second : {0, SIGTERM, SIGINT}) {
+    Backend backend(arguments());
+    const int port = std::stoi(backend.url().substr(backend.url().rfind(':') + 1));
+    Wire begun(port);
+    begun.send("GET /config.json HTTP/1.1\r\n");
+    Wire other(port);  // once it is answered, the server has the first one's bytes, too
+    other.send("GET /elsewhere HTTP/1.1\r\nHost: a\r\n\r\n");
+    other.receive("\r\n\r\n");
+    backend.signal(SIGTERM);
+    other.receive();  // until the server closes what is idle
+    if (second == 0) {
+      begun.send("Host: a\r\ntoken: t\r\nuser-id: u\r\n\r\n");
+      EXPECT_THAT(begun.receive("{}"), HasSubstr("Connection: close"));
+    }
+    EXPECT_EQ(backend.stop(second), second == 0 ? 0 : 128 + second);
+  }
 }
 
 TEST_F(Serve, RefusesATakenPort) {

@@ -18,16 +18,21 @@ constexpr std::chrono::seconds kTick{2};
 }  // namespace
 
 void FileWatch::look(Clock::time_point now) {
-  const bool isSettled = !mayHaveChanged(now) && !isSuspicious_;
+  const bool isSettled = !mayHaveChanged(now) && !suspect_;
   if (offered_ && isSettled) return publisher_.offer(*offered_, now);
   const auto snapshot = project_.peek();
-  const bool isEdit = snapshot != offered_;
-  const bool isRefused = !snapshot->refusal.empty();
-  if (offered_ && isEdit && isRefused && !std::exchange(isSuspicious_, true)) return;
-  isSuspicious_ = false;
-  if (isEdit) static_cast<void>(project_.now());  // reports faults
+  if (offered_ && mayBeHalfWritten(snapshot, now)) return;
+  suspect_ = nullptr;
+  if (snapshot != offered_) static_cast<void>(project_.now());  // reports faults
   offered_ = snapshot;
   publisher_.offer(*offered_, now);
+}
+
+bool FileWatch::mayBeHalfWritten(const std::shared_ptr<const Snapshot>& snapshot,
+                                 Clock::time_point now) {
+  if (snapshot == offered_ || snapshot->refusal.empty()) return false;
+  if (std::exchange(suspect_, snapshot) != snapshot) suspected_ = now;
+  return now < suspected_ + kPatience;
 }
 
 FileWatch::Mark FileWatch::markOf(const std::string& path) {

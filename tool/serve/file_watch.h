@@ -20,11 +20,14 @@ class FileWatch {
   /// Between two looks.
   static constexpr std::chrono::milliseconds kInterval{100};
 
+  /// After so long, a project that may not be evaluated replaces one that may: a file may be half
+  /// written.
+  static constexpr std::chrono::milliseconds kPatience{500};
+
   FileWatch(ServedProject& project, Publisher& publisher)
       : project_(project), publisher_(publisher) {}
 
-  /// Looks at the files, and publishes an edit. A project that may not be evaluated replaces one
-  /// that may only if the next look finds one as well: a file may be half written.
+  /// Looks at the files, and publishes an edit.
   void look(Clock::time_point now);
 
  private:
@@ -39,13 +42,16 @@ class FileWatch {
   };
   static Mark markOf(const std::string& path);
   [[nodiscard]] bool mayHaveChanged(Clock::time_point now);
+  [[nodiscard]] bool mayBeHalfWritten(const std::shared_ptr<const Snapshot>& snapshot,
+                                      Clock::time_point now);
 
   ServedProject& project_;
   Publisher& publisher_;
   std::array<Mark, 2> marks_;
   Clock::time_point marked_ = Clock::time_point::min();  // when they last changed
   std::shared_ptr<const Snapshot> offered_;
-  bool isSuspicious_ = false;  // the last look found a project that may not be evaluated
+  std::shared_ptr<const Snapshot> suspect_;  // may not be evaluated, and may be half written
+  Clock::time_point suspected_;              // since when
 };
 
 }  // namespace corvo::tool

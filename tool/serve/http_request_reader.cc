@@ -3,6 +3,7 @@
 #include "tool/serve/http_request_reader.h"
 
 #include <boost/beast/http/error.hpp>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -47,6 +48,7 @@ HttpRequestReader::HttpRequestReader(const HttpLimits& limits) : limits_(limits)
 
 HttpRequestReader::State HttpRequestReader::read() {
   if (!parser_) begin();
+  skipEmptyLines();
   while (hasBytes() && !parser_->is_done()) {
     const bool wasInHead = !parser_->is_header_done();
     beast::error_code error;
@@ -77,6 +79,14 @@ void HttpRequestReader::begin() {
   parser_->eager(false);  // stops after the head, before trailers add to it
   parser_->header_limit(static_cast<std::uint32_t>(limits_.headerBytes));
   parser_->body_limit(limits_.bodyBytes);
+}
+
+/// Some clients end a body with a line break that is not a part of it.
+void HttpRequestReader::skipEmptyLines() {
+  while (!parser_->got_some() && buffer_.size() >= 2 &&
+         std::memcmp(buffer_.data().data(), "\r\n", 2) == 0) {
+    buffer_.consume(2);
+  }
 }
 
 HttpRequestReader::State HttpRequestReader::readHead() {

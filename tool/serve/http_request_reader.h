@@ -52,7 +52,7 @@ class HttpRequestReader {
   static constexpr std::size_t kSpace = 4'096;
 
   void begin();
-  State parse();
+  void skipEmptyLines();
   State readHead();
   State refuse(int status);
 

@@ -54,8 +54,9 @@ void HttpSession::end() {
   asio::post(strand_, [self = shared_from_this()] {
     self->isEnding_ = true;
     if (self->isStream_) return self->endStream();
-    if (self->isIdle_ && !self->hasArrived()) return self->close();
     self->pause_.cancel();
+    Error ignored;
+    if (self->isIdle_) self->socket_.cancel(ignored);
   });
 }
 
@@ -76,7 +77,9 @@ void HttpSession::receive() {
 
 void HttpSession::received(const Error& error, std::size_t size) {
   if (isLate_ && !isIdle_) return refuse(refusal(408, "the request takes too long"));
-  if (isLate_ || error) return close();
+  // The end stops waiting, but a request may have arrived at the same time.
+  if (error == asio::error::operation_aborted && isEnding_ && hasArrived()) return receive();
+  if (error) return close();
   isIdle_ = false;
   reader_.received(size);
   readOn();
@@ -104,6 +107,7 @@ void HttpSession::readOn() {
 void HttpSession::refuse(HttpResponse response) {
   response_ = std::move(response);
   keepsAlive_ = false;
+  isHead_ = false;
   send();
 }
 
