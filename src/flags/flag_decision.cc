@@ -12,27 +12,24 @@
 #include "model/fields.h"
 
 namespace corvo {
-namespace {
-
-struct ReasonWord {
-  FlagReason reason;
-  std::string_view word;
-};
-using Of = FlagReason;
-constexpr std::array<ReasonWord, 5> kReasons{{
-    {Of::rule, "rule"},
-    {Of::featureFlagNotFound, "featureFlagNotFound"},
-    {Of::featureFlagNoRules, "featureFlagNoRules"},
-    {Of::featureFlagRulesNotSatisfied, "featureFlagRulesNotSatisfied"},
-    {Of::experimentGroupNotMatchingFeatureFlagGroup, "experimentGroupNotMatchingFeatureFlagGroup"},
-}};
-static_assert(corvo_internal::model::isByEnumerator(kReasons,
-                                                    [](const auto& row) { return row.reason; }));
-
-}  // namespace
 
 std::string_view textOf(FlagReason reason) noexcept {
-  return kReasons[static_cast<std::size_t>(reason)].word;
+  using Why = FlagReason;
+  struct Row {
+    FlagReason reason;
+    std::string_view word;
+  };
+  static constexpr std::array<Row, 5> kWords{{
+      {Why::rule, "rule"},
+      {Why::featureFlagNotFound, "featureFlagNotFound"},
+      {Why::featureFlagNoRules, "featureFlagNoRules"},
+      {Why::featureFlagRulesNotSatisfied, "featureFlagRulesNotSatisfied"},
+      {Why::experimentGroupNotMatchingFeatureFlagGroup,
+       "experimentGroupNotMatchingFeatureFlagGroup"},
+  }};
+  static_assert(
+      corvo_internal::model::isByEnumerator(kWords, [](const Row& row) { return row.reason; }));
+  return kWords[static_cast<std::size_t>(reason)].word;
 }
 
 }  // namespace corvo

@@ -16,7 +16,7 @@ namespace base = corvo_internal::base;
 
 namespace {
 
-std::string refusalOf(const Project& project) {
+std::string refusalBecauseOfStops(const Project& project) {
   const std::vector<Project::Stop> stops = project.stops();
   if (stops.empty()) return "";
   return "no question can be asked because of experiment " +
@@ -29,7 +29,7 @@ PreparedEdition::PreparedEdition(std::shared_ptr<const Edition> of)
     : edition(std::move(of)),
       keys(edition->project),
       catalogue(edition->project),
-      refusal(refusalOf(edition->project)) {}
+      refusal(refusalBecauseOfStops(edition->project)) {}
 
 EditionAnswers::EditionAnswers(std::shared_ptr<const PreparedEdition> edition,
                                const Surroundings& surroundings)
@@ -52,8 +52,8 @@ std::optional<std::string> EditionAnswers::one(std::string_view flag) {
   return context_.ignored().empty() ? answer.json : withMetadata(answer.json, ignoredMember());
 }
 
-// The tag is the digest of the parts' digests, each of which is computed once: hashing a thousand
-// answers takes as long as deciding them. Equal texts have equal parts.
+// The tag is the digest of the parts' digests, each of which is computed once. Digesting the whole
+// text would double the time. Equal texts have equal parts.
 EditionAnswers::All EditionAnswers::all(std::string_view streamPath) {
   std::string json = "{\"flags\":[";
   digests_.clear();

@@ -8,7 +8,7 @@ namespace corvo::tool {
 namespace {
 
 // A quoted tag may contain commas, but no quotes.
-bool names(std::string_view list, std::string_view tag) {
+bool hasTag(std::string_view list, std::string_view tag) {
   constexpr std::string_view kBetween = " \t,";
   if (list == "*") return true;
   for (;;) {
@@ -26,7 +26,7 @@ bool names(std::string_view list, std::string_view tag) {
 
 bool isKnownTag(const HttpRequest& request, std::string_view tag) {
   const auto [first, last] = request.headers.equal_range(std::string_view("If-None-Match"));
-  return std::any_of(first, last, [&](const auto& field) { return names(field.second, tag); });
+  return std::any_of(first, last, [&](const auto& field) { return hasTag(field.second, tag); });
 }
 
 }  // namespace corvo::tool

@@ -18,7 +18,7 @@ namespace base = corvo_internal::base;
 
 namespace {
 
-std::string quoted(std::string_view text) { return JsonValue(std::string(text)).toJson(); }
+std::string asJson(std::string_view text) { return JsonValue(std::string(text)).toJson(); }
 
 // 0 stands for no position.
 std::size_t fromOne(std::optional<std::size_t> position) { return position ? *position + 1 : 0; }
@@ -66,7 +66,7 @@ const FlagAnswer& FlagAnswers::answerTo(const Evaluation::FlagDecision& decision
 }
 
 std::string FlagAnswers::success(const Evaluation::FlagDecision& decision) const {
-  std::string json = "{\"key\":" + quoted(catalogue_.name(decision.flag));
+  std::string json = "{\"key\":" + asJson(catalogue_.name(decision.flag));
   if (decision.text) {
     json += ",\"value\":" + corvo_internal::model::jsonOf(typedProperty(*decision.text)).toJson();
   }
@@ -77,20 +77,20 @@ std::string FlagAnswers::success(const Evaluation::FlagDecision& decision) const
     const Project::Experiment& experiment = catalogue_.experiment(*decision.experiment);
     reason = "SPLIT";
     variant = experiment.groups[*decision.group].name;
-    metadata = "\"experiment\":" + quoted(experiment.name) +
+    metadata = "\"experiment\":" + asJson(experiment.name) +
                ",\"index\":" + std::to_string(*decision.group);
   }
-  json += ",\"reason\":" + quoted(decision.text ? reason : "DEFAULT");
-  if (decision.text) json += ",\"variant\":" + quoted(variant);
+  json += ",\"reason\":" + asJson(decision.text ? reason : "DEFAULT");
+  if (decision.text) json += ",\"variant\":" + asJson(variant);
   json += ",\"metadata\":{" + metadata + "}}";
   if (decision.text) return json;
-  return withMetadata(json, "\"noValue\":" + quoted(textOf(decision.reason)));
+  return withMetadata(json, "\"noValue\":" + asJson(textOf(decision.reason)));
 }
 
 std::string failureJson(std::optional<std::string_view> key, std::string_view code,
                         std::string_view details) {
-  const std::string ofKey = key ? "\"key\":" + quoted(base::WellFormed(*key)) + "," : "";
-  return "{" + ofKey + "\"errorCode\":" + quoted(code) + ",\"errorDetails\":" + quoted(details) +
+  const std::string ofKey = key ? "\"key\":" + asJson(base::WellFormed(*key)) + "," : "";
+  return "{" + ofKey + "\"errorCode\":" + asJson(code) + ",\"errorDetails\":" + asJson(details) +
          "}";
 }
 
