@@ -15,24 +15,24 @@ namespace {
 /// no mark.
 constexpr std::chrono::seconds kTick{2};
 
-/// For whoever writes a file, before it is taken at its word that nothing may be evaluated.
-constexpr std::chrono::seconds kPatience{1};
-
 }  // namespace
 
 void FileWatch::look(Clock::time_point now) {
-  const bool isSettled = !mayHaveChanged(now) && !refusedSince_;
+  const bool isSettled = !mayHaveChanged(now) && !suspect_;
   if (offered_ && isSettled) return publisher_.offer(*offered_, now);
   const auto snapshot = project_.peek();
-  const bool isEdit = snapshot != offered_;
-  if (offered_ && isEdit && offered_->refusal.empty() && !snapshot->refusal.empty()) {
-    if (!refusedSince_) refusedSince_ = now;
-    if (now < *refusedSince_ + kPatience) return;
-  }
-  refusedSince_.reset();
-  if (isEdit) static_cast<void>(project_.now());  // reports faults
+  if (offered_ && mayBeHalfWritten(snapshot, now)) return;
+  suspect_ = nullptr;
+  if (snapshot != offered_) static_cast<void>(project_.now());  // reports faults
   offered_ = snapshot;
   publisher_.offer(*offered_, now);
+}
+
+bool FileWatch::mayBeHalfWritten(const std::shared_ptr<const Snapshot>& snapshot,
+                                 Clock::time_point now) {
+  if (snapshot == offered_ || snapshot->refusal.empty()) return false;
+  if (std::exchange(suspect_, snapshot) != snapshot) suspected_ = now;
+  return now < suspected_ + kPatience;
 }
 
 FileWatch::Mark FileWatch::markOf(const std::string& path) {

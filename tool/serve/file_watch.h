@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "tool/serve/publisher.h"
@@ -21,11 +20,14 @@ class FileWatch {
   /// Between two looks.
   static constexpr std::chrono::milliseconds kInterval{100};
 
+  /// After so long, a project that may not be evaluated replaces one that may: a file may be half
+  /// written.
+  static constexpr std::chrono::milliseconds kPatience{500};
+
   FileWatch(ServedProject& project, Publisher& publisher)
       : project_(project), publisher_(publisher) {}
 
-  /// Looks at the files, and publishes an edit. A project that may not be evaluated replaces one
-  /// that may only if every look within a second finds one: a file may be half written.
+  /// Looks at the files, and publishes an edit.
   void look(Clock::time_point now);
 
  private:
@@ -40,13 +42,16 @@ class FileWatch {
   };
   static Mark markOf(const std::string& path);
   [[nodiscard]] bool mayHaveChanged(Clock::time_point now);
+  [[nodiscard]] bool mayBeHalfWritten(const std::shared_ptr<const Snapshot>& snapshot,
+                                      Clock::time_point now);
 
   ServedProject& project_;
   Publisher& publisher_;
   std::array<Mark, 2> marks_;
   Clock::time_point marked_ = Clock::time_point::min();  // when they last changed
   std::shared_ptr<const Snapshot> offered_;
-  std::optional<Clock::time_point> refusedSince_;  // since when no look found a usable project
+  std::shared_ptr<const Snapshot> suspect_;  // may not be evaluated, and may be half written
+  Clock::time_point suspected_;              // since when
 };
 
 }  // namespace corvo::tool

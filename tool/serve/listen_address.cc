@@ -30,7 +30,7 @@ int portOf(std::string_view text) {
 std::string hostOf(std::string_view text) {
   if (text == "localhost") return "127.0.0.1";
   const bool isInBrackets = text.starts_with('[') && text.ends_with(']');
-  const std::string host(isInBrackets ? text.substr(1, text.size() - 2) : text);
+  std::string host(isInBrackets ? text.substr(1, text.size() - 2) : text);
   boost::system::error_code error;
   const ip::address address = ip::make_address(host, error);
   if (error || address.is_v6() != isInBrackets) refuse();
