@@ -23,7 +23,7 @@ void FileWatch::look(Clock::time_point now) {
   const auto snapshot = project_.peek();
   if (offered_ && mayBeHalfWritten(snapshot, now)) return;
   suspect_ = nullptr;
-  if (snapshot != offered_) static_cast<void>(project_.now());  // reports faults
+  if (snapshot != offered_) project_.report(*snapshot);
   offered_ = snapshot;
   publisher_.offer(*offered_, now);
 }

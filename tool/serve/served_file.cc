@@ -18,13 +18,16 @@ std::optional<std::string> ServedFile::peek() const {
   }
 }
 
-std::optional<std::string> ServedFile::read() {
+void ServedFile::report(const std::optional<std::string>& content) {
   const std::lock_guard lock(mutex_);
+  if (path_.empty() || !content || checked_ == content) return;
+  if (const auto fault = faultOf({kind_, path_, *content})) std::cerr << *fault + "\n";
+  checked_ = content;
+}
+
+std::optional<std::string> ServedFile::read() {
   std::optional<std::string> content = peek();
-  if (!path_.empty() && content && checked_ != content) {
-    if (const auto fault = faultOf({kind_, path_, *content})) std::cerr << *fault + "\n";
-    checked_ = content;
-  }
+  report(content);
   return content;
 }
 

@@ -16,12 +16,15 @@ class ServedFile {
  public:
   ServedFile(std::string path, Document::Kind kind) : path_(std::move(path)), kind_(kind) {}
 
-  /// The current content of the file; empty if it cannot be read. If a client could not decode it,
-  /// prints "file:line:column: reason" on standard error, once per change of the content.
-  [[nodiscard]] std::optional<std::string> read();
-
-  /// The same, but prints nothing.
+  /// The current content of the file; absent if it cannot be read.
   [[nodiscard]] std::optional<std::string> peek() const;
+
+  /// If a client could not decode this content, prints "file:line:column: reason" on standard
+  /// error, once per change of the content.
+  void report(const std::optional<std::string>& content);
+
+  /// Does both.
+  [[nodiscard]] std::optional<std::string> read();
 
   [[nodiscard]] const std::string& path() const { return path_; }
 

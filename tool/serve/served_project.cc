@@ -45,21 +45,24 @@ std::shared_ptr<const Snapshot> snapshotOf(NamedText configuration, NamedText lo
   return next;
 }
 
-std::shared_ptr<const Snapshot> ServedProject::now() {
-  auto configuration = configuration_.read();  // its faults are reported first
-  return decoded(std::move(configuration), location_.read());
-}
-
 std::shared_ptr<const Snapshot> ServedProject::peek() {
-  return decoded(configuration_.peek(), location_.peek());
-}
-
-std::shared_ptr<const Snapshot> ServedProject::decoded(std::optional<std::string> configuration,
-                                                       std::optional<std::string> location) {
   const std::lock_guard lock(mutex_);
+  std::optional<std::string> configuration = configuration_.peek();
+  std::optional<std::string> location = location_.peek();
   if (last_ && last_->configuration == configuration && last_->location == location) return last_;
   return last_ = snapshotOf({configuration_.path(), std::move(configuration)},
                             {location_.path(), std::move(location)});
+}
+
+std::shared_ptr<const Snapshot> ServedProject::now() {
+  auto snapshot = peek();
+  report(*snapshot);
+  return snapshot;
+}
+
+void ServedProject::report(const Snapshot& snapshot) {
+  configuration_.report(snapshot.configuration);
+  location_.report(snapshot.location);
 }
 
 }  // namespace corvo::tool

@@ -43,19 +43,18 @@ class ServedProject {
   ServedProject(ServedFile& configuration, ServedFile& location)
       : configuration_(configuration), location_(location) {}
 
-  /// What the files say now. Reports faults of new contents, as `ServedFile::read` does.
-  [[nodiscard]] std::shared_ptr<const Snapshot> now();
-  /// The same, but reports nothing.
+  /// What the files say now.
   [[nodiscard]] std::shared_ptr<const Snapshot> peek();
+  /// The same; its faults are reported.
+  [[nodiscard]] std::shared_ptr<const Snapshot> now();
+  /// Reports the faults of both documents, as `ServedFile::report` does.
+  void report(const Snapshot& snapshot);
 
   /// The names of the files.
   [[nodiscard]] const std::string& name() const { return configuration_.path(); }
   [[nodiscard]] const std::string& locationName() const { return location_.path(); }
 
  private:
-  [[nodiscard]] std::shared_ptr<const Snapshot> decoded(std::optional<std::string> configuration,
-                                                        std::optional<std::string> location);
-
   ServedFile& configuration_;
   ServedFile& location_;
   std::mutex mutex_;
