@@ -4,13 +4,11 @@
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { once } from 'node:events';
 import { readFile } from 'node:fs/promises';
 import { test } from 'node:test';
-import { createInterface } from 'node:readline';
 import { fileURLToPath } from 'node:url';
 
-import { Configuration, Served } from './served.mjs';
+import { Configuration, firstLine, Served } from './served.mjs';
 
 const [corvo] = process.argv.slice(2);
 const root = new URL('../../', import.meta.url);
@@ -45,8 +43,7 @@ test('the examples', async (t) => {
     const program = spawn(process.execPath, ['--input-type=module', '--eval', code], {
       cwd: fileURLToPath(new URL('.', import.meta.url)), stdio: ['ignore', 'pipe', 'inherit'],
       env: { ...process.env, FLAGS_KEY: 'server-key' } });
-    const [line] = await once(createInterface(program.stdout), 'line');
-    assert.equal(line, 'true');
+    assert.equal(await firstLine(program), 'true');
     program.kill();
   }
 });

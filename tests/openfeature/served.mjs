@@ -21,6 +21,12 @@ export async function until(reason, isTrue) {
   }
 }
 
+/** The first line that a program prints. */
+export async function firstLine(program) {
+  for await (const line of createInterface(program.stdout)) return line;
+  throw new Error('the program ended without a line');
+}
+
 /** A configuration in a file of its own. */
 export class Configuration {
   static async create() {
@@ -62,8 +68,7 @@ export class Served {
     const env = { ...process.env, ...(keys && { CORVO_API_KEYS: keys }) };
     served.process = spawn(corvo, [...listen, ...options], { stdio: ['ignore', 'pipe', 'inherit'], env });
     served.ended = once(served.process, 'exit');
-    const [line] = await once(createInterface(served.process.stdout), 'line');
-    served.url = line.replace('Serving ', '');
+    served.url = (await firstLine(served.process)).replace('Serving ', '');
     served.port = Number(new URL(served.url).port);
     return served;
   }
