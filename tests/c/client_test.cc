@@ -552,7 +552,7 @@ TEST(CPlatformTest, RefusesServicesThatLackAFunction) {
 /// The ready-made platform, with only the session of the caller.
 class CMixedPlatformTest : public testing::Test {
  protected:
-  CMixedPlatformTest() {
+  void SetUp() override {
     caller_.fake.serve(fakes::project().flag("on", true));
     const corvo_platform all = caller_.functions();
     corvo_platform platform{};
@@ -562,7 +562,9 @@ class CMixedPlatformTest : public testing::Test {
     corvo_host_options host{};
     host.size = sizeof host;
     host.in_memory = true;
-    EXPECT_EQ(corvo_registry_create(&host, &platform, &registry_), CORVO_OK);
+    const corvo_status status = corvo_registry_create(&host, &platform, &registry_);
+    if (status == CORVO_UNAVAILABLE) GTEST_SKIP() << "this build has no ready-made platform";
+    ASSERT_EQ(status, CORVO_OK);
     corvo_client_options options{};
     options.size = sizeof options;
     options.project_token = CORVO_TEXT("token");
@@ -617,15 +619,11 @@ TEST_F(CMixedPlatformTest, WaitsForAnswersOnTheReadyMadeLoop) {
   corvo_reply_free(reply);
 }
 
-TEST(CPlatformTest, AFreedRegistryEndsAllItsRuns) {
-  corvo_host_options host{};
-  host.size = sizeof host;
-  host.in_memory = true;
+TEST_F(CMixedPlatformTest, AFreedRegistryEndsAllItsRuns) {
   struct Runs {
-    corvo_registry* registry = nullptr;
+    corvo_registry* registry;
     int destroyed = 0;
-  } runs;
-  ASSERT_EQ(corvo_registry_create(&host, nullptr, &runs.registry), CORVO_OK);
+  } runs{std::exchange(registry_, nullptr)};
   const auto post = [&](void (*task)(void*)) {
     ASSERT_EQ(corvo_registry_post(runs.registry, &runs, task,
                                   [](void* given) { ++static_cast<Runs*>(given)->destroyed; }),
