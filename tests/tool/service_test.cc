@@ -57,14 +57,17 @@ std::string valueFrom(httplib::Client& http) {
   return valueIn(JsonValue(*fromCorvoString<JsonObject>(result->body)));
 }
 
+/// Waits until the condition holds, for ten seconds at most.
+template <class Condition>
+bool comes(Condition condition) {
+  for (int i = 0; i < 500 && !condition(); ++i) std::this_thread::sleep_for(20ms);
+  return condition();
+}
+
 /// Asks until that is the value, for ten seconds at most.
 testing::AssertionResult comesTo(httplib::Client& http, const std::string& value) {
   std::string last;
-  for (int i = 0; i < 500; ++i) {
-    last = valueFrom(http);
-    if (last == value) return testing::AssertionSuccess();
-    std::this_thread::sleep_for(20ms);
-  }
+  if (comes([&] { return (last = valueFrom(http)) == value; })) return testing::AssertionSuccess();
   return testing::AssertionFailure() << "it stays " << last;
 }
 
@@ -116,7 +119,13 @@ class Reader {
     const std::lock_guard lock(mutex_);
     return text_;
   }
-  [[nodiscard]] bool isOver() const { return isOver_; }
+  /// Whether it is told of changes from now on.
+  bool isOpen() {
+    return comes([this] { return text().find("id: ") != std::string::npos; });
+  }
+  [[nodiscard]] bool isOver() const {
+    return comes([this] { return isOver_.load(); });
+  }
 
  private:
   std::mutex mutex_;
@@ -207,12 +216,11 @@ TEST_F(Service, EndsUnderLoadWithoutAWrongAnswer) {
     });
   }
   Reader reader(backend.url(), "/ofrep/v1/events");
-  for (int i = 0; i < 500 && (answers < 100 || reader.text().empty()); ++i) {
-    std::this_thread::sleep_for(20ms);
-  }
+  EXPECT_TRUE(reader.isOpen());
+  EXPECT_TRUE(comes([&] { return answers >= 100; }));
   EXPECT_EQ(backend.stop(SIGTERM), 0);
   users.clear();
-  while (!reader.isOver()) std::this_thread::yield();
+  EXPECT_TRUE(reader.isOver());
 }
 
 TEST_F(Service, RelaysABackend) {
@@ -227,6 +235,7 @@ TEST_F(Service, RelaysABackend) {
     ASSERT_EQ(valueFrom(http), "v1") << "a new copy is there before the old one expires";
   }
   Reader reader(relay.url(), "/ofrep/v1/events");
+  EXPECT_TRUE(reader.isOpen());
   replace(withValue("v2"));
   EXPECT_TRUE(reader.idOf(1).starts_with("2-"));
   EXPECT_EQ(valueFrom(http), "v2");
@@ -314,7 +323,7 @@ TEST_F(Service, CountsWhatItAnswers) {
   for (int i = 0; i < 3; ++i) ASSERT_EQ(valueFrom(http), "v1");
   http.Get("/nothing");
   Reader reader(backend.url(), "/ofrep/v1/events");
-  while (reader.text().empty()) std::this_thread::yield();
+  EXPECT_TRUE(reader.isOpen());
   const auto metrics = http.Get("/metrics");
   EXPECT_THAT(metrics->get_header_value("Content-Type"), HasSubstr("version=0.0.4"));
   for (const char* line :
