@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "tool/http/listen_address.h"
 #include "tool/serve/cors.h"
-#include "tool/serve/listen_address.h"
 
 namespace corvo::tool {
 namespace {

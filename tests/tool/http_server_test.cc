@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/http_server.h"
+#include "tool/http/http_server.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

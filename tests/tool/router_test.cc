@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/router.h"
+#include "tool/http/router.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "tool/serve/request_target.h"
+#include "tool/http/request_target.h"
 
 namespace corvo::tool {
 namespace {

@@ -9,7 +9,7 @@
 
 #include "tool/ofrep/flag_answers.h"
 #include "tool/ofrep/ofrep_context.h"
-#include "tool/serve/publication.h"
+#include "tool/ofrep/publication.h"
 #include "tool/surroundings.h"
 
 namespace corvo::tool {

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "tool/serve/http_message.h"
-#include "tool/serve/publication.h"
+#include "tool/http/http_message.h"
+#include "tool/ofrep/publication.h"
 #include "tool/surroundings.h"
 
 namespace corvo::tool {

@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
+#include "tool/http/http_message.h"
 #include "tool/serve/event_log.h"
-#include "tool/serve/http_message.h"
 
 namespace corvo::tool {
 

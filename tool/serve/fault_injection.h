@@ -8,7 +8,7 @@
 #include <optional>
 #include <random>
 
-#include "tool/serve/http_message.h"
+#include "tool/http/http_message.h"
 
 namespace CLI {
 class App;

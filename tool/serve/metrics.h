@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tool/serve/http_message.h"
+#include "tool/http/http_message.h"
 
 namespace corvo::tool {
 

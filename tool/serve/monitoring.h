@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tool/http/http_server.h"
+#include "tool/ofrep/publication.h"
 #include "tool/serve/event_stream.h"
-#include "tool/serve/http_server.h"
 #include "tool/serve/metrics.h"
-#include "tool/serve/publication.h"
 
 namespace corvo::tool {
 

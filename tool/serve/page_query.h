@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tool/serve/http_message.h"
+#include "tool/http/http_message.h"
 #include "tool/subject.h"
 #include "tool/surroundings.h"
 

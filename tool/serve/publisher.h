@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "tool/ofrep/publication.h"
 #include "tool/serve/event_stream.h"
-#include "tool/serve/publication.h"
 #include "tool/serve/served_project.h"
 
 namespace corvo::tool {

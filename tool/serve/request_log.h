@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "tool/serve/http_message.h"
+#include "tool/http/http_message.h"
 
 namespace corvo::tool {
 

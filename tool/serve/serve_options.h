@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tool/http/listen_address.h"
 #include "tool/serve/fault_injection.h"
-#include "tool/serve/listen_address.h"
 #include "tool/source.h"
 #include "tool/surroundings.h"
 

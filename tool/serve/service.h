@@ -4,14 +4,14 @@
 #include <chrono>
 #include <functional>
 
+#include "tool/http/http_server.h"
+#include "tool/http/router.h"
 #include "tool/ofrep/ofrep.h"
+#include "tool/ofrep/publication.h"
 #include "tool/serve/access.h"
 #include "tool/serve/event_stream.h"
-#include "tool/serve/http_server.h"
 #include "tool/serve/metrics.h"
-#include "tool/serve/publication.h"
 #include "tool/serve/publisher.h"
-#include "tool/serve/router.h"
 #include "tool/serve/serve_options.h"
 #include "tool/surroundings.h"
 

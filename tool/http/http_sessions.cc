@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/http_sessions.h"
+#include "tool/http/http_sessions.h"
 
 #include <utility>
 #include <vector>

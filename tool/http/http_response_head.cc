@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/http_response_head.h"
+#include "tool/http/http_response_head.h"
 
 #include <array>
 #include <boost/beast/http/status.hpp>

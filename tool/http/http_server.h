@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "tool/serve/http_message.h"
+#include "tool/http/http_message.h"
 
 namespace corvo::tool {
 

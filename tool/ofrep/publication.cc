@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/publication.h"
+#include "tool/ofrep/publication.h"
 
 namespace corvo::tool {
 

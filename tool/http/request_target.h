@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "tool/serve/http_message.h"
+#include "tool/http/http_message.h"
 
 namespace corvo::tool {
 

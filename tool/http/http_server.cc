@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/http_server.h"
+#include "tool/http/http_server.h"
 
 #include <algorithm>
 #include <boost/asio/io_context.hpp>
@@ -21,7 +21,7 @@
 #include <sys/resource.h>
 #endif
 
-#include "tool/serve/http_sessions.h"
+#include "tool/http/http_sessions.h"
 
 namespace corvo::tool {
 

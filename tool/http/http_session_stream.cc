@@ -5,9 +5,9 @@
 #include <boost/asio/post.hpp>
 #include <utility>
 
-#include "tool/serve/http_response_head.h"
-#include "tool/serve/http_session.h"
-#include "tool/serve/http_sessions.h"
+#include "tool/http/http_response_head.h"
+#include "tool/http/http_session.h"
+#include "tool/http/http_sessions.h"
 
 namespace corvo::tool {
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/router.h"
+#include "tool/http/router.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "tool/serve/request_target.h"
+#include "tool/http/request_target.h"
 
 namespace corvo::tool {
 namespace {

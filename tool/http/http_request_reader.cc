@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/http_request_reader.h"
+#include "tool/http/http_request_reader.h"
 
 #include <boost/beast/http/error.hpp>
 #include <cstring>
 #include <string_view>
 #include <utility>
 
-#include "tool/serve/request_target.h"
+#include "tool/http/request_target.h"
 
 namespace corvo::tool {
 

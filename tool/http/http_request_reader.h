@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <optional>
 
-#include "tool/serve/http_message.h"
-#include "tool/serve/http_server.h"
+#include "tool/http/http_message.h"
+#include "tool/http/http_server.h"
 
 namespace corvo::tool {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/request_target.h"
+#include "tool/http/request_target.h"
 
 #include <algorithm>
 #include <charconv>

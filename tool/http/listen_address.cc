@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/listen_address.h"
+#include "tool/http/listen_address.h"
 
 #include <boost/asio/ip/address.hpp>
 #include <charconv>

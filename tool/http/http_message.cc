@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/http_message.h"
+#include "tool/http/http_message.h"
 
 #include <algorithm>
 

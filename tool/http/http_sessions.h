@@ -7,8 +7,8 @@
 #include <mutex>
 #include <unordered_map>
 
-#include "tool/serve/http_server.h"
-#include "tool/serve/http_session.h"
+#include "tool/http/http_server.h"
+#include "tool/http/http_session.h"
 
 namespace corvo::tool {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/serve/http_session.h"
+#include "tool/http/http_session.h"
 
 #include <algorithm>
 #include <boost/asio/dispatch.hpp>
@@ -9,8 +9,8 @@
 #include <string_view>
 #include <utility>
 
-#include "tool/serve/http_response_head.h"
-#include "tool/serve/http_sessions.h"
+#include "tool/http/http_response_head.h"
+#include "tool/http/http_sessions.h"
 
 namespace corvo::tool {
 

@@ -13,8 +13,8 @@
 #include <memory>
 #include <string>
 
-#include "tool/serve/http_message.h"
-#include "tool/serve/http_request_reader.h"
+#include "tool/http/http_message.h"
+#include "tool/http/http_request_reader.h"
 
 namespace corvo::tool {
 
