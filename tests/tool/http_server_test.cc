@@ -126,7 +126,7 @@ TEST(HttpServer, AnswersOrRefusesWhateverArrives) {
       {get("/", "Name\r\n"), "400"},
       {get("/", std::string("Name: \0\r\n", 9)), "400"},
       {get("nowhere"), "400"},
-      {get("/%zz"), "400"},
+      {get("/%zz"), "200", "GET /%zz <>"},
       {"CONNECT a:1 HTTP/1.1\r\nHost: a\r\n\r\n", "400"},
       // Bodies, and where they end.
       {post("Content-Length: 3\r\n", "abc"), "200", "POST / <abc>"},
@@ -295,10 +295,16 @@ TEST(HttpServer, CutsSlowClientsOff) {
   EXPECT_TRUE(comes([&] { return running.server.connections() == 0; }));
 }
 
-TEST(HttpServer, RefusesTooManyConnections) {
+TEST(HttpServer, SaysWhichConnectionsAreTooMany) {
   HttpLimits limits;
   limits.connections = 2;
-  Running running(echo, limits);
+  Running running(
+      [](const HttpRequest& request) {
+        HttpResponse response = echo(request);
+        if (request.isSurplus) response.status = 429;
+        return response;
+      },
+      limits);
   {
     Wire first(running.port);
     Wire second(running.port);
@@ -307,7 +313,7 @@ TEST(HttpServer, RefusesTooManyConnections) {
     third.send(post("Content-Length: 2\r\n", "ab"));
     const std::string refusal = third.receive();
     EXPECT_EQ(statuses(refusal), "429");
-    EXPECT_THAT(refusal, HasSubstr("\r\nRetry-After: 1\r\n"));
+    EXPECT_THAT(refusal, HasSubstr("\r\nConnection: close\r\n"));
     EXPECT_EQ(running.server.refused(), 1U);
     first.send(get("/still"));
     EXPECT_EQ(statuses(first.receive("GET /still <>")), "200");
@@ -444,7 +450,8 @@ TEST(HttpServerEnd, AnswersAllThatHasBeenAsked) {
   ASSERT_THAT(idle.receive("GET /idle <>"), HasSubstr("200"));
   Wire begun(running.port);
   begun.send("G");
-  ASSERT_TRUE(comes([&] { return running.server.connections() == 2; }));
+  Wire silent(running.port);
+  ASSERT_TRUE(comes([&] { return running.server.connections() == 3; }));
   std::vector<Wire> wires;
   for (int i = 0; i < 100; ++i) {
     const std::string path = i % 3 == 0 ? "/delayed" : i % 3 == 1 ? "/slow" : "/plain";
@@ -452,7 +459,9 @@ TEST(HttpServerEnd, AnswersAllThatHasBeenAsked) {
   }
   ASSERT_TRUE(comes([&] { return asked > 0; }));  // others are still in the system's queue
   running.signal();
-  EXPECT_EQ(idle.receive(), "");
+  idle.send(get("/late"));  // its client does not know yet
+  EXPECT_THAT(idle.receive(), EndsWith("GET /late <>"));
+  EXPECT_EQ(silent.receive(), "");
   begun.send(get("/begun").substr(1));
   const std::string last = begun.receive();
   EXPECT_THAT(last, HasSubstr("Connection: close"));

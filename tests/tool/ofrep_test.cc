@@ -91,7 +91,7 @@ TEST_F(OfrepTest, AnswersWithTypeReasonAndVariant) {
   publish(edition(document(
       flag("boolean", always("TRUE")) + "," + flag("integer", always("-9007199254740993")) + "," +
           flag("double", always("2.5")) + "," + flag("whole", always("2.0")) + "," +
-          flag("infinite", always("-inf")) + "," + flag("no number", always("nan")) + "," +
+          flag("infinite", always("-1e999")) + "," + flag("no number", always("nan")) + "," +
           flag("text", always(R"(\"\u00e9\n)")) + "," +
           flag("object", always(R"({\"b\": [1, 2.50, null]})")) + "," +
           flag("plan", always("other") + "," + ifEqual("custom.plan", "gold", "7")) + "," +
@@ -109,8 +109,8 @@ TEST_F(OfrepTest, AnswersWithTypeReasonAndVariant) {
       {"integer", "",
        R"("value":-9007199254740993,"reason":"STATIC","variant":"rule-0","metadata":{}})"},
       {"double", "", R"("value":2.5,"reason":"STATIC","variant":"rule-0","metadata":{}})"},
-      {"whole", "", R"("value":2,"reason":"STATIC","variant":"rule-0","metadata":{}})"},
-      {"infinite", "", R"("value":"-inf","reason":"STATIC","variant":"rule-0","metadata":{}})"},
+      {"whole", "", R"("value":2.0,"reason":"STATIC","variant":"rule-0","metadata":{}})"},
+      {"infinite", "", R"("value":"-1e999","reason":"STATIC","variant":"rule-0","metadata":{}})"},
       {"no number", "", R"("value":"nan","reason":"STATIC","variant":"rule-0","metadata":{}})"},
       {"text", "", R"("value":"\"é\n","reason":"STATIC","variant":"rule-0","metadata":{}})"},
       {"object", "",

@@ -301,6 +301,23 @@ TEST_F(Service, KeepsOtherSitesOutUnlessItIsInsecure) {
   }
 }
 
+TEST_F(Service, SaysThatItIsFullButNotIll) {
+  Backend backend(arguments() + " --allow-origin https://a.example --max-connections 2");
+  Reader first(backend.url(), "/ofrep/v1/events");
+  Reader second(backend.url(), "/ofrep/v1/events");
+  for (Reader* each : {&first, &second}) each->idOf(0);
+  httplib::Client http(backend.url());
+  const auto refused =
+      http.Post(kAll, {{"Origin", "https://a.example"}}, kUser, "application/json");
+  ASSERT_TRUE(refused);
+  EXPECT_EQ(refused->status, 429);
+  EXPECT_EQ(refused->get_header_value("Retry-After"), "1");
+  EXPECT_EQ(refused->get_header_value("Access-Control-Allow-Origin"), "https://a.example");
+  const auto health = http.Get("/healthz");
+  ASSERT_TRUE(health);
+  EXPECT_EQ(health->status, 200);
+}
+
 TEST_F(Service, AnswersPagesOfAllowedOrigins) {
   Backend backend(arguments() + " --allow-origin https://a.example --api-key k");
   httplib::Client http(backend.url());

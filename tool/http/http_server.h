@@ -12,7 +12,7 @@ namespace corvo::tool {
 
 /// What a client may demand of a server.
 struct HttpLimits {
-  std::size_t connections = 4'000;            ///< More are answered with 429 and closed.
+  std::size_t connections = 4'000;            ///< The requests of more are surplus.
   std::size_t bodyBytes = 65'536;             ///< Of a request. A larger one is answered with 413.
   std::size_t headerBytes = 65'536;           ///< Of a request. Larger ones are answered with 431.
   std::chrono::milliseconds request{10'000};  ///< For a whole request, from its first byte.

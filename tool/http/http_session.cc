@@ -20,8 +20,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// For the client to read a last answer and close. If the server closed at once, the system would
-/// reset a connection on which more has arrived, and the client might lose the answer.
+/// For the client to read a last answer and close, or to send a last request. If the server closed
+/// at once, the system would reset a connection on which more has arrived, and the client might
+/// lose the answer.
 constexpr auto kLingering = 1s;
 /// For the request of a client that is refused anyway, and before it.
 constexpr std::chrono::milliseconds kRefusing = 5s;
@@ -111,13 +112,9 @@ void HttpSession::refuse(HttpResponse response) {
   send();
 }
 
-void HttpSession::answer(const HttpRequest& request) {
-  if (!isAdmitted_) {
-    HttpResponse busy = refusal(429, "too many connections");
-    busy.headers.emplace_back("Retry-After", "1");
-    return refuse(std::move(busy));
-  }
-  keepsAlive_ = reader_.keepsAlive();
+void HttpSession::answer(HttpRequest request) {
+  request.isSurplus = !isAdmitted_;
+  keepsAlive_ = isAdmitted_ && reader_.keepsAlive();
   isHead_ = request.method == "HEAD";
   response_ = answerOf(all_.handler, request);
   if (response_.delay <= 0ms) return send();
@@ -126,7 +123,7 @@ void HttpSession::answer(const HttpRequest& request) {
 
 void HttpSession::send() {
   if (isEnding_ && !hasArrived()) keepsAlive_ = false;
-  if (response_.stream && !isHead_) return beginStream();
+  if (response_.stream && !isHead_ && isAdmitted_) return beginStream();
   head_ = headOf(response_, keepsAlive_, reader_.readsChunks());
   if (isHead_ || !hasBody(response_.status)) response_.body.clear();
   sentBytes_ = 0;

@@ -27,7 +27,7 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   using Strand = boost::asio::strand<boost::asio::io_context::executor_type>;
   using Socket = boost::asio::basic_stream_socket<boost::asio::ip::tcp, Strand>;
 
-  /// One that is not admitted gets 429 for its first request.
+  /// The first request of one that is not admitted is surplus, and its last.
   HttpSession(HttpSessions& all, Socket socket, bool isAdmitted);
   HttpSession(const HttpSession&) = delete;
   HttpSession& operator=(const HttpSession&) = delete;
@@ -37,7 +37,7 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
 
   // From any thread.
   void start();
-  /// Answers the request of which a byte has arrived, if there is one, and closes.
+  /// Answers the request of which a byte has arrived or arrives soon, if there is one, and closes.
   void end();
 
  private:
@@ -54,7 +54,7 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   [[nodiscard]] bool hasArrived();
 
   // Its answer.
-  void answer(const HttpRequest& request);
+  void answer(HttpRequest request);
   void refuse(HttpResponse response);
   void send();
   [[nodiscard]] std::size_t partSize() const;

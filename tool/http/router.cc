@@ -16,7 +16,7 @@ bool fits(std::string_view route, HttpRequest& request) {
   route.remove_suffix(1);
   const std::string_view path = request.rawPath;
   if (!path.starts_with(route) || path.size() == route.size()) return false;
-  request.rest = percentDecoded(path.substr(route.size())).value_or("");
+  request.rest = percentDecoded(path.substr(route.size()));
   return true;
 }
 

@@ -6,9 +6,12 @@
 #include <corvo/property.h>
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 #include <utility>
+#include <variant>
 
+#include "base/number.h"
 #include "base/text.h"
 #include "model/property_json.h"
 
@@ -19,6 +22,16 @@ namespace base = corvo_internal::base;
 namespace {
 
 std::string asJson(std::string_view text) { return JsonValue(std::string(text)).toJson(); }
+
+// The value of the type that the text implies. A whole double keeps its fraction ("2.0"), because
+// clients in many languages tell it from an integer. A double that JSON cannot express stays a
+// text.
+std::string valueJson(std::string_view text) {
+  const CorvoProperty value = typedProperty(text);
+  const double* const number = std::get_if<double>(&value);
+  if (number == nullptr) return corvo_internal::model::jsonOf(value).toJson();
+  return std::isfinite(*number) ? base::describe(*number) : asJson(text);
+}
 
 // 0 stands for no position.
 std::size_t fromOne(std::optional<std::size_t> position) { return position ? *position + 1 : 0; }
@@ -68,7 +81,7 @@ const FlagAnswer& FlagAnswers::answerTo(const Evaluation::FlagDecision& decision
 std::string FlagAnswers::success(const Evaluation::FlagDecision& decision) const {
   std::string json = "{\"key\":" + asJson(catalogue_.name(decision.flag));
   if (decision.text) {
-    json += ",\"value\":" + corvo_internal::model::jsonOf(typedProperty(*decision.text)).toJson();
+    json += ",\"value\":" + valueJson(*decision.text);
   }
   std::string variant = "rule-" + std::to_string(decision.rule.value_or(0));
   std::string_view reason = decision.hasConditions ? "TARGETING_MATCH" : "STATIC";

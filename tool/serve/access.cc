@@ -58,10 +58,11 @@ std::string ticketOf(std::string_view key) {
       corvo_internal::base::view(hexDigits(md5({outer.data(), outer.size()}, bytes(first)))));
 }
 
+char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+
 /// The token of "Bearer TOKEN", whose scheme may have any letter case; otherwise empty.
 std::string_view bearerIn(std::string_view authorization) {
   constexpr std::string_view kScheme = "bearer ";
-  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
   const std::string_view scheme = authorization.substr(0, kScheme.size());
   if (!std::ranges::equal(scheme, kScheme, {}, lower)) return {};
   authorization.remove_prefix(scheme.size());
@@ -76,7 +77,8 @@ bool isLocal(std::string_view host) {
   const std::string_view name = host.substr(0, host.find(':'));
   const std::string_view last = name.substr(name.rfind('.') + 1);
   const bool isNumber = last.find_first_not_of("0123456789") == std::string_view::npos;
-  return host.empty() || name == "localhost" || (!last.empty() && isNumber);
+  constexpr std::string_view kLocal = "localhost";
+  return host.empty() || std::ranges::equal(name, kLocal, {}, lower) || (!last.empty() && isNumber);
 }
 
 bool isForProxies(std::string_view path) {

@@ -36,6 +36,16 @@ struct Files {
   FileWatch watch;
 };
 
+/// The route unless too many connections are open. A server that is full is not ill.
+HttpRoute withoutSurplus(HttpRoute route) {
+  return [route = std::move(route)](const HttpRequest& request) {
+    if (!request.isSurplus || request.path == kHealthPath) return route(request);
+    HttpResponse busy = refusal(429, "too many connections");
+    busy.headers.emplace_back("Retry-After", "1");
+    return busy;
+  };
+}
+
 }  // namespace
 
 Service::Service(const ServeOptions& options)
@@ -85,7 +95,7 @@ void Service::addRoutes() {
 /// From the inside out: pages of other origins see refusals, which are counted and logged.
 HttpRoute Service::handler() {
   HttpRoute route = [this](const HttpRequest& request) { return answer(request); };
-  route = withOrigins(options_.origins, keys_.around(std::move(route)));
+  route = withOrigins(options_.origins, withoutSurplus(keys_.around(std::move(route))));
   if (options_.keys.empty() && !options_.insecure) {
     route = onlyForLocalNames(options_.origins, std::move(route));
   }
