@@ -63,9 +63,9 @@ void addAddress(CLI::App& command, ServeOptions& options) {
       ->check(CLI::Validator(complainAboutAddress, "ADDRESS:PORT"))
       ->excludes(port);
   command
-      .add_option("--max-connections", options.connections,
-                  "Connections beyond this number get 429; the default is " +
-                      std::to_string(options.connections))
+      .add_option(
+          "--max-connections", options.connections,
+          "More connections than this get 429; by default " + std::to_string(options.connections))
       ->check(CLI::Range(1, 1'000'000));
   command.add_flag("--log", options.log, "Print a line for each request");
   group(command, "Server");
@@ -78,8 +78,7 @@ void addAccess(CLI::App& command, ServeOptions& options) {
       ->envname(kKeysVariable)
       ->allow_extra_args(false)
       ->type_name("KEY");
-  command.add_flag("--insecure", options.insecure,
-                   "Answer anyone who can connect, without a key; hides the page");
+  command.add_flag("--insecure", options.insecure, "Answer anyone, without a key; hides the page");
   command
       .add_option("--allow-origin", options.origins,
                   "Answer pages of this origin, or *; repeatable")
