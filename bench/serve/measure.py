@@ -8,6 +8,7 @@ The server runs on one core, wrk on another. The project has 1,000 flags, each w
 import json
 import os
 import re
+import resource
 import signal
 import socket
 import subprocess
@@ -18,6 +19,7 @@ from pathlib import Path
 
 SERVER_CORE, CLIENT_CORE = 0, 1
 STREAMS = 1_000
+ONE, EVERY = "/ofrep/v1/evaluate/flags/flag-501", "/ofrep/v1/evaluate/flags"
 HERE = Path(__file__).parent
 TICKS = os.sysconf("SC_CLK_TCK")
 
@@ -82,16 +84,19 @@ def load(server, path, seconds, connections, pause=0):
     return rate, float(number) * {"us": 0.001, "ms": 1, "s": 1000}[unit], used / requests * 1e6
 
 
-def open_streams(server):
-    """Opens idle event streams, and returns them after the head of each answer."""
+def path_of_events(server):
     body = json.dumps({"context": {"targetingKey": "ann"}}).encode()
-    question = f"POST /ofrep/v1/evaluate/flags HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\nContent-Length: {len(body)}\r\n\r\n"
+    question = f"POST {EVERY} HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\nContent-Length: {len(body)}\r\n\r\n"
     with socket.create_connection(("127.0.0.1", server.port)) as connection:
         connection.sendall(question.encode() + body)
         answer = b"".join(iter(lambda: connection.recv(65536), b""))
-    path = re.search(rb'"requestUri":\s*"([^"]+)"', answer).group(1)
+    return re.search(rb'"requestUri":\s*"([^"]+)"', answer).group(1)
+
+
+def open_streams(server, path, count):
+    """Opens idle event streams, and returns them after the head of each answer."""
     streams = []
-    for _ in range(STREAMS):
+    for _ in range(count):
         stream = socket.create_connection(("127.0.0.1", server.port))
         stream.sendall(b"GET " + path + b" HTTP/1.1\r\nHost: localhost\r\nAccept: text/event-stream\r\n\r\n")
         streams.append(stream)
@@ -105,45 +110,55 @@ def row(what, value):
 
 
 def measure(server, seconds):
-    one, every = "/ofrep/v1/evaluate/flags/flag-501", "/ofrep/v1/evaluate/flags"
-    load(server, one, 1, 32)
+    load(server, ONE, 1, 32)
     row("what", "measured")
     row("---", "--:")
-    rate, _, used = load(server, one, seconds, 32)
+    rate, _, used = load(server, ONE, seconds, 32)
     row("single questions a second, 32 connections", f"{rate:,.0f}")
     row("processor time of one", f"{used:.1f} us")
     # So many connections, each of which waits 16 ms between two requests, make half of that load.
     connections = max(1, round(rate / 2 * 0.016))
-    half, late, _ = load(server, one, seconds, connections, 16)
+    half, late, _ = load(server, ONE, seconds, connections, 16)
     row(f"99th percentile at {half:,.0f} a second", f"{late:.2f} ms")
-    rate, _, used = load(server, every, seconds, 8)
+    rate, _, used = load(server, EVERY, seconds, 8)
     row("questions for 1,000 flags a second, 8 connections", f"{rate:,.0f}")
     row("processor time of one", f"{used / 1000:.3f} ms")
-    load(server, one, 5, 32)
+    load(server, ONE, 5, 32)
     before = server.status("VmRSS")
-    load(server, one, 6 * seconds, 32)
+    load(server, ONE, 6 * seconds, 32)
     row(f"memory before and after {6 * seconds} s of single questions", f"{before:,} kB, {server.status('VmRSS'):,} kB")
-    before, threads = server.status("VmRSS"), server.status("Threads")
-    streams = open_streams(server)
+
+
+def measure_streams(server, seconds):
+    """On a server without any load before: later, streams would reuse the memory of closed connections."""
+    path = path_of_events(server)
+    threads = server.status("Threads")
+    streams = open_streams(server, path, STREAMS)
     row(f"threads without and with {STREAMS:,} streams", f"{threads}, {server.status('Threads')}")
-    row("memory per stream", f"{(server.status('VmRSS') - before) / STREAMS:.1f} kB")
     idle = server.processor_seconds()
     time.sleep(seconds)
     row(f"processor time of them in {seconds} s", f"{(server.processor_seconds() - idle) * 1000:.0f} ms")
-    rate, _, _ = load(server, one, seconds, 32)
+    # The first streams reuse what reading the project has left, so only further ones show what a stream takes.
+    before = server.status("VmRSS")
+    others = open_streams(server, path, 2 * STREAMS)
+    row("memory per further stream", f"{(server.status('VmRSS') - before) / len(others):.1f} kB")
+    for stream in others:
+        stream.close()
+    rate, _, _ = load(server, ONE, seconds, 32)
     row("single questions a second beside them", f"{rate:,.0f}")
     for stream in streams:
         stream.close()
 
 
 def measure_engine(corvo, config, folder):
-    """What the engine and its command take for the same users without HTTP."""
+    """What the engine and its command take for such users without HTTP."""
     users = folder / "users.jsonl"
     count = 20_000
     with users.open("w") as out:
         for i in range(count):
             properties = {"userId": f"user-{i}", "email": "ann@shop.example", "custom.visits": str(i % 100),
-                          "custom.plan": ("free", "silver", "gold", "platinum")[i % 4], "custom.member": "true"}
+                          "custom.plan": ("free", "silver", "gold", "platinum")[i % 4], "custom.member": "true",
+                          "custom.region": "south"}
             out.write(json.dumps({"properties": properties}) + "\n")
     for what, options in (("one flag", ["--flag", "flag-501"]), ("1,000 flags", [])):
         before = os.times()
@@ -157,12 +172,16 @@ def measure_engine(corvo, config, folder):
 
 def main():
     corvo, seconds = sys.argv[1], int(sys.argv[2])
+    most_files = resource.getrlimit(resource.RLIMIT_NOFILE)[1]
+    resource.setrlimit(resource.RLIMIT_NOFILE, (most_files, most_files))
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)
         config = folder / "config.json"
         config.write_text(json.dumps(make_project()))
         with Server(corvo, str(config)) as server:
             measure(server, seconds)
+        with Server(corvo, str(config)) as server:
+            measure_streams(server, seconds)
         measure_engine(corvo, str(config), folder)
 
 

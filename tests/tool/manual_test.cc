@@ -96,6 +96,7 @@ TEST(Help, IsAScreenWithAnExample) {
     }
   }
   EXPECT_EQ(runCorvo("help").out, runCorvo("--help").out);
+  EXPECT_THAT(Help("serve").options, testing::Contains("--listen ADDRESS:PORT"));
 }
 
 TEST_F(Manual, RunsTheExamples) {

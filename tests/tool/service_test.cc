@@ -326,7 +326,7 @@ TEST_F(Service, AnswersPagesOfAllowedOrigins) {
   ASSERT_TRUE(preflight);
   EXPECT_EQ(preflight->status, 204);
   EXPECT_THAT(preflight->get_header_value("Access-Control-Allow-Headers"),
-              HasSubstr("Authorization"));
+              HasSubstr("X-API-Key, token, user-id"));
   for (const auto& [key, status] : {std::pair("", 401), {"k", 200}}) {
     const auto result = http.Post(kAll, {{"X-API-Key", key}}, kUser, "application/json");
     EXPECT_EQ(result->status, status);

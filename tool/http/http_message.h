@@ -67,7 +67,7 @@ struct HttpResponse {
 /// Whether a response with this status has a body (RFC 9110, section 6.4.1).
 [[nodiscard]] bool hasBody(int status);
 
-/// An answer of one line, which says why there is no other.
+/// A one-line answer that gives the reason for a refusal.
 [[nodiscard]] HttpResponse refusal(int status, const std::string& reason);
 
 /// Answers a request. Called by several threads at once.

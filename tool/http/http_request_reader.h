@@ -21,7 +21,7 @@ class HttpRequestReader {
     incomplete,  ///< More bytes are needed.
     awaited,     ///< The same, and the client waits until it is told to continue. Said once.
     complete,
-    refused,  ///< The bytes are no request, or too many. Nothing after them can be read.
+    refused,  ///< Not a valid request, or too large. Nothing after it can be read.
   };
 
   explicit HttpRequestReader(const HttpLimits& limits);

@@ -10,7 +10,7 @@
 
 namespace corvo::tool {
 
-/// What a client may demand of a server.
+/// Limits on what clients may use.
 struct HttpLimits {
   std::size_t connections = 4'000;            ///< The requests of more are surplus.
   std::size_t bodyBytes = 65'536;             ///< Of a request. A larger one is answered with 413.

@@ -25,9 +25,9 @@ class ApiKeys {
   [[nodiscard]] bool admit(const HttpRequest& request) const;
 
   /// The address of the event stream for those who have a key. A browser cannot send a header with
-  /// a request for events, and a key must not be in an address, which ends in logs. So the address
-  /// has a ticket, which follows from the first key, opens the event stream only, and is the same
-  /// for all servers with the same first key. Without keys, it is the path.
+  /// a request for events, and a key must not be in an address, because addresses are logged. So
+  /// the address has a ticket, which follows from the first key, opens the event stream only, and
+  /// is the same for all servers with the same first key. Without keys, it is the path.
   [[nodiscard]] std::string addressOfEvents() const;
 
   /// The route for requests that have a key, for the health route, and for the event stream with
@@ -39,8 +39,8 @@ class ApiKeys {
   std::vector<std::string> tickets_;
 };
 
-/// The route for requests that cannot come from a page of another site whose name suddenly means
-/// this machine (DNS rebinding). Such a page has a name as its Host, and its questions have an
+/// The route for requests that cannot come from a page of a site that made its own name mean this
+/// machine (DNS rebinding). Such a page has a name as its Host, and its questions have an
 /// Origin. So a Host that is an address or `localhost` is admitted everywhere, and any other only
 /// where proxies may forward it, to questions and monitoring: without an Origin, or with one of
 /// these, or if they have "*". Others get 403.

@@ -21,7 +21,7 @@ HttpResponse preflight() {
           .headers = {{"Access-Control-Allow-Methods", "GET, HEAD, POST"},
                       {"Access-Control-Allow-Headers",
                        "Authorization, Cache-Control, Content-Type, If-None-Match, Last-Event-ID, "
-                       "X-API-Key"},
+                       "X-API-Key, token, user-id"},
                       {"Access-Control-Max-Age", "7200"}},
           .route = "preflight"};
 }

@@ -31,8 +31,8 @@ class EventStream {
   EventStream& operator=(const EventStream&) = delete;
   ~EventStream();
 
-  /// Publishes a version with that function, and sends the event. No listener joins in between, so
-  /// one who has an answer of either version neither misses the event nor gets it twice.
+  /// Calls `publish`, then sends the event, as one step. No listener joins in between, so one who
+  /// has an answer of either version neither misses the event nor gets it twice.
   void announce(const std::string& version, std::int64_t lastModified,
                 const std::function<void()>& publish);
 

@@ -14,7 +14,7 @@
 namespace corvo::tool {
 namespace {
 
-constexpr const char* kFaults = "To be slow and unreliable";
+constexpr const char* kFaults = "Faults of /config.json and /geo";
 constexpr const char* kKeysVariable = "CORVO_API_KEYS";
 
 /// Puts the options that have no group yet into one.
@@ -37,11 +37,12 @@ std::string complainAboutAddress(const std::string& text) try {
 void addProject(CLI::App& command, ServeOptions& options) {
   command
       .add_option("--config", options.source.config,
-                  "The configuration document; an edit takes effect at once")
+                  "The configuration document; edits are noticed")
       ->check(CLI::ExistingFile);
   command.add_option("--geo", options.source.geo, "The location; the default is empty")
       ->check(CLI::ExistingFile);
   addUrlOption(command, options.source);
+  command.get_option("--url")->description("Relay the backend at this base URL");
   addBackendOptions(command, options.source);
   command
       .add_option("--ttl", options.life, "How long a fetched copy may answer; the default is 60")
@@ -52,29 +53,32 @@ void addProject(CLI::App& command, ServeOptions& options) {
 
 void addAddress(CLI::App& command, ServeOptions& options) {
   CLI::Option* const port =
-      command.add_option("--port", options.port, "The port to listen on; 0 picks a free one")
+      command.add_option("--port", options.port, "The port to listen on; by default a free one")
           ->check(CLI::Range(0, 65'535))
           ->capture_default_str();
   command
-      .add_option("--listen", options.address,
-                  "An address and a port to listen on, instead of --port")
-      ->check(complainAboutAddress)
-      ->excludes(port)
-      ->type_name("ADDRESS:PORT");
+      .add_option(
+          "--listen", options.address,
+          "An IP address and a port, such as 0.0.0.0:8080; the default is 127.0.0.1 and --port")
+      ->check(CLI::Validator(complainAboutAddress, "ADDRESS:PORT"))
+      ->excludes(port);
   command
-      .add_option("--max-connections", options.connections,
-                  "More get a 429; the default is " + std::to_string(options.connections))
+      .add_option(
+          "--max-connections", options.connections,
+          "More connections than this get 429; by default " + std::to_string(options.connections))
       ->check(CLI::Range(1, 1'000'000));
   command.add_flag("--log", options.log, "Print a line for each request");
   group(command, "Server");
 }
 
 void addAccess(CLI::App& command, ServeOptions& options) {
-  command.add_option("--api-key", options.keys, "A key that requests need; repeatable")
+  command
+      .add_option("--api-key", options.keys,
+                  "A key; requests must send one of the keys; repeatable")
       ->envname(kKeysVariable)
       ->allow_extra_args(false)
       ->type_name("KEY");
-  command.add_flag("--insecure", options.insecure, "Answer without a key whoever can connect");
+  command.add_flag("--insecure", options.insecure, "Answer anyone, without a key; hides the page");
   command
       .add_option("--allow-origin", options.origins,
                   "Answer pages of this origin, or *; repeatable")

@@ -19,7 +19,7 @@ class App;
 
 namespace corvo::tool {
 
-/// What `corvo serve` is told.
+/// The options of `corvo serve`.
 struct ServeOptions {
   SourceOptions source;
   std::int64_t life = 60;  ///< Of a fetched copy, in seconds.
