@@ -4,13 +4,11 @@
 // to the folder, if there is one.
 
 import assert from 'node:assert/strict';
-import { spawn } from 'node:child_process';
-import { once } from 'node:events';
 import { mkdtemp, rm, writeFile } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
-import { createInterface } from 'node:readline';
 
+import { Served } from '../openfeature/served.mjs';
 import { Page } from './browser.mjs';
 
 const [chromium, corvo, pictures] = process.argv.slice(2);
@@ -28,13 +26,6 @@ const plan = {
   ],
 };
 const edit = (document) => writeFile(config, JSON.stringify(document));
-
-/** The server, and its address. */
-async function serve() {
-  const server = spawn(corvo, ['serve', '--config', config], { stdio: ['ignore', 'pipe', 'ignore'] });
-  const [line] = await once(createInterface(server.stdout), 'line');
-  return { server, url: line.replace('Serving ', '') };
-}
 
 const answerOf = (name) =>
   `[...document.querySelectorAll('.item')].find((item) => item.querySelector('.name').textContent === ${JSON.stringify(name)})` +
@@ -81,8 +72,8 @@ const tests = {
   async 'a lost server is reported'(page, url, server) {
     await edit({ feature_flags: [plan] });
     await page.go(`${url}/?userId=ann`);
-    server.kill('SIGSTOP');
-    server.kill('SIGKILL');
+    server.process.kill('SIGSTOP');
+    await server.end('SIGKILL');
     await page.until(`document.getElementById('renewal').textContent.startsWith('The server does not answer')`);
     assert.equal(await page.evaluate(answerOf('plan')), '"free"');
     page.complaints.length = 0;  // of the connection
@@ -174,9 +165,9 @@ const page = await Page.open(chromium);
 try {
   for (const [name, test] of Object.entries(tests)) {
     await edit({});
-    const { server, url } = await serve();
+    const server = await Served.start(corvo, { path: config }, { stderr: 'ignore' });
     try {
-      await test(page, url, server);
+      await test(page, server.url, server);
       assert.deepEqual(page.complaints, []);
       console.log(`ok: ${name}`);
     } catch (error) {
@@ -184,7 +175,7 @@ try {
       console.log(`FAILED: ${name}\n${error.stack}`);
     } finally {
       page.complaints.length = 0;
-      server.kill('SIGKILL');
+      await server.end('SIGKILL');
     }
   }
 } finally {

@@ -62,11 +62,11 @@ export class Configuration {
 /** One process. */
 export class Served {
   /** `keys` are separated by commas. */
-  static async start(corvo, config, { port = 0, options = [], keys } = {}) {
+  static async start(corvo, config, { port = 0, options = [], keys, stderr = 'inherit' } = {}) {
     const served = new Served();
     const listen = ['serve', '--config', config.path, '--listen', `127.0.0.1:${port}`];
     const env = { ...process.env, ...(keys && { CORVO_API_KEYS: keys }) };
-    served.process = spawn(corvo, [...listen, ...options], { stdio: ['ignore', 'pipe', 'inherit'], env });
+    served.process = spawn(corvo, [...listen, ...options], { stdio: ['ignore', 'pipe', stderr], env });
     served.ended = once(served.process, 'exit');
     served.url = (await firstLine(served.process)).replace('Serving ', '');
     served.port = Number(new URL(served.url).port);

@@ -55,6 +55,8 @@ Backend::~Backend() {
   if (output_) stop(SIGKILL);
 }
 
+int Backend::port() const { return std::stoi(url_.substr(url_.rfind(':') + 1)); }
+
 std::string Backend::nextLine() { return readLine(output_); }
 
 void Backend::signal(int signal) const { kill(process_, signal); }

@@ -30,6 +30,7 @@ class Backend {
   ~Backend();
 
   [[nodiscard]] const std::string& url() const { return url_; }
+  [[nodiscard]] int port() const;
 
   /// The next line that it prints, after the one with its address.
   std::string nextLine();

@@ -23,9 +23,10 @@ inline const JsonArray& list(const JsonValue& value, std::string_view key) {
 inline std::int64_t count(const JsonValue& value, std::string_view key) {
   return *value.find(key)->as<std::int64_t>();
 }
-/// Empty if it is another value.
+/// Empty if it is another value, or not there.
 inline std::string text(const JsonValue& value, std::string_view key) {
-  const auto* const found = value.find(key)->as<std::string>();
+  const auto* const member = value.find(key);
+  const auto* const found = member != nullptr ? member->as<std::string>() : nullptr;
   return found != nullptr ? *found : "";
 }
 

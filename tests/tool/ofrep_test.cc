@@ -380,11 +380,6 @@ TEST_F(OfrepTest, AnswersOnlyWithAProjectThatIsCurrent) {
   publish(edition(document(flag("f", always("3")), "")));
   EXPECT_THAT(ask("f", of("")).body, HasSubstr(R"("value":3)"));
   EXPECT_EQ(second.use_count(), 1);
-
-  publish(edition(R"({"experiments": [{"name": "h", "salt": "s", "allocation": 1, "layer_id": "l",
-      "layer_bounds": [{"lower_bound": 2, "upper_bound": 1}]}]})"));
-  EXPECT_THAT(askAll(of("")).body, HasSubstr("experiment \\\"h\\\""));
-  EXPECT_EQ(askAll(of("")).status, 503);
 }
 
 TEST_F(OfrepTest, KeepsEditionsApartUnderLoad) {

@@ -204,10 +204,9 @@ TEST_F(Serve, ExitsWithoutErrorOnASignal) {
 TEST_F(Serve, AnswersWhatHasBegunUnlessASecondSignalComes) {
   for (const int second : {0, SIGTERM, SIGINT}) {
     Backend backend(arguments());
-    const int port = std::stoi(backend.url().substr(backend.url().rfind(':') + 1));
-    Wire begun(port);
+    Wire begun(backend.port());
     begun.send("GET /config.json HTTP/1.1\r\n");
-    Wire other(port);  // once it is answered, the server has the first one's bytes, too
+    Wire other(backend.port());  // once it is answered, the server has the first one's bytes, too
     other.send("GET /elsewhere HTTP/1.1\r\nHost: a\r\n\r\n");
     other.receive("\r\n\r\n");
     backend.signal(SIGTERM);
@@ -222,7 +221,7 @@ TEST_F(Serve, AnswersWhatHasBegunUnlessASecondSignalComes) {
 
 TEST_F(Serve, RefusesATakenPort) {
   Backend backend(arguments());
-  const std::string port = backend.url().substr(backend.url().rfind(':') + 1);
+  const std::string port = std::to_string(backend.port());
   const Ran taken = runCorvo("serve " + arguments() + " --port " + port);
   EXPECT_EQ(taken.status, 1);
   EXPECT_EQ(taken.err, "cannot listen on 127.0.0.1:" + port + ": Address already in use\n");

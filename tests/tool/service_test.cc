@@ -19,7 +19,9 @@
 
 #include "tests/base/case_table.h"
 #include "tests/tool/backend.h"
+#include "tests/tool/json.h"
 #include "tests/tool/served_folder.h"
+#include "tests/tool/waiting.h"
 
 namespace corvo::tool {
 namespace {
@@ -40,31 +42,21 @@ std::string withValue(const std::string& value) {
   return R"({"feature_flags": [{"name": "a)" + rules + R"(, {"name": "b)" + rules + "]}";
 }
 
-/// The text in a flag's answer.
-std::string valueIn(const JsonValue& answer) {
-  const auto* const object = answer.as<JsonObject>();
-  const auto value = object ? object->find("value") : JsonObject::const_iterator();
-  const auto* const text =
-      object && value != object->end() ? value->second.as<std::string>() : nullptr;
-  return text ? *text : "no text: " + answer.toJson();
-}
-
 /// The value of the flag "a", or "!" and the status.
 std::string valueFrom(httplib::Client& http) {
   const httplib::Result result = http.Post(kFlag, kUser, "application/json");
   if (!result) return "!" + httplib::to_string(result.error());
   if (result->status != 200) return "!" + std::to_string(result->status);
-  return valueIn(JsonValue(*fromCorvoString<JsonObject>(result->body)));
+  return text(json(result->body), "value");
 }
 
-/// Waits until the condition holds, for ten seconds at most.
-template <class Condition>
-bool comes(Condition condition) {
-  for (int i = 0; i < 500 && !condition(); ++i) std::this_thread::sleep_for(20ms);
-  return condition();
+/// The address of the event stream in a bulk answer.
+std::string eventsIn(const std::string& bulk) {
+  const JsonValue answer = json(bulk);
+  return text(*list(answer, "eventStreams").at(0).find("endpoint"), "requestUri");
 }
 
-/// Asks until that is the value, for ten seconds at most.
+/// Asks until that is the value.
 testing::AssertionResult comesTo(httplib::Client& http, const std::string& value) {
   std::string last;
   if (comes([&] { return (last = valueFrom(http)) == value; })) return testing::AssertionSuccess();
@@ -103,17 +95,19 @@ class Reader {
 
   /// The id of the n-th event, from 1, which names the current version; empty if none comes.
   std::string idOf(std::size_t number) {
-    for (int i = 0; i < 500; ++i, std::this_thread::sleep_for(20ms)) {
+    std::string id;
+    comes([&] {
       const std::lock_guard lock(mutex_);
       std::size_t at = 0;
       for (std::size_t n = 0; n < number && at != std::string::npos; ++n) {
         at = text_.find("event: message\nid: ", at + (n > 0 ? 1 : 0));
       }
-      if (at == std::string::npos || text_.find("\n\n", at) == std::string::npos) continue;
-      const std::size_t id = text_.find("id: ", at) + 4;
-      return text_.substr(id, text_.find('\n', id) - id);
-    }
-    return "";
+      if (at == std::string::npos || text_.find("\n\n", at) == std::string::npos) return false;
+      const std::size_t begin = text_.find("id: ", at) + 4;
+      id = text_.substr(begin, text_.find('\n', begin) - begin);
+      return true;
+    });
+    return id;
   }
   std::string text() {
     const std::lock_guard lock(mutex_);
@@ -140,9 +134,7 @@ TEST_F(Service, TellsListenersOfAnEdit) {
   httplib::Client http(backend.url());
   const auto bulk = http.Post(kAll, kUser, "application/json");
   ASSERT_TRUE(bulk);
-  const std::size_t uri = bulk->body.find("/ofrep/v1/events");
-  ASSERT_NE(uri, std::string::npos) << bulk->body;
-  const std::string path = bulk->body.substr(uri, bulk->body.find('"', uri) - uri);
+  const std::string path = eventsIn(bulk->body);
   Reader reader(backend.url(), path);
   replace(withValue("v2"));
   const std::string second = reader.idOf(1);
@@ -157,6 +149,25 @@ TEST_F(Service, TellsListenersOfAnEdit) {
   EXPECT_TRUE(again.idOf(1).starts_with("3-"));
 }
 
+/// Asks for all flags until it is over. They must come from one edition, and no older one may
+/// follow: a later one has longer values.
+void askAll(const std::string& url, const std::atomic<bool>& isOver, std::atomic<int>& answers) {
+  httplib::Client http(url);
+  http.set_keep_alive(true);
+  for (std::string last; !isOver; ++answers) {
+    const auto result = http.Post(kAll, kUser, "application/json");
+    ASSERT_TRUE(result) << httplib::to_string(result.error());
+    ASSERT_EQ(result->status, 200) << result->body;
+    const JsonValue answer = json(result->body);
+    const JsonArray& flags = list(answer, "flags");
+    ASSERT_EQ(flags.size(), 2U);
+    const std::string value = text(flags[0], "value");
+    EXPECT_EQ(text(flags[1], "value"), value);
+    EXPECT_GE(value.size(), last.size()) << "an older edition came back";
+    last = value;
+  }
+}
+
 TEST_F(Service, AnswersFromOneEditionWhileItIsEditedUnderLoad) {
   constexpr int kEdits = 40;
   Backend backend(arguments() + " 2>/dev/null");
@@ -164,23 +175,7 @@ TEST_F(Service, AnswersFromOneEditionWhileItIsEditedUnderLoad) {
   std::atomic<int> answers = 0;
   std::vector<std::jthread> users;
   for (int i = 0; i < 4; ++i) {
-    users.emplace_back([&] {
-      httplib::Client http(backend.url());
-      http.set_keep_alive(true);
-      for (std::string last; !isOver; ++answers) {
-        const auto result = http.Post(kAll, kUser, "application/json");
-        ASSERT_TRUE(result) << httplib::to_string(result.error());
-        ASSERT_EQ(result->status, 200) << result->body;
-        const auto flags =
-            *fromCorvoString<JsonObject>(result->body)->find("flags")->second.as<JsonArray>();
-        std::vector<std::string> values;
-        for (const JsonValue& flag : flags) values.push_back(valueIn(flag));
-        ASSERT_EQ(values.size(), 2U);
-        EXPECT_EQ(values[0], values[1]);
-        EXPECT_GE(values[0].size(), last.size()) << "an older edition came back";
-        last = values[0];
-      }
-    });
+    users.emplace_back([&] { askAll(backend.url(), isOver, answers); });
   }
   std::string value = "v1";
   for (int i = 0; i < kEdits; ++i) {
@@ -225,12 +220,12 @@ TEST_F(Service, EndsUnderLoadWithoutAWrongAnswer) {
 
 TEST_F(Service, RelaysABackend) {
   std::optional<Backend> origin(arguments() + " --api-key k");
-  Backend relay("--url " + origin->url() + " --token k --ttl 1 2>" + folder_ + "said");
+  Backend relay("--url " + origin->url() + " --token k --ttl 4 2>" + folder_ + "said");
   httplib::Client http(relay.url());
   ASSERT_TRUE(comesTo(http, "v1"));
   for (const char* path : {"/", "/config.json", "/geo"}) EXPECT_EQ(http.Get(path)->status, 404);
   EXPECT_EQ(http.Get("/healthz")->body, "ok\n");
-  const auto end = std::chrono::steady_clock::now() + 1500ms;
+  const auto end = std::chrono::steady_clock::now() + 4500ms;
   while (std::chrono::steady_clock::now() < end) {
     ASSERT_EQ(valueFrom(http), "v1") << "a new copy is there before the old one expires";
   }
@@ -276,8 +271,7 @@ TEST_F(Service, NeedsAKeyForAllButItsHealth) {
   EXPECT_EQ(http.Get("/")->status, 200) << "the name of the host does not matter";
   const std::string bulk = http.Post(kAll, kUser, "application/json")->body;
   EXPECT_THAT(bulk, Not(HasSubstr("first"))) << "no key is in an address";
-  const std::size_t uri = bulk.find("/ofrep/v1/events");
-  Reader reader(backend.url(), bulk.substr(uri, bulk.find('"', uri) - uri));
+  Reader reader(backend.url(), eventsIn(bulk));
   replace(withValue("v2"));
   EXPECT_TRUE(reader.idOf(1).starts_with("2-")) << "a browser sends no key with this request";
 }
@@ -348,7 +342,7 @@ TEST_F(Service, CountsWhatItAnswers) {
         "corvo_requests_total{route=\"other\",status=\"404\"} 1\n",
         "corvo_request_duration_seconds_count{route=\"/ofrep/v1/evaluate/flags/*\"} 3\n",
         "\ncorvo_event_listeners 1\n", "\ncorvo_refused_connections_total 0\n",
-        "\ncorvo_configuration_age_seconds 0."}) {
+        "\ncorvo_configuration_age_seconds "}) {
     EXPECT_THAT(metrics->body, HasSubstr(line));
   }
 }

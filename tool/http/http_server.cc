@@ -75,8 +75,7 @@ struct HttpServer::State {
 };
 
 int HttpServer::State::listen(const std::string& host, int port) {
-  const std::string address = host == "localhost" ? "127.0.0.1" : host;
-  const tcp::endpoint endpoint(asio::ip::make_address(address), static_cast<unsigned short>(port));
+  const tcp::endpoint endpoint(asio::ip::make_address(host), static_cast<unsigned short>(port));
   acceptor.open(endpoint.protocol());
 #ifndef _WIN32  // where it would share the port with a server that already listens on it
   acceptor.set_option(tcp::acceptor::reuse_address(true));

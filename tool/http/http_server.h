@@ -34,7 +34,7 @@ class HttpServer {
   ~HttpServer();  ///< No thread may use a stream of this server from now on.
 
   /// Starts to listen, and returns the port; 0 picks a free one. The host is an IPv4 or IPv6
-  /// address or "localhost", which is 127.0.0.1. Throws `std::runtime_error`. Call it once.
+  /// address. Throws `std::runtime_error`. Call it once.
   int listen(const std::string& host, int port);
 
   /// Answers requests on so many threads, this one included, but at least on two: a handler that

@@ -27,7 +27,7 @@ constexpr auto kLingering = 1s;
 /// For the request of a client that is refused anyway, and before it.
 constexpr std::chrono::milliseconds kRefusing = 5s;
 
-/// The answer of the handler, which may throw.
+/// The answer of the handler. This is the last guard: what it throws must not end the process.
 HttpResponse answerOf(const HttpRoute& handler, const HttpRequest& request) try {
   return handler(request);
 } catch (...) {

@@ -14,22 +14,8 @@ namespace corvo::tool {
 
 namespace base = corvo_internal::base;
 
-namespace {
-
-std::string refusalBecauseOfStops(const Project& project) {
-  const std::vector<Project::Stop> stops = project.stops();
-  if (stops.empty()) return "";
-  return "no question can be asked because of experiment " +
-         JsonValue(stops[0].experiment).toJson() + ": " + stops[0].reason;
-}
-
-}  // namespace
-
 PreparedEdition::PreparedEdition(std::shared_ptr<const Edition> of)
-    : edition(std::move(of)),
-      keys(edition->project),
-      catalogue(edition->project),
-      refusal(refusalBecauseOfStops(edition->project)) {}
+    : edition(std::move(of)), keys(edition->project), catalogue(edition->project) {}
 
 EditionAnswers::EditionAnswers(std::shared_ptr<const PreparedEdition> edition,
                                const Surroundings& surroundings)

@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "tool/ofrep/flag_answers.h"
 #include "tool/ofrep/ofrep_context.h"
@@ -21,8 +20,6 @@ struct PreparedEdition {
   std::shared_ptr<const Edition> edition;
   ContextKeys keys;
   FlagCatalogue catalogue;
-  /// Why no question may be asked: a layer bound that would end the process. Otherwise empty.
-  std::string refusal;
 };
 
 /// Answers questions with one edition, which it keeps alive. It reuses its memory, so keep it for

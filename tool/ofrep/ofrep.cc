@@ -74,8 +74,10 @@ Ofrep::State::Answers Ofrep::State::borrow(std::string& refusal) {
         current = std::make_shared<const PreparedEdition>(std::move(published.edition));
       }
     }
-    refusal = current ? current->refusal : published.refusal;
-    if (!current || !refusal.empty()) return nullptr;
+    if (!current) {
+      refusal = std::move(published.refusal);
+      return nullptr;
+    }
     if (!idle.empty()) {
       Answers answers = std::move(idle.back());
       idle.pop_back();
@@ -93,7 +95,7 @@ void Ofrep::State::giveBack(Answers answers) {
 }
 
 // A failed request may leave its answers in any state, so they are not given back. Its message may
-// contain anything, so it is not shown.
+// contain anything, so it is not shown. Clients of the protocol read JSON, even then.
 template <class Answer>
 HttpResponse Ofrep::State::respond(const HttpRequest& request, std::optional<std::string_view> key,
                                    Answer answer) {

@@ -3,12 +3,19 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "tool/http/http_message.h"
 #include "tool/ofrep/publication.h"
 #include "tool/surroundings.h"
 
 namespace corvo::tool {
+
+/// What all paths of the protocol begin with.
+inline constexpr std::string_view kOfrepPath = "/ofrep/";
+/// Its two questions, as a `Router` reads them.
+inline constexpr std::string_view kFlagsPath = "/ofrep/v1/evaluate/flags";
+inline constexpr std::string_view kFlagPath = "/ofrep/v1/evaluate/flags/*";
 
 /// The two questions of the OpenFeature Remote Evaluation Protocol, version 0.3.0. Thread-safe.
 /// Refers to its arguments.

@@ -15,7 +15,7 @@ namespace corvo::tool {
 
 /// A project that may answer questions. Immutable.
 struct Edition {
-  Project project;
+  Project project;            ///< Without `stops()`: a question that reaches one ends the process.
   PropertyMap location = {};  ///< Of users without one of their own.
   /// Of project and location; differs if one of them does. Letters, digits, "-" and "_".
   std::string version = {};

@@ -9,8 +9,10 @@
 #include <utility>
 
 #include "base/md5.h"
+#include "tool/ofrep/ofrep.h"
 #include "tool/serve/cors.h"
 #include "tool/serve/event_stream.h"
+#include "tool/serve/monitoring.h"
 
 namespace corvo::tool {
 namespace {
@@ -82,7 +84,7 @@ bool isLocal(std::string_view host) {
 }
 
 bool isForProxies(std::string_view path) {
-  return path.starts_with("/ofrep/") || path == kHealthPath || path == kMetricsPath;
+  return path.starts_with(kOfrepPath) || path == kHealthPath || path == kMetricsPath;
 }
 
 }  // namespace

@@ -2,16 +2,11 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "tool/http/http_message.h"
 
 namespace corvo::tool {
-
-/// The path that needs no key: load balancers and orchestrators cannot send one.
-inline constexpr std::string_view kHealthPath = "/healthz";
-inline constexpr std::string_view kMetricsPath = "/metrics";
 
 /// The keys of which a request needs one, if there are any.
 class ApiKeys {

@@ -29,6 +29,9 @@ class Metrics {
   /// The route, counted. Refers to this object.
   [[nodiscard]] HttpRoute around(HttpRoute route);
 
+  /// Counts a request. The name of its route has static storage.
+  void count(std::string_view route, int status, std::chrono::nanoseconds duration);
+
   /// The values in the text format of Prometheus, version 0.0.4, with these after them.
   [[nodiscard]] std::string text(const std::vector<Gauge>& gauges) const;
 
@@ -51,7 +54,6 @@ class Metrics {
     Counts counts;  // guarded
   };
 
-  void count(std::string_view route, int status, std::chrono::nanoseconds duration);
   [[nodiscard]] Counts sum() const;
 
   mutable std::array<Shard, 16> shards_;

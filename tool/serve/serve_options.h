@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tool/http/http_server.h"
 #include "tool/http/listen_address.h"
 #include "tool/serve/fault_injection.h"
 #include "tool/source.h"
@@ -25,7 +26,7 @@ struct ServeOptions {
   std::int64_t life = 60;  ///< Of a fetched copy, in seconds.
   std::string address;     ///< As given; empty: this machine, and the port.
   int port = 0;
-  std::size_t connections = 4'000;
+  std::size_t connections = HttpLimits{}.connections;
   std::vector<std::string> keys;  ///< As given, before `settle`: also several with commas between.
   bool insecure = false;
   std::vector<std::string> origins;

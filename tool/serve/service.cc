@@ -80,9 +80,9 @@ void Service::readFiles() {
 }
 
 void Service::addRoutes() {
-  router_.add("POST", "/ofrep/v1/evaluate/flags",
+  router_.add("POST", kFlagsPath,
               [this](const HttpRequest& request) { return ofrep_.evaluateAll(request); });
-  router_.add("POST", "/ofrep/v1/evaluate/flags/*",
+  router_.add("POST", kFlagPath,
               [this](const HttpRequest& request) { return ofrep_.evaluate(request); });
   router_.add("GET", kEventsPath,
               [this](const HttpRequest& request) { return events_.open(request); });
@@ -103,10 +103,11 @@ HttpRoute Service::handler() {
   return options_.log ? logged(std::move(route)) : route;
 }
 
+/// A failure is an answer, too, so that it is counted and logged. Nobody outside learns why.
 HttpResponse Service::answer(const HttpRequest& request) const {
   try {
     return router_.answer(request);
-  } catch (const std::exception&) {  // nobody outside learns why
+  } catch (const std::exception&) {
     return refusal(500, "internal error");
   }
 }
