@@ -80,9 +80,10 @@ std::string Metrics::text(const std::vector<Gauge>& gauges) const {
   constexpr std::string_view kDuration = "corvo_request_duration_seconds";
   text += head(kDuration, "histogram", "The time from a complete request to its answer.");
   for (const auto& [route, durations] : all.durations) {
-    const auto line = [&, labels = label(route)](const char* suffix, const std::string& more,
-                                                 const std::string& value) {
-      text += std::string(kDuration) + suffix + "{" + labels + more + "} " + value + "\n";
+    const std::string labels = label(route);
+    const auto line = [&](const char* suffix, const std::string& more, const std::string& value) {
+      text.append(kDuration).append(suffix).append("{").append(labels).append(more);
+      text.append("} ").append(value).append("\n");
     };
     std::uint64_t count = 0;
     for (std::size_t i = 0; i < durations.counts.size(); ++i) {
