@@ -119,10 +119,11 @@ class Lists {
     if (about_ == nullptr) return;
     if (auto details = about_->getUserExperimentsDetails()) details_ = std::move(details).value();
     const std::vector<ListedExperiment> experiments = allExperiments(project_);
-    std::vector<std::size_t> positions;
-    for (const ListedExperiment& each : experiments) positions.push_back(each.position);
-    for (const Evaluation::Placement& each : about_->placements(positions)) {
-      placements_.push_back(each);
+    std::vector<std::size_t> positions(experiments.size());
+    std::ranges::transform(experiments, positions.begin(), &ListedExperiment::position);
+    const auto placements = about_->placements(positions);
+    placements_.assign(placements.begin(), placements.end());
+    for (const Evaluation::Placement& each : placements_) {
       if (each.group) firstJoined_.emplace(experiments[each.experiment].name, each.experiment);
     }
   }
