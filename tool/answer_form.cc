@@ -4,8 +4,6 @@
 
 #include <corvo/json_value.h>
 
-#include <algorithm>
-#include <functional>
 #include <string_view>
 #include <unordered_set>
 

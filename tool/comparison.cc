@@ -5,7 +5,6 @@
 #include <corvo/evaluation.h>
 
 #include <algorithm>
-#include <functional>
 #include <map>
 #include <memory>
 #include <span>

@@ -3,13 +3,11 @@
 #include <corvo/evaluation_context.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cstddef>
 #include <iostream>
 #include <limits>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "tool/commands.h"
 #include "tool/comparison.h"

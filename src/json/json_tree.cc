@@ -222,4 +222,12 @@ JsonTree::JsonTree(std::string_view json) : source_(std::make_unique<Source>()) 
 
 JsonTree::~JsonTree() = default;
 
+const JsonNode* lastMember(const JsonNode& object, std::string_view key) noexcept {
+  const JsonNode* last = nullptr;
+  for (const auto [name, value] : JsonMembers(object)) {
+    if (name == key) last = &value;
+  }
+  return last;
+}
+
 }  // namespace corvo::corvo_internal::json

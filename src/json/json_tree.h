@@ -69,6 +69,9 @@ class JsonMembers {
   const JsonNode& object_;
 };
 
+/// The member of an object that counts: the last one with that key; null if there is none.
+[[nodiscard]] const JsonNode* lastMember(const JsonNode& object, std::string_view key) noexcept;
+
 /// A JSON text in which every value is parsed and checked: strict RFC 8259 in UTF-8, a leading byte
 /// order mark skipped, at most 512 levels of arrays and objects and 512 MiB. Numbers are checked
 /// against the grammar only; the reader of a number checks whether it fits its type. Owns

@@ -17,8 +17,8 @@ using json::JsonElements;
 using json::JsonKind;
 using json::JsonMembers;
 using json::JsonNode;
+using json::lastMember;
 using project::Document;
-using project::lastMember;
 using project::Placed;
 
 /// Collects findings by the nodes of one document's tree.

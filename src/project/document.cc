@@ -20,14 +20,6 @@ std::vector<Placed<R>> ours(const std::vector<Placed<R>>& all) {
 
 }  // namespace
 
-const json::JsonNode* lastMember(const json::JsonNode& object, std::string_view key) noexcept {
-  const json::JsonNode* last = nullptr;
-  for (const auto [name, value] : json::JsonMembers(object)) {
-    if (name == key) last = &value;
-  }
-  return last;
-}
-
 Document::Document(std::string_view text) : tree_(text), root_(tree_.root()), decoder_(&dropped_) {
   if (root_ == nullptr || !decoder_.read(*root_, config_)) return;
   isConfiguration_ = true;

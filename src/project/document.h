@@ -23,10 +23,6 @@ struct Placed {
   const R* operator->() const noexcept { return record; }
 };
 
-/// The member of an object that counts: the last one with that key; null if there is none.
-[[nodiscard]] const json::JsonNode* lastMember(const json::JsonNode& object,
-                                               std::string_view key) noexcept;
-
 /// A document decoded as tolerantly as a client does, with the node of each record.
 class Document {
  public:
@@ -58,7 +54,7 @@ class Document {
     const auto look = [&](const auto& field) {
       if constexpr (std::is_same_v<decltype(field.member), M R::*>) {
         if (field.member != member || found != nullptr) return;
-        const json::JsonNode* node = lastMember(*owner.node, field.key);
+        const json::JsonNode* node = json::lastMember(*owner.node, field.key);
         if (node != nullptr && node->kind != json::JsonKind::null) found = node;
       }
     };

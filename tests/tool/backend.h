@@ -21,6 +21,14 @@ Ran run(const std::string& command, const std::string& folder = ".");
 /// Runs `corvo` with the arguments, written as for the shell.
 Ran runCorvo(const std::string& arguments, const std::string& folder = ".");
 
+/// Whether a backend may miss a signal. GCC's thread sanitizer loses some of those that come while
+/// a thread is running, even in a program of a few lines.
+#ifdef __SANITIZE_THREAD__
+inline constexpr bool kLosesSignals = true;
+#else
+inline constexpr bool kLosesSignals = false;
+#endif
+
 /// `corvo serve` on a free port, from construction until it is stopped or destroyed.
 class Backend {
  public:

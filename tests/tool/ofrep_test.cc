@@ -60,9 +60,8 @@ class OfrepTest : public testing::Test {
   }
   HttpResponse ask(const std::string& name, std::string body) {
     HttpRequest request;
-    request.rest = name;
     request.body = std::move(body);
-    return ofrep.evaluate(request);
+    return ofrep.evaluate(request, name);
   }
   HttpResponse askAll(std::string body, const std::vector<std::string>& knownTags = {}) {
     HttpRequest request;

@@ -173,6 +173,7 @@ TEST_F(Serve, WaitsAndDrips) {
 }
 
 TEST_F(Serve, AnswersAndEndsWhileOtherAnswersDrip) {
+  if (kLosesSignals) GTEST_SKIP() << "the thread sanitizer";
   write("config.json", "\"" + std::string(10'000, 'x') + "\"");
   Backend backend(arguments() + " --drip 50 2>/dev/null");
   std::vector<std::jthread> slow;  // each would take minutes
@@ -198,10 +199,12 @@ TEST_F(Serve, EscapesControlCharactersInItsLog) {
 }
 
 TEST_F(Serve, ExitsWithoutErrorOnASignal) {
+  if (kLosesSignals) GTEST_SKIP() << "the thread sanitizer";
   for (const int signal : {SIGINT, SIGTERM}) EXPECT_EQ(Backend(arguments()).stop(signal), 0);
 }
 
 TEST_F(Serve, AnswersWhatHasBegunUnlessASecondSignalComes) {
+  if (kLosesSignals) GTEST_SKIP() << "the thread sanitizer";
   for (const int second : {0, SIGTERM, SIGINT}) {
     Backend backend(arguments());
     Wire begun(backend.port());

@@ -26,7 +26,6 @@ struct HttpRequest {
   std::multimap<std::string, std::string> query = {};  ///< Decoded.
   std::multimap<std::string, std::string, FieldOrder> headers = {};
   std::string body = {};
-  std::string rest = {};   ///< What "*" in the path of its route stands for, decoded.
   bool isSurplus = false;  ///< Too many connections are open. This one ends with the answer.
 
   /// The first header of that name, or the first query parameter; empty if there is none.

@@ -117,13 +117,14 @@ void HttpSession::answer(HttpRequest request) {
   keepsAlive_ = isAdmitted_ && reader_.keepsAlive();
   isHead_ = request.method == "HEAD";
   response_ = answerOf(all_.handler, request);
+  if (!isAdmitted_) response_.stream = nullptr;
   if (response_.delay <= 0ms) return send();
   waitUntil(Clock::now() + response_.delay, &HttpSession::send);
 }
 
 void HttpSession::send() {
-  if (isEnding_ && !hasArrived()) keepsAlive_ = false;
-  if (response_.stream && !isHead_ && isAdmitted_) return beginStream();
+  if (all_.isEnding() && !hasArrived()) keepsAlive_ = false;
+  if (response_.stream && !isHead_) return beginStream();
   head_ = headOf(response_, keepsAlive_, reader_.readsChunks());
   if (isHead_ || !hasBody(response_.status)) response_.body.clear();
   sentBytes_ = 0;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -28,6 +29,7 @@ class HttpSessions {
   /// Ends all connections as soon as they have no request to answer.
   void end();
 
+  [[nodiscard]] bool isEnding() const { return isEnding_; }
   [[nodiscard]] std::size_t admitted() const;
   [[nodiscard]] std::size_t refused() const;
 
@@ -37,7 +39,7 @@ class HttpSessions {
   std::unordered_map<const HttpSession*, std::weak_ptr<HttpSession>> open_;  // guarded
   std::size_t admitted_ = 0;                                                 // guarded
   std::size_t refused_ = 0;                                                  // guarded
-  bool isEnding_ = false;                                                    // guarded
+  std::atomic<bool> isEnding_ = false;
 };
 
 }  // namespace corvo::tool

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <utility>
 
 namespace corvo::tool {
 namespace {

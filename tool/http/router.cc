@@ -2,7 +2,6 @@
 
 #include "tool/http/router.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "tool/http/request_target.h"
@@ -10,14 +9,12 @@
 namespace corvo::tool {
 namespace {
 
-/// Whether the path is the route's. Then sets what "*" stands for.
-bool fits(std::string_view route, HttpRequest& request) {
+/// Whether the path is the route's.
+bool fits(std::string_view route, const HttpRequest& request) {
   if (!route.ends_with("/*")) return request.path == route;
   route.remove_suffix(1);
   const std::string_view path = request.rawPath;
-  if (!path.starts_with(route) || path.size() == route.size()) return false;
-  request.rest = percentDecoded(path.substr(route.size()));
-  return true;
+  return path.starts_with(route) && path.size() > route.size();
 }
 
 /// Adds a method to a list of them, once.
@@ -29,11 +26,15 @@ void list(std::string& methods, std::string_view method) {
 
 }  // namespace
 
+std::string starOf(std::string_view route, const HttpRequest& request) {
+  return percentDecoded(std::string_view(request.rawPath).substr(route.size() - 1));
+}
+
 void Router::add(std::string_view method, std::string_view path, HttpRoute route) {
   entries_.push_back({method, path, std::move(route)});
 }
 
-HttpResponse Router::answer(HttpRequest request) const {
+HttpResponse Router::answer(const HttpRequest& request) const {
   const std::string method = request.method == "HEAD" ? "GET" : request.method;
   std::string allowed;
   std::string_view found = "other";

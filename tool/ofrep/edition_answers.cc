@@ -14,8 +14,23 @@ namespace corvo::tool {
 
 namespace base = corvo_internal::base;
 
-PreparedEdition::PreparedEdition(std::shared_ptr<const Edition> of)
-    : edition(std::move(of)), keys(edition->project), catalogue(edition->project) {}
+namespace {
+
+/// The address of the stream says which edition the client has, so that it misses none.
+std::string streamsMember(std::string_view path, const std::string& version) {
+  const char mark = path.find('?') == std::string_view::npos ? '?' : '&';
+  const std::string uri = std::string(path) + mark + "since=" + version;
+  return R"("eventStreams":[{"type":"sse","endpoint":{"requestUri":)" + JsonValue(uri).toJson() +
+         R"(},"inactivityDelaySec":120}])";
+}
+
+}  // namespace
+
+PreparedEdition::PreparedEdition(std::shared_ptr<const Edition> of, std::string_view streamPath)
+    : edition(std::move(of)),
+      keys(edition->project),
+      catalogue(edition->project),
+      streams(streamsMember(streamPath, edition->version)) {}
 
 EditionAnswers::EditionAnswers(std::shared_ptr<const PreparedEdition> edition,
                                const Surroundings& surroundings)
@@ -40,7 +55,7 @@ std::optional<std::string> EditionAnswers::one(std::string_view flag) {
 
 // The tag is the digest of the parts' digests, each of which is computed once. Digesting the whole
 // text would double the time. Equal texts have equal parts.
-EditionAnswers::All EditionAnswers::all(std::string_view streamPath) {
+EditionAnswers::All EditionAnswers::all() {
   std::string json = "{\"flags\":[";
   digests_.clear();
   for (const auto& decision : about_.flagDecisions(edition_->catalogue.all())) {
@@ -52,10 +67,7 @@ EditionAnswers::All EditionAnswers::all(std::string_view streamPath) {
   const std::size_t flagsEnd = json.size();
   json += "],\"metadata\":{";
   if (!context_.ignored().empty()) json += ignoredMember();
-  const char mark = streamPath.find('?') == std::string_view::npos ? '?' : '&';
-  const std::string uri = std::string(streamPath) + mark + "since=" + edition_->edition->version;
-  json += R"(},"eventStreams":[{"type":"sse","endpoint":{"requestUri":)" + JsonValue(uri).toJson() +
-          R"(},"inactivityDelaySec":120}]})";
+  json.append("},").append(edition_->streams).append("}");
   const auto digest = base::hexDigits(base::md5(digests_, std::string_view(json).substr(flagsEnd)));
   return {std::move(json), "\"" + std::string(base::view(digest)) + "\""};
 }

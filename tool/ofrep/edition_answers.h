@@ -15,11 +15,13 @@ namespace corvo::tool {
 
 /// An edition with what all its answers have in common. Immutable.
 struct PreparedEdition {
-  explicit PreparedEdition(std::shared_ptr<const Edition> of);
+  /// `streamPath` is the address of the event stream: its path, and perhaps a query.
+  PreparedEdition(std::shared_ptr<const Edition> of, std::string_view streamPath);
 
   std::shared_ptr<const Edition> edition;
   ContextKeys keys;
   FlagCatalogue catalogue;
+  std::string streams;  ///< The member of bulk answers that names the stream.
 };
 
 /// Answers questions with one edition, which it keeps alive. It reuses its memory, so keep it for
@@ -45,7 +47,7 @@ class EditionAnswers {
     std::string json;
     std::string tag;
   };
-  [[nodiscard]] All all(std::string_view streamPath);
+  [[nodiscard]] All all();
 
  private:
   [[nodiscard]] std::string ignoredMember() const;

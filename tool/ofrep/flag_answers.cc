@@ -5,7 +5,6 @@
 #include <corvo/json_value.h>
 #include <corvo/property.h>
 
-#include <algorithm>
 #include <cmath>
 #include <numeric>
 #include <utility>
@@ -39,15 +38,9 @@ std::size_t fromOne(std::optional<std::size_t> position) { return position ? *po
 }  // namespace
 
 FlagCatalogue::FlagCatalogue(const Project& project)
-    : flags_(project.flags()), all_(flags_.size()) {
+    : flags_(project.flags()), all_(flags_.size()), experiments_(allExperiments(project)) {
   std::iota(all_.begin(), all_.end(), std::size_t{0});
   for (const std::size_t each : all_) positions_.emplace(flags_[each].name, each);
-  for (auto& list : {project.experiments(), project.holdouts()}) {
-    for (const Project::Experiment& each : list) {
-      experiments_.resize(std::max(experiments_.size(), each.position + 1));
-      experiments_[each.position] = each;
-    }
-  }
 }
 
 std::optional<std::size_t> FlagCatalogue::find(std::string_view name) const {

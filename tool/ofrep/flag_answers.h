@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "base/md5.h"
+#include "tool/experiment_list.h"
 
 namespace corvo::tool {
 
@@ -36,7 +37,7 @@ class FlagCatalogue {
   std::vector<Project::Flag> flags_;
   std::vector<std::size_t> all_;
   std::unordered_map<std::string, std::size_t, TextHash, std::equal_to<>> positions_;
-  std::vector<Project::Experiment> experiments_;
+  std::vector<ListedExperiment> experiments_;
 };
 
 /// An answer about one flag.

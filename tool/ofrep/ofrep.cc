@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "tool/http/entity_tag.h"
 #include "tool/ofrep/edition_answers.h"
-#include "tool/ofrep/entity_tag.h"
 
 namespace corvo::tool {
 namespace {
@@ -71,7 +71,7 @@ Ofrep::State::Answers Ofrep::State::borrow(std::string& refusal) {
     if (!current || current->edition != published.edition) {
       former = {std::exchange(current, nullptr), std::exchange(idle, {})};
       if (published.edition) {
-        current = std::make_shared<const PreparedEdition>(std::move(published.edition));
+        current = std::make_shared<const PreparedEdition>(std::move(published.edition), streamPath);
       }
     }
     if (!current) {
@@ -119,18 +119,18 @@ Ofrep::Ofrep(const Publication& publication, const Surroundings& surroundings,
     : state_(std::make_unique<State>(publication, surroundings, std::move(streamPath))) {}
 Ofrep::~Ofrep() = default;
 
-HttpResponse Ofrep::evaluate(const HttpRequest& request) {
-  return state_->respond(request, request.rest, [&](EditionAnswers& answers) {
-    auto json = answers.one(request.rest);
+HttpResponse Ofrep::evaluate(const HttpRequest& request, const std::string& flag) {
+  return state_->respond(request, flag, [&](EditionAnswers& answers) {
+    auto json = answers.one(flag);
     return json ? jsonResponse(200, *std::move(json))
-                : jsonResponse(404, failureJson(request.rest, "FLAG_NOT_FOUND",
+                : jsonResponse(404, failureJson(flag, "FLAG_NOT_FOUND",
                                                 "there is no such flag for the user"));
   });
 }
 
 HttpResponse Ofrep::evaluateAll(const HttpRequest& request) {
   return state_->respond(request, std::nullopt, [&](EditionAnswers& answers) {
-    auto [json, tag] = answers.all(state_->streamPath);
+    auto [json, tag] = answers.all();
     HttpResponse response =
         isKnownTag(request, tag) ? jsonResponse(304, "") : jsonResponse(200, std::move(json));
     response.headers.emplace_back("ETag", std::move(tag));

@@ -26,8 +26,8 @@ class Ofrep {
   Ofrep(const Publication& publication, const Surroundings& surroundings, std::string streamPath);
   ~Ofrep();
 
-  /// The answer for the flag `request.rest`.
-  [[nodiscard]] HttpResponse evaluate(const HttpRequest& request);
+  /// The answer for one flag.
+  [[nodiscard]] HttpResponse evaluate(const HttpRequest& request, const std::string& flag);
   /// The answer for all flags.
   [[nodiscard]] HttpResponse evaluateAll(const HttpRequest& request);
 

@@ -24,15 +24,6 @@ constexpr std::string_view kTargetingKey = "targetingKey";
 constexpr std::string_view kUserId = "userId";
 constexpr std::string_view kCustom = "custom.";
 
-// The last member of that name, or null.
-const JsonNode* memberOf(const JsonNode& object, std::string_view name) {
-  const JsonNode* last = nullptr;
-  for (const auto [key, value] : JsonMembers(object)) {
-    if (key == name) last = &value;
-  }
-  return last;
-}
-
 bool isObject(const JsonNode* value) { return value != nullptr && value->kind == JsonKind::object; }
 
 std::optional<double> doubleOf(std::string_view literal) {
@@ -131,7 +122,7 @@ std::optional<OfrepFailure> OfrepContext::read(std::string_view body) {
     return OfrepFailure{"PARSE_ERROR", "the body is invalid: " + std::string(tree_->error())};
   }
   if (!isObject(root)) return invalid("the body is not an object");
-  const JsonNode* const user = memberOf(*root, "context");
+  const JsonNode* const user = corvo_internal::json::lastMember(*root, "context");
   if (!isObject(user)) return invalid("the body has no object \"context\"");
   return readUser(*user);
 }

@@ -9,7 +9,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <utility>
 
 namespace corvo::tool {
 

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/md5.h"
+#include "base/text.h"
 #include "tool/ofrep/ofrep.h"
 #include "tool/serve/cors.h"
 #include "tool/serve/event_stream.h"
@@ -60,15 +61,12 @@ std::string ticketOf(std::string_view key) {
       corvo_internal::base::view(hexDigits(md5({outer.data(), outer.size()}, bytes(first)))));
 }
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
-
 /// The token of "Bearer TOKEN", whose scheme may have any letter case; otherwise empty.
 std::string_view bearerIn(std::string_view authorization) {
-  constexpr std::string_view kScheme = "bearer ";
-  const std::string_view scheme = authorization.substr(0, kScheme.size());
-  if (!std::ranges::equal(scheme, kScheme, {}, lower)) return {};
-  authorization.remove_prefix(scheme.size());
-  const std::size_t begin = std::min(authorization.find_first_not_of(' '), authorization.size());
+  const std::size_t end = std::min(authorization.find(' '), authorization.size());
+  if (!corvo_internal::base::equalsLowerCased(authorization.substr(0, end), "bearer")) return {};
+  const std::size_t begin =
+      std::min(authorization.find_first_not_of(' ', end), authorization.size());
   return authorization.substr(begin);
 }
 
@@ -79,8 +77,8 @@ bool isLocal(std::string_view host) {
   const std::string_view name = host.substr(0, host.find(':'));
   const std::string_view last = name.substr(name.rfind('.') + 1);
   const bool isNumber = last.find_first_not_of("0123456789") == std::string_view::npos;
-  constexpr std::string_view kLocal = "localhost";
-  return host.empty() || std::ranges::equal(name, kLocal, {}, lower) || (!last.empty() && isNumber);
+  return host.empty() || corvo_internal::base::equalsLowerCased(name, "localhost") ||
+         (!last.empty() && isNumber);
 }
 
 bool isForProxies(std::string_view path) {

@@ -2,8 +2,6 @@
 
 #include "tool/serve/event_stream.h"
 
-#include <utility>
-
 namespace corvo::tool {
 namespace {
 
@@ -36,7 +34,6 @@ HttpResponse EventStream::open(const HttpRequest& request) {
                         .body = kPulse,
                         // The second one is nginx's: it must not collect what is sent.
                         .headers = {{"Cache-Control", "no-store"}, {"X-Accel-Buffering", "no"}}};
-  if (request.method == "HEAD") return response;
   response.stream = [this, lastId = std::string(request.header("Last-Event-ID")),
                      since = request.parameter("since")](const HttpStream& listener) {
     join(listener, lastId, since);

@@ -3,7 +3,6 @@
 #include "tool/serve/findings_view.h"
 
 #include <cstddef>
-#include <string_view>
 #include <vector>
 
 #include "json/json_places.h"

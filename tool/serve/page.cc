@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "tool/html.h"
+#include "tool/http/entity_tag.h"
 #include "tool/serve/findings_view.h"
 #include "tool/serve/page_query.h"
 #include "tool/serve/page_template.h"
@@ -59,7 +60,7 @@ HttpRoute pageOf(ServedProject& project) {
   return [&project](const HttpRequest& request) {
     const auto snapshot = project.now();
     const std::string tag = "\"" + snapshot->version + "\"";
-    if (request.header("If-None-Match") == tag) return HttpResponse{.status = 304};
+    if (isKnownTag(request, tag)) return HttpResponse{.status = 304};
     const std::string nonce = makeNonce();
     return HttpResponse{.type = "text/html; charset=utf-8",
                         .body = pageFor(project, *snapshot, request, nonce),

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "tool/http/http_server.h"
+#include "tool/http/http_message.h"
 #include "tool/serve/served_project.h"
 
 namespace corvo::tool {

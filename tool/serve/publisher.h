@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "tool/ofrep/publication.h"
 #include "tool/serve/event_stream.h"

@@ -82,8 +82,9 @@ void Service::readFiles() {
 void Service::addRoutes() {
   router_.add("POST", kFlagsPath,
               [this](const HttpRequest& request) { return ofrep_.evaluateAll(request); });
-  router_.add("POST", kFlagPath,
-              [this](const HttpRequest& request) { return ofrep_.evaluate(request); });
+  router_.add("POST", kFlagPath, [this](const HttpRequest& request) {
+    return ofrep_.evaluate(request, starOf(kFlagPath, request));
+  });
   router_.add("GET", kEventsPath,
               [this](const HttpRequest& request) { return events_.open(request); });
   router_.add("GET", kHealthPath, [this](const HttpRequest&) { return healthOf(publication_); });

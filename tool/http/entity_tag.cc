@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tool/ofrep/entity_tag.h"
+#include "tool/http/entity_tag.h"
 
 #include <algorithm>
 
