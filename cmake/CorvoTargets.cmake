@@ -94,6 +94,15 @@ function(corvo_test folder)
   add_test(NAME ${folder} COMMAND ${target} --gtest_shuffle --gtest_brief=1)
 endfunction()
 
+# Builds the program of a test when the test runs, under the label "rebuilt". For programs that compile the
+# library once more, which takes too long for each build.
+function(corvo_build_when_tested target test)
+  set_target_properties(${target} PROPERTIES EXCLUDE_FROM_ALL ON)
+  add_test(NAME ${test}-build COMMAND ${CMAKE_COMMAND} --build ${PROJECT_BINARY_DIR} --target ${target})
+  set_tests_properties(${test}-build PROPERTIES FIXTURES_SETUP ${test} RUN_SERIAL ON LABELS rebuilt)
+  set_tests_properties(${test} PROPERTIES FIXTURES_REQUIRED ${test} LABELS rebuilt)
+endfunction()
+
 # In place of a test whose packages are missing: a test that is skipped, and says in its name how to get them.
 function(corvo_skip_test label name)
   message(NOTICE "${name}")

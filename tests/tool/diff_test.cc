@@ -21,7 +21,7 @@ namespace corvo::tool {
 namespace {
 
 constexpr const char* kFolder = CORVO_TOOL_CASES "diff";
-constexpr std::int64_t kUsers = 3'000;
+constexpr std::int64_t kUsers = 1'000;
 const std::string kVaried =
     " --vary custom.plan=0.3:gold --vary custom.plan=0.2:free --vary custom.basket=0.4:150";
 
@@ -369,7 +369,8 @@ TEST_F(Diff, AgreesWithTheEngineUserByUser) {
     ASSERT_NE(newText, oldText);
     std::ofstream(new_) << newText;
     const Project after = Project::decode(newText, Project::Filter::client).value();
-    const Ran ran = runCorvo(questions + kVaried + " --users 3000 --jobs 3 --users-out " + users_);
+    const Ran ran = runCorvo(questions + kVaried + " --users " + std::to_string(kUsers) +
+                             " --jobs 3 --users-out " + users_);
     ASSERT_EQ(ran.status, 0) << ran.err;
     const std::vector<PropertyMap> users = usersIn(users_);
     EXPECT_EQ(users.size(), kUsers);
