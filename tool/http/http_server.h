@@ -41,8 +41,8 @@ class HttpServer {
   /// takes long occupies one. An idle connection or stream costs no thread, and neither does an
   /// answer that is slow on purpose.
   ///
-  /// When SIGINT or SIGTERM arrives, it accepts no more, closes streams and idle connections,
-  /// answers all requests of which a byte has arrived, and returns; slow answers are sent at full
+  /// When SIGINT or SIGTERM arrives, it accepts no more, closes streams, answers all requests of
+  /// which a byte has arrived or arrives within a second, and returns; slow answers are sent at full
   /// speed then. A second signal ends the process at once.
   void run(std::size_t threads);
 

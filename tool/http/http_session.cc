@@ -56,8 +56,7 @@ void HttpSession::end() {
     self->isEnding_ = true;
     if (self->isStream_) return self->endStream();
     self->pause_.cancel();
-    Error ignored;
-    if (self->isIdle_) self->socket_.cancel(ignored);
+    if (self->isIdle_) self->limitIdle();
   });
 }
 
@@ -65,8 +64,7 @@ void HttpSession::beginRequest() {
   isLimited_ = false;
   isIdle_ = !reader_.hasBytes();
   if (!isIdle_) return readOn();
-  if (isEnding_ && !hasArrived()) return linger();
-  limit(isAdmitted_ ? all_.limits.idle : kRefusing);
+  limitIdle();
   receive();
 }
 
@@ -78,8 +76,6 @@ void HttpSession::receive() {
 
 void HttpSession::received(const Error& error, std::size_t size) {
   if (isLate_ && !isIdle_) return refuse(refusal(408, "the request takes too long"));
-  // The end stops waiting, but a request may have arrived at the same time.
-  if (error == asio::error::operation_aborted && isEnding_ && hasArrived()) return receive();
   if (error) return close();
   isIdle_ = false;
   reader_.received(size);
@@ -216,6 +212,10 @@ void HttpSession::limit(Clock::duration time) {
 }
 
 void HttpSession::limitNothing() { deadline_.expires_at(Clock::time_point::max()); }
+
+void HttpSession::limitIdle() {
+  limit(isEnding_ ? kLingering : isAdmitted_ ? all_.limits.idle : kRefusing);
+}
 
 void HttpSession::limitRequest() {
   if (!std::exchange(isLimited_, true)) limit(isAdmitted_ ? all_.limits.request : kRefusing);

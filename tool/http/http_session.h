@@ -78,6 +78,7 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   void waitUntil(Clock::time_point time, Next next);
   void limit(Clock::duration time);
   void limitNothing();
+  void limitIdle();
   void limitRequest();
 
   HttpSessions& all_;
