@@ -42,8 +42,8 @@ class HttpServer {
   /// answer that is slow on purpose.
   ///
   /// When SIGINT or SIGTERM arrives, it accepts no more, closes streams, answers all requests of
-  /// which a byte has arrived or arrives within a second, and returns; slow answers are sent at full
-  /// speed then. A second signal ends the process at once.
+  /// which a byte has arrived or arrives within a second, and returns; slow answers are sent at
+  /// full speed then. A second signal ends the process at once.
   void run(std::size_t threads);
 
   /// How many connections are open, and how many were refused because too many were.

@@ -119,6 +119,7 @@ void HttpSession::answer(HttpRequest request) {
 }
 
 void HttpSession::send() {
+  // The end may have begun without this connection having been told yet.
   if (all_.isEnding() && !hasArrived()) keepsAlive_ = false;
   if (response_.stream && !isHead_) return beginStream();
   head_ = headOf(response_, keepsAlive_, reader_.readsChunks());
