@@ -293,6 +293,20 @@ TEST(HttpServer, CutsClientsOffThatDrip) {
   isOver = true;
 }
 
+TEST(HttpServer, CutsClientsOffThatGoOnAfterTheirLastAnswer) {
+  Running running(echo);
+  Wire flooding(running.port);
+  flooding.send("nonsense\r\n\r\n");
+  ASSERT_EQ(statuses(flooding.receive()), "400");
+  std::atomic<bool> isOver = false;
+  std::jthread flood([&] {
+    const std::string bytes(100'000, 'x');
+    while (!isOver) flooding.send(bytes);
+  });
+  EXPECT_TRUE(comes([&] { return running.server.connections() == 0; }));
+  isOver = true;
+}
+
 TEST(HttpServer, CutsClientsOffThatDoNotRead) {
   Running running(
       [](const HttpRequest&) { return HttpResponse{.body = std::string(50'000'000, 'x')}; },

@@ -76,7 +76,8 @@ void HttpSession::receive() {
 
 void HttpSession::received(const Error& error, std::size_t size) {
   if (isLate_ && !isIdle_) return refuse(refusal(408, "the request takes too long"));
-  if (error) return close();
+  // A request may arrive as the time for it ends.
+  if (error) return isLate_ && hasArrived() ? receive() : close();
   isIdle_ = false;
   reader_.received(size);
   readOn();
@@ -90,10 +91,9 @@ void HttpSession::readOn() {
       return receive();
     case HttpRequestReader::State::awaited:
       limitRequest();
-      return asio::async_write(socket_, asio::buffer(kContinue),
-                               [self = shared_from_this()](auto error, auto) {
-                                 error ? self->close() : self->receive();
-                               });
+      return asio::async_write(
+          socket_, asio::buffer(kContinue),
+          [self = shared_from_this()](auto error, auto) { self->received(error, 0); });
     case HttpRequestReader::State::complete:
       return answer(reader_.take());
     case HttpRequestReader::State::refused:
@@ -167,7 +167,7 @@ void HttpSession::linger() {
 void HttpSession::drain() {
   reader_.discardBytes();
   socket_.async_read_some(reader_.space(), [self = shared_from_this()](auto error, auto) {
-    error ? self->close() : self->drain();
+    error || self->isLate_ ? self->close() : self->drain();
   });
 }
 
@@ -187,8 +187,12 @@ bool HttpSession::hasArrived() {
 void HttpSession::write(const Bytes& bytes, Next next) {
   const auto seconds = asio::buffer_size(bytes) / all_.limits.leastBytesPerSecond;
   limit(all_.limits.answer + std::chrono::seconds(seconds));
-  asio::async_write(socket_, bytes, [self = shared_from_this(), next](auto error, auto) {
-    error ? self->close() : (self.get()->*next)();
+  const auto self = shared_from_this();
+  const auto rest = [self](const Error& error, std::size_t written) {
+    return self->isLate_ ? 0 : asio::transfer_all()(error, written);
+  };
+  asio::async_write(socket_, bytes, rest, [self, bytes, next](auto, auto size) {
+    size < asio::buffer_size(bytes) ? self->close() : (self.get()->*next)();
   });
 }
 
@@ -206,6 +210,7 @@ void HttpSession::limit(Clock::duration time) {
   deadline_.async_wait([self = shared_from_this()](const Error& error) {
     // It may have expired while something else set it.
     if (error || self->deadline_.expiry() > Clock::now()) return;
+    // What has completed just now cannot be cancelled. So whatever goes on looks at this first.
     self->isLate_ = true;
     Error ignored;
     self->socket_.cancel(ignored);

@@ -12,17 +12,20 @@ HttpSessions::HttpSessions(HttpRoute theHandler, const HttpLimits& theLimits,
     : handler(std::move(theHandler)), limits(theLimits), ended_(std::move(ended)) {}
 
 void HttpSessions::add(HttpSession::Socket socket) {
-  std::unique_lock lock(mutex_);
-  const bool isAdmitted = admitted_ < limits.connections;
-  if (!isAdmitted) ++refused_;
-  // Those that wait for their refusal take room, too.
-  if (open_.size() >= 2 * limits.connections) return;
-  lock.unlock();
+  bool isAdmitted = false;
+  {
+    const std::lock_guard lock(mutex_);
+    isAdmitted = admitted_ < limits.connections;
+    if (!isAdmitted) ++refused_;
+    // Those that wait for their refusal take room, too.
+    if (open_.size() >= 2 * limits.connections) return;
+  }
   const auto session = std::make_shared<HttpSession>(*this, std::move(socket), isAdmitted);
-  lock.lock();
-  if (isAdmitted) ++admitted_;
-  open_.emplace(session.get(), session);
-  lock.unlock();
+  {
+    const std::lock_guard lock(mutex_);
+    if (isAdmitted) ++admitted_;
+    open_.emplace(session.get(), session);
+  }
   session->start();
 }
 

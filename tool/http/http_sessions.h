@@ -39,7 +39,7 @@ class HttpSessions {
   std::unordered_map<const HttpSession*, std::weak_ptr<HttpSession>> open_;  // guarded
   std::size_t admitted_ = 0;                                                 // guarded
   std::size_t refused_ = 0;                                                  // guarded
-  std::atomic<bool> isEnding_ = false;
+  std::atomic<bool> isEnding_ = false;  // written with the lock, or the last one could be missed
 };
 
 }  // namespace corvo::tool
