@@ -80,6 +80,12 @@ function(corvo_optimise target level)
   endif()
 endfunction()
 
+# Optimising the tests would take longer than it saves, even if the library is optimised.
+function(corvo_configure_test target)
+  corvo_configure(${target})
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-O0>)
+endfunction()
+
 # Defines a GoogleTest program for one folder of tests: corvo_test(base md5_test.cc ...).
 function(corvo_test folder)
   set(target corvo_${folder}_tests)
@@ -88,9 +94,10 @@ function(corvo_test folder)
   target_link_libraries(${target} PRIVATE corvo::core corvo::fakes GTest::gmock_main)
   # Its files are independent and may use one name for different things.
   set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
-  corvo_configure(${target})
-  # Optimising the tests would take longer than it saves, even if the library is optimised.
-  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-O0>)
+  corvo_configure_test(${target})
+  if(TARGET corvo_test_headers)
+    target_precompile_headers(${target} REUSE_FROM corvo_test_headers)
+  endif()
   add_test(NAME ${folder} COMMAND ${target} --gtest_shuffle --gtest_brief=1)
 endfunction()
 
