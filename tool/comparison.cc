@@ -5,6 +5,7 @@
 #include <corvo/evaluation.h>
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <memory>
 #include <span>

@@ -21,8 +21,8 @@ Ran run(const std::string& command, const std::string& folder = ".");
 /// Runs `corvo` with the arguments, written as for the shell.
 Ran runCorvo(const std::string& arguments, const std::string& folder = ".");
 
-/// Whether a backend may miss a signal. GCC's thread sanitizer loses some of those that come while
-/// a thread is running, even in a program of a few lines.
+/// Whether a backend may miss a signal. GCC's thread sanitizer loses some of those that come from
+/// another process, even in a program of a few lines. Those that a process sends itself arrive.
 #ifdef __SANITIZE_THREAD__
 inline constexpr bool kLosesSignals = true;
 #else
