@@ -76,8 +76,8 @@ void HttpSession::receive() {
 
 void HttpSession::received(const Error& error, std::size_t size) {
   if (isLate_ && !isIdle_) return refuse(refusal(408, "the request takes too long"));
-  // A request may arrive as the time for it ends.
-  if (error) return isLate_ && hasArrived() ? receive() : close();
+  const bool cameJustInTime = isLate_ && hasArrived();
+  if (error && !cameJustInTime) return close();
   isIdle_ = false;
   reader_.received(size);
   readOn();
@@ -91,15 +91,15 @@ void HttpSession::readOn() {
       return receive();
     case HttpRequestReader::State::awaited:
       limitRequest();
-      return asio::async_write(
-          socket_, asio::buffer(kContinue),
-          [self = shared_from_this()](auto error, auto) { self->received(error, 0); });
+      return writeInTime({asio::buffer(kContinue)}, &HttpSession::continued);
     case HttpRequestReader::State::complete:
       return answer(reader_.take());
     case HttpRequestReader::State::refused:
       return refuse(reader_.refusal());
   }
 }
+
+void HttpSession::continued() { received({}, 0); }
 
 void HttpSession::refuse(HttpResponse response) {
   response_ = std::move(response);
@@ -187,6 +187,11 @@ bool HttpSession::hasArrived() {
 void HttpSession::write(const Bytes& bytes, Next next) {
   const auto seconds = asio::buffer_size(bytes) / all_.limits.leastBytesPerSecond;
   limit(all_.limits.answer + std::chrono::seconds(seconds));
+  writeInTime(bytes, next);
+}
+
+/// Writes all before the deadline that runs, or closes.
+void HttpSession::writeInTime(const Bytes& bytes, Next next) {
   const auto self = shared_from_this();
   const auto rest = [self](const Error& error, std::size_t written) {
     return self->isLate_ ? 0 : asio::transfer_all()(error, written);

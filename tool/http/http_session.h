@@ -21,7 +21,7 @@ namespace corvo::tool {
 class HttpSessions;
 
 /// One connection. Its strand runs all that it does, one thing at a time; each operation under way
-/// keeps it alive, and each has a deadline.
+/// keeps it alive, and each has a deadline, but for the watch on the client of a stream.
 class HttpSession : public std::enable_shared_from_this<HttpSession> {
  public:
   using Strand = boost::asio::strand<boost::asio::io_context::executor_type>;
@@ -51,6 +51,7 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
   void receive();
   void received(const Error& error, std::size_t size);
   void readOn();
+  void continued();
   [[nodiscard]] bool hasArrived();
 
   // Its answer.
@@ -75,6 +76,7 @@ class HttpSession : public std::enable_shared_from_this<HttpSession> {
 
   // Operations and their deadlines.
   void write(const Bytes& bytes, Next next);
+  void writeInTime(const Bytes& bytes, Next next);
   void waitUntil(Clock::time_point time, Next next);
   void limit(Clock::duration time);
   void limitNothing();

@@ -15,10 +15,11 @@ void HttpSessions::add(HttpSession::Socket socket) {
   bool isAdmitted = false;
   {
     const std::lock_guard lock(mutex_);
-    isAdmitted = admitted_ < limits.connections;
-    if (!isAdmitted) ++refused_;
     // Those that wait for their refusal take room, too.
-    if (open_.size() >= 2 * limits.connections) return;
+    const bool isFull = open_.size() >= 2 * limits.connections;
+    isAdmitted = !isFull && admitted_ < limits.connections;
+    if (!isAdmitted) ++refused_;
+    if (isFull) return;
   }
   const auto session = std::make_shared<HttpSession>(*this, std::move(socket), isAdmitted);
   {
@@ -41,6 +42,7 @@ void HttpSessions::end() {
   {
     const std::lock_guard lock(mutex_);
     isEnding_ = true;
+    all.reserve(open_.size());  // so that nothing throws while these keep connections alive
     for (const auto& [session, shared] : open_) all.push_back(shared.lock());
     if (open_.empty()) ended_();
   }
