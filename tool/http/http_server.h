@@ -46,7 +46,7 @@ class HttpServer {
   /// full speed then. A second signal ends the process at once.
   void run(std::size_t threads);
 
-  /// How many connections are open, and how many were refused because too many were.
+  /// How many admitted connections are open, and how many were refused because too many were.
   [[nodiscard]] std::size_t connections() const noexcept;
   [[nodiscard]] std::size_t refused() const noexcept;
 

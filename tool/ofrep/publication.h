@@ -18,7 +18,7 @@ struct Edition {
   PropertyMap location = {};  ///< Of users without one of their own.
   /// Of project and location; differs if one of them does. Letters, digits, "-" and "_".
   std::string version = {};
-  std::int64_t lastModified = 0;  ///< When it was first published, in seconds since 1970.
+  std::int64_t lastModified = 0;  ///< When it was published, in seconds since 1970.
 };
 
 /// The current edition, published by one thread and read by many. Thread-safe.

@@ -16,7 +16,7 @@ HttpResponse metricsOf(const Metrics& metrics, const HttpServer& server, const E
                        const Publication& publication) {
   const auto valueOf = [](std::size_t count) { return static_cast<double>(count); };
   std::vector<Gauge> gauges{
-      {"corvo_connections", "gauge", "Open connections, event streams included.",
+      {"corvo_connections", "gauge", "Open connections that were admitted, event streams included.",
        valueOf(server.connections())},
       {"corvo_refused_connections_total", "counter", "Connections beyond --max-connections.",
        valueOf(server.refused())},
